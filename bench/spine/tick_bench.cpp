@@ -1,0 +1,155 @@
+// What one main tick costs with 300 and with 3000 active aircraft, against the bare additions of as many poses.
+// Build type Release; prints ratios to the baseline of the same run.
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+#include <fmt/format.h>
+#include <fstream>
+#include <vector>
+
+#include "airports/airport_table.h"
+#include "core/folders.h"
+#include "core/parameters.h"
+#include "core/run_state.h"
+#include "core/xml_file.h"
+#include "liveries/store.h"
+#include "reference/reference.h"
+#include "spine/main_tick.h"
+#include "traffic/life_cycle.h"
+#include "world/replay/virtual_flight.h"
+
+namespace {
+
+using namespace kes;
+using Clock = std::chrono::steady_clock;
+
+constexpr LatLon field{48.354, 11.786};
+
+/// Micros of each tick.
+struct Times {
+    std::vector<double> us;
+    double median() {
+        std::nth_element(us.begin(), us.begin() + static_cast<std::ptrdiff_t>(us.size() / 2), us.end());
+        return us[us.size() / 2];
+    }
+    double percentile(double p) {
+        std::sort(us.begin(), us.end());
+        return us[static_cast<std::size_t>(p * static_cast<double>(us.size() - 1))];
+    }
+};
+
+void makeFolder() {
+    namespace fs = std::filesystem;
+    const fs::path folder = fs::temp_directory_path() / "kestrelune-bench";
+    fs::remove_all(folder);
+    fs::create_directories(folder / "input");
+    fs::create_directories(folder / "output");
+    fs::current_path(folder);
+    setUserDataFolder(folder);
+    std::ofstream("input/types.csv") << "code,category,span_m\nA320,Large,34.1\n";
+    std::ofstream("input/airlines.csv") << "code,name\nDLH,Lufthansa\n";
+    std::ofstream("input/registrations.csv") << "reg,airline,type,operator,cargo\n";
+    pugi::xml_document document;
+    pugi::xml_node root = document.append_child("liveries");
+    appendMeta(root);
+    pugi::xml_node liv = root.append_child("liv");
+    liv.append_attribute("airl") = "DLH";
+    liv.append_attribute("type") = "A320";
+    liv.append_attribute("title") = "Bench A320";
+    saveXml(document, path::liveriesScanned);
+}
+
+/// Aircraft i at a time: on a circle of its own round the field, 250 knots.
+std::string circlingLine(std::uint32_t i, double seconds) {
+    const double radiusNm = 3.0 + 0.06 * (i % 300);
+    const double rate = 250.0 / 3600.0 / radiusNm;
+    const double angle = i * 2.39996 + rate * seconds;
+    const LatLon p = destination(field, normalizeAngle(angle), radiusNm * feetPerNm);
+    const double track = normalizeAngle(angle + pi / 2) * radToDeg;
+    return fmt::format("RTTFC,{},{:.5f},{:.5f},{},0,1,{:.2f},250.00,DLH{},A320,D-B{},MUC,LHR,{:.1f},X2,LH1,adsb_icao,9000,343,280,"
+                       "0.5,0.0,-5.0,54.49,{:.2f},1280,none,A3,1012.8,9000,-1,54.84,none,0.0,-20.8,227,19,-15,14,1,0,0,DLH",
+                       4000000 + i, p.lat, p.lon, 4000 + 40 * (i % 300), track, i, i, 1700000000.0 + seconds, track);
+}
+
+std::size_t activeCount() {
+    return static_cast<std::size_t>(std::count_if(liveAircraft.begin(), liveAircraft.end(),
+                                                  [](const LiveAircraft& a) { return a.st == AircraftStatus::active; }));
+}
+
+/// The tick with the feed going on; each aircraft reports every `interval` seconds, evenly spread.
+Times flyCircles(std::uint32_t count, double interval, double warmUpSeconds, double seconds) {
+    Times times;
+    std::uint64_t sent = 0;
+    const auto total = static_cast<int>((warmUpSeconds + seconds) * 100);
+    for (int tick = 0; tick < total; ++tick) {
+        const double now = tick / 100.0;
+        while (static_cast<double>(sent) < now / interval * count) {
+            const auto i = static_cast<std::uint32_t>(sent % count);
+            world::virtualDatagram(circlingLine(i, now));
+            ++sent;
+        }
+        world::virtualSimulatorStep();
+        const auto start = Clock::now();
+        if (!mainTick())
+            break;
+        const auto end = Clock::now();
+        if (now >= warmUpSeconds)
+            times.us.push_back(std::chrono::duration<double, std::micro>(end - start).count());
+    }
+    return times;
+}
+
+/// Baseline: nothing but the additions of a tick on as many poses, and the copy of their records.
+double additionsUs(std::size_t count) {
+    std::vector<LiveAircraft> poses(count);
+    std::vector<AiPositionRecord> out(count);
+    Times times;
+    for (int i = 0; i < 2001; ++i) {
+        const auto start = Clock::now();
+        for (std::size_t n = 0; n < count; ++n) {
+            LiveAircraft& a = poses[n];
+            a.lat += a.latStep;
+            a.lon += a.lonStep;
+            a.heading += a.headingStep;
+            a.pitch += a.pitchStep;
+            a.bank += a.bankStep;
+            a.alt += a.altStep;
+            out[n] = {a.lat, a.lon, a.pitch, a.bank, a.heading, a.alt, a.vsOut, a.tasOut, a.objectid};
+        }
+        times.us.push_back(std::chrono::duration<double, std::micro>(Clock::now() - start).count());
+    }
+    return times.median();
+}
+
+void run(std::uint32_t count, double interval, double warmUp, double seconds) {
+    world::SimulatorOptions options;
+    options.lat = field.lat;
+    options.lon = field.lon;
+    options.altFeet = 20000; // above AIRPORT_HEIGHT: a range of 40 nm
+    options.maxObjects = 5000;
+    options.terrain.airfields.push_back({field.lat, field.lon, 1487.0});
+    world::startVirtualFlight(options);
+    setRange(40);
+    Times times = flyCircles(count, interval, warmUp, seconds);
+    const double base = additionsUs(count);
+    const double median = times.median();
+    fmt::print("mainTick, {} active aircraft, {} ticks: median {:.1f} us = {:.1f} x the additions alone ({:.2f} us); "
+               "99.9 % {:.0f} us, largest {:.0f} us\n",
+               activeCount(), times.us.size(), median, median / base, base, times.percentile(0.999), times.us.back());
+    world::endVirtualFlight();
+}
+
+} // namespace
+
+int main(int argc, char**) {
+    makeFolder();
+    setParameterDefaults();
+    par::LOG.value = false;
+    readDataBase();
+    processScannedLiveries();
+    airportTable.push_back({"EDDM", "MUC", field.lat, field.lon, 1487});
+    const bool quick = argc > 1; // any argument: a short look
+    run(300, 5, 220, quick ? 60 : 600);
+    run(3000, 30, 1600, quick ? 10 : 60);
+}

@@ -1,0 +1,63 @@
+// Bytes as the content of parameters.xml. What is taken must be savable, and the saved file must give the same values.
+#include "core/parameters_file.h"
+#include "platform/system.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+namespace {
+
+struct TextWriter : pugi::xml_writer {
+    std::string text;
+    void write(const void* data, std::size_t size) override { text.append(static_cast<const char*>(data), size); }
+};
+
+bool isLfolder(std::string_view name) {
+    return name.starts_with("lfolder");
+}
+
+/// All values but the lfolders: when an empty one is removed, a second one of the same name comes to light.
+std::string valuesNow(const kes::TakenTexts& texts) {
+    std::string all;
+    for (const kes::StoredParameter& parameter : kes::storedParameters())
+        if (!std::holds_alternative<kes::TextParameter*>(parameter.value))
+            all += parameter.valueText() + '\n';
+    for (const auto& [parameter, text] : texts) {
+        kes::platform::toUtf16(text); // throws for what is no text
+        if (!isLfolder(parameter->name))
+            all += text + '\n';
+    }
+    return all;
+}
+
+void require(bool condition) {
+    if (!condition)
+        std::abort();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    pugi::xml_document document;
+    std::string reason;
+    if (!kes::parseParameters({reinterpret_cast<const char*>(data), size}, document, reason)) {
+        require(!reason.empty());
+        return 0;
+    }
+    kes::TakenTexts texts;
+    kes::takeParameters(document, texts);
+    for (const kes::StoredParameter& parameter : kes::storedParameters())
+        if (kes::IntParameter* const* integer = std::get_if<kes::IntParameter*>(&parameter.value))
+            require((*integer)->clamped(**integer) == **integer);
+
+    const std::string values = valuesNow(texts);
+    TextWriter writer;
+    document.save(writer);
+    pugi::xml_document again;
+    require(kes::parseParameters(writer.text, again, reason));
+    texts.clear();
+    kes::takeParameters(again, texts);
+    require(valuesNow(texts) == values);
+    return 0;
+}

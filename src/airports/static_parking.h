@@ -1,0 +1,32 @@
+// Static parked aircraft at the airport in sight. Worker only.
+// Until stands are known this keeps the reference airport alone; no static aircraft are made.
+#pragma once
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "core/ai_aircraft.h"
+
+namespace kes {
+
+extern std::vector<AiAircraft> parkedAircraft;
+
+/// Every 16 seconds and once at the start: picks the reference airport, the nearest within AIRPORT_RANGE of the user.
+void parkingTick(bool first);
+/// One static aircraft's create request, at most every 0.5 s.
+void createNextStatic();
+/// True while aircraft wait in `toPark`.
+bool staticAircraftWait();
+void renewParking(const std::set<std::string>& callsigns);
+void startPlacing();              ///< placing flag on, parking controls off
+bool placingGoesOn();
+void unloadParkAirport();
+/// Saves the state of a loaded park airport at close-down.
+void saveParkState();
+bool parkAirportLoaded();
+bool staticParkingActive();
+void prepareParkState();          ///< at the start of a run
+void resetParking();
+
+} // namespace kes

@@ -1,0 +1,290 @@
+#include "core/log.h"
+
+#include "core/clock.h"
+#include "core/run_state.h"
+#include "core/version.h"
+#include "core/window.h"
+#include "platform/system.h"
+
+#include <algorithm>
+#include <cmath>
+#include <fmt/format.h>
+#include <fstream>
+#include <mutex>
+#include <stdexcept>
+
+namespace kes {
+
+namespace {
+
+std::mutex logMutex;
+std::ofstream logStream; // guarded by logMutex; a failed write leaves its fail state, and later writes are nothing
+
+std::mutex statusMutex; // guards the four below and the drawing of the line
+std::string statusLine;
+std::string errorLine;
+std::int32_t statusAgeSeconds = 0; // run time
+std::int32_t statusShownAt = 0;    // run time at which the status text came up; 0 = none is up
+
+constexpr std::int32_t statusLifeSeconds = 25;
+
+void writeLine(std::string_view lead, std::string_view text) {
+    const std::lock_guard lock(logMutex);
+    if (!logStream.is_open() || !logStream)
+        return;
+    logStream << lead << text << '\n';
+    logStream.flush();
+}
+
+/// "Log.txt" becomes "Log0.txt", that becomes "Log00.txt".
+std::filesystem::path olderName(const std::filesystem::path& path) {
+    std::filesystem::path older = path;
+    older.replace_filename(path.stem());
+    older += "0";
+    older += path.extension();
+    return older;
+}
+
+/// With statusMutex held, which the caller's argument shows.
+void setStatus(const std::lock_guard<std::mutex>&, std::string_view text, bool alsoLog) {
+    if (!errorLine.empty())
+        return;
+    statusLine = text;
+    statusShownAt = text.empty() ? 0 : std::max(statusAgeSeconds, 1);
+    if (alsoLog && !text.empty())
+        logUnlessClosing(text);
+    drawMessageLine(text, false);
+}
+
+struct CivilTime {
+    std::int64_t year = 1970;
+    int month = 1, day = 1, weekday = 4, hour = 0, minute = 0, second = 0; // weekday 1 = Monday
+};
+
+/// Gregorian calendar of any time, before 1970 as well, without the limits of the C library.
+CivilTime civilTime(std::int64_t epochSeconds) {
+    std::int64_t days = epochSeconds / 86400;
+    std::int64_t rest = epochSeconds % 86400;
+    if (rest < 0) {
+        rest += 86400;
+        --days;
+    }
+    CivilTime time;
+    time.hour = static_cast<int>(rest / 3600);
+    time.minute = static_cast<int>(rest / 60 % 60);
+    time.second = static_cast<int>(rest % 60);
+    time.weekday = static_cast<int>(((days + 3) % 7 + 7) % 7) + 1;
+    // Years are counted from 1 March 0000, so that the leap day is the last of its year.
+    days += 719468;
+    const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
+    const std::int64_t dayOfEra = days - era * 146097;
+    const std::int64_t yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+    const std::int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    const std::int64_t monthFromMarch = (5 * dayOfYear + 2) / 153;
+    time.day = static_cast<int>(dayOfYear - (153 * monthFromMarch + 2) / 5 + 1);
+    time.month = static_cast<int>(monthFromMarch < 10 ? monthFromMarch + 3 : monthFromMarch - 9);
+    time.year = yearOfEra + era * 400 + (time.month <= 2 ? 1 : 0);
+    return time;
+}
+
+std::string_view nameAt(const std::string_view* names, int count, int number) {
+    return number >= 1 && number <= count ? names[number - 1] : std::string_view("???");
+}
+
+std::string clockOf(std::int64_t epochSeconds) {
+    const std::string text = dateTime(epochSeconds);
+    return text.substr(text.size() - 13, 8);
+}
+
+struct SocketErrorEntry {
+    int code;
+    std::string_view text;
+};
+
+constexpr SocketErrorEntry socketErrors[] = {
+    {0, "No error"},
+    {10004, "Interrupted system call"},
+    {10009, "Bad file number"},
+    {10013, "Permission denied"},
+    {10014, "Bad address"},
+    {10022, "Invalid argument"},
+    {10024, "Too many open sockets"},
+    {10035, "Operation would block"},
+    {10036, "Operation now in progress"},
+    {10037, "Operation already in progress"},
+    {10038, "Socket operation on non-socket"},
+    {10039, "Destination address required"},
+    {10040, "Messenger too long"},
+    {10041, "Protocol wrong type for socket"},
+    {10042, "Bad protocol option"},
+    {10043, "Protocol not supported"},
+    {10044, "Socket type not supported"},
+    {10045, "Operation not supported on socket"},
+    {10046, "Protocol family not supported"},
+    {10047, "Address family not supported by protocol family"},
+    {10048, "Address already in use"},
+    {10049, "Can't assign requested address"},
+    {10050, "Network is down"},
+    {10051, "Network is unreachable"},
+    {10052, "Network dropped connection on reset"},
+    {10053, "Software caused connection abort"},
+    {10054, "Connection reset by peer"},
+    {10055, "No buffer space available"},
+    {10056, "Socket is already connected"},
+    {10057, "Socket is not connected"},
+    {10058, "Can't send after socket shutdown"},
+    {10059, "Too many references, can't splice"},
+    {10060, "Connection timed out"},
+    {10061, "Connection refused"},
+    {10062, "Too many levels of symbolic links"},
+    {10063, "File name too long"},
+    {10064, "Host is down"},
+    {10065, "No route to host"},
+    {10066, "Directory not empty"},
+    {10067, "Too many processes"},
+    {10068, "Too many users"},
+    {10069, "Disc quota exceeded"},
+    {10070, "Stale NFS file handle"},
+    {10071, "Too many levels of remote in path"},
+    {10091, "Network subsystem is unavailable"},
+    {10092, "Winsock version out of range"},
+    {10093, "Successful WSAStartup not yet performed"},
+    {10101, "Graceful shutdown in progress"},
+    {10102, "No more results"},
+    {10103, "Call has been canceled"},
+    {10104, "Procedure call table is invalid"},
+    {10105, "Service provider is invalid"},
+    {10106, "Service provider failed to initialize"},
+    {10107, "System call failure"},
+    {10108, "Service not found"},
+    {10109, "Class type not found"},
+    {10110, "No more results"},
+    {10111, "Call was canceled"},
+    {10112, "Database query was refused"},
+    {11001, "Host not found"},
+    {11002, "Non-authoritative host not found"},
+    {11003, "Non-recoverable error"},
+    {11004, "Valid name, no data record of requested type"},
+};
+
+} // namespace
+
+void openLog(const std::filesystem::path& path) {
+    namespace fs = std::filesystem;
+    const fs::path older = olderName(path);
+    const fs::path oldest = olderName(older);
+    const std::lock_guard lock(logMutex);
+    if (logStream.is_open())
+        logStream.close();
+    if (fs::exists(older))
+        fs::copy_file(older, oldest, fs::copy_options::overwrite_existing);
+    if (fs::exists(path))
+        fs::copy_file(path, older, fs::copy_options::overwrite_existing);
+    logStream.clear();
+    logStream.open(path, std::ios::out | std::ios::trunc | std::ios::binary);
+    if (!logStream.is_open())
+        throw std::runtime_error("Failed to write file " + platform::pathText(path));
+    logStream << fmt::format("{} (utc) {} version {} for {}\n", dateTime(wallClock()), programName,
+                             toText(runningVersion()), "MSFS 2020/2024");
+    logStream.flush();
+}
+
+void closeLog() {
+    const std::lock_guard lock(logMutex);
+    logStream.close();
+}
+
+void log(std::string_view text) {
+    writeLine("", text);
+}
+void logWarning(std::string_view text) {
+    writeLine("===> ", text);
+}
+void logIndented(std::string_view text) {
+    writeLine("          ", text);
+}
+
+void logUnlessClosing(std::string_view text) {
+    if (!stopWanted())
+        log(text);
+}
+
+void showStatus(std::string_view text, bool alsoLog) {
+    const std::lock_guard lock(statusMutex);
+    setStatus(lock, text, alsoLog);
+}
+
+void clearStatus() {
+    showStatus({}, true);
+}
+
+void showError(std::string_view text) {
+    const std::lock_guard lock(statusMutex);
+    statusLine.clear();
+    statusShownAt = 0;
+    errorLine = text;
+    logUnlessClosing(fmt::format("Error {}", text));
+    drawMessageLine(text, true);
+}
+
+void clearError() {
+    const std::lock_guard lock(statusMutex);
+    if (errorLine.empty())
+        return;
+    errorLine.clear();
+    drawMessageLine({}, false);
+}
+
+std::string statusText() {
+    const std::lock_guard lock(statusMutex);
+    return statusLine;
+}
+
+std::string errorText() {
+    const std::lock_guard lock(statusMutex);
+    return errorLine;
+}
+
+void ageStatus() {
+    const std::lock_guard lock(statusMutex);
+    ++statusAgeSeconds;
+    if (statusShownAt >= 1 && statusAgeSeconds - statusShownAt >= statusLifeSeconds)
+        setStatus(lock, {}, true);
+}
+
+void resetStatus() {
+    const std::lock_guard lock(statusMutex);
+    statusLine.clear();
+    errorLine.clear();
+    statusAgeSeconds = 0;
+    statusShownAt = 0;
+    drawMessageLine({}, false);
+}
+
+std::string socketErrorText(int code) {
+    for (const SocketErrorEntry& entry : socketErrors)
+        if (entry.code == code)
+            return fmt::format("{} {}", code, entry.text);
+    return std::to_string(code);
+}
+
+std::string dateTime(std::int64_t epochSeconds) {
+    static constexpr std::string_view weekdays[] = {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
+    static constexpr std::string_view months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                                  "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    const CivilTime time = civilTime(epochSeconds);
+    return fmt::format("{:3} {:3} {:02} {:02}:{:02}:{:02} {:4}", nameAt(weekdays, 7, time.weekday),
+                       nameAt(months, 12, time.month), time.day, time.hour, time.minute, time.second, time.year);
+}
+
+std::string timeStamp() {
+    return clockOf(wallClock());
+}
+
+std::string hhmmTime(double trafficEpoch) {
+    // The feed's number is foreign; one that is no time of these ages must not become an index.
+    const bool usable = trafficEpoch != 0.0 && std::fabs(trafficEpoch) < 2.5e11;
+    return clockOf(rtProfEdition && usable ? static_cast<std::int64_t>(trafficEpoch) : wallClock());
+}
+
+} // namespace kes

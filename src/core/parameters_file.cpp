@@ -1,0 +1,480 @@
+#include "core/parameters_file.h"
+
+#include "core/clock.h"
+#include "core/folders.h"
+#include "core/log.h"
+#include "core/run_state.h"
+#include "core/version.h"
+#include "core/window.h"
+#include "core/xml_file.h"
+#include "platform/system.h"
+
+#include <array>
+#include <cerrno>
+#include <filesystem>
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+#include <fstream>
+#include <mutex>
+#include <system_error>
+
+namespace kes {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string nameAttribute = "name";
+const std::string valueAttribute = "value";
+constexpr const char* parametersElement = "parameters";
+constexpr const char* parameterElement = "parameter";
+
+// The real file has some 6 kB in three levels. Beyond these sizes it is not ours, and pugixml's recursion on the way
+// down a deep tree would end the process.
+constexpr std::uintmax_t longestFile = 4u << 20;
+constexpr int deepestLevel = 8;
+
+/// Each change is load, edit, replace; two at a time would lose one of them.
+std::mutex fileMutex;
+
+StoredParameter plain(BoolParameter& parameter) {
+    return {&parameter, nullptr};
+}
+StoredParameter plain(IntParameter& parameter) {
+    return {&parameter, nullptr};
+}
+StoredParameter plain(TextParameter& parameter) {
+    return {&parameter, nullptr};
+}
+template <typename Box> StoredParameter boxed(Box& box) {
+    return {&box, &box};
+}
+
+const auto& table() {
+    static const std::array all = {
+        plain(par::RANDOM),
+
+        boxed(par::AEROWINX),
+        boxed(par::MSFS_2020),
+        boxed(par::CALLSIGN_OBJECTIDS),
+        boxed(par::COLLISION_USER_AIR),
+        boxed(par::COLLISION_USER_GND),
+        boxed(par::COLLISION_LIVE_PARKED_GND),
+        boxed(par::SUPPRESS_STUB),
+        boxed(par::LOG),
+        boxed(par::ALWAYS_ON_TOP),
+        boxed(par::SCAN_LIVERIES),
+        boxed(par::LIG_AUTOMATIC),
+        boxed(par::LIG_PRIORITIZE),
+        boxed(par::SCAN_AIRPORTS),
+        boxed(par::LIGHT_AIRCRAFT),
+        boxed(par::HELICOPTERS),
+        boxed(par::HIGH_PERF_AIRCRAFT),
+        boxed(par::NAV_LIGHTS_WHILE_PARKED),
+        boxed(par::AUTO_RANGE),
+        boxed(par::LEARN_SOFT),
+        boxed(par::STRAIGHT_PBS_ONLY),
+        boxed(par::PARK_SOFT),
+        boxed(par::PARK_FAKE),
+        boxed(par::WEEK),
+        boxed(par::INITIAL_LOAD_ONLY),
+        boxed(par::GUID_CHANGES),
+
+        plain(par::CUSTOM_PARKING_PERCENTAGE),
+        plain(par::MAIN_WINDOW_X),
+        plain(par::MAIN_WINDOW_Y),
+        plain(par::LAST_EPOCH_TIME),
+        plain(par::HOLDING_THRESHOLD_METERS),
+        plain(par::MAX_HOLDING_MINUTES),
+
+        boxed(par::MATCHING_DEPTH),
+        boxed(par::LATERAL_RANGE),
+        boxed(par::MAX_FIT),
+        boxed(par::AUTO_RANGE_ABOVE_HEIGHT),
+        boxed(par::MAX_LIVE),
+        boxed(par::AIRPORT_RANGE),
+        boxed(par::AIRPORT_HEIGHT),
+        boxed(par::CUSTOM_MAX_PARK),
+        boxed(par::AI_PACKAGE_ORDER),
+
+        plain(par::PROGRAM_VERSION),
+        plain(par::MSFS_INSTALL_PATH),
+        plain(par::PORT_NUMBER),
+        plain(par::lfolder[0]),
+        plain(par::lfolder[1]),
+        plain(par::lfolder[2]),
+        plain(par::lfolder[3]),
+        plain(par::lfolder[4]),
+        plain(par::lfolder[5]),
+        plain(par::lfolder[6]),
+        plain(par::lfolder[7]),
+        plain(par::lfolder[8]),
+        plain(par::lfolder[9]),
+        plain(par::PROGRAM_INSTALL_PATH),
+        plain(par::MYSIMADDON24_VERSION),
+        plain(par::MSFS_2024_INSTALL_PATH),
+        boxed(par::DESTINATION),
+
+        boxed(par::BLOCK_CALLSIGN),
+    };
+    return all;
+}
+
+std::string boolText(bool value) {
+    return value ? "true" : "false";
+}
+
+void logValue(std::string_view name, std::string_view value) {
+    log(fmt::format("{}={}", name, value));
+}
+
+bool isLfolder(std::string_view name) {
+    return name.starts_with("lfolder");
+}
+
+/// A hand-edited file may hold Latin letters in the old single-byte code; the system's texts are UTF-8 throughout.
+std::string utf8Text(std::string_view text) {
+    try {
+        platform::toUtf16(text);
+        return std::string(text);
+    } catch (const win32::Utf8ConversionException&) {
+        std::u16string wide;
+        for (const char c : text)
+            wide += static_cast<char16_t>(static_cast<unsigned char>(c));
+        return platform::toUtf8(wide);
+    }
+}
+
+void updateBox(const StoredParameter& parameter) {
+    if (parameter.control == nullptr)
+        return;
+    if (BoolParameter* const* box = std::get_if<BoolParameter*>(&parameter.value))
+        setCheck(*parameter.control, **box);
+    else
+        setText(*parameter.control, parameter.valueText());
+}
+
+/// Value of an element that was found; returns it as it is now in effect.
+std::string take(const StoredParameter& parameter, pugi::xml_attribute attribute, TakenTexts& texts) {
+    if (BoolParameter* const* boolean = std::get_if<BoolParameter*>(&parameter.value)) {
+        (*boolean)->value = attribute.as_bool();
+        return boolText(**boolean);
+    }
+    if (IntParameter* const* integer = std::get_if<IntParameter*>(&parameter.value)) {
+        (*integer)->value = (*integer)->clamped(attribute.as_int());
+        return std::to_string(**integer);
+    }
+    texts.emplace_back(std::get<TextParameter*>(parameter.value), utf8Text(attribute.value()));
+    return texts.back().second;
+}
+
+/// As above, for a parameter that the file lacks.
+std::string takeMissing(const StoredParameter& parameter, TakenTexts& texts) {
+    if (TextParameter* const* text = std::get_if<TextParameter*>(&parameter.value))
+        texts.emplace_back(*text, std::string((*text)->defaultValue));
+    else
+        takeDefault(parameter);
+    return parameter.defaultText();
+}
+
+bool appendParameter(pugi::xml_node parameters, std::string_view name, const std::string& value) {
+    pugi::xml_node node = parameters.append_child(parameterElement);
+    return node.append_attribute(nameAttribute.c_str()).set_value(std::string(name).c_str()) &&
+           node.append_attribute(valueAttribute.c_str()).set_value(value.c_str());
+}
+
+/// Finds elements by the parameter's name. The name goes in as a variable, so no name can break the expression.
+class Finder {
+public:
+    Finder() : query_(expression(), declared(variables_)) {}
+
+    pugi::xml_node operator()(pugi::xml_node parameters, std::string_view name) {
+        variables_.set("key", std::string(name).c_str());
+        return query_.evaluate_node(parameters).node();
+    }
+
+private:
+    static const char* expression() {
+        static const std::string text = fmt::format("{}[@{}=$key]", parameterElement, nameAttribute);
+        return text.c_str();
+    }
+    static pugi::xpath_variable_set* declared(pugi::xpath_variable_set& variables) {
+        variables.add("key", pugi::xpath_type_string);
+        return &variables;
+    }
+
+    pugi::xpath_variable_set variables_;
+    pugi::xpath_query query_;
+};
+
+enum class FileState { good, missing, damaged, unreadable };
+
+/// Reads the file; `reason` tells what is wrong with a damaged or unreadable one.
+FileState loadFile(const fs::path& path, pugi::xml_document& document, std::string& reason) {
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (status.type() == fs::file_type::not_found)
+        return FileState::missing;
+    if (status.type() != fs::file_type::regular) {
+        reason = error ? error.message() : "not a regular file";
+        return FileState::unreadable;
+    }
+    const std::uintmax_t size = fs::file_size(path, error);
+    if (!error && size > longestFile) {
+        reason = "too long";
+        return FileState::damaged;
+    }
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    std::string content(error ? 0 : size, '\0');
+    if (error || !file.is_open() ||
+        (!content.empty() && !file.read(content.data(), static_cast<std::streamsize>(size)))) {
+        reason = error ? error.message() : std::generic_category().message(errno != 0 ? errno : EIO);
+        return FileState::unreadable;
+    }
+    return parseParameters(content, document, reason) ? FileState::good : FileState::damaged;
+}
+
+/// Moves a damaged file out of the way under a name of its own. False when that fails; it is then still in place.
+bool keepAside(const fs::path& path, const std::string& reason) {
+    const std::string stamp = fmt::format("{:%Y%m%d-%H%M%S}", fmt::gmtime(static_cast<std::time_t>(wallClock())));
+    fs::path aside;
+    std::error_code error;
+    for (int number = 1; number == 1 || fs::exists(fs::symlink_status(aside, error)); ++number) {
+        aside = path;
+        aside.replace_filename(path.stem());
+        aside += ".damaged-" + stamp + (number == 1 ? std::string() : fmt::format("-{}", number));
+        aside += path.extension();
+    }
+    fs::rename(path, aside, error);
+    if (error) {
+        log(fmt::format("! {} is damaged ({}) and cannot be kept aside: {}", platform::pathText(path), reason,
+                        error.message()));
+        return false;
+    }
+    log(fmt::format("! {} is damaged ({}), kept as {}", platform::pathText(path), reason, platform::pathText(aside)));
+    return true;
+}
+
+/// A new file's tree; `values` stand in the order of the table.
+void buildDocument(pugi::xml_document& document, const std::vector<std::string>& values) {
+    document.reset();
+    appendMeta(document);
+    pugi::xml_node parameters = document.append_child(parametersElement);
+    for (std::size_t i = 0; i < values.size(); ++i)
+        appendParameter(parameters, table()[i].name(), values[i]);
+}
+
+void rewriteMeta(pugi::xml_document& document) {
+    while (document.remove_child("meta")) {
+    }
+    appendMeta(document);
+    document.prepend_move(document.child("meta"));
+}
+
+/// The defaults, and a file of them unless there is one that must not be touched.
+void startFromDefaults(const fs::path& path, bool mayWrite) {
+    log(platform::pathText(path) + " not found, default values taken:");
+    std::vector<std::string> values;
+    for (const StoredParameter& parameter : table()) {
+        values.push_back(parameter.defaultText());
+        // The head of the file names the simulator by the switch. Texts have to wait until the file is let go.
+        if (!std::holds_alternative<TextParameter*>(parameter.value))
+            takeDefault(parameter);
+    }
+    pugi::xml_document document;
+    buildDocument(document, values);
+    if (mayWrite)
+        saveXml(document, path);
+}
+
+/// What follows from stored values but has no place in the file.
+void deriveValues() {
+    par::LATERAL_RANGE.value = par::LATERAL_RANGE.clamped(par::LATERAL_RANGE);
+    setRange(static_cast<float>(par::LATERAL_RANGE));
+    par::MAX_FIT_FL.value = static_cast<float>(par::MAX_FIT) * 0.5F + 0.5F;
+    par::parking_percentage.value = par::parking_percentage.defaultValue;
+}
+
+void saveValue(std::string_view name, const std::string& value) {
+    // Taken before the file is held, for a file that has to be built anew.
+    std::vector<std::string> values;
+    for (const StoredParameter& parameter : table())
+        values.push_back(parameter.valueText());
+
+    const std::lock_guard lock(fileMutex);
+    const fs::path path = parametersFile();
+    pugi::xml_document document;
+    std::string reason;
+    const FileState state = loadFile(path, document, reason);
+    if (state == FileState::unreadable) {
+        // Replacing a file whose content is unknown would cost the user every other setting in it.
+        log("saving xml did not work?");
+        logIndented(platform::pathText(path) + ", " + reason);
+    } else if (state != FileState::damaged || keepAside(path, reason)) {
+        if (state != FileState::good) {
+            log(platform::pathText(path) + " is gone, written anew with the values in use");
+            buildDocument(document, values);
+        }
+        pugi::xml_node parameters = document.child(parametersElement);
+        pugi::xml_node node = Finder()(parameters, name);
+        if (!node)
+            appendParameter(parameters, name, value);
+        else if (pugi::xml_attribute attribute = node.attribute(valueAttribute.c_str()))
+            attribute = value.c_str();
+        else
+            node.append_attribute(valueAttribute.c_str()) = value.c_str();
+        saveXml(document, path);
+    } else {
+        log("saving xml did not work?");
+    }
+    logValue(name, value);
+}
+
+} // namespace
+
+std::string_view StoredParameter::name() const {
+    return std::visit([](const Parameter* parameter) { return parameter->name; }, value);
+}
+
+std::string StoredParameter::defaultText() const {
+    if (BoolParameter* const* boolean = std::get_if<BoolParameter*>(&value))
+        return boolText((*boolean)->defaultValue);
+    if (IntParameter* const* integer = std::get_if<IntParameter*>(&value))
+        return std::to_string((*integer)->defaultValue);
+    return std::string(std::get<TextParameter*>(value)->defaultValue);
+}
+
+std::string StoredParameter::valueText() const {
+    if (BoolParameter* const* boolean = std::get_if<BoolParameter*>(&value))
+        return boolText(**boolean);
+    if (IntParameter* const* integer = std::get_if<IntParameter*>(&value))
+        return std::to_string(**integer);
+    return std::get<TextParameter*>(value)->get();
+}
+
+std::span<const StoredParameter> storedParameters() {
+    return table();
+}
+
+void takeDefault(const StoredParameter& parameter) {
+    if (BoolParameter* const* boolean = std::get_if<BoolParameter*>(&parameter.value))
+        (*boolean)->value = (*boolean)->defaultValue;
+    else if (IntParameter* const* integer = std::get_if<IntParameter*>(&parameter.value))
+        (*integer)->value = (*integer)->defaultValue;
+    else {
+        TextParameter& text = *std::get<TextParameter*>(parameter.value);
+        text.set(text.defaultValue);
+    }
+}
+
+bool parseParameters(std::string_view content, pugi::xml_document& document, std::string& reason) {
+    // Comments that a user wrote into the file survive the next save.
+    const pugi::xml_parse_result result =
+        document.load_buffer(content.data(), content.size(), pugi::parse_default | pugi::parse_comments);
+    if (!result) {
+        reason = result.description();
+        return false;
+    }
+    struct DepthCheck : pugi::xml_tree_walker {
+        bool for_each(pugi::xml_node&) override { return depth() < deepestLevel; }
+    } depthCheck;
+    if (!document.child(parametersElement) || !document.traverse(depthCheck)) {
+        reason = "not a parameter file";
+        return false;
+    }
+    return true;
+}
+
+bool takeParameters(pugi::xml_document& document, TakenTexts& texts) {
+    bool changed = false;
+    Finder find;
+    pugi::xml_node parameters = document.child(parametersElement);
+    for (const StoredParameter& parameter : table()) {
+        const std::string_view name = parameter.name();
+        pugi::xml_node node = find(parameters, name);
+        if (const pugi::xml_attribute attribute = node.attribute(valueAttribute.c_str())) {
+            const std::string value = take(parameter, attribute, texts);
+            logValue(name, value);
+            if (isLfolder(name) && value.empty()) {
+                parameters.remove_child(node);
+                log(fmt::format("Parameter {} removed", name));
+                changed = true;
+            }
+            continue;
+        }
+        const std::string value = takeMissing(parameter, texts);
+        logValue(name, value);
+        // An element without a value says as little as none at all.
+        parameters.remove_child(node);
+        // An empty lfolder would only be removed again.
+        if (isLfolder(name) && value.empty()) {
+            changed = changed || node;
+            continue;
+        }
+        if (!appendParameter(parameters, name, value))
+            logWarning(fmt::format("{}adding init xml parameter {} with {} failed!", "", name, value));
+        changed = true;
+    }
+    return changed;
+}
+
+void readParameters() {
+    TakenTexts texts;
+    FileState state = FileState::good;
+    {
+        const std::lock_guard lock(fileMutex);
+        const fs::path path = parametersFile();
+        pugi::xml_document document;
+        std::string reason;
+        state = loadFile(path, document, reason);
+        if (state == FileState::good) {
+            log(fmt::format("from \"{}\"", platform::pathText(path)));
+            bool changed = takeParameters(document, texts);
+            if (!metaIsGood(document)) {
+                log("meta data incorrect?");
+                rewriteMeta(document);
+                changed = true;
+            }
+            if (changed)
+                saveXml(document, path);
+        } else {
+            bool mayWrite = true;
+            if (state == FileState::damaged)
+                mayWrite = keepAside(path, reason);
+            if (state == FileState::unreadable) {
+                mayWrite = false;
+                log(fmt::format("! {} cannot be read ({}), it is left as it is and no change will be saved",
+                                platform::pathText(path), reason));
+            }
+            startFromDefaults(path, mayWrite);
+        }
+    }
+    if (state == FileState::good) {
+        for (const auto& [parameter, text] : texts)
+            parameter->set(text);
+    } else {
+        for (const StoredParameter& parameter : table())
+            takeDefault(parameter);
+        par::PROGRAM_VERSION.set(toText(runningVersion()));
+        for (const StoredParameter& parameter : table())
+            logValue(parameter.name(), parameter.valueText());
+    }
+    deriveValues();
+    for (const StoredParameter& parameter : table())
+        updateBox(parameter);
+    setText(par::parking_percentage, std::to_string(par::parking_percentage));
+    setText(par::MAX_FIT_FL, fmt::format("{:.1F}", par::MAX_FIT_FL.value.load()));
+}
+
+void save(const BoolParameter& parameter) {
+    saveValue(parameter.name, boolText(parameter));
+}
+void save(const IntParameter& parameter) {
+    saveValue(parameter.name, std::to_string(parameter));
+}
+void save(const TextParameter& parameter) {
+    saveValue(parameter.name, parameter.get());
+}
+
+} // namespace kes

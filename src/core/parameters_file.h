@@ -1,0 +1,40 @@
+// How the parameters stand in their file. For the parameter code itself, its tests and its fuzz target.
+#pragma once
+
+#include "core/parameters.h"
+
+#include <pugixml.hpp>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace kes {
+
+/// One parameter that has a place in the file, and its box when it has one.
+struct StoredParameter {
+    std::variant<BoolParameter*, IntParameter*, TextParameter*> value;
+    const Control* control = nullptr;
+
+    std::string_view name() const;
+    std::string defaultText() const;
+    std::string valueText() const;
+};
+
+/// All stored parameters in the order of the file.
+std::span<const StoredParameter> storedParameters();
+/// The default value, in memory only.
+void takeDefault(const StoredParameter& parameter);
+
+/// Builds the tree from the content of a parameter file. False, with the reason, when it is no such file.
+bool parseParameters(std::string_view content, pugi::xml_document& document, std::string& reason);
+
+/// Texts that were read but not yet set: their locks must not be taken while the file is held.
+using TakenTexts = std::vector<std::pair<TextParameter*, std::string>>;
+/// Takes the values from a parsed file and logs them; adds to the tree what is missing, removes empty lfolders.
+/// True when the tree was changed and has to be saved.
+bool takeParameters(pugi::xml_document& document, TakenTexts& texts);
+
+} // namespace kes

@@ -1,0 +1,103 @@
+#include "core/window.h"
+
+#include "core/log.h"
+
+#include <array>
+
+namespace kes {
+
+Readouts readouts;
+WindowRequests windowRequests;
+
+namespace {
+
+WindowBackend backend;
+
+std::mutex readoutMutex;
+std::array<std::string, static_cast<std::size_t>(Readout::foundObject) + 1> readoutTexts;
+
+} // namespace
+
+void setWindowBackend(const WindowBackend& wanted) {
+    backend = wanted;
+}
+
+void repaint() {
+    if (backend.repaint != nullptr)
+        backend.repaint();
+}
+
+void drawMessageLine(std::string_view text, bool isError) {
+    if (backend.drawMessageLine != nullptr)
+        backend.drawMessageLine(text, isError);
+}
+
+void enableControl(const Control& control, bool on) {
+    if (backend.enableControl != nullptr && control.controlId != 0)
+        backend.enableControl(control.controlId, on);
+}
+
+void enableControls(bool on) {
+    if (backend.enableAll != nullptr)
+        backend.enableAll(on);
+}
+
+void setCheck(const Control& control, bool on) {
+    if (backend.setCheck != nullptr && control.controlId != 0)
+        backend.setCheck(control.controlId, on);
+}
+
+void setText(const Control& control, std::string_view text) {
+    if (backend.setText != nullptr && control.controlId != 0)
+        backend.setText(control.controlId, text);
+}
+
+void setTopmost(bool on) {
+    if (backend.setTopmost != nullptr)
+        backend.setTopmost(on);
+}
+
+bool windowRectangle(std::int32_t& left, std::int32_t& top) {
+    return backend.rectangle != nullptr && backend.rectangle(left, top);
+}
+
+void setReadout(Readout which, std::string_view text) {
+    const std::lock_guard lock(readoutMutex);
+    readoutTexts[static_cast<std::size_t>(which)] = text;
+}
+
+std::string readoutText(Readout which) {
+    const std::lock_guard lock(readoutMutex);
+    return readoutTexts[static_cast<std::size_t>(which)];
+}
+
+void resetWindow() {
+    resetStatus();
+    {
+        const std::lock_guard lock(readoutMutex);
+        for (std::string& text : readoutTexts)
+            text.clear();
+    }
+    readouts.simLight = false;
+    readouts.rtLight = false;
+    readouts.waiting = true;
+    readouts.spanMark = false;
+    readouts.simTimeMark = false;
+    readouts.weatherLamp = Lamp::stopped;
+    readouts.trafficLamp = Lamp::stopped;
+    for (std::atomic<std::int32_t>* unknown :
+         {&readouts.liveries, &readouts.simaddonFiles, &readouts.thirdpartyFiles, &readouts.minutesToRenewal})
+        *unknown = -1;
+    for (std::atomic<std::int32_t>* counter : {&readouts.live, &readouts.parkedLive, &readouts.parkedStatic,
+                                               &readouts.stands, &readouts.updates, &readouts.qnh})
+        *counter = 0;
+    readouts.simFrameRate = 0.0F;
+    readouts.selectedObject = 0;
+
+    for (std::atomic<bool>* request :
+         {&windowRequests.reRead, &windowRequests.flushStatic, &windowRequests.findCallsign, &windowRequests.blockNow,
+          &windowRequests.parkAdjust, &windowRequests.clearNoMatch})
+        *request = false;
+}
+
+} // namespace kes

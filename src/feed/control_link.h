@@ -1,0 +1,43 @@
+// TCP server for RealTraffic as a client: it reads the user's position from one line per second.
+// All operations run on the worker.
+#pragma once
+
+#include "core/user_aircraft.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace kes {
+
+/// What the link asks of higher floors. Null = nothing. Called on the worker.
+struct ControlLinkHooks {
+    void (*clientGone)() = nullptr;   ///< a client has gone and the user has not closed: its traffic leaves
+    void (*whileWaiting)() = nullptr; ///< about every 100 ms while the worker stands in the wait for a client
+};
+extern ControlLinkHooks controlLinkHooks;
+
+/// Listens on a port. Throws runtime_error with the failing call and reason after closing what is open.
+void startServer(const std::string& port);
+/// Port in use, 0 while not listening.
+std::uint16_t controlLinkPort();
+/// Shows the waiting text, waits for a client, asks its version. Does nothing unless RealTraffic is on this PC.
+/// Ends within 200 ms of `exitRequested` or `userClosed`.
+void waitForRealTraffic();
+/// Waits for a client; true when one was accepted. False at once while one is connected, or when the run is to end.
+bool waitForClient();
+bool sendDataPacket(std::string_view text);
+/// One read of what the client sent; empty on error or end.
+std::string receive();
+/// The user's state, once per second; notices a client that has gone and waits for its return.
+void sendQs121(const UserAircraft& user);
+/// The line that sendQs121 sends, with its CR LF.
+std::string formatQs121(const UserAircraft& user);
+/// The simulator's time in seconds since 1970; nothing unless connected and at least 1.
+void sendQs123(std::int64_t simEpochSeconds);
+/// Evaluates the reply to "Qs999=version": sets rtProfEdition and the edition read-out.
+void evaluateVersionReply(const std::string& reply);
+/// "exit", then closes both sockets and ends the socket library.
+void closeControlLink();
+
+} // namespace kes

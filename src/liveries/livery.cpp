@@ -1,0 +1,72 @@
+#include "liveries/livery.h"
+
+#include "core/errors.h"
+#include "core/folders.h"
+#include "core/log.h"
+#include "core/xml_file.h"
+#include "platform/system.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <tuple>
+
+namespace kes {
+
+void sortLiveries(std::vector<Livery>& liveries) {
+    std::stable_sort(liveries.begin(), liveries.end(), [](const Livery& a, const Livery& b) {
+        return std::tie(a.airline, a.model, a.title) < std::tie(b.airline, b.model, b.title);
+    });
+}
+
+bool writeLiveriesScanned(const std::vector<Livery>& liveries) {
+    pugi::xml_document document;
+    pugi::xml_node top = document.append_child("liveries");
+    appendMeta(top);
+    for (const Livery& livery : liveries) {
+        pugi::xml_node node = top.append_child("liv");
+        node.append_attribute("airl") = livery.airline.c_str();
+        node.append_attribute("type") = livery.model.c_str();
+        if (livery.cargo) {
+            node.append_attribute("cargo") = "true";
+        }
+        node.append_attribute("title") = livery.title.c_str();
+        if (!livery.regcode.empty()) {
+            node.append_attribute("atcid") = livery.regcode.c_str();
+        }
+    }
+    const bool saved = saveXml(document, path::liveriesScanned);
+    if (saved) {
+        log(fmt::format("{} liveries in {}", liveries.size(), platform::pathText(path::liveriesScanned)));
+    }
+    return saved;
+}
+
+std::vector<Livery> readLiveriesScanned() {
+    const std::string pathText = platform::pathText(path::liveriesScanned);
+    pugi::xml_document document;
+    if (!document.load_file(path::liveriesScanned.c_str())) {
+        throw nwk::UserErrorException(51, fmt::format("File {} not found", pathText));
+    }
+    const pugi::xml_node top = document.child("liveries");
+    if (!top) {
+        throw nwk::UserErrorException(52, fmt::format("{} does not contain a <liveries> section", pathText));
+    }
+    if (!metaIsGood(top)) {
+        throw nwk::UserErrorException(99, "meta data incorrect?");
+    }
+    std::vector<Livery> liveries;
+    for (const pugi::xml_node node : top.children("liv")) {
+        Livery livery;
+        livery.airline = node.attribute("airl").as_string();
+        livery.model = node.attribute("type").as_string();
+        livery.cargo = node.attribute("cargo").as_bool();
+        livery.title = node.attribute("title").as_string();
+        livery.regcode = node.attribute("atcid").as_string();
+        liveries.push_back(std::move(livery));
+    }
+    sortLiveries(liveries);
+    log(fmt::format("{} liveries read from {}", liveries.size(), pathText));
+    return liveries;
+}
+
+} // namespace kes

@@ -1,0 +1,56 @@
+// What the program needs from the operating system besides sockets. Every #ifdef of the project lives in this folder.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace win32 {
+
+/// A failed conversion between UTF-8 and UTF-16, with the system's error code.
+class Utf8ConversionException : public std::runtime_error {
+public:
+    Utf8ConversionException(const std::string& text, std::uint32_t code) : std::runtime_error(text), errorCode(code) {}
+    const std::uint32_t errorCode;
+};
+
+} // namespace win32
+
+namespace kes::platform {
+
+/// Takes the one instance lock of this user's desktop ("Local\\$Kestrelune$" on Windows, a locked file in the runtime
+/// folder elsewhere). True for the first caller on the machine; the lock is held until the process ends.
+bool takeInstanceLock(std::string_view name);
+
+/// The roaming application data folder: APPDATA on Windows, XDG_CONFIG_HOME or ~/.config elsewhere. Empty = unknown.
+std::filesystem::path roamingFolder();
+/// The local application data folder: LOCALAPPDATA, or XDG_DATA_HOME or ~/.local/share. Empty = unknown.
+std::filesystem::path localFolder();
+
+/// Writes `content` to a temporary beside `target`, flushes it to the disk and moves it over the target in one step.
+/// False on failure, with the reason in `error`; the old file is then untouched and no temporary stays.
+bool replaceFile(const std::filesystem::path& target, std::string_view content, std::string& error);
+
+/// Asks for a 1 ms timer and gives it back; calls nest.
+void beginFineTimer();
+void endFineTimer();
+
+std::u16string toUtf16(std::string_view utf8); ///< throws win32::Utf8ConversionException
+std::string toUtf8(std::u16string_view utf16); ///< throws win32::Utf8ConversionException
+/// A path as UTF-8 text and back.
+std::string pathText(const std::filesystem::path& path);
+std::filesystem::path pathFrom(std::string_view utf8);
+
+/// Calls `onClose` on a thread of its own whenever the user asks the process to end (Ctrl-C, SIGTERM, console close).
+void watchCloseSignals(void (*onClose)());
+
+/// Names the calling thread for debuggers.
+void nameThread(const char* name);
+
+/// Resident memory of this process in kilobytes and its number of threads; 0 = unknown.
+std::size_t residentKb();
+std::size_t threadCount();
+
+} // namespace kes::platform

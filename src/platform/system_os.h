@@ -1,0 +1,15 @@
+// The two halves of replacing a file. Only for the files of this folder.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace kes::platform::os {
+
+/// Writes a new file, or over an old one, and has it on the disk before it returns. False with a reason on failure.
+bool writeThrough(const std::filesystem::path& file, std::string_view content, std::string& error);
+/// Moves a file over another in one step. False with a reason on failure; both are then as before.
+bool moveOver(const std::filesystem::path& from, const std::filesystem::path& to, std::string& error);
+
+} // namespace kes::platform::os

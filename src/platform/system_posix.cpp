@@ -1,0 +1,203 @@
+#ifndef _WIN32
+
+#include "platform/system.h"
+#include "platform/system_os.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <pthread.h>
+#include <pwd.h>
+#include <sys/file.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+
+namespace kes::platform {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Closes on every way out; a close that tells of a late write error is asked for by `closeNow`.
+class File {
+public:
+    explicit File(int handle) : handle_(handle) {}
+    ~File() { closeNow(); }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+
+    int get() const { return handle_; }
+    int release() { return std::exchange(handle_, -1); }
+    bool closeNow() { return handle_ < 0 || ::close(std::exchange(handle_, -1)) == 0; }
+
+private:
+    int handle_;
+};
+
+std::string reason(const char* step) {
+    return std::string(step) + ": " + std::system_category().message(errno);
+}
+
+/// The value of a variable that must name an absolute path; relative ones are to be ignored by the desktop's rules.
+fs::path absoluteFrom(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value != nullptr && value[0] == '/' ? fs::path(value) : fs::path();
+}
+
+fs::path homeFolder() {
+    if (fs::path home = absoluteFrom("HOME"); !home.empty())
+        return home;
+    // Services and some launchers start without HOME; the account still tells.
+    std::array<char, 4096> buffer{};
+    passwd account{};
+    passwd* found = nullptr;
+    if (::getpwuid_r(::getuid(), &account, buffer.data(), buffer.size(), &found) == 0 && found != nullptr &&
+        found->pw_dir != nullptr && found->pw_dir[0] == '/')
+        return found->pw_dir;
+    return {};
+}
+
+fs::path homeBelow(const char* variable, const char* below) {
+    if (fs::path folder = absoluteFrom(variable); !folder.empty())
+        return folder;
+    const fs::path home = homeFolder();
+    return home.empty() ? fs::path() : home / below;
+}
+
+fs::path lockFolder() {
+    std::error_code error;
+    if (fs::path folder = absoluteFrom("XDG_RUNTIME_DIR"); !folder.empty() && fs::is_directory(folder, error))
+        return folder;
+    fs::path folder = fs::temp_directory_path(error);
+    return error ? fs::path("/tmp") : folder;
+}
+
+} // namespace
+
+bool takeInstanceLock(std::string_view name) {
+    std::string fileName;
+    for (const char c : name) {
+        const bool safe = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+        fileName += safe ? c : '_';
+    }
+    fileName += "." + std::to_string(::getuid()) + ".lock";
+    const fs::path path = lockFolder() / fileName;
+    File file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    // A lock that cannot be asked for must not keep the only instance from starting.
+    if (file.get() < 0)
+        return true;
+    while (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno == EWOULDBLOCK)
+            return false;
+        if (errno != EINTR)
+            return true;
+    }
+    file.release(); // held until the process ends
+    return true;
+}
+
+fs::path roamingFolder() {
+    return homeBelow("XDG_CONFIG_HOME", ".config");
+}
+fs::path localFolder() {
+    return homeBelow("XDG_DATA_HOME", ".local/share");
+}
+
+namespace os {
+
+bool writeThrough(const fs::path& path, std::string_view content, std::string& error) {
+    File file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0666));
+    if (file.get() < 0) {
+        error = reason("open");
+        return false;
+    }
+    while (!content.empty()) {
+        const ssize_t written = ::write(file.get(), content.data(), content.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0) {
+            error = reason("write");
+            return false;
+        }
+        content.remove_prefix(static_cast<std::size_t>(written));
+    }
+    // Without this a power cut may leave the new name with no content behind it.
+    if (::fsync(file.get()) != 0) {
+        error = reason("fsync");
+        return false;
+    }
+    if (!file.closeNow()) {
+        error = reason("close");
+        return false;
+    }
+    return true;
+}
+
+bool moveOver(const fs::path& from, const fs::path& to, std::string& error) {
+    if (::rename(from.c_str(), to.c_str()) != 0) {
+        error = reason("rename");
+        return false;
+    }
+    // The new name is in place; whether it outlives a power cut at once is for the folder to say, and no failure.
+    const fs::path folder = to.has_parent_path() ? to.parent_path() : fs::path(".");
+    const File handle(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (handle.get() >= 0)
+        ::fsync(handle.get());
+    return true;
+}
+
+} // namespace os
+
+// The kernel wakes sleepers on this system within a fraction of a millisecond as it is.
+void beginFineTimer() {}
+void endFineTimer() {}
+
+void watchCloseSignals(void (*onClose)()) {
+    sigset_t closing;
+    sigemptyset(&closing);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+        sigaddset(&closing, number);
+    // Blocked here and in every thread that is started later, the signals wait for the one thread that asks for them.
+    ::pthread_sigmask(SIG_BLOCK, &closing, nullptr);
+    std::thread([closing, onClose] {
+        nameThread("Close signals");
+        for (;;) {
+            int number = 0;
+            if (::sigwait(&closing, &number) == 0)
+                onClose();
+        }
+    }).detach();
+}
+
+void nameThread(const char* name) {
+    // The system takes 15 characters and refuses longer names as a whole.
+    std::array<char, 16> cut{};
+    std::strncpy(cut.data(), name, cut.size() - 1);
+    ::pthread_setname_np(::pthread_self(), cut.data());
+}
+
+std::size_t residentKb() {
+    std::size_t size = 0;
+    std::size_t resident = 0;
+    std::ifstream file("/proc/self/statm");
+    if (!(file >> size >> resident))
+        return 0;
+    return resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE)) / 1024;
+}
+
+std::size_t threadCount() {
+    std::error_code error;
+    const fs::directory_iterator threads("/proc/self/task", error);
+    return error ? 0 : static_cast<std::size_t>(std::distance(begin(threads), fs::directory_iterator()));
+}
+
+} // namespace kes::platform
+
+#endif

@@ -1,0 +1,91 @@
+// The queues between the worker, which decides what AI aircraft do, and the SimClient thread, which talks to the
+// simulator. The worker fills them under `simMutex`; each frame empties all of them in one fixed order.
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kes {
+
+/// Guards every SimConnect request and all queues below but the write buffer. The SimClient thread only tries it.
+extern std::mutex simMutex;
+/// Guards the list of SimReply records.
+extern std::mutex simEventMutex;
+
+/// One aircraft's pose for the simulator, in the order of data definition 402.
+struct AiPositionRecord {
+    double lat = 0, lon = 0;                 ///< degrees
+    double pitch = 0, bank = 0, heading = 0; ///< radians
+    double alt = 0;                          ///< feet
+    double vs = 0;                           ///< feet per second
+    double tas = 0;                          ///< knots
+    std::uint32_t objectid = 0;
+};
+
+/// Numbers of the client events.
+namespace event {
+inline constexpr std::uint32_t beaconLights = 206, navLights = 207, taxiLights = 208, strobes = 209, landingLights = 210,
+                               cabinLights = 211, logoLights = 212, allLightsToggle = 213, freezeLatLon = 214,
+                               freezeAltitude = 215, freezeAttitude = 216, flaps = 217, spoilers = 218, gear = 219,
+                               engineStart = 220, engineShutdown = 221, throttle = 222;
+}
+
+struct AiEvent {
+    std::uint32_t objectid = 0, eventId = 0, value = 0;
+};
+
+struct CreateRequest {
+    double lat = 0, lon = 0, alt = 0;        ///< degrees, feet
+    double pitch = 0, bank = 0, heading = 0; ///< degrees
+    std::uint32_t onGround = 0, airspeed = 0;
+    std::string tailNumber;                  ///< the aircraft's callsign
+    std::string_view title;                  ///< owned by the livery store
+    std::uint32_t hexid = 0;
+};
+
+enum class ReplyKind : std::uint32_t { created = 0, createdStatic = 1, removed = 2, ground = 3, staticData = 4, createFailed = 6 };
+
+struct SimReply {
+    std::uint32_t objectid = 0;
+    std::uint32_t hexid = 0; ///< kind ground: the on-ground value
+    std::uint32_t reserved = 0;
+    ReplyKind kind = ReplyKind::created;
+    double a = 0, b = 0; ///< created: -, feet above ground; ground: ground altitude, feet above ground; static: cg, pitch
+};
+
+// Worker only.
+void queuePosition(const AiPositionRecord& record); ///< no lock
+/// Hands this tick's positions over. With the lock busy and at most 50 frames per second they are dropped.
+void publishPositions();
+void clearPositionBuffers(); ///< both halves, under `simMutex`
+
+// Any thread; each takes `simMutex` for the append.
+void queueEvent(std::uint32_t objectid, std::uint32_t eventId, std::uint32_t value);
+void setNavLights(std::uint32_t objectid, bool on);
+void setCabinLights(std::uint32_t objectid, bool on);
+void queueCreate(const CreateRequest& request);
+void queueRemove(std::uint32_t objectid);
+
+/// Hands all waiting replies to `apply`, holding `simEventMutex` meanwhile. Worker.
+void drainSimReplies(void (*apply)(const SimReply&));
+void addSimReply(const SimReply& reply); ///< SimClient thread; tests
+
+// Direct calls, each under `simMutex`. False after a failure; what follows a failure is told at each.
+bool requestStaticData(std::uint32_t objectid); ///< logs "SimConnect request StaticCG fails" and ends the run for a restart
+bool requestRange();                            ///< all aircraft within rangeMetres; logs and ends the run likewise
+bool sendAllLightsToggle(std::uint32_t objectid); ///< now; logs "SimConnect gf_allLightsToggle fails"
+/// Spoilers and both throttles of an object in percent. False after a failure.
+bool setControlData(std::uint32_t objectid, double spoilers, double throttle1, double throttle2);
+
+/// Reserves the queues for a run and clears `simRequestFailed`.
+void prepareSimQueues();
+/// Empties everything for a new run.
+void resetSimQueues();
+
+// SimClient thread.
+void flushCommands();
+
+} // namespace kes

@@ -1,0 +1,417 @@
+#include "sim/sim_client.h"
+
+#include <cctype>
+#include <chrono>
+#include <cstring>
+#include <fmt/format.h>
+#include <thread>
+
+#include "core/log.h"
+#include "core/parameters.h"
+#include "core/run_state.h"
+#include "core/version.h"
+#include "core/window.h"
+#include "platform/system.h"
+#include "sim/sim_internal.h"
+
+namespace kes {
+
+using namespace simconnect;
+
+SimHooks simHooks;
+std::atomic<HANDLE> simHandle{nullptr};
+std::atomic<std::uint32_t> userObjectId{2};
+
+namespace {
+
+constexpr double teleportNm = 10.0;
+constexpr int newFlightDelay = 45;
+constexpr int requestErrorDelay = 9;
+constexpr int framesPerRateSample = 30;
+
+std::jthread simClientThread;
+
+// The block of the last position reply. A lock of its own, never held with another, so that no copy is half old.
+std::mutex userBlockMutex;
+UserAircraft userBlock;
+
+// SimClient thread only.
+int frameCount = 0;
+std::string lastStandName;
+
+void learnUserStandHook() {
+    if (simHooks.learnUserStand != nullptr)
+        simHooks.learnUserStand();
+}
+
+void simGone() {
+    log(fmt::format("{} Flight Simulator no longer connected, {} will stop ...", timeStamp(), programName));
+    requestExit(ExitReason::simWasClosed, 0);
+}
+
+/// Sleeps in short pieces; false when the thread is to end.
+bool sleepUnlessStopped(const std::stop_token& stop, int ms) {
+    for (; ms > 0 && !stop.stop_requested() && !stopWanted(); ms -= 50)
+        std::this_thread::sleep_for(std::chrono::milliseconds(std::min(ms, 50)));
+    return !stop.stop_requested() && !stopWanted();
+}
+
+void closeConnection() {
+    HANDLE handle = nullptr;
+    {
+        // Other threads send under simMutex only, so after this none of them holds the handle any more.
+        const std::lock_guard lock(simMutex);
+        handle = simHandle.exchange(nullptr);
+    }
+    if (handle != nullptr)
+        log(failed(SimConnect_Close(handle)) ? "Closing SimConnect failed?!" : "SimConnect closed ok");
+}
+
+/// Dispatches until the thread is to stop or the connection has ended; the latter is true.
+bool dispatchUntilEnd(const std::stop_token& stop) {
+    platform::beginFineTimer();
+    struct GiveBack {
+        ~GiveBack() { platform::endFineTimer(); }
+    } giveBack;
+    while (!stop.stop_requested()) {
+        if (failed(SimConnect_CallDispatch(simHandle, dispatch, nullptr)))
+            return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return false;
+}
+
+void connectAndDispatch(const std::stop_token& stop) {
+    bool firstPass = true;
+    bool connectedBefore = false;
+    while (!stopWanted() && !stop.stop_requested()) {
+        if (firstPass) {
+            showStatus(fmt::format("Waiting for MSFS 20{} ...", par::MSFS_2020 ? "20" : "24"), true);
+            repaint();
+            firstPass = false;
+        }
+        HANDLE handle = nullptr;
+        if (failed(SimConnect_Open(&handle, std::string(programName).c_str()))) {
+            sleepUnlessStopped(stop, 1000);
+            continue;
+        }
+        if (connectedBefore) {
+            // The simulator is a new one: nothing that this run knows of its objects holds any more.
+            SimConnect_Close(handle);
+            logUnlessClosing(fmt::format("{} Flight Simulator is back", timeStamp()));
+            requestExit(ExitReason::simConnectError, requestErrorDelay);
+            return;
+        }
+        simHandle = handle;
+        if (!defineAll(handle))
+            logWarning("SimConnect definitions fail");
+        if (!dispatchUntilEnd(stop))
+            return;
+        // The stream has ended. Requests fail from here on, so the main tick has to stand still until a simulator is back.
+        simRunning = false;
+        readouts.simLight = false;
+        connectedBefore = true;
+        logUnlessClosing(fmt::format("{} SimConnect connection has ended", timeStamp()));
+        showStatus(fmt::format("Waiting for MSFS 20{} ...", par::MSFS_2020 ? "20" : "24"), true);
+        repaint();
+        closeConnection();
+    }
+}
+
+void onOpen(const RecvOpen& open) {
+    std::string name;
+    for (char c : std::string_view(open.szApplicationName, strnlen(open.szApplicationName, sizeof open.szApplicationName))) {
+        if (std::isalnum(static_cast<unsigned char>(c)) != 0 || std::isspace(static_cast<unsigned char>(c)) != 0)
+            name.push_back(c);
+    }
+    if (name.empty()) {
+        log("! Simulator name empty?");
+        return;
+    }
+    const bool is2020 = name == "KittyHawk";
+    const bool is2024 = name == "SunRise";
+    if (!is2020 && !is2024)
+        throw nwk::UserErrorException(77, fmt::format("\"{}\" not being MSFS 2020 or MSFS 2024 connects ... ? ", name));
+    if (is2020 != par::MSFS_2020.value)
+        throw nwk::UserErrorException(
+            71, fmt::format("MSFS 20{} is running ..., switch Sim or toggle the Install path checkbox of {}",
+                            is2020 ? "20" : "24", programName));
+    const std::string display =
+        is2024 ? "MSFS 2024"
+               : fmt::format("MSFS 2020 ({}.{}.{}.{})", open.dwApplicationVersionMajor, open.dwApplicationVersionMinor,
+                             open.dwApplicationBuildMajor, open.dwApplicationBuildMinor);
+    log(fmt::format("{} connected", display));
+    setReadout(Readout::simName, display);
+    readouts.simLight = true;
+    clearStatus();
+    repaint();
+}
+
+void onEvent(const RecvEvent& e) {
+    if (e.uEventID == 201) {
+        simRunning = e.dwData == 1;
+        repaint();
+    } else if (e.uEventID == 205) {
+        log("Simconnect: flight loaded event");
+        learnUserStandHook();
+        requestExit(ExitReason::newFlight, newFlightDelay);
+    }
+}
+
+void onFileName() {
+    log("SimConnect: New file event");
+    learnUserStandHook();
+    requestExit(ExitReason::newFlight, newFlightDelay);
+}
+
+void onAddRemove(const RecvEventObjectAddRemove& e) {
+    if (e.eObjType != static_cast<DWORD>(SimObjectType::aircraft))
+        return;
+    if (e.uEventID == 202)
+        noteObjectAdded(e.dwData);
+    else if (e.uEventID == 203)
+        noteObjectRemoved(e.dwData);
+}
+
+void onFrame(const RecvEventFrame& frame) {
+    flushCommands();
+    if (++frameCount >= framesPerRateSample) {
+        frameCount = 0;
+        readouts.simFrameRate = frame.fFrameRate;
+    }
+}
+
+/// Seconds since 1970 of a Gregorian year, its day (from 1) and the second of that day.
+std::int64_t epochOf(std::int64_t year, std::int64_t dayOfYear, std::int64_t secondOfDay) {
+    const std::int64_t y = year - 1;
+    const std::int64_t daysTo1970 = 719162; // days from 1 January of year 1
+    const std::int64_t days = y * 365 + y / 4 - y / 100 + y / 400 - daysTo1970 + dayOfYear - 1;
+    return days * 86400 + secondOfDay;
+}
+
+void showStandAt(const UserAircraft& user) {
+    std::string name;
+    if (simHooks.standNameAt != nullptr)
+        name = simHooks.standNameAt(user.lat, user.lon);
+    if (name == lastStandName)
+        return;
+    lastStandName = name;
+    setReadout(Readout::userStand, name);
+    repaint();
+}
+
+void onUserPosition(const RecvSimObjectData& message) {
+    UserAircraft now;
+    if (dataSizeOf(message) < sizeof now)
+        return;
+    std::memcpy(static_cast<void*>(&now), dataOf(message), sizeof now);
+    if (now.alt < 0)
+        now.alt = 0;
+    UserAircraft last;
+    {
+        const std::lock_guard lock(userBlockMutex);
+        last = userBlock;
+    }
+    if (last.known() && distanceNm(last.position(), now.position()) > teleportNm) {
+        log("Teleport");
+        requestExit(ExitReason::newFlight, newFlightDelay);
+    }
+    {
+        const std::lock_guard lock(userBlockMutex);
+        userBlock = now;
+    }
+    showStandAt(now);
+    if (rtProfEdition)
+        simEpoch = epochOf(now.zuluYear, now.zuluDay, now.zuluTime);
+    userObjectId = message.dwObjectID;
+}
+
+bool userPositionKnown() {
+    const std::lock_guard lock(userBlockMutex);
+    return userBlock.known();
+}
+
+void onObjectData(const RecvSimObjectData& message) {
+    switch (message.dwRequestID) {
+    case req::staticData:
+        onStaticData(message);
+        break;
+    case req::title:
+        onUserTitle(textOf(message, 0, dataSizeOf(message)));
+        break;
+    case req::model:
+        onUserModel(textOf(message, 0, 32));
+        break;
+    case req::onGround: {
+        std::int64_t onGround = 0;
+        if (dataSizeOf(message) >= sizeof onGround && userPositionKnown()) {
+            std::memcpy(&onGround, dataOf(message), sizeof onGround);
+            userOnGround = onGround != 0;
+            firstReplySeen = true;
+        }
+        secondDue = true;
+        break;
+    }
+    case req::userPosition:
+        onUserPosition(message);
+        break;
+    default:
+        break;
+    }
+}
+
+void onException(const RecvException& e) {
+    switch (e.dwException) {
+    case 3:
+        if (userPositionKnown() && !stopWanted())
+            logWarning("SIMCONNECT_EXCEPTION_UNRECOGNIZED_ID");
+        break;
+    case 5:
+        throw nwk::UserErrorException(95, fmt::format("Simconnect Version Mismatch, dwindex: {} ", e.dwIndex));
+    case 11:
+        showStatus("SimConnect: too many objects (max 1000)", false);
+        break;
+    case 19:
+        log("SIMCON EXCEP 19");
+        break;
+    case 22:
+        noteCreateRefused(e.dwSendID);
+        break;
+    case 23:
+        logWarning("Simconnect exception: load flight plan failed");
+        break;
+    case 24:
+        log("SIMCON EXCEP 24");
+        break;
+    default:
+        logWarning(fmt::format("SIMCON EXCEP {}", e.dwException));
+    }
+}
+
+} // namespace
+
+void dispatch(const Recv* message, DWORD, void*) {
+    switch (static_cast<RecvId>(message->dwID)) {
+    case RecvId::exception:
+        onException(*static_cast<const RecvException*>(message));
+        break;
+    case RecvId::open:
+        onOpen(*static_cast<const RecvOpen*>(message));
+        break;
+    case RecvId::quit:
+        simRunning = false;
+        break;
+    case RecvId::event:
+        onEvent(*static_cast<const RecvEvent*>(message));
+        break;
+    case RecvId::eventObjectAddRemove:
+        onAddRemove(*static_cast<const RecvEventObjectAddRemove*>(message));
+        break;
+    case RecvId::eventFilename:
+        onFileName();
+        break;
+    case RecvId::eventFrame:
+        onFrame(*static_cast<const RecvEventFrame*>(message));
+        break;
+    case RecvId::simObjectData:
+        onObjectData(*static_cast<const RecvSimObjectData*>(message));
+        break;
+    case RecvId::simObjectDataByType:
+        onObjectDataByType(*static_cast<const RecvSimObjectData*>(message));
+        break;
+    case RecvId::assignedObjectId:
+    case RecvId::clientData:
+    case RecvId::eventEx1:
+        break;
+    default:
+        log(fmt::format("! Unknown Dispatch dwID {}", message->dwID));
+    }
+}
+
+void simThread(std::stop_token stop) {
+    platform::nameThread("SimClient");
+    try {
+        connectAndDispatch(stop);
+    } catch (const nwk::UserErrorException& e) {
+        showError(e.what());
+    } catch (const std::exception& e) {
+        showError(e.what());
+        simRunning = false;
+        simGone();
+    } catch (...) {
+        showError(fmt::format("Exception in {}", "SimClient"));
+        simRunning = false;
+        simGone();
+    }
+    learnUserStandHook();
+    readouts.simLight = false;
+    repaint();
+    closeConnection();
+}
+
+void startSimClient() {
+    requestSimClientStop();
+    joinSimClient();
+    simClientThread = std::jthread(simThread);
+}
+
+void requestSimClientStop() { simClientThread.request_stop(); }
+
+void joinSimClient() {
+    if (simClientThread.joinable())
+        simClientThread.join();
+}
+
+UserAircraft readUserPosition() {
+    bool requestFailed = false;
+    if (!simRequestFailed) {
+        const std::lock_guard lock(simMutex);
+        requestFailed =
+            failed(SimConnect_RequestDataOnSimObject(simHandle, req::userPosition, def::user, objectIdUser, Period::once));
+    }
+    if (requestFailed)
+        requestError();
+    const std::lock_guard lock(userBlockMutex);
+    return userBlock;
+}
+
+bool requestOnGroundBeat() {
+    {
+        const std::lock_guard lock(simMutex);
+        if (!failed(SimConnect_RequestDataOnSimObject(simHandle, req::onGround, def::onGround, objectIdUser,
+                                                      Period::second)))
+            return true;
+    }
+    log("SimConnect request ac gnd/air fails");
+    requestError();
+    return false;
+}
+
+void requestUserRecognition() {
+    bool ok = true;
+    {
+        const std::lock_guard lock(simMutex);
+        ok &= !failed(SimConnect_RequestDataOnSimObject(simHandle, req::title, def::title, objectIdUser, Period::once));
+        ok &= !failed(SimConnect_RequestDataOnSimObject(simHandle, req::model, def::model, objectIdUser, Period::once));
+    }
+    if (!ok)
+        requestError();
+}
+
+void requestError() {
+    showStatus("SimConnect request error", true);
+    simRequestFailed = true;
+    requestExit(ExitReason::simConnectError, requestErrorDelay);
+}
+
+void resetSimClient() {
+    simHandle = nullptr;
+    userObjectId = 2;
+    frameCount = 0;
+    lastStandName.clear();
+    resetUserRecognition();
+    const std::lock_guard lock(userBlockMutex);
+    userBlock = {};
+}
+
+} // namespace kes

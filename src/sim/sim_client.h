@@ -1,0 +1,59 @@
+// The connection to the simulator: one thread opens it, declares what the program asks for and dispatches what arrives.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <stop_token>
+#include <string>
+
+#include "core/user_aircraft.h"
+#include "simconnect/simconnect.h"
+
+namespace kes {
+
+/// Numbers of data definitions, requests and events between this program and the simulator.
+namespace def {
+inline constexpr std::uint32_t control = 401, position = 402, user = 403, range = 404, staticData = 405, lights = 406,
+                               title = 407, model = 408, onGround = 409;
+}
+namespace req {
+inline constexpr std::uint32_t range = 101, staticData = 102, release = 103, create = 104, remove = 105, title = 106,
+                               model = 107, onGround = 108, userPosition = 109;
+}
+inline constexpr std::uint32_t notificationGroup = 301;
+
+/// What this floor asks of higher ones; called on the SimClient thread. Null = nothing.
+struct SimHooks {
+    void (*learnUserStand)() = nullptr;
+    std::string (*standNameAt)(double lat, double lon) = nullptr; ///< stand or airport, empty = none
+};
+extern SimHooks simHooks;
+
+/// Null while not open. Set and cleared by the SimClient thread, cleared under `simMutex`.
+extern std::atomic<simconnect::HANDLE> simHandle;
+/// Object ids at or below it belong to the user and are never touched. Starts at 2.
+extern std::atomic<std::uint32_t> userObjectId;
+
+/// Starts the SimClient thread; one that still runs is stopped and joined first. Worker.
+void startSimClient();
+void requestSimClientStop(); ///< returns at once
+void joinSimClient();        ///< waits for the end of a thread that was asked to stop
+
+/// Body of the thread.
+void simThread(std::stop_token stop);
+/// Handles one message of the simulator. SimClient thread. Throws nwk::UserErrorException for what the user must read.
+void dispatch(const simconnect::Recv* message, simconnect::DWORD size, void* context);
+
+/// Asks for the user's position and returns the block of the last reply, one request behind. Worker.
+UserAircraft readUserPosition();
+/// Asks for the on-ground state once per second; false after a failure, which ends the run for a restart. Worker.
+bool requestOnGroundBeat();
+/// Asks for the user aircraft's title and model. Worker.
+void requestUserRecognition();
+/// A SimConnect request failed: tells the user, sends no more, ends the run for a restart. Any thread, no lock held.
+void requestError();
+
+/// Start values for a new run, after the thread has ended.
+void resetSimClient();
+
+} // namespace kes

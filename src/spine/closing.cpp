@@ -1,0 +1,148 @@
+// The end of a run: everything stops, what is to be saved is saved, and the next run or the end of the process follows.
+#include <fmt/format.h>
+
+#include "airports/park_airports.h"
+#include "airports/static_parking.h"
+#include "core/log.h"
+#include "core/parameters.h"
+#include "core/run_state.h"
+#include "core/text.h"
+#include "core/user_aircraft.h"
+#include "core/version.h"
+#include "core/window.h"
+#include "feed/control_link.h"
+#include "feed/qnh_reader.h"
+#include "feed/traffic_reader.h"
+#include "liveries/store.h"
+#include "sim/ai_commands.h"
+#include "sim/sim_client.h"
+#include "spine/main_tick.h"
+#include "spine/run.h"
+#include "traffic/conflicts.h"
+#include "traffic/flight_plans.h"
+#include "traffic/life_cycle.h"
+#include "window/message_pump.h"
+
+namespace kes {
+
+namespace {
+
+void switchOff(BoolBox& box) {
+    box.value = false;
+    save(box);
+    setCheck(box, false);
+}
+
+void stopThreads() {
+    {
+        const std::lock_guard lock(sampleMutex);
+        acceptSamples = false;
+    }
+    requestSimClientStop();
+    stopQnhReader();
+    stopTrafficReader();
+    // A client of the feed ports sees them closed before it is told to go.
+    runSleep(500, true);
+    closeControlLink();
+    joinSimClient();
+}
+
+void waitUntilErrorIsRead() {
+    while (runSleep(500, true)) {
+    }
+    showStatus(fmt::format("User closed {}", programName), false);
+}
+
+void forgetOneRunTexts() {
+    for (TextParameter* text : {static_cast<TextParameter*>(&par::DESTINATION), static_cast<TextParameter*>(&par::BLOCK_CALLSIGN)}) {
+        text->set("");
+        save(*text);
+    }
+}
+
+bool isRestartReason(ExitReason reason) {
+    return reason == ExitReason::newSettings || reason == ExitReason::simConnectError || reason == ExitReason::readerError;
+}
+
+void prepareRestart() {
+    restarting = true;
+    clearError();
+    showStatus("Prepare for a restart ...", false);
+    if (exitReason() != ExitReason::newSettings) {
+        switchOff(par::SCAN_LIVERIES);
+        switchOff(par::SCAN_AIRPORTS);
+    }
+    restartCountdown();
+    // The click of a user who does not want to wait for the restart counts.
+    if (userClosed) {
+        restarting = false;
+        return;
+    }
+    resetRun();
+}
+
+void closeDown() {
+    log(fmt::format("Exiting: {}", exitReasonText(exitReason())));
+    stopThreads();
+    if (exitReason() == ExitReason::systemError)
+        waitUntilErrorIsRead();
+    if (parkAirportLoaded())
+        saveParkState();
+    clearTitleTable();
+    gf_removeFlightPlanFolder();
+    forgetOneRunTexts();
+    ghostList.clear();
+    writeMatchingSummary();
+    writeNoMatchReport();
+    const ExitReason reason = exitReason();
+    if (isRestartReason(reason) && !userClosed) {
+        prepareRestart();
+        return;
+    }
+    restarting = false;
+    if (reason == ExitReason::newFlight) {
+        showStatus(fmt::format("New flight detected, {} will close, please restart manually ...", programName), false);
+        runSleep(10000, true);
+    }
+}
+
+} // namespace
+
+void lf_closingDown() {
+    try {
+        closeDown();
+    } catch (const std::exception& e) {
+        showStatus(fmt::format("{} exception {}", "lf_closingDown", e.what()), false);
+    }
+    postMessage(restarting ? AppMessage::startWorker : AppMessage::closeProgram);
+}
+
+void restartCountdown() {
+    const std::int32_t delay = restartDelay();
+    if (delay < 1)
+        return;
+    log(fmt::format("Restarting after {} seconds\n\n\n\n\n", delay));
+    for (std::int32_t n = delay; n >= 1; --n) {
+        showStatus(fmt::format("Restarting after {} second{}", n, plural(n)), false);
+        if (!runSleep(1000, true))
+            return;
+    }
+}
+
+void resetRun() {
+    resetReaders();
+    currentQnh = 1013;
+    resetSimQueues();
+    resetSimClient();
+    resetUserAircraft();
+    resetLiveTraffic();
+    resetParking();
+    resetMainTick();
+    resetWindow();
+    resetStatus();
+    resetRunFlags();
+    par::LATERAL_RANGE.value = par::LATERAL_RANGE.clamped(par::LATERAL_RANGE);
+    setRange(static_cast<float>(par::LATERAL_RANGE));
+}
+
+} // namespace kes

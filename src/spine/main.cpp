@@ -1,0 +1,3 @@
+#include "spine/process.h"
+
+int main() { return kes::runProcess(); }

@@ -1,0 +1,19 @@
+// The periodic function that everything in a flight hangs on, every 10 ms on the worker.
+#pragma once
+
+namespace kes {
+
+/// Runs until mainTick returns false.
+void mainLoop();
+/// One pass; false when the run has to end.
+bool mainTick();
+/// LATERAL_RANGE from the user's flight state, with AUTO_RANGE on.
+void rangeRule();
+/// The present half-hour from the wall clock, or from the traffic clock when RealTraffic takes a time.
+void computeHhNow();
+/// Whether datagrams still come: lamps of the two readers.
+void readerLampCheck();
+/// Start values of the tick's own state.
+void resetMainTick();
+
+} // namespace kes

@@ -1,0 +1,149 @@
+// The connections of a run, one after the other, and the main loop.
+#include <chrono>
+#include <fmt/format.h>
+#include <thread>
+
+#include "airports/park_airports.h"
+#include "airports/static_parking.h"
+#include "core/log.h"
+#include "core/parameters.h"
+#include "core/run_state.h"
+#include "core/user_aircraft.h"
+#include "core/window.h"
+#include "feed/control_link.h"
+#include "feed/qnh_reader.h"
+#include "feed/traffic_reader.h"
+#include "liveries/store.h"
+#include "sim/ai_commands.h"
+#include "sim/sim_client.h"
+#include "spine/main_tick.h"
+#include "spine/run.h"
+#include "traffic/life_cycle.h"
+
+namespace kes {
+
+FeedPorts feedPorts{trafficPort, weatherPort};
+
+namespace {
+
+std::atomic<double> sleepScale{1.0};
+
+/// The worker stands in the wait for RealTraffic, but what is to leave the simulator still leaves it: about every
+/// 100 ms, the time of ten ticks, objects under way are followed and one is removed.
+void removeWhileWaiting() {
+    for (int tick = 0; tick < 10; ++tick)
+        applySimReplies();
+    if (removalQueue.empty())
+        return;
+    queueRemove(removalQueue.front());
+    removalQueue.pop_front();
+}
+
+void wireFloors() {
+    controlLinkHooks.clientGone = removeAllLiveForLostSource;
+    controlLinkHooks.whileWaiting = removeWhileWaiting;
+    simHooks.learnUserStand = learnUserStand;
+    simHooks.standNameAt = standNameAt;
+}
+
+bool waitForPosition(std::int32_t pauseMs) {
+    while (!userAircraft.known()) {
+        userAircraft = readUserPosition();
+        if (!runSleep(pauseMs))
+            return false;
+    }
+    return true;
+}
+
+void waitForFirstTraffic() {
+    for (int i = 0; i < 150; ++i) {
+        if (trafficReader.timestamp != 0.0 || !runSleep(100))
+            return;
+    }
+    log("No traffic in this region?");
+}
+
+} // namespace
+
+void setRunSleepScale(double scale) { sleepScale = scale; }
+
+bool runSleep(std::int32_t ms, bool onlyUserClose) {
+    using namespace std::chrono;
+    const auto stop = [&] { return onlyUserClose ? userClosed.load() : stopWanted(); };
+    const auto end = steady_clock::now() + duration_cast<steady_clock::duration>(duration<double, std::milli>(ms * sleepScale));
+    for (;;) {
+        if (stop())
+            return false;
+        const auto left = end - steady_clock::now();
+        if (left <= steady_clock::duration::zero())
+            return true;
+        std::this_thread::sleep_for(std::min<steady_clock::duration>(left, milliseconds(50)));
+    }
+}
+
+bool waitForSim() {
+    while (!simRunning || simRequestFailed) {
+        if (!runSleep(100))
+            return false;
+    }
+    requestOnGroundBeat();
+    userAircraft = readUserPosition();
+    while (!(firstReplySeen && userAircraft.known())) {
+        if (!runSleep(500))
+            return false;
+        userAircraft = readUserPosition();
+    }
+    requestUserRecognition();
+    if (!waitForPosition(200))
+        return false;
+    return !stopWanted();
+}
+
+void runTraffic() {
+    readouts.rtLight = false;
+    readouts.simLight = false;
+    repaint();
+    wireFloors();
+    prepareParkState();
+    reserveLiveryTables();
+    prepareSimQueues();
+    startSimClient();
+    if (!waitForSim())
+        return;
+    if (rtOnThisPc && !par::AEROWINX)
+        startServer(par::PORT_NUMBER.get());
+    else
+        readouts.rtLight = true;
+    if (stopWanted())
+        return;
+    readouts.waiting = false;
+    repaint();
+    if (par::AEROWINX) {
+        rtProfEdition = false;
+    } else {
+        waitForRealTraffic();
+        if (rtProfEdition)
+            sendQs123(simEpoch);
+    }
+    if (stopWanted())
+        return;
+    {
+        const std::lock_guard lock(sampleMutex);
+        acceptSamples = false;
+    }
+    startQnhReader(feedPorts.weather);
+    runSleep(2000);
+    startTrafficReader(feedPorts.traffic);
+    userAircraft = readUserPosition();
+    sendQs121(userAircraft);
+    trafficReader.setUserPosition(userAircraft.lat, userAircraft.lon);
+    if (readerFailed) {
+        showError("Reader error");
+        requestExit(ExitReason::systemError, 0);
+    }
+    waitForFirstTraffic();
+    computeHhNow();
+    mainLoop();
+}
+
+} // namespace kes

@@ -1,0 +1,218 @@
+// Start-up of a run, up to the connection of simulator and traffic source.
+#include <atomic>
+#include <filesystem>
+#include <fmt/format.h>
+#include <new>
+#include <stdexcept>
+#include <thread>
+
+#include "airports/airport_table.h"
+#include "airports/park_airports.h"
+#include "core/folders.h"
+#include "core/log.h"
+#include "core/parameters.h"
+#include "core/run_state.h"
+#include "core/version.h"
+#include "core/window.h"
+#include "install/install.h"
+#include "liveries/store.h"
+#include "platform/system.h"
+#include "reference/reference.h"
+#include "spine/main_tick.h"
+#include "spine/run.h"
+#include "spine/run_internal.h"
+#include "traffic/filters.h"
+#include "traffic/flight_plans.h"
+#include "update/update.h"
+
+namespace kes {
+
+namespace fs = std::filesystem;
+
+std::int32_t rememberedRange = 40;
+unsigned scanThreads = 1;
+
+namespace {
+
+TextParameter& selectedInstallPath() { return par::MSFS_2020 ? par::MSFS_INSTALL_PATH : par::MSFS_2024_INSTALL_PATH; }
+
+void dropCommunityFromInstallPath() {
+    TextParameter& parameter = selectedInstallPath();
+    std::string path = parameter.get();
+    for (std::string_view tail : {"\\Community", "/Community"}) {
+        if (path.ends_with(tail)) {
+            path.resize(path.size() - tail.size());
+            parameter.set(path);
+            save(parameter);
+            return;
+        }
+    }
+}
+
+void showInstallPath(const std::string& path) {
+    par::ALL_INSTALL_PATH.set(path);
+    enableControl(par::ALL_INSTALL_PATH, true);
+    setText(par::ALL_INSTALL_PATH, path);
+}
+
+void findInstallPath() {
+    const std::string path = selectedInstallPath().get();
+    showInstallPath(path);
+    if (!path.empty())
+        return;
+    const std::string found = detectPackagesPath();
+    if (found.empty())
+        throw nwk::UserErrorException(
+            150, "No install path detected, type full path to your Community folder above, and press Enter");
+    selectedInstallPath().set(found);
+    save(selectedInstallPath());
+    showInstallPath(found);
+}
+
+void switchOn(BoolBox& box) {
+    box.value = true;
+    save(box);
+    setCheck(box, true);
+}
+
+void checkLiveriesFile() {
+    if (fs::exists(path::liveriesScanned) || par::SCAN_LIVERIES)
+        return;
+    showStatus(fmt::format("File {} is gone, rescan liveries", platform::pathText(path::liveriesScanned)), true);
+    switchOn(par::SCAN_LIVERIES);
+    repaint();
+}
+
+void showAddonCounts() {
+    readouts.simaddonFiles = static_cast<std::int32_t>(countFiles(path::mySimaddon));
+    readouts.thirdpartyFiles = static_cast<std::int32_t>(countFiles(path::myThirdparty));
+    repaint();
+}
+
+void showDestination() {
+    const std::string code = par::DESTINATION.get();
+    if (code.empty())
+        return;
+    if (const auto airport = findAirport(code))
+        setReadout(Readout::destination, fmt::format("{} {:.6f},{:.6f}", airport->code, airport->lat, airport->lon));
+}
+
+/// Everything of a run between its first check and its close-down.
+void runBody() {
+    if (!fs::is_directory(path::docs))
+        throw nwk::UserErrorException(41, fmt::format("{} must be run from the {} folder!", programName, programName));
+    startUp();
+    scanThreads = std::max(1U, std::thread::hardware_concurrency());
+    checkLiveriesFile();
+    scanLiveries();
+    if (stopWanted())
+        return;
+    if (par::SCAN_AIRPORTS) {
+        readouts.simaddonFiles = -1;
+        readouts.thirdpartyFiles = -1;
+        scanAddonAirports();
+    }
+    showAddonCounts();
+    if (stopWanted()) {
+        userClosed = true;
+        exitRequested = true;
+        return;
+    }
+    prepareFlightPlanFolders();
+    readMyParkAirports();
+    enableControl(par::reRead, true);
+    showDestination();
+    setTopmost(par::ALWAYS_ON_TOP);
+    if (par::AUTO_RANGE) {
+        rangeRule();
+        enableControl(par::LATERAL_RANGE, false);
+    }
+    runTraffic();
+}
+
+void fail(const char* text) {
+    showError(text);
+    requestExit(ExitReason::systemError, 0);
+}
+
+} // namespace
+
+void versionUpdateStep() {
+    const Version& running = runningVersion();
+    const std::string stored = par::PROGRAM_VERSION.get();
+    if (stored == par::PROGRAM_VERSION.defaultValue) {
+        par::PROGRAM_VERSION.set(toText(running));
+        save(par::PROGRAM_VERSION);
+        return;
+    }
+    const Version old = parseVersion(stored);
+    if (old != running) {
+        par::PROGRAM_VERSION.set(toText(running));
+        save(par::PROGRAM_VERSION);
+    }
+    if (running <= old)
+        return;
+    log(fmt::format("This is a version update from {} -> {}", toText(old), toText(running)));
+    std::error_code ignored;
+    fs::remove(path::installNewVersion, ignored);
+    switchOn(par::SCAN_LIVERIES);
+    switchOn(par::SCAN_AIRPORTS);
+}
+
+void startUp() {
+    readParameters();
+    versionUpdateStep();
+    repaint();
+    dropCommunityFromInstallPath();
+    createFolders();
+    maxLive = par::MAX_LIVE;
+    if (!restarting)
+        checkProgramVersion();
+    if (!par::MSFS_2020) {
+        if (simaddonFolderMissing())
+            updateMySimaddon();
+        if (!restarting)
+            updateMySimaddon();
+    }
+    enableControls(true);
+    par::PROGRAM_INSTALL_PATH.set(platform::pathText(fs::current_path()));
+    save(par::PROGRAM_INSTALL_PATH);
+    computeHhNow();
+    if (!dataBaseRead) {
+        readDataBase();
+        dataBaseRead = true;
+    }
+    findInstallPath();
+    repaint();
+    rtOnThisPc = fs::exists(realTrafficJar());
+    showStatus(fmt::format("RealTraffic {}detected at this PC", rtOnThisPc ? "" : "not "), true);
+    rememberedRange = par::LATERAL_RANGE;
+    readAirportTable();
+}
+
+void workerMain() {
+    platform::nameThread("worker");
+    try {
+        runBody();
+    } catch (const nwk::UserErrorException& e) {
+        showError(e.what());
+        setExitReason(ExitReason::systemError);
+    } catch (const fmt::format_error& e) {
+        showError(fmt::format("std::format error: {}", e.what()));
+        fail(e.what());
+    } catch (const std::bad_alloc& e) {
+        fail(e.what());
+    } catch (const std::out_of_range& e) {
+        fail(e.what());
+    } catch (const std::runtime_error& e) {
+        fail(e.what());
+    } catch (const std::exception& e) {
+        fail(e.what());
+    } catch (...) {
+        showError("Unknown exception");
+        setExitReason(ExitReason::systemError);
+    }
+    lf_closingDown();
+}
+
+} // namespace kes

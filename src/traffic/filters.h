@@ -1,0 +1,26 @@
+// Which aircraft may enter the simulator, and how the user finds one. Worker.
+#pragma once
+
+#include "traffic/live_aircraft.h"
+
+#include <string_view>
+
+namespace kes {
+
+/// The limit that MAX_LIVE set; -1 = none.
+extern std::int32_t maxLive;
+
+/// Category switches, then the altitude check against the reference airport. False = drop.
+bool passesCategorySwitch(std::string_view model, double alt);
+bool categorySwitchedOn(AircraftCategory category);
+/// An altitude above 0 and below 10000 within 120 feet of the reference elevation: neither flying nor on the ground.
+bool nearReferenceElevation(double alt);
+/// Removes the active aircraft farthest from the user, if it is more than 0.1 nm farther than `distance`.
+bool removeFarthest(double distance);
+/// MAX_LIVE in the spawn decision; false = the newcomer loses.
+bool makeRoomFor(const LiveAircraft& newcomer);
+void applyMaxLive();
+void writeCallsignList();
+void findCallsign(std::string_view text);
+
+} // namespace kes

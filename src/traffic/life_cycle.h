@@ -1,0 +1,50 @@
+// When a live aircraft enters the simulator, what drives it each tick, when it leaves. Worker only.
+#pragma once
+
+#include "sim/ai_commands.h"
+#include "traffic/live_aircraft.h"
+
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace kes {
+
+/// Queues of the worker in front of those of the simulator client.
+extern std::vector<std::uint32_t> spawnQueue;       ///< hexids, last-in first-out, one per tick
+extern std::deque<CreateRequest> liveCreateQueue;   ///< one per 50 ticks
+extern std::deque<CreateRequest> staticCreateQueue; ///< one per 50 ticks when the live one is empty
+extern std::deque<std::uint32_t> removalQueue;      ///< objectids, one per 10 ticks
+extern std::deque<std::uint32_t> landingList;       ///< hexids, one per second
+extern std::vector<std::string> noMatchList;        ///< keys without livery, in order of finding
+
+/// Handles all waiting replies of the simulator, then advances the light sequences by one tick.
+void applySimReplies();
+/// `updateLiveAc` for each record front to back; drops the marked ones. An exception costs one aircraft its tick.
+void updateLiveAircraft();
+bool updateLiveAc(LiveAircraft& aircraft);
+void spawnLiveAc(LiveAircraft& aircraft);
+void removeAircraftFromSim(LiveAircraft& aircraft);
+void removeAircraftFromSim(AiAircraft& parked);
+void liveryRespawn(LiveAircraft& aircraft);
+bool checkIdentity(LiveAircraft& aircraft, const AircraftReport& report);
+void nextPosMain(LiveAircraft& aircraft);
+/// Pops one hexid of `spawnQueue` and makes its create request.
+void spawnNext();
+/// The traffic source has gone: live aircraft leave the simulator, waiting ones are dropped.
+void removeAllLiveForLostSource();
+/// The list of keys without livery into the log, when LOG is on.
+void writeNoMatchReport();
+/// The run's table of hexids and titles.
+void clearTitleTable();
+/// Everything of live traffic back to its start values.
+void resetLiveTraffic();
+
+/// A level is sent only when it differs from the last one sent; 0 to 4 and 0 to 3.
+void setThrottleLevel(LiveAircraft& aircraft, std::int32_t level);
+void setFlapsLevel(LiveAircraft& aircraft, std::int32_t level);
+void setGear(LiveAircraft& aircraft, bool down);
+void setSpoilers(LiveAircraft& aircraft, std::uint32_t value);
+
+} // namespace kes

@@ -1,0 +1,141 @@
+// How an aircraft leaves the simulator, for good or for another livery.
+#include "core/log.h"
+#include "core/run_state.h"
+#include "core/window.h"
+#include "traffic/life_cycle.h"
+#include "traffic/life_cycle_parts.h"
+#include "traffic/parking.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+
+namespace kes {
+
+namespace {
+
+bool takeOut(std::deque<CreateRequest>& queue, std::uint32_t hexid) {
+    const auto it = std::ranges::find(queue, hexid, &CreateRequest::hexid);
+    if (it == queue.end())
+        return false;
+    queue.erase(it);
+    return true;
+}
+
+/// Takes back what asks for the object: the entry of the spawn queue or the create request. False = it is under way.
+bool withdraw(std::uint32_t hexid) {
+    if (hexid <= lastStaticHexid)
+        return takeOut(staticCreateQueue, hexid);
+    const auto it = std::ranges::find(spawnQueue, hexid);
+    if (it != spawnQueue.end()) {
+        spawnQueue.erase(it);
+        return true;
+    }
+    return takeOut(liveCreateQueue, hexid);
+}
+
+void withdrawOrMark(AiAircraft& a) {
+    if (withdraw(a.hexid))
+        a.deleteQueued = true;
+    else
+        a.removeWhenReady = true;
+}
+
+void askRemoval(std::uint32_t objectid) {
+    if (std::ranges::find(removalQueue, objectid) == removalQueue.end())
+        removalQueue.push_back(objectid);
+}
+
+void removeFromSim(AiAircraft& a) {
+    if (a.st == AircraftStatus::buffer) {
+        a.deleteNow = true;
+        return;
+    }
+    if (a.removeWhenReady)
+        return;
+    if (a.st == AircraftStatus::adding2sim) {
+        withdrawOrMark(a);
+        return;
+    }
+    releaseStand(a);
+    // The simulator takes a second order for one object as an error.
+    const bool ordered = a.st == AircraftStatus::liveryrespawn || a.st == AircraftStatus::removingfromsim;
+    a.st = AircraftStatus::removingfromsim;
+    clearSelection(a.objectid);
+    if (a.objectid == 0) {
+        log(fmt::format("{} removing act {}, with objectid=0 ?", "removeAircraftFromSim", longLabel(a)));
+        a.deleteNow = true; // no object will be reported as gone
+    }
+    if (!ordered)
+        askRemoval(a.objectid);
+}
+
+void respawn(LiveAircraft& a) {
+    PositionSample here = a.stream.at(0);
+    PositionSample& front = a.stream.front();
+    if (a.fs == FlightState::parked) {
+        a.stream.resize(1);
+        front.stopped = true;
+        front.track = a.heading * radToDeg;
+        here.stopped = true;
+    } else {
+        here.lat = a.lat;
+        here.lon = a.lon;
+        here.bank = a.bank;
+        here.bankValid = true;
+        here.alt = a.alt;
+        if (front.lat == a.lat && front.lon == a.lon)
+            front.stopped = true;
+    }
+    here.tick = tickCount + 1;
+    a.stream.push_front(here);
+    a.st = AircraftStatus::liveryrespawn;
+    a.respawnHeading = a.heading;
+    clearSelection(a.objectid);
+    if (a.objectid == 0) {
+        log(fmt::format("{} removing act {} with objectid=0 ?", "liveryRespawn", longLabel(a)));
+        a.deleteNow = true; // no object will be reported as gone
+    }
+    askRemoval(a.objectid);
+}
+
+} // namespace
+
+void clearSelection(std::uint32_t objectid) {
+    if (objectid == 0 || readouts.selectedObject != objectid)
+        return;
+    readouts.selectedObject = 0;
+    setReadout(Readout::foundObject, "");
+    repaint();
+}
+
+void removeAircraftFromSim(LiveAircraft& aircraft) {
+    removeFromSim(aircraft);
+}
+void removeAircraftFromSim(AiAircraft& parked) {
+    removeFromSim(parked);
+}
+
+void liveryRespawn(LiveAircraft& aircraft) {
+    try {
+        respawn(aircraft);
+    } catch (const std::exception& e) {
+        log(fmt::format("{}: {}", "liveryRespawn", e.what()));
+    }
+}
+
+void removeAllLiveForLostSource() {
+    if (userClosed)
+        return;
+    bool dropAsked = false;
+    for (LiveAircraft& a : liveAircraft) {
+        if (a.st == AircraftStatus::active)
+            removeAircraftFromSim(a);
+        else if (a.st == AircraftStatus::adding2sim && !a.removeWhenReady && !a.deleteQueued)
+            withdrawOrMark(a);
+        dropAsked = dropAsked || a.deleteQueued;
+    }
+    if (dropAsked)
+        compactLive();
+}
+
+} // namespace kes

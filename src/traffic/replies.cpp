@@ -1,0 +1,254 @@
+// What the simulator answers: objects that came, went or could not be made, and what is known of them.
+#include "airports/static_parking.h"
+#include "core/errors.h"
+#include "core/log.h"
+#include "core/parameters.h"
+#include "core/run_state.h"
+#include "liveries/store.h"
+#include "traffic/flight_plans.h"
+#include "traffic/ground_motion.h"
+#include "traffic/life_cycle.h"
+#include "traffic/life_cycle_parts.h"
+#include "traffic/parking.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+
+namespace kes {
+
+namespace {
+
+constexpr std::uint32_t firstAiObject = 3; ///< below are the user's own objects
+constexpr std::int32_t toggleTicks[] = {50, 100};
+constexpr std::int32_t sequenceTicks = 200;
+constexpr std::size_t tooManyRefused = 20;
+constexpr double lowAltitude = 10000.0;  ///< feet
+constexpr double cabinLightAgl = 2000.0; ///< feet
+
+/// A new object needs some seconds before it takes its lights.
+struct LightSequence {
+    std::uint32_t objectid = 0;
+    std::uint32_t hexid = 0;
+    std::int32_t ticks = 0;
+};
+std::vector<LightSequence> lightSequences;
+
+struct Lights {
+    bool nav, beacon, landing, taxi, strobes, logo, cabin;
+};
+
+void sendLights(std::uint32_t objectid, const Lights& lights) {
+    setNavLights(objectid, lights.nav);
+    queueEvent(objectid, event::beaconLights, lights.beacon);
+    queueEvent(objectid, event::landingLights, lights.landing);
+    queueEvent(objectid, event::taxiLights, lights.taxi);
+    queueEvent(objectid, event::strobes, lights.strobes);
+    queueEvent(objectid, event::logoLights, lights.logo);
+    setCabinLights(objectid, lights.cabin);
+}
+
+void sendInitialSet(LiveAircraft& a) {
+    const std::int32_t idle = a.category == AircraftCategory::rotorcraft ? 4 : 0;
+    if (!a.stream.empty() && a.stream.front().airborne) {
+        queueEvent(a.objectid, event::engineStart, 0);
+        setSpoilers(a, 0);
+        const bool low = a.alt <= lowAltitude;
+        sendLights(a.objectid, {true, true, low, false, true, low, a.agl >= cabinLightAgl});
+        return;
+    }
+    setSpoilers(a, 0);
+    if (a.fs == FlightState::parked) {
+        queueEvent(a.objectid, event::engineShutdown, 0);
+        sendLights(a.objectid, {par::NAV_LIGHTS_WHILE_PARKED, false, false, false, false, true, true});
+        setThrottleLevel(a, idle);
+        setFlapsLevel(a, 0);
+        return;
+    }
+    const bool taxiing = a.fs == FlightState::taxi;
+    queueEvent(a.objectid, event::engineStart, 0);
+    sendLights(a.objectid, {true, true, false, taxiing, false, true, true});
+    setThrottleLevel(a, idle);
+    setFlapsLevel(a, taxiing ? 1 : 0);
+}
+
+template <typename Record> void becomeActive(Record& a) {
+    a.st = AircraftStatus::active;
+    if (!a.removeWhenReady)
+        return;
+    a.removeWhenReady = false; // the removal takes the mark for one that still waits
+    removeAircraftFromSim(a);
+}
+
+AiAircraft* findParked(std::uint32_t hexid) {
+    const auto it = std::ranges::find(parkedAircraft, hexid, &AiAircraft::hexid);
+    return it == parkedAircraft.end() ? nullptr : &*it;
+}
+
+AiAircraft* findParkedByObject(std::uint32_t objectid) {
+    const auto it = std::ranges::find(parkedAircraft, objectid, &AiAircraft::objectid);
+    return it == parkedAircraft.end() ? nullptr : &*it;
+}
+
+void eraseParked(AiAircraft& a) {
+    if (&a != &parkedAircraft.back())
+        a = std::move(parkedAircraft.back());
+    parkedAircraft.pop_back();
+}
+
+void endStaticSequence(AiAircraft& a) {
+    queueEvent(a.objectid, event::engineShutdown, 0);
+    sendLights(a.objectid, {par::NAV_LIGHTS_WHILE_PARKED, false, false, false, false, true, !a.standCargo});
+    if (par::LOG)
+        log(fmt::format("{:8}: {:8} parked", standName(a.sid), a.callsign));
+    becomeActive(a);
+}
+
+/// False = the sequence is over, or its aircraft has gone.
+bool advanceSequence(LightSequence& sequence) {
+    if (sequence.hexid <= lastStaticHexid) {
+        AiAircraft* parked = findParked(sequence.hexid);
+        if (parked == nullptr || parked->objectid != sequence.objectid)
+            return false;
+        if (++sequence.ticks < sequenceTicks)
+            return true;
+        endStaticSequence(*parked);
+        return false;
+    }
+    LiveAircraft* live = findLive(sequence.hexid);
+    if (live == nullptr || live->objectid != sequence.objectid)
+        return false;
+    ++sequence.ticks;
+    if (std::ranges::find(toggleTicks, sequence.ticks) != std::end(toggleTicks))
+        sendAllLightsToggle(sequence.objectid);
+    if (sequence.ticks < sequenceTicks)
+        return true;
+    sendInitialSet(*live);
+    becomeActive(*live);
+    return false;
+}
+
+void onCreated(const SimReply& reply) {
+    if (reply.objectid < firstAiObject)
+        return;
+    LiveAircraft* a = findLive(reply.hexid);
+    if (a == nullptr) {
+        removalQueue.push_back(reply.objectid); // nobody would ever move it or take it away
+        return;
+    }
+    a->objectid = reply.objectid;
+    a->agl = reply.b;
+    if (!a->stream.empty() && !a->stream.front().airborne) {
+        a->onGround = true;
+        setGear(*a, true);
+        a->altStep = 0.0;
+    }
+    if (a->fs == FlightState::parked)
+        noteParked(*a);
+    a->rotationCount = 1;
+    writeFlightPlan(*a);
+    requestStaticData(a->objectid);
+    lightSequences.push_back({reply.objectid, reply.hexid, 0});
+}
+
+void onCreatedStatic(const SimReply& reply) {
+    AiAircraft* parked = findParked(reply.hexid);
+    if (reply.objectid < firstAiObject || parked == nullptr)
+        return;
+    parked->objectid = reply.objectid;
+    lightSequences.push_back({reply.objectid, reply.hexid, 0});
+}
+
+void onRemoved(std::uint32_t objectid) {
+    std::erase_if(lightSequences, [&](const LightSequence& s) { return s.objectid == objectid; });
+    std::erase(removalQueue, objectid);
+    LiveAircraft* a = findLiveByObject(objectid);
+    if (a == nullptr) {
+        if (AiAircraft* parked = objectid == 0 ? nullptr : findParkedByObject(objectid))
+            eraseParked(*parked);
+        return;
+    }
+    if (a->st == AircraftStatus::liveryrespawn) {
+        a->st = AircraftStatus::buffer;
+        a->throttleIndex = 5;
+        a->flapsIndex = 4;
+        a->objectid = 0;
+        return;
+    }
+    clearSelection(objectid);
+    if (a->flightPlanSet)
+        deleteFlightPlan(objectid);
+    eraseLive(*a);
+}
+
+[[noreturn]] void stopForRefusals() {
+    const std::string text = fmt::format("there are too many liveries that could not be created by {}!", "MSFS");
+    log(fmt::format("\n{}Error 81, {}\n", "===> ", text));
+    throw nwk::UserErrorException(81, fmt::format("{}, see Log.txt", text));
+}
+
+void noteRefusal(const AiAircraft& a) {
+    refuseTitle(a.title, a.model, a.airline);
+    const std::string text = fmt::format("{} \"{}\" could not be created by your Sim!", a.callsign, a.title);
+    log(text);
+    showStatus(text, false);
+}
+
+void onCreateFailed(std::uint32_t hexid) {
+    if (stopWanted())
+        return;
+    if (hexid <= lastStaticHexid) {
+        if (AiAircraft* parked = findParked(hexid))
+            eraseParked(*parked);
+        return;
+    }
+    LiveAircraft* a = findLive(hexid);
+    if (a == nullptr)
+        return;
+    noteRefusal(*a);
+    eraseLive(*a);
+    if (refusedTitleCount() >= tooManyRefused)
+        stopForRefusals();
+}
+
+void applyReply(const SimReply& reply) {
+    switch (reply.kind) {
+    case ReplyKind::created:
+        onCreated(reply);
+        break;
+    case ReplyKind::createdStatic:
+        onCreatedStatic(reply);
+        break;
+    case ReplyKind::removed:
+        onRemoved(reply.objectid);
+        break;
+    case ReplyKind::ground:
+        if (LiveAircraft* a = findLiveByObject(reply.objectid))
+            applyGroundData(*a, reply.hexid != 0, reply.a, reply.b);
+        break;
+    case ReplyKind::staticData:
+        if (LiveAircraft* a = findLiveByObject(reply.objectid))
+            applyStaticData(*a, reply.a, reply.b);
+        break;
+    case ReplyKind::createFailed:
+        onCreateFailed(reply.hexid);
+        break;
+    }
+}
+
+} // namespace
+
+void clearLightSequences() {
+    lightSequences.clear();
+}
+
+void applySimReplies() {
+    drainSimReplies(applyReply);
+    std::size_t kept = 0;
+    for (LightSequence& sequence : lightSequences) {
+        if (advanceSequence(sequence))
+            lightSequences[kept++] = sequence;
+    }
+    lightSequences.resize(kept);
+}
+
+} // namespace kes

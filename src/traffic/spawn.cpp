@@ -1,0 +1,206 @@
+// How a live aircraft enters the simulator: the decision, the preparation, the create request.
+#include "core/log.h"
+#include "core/parameters.h"
+#include "core/run_state.h"
+#include "liveries/store.h"
+#include "reference/reference.h"
+#include "traffic/air_motion.h"
+#include "traffic/conflicts.h"
+#include "traffic/filters.h"
+#include "traffic/life_cycle.h"
+#include "traffic/life_cycle_parts.h"
+#include "traffic/parking.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+
+namespace kes {
+
+namespace {
+
+constexpr std::int32_t leadTaxiing = 300; ///< ticks
+constexpr std::int32_t leadOthers = 100;  ///< ticks
+constexpr std::size_t waitingCreates = 10;
+constexpr double groundPitchAtBirth = 0.010471975511965976; ///< radians, 0.6 degrees nose down
+
+std::string noMatchKey(const LiveAircraft& a) {
+    return fmt::format("{} {}", aimo(a), a.regcode);
+}
+
+bool contains(const std::vector<std::string>& list, std::string_view text) {
+    return std::ranges::find(list, text) != list.end();
+}
+
+bool mixedStream(const LiveAircraft& a) {
+    const bool first = a.stream.front().airborne;
+    return std::ranges::any_of(a.stream, [&](const PositionSample& s) { return s.airborne != first; });
+}
+
+bool isBlocked(const LiveAircraft& a) {
+    const std::string blocked = par::BLOCK_CALLSIGN.get();
+    return !blocked.empty() && a.callsign == blocked;
+}
+
+/// What the registration is known to be goes before what the feed says.
+void takeReferenceEntry(LiveAircraft& a) {
+    if (const auto entry = lookupRegcode(a.regcode)) {
+        a.airline = entry->opr.empty() ? entry->airl : entry->opr;
+        a.cargo = entry->cargo;
+        takeModel(a, entry->type);
+    }
+    if (!isValidCallsign(a.callsign))
+        a.callsign = a.regcode;
+}
+
+/// False = the record is dropped.
+bool completeIdentity(LiveAircraft& a) {
+    if (!a.regcode.empty())
+        takeReferenceEntry(a);
+    if (!isValidCallsign(a.callsign))
+        return false;
+    if (a.airline.empty())
+        a.airline = airlineFromCallsign(a.callsign);
+    if (a.airline.empty())
+        a.airline = "PVT";
+    if (contains(noMatchList, noMatchKey(a)))
+        return false;
+    return !(isGhost(a.callsign) && hasRealTwin(a.callsign));
+}
+
+/// False = no livery fits.
+bool findLivery(LiveAircraft& a) {
+    if (a.title.empty()) {
+        const std::string_view remembered = rememberedTitle(a.hexid);
+        if (!remembered.empty() && !isRefused(remembered)) {
+            a.title = remembered;
+            a.reverseThrust = a.title.find("FSLTL_") != std::string_view::npos;
+        } else {
+            matchLive(a);
+        }
+    }
+    if (a.title.empty()) {
+        if (!a.regcode.empty())
+            noMatchList.push_back(noMatchKey(a));
+        return false;
+    }
+    rememberTitle(a.hexid, a.title);
+    return true;
+}
+
+void matchStops(LiveAircraft& a) {
+    PositionSample& s0 = a.stream[0];
+    PositionSample& s1 = a.stream[1];
+    if (!s1.stopped) {
+        s0.stopped = false;
+        return;
+    }
+    s0.stopped = true;
+    s0.gs = 0.0;
+    s1.gs = 0.0;
+    if (a.sz() > 2 && a.stream[2].stopped)
+        a.stream[2].gs = 0.0;
+}
+
+double initialHeading(const LiveAircraft& a) {
+    if (a.respawnHeading)
+        return normalizeAngle(*a.respawnHeading);
+    if (a.fs == FlightState::parked)
+        return normalizeAngle(a.standHeading);
+    const PositionSample& s0 = a.stream[0];
+    if (a.sz() < 2 || a.stream[1].stopped)
+        return normalizeAngle(s0.track * degToRad);
+    return bearingRad({s0.lat, s0.lon}, {a.stream[1].lat, a.stream[1].lon});
+}
+
+void setInitialPose(LiveAircraft& a) {
+    const PositionSample& s0 = a.stream.front();
+    a.lat = s0.lat;
+    a.lon = s0.lon;
+    a.alt = s0.alt;
+    a.tasOut = s0.tas;
+    a.vsOut = s0.vs;
+    a.bank = s0.bankValid ? s0.bank : 0.0;
+    a.pitch = s0.airborne ? initialPitch(s0) : groundPitchAtBirth;
+    a.heading = initialHeading(a);
+}
+
+} // namespace
+
+void spawnDecision(LiveAircraft& a) {
+    if (a.stream.empty()) {
+        a.deleteNow = true;
+        return;
+    }
+    const PositionSample& front = a.stream.front();
+    const std::int32_t lead = !front.airborne && front.gs != 0.0 ? leadTaxiing : leadOthers;
+    if (tickCount < front.tick - lead)
+        return;
+    if (a.sz() == 1 || (isGhost(a.callsign) && contains(ghostList, a.callsign))) {
+        a.deleteNow = true;
+        return;
+    }
+    if (mixedStream(a) || birthCheckUser(a) == BirthCheck::wait ||
+        (liveCreateQueue.size() > waitingCreates && a.fs == FlightState::birth)) {
+        a.stream.pop_front(); // the life in the simulator begins further along its way
+        return;
+    }
+    if (!makeRoomFor(a) || isBlocked(a) || !completeIdentity(a)) {
+        a.deleteNow = true;
+        return;
+    }
+    spawnLiveAc(a);
+}
+
+void spawnLiveAc(LiveAircraft& aircraft) {
+    if (aircraft.sz() < 2) {
+        log(fmt::format("{} sz:{}", "spawnLiveAc", aircraft.sz()));
+        return;
+    }
+    matchStops(aircraft);
+    if (aircraft.fs == FlightState::birth) {
+        if (!findLivery(aircraft)) {
+            aircraft.deleteNow = true;
+            return;
+        }
+        if (aircraft.stream.front().airborne)
+            setFlightState(aircraft, FlightState::flying);
+        else if (!bornParked(aircraft))
+            setFlightState(aircraft, FlightState::taxi);
+    }
+    if (aircraft.deleteNow)
+        return;
+    landingList.push_back(aircraft.hexid);
+    setInitialPose(aircraft);
+    aircraft.st = AircraftStatus::adding2sim;
+    aircraft.userConflictSeen = false;
+    spawnQueue.push_back(aircraft.hexid);
+    if (!isGhost(aircraft.callsign))
+        removeGhostOf(aircraft);
+}
+
+void spawnNext() {
+    if (spawnQueue.empty())
+        return;
+    const std::uint32_t hexid = spawnQueue.back();
+    spawnQueue.pop_back();
+    const LiveAircraft* a = findLive(hexid);
+    if (a == nullptr)
+        return;
+    if (a->callsign.empty()) {
+        log(fmt::format("{} {} objectid = 0?", longLabel(*a), "operator ()"));
+        return;
+    }
+    CreateRequest request;
+    request.lat = a->lat;
+    request.lon = a->lon;
+    request.alt = a->alt;
+    request.pitch = a->pitch * radToDeg;
+    request.bank = a->bank * radToDeg;
+    request.heading = a->heading * radToDeg;
+    request.tailNumber = a->callsign;
+    request.title = a->title;
+    request.hexid = a->hexid;
+    liveCreateQueue.push_back(std::move(request));
+}
+
+} // namespace kes

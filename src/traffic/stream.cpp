@@ -1,0 +1,147 @@
+// How a report of the feed enters the table of live aircraft.
+#include "feed/report_queue.h"
+#include "reference/reference.h"
+#include "traffic/filters.h"
+#include "traffic/flight_phases.h"
+#include "traffic/life_cycle.h"
+#include "traffic/life_cycle_parts.h"
+#include "traffic/live_aircraft.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+namespace kes {
+
+namespace {
+
+constexpr std::size_t reportsPerTick = 2;
+constexpr std::size_t liveReserve = 512;
+
+/// Two readings of which one is a slip: a speed does not grow or shrink tenfold between reports.
+bool speedsContradict(double last, double next) {
+    if ((last > 5.0 && next >= 10.0 * last) || (next > 5.0 && last >= 10.0 * next))
+        return true;
+    return (last <= 5.0 && next >= 80.0) || (next <= 5.0 && last >= 80.0);
+}
+
+double trackDifference(double a, double b) {
+    const double d = std::fabs(std::fmod(a - b, 360.0));
+    return d > 180.0 ? 360.0 - d : d;
+}
+
+double secondsFor(double metres, double knots) {
+    return metres / metresPerNm / knots * 3600.0;
+}
+
+/// A straight run needs no more samples than the eye can tell apart.
+bool tooDense(const PositionSample& last, const PositionSample& next, double seconds) {
+    const double turn = trackDifference(next.track, last.track);
+    if (next.airborne)
+        return next.gs > 120.0 && turn <= 1.0 && seconds <= secondsFor(450.0, next.gs);
+    if (next.gs > 30.0 || turn > 2.0)
+        return false;
+    const double limit = next.gs > 0.0 ? std::min(secondsFor(20.0, next.gs), 15.0) : 15.0;
+    return seconds <= limit;
+}
+
+bool thinnedOut(const LiveAircraft& aircraft, const AircraftReport& report) {
+    const PositionSample& last = aircraft.stream.back();
+    const double seconds = report.timestamp - aircraft.lastReportTime;
+    if (!(seconds > 1.0))
+        return true;
+    if (speedsContradict(last.gs, report.sample.gs))
+        return true;
+    return aircraft.extrapCount < 1 && tooDense(last, report.sample, seconds);
+}
+
+void takeOwnReport(LiveAircraft& aircraft, const AircraftReport& report) {
+    if (aircraft.st == AircraftStatus::liveryrespawn || aircraft.st == AircraftStatus::removingfromsim)
+        return;
+    if (!aircraft.stream.empty() && thinnedOut(aircraft, report))
+        return;
+    if (aircraft.st == AircraftStatus::buffer && nearReferenceElevation(report.sample.alt))
+        return;
+    if (!checkIdentity(aircraft, report))
+        return;
+    aircraft.lastReportTime = report.timestamp;
+    decodeExisting(aircraft, report.sample);
+}
+
+bool secondTransponder(const AircraftReport& report) {
+    return !report.callsign.empty() && std::ranges::any_of(liveAircraft, [&](const LiveAircraft& a) {
+        return a.callsign == report.callsign && a.model == report.model;
+    });
+}
+
+std::string modelOfRegcode(std::string_view regcode) {
+    const auto entry = lookupRegcode(regcode);
+    return entry ? entry->type : std::string();
+}
+
+void create(const AircraftReport& report) {
+    if (liveAircraft.capacity() < liveReserve)
+        liveAircraft.reserve(liveReserve);
+    LiveAircraft& a = liveAircraft.emplace_back();
+    static_cast<AircraftIdentity&>(a) = report;
+    a.coupledCs1 = a.callsign;
+    a.coupledCs2.clear();
+    a.coupledSearched = false;
+    a.hexid = report.hexid;
+    applyModel(a);
+    a.curve.fill(std::numeric_limits<double>::quiet_NaN());
+    a.lastReportTime = report.timestamp;
+    a.stream.push_back(report.sample);
+}
+
+/// Gives a lock that the caller holds free for a scope.
+struct Released {
+    explicit Released(std::mutex& m) : mutex(m) { mutex.unlock(); }
+    ~Released() { mutex.lock(); }
+    Released(const Released&) = delete;
+    Released& operator=(const Released&) = delete;
+    std::mutex& mutex;
+};
+
+} // namespace
+
+void takeReports() {
+    // Texts are swapped, so the queue's slots and these keep their capacity.
+    static std::array<AircraftReport, reportsPerTick> taken;
+    std::size_t count = 0;
+    while (count < taken.size()) {
+        AircraftReport* head = reportQueue.front();
+        if (head == nullptr)
+            break;
+        std::swap(taken[count++], *head);
+        reportQueue.pop();
+    }
+    if (count == 0)
+        return;
+    // What a report leads to sends events and touches the window, each under a lock of its own; locks are never nested.
+    const Released released(sampleMutex);
+    for (std::size_t i = 0; i < count; ++i)
+        findOrCreate(taken[i]);
+}
+
+void findOrCreate(AircraftReport& report) {
+    if (LiveAircraft* known = findLive(report.hexid)) {
+        takeOwnReport(*known, report);
+        return;
+    }
+    if (secondTransponder(report))
+        return;
+    if (report.model.empty())
+        report.model = modelOfRegcode(report.regcode);
+    if (!modelExists(report.model)) {
+        report.model = modelOfRegcode(report.regcode);
+        if (report.model.empty())
+            return;
+    }
+    if (!passesCategorySwitch(report.model, report.sample.alt))
+        return;
+    create(report);
+}
+
+} // namespace kes

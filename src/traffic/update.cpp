@@ -1,0 +1,141 @@
+// One tick of the live aircraft.
+#include "core/log.h"
+#include "core/run_state.h"
+#include "traffic/air_motion.h"
+#include "traffic/ground_motion.h"
+#include "traffic/life_cycle.h"
+#include "traffic/life_cycle_parts.h"
+#include "traffic/parking.h"
+#include "traffic/tick_check.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+
+namespace kes {
+
+namespace {
+
+bool isMarked(const LiveAircraft& a) {
+    return a.deleteNow || a.deleteQueued;
+}
+
+/// The shorter way round the date line.
+double lonDifference(double from, double to) {
+    const double d = to - from;
+    return d > 180.0 ? d - 360.0 : d < -180.0 ? d + 360.0 : d;
+}
+
+void nextPos(LiveAircraft& a) {
+    clearCurve(a);
+    const PositionSample& front = a.stream[0];
+    PositionSample& next = a.stream[1];
+    if (!next.stopped && next.lat == front.lat && next.lon == front.lon)
+        next.stopped = true;
+    if (!next.stopped)
+        a.targetHeading = bearingRad({front.lat, front.lon}, {next.lat, next.lon});
+    if (a.onGround)
+        named("nextPosGround", a, [&] { nextPosGround(a); });
+    else
+        named("nextPosAir", a, [&] { nextPosAir(a); });
+    if (a.sz() < 2) { // the ground logic may cut a stream
+        reportEmptyStream("nextPos", a);
+        throw std::runtime_error("stream is empty");
+    }
+    PositionSample& target = a.stream[1];
+    if (target.stopped) {
+        a.latStep = 0.0;
+        a.lonStep = 0.0;
+        if (!a.landingRoll && !a.departing)
+            shrinkWindow(a);
+    } else {
+        const std::int32_t ticks = ticksToGo(target);
+        a.latStep = (target.lat - a.lat) / ticks;
+        a.lonStep = lonDifference(a.lon, target.lon) / ticks;
+        if (a.onGround)
+            setupGroundLeg(a, target);
+        else
+            setupAirLeg(a, target);
+    }
+    a.stream.pop_front();
+}
+
+void beginLegs(LiveAircraft& a) {
+    for (;;) {
+        if (a.sz() >= 2) {
+            if (!a.onGround && a.stream[1].stopped && a.category != AircraftCategory::rotorcraft) {
+                a.stream.erase(a.stream.begin() + 1);
+                continue;
+            }
+            named("nextPos", a, [&] { nextPos(a); });
+            return;
+        }
+        if (endOfStream(a))
+            continue;
+        if (a.fs != FlightState::parked) {
+            learnStand(a, a.fs != FlightState::flying);
+            removeAircraftFromSim(a);
+        }
+        return;
+    }
+}
+
+void advanceOneTick(LiveAircraft& a) {
+    if (a.stream.empty()) {
+        const std::string place = fmt::format("{:.6f},{:.6f}", a.lat, a.lon);
+        log(fmt::format("{} stream empty ? {}, hexid:{}, objectid:{}, alt:{:.0f} ft, lalo:{}, TAS:{:.0f}",
+                        "updateLiveAc", longLabel(a), a.hexid, a.objectid, a.alt, place, a.tasOut));
+        removeAircraftFromSim(a);
+        return;
+    }
+    if (tickCount >= a.stream.front().tick) {
+        nextPosMain(a);
+        a.vsOut = a.vsFpm / 60.0;
+        a.tasOut = a.stream.empty() || a.stream.front().stopped ? 0.0 : a.tasLeg;
+    }
+    if (a.st != AircraftStatus::active || a.stream.empty())
+        return;
+    if (!a.stream.front().stopped)
+        advancePosition(a);
+    if (a.objectid == 0) {
+        log(fmt::format("{} objectid=0? hexid: {},cs:{}, reg:{}, aimo:{} sz:{}", "updateLiveAc", a.hexid, a.callsign,
+                        a.regcode, aimo(a), a.sz()));
+        removeAircraftFromSim(a);
+        return;
+    }
+    queuePosition({a.lat, a.lon, a.pitch, a.bank, a.heading, a.alt, a.vsOut, a.tasOut, a.objectid});
+}
+
+} // namespace
+
+void nextPosMain(LiveAircraft& aircraft) {
+    named("nextPosMain", aircraft, [&] { beginLegs(aircraft); });
+}
+
+bool updateLiveAc(LiveAircraft& aircraft) {
+    if (aircraft.st == AircraftStatus::active)
+        advanceOneTick(aircraft);
+    else if (aircraft.st == AircraftStatus::buffer)
+        spawnDecision(aircraft);
+    return isMarked(aircraft);
+}
+
+void updateLiveAircraft() {
+    bool dropAsked = false;
+    for (LiveAircraft& a : liveAircraft) {
+        try {
+            if (updateLiveAc(a))
+                dropAsked = true;
+        } catch (const nwk::UserErrorException&) {
+            throw;
+        } catch (const std::exception& e) {
+            log(aircraftTrouble("updateLiveAc", e.what(), a));
+        }
+    }
+    if (dropAsked)
+        compactLive();
+#ifndef NDEBUG
+    reportTickCheck();
+#endif
+}
+
+} // namespace kes

@@ -1,0 +1,48 @@
+#include "window/message_pump.h"
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+
+namespace kes {
+
+namespace {
+std::mutex pumpMutex;
+std::condition_variable pumpSignal;
+std::deque<AppMessage> pumpQueue;
+int quitCode = 0;
+} // namespace
+
+void postMessage(AppMessage message) {
+    {
+        const std::lock_guard lock(pumpMutex);
+        pumpQueue.push_back(message);
+    }
+    pumpSignal.notify_one();
+}
+
+void postQuit(int code) {
+    {
+        const std::lock_guard lock(pumpMutex);
+        quitCode = code;
+        pumpQueue.push_back(AppMessage::quit);
+    }
+    pumpSignal.notify_one();
+}
+
+int runMessagePump(void (*handle)(AppMessage)) {
+    for (;;) {
+        AppMessage message{};
+        {
+            std::unique_lock lock(pumpMutex);
+            pumpSignal.wait(lock, [] { return !pumpQueue.empty(); });
+            message = pumpQueue.front();
+            pumpQueue.pop_front();
+            if (message == AppMessage::quit)
+                return quitCode;
+        }
+        handle(message);
+    }
+}
+
+} // namespace kes

@@ -1,0 +1,238 @@
+#include "core/clock.h"
+#include "core/log.h"
+#include "core/run_state.h"
+#include "core/window.h"
+#include "support.h"
+
+#include <cmath>
+#include <csignal>
+#include <ctime>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <thread>
+#include <vector>
+
+namespace kes {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Drawn {
+    std::string text;
+    bool isError = false;
+};
+std::vector<Drawn> drawn;
+
+/// Fresh flags, status and log; the message line is recorded.
+struct LogTest : testing::Test {
+    LogTest() {
+        resetRunFlags();
+        resetStatus();
+        WindowBackend backend;
+        backend.drawMessageLine = [](std::string_view text, bool isError) {
+            drawn.push_back({std::string(text), isError});
+        };
+        setWindowBackend(backend);
+        drawn.clear();
+    }
+    ~LogTest() override {
+        setWindowBackend({});
+        setWallClockMs(-1);
+        resetRunFlags();
+        resetStatus();
+    }
+    test::ProgramFolder folder;
+};
+
+TEST_F(LogTest, FourStartsLeaveThreeFilesNewestFirst) {
+    setWallClockMs(1764028800000); // Tue Nov 25 2025, 00:00:00
+    for (const char* start : {"first", "second", "third", "fourth"}) {
+        openLog("Log.txt");
+        log(start);
+    }
+    const std::string head = "Tue Nov 25 00:00:00 2025 (utc) Kestrelune version 10.10.9 for MSFS 2020/2024\n";
+    EXPECT_EQ(test::readFile("Log.txt"), head + "fourth\n");
+    EXPECT_EQ(test::readFile("Log0.txt"), head + "third\n");
+    EXPECT_EQ(test::readFile("Log00.txt"), head + "second\n");
+    closeLog();
+    log("after the end");
+    EXPECT_EQ(test::readFile("Log.txt"), head + "fourth\n");
+}
+
+TEST_F(LogTest, NamesWithOtherDotsRotateAtTheLastOne) {
+    fs::create_directory("v1.2");
+    for (int i = 0; i < 3; ++i)
+        openLog("v1.2/my.log.txt");
+    EXPECT_TRUE(fs::exists("v1.2/my.log0.txt"));
+    EXPECT_TRUE(fs::exists("v1.2/my.log00.txt"));
+}
+
+TEST_F(LogTest, OpeningFailsLoudlyAndTheProgramCanGoOn) {
+    EXPECT_THROW(openLog("nowhere/Log.txt"), std::runtime_error);
+    try {
+        openLog("nowhere/Log.txt");
+    } catch (const std::runtime_error& refused) {
+        EXPECT_STREQ(refused.what(), "Failed to write file nowhere/Log.txt");
+    }
+    fs::create_directory("Blocked.txt");
+    EXPECT_THROW(openLog("Blocked.txt"), fs::filesystem_error);
+    log("nowhere to go");
+    openLog("Log.txt");
+    log("again");
+    EXPECT_TRUE(folder.logHas("again\n"));
+}
+
+TEST_F(LogTest, AFullDiskSilencesTheLogAndNothingElse) {
+    void (*const before)(int) = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit free{};
+    getrlimit(RLIMIT_FSIZE, &free);
+    rlimit tight = free;
+    tight.rlim_cur = 200;
+    setrlimit(RLIMIT_FSIZE, &tight);
+    log(std::string(500, 'x'));
+    setrlimit(RLIMIT_FSIZE, &free);
+    std::signal(SIGXFSZ, before);
+    log("skipped");
+    EXPECT_FALSE(folder.logHas("skipped"));
+    showStatus("still shown", true);
+    EXPECT_EQ(statusText(), "still shown");
+    openLog("Other.txt");
+    log("a new log works");
+    EXPECT_NE(test::readFile("Other.txt").find("a new log works"), std::string::npos);
+}
+
+TEST_F(LogTest, LinesKeepTheirLeadAndStayWholeFromManyThreads) {
+    logWarning("watch");
+    logIndented("progress");
+    EXPECT_TRUE(folder.logHas("\n===> watch\n          progress\n"));
+    std::vector<std::thread> writers;
+    for (int w = 0; w < 4; ++w)
+        writers.emplace_back([w] {
+            for (int i = 0; i < 200; ++i)
+                log("line of " + std::string(30, static_cast<char>('a' + w)));
+        });
+    for (std::thread& writer : writers)
+        writer.join();
+    for (int w = 0; w < 4; ++w)
+        EXPECT_EQ(folder.logCount("line of " + std::string(30, static_cast<char>('a' + w)) + "\n"), 200u);
+}
+
+TEST_F(LogTest, NothingIsLoggedOnceTheRunIsToEnd) {
+    for (std::atomic<bool>* flag : {&exitRequested, &userClosed}) {
+        *flag = true;
+        logUnlessClosing("socket closed");
+        showStatus("closing ...", true);
+        showError("lost");
+        clearError();
+        *flag = false;
+    }
+    EXPECT_FALSE(folder.logHas("socket closed"));
+    EXPECT_FALSE(folder.logHas("closing ..."));
+    EXPECT_FALSE(folder.logHas("lost"));
+    EXPECT_EQ(drawn.size(), 6u) << "the window shows them all the same";
+}
+
+TEST_F(LogTest, AnErrorHidesEveryStatusUntilItIsCleared) {
+    showStatus("loading", true);
+    showStatus("silent", false);
+    showError("no path");
+    showStatus("later", true);
+    clearStatus();
+    ageStatus();
+    EXPECT_EQ(errorText(), "no path");
+    EXPECT_EQ(statusText(), "");
+    ASSERT_EQ(drawn.size(), 3u);
+    EXPECT_EQ(drawn.back().text, "no path");
+    EXPECT_TRUE(drawn.back().isError);
+    clearError();
+    EXPECT_EQ(drawn.back().text, "") << "the line is wiped";
+    showStatus("back", false);
+    EXPECT_EQ(statusText(), "back");
+    EXPECT_FALSE(drawn.back().isError);
+    EXPECT_TRUE(folder.logHas("\nloading\nError no path\n"));
+    EXPECT_FALSE(folder.logHas("silent"));
+    EXPECT_FALSE(folder.logHas("later"));
+}
+
+TEST_F(LogTest, AStatusLives25SecondsOfRunTime) {
+    const auto age = [](int seconds) {
+        for (int i = 0; i < seconds; ++i)
+            ageStatus();
+    };
+    // Shown at run time 0, it counts as shown at 1.
+    showStatus("from the start", false);
+    age(25);
+    EXPECT_EQ(statusText(), "from the start");
+    age(1);
+    EXPECT_EQ(statusText(), "");
+    EXPECT_EQ(drawn.back().text, "");
+
+    showStatus("one", false);
+    age(20);
+    showStatus("two", false);
+    age(24);
+    EXPECT_EQ(statusText(), "two") << "a new text starts anew";
+    age(1);
+    EXPECT_EQ(statusText(), "");
+
+    showStatus("wiped", false);
+    clearStatus();
+    drawn.clear();
+    age(30);
+    EXPECT_TRUE(drawn.empty()) << "with nothing up there is nothing to clear";
+}
+
+TEST_F(LogTest, TimesAreUtcOnTheGregorianCalendar) {
+    const struct {
+        std::int64_t seconds;
+        const char* text;
+    } cases[] = {
+        {0, "Thu Jan 01 00:00:00 1970"},          {-1, "Wed Dec 31 23:59:59 1969"},
+        {951782400, "Tue Feb 29 00:00:00 2000"},  {4107542399, "Sun Feb 28 23:59:59 2100"},
+        {4107542400, "Mon Mar 01 00:00:00 2100"}, {1735689599, "Tue Dec 31 23:59:59 2024"},
+        {2147483648, "Tue Jan 19 03:14:08 2038"},
+    };
+    for (const auto& row : cases)
+        EXPECT_EQ(dateTime(row.seconds), row.text);
+    // The C library is the oracle for a day in each month of many years.
+    for (std::int64_t t = -5000000000; t < 20000000000; t += 86400 * 17 + 3671) {
+        const std::time_t time = t;
+        std::tm parts{};
+        gmtime_r(&time, &parts);
+        char text[64];
+        std::strftime(text, sizeof text, "%a %b %d %H:%M:%S %Y", &parts);
+        ASSERT_EQ(dateTime(t), text);
+    }
+}
+
+TEST_F(LogTest, TheTrafficClockNeedsTheEditionAndATime) {
+    setWallClockMs(3600 * 1000);
+    EXPECT_EQ(timeStamp(), "01:00:00");
+    const struct {
+        bool edition;
+        double traffic;
+        const char* text;
+    } cases[] = {{true, 7322.9, "02:02:02"},
+                 {true, 0.0, "01:00:00"},
+                 {false, 7322.9, "01:00:00"},
+                 {true, 1e300, "01:00:00"},
+                 {true, NAN, "01:00:00"}};
+    for (const auto& row : cases) {
+        rtProfEdition = row.edition;
+        EXPECT_EQ(hhmmTime(row.traffic), row.text) << row.traffic;
+    }
+}
+
+TEST(SocketErrorText, KnowsThePublishedCodes) {
+    EXPECT_EQ(socketErrorText(10004), "10004 Interrupted system call");
+    EXPECT_EQ(socketErrorText(10024), "10024 Too many open sockets");
+    EXPECT_EQ(socketErrorText(10035), "10035 Operation would block");
+    EXPECT_EQ(socketErrorText(10040), "10040 Messenger too long");
+    EXPECT_EQ(socketErrorText(11001), "11001 Host not found");
+    EXPECT_EQ(socketErrorText(0), "0 No error");
+    EXPECT_EQ(socketErrorText(10005), "10005");
+    EXPECT_EQ(socketErrorText(-3), "-3");
+}
+
+} // namespace
+} // namespace kes

@@ -1,0 +1,341 @@
+#include "count_allocations.h"
+#include "feed_test.h"
+
+#include <atomic>
+#include <zlib.h>
+
+namespace kes::test {
+namespace {
+
+class TrafficReaderTest : public FeedTest {};
+
+TEST_F(TrafficReaderTest, receivesAndStopsAtOnce) {
+    const std::uint16_t port = startedTrafficReader();
+    EXPECT_EQ(readouts.weatherLamp.load(), Lamp::receiving);
+    EXPECT_TRUE(logged("          Traffic Reader connected"));
+    UdpSender sender(port);
+    sender.send(feedLine());
+    sender.send("");
+    sender.send(feedLine());
+    std::vector<AircraftReport> reports;
+    EXPECT_TRUE(eventually([&] {
+        for (AircraftReport& report : takeReports())
+            reports.push_back(std::move(report));
+        return reports.size() == 2;
+    })) << "equal lines of a sender on this PC are two reports";
+
+    const auto start = std::chrono::steady_clock::now();
+    stopTrafficReader();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 200ms);
+    EXPECT_EQ(readouts.trafficLamp.load(), Lamp::stopped);
+    EXPECT_FALSE(readerFailed);
+    EXPECT_EQ(logLines().back(), "Traffic Reader has stopped");
+    stopTrafficReader();
+
+    // The port is free again, also for the next run of the process.
+    startTrafficReader(port);
+    EXPECT_TRUE(eventually([] { return readouts.trafficLamp == Lamp::receiving; }));
+    sender.send(feedLine());
+    EXPECT_TRUE(eventually([] { return takeReports().size() == 1; }));
+    startTrafficReader(port);
+    EXPECT_TRUE(eventually([] { return readouts.trafficLamp == Lamp::receiving; }));
+    sender.send(feedLine());
+    EXPECT_TRUE(eventually([] { return takeReports().size() == 1; })) << "a second start replaces the thread";
+}
+
+TEST_F(TrafficReaderTest, aPortInUseIsAnErrorOfTheRun) {
+    platform::Socket other;
+    ASSERT_EQ(other.openUdp(), 0);
+    ASSERT_EQ(other.bindUdp(0, true), 0);
+    startTrafficReader(other.localPort());
+    EXPECT_TRUE(eventually([] { return readerFailed.load(); }));
+    stopTrafficReader();
+    const std::string text = "The TrafficReader  has stopped with an error: bind to stream socket failed with error: " +
+                             socketErrorText(10048);
+    EXPECT_EQ(statusText(), text);
+    EXPECT_EQ(logLines(), (std::vector<std::string>{"          Traffic Reader disconnected", text}));
+}
+
+TEST_F(TrafficReaderTest, repeatsFromAnotherPcAreIgnored) {
+    rtOnThisPc = false;
+    trafficReader.lastText.clear();
+    const std::uint32_t before = trafficReader.datagramCount;
+    UdpSender sender(startedTrafficReader());
+    const std::string a = feedLine(), b = feedLine({{9, "KES43"}}), last = feedLine({{9, "LAST"}});
+    for (const std::string& line : {a, a, b, a, a, a, last})
+        sender.send(line);
+    ASSERT_TRUE(eventually([&] { return trafficReader.datagramCount == before + 7; }));
+    stopTrafficReader();
+    std::string callsigns;
+    for (const AircraftReport& report : takeReports())
+        callsigns += report.callsign + " ";
+    EXPECT_EQ(callsigns, "KES42 KES43 KES42 LAST ");
+}
+
+TEST_F(TrafficReaderTest, oversizeDatagramsAreToldAndSkipped) {
+    const std::uint32_t before = trafficReader.datagramCount;
+    UdpSender sender(startedTrafficReader());
+    // A line of 16383 bytes is the longest that is read.
+    std::string longest = feedLine() + ",";
+    longest.resize(16383, 'x');
+    sender.send(longest);
+    sender.send(longest + "x");
+    sender.send(longest + std::string(20000, 'x'));
+    sender.send(feedLine());
+    ASSERT_TRUE(eventually([&] { return trafficReader.datagramCount == before + 2; }));
+    stopTrafficReader();
+    EXPECT_EQ(takeReports().size(), 2U);
+    const auto lines = logLines();
+    ASSERT_EQ(lines.size(), 4U);
+    EXPECT_EQ(lines[1], "buffer overrun: 16384 bytes");
+    EXPECT_EQ(lines[2], "buffer overrun: 16384 bytes");
+}
+
+TEST_F(TrafficReaderTest, aFloodIsBoundedAndTheNewestStay) {
+    UdpSender sender(startedTrafficReader());
+    std::uint32_t sent = 0;
+    // The queue overflows only with what was received, whatever the system threw away.
+    const auto overflow = [] {
+        const std::lock_guard lock(sampleMutex);
+        return reportQueue.dropped();
+    };
+    ASSERT_TRUE(eventually([&] {
+        for (int i = 0; i < 500; ++i)
+            sender.send(feedLine({{1, std::to_string(100000 + ++sent)}}));
+        return overflow() > 1000;
+    }));
+    const std::size_t gaveWay = overflow();
+    stopTrafficReader();
+    const auto reports = takeReports();
+    EXPECT_EQ(reports.size(), ReportQueue::capacity);
+    EXPECT_GT(reports.front().hexid, 100000 + gaveWay);
+    for (std::size_t i = 1; i < reports.size(); ++i)
+        ASSERT_LT(reports[i - 1].hexid, reports[i].hexid);
+    EXPECT_TRUE(takeReports().empty());
+    EXPECT_EQ(logLines().size(), 2U);
+}
+
+TEST_F(TrafficReaderTest, complaintsOfAFloodAreCounted) {
+    setWallClockMs(1'700'000'000'000);
+    const std::uint32_t many = LogLimiter::linesPerWindow + 250;
+    for (std::uint32_t i = 0; i < many; ++i)
+        feed(trafficReader, feedLine({{4, "null"}}));
+    EXPECT_EQ(logLines().size(), LogLimiter::linesPerWindow);
+    setWallClockMs(1'700'000'000'000 + LogLimiter::windowMs - 1);
+    trafficReader.complaints.tellLeftOut();
+    EXPECT_EQ(logLines().size(), LogLimiter::linesPerWindow);
+    setWallClockMs(1'700'000'000'000 + LogLimiter::windowMs);
+    trafficReader.complaints.tellLeftOut();
+    EXPECT_EQ(logLines().back(), "250 more messages about the feed were left out");
+    feed(trafficReader, feedLine({{8, "null"}}));
+    EXPECT_EQ(logLines().back(), "exception in processLine: gs:null");
+}
+
+TEST_F(TrafficReaderTest, steadyTrafficAllocatesNothing) {
+    const std::string full = feedLine({{9, "CALLSIGN-OF-SOME-LENGTH"}});
+    const std::string lines[] = {full, feedLine({{2, "10"}}), feedLine({{28, "C1"}}), "RTPARK,76cd72,1,2",
+                                 feedLine({{9, "A VEH"}})};
+    const auto round = [&] {
+        for (const std::string& line : lines)
+            feed(trafficReader, line);
+        const std::lock_guard lock(sampleMutex);
+        reportQueue.pop();
+    };
+    for (std::size_t i = 0; i <= ReportQueue::capacity; ++i)
+        round();
+    const std::size_t before = allocations;
+    for (int i = 0; i < 100; ++i)
+        round();
+    EXPECT_EQ(allocations, before);
+}
+
+TEST_F(TrafficReaderTest, collectsCallsignsWhileAsked) {
+    const auto feedCallsign = [](const char* callsign, const char* lat = "41.5") {
+        feed(trafficReader, feedLine({{9, callsign}, {2, lat}, {28, "C1"}}));
+    };
+    feedCallsign("EARLY");
+    trafficReader.setCollectCallsigns();
+    for (const char* callsign : {"KES1", "KES2", "KES1", "null", "", "KES@", "B\nAD"})
+        feedCallsign(callsign);
+    feedCallsign("FAR", "10");
+    EXPECT_EQ(trafficReader.takeCallsigns(), (std::set<std::string>{"KES1", "KES2"}));
+    feedCallsign("LATE");
+    EXPECT_TRUE(trafficReader.takeCallsigns().empty());
+}
+
+TEST_F(TrafficReaderTest, workerAndReaderShareTheInputs) {
+    std::atomic<bool> done{false};
+    std::thread reader([&] {
+        for (int i = 0; !done; ++i)
+            feed(trafficReader, feedLine({{9, "KES" + std::to_string(i % 50)}, {2, "10"}, {3, "10"}}));
+    });
+    std::size_t collected = 0;
+    const bool enough = eventually([&] {
+        // Far apart, so that a position torn between the two would lie within range of neither.
+        for (const double side : {10.0, -50.0}) {
+            trafficReader.setUserPosition(side, side);
+            trafficReader.setReferenceAirport(FeedAirport{{side, side}, side});
+            trafficReader.setCollectCallsigns();
+            std::this_thread::yield();
+        }
+        const auto taken = trafficReader.takeCallsigns();
+        collected += taken.size();
+        for (const AircraftReport& report : takeReports())
+            EXPECT_EQ(report.sample.lat, 10.0);
+        resetReaders();
+        return collected > 200;
+    });
+    done = true;
+    reader.join();
+    EXPECT_TRUE(enough);
+}
+
+TEST_F(TrafficReaderTest, resetBringsBackTheStartValues) {
+    feed(trafficReader, feedLine());
+    feed(qnhReader, R"({"QNH": 990})");
+    trafficReader.setCollectCallsigns();
+    feed(trafficReader, feedLine());
+    trafficReader.stopFlag = qnhReader.stopFlag = true;
+    trafficReader.lampShowsData = qnhReader.lampShowsData = false;
+    qnhReader.datagramCount = qnhReader.lastSeenCount = 7;
+    resetReaders();
+    EXPECT_EQ(trafficReader.timestamp, 0.0);
+    EXPECT_FALSE(trafficReader.stopFlag || qnhReader.stopFlag);
+    EXPECT_TRUE(trafficReader.lampShowsData && qnhReader.lampShowsData);
+    EXPECT_EQ(qnhReader.datagramCount + qnhReader.lastSeenCount, 0U);
+    EXPECT_EQ(qnhReader.lastQnh, 1013);
+    EXPECT_EQ(currentQnh, 1013);
+    EXPECT_TRUE(trafficReader.collectCallsigns) << "a renewal that has begun goes on";
+    EXPECT_TRUE(trafficReader.takeCallsigns().empty());
+}
+
+TEST(ReportQueueTest, reusesItsSlotsInOrder) {
+    const std::lock_guard lock(sampleMutex);
+    reportQueue.clear();
+    EXPECT_EQ(reportQueue.front(), nullptr);
+    reportQueue.pop();
+    // Twice round the ring with a varying fill.
+    std::uint32_t in = 0, out = 0;
+    for (int round = 0; round < 40; ++round) {
+        for (int i = 0; i < 500; ++i)
+            reportQueue.push().hexid = in++;
+        for (int i = 0; i < (round < 20 ? 250 : 500); ++i, reportQueue.pop())
+            ASSERT_EQ(reportQueue.front()->hexid, out++);
+        ASSERT_EQ(reportQueue.size(), in - out);
+    }
+    EXPECT_EQ(reportQueue.dropped(), 0U);
+    reportQueue.clear();
+    EXPECT_EQ(reportQueue.size(), 0U);
+    for (std::uint32_t i = 0; i < ReportQueue::capacity + 3; ++i)
+        reportQueue.push().hexid = i;
+    EXPECT_EQ(reportQueue.dropped(), 3U);
+    EXPECT_EQ(reportQueue.front()->hexid, 3U);
+    reportQueue.clear();
+    EXPECT_EQ(reportQueue.dropped(), 0U);
+}
+
+// Recordings of real traffic, beside the source folder.
+
+const std::filesystem::path recordings = std::filesystem::path(KES_SOURCE_DIR) / "../shared/data/traffic";
+
+std::vector<std::string> readLines(const std::filesystem::path& path) {
+    std::vector<std::string> lines;
+    gzFile file = gzopen(path.c_str(), "rb");
+    if (file == nullptr)
+        return lines;
+    char line[4096];
+    while (gzgets(file, line, sizeof line) != nullptr) {
+        lines.emplace_back(line);
+        lines.back().pop_back();
+    }
+    gzclose(file);
+    return lines;
+}
+
+TEST_F(TrafficReaderTest, bothDialectsAreRead) {
+    const auto lines = readLines(recordings / "README.md");
+    if (lines.empty())
+        GTEST_SKIP() << "no recordings at " << recordings;
+    trafficReader.setUserPosition(-33.9, 152.7);
+    std::vector<AircraftReport> reports;
+    int found = 0;
+    for (const std::string& line : lines) {
+        if (!line.starts_with("    RT"))
+            continue;
+        ++found;
+        feed(trafficReader, line.substr(4));
+        for (AircraftReport& report : takeReports())
+            reports.push_back(std::move(report));
+    }
+    ASSERT_EQ(found, 3) << "present dialect, older dialect, parked";
+    ASSERT_EQ(reports.size(), 2U);
+    EXPECT_EQ(reports[0].model + reports[1].model, "B789B789");
+    EXPECT_FALSE(reports[0].sample.trueHeadingValid) << "a source with a prefix is another source";
+    EXPECT_TRUE(reports[1].sample.trueHeadingValid && reports[1].sample.airborne);
+    EXPECT_TRUE(logLines().empty());
+}
+
+TEST_F(TrafficReaderTest, recordingsComeThroughARealSocket) {
+    const struct {
+        const char* file;
+        std::size_t lines, leastKept, excluded; // excluded: at least so many lines of vehicles
+    } cases[] = {{"lebl-ground-20201002.rttfc.gz", 23828, 15000, 1000},
+                 {"lfbo-egll-20240606.rttfc.gz", 6089, 5500, 0},
+                 {"egll-terminal-20170802.rttfc.gz", 11252, 10500, 0},
+                 {"swiss-enroute-20180801.rttfc.gz", 8797, 6000, 0}};
+    if (!std::filesystem::exists(recordings / cases[0].file))
+        GTEST_SKIP() << "no recordings at " << recordings;
+    // Wide enough for all of Switzerland: this test is about what the lines themselves decide.
+    setRange(300.0F);
+    const std::uint16_t port = startedTrafficReader();
+    UdpSender sender(port);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.file);
+        const auto lines = readLines(recordings / c.file);
+        ASSERT_EQ(lines.size(), c.lines);
+        std::size_t expected = 0, received = 0, excluded = 0;
+        std::uint32_t count = trafficReader.datagramCount;
+        std::vector<std::string_view> fields;
+        LatLon airport;
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            splitFields(lines[i], fields);
+            ASSERT_GE(fields.size(), 43U) << "the last is often empty";
+            const auto number = [&](std::size_t field) { return std::stod(std::string(fields[field])); };
+            const LatLon here{number(2), number(3)};
+            // The user and the airport travel with the recording.
+            if (i % 50 == 0) {
+                airport = here;
+                trafficReader.setUserPosition(here.lat, here.lon);
+                trafficReader.setReferenceAirport(FeedAirport{here, -1000});
+            }
+            const bool vehicle = fields[28].starts_with('C') || fields[10] == "GRND";
+            excluded += vehicle ? 1 : 0;
+            const bool nameless = fields[9] == "null" && fields[11] == "null";
+            const bool onGround = number(4) <= 0 || number(8) <= 35;
+            const bool elsewhere = onGround && distanceNm(airport, here) > 5.0;
+            expected += vehicle || nameless || elsewhere || fields[10] == "null" ? 0 : 1;
+            sender.send(lines[i]);
+            if (i % 50 == 49 || i + 1 == lines.size()) {
+                count += static_cast<std::uint32_t>(i % 50 + 1);
+                ASSERT_TRUE(eventually([&] { return trafficReader.datagramCount == count; }));
+                // The count rises before the line is worked on: one more datagram marks the end.
+                sender.send("end");
+                ++count;
+                ASSERT_TRUE(eventually([&] { return trafficReader.datagramCount == count; }));
+                for (const AircraftReport& report : takeReports()) {
+                    ++received;
+                    ASSERT_GT(report.hexid, lastStaticHexid);
+                    ASSERT_EQ(report.sample.airborne, report.sample.alt > 0);
+                    ASSERT_LE(report.sample.gs, 1000.0);
+                }
+            }
+        }
+        EXPECT_EQ(received, expected);
+        EXPECT_GE(received, c.leastKept);
+        EXPECT_GE(excluded, c.excluded);
+    }
+    EXPECT_EQ(logLines().size(), 1U) << "no line of a recording is a cause for complaint";
+}
+
+} // namespace
+} // namespace kes::test

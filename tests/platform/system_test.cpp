@@ -1,0 +1,231 @@
+#include "platform/system.h"
+#include "support.h"
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace kes::platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::size_t entriesOf(const fs::path& folder) {
+    return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
+}
+
+/// No file may grow beyond `bytes` while this lives, as on a full disk.
+struct FullDisk {
+    explicit FullDisk(rlim_t bytes) : oldHandler(std::signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(RLIMIT_FSIZE, &before);
+        rlimit tight = before;
+        tight.rlim_cur = bytes;
+        setrlimit(RLIMIT_FSIZE, &tight);
+    }
+    ~FullDisk() {
+        setrlimit(RLIMIT_FSIZE, &before);
+        std::signal(SIGXFSZ, oldHandler);
+    }
+    rlimit before{};
+    void (*oldHandler)(int);
+};
+
+/// Runs `body` in a process of its own and gives its exit code.
+int inProcess(const std::function<int()>& body) {
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(body());
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST(ReplaceFile, LeavesTheOldFileWholeAndNoTemporaryWhenItFails) {
+    const test::ProgramFolder folder;
+    std::string error;
+    fs::create_directory("data");
+    const fs::path target = "data/file.xml";
+    ASSERT_TRUE(replaceFile(target, "old content", error)) << error;
+
+    {
+        const FullDisk full(1000);
+        EXPECT_FALSE(replaceFile(target, std::string(5000, 'n'), error));
+    }
+    EXPECT_NE(error.find("write"), std::string::npos) << error;
+    EXPECT_EQ(test::readFile(target), "old content");
+    EXPECT_EQ(entriesOf("data"), 1u);
+
+    fs::create_directories("data/folder/inside");
+    error.clear();
+    EXPECT_FALSE(replaceFile("data/folder", "x", error)) << "the target is a folder that is not empty";
+    EXPECT_FALSE(error.empty());
+    error.clear();
+    EXPECT_FALSE(replaceFile("nowhere/file.xml", "x", error));
+    EXPECT_FALSE(error.empty());
+    EXPECT_EQ(entriesOf("data"), 2u);
+
+    EXPECT_TRUE(replaceFile(target, "", error));
+    EXPECT_EQ(fs::file_size(target), 0u);
+}
+
+TEST(ReplaceFile, ReadersSeeOneOfTheContentsAndNeverAPart) {
+    const test::ProgramFolder folder;
+    const fs::path target = folder.folder / "shared.txt";
+    std::string error;
+    ASSERT_TRUE(replaceFile(target, std::string(20000, 'a'), error));
+    std::atomic<bool> done{false};
+    std::vector<std::thread> writers;
+    for (const char letter : {'a', 'b', 'c'})
+        writers.emplace_back([&, letter] {
+            std::string reason;
+            for (int i = 0; i < 60; ++i)
+                EXPECT_TRUE(replaceFile(target, std::string(20000, letter), reason)) << reason;
+        });
+    std::thread reader([&] {
+        while (!done) {
+            const std::string text = test::readFile(target);
+            EXPECT_EQ(text.size(), 20000u);
+            EXPECT_EQ(text.find_first_not_of(text[0]), std::string::npos);
+        }
+    });
+    for (std::thread& writer : writers)
+        writer.join();
+    done = true;
+    reader.join();
+    EXPECT_EQ(entriesOf(folder.folder), 3u) << "Log.txt, appdata and the file";
+}
+
+TEST(ReplaceFile, WhatACrashLeftBehindIsUsedUpByTheNextSave) {
+    const test::ProgramFolder folder;
+    std::string error;
+    std::ofstream("file.xml.tmp0") << "half a docum";
+    ASSERT_TRUE(replaceFile("file.xml", "whole", error));
+    EXPECT_EQ(test::readFile("file.xml"), "whole");
+    EXPECT_FALSE(fs::exists("file.xml.tmp0"));
+}
+
+TEST(InstanceLock, OneProcessAtATimeAndFreedByItsEnd) {
+    const test::ProgramFolder folder;
+    for (const char* place : {"XDG_RUNTIME_DIR", "TMPDIR"}) {
+        unsetenv("XDG_RUNTIME_DIR");
+        setenv(place, folder.folder.c_str(), 1);
+        const auto lock = [] { return takeInstanceLock("Local\\$Test$") ? 1 : 0; };
+        EXPECT_EQ(inProcess(lock), 1) << place;
+        // The first process is gone, so is its lock.
+        int toChild[2];
+        int fromChild[2];
+        ASSERT_EQ(pipe(toChild), 0);
+        ASSERT_EQ(pipe(fromChild), 0);
+        const pid_t holder = fork();
+        if (holder == 0) {
+            char result = lock() == 1 ? '1' : '0';
+            if (write(fromChild[1], &result, 1) != 1 || read(toChild[0], &result, 1) < 0)
+                _exit(1);
+            _exit(0);
+        }
+        char held = 0;
+        ASSERT_EQ(read(fromChild[0], &held, 1), 1);
+        EXPECT_EQ(held, '1') << place;
+        EXPECT_EQ(inProcess(lock), 0) << place << ": a second instance";
+        EXPECT_EQ(inProcess([] { return takeInstanceLock("Other") ? 1 : 0; }), 1) << place << ": another name";
+        ASSERT_EQ(kill(holder, SIGKILL), 0);
+        waitpid(holder, nullptr, 0);
+        EXPECT_EQ(inProcess(lock), 1) << place << ": after the holder was killed";
+        for (const int end : {toChild[0], toChild[1], fromChild[0], fromChild[1]})
+            close(end);
+        unsetenv(place);
+    }
+}
+
+TEST(KnownFolders, FollowTheEnvironmentAndFallBackToTheHome) {
+    const char* const home = std::getenv("HOME");
+    const std::string homeBefore = home != nullptr ? home : "";
+    setenv("HOME", "/home/kim", 1);
+    unsetenv("XDG_CONFIG_HOME");
+    unsetenv("XDG_DATA_HOME");
+    EXPECT_EQ(roamingFolder(), "/home/kim/.config");
+    EXPECT_EQ(localFolder(), "/home/kim/.local/share");
+    setenv("XDG_CONFIG_HOME", "relative", 1);
+    EXPECT_EQ(roamingFolder(), "/home/kim/.config");
+    setenv("XDG_CONFIG_HOME", "/etc/kim", 1);
+    EXPECT_EQ(roamingFolder(), "/etc/kim");
+    unsetenv("XDG_CONFIG_HOME");
+    unsetenv("HOME");
+    EXPECT_TRUE(roamingFolder().is_absolute()) << "the account knows the home as well";
+    if (!homeBefore.empty())
+        setenv("HOME", homeBefore.c_str(), 1);
+}
+
+std::atomic<int> closes{0};
+
+TEST(CloseSignals, ReachTheHandlerAndNoThreadDies) {
+    // In a process of its own, for the mask and the watching thread stay.
+    const int code = inProcess([] {
+        watchCloseSignals([] { ++closes; });
+        std::atomic<bool> stop{false};
+        std::thread other([&] {
+            while (!stop)
+                std::this_thread::yield();
+        });
+        int expected = 0;
+        bool good = true;
+        for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGINT}) {
+            kill(getpid(), number);
+            ++expected;
+            good = good && test::waitFor([&] { return closes == expected; });
+        }
+        stop = true;
+        other.join();
+        return good ? 0 : 1;
+    });
+    EXPECT_EQ(code, 0);
+}
+
+TEST(Utf8, RoundTripsWhatIsTextAndRefusesWhatIsNot) {
+    for (const std::string_view good : {"", "plain", "\xC3\xA9t\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x9B\xAB x",
+                                        "\xED\x9F\xBF", "\xEE\x80\x80", "\xF4\x8F\xBF\xBF"})
+        EXPECT_EQ(toUtf8(toUtf16(good)), good);
+    EXPECT_EQ(toUtf16("\xF0\x9F\x9B\xAB"), u"\U0001F6EB");
+    for (const std::string_view bad : {"\x80", "\xC3", "\xC0\x80", "\xE0\x80\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80",
+                                       "\xF0\x9F\x9B", "\xE2\x28\xA1", "\xFF"}) {
+        try {
+            toUtf16(bad);
+            ADD_FAILURE() << "taken: " << bad.size() << " bytes";
+        } catch (const win32::Utf8ConversionException& refused) {
+            EXPECT_EQ(refused.errorCode, 1113u);
+        }
+    }
+    for (const std::u16string& bad :
+         {std::u16string(1, 0xD83D), std::u16string(1, 0xDEEB), std::u16string{0xD83D, u'x'}})
+        EXPECT_THROW(toUtf8(bad), win32::Utf8ConversionException);
+    EXPECT_EQ(pathText(pathFrom("a/\xC3\xBC.xml")), "a/\xC3\xBC.xml");
+}
+
+TEST(Process, CountsItsThreadsAndMemory) {
+    const std::size_t before = threadCount();
+    ASSERT_GE(before, 1u);
+    std::atomic<bool> stop{false};
+    std::thread other([&] {
+        nameThread("a name longer than fifteen");
+        while (!stop)
+            std::this_thread::yield();
+    });
+    EXPECT_TRUE(test::waitFor([&] { return threadCount() == before + 1; }));
+    stop = true;
+    other.join();
+    const std::size_t memory = residentKb();
+    const std::string block(64 << 20, 'm');
+    EXPECT_GE(residentKb(), memory + (block.size() >> 10) / 2);
+}
+
+} // namespace
+} // namespace kes::platform

@@ -1,0 +1,331 @@
+// The simulator client against the simulator model, through the real packets.
+#include "sim/sim_client.h"
+
+#include <algorithm>
+#include <atomic>
+#include <gtest/gtest.h>
+#include <thread>
+
+#include "core/parameters.h"
+#include "core/run_state.h"
+#include "core/window.h"
+#include "sim/ai_commands.h"
+#include "support.h"
+#include "world/simulator/inproc.h"
+
+namespace kes {
+namespace {
+
+using test::waitFor;
+
+constexpr double lat = 48.35, lon = 11.78;
+
+std::vector<SimReply> seenReplies;
+void keepReply(const SimReply& reply) { seenReplies.push_back(reply); }
+
+struct SimClientTest : testing::Test {
+    test::ProgramFolder program;
+
+    void SetUp() override {
+        setParameterDefaults();
+        setRange(40);
+        resetAll();
+        prepareSimQueues();
+    }
+    void TearDown() override {
+        requestSimClientStop();
+        joinSimClient();
+        world::inprocStop();
+        resetAll();
+    }
+    static void resetAll() {
+        resetSimClient();
+        resetSimQueues();
+        resetUserAircraft();
+        resetWindow();
+        resetStatus();
+        resetRunFlags();
+        seenReplies.clear();
+    }
+    static world::SimulatorOptions options() {
+        world::SimulatorOptions o;
+        o.lat = lat;
+        o.lon = lon;
+        o.altFeet = 5000;
+        o.terrain.airfields.push_back({lat, lon, 1000.0}); // the user hovers well above it
+        o.titles.known.insert("Test A320 One");
+        return o;
+    }
+    /// Starts simulator and client and waits for the user's position, as the worker does.
+    void connect(const world::SimulatorOptions& o = options(), double speed = 5) {
+        world::inprocStart(o);
+        world::inprocRunThread(speed);
+        startSimClient();
+        ASSERT_TRUE(waitFor([] { return simRunning.load(); }));
+        ASSERT_TRUE(waitFor([] {
+            userAircraft = readUserPosition();
+            return userAircraft.known();
+        }));
+    }
+    static const SimReply* reply(ReplyKind kind) {
+        drainSimReplies(keepReply);
+        const auto it = std::find_if(seenReplies.begin(), seenReplies.end(), [&](const SimReply& r) { return r.kind == kind; });
+        return it == seenReplies.end() ? nullptr : &*it;
+    }
+    /// Range requests as the main tick sends them, until a reply of a kind has come.
+    static const SimReply* replyByRange(ReplyKind kind) {
+        waitFor([&] {
+            requestRange();
+            return reply(kind) != nullptr;
+        });
+        return reply(kind);
+    }
+    static CreateRequest request(std::string tail, std::string_view title = "Test A320 One") {
+        CreateRequest r;
+        r.lat = lat + 0.05;
+        r.lon = lon;
+        r.alt = 3000;
+        r.heading = 90;
+        r.tailNumber = std::move(tail);
+        r.title = title;
+        r.hexid = 4195971;
+        return r;
+    }
+};
+
+TEST_F(SimClientTest, DeclaresEverythingWithoutAComplaintOfTheSimulator) {
+    connect();
+    ASSERT_TRUE(requestOnGroundBeat());
+    ASSERT_TRUE(waitFor([] { return secondDue.load() && firstReplySeen.load(); }));
+    EXPECT_FALSE(userOnGround);
+    EXPECT_TRUE(waitFor([] { return readouts.simFrameRate > 0.0F; })) << "stored at the 30th frame";
+    EXPECT_NEAR(userAircraft.lat, lat, 1e-9);
+    EXPECT_NEAR(userAircraft.alt, 5000, 1);
+    EXPECT_EQ(userObjectId, world::userId);
+    EXPECT_TRUE(world::inprocCounters().exceptions.empty());
+    EXPECT_TRUE(program.logHas("MSFS 2020 (11.0."));
+    EXPECT_TRUE(readouts.simLight);
+}
+
+TEST_F(SimClientTest, CreatesJoinsByTheCutTailNumberMovesAndRemoves) {
+    connect();
+    queueCreate(request("ABCDEFGHIJKLMN")); // three characters more than the wire carries
+    const SimReply* created = replyByRange(ReplyKind::created);
+    ASSERT_NE(created, nullptr);
+    EXPECT_EQ(created->hexid, 4195971U);
+    const std::uint32_t id = created->objectid;
+
+    ASSERT_TRUE(waitFor([&] {
+        const auto object = world::inprocObject(id);
+        return object && object->freezeLatLon && object->freezeAltitude && object->freezeAttitude && object->released;
+    }));
+
+    ASSERT_TRUE(requestStaticData(id));
+    ASSERT_TRUE(waitFor([] { return reply(ReplyKind::staticData) != nullptr; }));
+    EXPECT_GT(reply(ReplyKind::staticData)->a, 1.0);
+
+    AiPositionRecord pose{lat + 0.06, lon + 0.01, -0.02, 0.1, 1.5, 3100, 5, 200, id};
+    ASSERT_TRUE(waitFor([&] {
+        queuePosition(pose);
+        publishPositions();
+        const auto object = world::inprocObject(id);
+        return object && object->lat == pose.lat && object->heading == pose.heading && object->alt == pose.alt;
+    }));
+
+    queueEvent(id, event::navLights, 1);
+    ASSERT_TRUE(waitFor([&] { return (world::inprocObject(id)->lights & world::light::nav) != 0; }));
+    queueEvent(id, event::gear, 0);
+    ASSERT_TRUE(waitFor([&] { return !world::inprocObject(id)->gear; }));
+
+    queueRemove(id);
+    ASSERT_TRUE(waitFor([] { return reply(ReplyKind::removed) != nullptr; }));
+    EXPECT_EQ(reply(ReplyKind::removed)->objectid, id);
+    EXPECT_TRUE(world::inprocObjects().empty());
+    EXPECT_TRUE(world::inprocCounters().exceptions.empty());
+}
+
+TEST_F(SimClientTest, GroundDataOnlyOfLowLiveAircraft) {
+    connect();
+    struct Case {
+        const char* tail;
+        double alt;
+        bool reported;
+    };
+    // What flies high needs none, and a tail ending in '*' is a static aircraft.
+    for (const Case& c : {Case{"LOW1", 2000, true}, Case{"HIGH1", 30000, false}, Case{"STAT*", 1500, false}}) {
+        seenReplies.clear();
+        CreateRequest r = request(c.tail);
+        r.lat = lat + 0.001;
+        r.alt = c.alt;
+        queueCreate(r);
+        ASSERT_NE(replyByRange(ReplyKind::created), nullptr) << c.tail;
+        const std::uint32_t id = reply(ReplyKind::created)->objectid;
+        seenReplies.clear();
+        // A second object gives the sign that a later range reply has been handled.
+        if (c.reported) {
+            const SimReply* ground = replyByRange(ReplyKind::ground);
+            ASSERT_NE(ground, nullptr);
+            EXPECT_EQ(ground->objectid, id);
+            EXPECT_GT(ground->b, 0);
+            EXPECT_LT(ground->b, 2500);
+        } else {
+            const auto before = world::inprocCounters().packetsReceived;
+            for (int i = 0; i < 5; ++i)
+                requestRange();
+            ASSERT_TRUE(waitFor([&] { return world::inprocCounters().packetsReceived >= before + 5; }));
+            ASSERT_TRUE(waitFor([] { return world::inprocWaiting() == 0; }));
+            drainSimReplies(keepReply);
+            EXPECT_TRUE(std::none_of(seenReplies.begin(), seenReplies.end(), [&](const SimReply& s) {
+                return s.kind == ReplyKind::ground && s.objectid == id;
+            })) << c.tail;
+        }
+        queueRemove(id);
+        ASSERT_TRUE(waitFor([&] { return !world::inprocObject(id); }));
+    }
+}
+
+TEST_F(SimClientTest, RefusedCreateComesBackWithItsHexid) {
+    connect();
+    queueCreate(request("DLH1", "Nobody Has This Title"));
+    ASSERT_TRUE(waitFor([] { return reply(ReplyKind::createFailed) != nullptr; }));
+    EXPECT_EQ(reply(ReplyKind::createFailed)->hexid, 4195971U);
+    EXPECT_EQ(reply(ReplyKind::created), nullptr);
+}
+
+TEST_F(SimClientTest, AnAircraftOfAnotherProgramIsLoggedOnceAndLeftAlone) {
+    connect();
+    simconnect::HANDLE other = nullptr;
+    ASSERT_FALSE(simconnect::failed(simconnect::SimConnect_Open(&other, "Other")));
+    const simconnect::InitPosition at{lat, lon + 0.01, 4000, 0, 0, 0, 0, 0};
+    ASSERT_FALSE(simconnect::failed(simconnect::SimConnect_AICreateNonATCAircraft(other, "Test A320 One", "FOREIGN", at, 7)));
+    ASSERT_TRUE(waitFor([&] {
+        requestRange();
+        return program.logHas("just spawned, but not by Kestrelune, oid: ");
+    }));
+    const auto object = world::inprocObject("FOREIGN");
+    ASSERT_TRUE(object);
+    EXPECT_FALSE(object->freezeLatLon);
+    for (int i = 0; i < 5; ++i)
+        requestRange();
+    EXPECT_EQ(reply(ReplyKind::created), nullptr);
+    EXPECT_EQ(program.logCount("just spawned, but not by"), 1U);
+    simconnect::SimConnect_Close(other);
+}
+
+TEST_F(SimClientTest, TheUsersOwnObjectIsNeverRemoved) {
+    connect();
+    queueRemove(world::userId);
+    ASSERT_TRUE(waitFor([&] { return program.logHas("===> Simconnect call to remove ac with objectid 1"); }));
+    EXPECT_TRUE(world::inprocCounters().exceptions.empty());
+}
+
+TEST_F(SimClientTest, TeleportAndNewFlightEndTheRun) {
+    struct Case {
+        const char* command;
+        ExitReason reason;
+        const char* logged;
+    };
+    for (const Case& c : {Case{"teleport 48.45 11.78 5000", ExitReason::notYetSet, nullptr}, // 6 nm pass silently
+                          Case{"teleport 49.35 11.78 5000", ExitReason::newFlight, "Teleport"},
+                          Case{"newflight", ExitReason::newFlight, "SimConnect: New file event"}}) {
+        resetAll();
+        connect();
+        world::inprocCommand(c.command);
+        if (c.reason == ExitReason::notYetSet) {
+            ASSERT_TRUE(waitFor([] { return readUserPosition().lat > 48.44; }));
+            EXPECT_FALSE(exitRequested) << c.command;
+        } else {
+            ASSERT_TRUE(waitFor([] {
+                readUserPosition();
+                return exitRequested.load();
+            })) << c.command;
+            EXPECT_EQ(exitReason(), c.reason);
+            EXPECT_EQ(restartDelay(), 45);
+            EXPECT_TRUE(program.logHas(c.logged)) << c.command;
+        }
+        requestSimClientStop();
+        joinSimClient();
+        world::inprocStop();
+    }
+}
+
+TEST_F(SimClientTest, TheWrongSimulatorIsToldAndTheRunStaysUp) {
+    auto o = options();
+    o.generation = world::Generation::msfs2024;
+    world::inprocStart(o);
+    world::inprocRunThread(5);
+    startSimClient();
+    ASSERT_TRUE(waitFor([] { return !errorText().empty(); }));
+    EXPECT_EQ(errorText(), "71: MSFS 2024 is running ..., switch Sim or toggle the Install path checkbox of Kestrelune");
+    EXPECT_FALSE(exitRequested);
+    clearError();
+}
+
+TEST_F(SimClientTest, ComesLateGoesAndComesBack) {
+    startSimClient();
+    ASSERT_TRUE(waitFor([] { return statusText() == "Waiting for MSFS 2020 ..."; }));
+    world::inprocStart(options());
+    world::inprocRunThread(5);
+    ASSERT_TRUE(waitFor([] { return simRunning.load(); }));
+    world::inprocCommand("quit");
+    ASSERT_TRUE(waitFor([] { return !simRunning; }));
+    ASSERT_TRUE(waitFor([&] { return program.logHas("SimConnect connection has ended"); }));
+    EXPECT_FALSE(exitRequested) << "the main tick idles; the user may close";
+    world::inprocStart(options());
+    world::inprocRunThread(5);
+    ASSERT_TRUE(waitFor([] { return exitRequested.load(); }));
+    EXPECT_EQ(exitReason(), ExitReason::simConnectError) << "a new simulator knows none of the old objects: a fresh run";
+}
+
+TEST_F(SimClientTest, AFailedRequestEndsTheRunForARestartAndEmptiesTheQueues) {
+    requestError();
+    EXPECT_TRUE(simRequestFailed);
+    EXPECT_EQ(exitReason(), ExitReason::simConnectError);
+    EXPECT_EQ(restartDelay(), 9);
+    resetRunFlags();
+    connect();
+    simRequestFailed = true;
+    queueCreate(request("GONE1"));
+    // A frame must have passed with the flag set before it is cleared again.
+    const float before = readouts.simFrameRate;
+    readouts.simFrameRate = -1;
+    ASSERT_TRUE(waitFor([] { return readouts.simFrameRate >= 0.0F; }));
+    readouts.simFrameRate = before;
+    simRequestFailed = false;
+    queueCreate(request("STAYS1"));
+    ASSERT_NE(replyByRange(ReplyKind::created), nullptr);
+    EXPECT_FALSE(world::inprocObject("GONE1"));
+}
+
+TEST_F(SimClientTest, ABusyLockDropsATickAtLowFrameRatesAndIsWaitedForAtHighOnes) {
+    for (const float fps : {50.0F, 50.5F}) {
+        readouts.simFrameRate = fps;
+        std::atomic<bool> held{false};
+        std::atomic<bool> release{false};
+        std::thread holder([&] {
+            const std::lock_guard lock(simMutex);
+            held = true;
+            waitFor([&] { return release.load(); });
+        });
+        ASSERT_TRUE(waitFor([&] { return held.load(); }));
+        std::atomic<bool> done{false};
+        std::thread worker([&] {
+            queuePosition({});
+            publishPositions();
+            done = true;
+        });
+        if (fps <= 50.0F) {
+            EXPECT_TRUE(waitFor([&] { return done.load(); }));
+        } else {
+            // It must still be waiting after a time in which the other case is long done.
+            EXPECT_FALSE(waitFor([&] { return done.load(); }, 100));
+        }
+        release = true;
+        holder.join();
+        worker.join();
+        EXPECT_TRUE(done);
+    }
+}
+
+} // namespace
+} // namespace kes

@@ -1,0 +1,403 @@
+// Runs of the worker with real threads and real sockets, the simulator model behind the client functions.
+#include "spine/run.h"
+
+#include <atomic>
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <thread>
+
+#include "core/run_state.h"
+#include "core/user_aircraft.h"
+#include "feed/control_link.h"
+#include "feed/report_queue.h"
+#include "feed/traffic_reader.h"
+#include "flight_folder.h"
+#include "platform/socket.h"
+#include "platform/system.h"
+#include "spine/main_tick.h"
+#include "traffic/live_aircraft.h"
+#include "world/simulator/inproc.h"
+
+namespace kes {
+namespace {
+
+using test::waitFor;
+
+/// The traffic source's side of the control link, with what it read.
+struct LinkClient {
+    platform::Socket socket;
+    std::string seen;
+
+    bool connect() {
+        return waitFor([] { return controlLinkPort() != 0; }) &&
+               waitFor([&] { return socket.connectTcp("127.0.0.1", std::to_string(controlLinkPort()), 1000) == 0; });
+    }
+    bool waitForText(std::string_view text, int ms = 20000) {
+        return waitFor(
+            [&] {
+                char buffer[4096];
+                const platform::IoResult r = socket.receive(buffer, 1);
+                if (r.bytes > 0)
+                    seen.append(buffer, static_cast<std::size_t>(r.bytes));
+                return seen.find(text) != std::string::npos;
+            },
+            ms);
+    }
+    void send(std::string_view text) { socket.sendAll(text, 1000); }
+};
+
+/// A UDP port that nobody uses at this moment.
+std::uint16_t freeUdpPort() {
+    platform::Socket socket;
+    return socket.openUdp() == 0 && socket.bindUdp(0, true) == 0 ? socket.localPort() : std::uint16_t{0};
+}
+
+struct RunTest : testing::Test {
+    test::FlightFolder program;
+    std::thread worker;
+    std::atomic<bool> ended{false};
+
+    void SetUp() override {
+        platform::startSockets();
+        setParameterDefaults();
+        setRunSleepScale(0.02);
+        dataBaseRead = false;
+        restarting = false;
+        resetRun();
+        feedPorts = {freeUdpPort(), freeUdpPort()};
+    }
+    void TearDown() override {
+        endRun();
+        world::inprocStop();
+        resetRun();
+        restarting = false;
+        setRunSleepScale(1);
+        platform::endSockets();
+    }
+    void startRun() {
+        ended = false;
+        worker = std::thread([this] {
+            workerMain();
+            ended = true;
+        });
+    }
+    static void click() {
+        userClosed = true;
+        exitRequested = true;
+    }
+    /// The user's close click, and the end of the run; how long that took in milliseconds.
+    double endRun() {
+        const auto start = std::chrono::steady_clock::now();
+        if (worker.joinable()) {
+            click();
+            worker.join();
+        }
+        return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+    }
+    static void startSimulator() {
+        world::inprocStart(test::overTheField());
+        world::inprocRunThread(1);
+    }
+    /// A run up to its main loop, with a connected traffic source.
+    void fly(LinkClient& link) {
+        startSimulator();
+        startRun();
+        ASSERT_TRUE(link.connect());
+        ASSERT_TRUE(link.waitForText("Qs999=version\r\n"));
+        link.send("{\"level\":2,\"version\":\"10.5\"}");
+        ASSERT_TRUE(link.waitForText("Qs121="));
+        ASSERT_TRUE(waitFor([] {
+            const std::lock_guard lock(sampleMutex);
+            return acceptSamples;
+        }));
+    }
+    static void sendUdp(std::string_view text, std::uint16_t port) {
+        static platform::Socket socket = [] {
+            platform::Socket s;
+            s.openUdp();
+            return s;
+        }();
+        socket.sendTo(text, "127.0.0.1", port);
+    }
+};
+
+TEST_F(RunTest, FromADatagramToAMovingObjectAndBackToNothing) {
+    LinkClient link;
+    fly(link);
+    EXPECT_TRUE(rtProfEdition);
+    EXPECT_TRUE(link.waitForText("Qs123=")) << "the simulator's time for the edition that takes it";
+    sendUdp("{\"QNH\":1021}", feedPorts.weather);
+    const test::Straight flight;
+    double t = 0;
+    const auto report = [&] {
+        sendUdp(flight.line(t), feedPorts.traffic);
+        t += 5;
+    };
+    report();
+    ASSERT_TRUE(waitFor([] { return readouts.qnh == 1021; }));
+    ASSERT_TRUE(waitFor([] { return trafficReader.timestamp != 0.0; }));
+    // Thirty seconds of lead, less the time that the test does not want to wait: the tick count is the stream's clock.
+    for (int i = 0; i < 5; ++i) {
+        tickCount = tickCount + 500;
+        report();
+        ASSERT_TRUE(waitFor([&] { return reportQueue.size() == 0; }));
+    }
+    ASSERT_TRUE(waitFor([&] {
+        const auto o = world::inprocObject("DLH4AB");
+        return o && o->positionRecords > 20;
+    }));
+    EXPECT_EQ(world::inprocObject("DLH4AB")->title, "Test A320 DLH");
+
+    EXPECT_LT(endRun(), 5000);
+    EXPECT_TRUE(link.waitForText("exit\r\n"));
+    EXPECT_TRUE(program.logHas("Exiting: NOT YET SET"));
+    EXPECT_TRUE(waitFor([] { return world::inprocObjects().empty(); })) << "the simulator drops a closed client's objects";
+}
+
+TEST_F(RunTest, RunsAgainManyTimesInOneProcessWithoutAThreadOrMemoryLeft) {
+    std::size_t threads = 0;
+    std::size_t kilobytes = 0;
+    for (int run = 0; run < 12; ++run) {
+        LinkClient link;
+        fly(link);
+        sendUdp(test::Straight{}.line(run), feedPorts.traffic);
+        ASSERT_TRUE(waitFor([] { return trafficReader.timestamp != 0.0; }));
+        endRun();
+        world::inprocStop();
+        resetRun();
+        if (run == 3) { // allocators and the model have warmed up
+            threads = platform::threadCount();
+            kilobytes = platform::residentKb();
+        }
+    }
+    EXPECT_EQ(platform::threadCount(), threads);
+    EXPECT_LT(platform::residentKb(), kilobytes + 4096);
+}
+
+TEST_F(RunTest, WaitsForASimulatorThatComesLate) {
+    startRun();
+    ASSERT_TRUE(waitFor([] { return statusText() == "Waiting for MSFS 2020 ..."; }));
+    startSimulator();
+    ASSERT_TRUE(waitFor([] { return statusText() == "Waiting for RealTraffic to connect to Kestrelune ..."; }));
+    EXPECT_LT(endRun(), 2000) << "the wait for the traffic source ends on the close click";
+}
+
+TEST_F(RunTest, WaitForTheTrafficSourceEndsAtOnceOnBothFlags) {
+    for (const bool byUser : {true, false}) {
+        startSimulator();
+        startRun();
+        ASSERT_TRUE(waitFor([] { return statusText() == "Waiting for RealTraffic to connect to Kestrelune ..."; }));
+        const auto start = std::chrono::steady_clock::now();
+        if (byUser)
+            click();
+        else
+            requestExit(ExitReason::newFlight, 45);
+        ASSERT_TRUE(waitFor([&] { return program.logHas("Exiting: "); }));
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(400)) << "200 ms and a busy machine";
+        endRun();
+        world::inprocStop();
+        resetRun();
+    }
+}
+
+TEST_F(RunTest, ATrafficSourceThatGoesTakesItsTrafficAlongAndMayComeBack) {
+    LinkClient link;
+    fly(link);
+    const test::Straight flight;
+    for (int i = 0; i < 6; ++i) {
+        sendUdp(flight.line(5.0 * i), feedPorts.traffic);
+        ASSERT_TRUE(waitFor([&] { return trafficReader.timestamp == 1700000000.0 + 5.0 * i; }));
+        tickCount = tickCount + 500;
+    }
+    ASSERT_TRUE(waitFor([] { return world::inprocObject("DLH4AB").has_value(); }));
+    link.socket.close();
+    ASSERT_TRUE(waitFor([] { return !rtConnected; }));
+    EXPECT_TRUE(waitFor([] { return world::inprocObjects().empty(); })) << "while the worker waits for the client";
+    EXPECT_TRUE(waitFor([&] { return program.logHas("RealTraffic gone? Wait for RealTraffic to re-connect ..."); }));
+    LinkClient again;
+    ASSERT_TRUE(again.connect());
+    ASSERT_TRUE(waitFor([&] { return program.logHas("RealTraffic re-connected"); }));
+    ASSERT_TRUE(again.waitForText("Qs121="));
+}
+
+TEST_F(RunTest, ASimulatorThatGoesLeavesTheRunIdleUntilItIsBack) {
+    LinkClient link;
+    fly(link);
+    world::inprocCommand("quit");
+    ASSERT_TRUE(waitFor([&] { return program.logHas("Flight not running"); }));
+    EXPECT_FALSE(ended);
+    startSimulator();
+    ASSERT_TRUE(waitFor([&] { return ended.load(); })) << "a simulator that is back ends the run for a fresh one";
+    EXPECT_TRUE(program.logHas("Exiting: SIMCONNECT ERROR"));
+    EXPECT_TRUE(restarting);
+    worker.join();
+}
+
+TEST_F(RunTest, HowARunEndsDecidesWhatFollows) {
+    struct Case {
+        ExitReason reason;
+        std::int32_t delay;
+        bool restarts;
+        bool scansStay;
+        const char* logged;
+    };
+    for (const Case& c : {Case{ExitReason::simConnectError, 9, true, false, "Restarting after 9 seconds\n\n\n\n\n"},
+                          Case{ExitReason::newSettings, 3, true, true, "Restarting after 3 seconds\n\n\n\n\n"},
+                          Case{ExitReason::newFlight, 45, false, true, "Exiting: NEW FLIGHT"},
+                          Case{ExitReason::simWasClosed, 0, false, true, "Exiting: SIM WAS CLOSED"}}) {
+        startSimulator();
+        startRun();
+        ASSERT_TRUE(waitFor([] { return statusText() == "Waiting for RealTraffic to connect to Kestrelune ..."; }));
+        par::SCAN_LIVERIES.value = true;
+        par::SCAN_AIRPORTS.value = true;
+        par::DESTINATION.set("EDDM");
+        requestExit(c.reason, c.delay);
+        requestExit(ExitReason::systemError, 0); // the first reason wins
+        ASSERT_TRUE(waitFor([&] { return ended.load(); }));
+        worker.join();
+        EXPECT_EQ(restarting, c.restarts) << exitReasonText(c.reason);
+        EXPECT_EQ(par::SCAN_LIVERIES, c.scansStay) << exitReasonText(c.reason);
+        EXPECT_EQ(par::SCAN_AIRPORTS, c.scansStay);
+        EXPECT_TRUE(par::DESTINATION.empty());
+        EXPECT_TRUE(program.logHas(c.logged)) << c.logged;
+        EXPECT_EQ(exitRequested, !c.restarts) << "a restart begins with clear flags";
+        world::inprocStop();
+        program.writeParameters("");
+        restarting = false;
+        resetRun();
+    }
+}
+
+TEST_F(RunTest, AClickDuringTheCountdownCloses) {
+    startSimulator();
+    startRun();
+    ASSERT_TRUE(waitFor([] { return statusText() == "Waiting for RealTraffic to connect to Kestrelune ..."; }));
+    setRunSleepScale(1);
+    requestExit(ExitReason::simConnectError, 9);
+    ASSERT_TRUE(waitFor([] { return statusText().starts_with("Restarting after "); }));
+    EXPECT_LT(endRun(), 1500);
+    EXPECT_FALSE(restarting);
+}
+
+TEST_F(RunTest, WhatTheUserMustReadStaysUntilTheClick) {
+    struct Case {
+        const char* name;
+        std::function<void()> spoil;
+        std::string error;
+    };
+    platform::Socket taken;
+    ASSERT_EQ(taken.openUdp(), 0);
+    platform::Socket takenTcp;
+    const char* step = nullptr;
+    ASSERT_EQ(takenTcp.listenTcp("0", step), 0);
+    const std::string tcpPort = std::to_string(takenTcp.localPort());
+    const Case cases[] = {
+        {"another folder", [] { std::filesystem::remove_all("docs"); },
+         "41: Kestrelune must be run from the Kestrelune folder!"},
+        {"no simulator installed",
+         [&] {
+             std::filesystem::create_directories("docs");
+             program.writeParameters("", false);
+         },
+         "150: No install path detected, type full path to your Community folder above, and press Enter"},
+        {"control-link port taken",
+         [&] {
+             program.writeParameters("");
+             par::PORT_NUMBER.set(tcpPort);
+             save(par::PORT_NUMBER);
+         },
+         "Bind failed at port " + tcpPort},
+    };
+    for (const Case& c : cases) {
+        c.spoil();
+        startSimulator();
+        startRun();
+        ASSERT_TRUE(waitFor([] { return !errorText().empty(); })) << c.name;
+        EXPECT_EQ(errorText().substr(0, c.error.size()), c.error) << c.name;
+        EXPECT_FALSE(waitFor([&] { return ended.load(); }, 200)) << c.name << ": waits for the user";
+        endRun();
+        EXPECT_TRUE(program.logHas("Exiting: SYSTEM ERROR"));
+        EXPECT_FALSE(restarting);
+        clearError();
+        world::inprocStop();
+        resetRun();
+    }
+}
+
+TEST_F(RunTest, ATakenFeedPortIsToldAndEndsTheRun) {
+    platform::Socket taken;
+    ASSERT_EQ(taken.openUdp(), 0);
+    ASSERT_EQ(taken.bindUdp(feedPorts.weather, false), 0);
+    startSimulator();
+    startRun();
+    LinkClient link;
+    ASSERT_TRUE(link.connect());
+    ASSERT_TRUE(link.waitForText("Qs999"));
+    link.send("no json");
+    ASSERT_TRUE(waitFor([] { return readerFailed.load(); }));
+    EXPECT_TRUE(waitFor([&] {
+        return program.logHas("The WeatherReader has stopped with an error: bind to stream socket failed with error: ");
+    }));
+    ASSERT_TRUE(waitFor([] { return exitRequested.load(); }));
+    EXPECT_EQ(exitReason(), ExitReason::systemError);
+    EXPECT_EQ(errorText(), "Reader error");
+    EXPECT_FALSE(rtProfEdition) << "an answer that is no JSON is the standard edition";
+}
+
+TEST_F(RunTest, AFloodNeitherStallsTheTickNorGrows) {
+    LinkClient link;
+    fly(link);
+    std::atomic<bool> stop{false};
+    std::atomic<std::uint32_t> sent{0};
+    std::thread flood([&] {
+        test::Straight f;
+        auto next = std::chrono::steady_clock::now();
+        while (!stop) {
+            for (int i = 0; i < 200; ++i) { // 200 each 10 ms: 20,000 a second
+                f.hexid = 4000000 + sent % 30000;
+                f.callsign = fmt::format("DLH{}", sent % 30000);
+                sendUdp(f.line(sent / 20000.0), feedPorts.traffic);
+                ++sent;
+            }
+            next += std::chrono::milliseconds(10);
+            std::this_thread::sleep_until(next);
+        }
+    });
+    ASSERT_TRUE(waitFor([&] { return sent > 2000; }));
+    const std::int32_t before = tickCount;
+    const auto start = std::chrono::steady_clock::now();
+    waitFor([] { return false; }, 3000); // three seconds of flood are the subject
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    const double ticksPerSecond = (tickCount - before) / seconds;
+    stop = true;
+    flood.join();
+    EXPECT_GT(ticksPerSecond, 85) << "the tick keeps its 10 ms";
+    {
+        const std::lock_guard lock(sampleMutex);
+        EXPECT_LE(reportQueue.size(), ReportQueue::capacity);
+        EXPECT_GT(reportQueue.size() + reportQueue.dropped(), 5000U) << "the flood did arrive";
+    }
+    EXPECT_LT(endRun(), 5000);
+}
+
+TEST_F(RunTest, AVersionUpdateTurnsTheScansOn) {
+    struct Case {
+        const char* stored;
+        bool update;
+    };
+    std::ofstream("install_new_version.exe") << "x";
+    for (const Case& c : {Case{"", false}, Case{"10.10.9", false}, Case{"10.11.0", false}, Case{"10.10.8", true}, Case{"9.99.99", true}}) {
+        par::SCAN_LIVERIES.value = false;
+        par::SCAN_AIRPORTS.value = false;
+        par::PROGRAM_VERSION.set(c.stored);
+        versionUpdateStep();
+        EXPECT_EQ(par::PROGRAM_VERSION.get(), "10.10.9") << c.stored;
+        EXPECT_EQ(par::SCAN_LIVERIES, c.update) << c.stored;
+        EXPECT_EQ(par::SCAN_AIRPORTS, c.update) << c.stored;
+    }
+    EXPECT_FALSE(std::filesystem::exists("install_new_version.exe"));
+    EXPECT_TRUE(program.logHas("This is a version update from 10.10.8 -> 10.10.9"));
+}
+
+} // namespace
+} // namespace kes

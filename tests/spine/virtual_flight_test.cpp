@@ -1,0 +1,235 @@
+// Whole flights in virtual time: a line goes in, an aircraft comes out.
+#include "world/replay/virtual_flight.h"
+
+#include <cmath>
+#include <cstring>
+#include <gtest/gtest.h>
+
+#include "airports/airport_ref.h"
+#include "airports/airport_table.h"
+#include "core/ai_aircraft.h"
+#include "core/random.h"
+#include "core/hh_now.h"
+#include "core/run_state.h"
+#include "core/user_aircraft.h"
+#include "core/window.h"
+#include "feed/report_queue.h"
+#include "flight_folder.h"
+#include "liveries/store.h"
+#include "reference/reference.h"
+#include "sim/ai_commands.h"
+#include "spine/main_tick.h"
+#include "traffic/life_cycle.h"
+#include "world/simulator/inproc.h"
+
+namespace kes {
+namespace {
+
+struct VirtualFlightTest : testing::Test {
+    test::FlightFolder program;
+    double now = 0; ///< virtual seconds since the start
+
+    void SetUp() override {
+        setParameterDefaults();
+        readDataBase();
+        processScannedLiveries();
+        airportTable.clear();
+        airportTable.push_back({"EDDM", "MUC", test::fieldLat, test::fieldLon, test::fieldElevation});
+        world::startVirtualFlight(test::overTheField());
+    }
+    void TearDown() override { world::endVirtualFlight(); }
+
+    /// Lets `seconds` pass; each aircraft reports every `interval` seconds. `each` runs after each tick.
+    template <typename Each>
+    void fly(double seconds, const std::vector<test::Straight>& reporting, double interval, Each&& each) {
+        const auto ticks = static_cast<int>(std::lround(seconds * 100));
+        const auto every = static_cast<int>(std::lround(interval * 100));
+        for (int i = 0; i < ticks; ++i) {
+            const auto tick = static_cast<int>(std::lround(now * 100));
+            if (tick % every == 0)
+                for (const test::Straight& s : reporting)
+                    world::virtualDatagram(s.line(now));
+            ASSERT_TRUE(world::virtualTick());
+            now = (tick + 1) / 100.0;
+            each();
+        }
+    }
+    void fly(double seconds, const std::vector<test::Straight>& reporting, double interval = 5) {
+        fly(seconds, reporting, interval, [] {});
+    }
+};
+
+TEST_F(VirtualFlightTest, AReportIsShownThirtySecondsLaterAndMovesSmoothly) {
+    const test::Straight flight;
+    fly(29, {flight});
+    EXPECT_TRUE(world::inprocObjects().empty()) << "nothing is due yet";
+    fly(6, {flight});
+    auto object = world::inprocObject("DLH4AB");
+    ASSERT_TRUE(object);
+    EXPECT_EQ(object->title, "Test A320 DLH");
+
+    // From here on: no jump, and never far from where the real aircraft was 30 seconds ago.
+    LatLon last{object->lat, object->lon};
+    double worstStep = 0;
+    double worstError = 0;
+    fly(60, {flight}, 5, [&] {
+        object = world::inprocObject("DLH4AB");
+        ASSERT_TRUE(object);
+        const LatLon here{object->lat, object->lon};
+        worstStep = std::max(worstStep, distanceNm(last, here));
+        worstError = std::max(worstError, distanceNm(here, flight.at(now - 30)));
+        last = here;
+    });
+    const double frameNm = flight.knots / 3600.0 / 30.0; // what the aircraft flies in one frame
+    EXPECT_LT(worstStep, 2.5 * frameNm);
+    EXPECT_LT(worstError, 0.15) << "nautical miles";
+    EXPECT_NEAR(object->heading, flight.bearing, 0.02);
+    EXPECT_NEAR(object->alt, 9000, 50);
+    EXPECT_TRUE(object->freezeLatLon);
+}
+
+TEST_F(VirtualFlightTest, AStreamThatEndsFliesOnAndLeaves) {
+    test::Straight flight;
+    fly(40, {flight});
+    ASSERT_TRUE(world::inprocObject("DLH4AB"));
+    fly(60, {}); // the last report is shown 30 s after it came; eight invented samples of 8 s follow
+    ASSERT_TRUE(world::inprocObject("DLH4AB"));
+    fly(60, {});
+    EXPECT_FALSE(world::inprocObject("DLH4AB"));
+    EXPECT_TRUE(liveAircraft.empty());
+    EXPECT_EQ(world::inprocCounters().objectsCreated, 1U);
+    EXPECT_EQ(world::inprocCounters().objectsRemoved, 1U);
+}
+
+TEST_F(VirtualFlightTest, CreatesArePacedAtTwoASecond) {
+    std::vector<test::Straight> flights;
+    for (std::uint32_t i = 0; i < 12; ++i) {
+        test::Straight f;
+        f.hexid += i;
+        f.callsign = fmt::format("DLH{}A", 10 + i);
+        f.regcode = fmt::format("D-X{:03}", i);
+        f.bearing = 0.5 * i;
+        f.alt = 9000 + 300.0 * i; // clear of the user
+        flights.push_back(f);
+    }
+    std::size_t before = 0;
+    std::size_t mostInOneSecond = 0;
+    for (int s = 0; s < 45; ++s) {
+        fly(1, flights);
+        const std::size_t n = world::inprocObjects().size();
+        mostInOneSecond = std::max(mostInOneSecond, n - std::min(n, before));
+        before = n;
+    }
+    EXPECT_EQ(before, 12U);
+    EXPECT_LE(mostInOneSecond, 3U); // a second may hold two creates and the edge of a third
+}
+
+TEST_F(VirtualFlightTest, AtMostTwoReportsAreTakenPerTick) {
+    test::Straight f;
+    for (std::uint32_t i = 0; i < 7; ++i) {
+        f.hexid = 5000000 + i;
+        f.callsign = fmt::format("DLH{}B", 20 + i);
+        f.regcode = fmt::format("D-Y{:03}", i);
+        world::virtualDatagram(f.line(0));
+    }
+    ASSERT_EQ(reportQueue.size(), 7U);
+    for (const std::size_t left : {5U, 3U, 1U, 0U, 0U}) {
+        ASSERT_TRUE(world::virtualTick());
+        EXPECT_EQ(reportQueue.size(), left);
+    }
+    EXPECT_EQ(liveAircraft.size(), 7U);
+}
+
+TEST_F(VirtualFlightTest, AStoppedFlightIdlesAndResumes) {
+    const test::Straight flight;
+    fly(35, {flight});
+    const std::int32_t ticks = tickCount;
+    world::inprocCommand("sim 0");
+    for (int i = 0; i < 300; ++i)
+        ASSERT_TRUE(world::virtualTick());
+    EXPECT_LE(tickCount - ticks, 5) << "an idle tick does not count";
+    EXPECT_TRUE(flightStopped);
+    EXPECT_TRUE(program.logHas("Flight not running"));
+    world::virtualDatagram(flight.line(now));
+    EXPECT_EQ(reportQueue.size(), 0U) << "lines of a stopped flight are thrown away";
+    world::inprocCommand("sim 1");
+    for (int i = 0; i < 300; ++i)
+        ASSERT_TRUE(world::virtualTick());
+    EXPECT_FALSE(flightStopped);
+    EXPECT_TRUE(program.logHas("Flight resumed"));
+    const std::lock_guard lock(sampleMutex);
+    EXPECT_TRUE(acceptSamples);
+}
+
+TEST_F(VirtualFlightTest, TheRangeFollowsTheUsersFlight) {
+    struct Case {
+        bool onGround;
+        double agl, northNm;
+        std::int32_t range;
+    };
+    for (const Case& c : {Case{true, 0, 0, 10}, Case{true, 0, 200, 10}, Case{false, 49001, 0, 100}, Case{false, 30000, 5, 40},
+                          Case{false, 3000, 7, 10}, Case{false, 3000, 8, 11}, Case{false, 3000, 36, 39},
+                          Case{false, 3000, 37.5, 40}, Case{false, 3000, 90, 40}}) {
+        userOnGround = c.onGround;
+        userAircraft.agl = c.agl;
+        userAircraft.lat = test::fieldLat + c.northNm / 60.0;
+        userAircraft.lon = test::fieldLon;
+        rangeRule();
+        EXPECT_EQ(par::LATERAL_RANGE.value, c.range) << c.agl << " ft, " << c.northNm << " nm";
+        EXPECT_EQ(rangeNm.load(), static_cast<float>(c.range));
+        EXPECT_EQ(rangeMetres, c.range * 1852);
+    }
+}
+
+TEST_F(VirtualFlightTest, ABlockedCallsignLeavesAndStaysOut) {
+    const test::Straight flight;
+    fly(40, {flight});
+    ASSERT_TRUE(world::inprocObject("DLH4AB"));
+    par::BLOCK_CALLSIGN.set("DLH4AB");
+    windowRequests.blockNow = true;
+    fly(10, {flight});
+    EXPECT_FALSE(world::inprocObject("DLH4AB"));
+    EXPECT_FALSE(windowRequests.blockNow);
+    fly(60, {flight});
+    EXPECT_FALSE(world::inprocObject("DLH4AB"));
+    par::BLOCK_CALLSIGN.set("");
+    windowRequests.blockNow = true;
+    fly(2, {flight});
+    EXPECT_FALSE(windowRequests.blockNow) << "an empty text clears the request";
+}
+
+TEST_F(VirtualFlightTest, TwoFlightsOfOneRecordingGiveTheSameRecords) {
+    const auto flyAndHash = [&] {
+        world::endVirtualFlight();
+        setRandomSeed(7);
+        tickCount = 0;
+        world::startVirtualFlight(test::overTheField());
+        now = 0;
+        std::uint64_t hash = 1469598103934665603ULL;
+        world::Hooks hooks;
+        hooks.position = [&hash](const world::SimObject& o) {
+            for (const double value : {o.lat, o.lon, o.alt, o.heading, o.pitch, o.bank}) {
+                std::uint64_t bits = 0;
+                std::memcpy(&bits, &value, sizeof bits);
+                hash = (hash ^ bits) * 1099511628211ULL;
+            }
+        };
+        world::inprocSetHooks(hooks);
+        test::Straight a;
+        test::Straight b;
+        b.hexid += 5;
+        b.callsign = "BAW12";
+        b.regcode = "G-EUUA";
+        b.bearing = 2.5;
+        b.vs = 800;
+        fly(80, {a, b}, 3);
+        world::inprocSetHooks({});
+        return hash;
+    };
+    const std::uint64_t first = flyAndHash();
+    EXPECT_EQ(first, flyAndHash());
+    EXPECT_NE(first, 1469598103934665603ULL) << "positions were sent";
+}
+
+} // namespace
+} // namespace kes

@@ -1,0 +1,67 @@
+// What several test programs need: waiting for a condition, and a temporary program folder with a log.
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <unistd.h>
+
+#include "core/folders.h"
+#include "core/log.h"
+
+namespace kes::test {
+
+/// Polls until `condition` holds; false after `ms` milliseconds. The limit is generous: sanitizers are slow.
+inline bool waitFor(const std::function<bool()>& condition, int ms = 20000) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+inline std::string readFile(const std::filesystem::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+/// A fresh folder as the current directory, with user data folder and open log; everything is put back at the end.
+struct ProgramFolder {
+    ProgramFolder() : before(std::filesystem::current_path()) {
+        std::string pattern = (std::filesystem::temp_directory_path() / "kestrelune-test-XXXXXX").string();
+        folder = mkdtemp(pattern.data());
+        std::filesystem::current_path(folder);
+        std::filesystem::create_directories(folder / "appdata" / "Kestrelune");
+        setUserDataFolder(folder / "appdata" / "Kestrelune");
+        openLog("Log.txt");
+    }
+    ~ProgramFolder() {
+        closeLog();
+        std::filesystem::current_path(before);
+        std::error_code ignored;
+        std::filesystem::remove_all(folder, ignored);
+    }
+    ProgramFolder(const ProgramFolder&) = delete;
+    ProgramFolder& operator=(const ProgramFolder&) = delete;
+
+    std::string logText() const { return readFile(folder / "Log.txt"); }
+    bool logHas(std::string_view text) const { return logText().find(text) != std::string::npos; }
+    std::size_t logCount(std::string_view text) const {
+        const std::string all = logText();
+        std::size_t n = 0;
+        for (std::size_t at = all.find(text); at != std::string::npos; at = all.find(text, at + text.size()))
+            ++n;
+        return n;
+    }
+
+    std::filesystem::path folder, before;
+};
+
+} // namespace kes::test

@@ -1,0 +1,283 @@
+// Limits, ghosts, blocking, the user's surroundings, and how the user finds an object.
+#include "traffic/flight_plans.h"
+#include "traffic/harness.h"
+
+namespace kes {
+namespace {
+
+using ConflictsTest = test::TrafficTest;
+using test::firstHex;
+using test::homeLat;
+using test::homeLon;
+
+constexpr std::int32_t far = 1 << 28;
+
+TEST_F(ConflictsTest, TheNearestStayUnderMaxLive) {
+    struct Case {
+        double miles;
+        bool spawns;
+        std::size_t waiting; ///< in the spawn and create queues
+        std::size_t active;
+    };
+    for (const Case& c : {Case{29.95, false, 0, 10}, Case{29.85, true, 0, 10}, Case{20, true, 0, 10},
+                          Case{40, true, 0, 9}, Case{40, false, 1, 9}}) {
+        resetLiveTraffic();
+        maxLive = 10;
+        for (std::uint32_t i = 0; i < c.active; ++i)
+            activeFlight(firstHex + i, {air((i == 3 ? 30.0 : 5.0 + i) / 60, far), air(1, far + 1)});
+        spawnQueue.resize(c.waiting);
+        LiveAircraft& newcomer = activeFlight(firstHex + 90, {air(c.miles / 60, 5000), air(1, far)});
+        newcomer.st = AircraftStatus::buffer;
+        newcomer.fs = FlightState::birth;
+        updateLiveAc(newcomer);
+        EXPECT_EQ(newcomer.st == AircraftStatus::adding2sim, c.spawns) << c.miles;
+        EXPECT_EQ(newcomer.deleteNow, !c.spawns) << c.miles;
+        const bool replaced = c.spawns && c.active == 10;
+        EXPECT_EQ(liveAircraft[3].st == AircraftStatus::removingfromsim, replaced) << c.miles;
+    }
+}
+
+TEST_F(ConflictsTest, ANewLimitTakesTheFarthest) {
+    for (std::uint32_t i = 0; i < 6; ++i)
+        activeFlight(firstHex + i, {air((i + 1) * 0.01, far), air(1, far + 1)});
+    applyMaxLive();
+    EXPECT_TRUE(removalQueue.empty()) << "no limit";
+    maxLive = 4;
+    applyMaxLive();
+    EXPECT_EQ(std::vector(removalQueue.begin(), removalQueue.end()),
+              (std::vector{liveAircraft[5].objectid, liveAircraft[4].objectid}));
+    maxLive = 0;
+    applyMaxLive();
+    EXPECT_EQ(removalQueue.size(), 6U);
+}
+
+TEST_F(ConflictsTest, TheCallsignListIsSortedAndReplaced) {
+    activeFlight(firstHex, {ground(0, far), ground(1, far)}).objectid = 77;
+    activeFlight(firstHex + 1, {air(0, far), air(1, far)}).objectid = 78;
+    activeFlight(firstHex + 2, {air(0, far), air(1, far)}).st = AircraftStatus::adding2sim;
+    LiveAircraft& parked = activeFlight(firstHex + 3, {ground(0, far), ground(1, far)});
+    parked.objectid = 79;
+    parked.fs = FlightState::parked;
+    par::MSFS_2020.value = true;
+    writeCallsignList();
+    EXPECT_FALSE(std::filesystem::exists(path::callsign2ObjectId)) << "not asked for";
+    par::CALLSIGN_OBJECTIDS.value = true;
+    if (path::callsign2ObjectId.has_parent_path())
+        std::filesystem::create_directories(path::callsign2ObjectId.parent_path());
+    std::ofstream(path::callsign2ObjectId) << std::string(1000, 'x');
+    writeCallsignList();
+    EXPECT_EQ(test::readFile(path::callsign2ObjectId),
+              "Air DLH305    DLH A320: 78 \nGnd DLH304    DLH A320: 77 \nGnd DLH307    DLH A320: 79 Parked at \n");
+}
+
+TEST_F(ConflictsTest, TheUserFindsAnObjectByItsCallsign) {
+    LiveAircraft& a = activeFlight(firstHex, {air(0, far), air(1, far)});
+    findCallsign("DLH304");
+    EXPECT_EQ(readouts.selectedObject, a.objectid);
+    EXPECT_EQ(readoutText(Readout::foundObject), "= " + std::to_string(a.objectid));
+    findCallsign("DLH30");
+    EXPECT_EQ(readouts.selectedObject, 0U);
+    EXPECT_EQ(readoutText(Readout::foundObject), "");
+    EXPECT_EQ(statusText(), "callsign \"DLH30\" is unknown");
+    a.st = AircraftStatus::buffer;
+    findCallsign("DLH304");
+    EXPECT_EQ(readouts.selectedObject, 0U);
+    a.st = AircraftStatus::active;
+    findCallsign("DLH304");
+    liveryRespawn(a);
+    EXPECT_EQ(readouts.selectedObject, 0U) << "the number is no longer true";
+}
+
+TEST_F(ConflictsTest, BlockingTakesTheFirstActiveAircraft) {
+    activeFlight(firstHex, {air(0, far), air(1, far)}).st = AircraftStatus::buffer;
+    activeFlight(firstHex + 1, {air(0, far), air(1, far)});
+    for (LiveAircraft& a : liveAircraft)
+        a.callsign = "DLH1";
+    windowRequests.blockNow = true;
+    applyBlocking();
+    EXPECT_FALSE(windowRequests.blockNow) << "an empty text only clears the request";
+    EXPECT_TRUE(removalQueue.empty());
+    par::BLOCK_CALLSIGN.set("DLH1");
+    applyBlocking();
+    EXPECT_EQ(liveAircraft[0].st, AircraftStatus::buffer);
+    EXPECT_EQ(liveAircraft[1].st, AircraftStatus::removingfromsim);
+}
+
+TEST_F(ConflictsTest, BirthsNearTheUser) {
+    struct Case {
+        const char* what;
+        bool userFlies, seen, airborne;
+        double metres, gs, userSpeed; ///< from the user; knots
+        bool option, wait;
+    };
+    const Case cases[] = {
+        {"held back before, at 700 m", false, true, false, 700, 2, 7, false, false},
+        {"held back before, at 100 m", false, true, false, 100, 2, 7, false, true},
+        {"held back before, moving", false, true, false, 700, 9, 7, false, true},
+        {"held back before, in the air", false, true, true, 100, 100, 7, false, false},
+        {"held back before, the user rolls", false, true, true, 700, 2, 9, false, true},
+        {"never held back, option off", false, false, false, 100, 0, 0, false, false},
+        {"never held back, option on", false, false, false, 100, 0, 0, true, true},
+        {"never held back, farther", false, false, false, 151, 0, 0, true, false},
+        {"never held back, in the air", false, false, true, 100, 0, 0, true, false},
+        {"the user flies, five miles ahead", true, false, true, 9000, 300, 200, true, true},
+        {"the user flies, seven miles ahead", true, false, true, 12000, 300, 200, true, false},
+        {"the user flies, option off", true, false, true, 9000, 300, 200, false, false},
+        {"the user flies, held back before, on the ground", true, true, false, 9000, 0, 200, true, true},
+    };
+    for (const Case& c : cases) {
+        resetLiveTraffic();
+        userOnGround = !c.userFlies;
+        userAircraft.alt = 6000;
+        userAircraft.groundSpeed = c.userSpeed;
+        par::COLLISION_USER_AIR.value = par::COLLISION_USER_GND.value = c.option;
+        LiveAircraft& a = activeFlight(firstHex, {air(c.metres / metresPerNm / 60, far, c.gs, c.airborne ? 8000 : 0)});
+        a.userConflictSeen = c.seen;
+        EXPECT_EQ(birthCheckUser(a) == BirthCheck::wait, c.wait) << c.what;
+        EXPECT_EQ(a.userConflictSeen, c.seen || (c.wait && c.userFlies)) << c.what;
+    }
+}
+
+TEST_F(ConflictsTest, LiveAircraftNearTheUserGo) {
+    struct Case {
+        const char* what;
+        bool userFlies, onGround;
+        double ahead, across; ///< nautical miles, feet
+        double below, userAgl;
+        bool goes;
+    };
+    const Case cases[] = {
+        {"3 nm ahead, 600 ft across, 500 ft lower", true, false, 3, 600, 500, 5000, true},
+        {"800 ft across", true, false, 3, 800, 500, 5000, false},
+        {"1000 ft lower", true, false, 3, 600, 1000, 5000, false},
+        {"5 nm ahead", true, false, 5, 600, 500, 5000, false},
+        {"on the runway before the landing user", true, true, 0.8, 20, 0, 400, true},
+        {"beside the runway", true, true, 0.8, 60, 0, 400, false},
+        {"the user is still high", true, true, 0.8, 20, 0, 600, false},
+        {"wing to wing on the ground", false, true, 36 / metresPerNm, 0, 0, 0, true},
+        {"a little farther", false, true, 40 / metresPerNm, 0, 0, 0, false},
+        {"over a standing user", false, false, 0, 0, 0, 0, false},
+    };
+    userSpan = 15 / metresPerNm;
+    userSpanKnown = true;
+    userAircraft.heading = 0;
+    for (const Case& c : cases) {
+        resetLiveTraffic();
+        userOnGround = !c.userFlies;
+        userAircraft.agl = c.userAgl;
+        userAircraft.alt = 8000 + c.below;
+        LiveAircraft& a = activeFlight(firstHex, {c.onGround ? ground(0, far) : air(0, far), air(1, far)});
+        const LatLon at = destination(destination(userAircraft.position(), 0, c.ahead * feetPerNm), pi / 2, c.across);
+        a.lat = at.lat;
+        a.lon = at.lon;
+        checkUserCollisions();
+        EXPECT_EQ(a.st == AircraftStatus::removingfromsim, c.goes) << c.what;
+    }
+}
+
+TEST_F(ConflictsTest, StaticAircraftGiveWay) {
+    const auto park = [] {
+        parkedAircraft.assign(1, {});
+        AiAircraft& p = parkedAircraft[0];
+        p.hexid = 5;
+        p.objectid = 9000;
+        p.st = AircraftStatus::active;
+        p.callsign = "DLH304*";
+        p.regcode = "D-AIZA";
+        p.wingspan = 17 / metresPerNm;
+        p.standLat = homeLat + 30 / metresPerNm / 60;
+        p.standLon = homeLon;
+    };
+    const auto goes = [] { return parkedAircraft.at(0).st == AircraftStatus::removingfromsim; };
+    LiveAircraft& a = activeFlight(firstHex, {ground(0, far), ground(1, far)});
+    park();
+    checkParkedCollisions();
+    EXPECT_FALSE(goes()) << "switched off";
+    par::COLLISION_LIVE_PARKED_GND.value = true;
+    checkParkedCollisions();
+    EXPECT_TRUE(goes());
+    park();
+    checkParkedCollisions();
+    EXPECT_FALSE(goes()) << "it did not move since the last check";
+    removeParkedTwins();
+    EXPECT_TRUE(goes()) << "the same flight";
+    park();
+    a.callsign = "DLH2";
+    a.regcode = "D-AIZA";
+    removeParkedTwins();
+    EXPECT_TRUE(goes()) << "the same airframe";
+    park();
+    a.onGround = false;
+    removeParkedTwins();
+    EXPECT_FALSE(goes());
+    userOnGround = true;
+    userSpan = 15 / metresPerNm;
+    userSpanKnown = true;
+    checkUserCollisions();
+    EXPECT_TRUE(goes()) << "the user comes too near";
+    park();
+    checkUserCollisions();
+    EXPECT_FALSE(goes()) << "the user did not move";
+    addSimReply(reply(ReplyKind::removed, 9000, 0));
+    applySimReplies();
+    EXPECT_TRUE(parkedAircraft.empty());
+}
+
+TEST_F(ConflictsTest, AStaticAircraftIsTakenBackFromItsQueueOrAfterItsSequence) {
+    parkedAircraft.assign(2, {});
+    for (std::uint32_t i = 0; i < 2; ++i) {
+        parkedAircraft[i].hexid = i + 1;
+        parkedAircraft[i].st = AircraftStatus::adding2sim;
+    }
+    CreateRequest request;
+    request.hexid = 1;
+    staticCreateQueue.push_back(request);
+    removeAircraftFromSim(parkedAircraft[0]);
+    removeAircraftFromSim(parkedAircraft[1]);
+    EXPECT_TRUE(staticCreateQueue.empty());
+    EXPECT_TRUE(parkedAircraft[0].deleteQueued);
+    EXPECT_TRUE(parkedAircraft[1].removeWhenReady);
+    addSimReply(reply(ReplyKind::createdStatic, 700, 2));
+    run(200);
+    EXPECT_EQ(removed, std::vector<std::uint32_t>{}) << "two seconds first";
+    run(20);
+    EXPECT_EQ(removed, std::vector<std::uint32_t>{700});
+    addSimReply(reply(ReplyKind::createFailed, 0, 1));
+    applySimReplies();
+    EXPECT_TRUE(std::ranges::none_of(parkedAircraft, [](const AiAircraft& p) { return p.hexid == 1; }));
+}
+
+TEST_F(ConflictsTest, LandingEntriesAreDropped) {
+    LiveAircraft& a = activeFlight(firstHex, {air(0, far), air(1, far)});
+    landingList = {firstHex + 5, firstHex};
+    replaceParked(a);
+    EXPECT_EQ(landingList, std::deque<std::uint32_t>{firstHex + 5});
+}
+
+TEST_F(ConflictsTest, TheFlightPlanFolderComesAndGoes) {
+    std::filesystem::remove_all(userDataFolder());
+    EXPECT_THROW(
+        {
+            setUserDataFolder(program.folder / "no" / "such");
+            prepareFlightPlanFolders();
+        },
+        std::filesystem::filesystem_error);
+    setUserDataFolder(program.folder / "appdata" / "Kestrelune");
+    prepareFlightPlanFolders();
+    prepareFlightPlanFolders();
+    std::ofstream(flightPlanFolder() / "77.pln") << "x";
+    std::ofstream(flightPlanFolder() / "78.pln") << "x";
+    LiveAircraft& a = activeFlight(firstHex, {air(0, far), air(1, far)});
+    a.objectid = 77;
+    a.flightPlanSet = true;
+    addSimReply(reply(ReplyKind::removed, 77, 0));
+    applySimReplies();
+    EXPECT_FALSE(std::filesystem::exists(flightPlanFolder() / "77.pln"));
+    EXPECT_TRUE(std::filesystem::exists(flightPlanFolder() / "78.pln"));
+    gf_removeFlightPlanFolder();
+    gf_removeFlightPlanFolder();
+    EXPECT_FALSE(std::filesystem::exists(flightPlanFolder()));
+}
+
+} // namespace
+} // namespace kes

@@ -1,0 +1,229 @@
+// A program folder with small reference data, reports by hand, and ticks as the main loop makes them, with a simulator
+// that answers through SimReply records only.
+#pragma once
+
+#include "airports/airport_ref.h"
+#include "airports/static_parking.h"
+#include "core/clock.h"
+#include "core/parameters.h"
+#include "core/random.h"
+#include "core/run_state.h"
+#include "core/user_aircraft.h"
+#include "core/window.h"
+#include "feed/report_queue.h"
+#include "liveries/livery.h"
+#include "liveries/store.h"
+#include "reference/reference.h"
+#include "sim/ai_commands.h"
+#include "support.h"
+#include "traffic/conflicts.h"
+#include "traffic/filters.h"
+#include "traffic/life_cycle.h"
+#include "traffic/live_aircraft.h"
+#include "traffic/tick_check.h"
+
+#include <algorithm>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <map>
+#include <vector>
+
+namespace kes::test {
+
+inline constexpr double homeLat = 50.0, homeLon = 8.0; ///< the user
+inline constexpr std::uint32_t firstHex = 0x400000;
+
+struct TrafficTest : testing::Test {
+    ProgramFolder program;
+    std::vector<CreateRequest> created; ///< taken from the create queue, in order
+    std::vector<std::uint32_t> removed; ///< taken from the removal queue, in order
+    std::uint32_t nextObject = 100;
+    bool simAnswers = true; ///< each request is confirmed at the next tick
+    bool simulator = false; ///< requests go to the connected simulator instead
+
+    void SetUp() override {
+        std::filesystem::create_directories("input");
+        std::filesystem::create_directories("output");
+        std::ofstream("input/types.csv") << "code,category,span_m\nA320,Large,34\nB77W,Heavy,64\nC172,Light,11\n"
+                                            "EC35,Rotorcraft,10\nF16,HighPerf,10\nC25A,Buzjets,15\nA388,Heavy,80\n";
+        std::ofstream("input/airlines.csv") << "code,name\nDLH,Lufthansa\nBAW,British Airways\n";
+        std::ofstream("input/registrations.csv") << "reg,airline,type,operator,cargo\nD-AIZA,DLH,A320,,false\nD-AIZB,"
+                                                    "DLH,A320,BAW,true\nG-HEAV,BAW,B77W,,false\n";
+        ASSERT_TRUE(writeLiveriesScanned({{"DLH", "A320", "FSLTL_DLH", ""},
+                                          {"BAW", "A320", "BAW A320", ""},
+                                          {"BAW", "B77W", "BAW B77W", ""},
+                                          {"PVT", "C172", "Skyhawk", ""},
+                                          {"PVT", "EC35", "Heli", ""},
+                                          {"PVT", "A320", "Own A320", "D-AOWN"}}));
+        resetEverything();
+        setParameterDefaults();
+        setRandomSeed(7);
+        ASSERT_TRUE(readDataBase());
+        resetLiveries();
+        processScannedLiveries();
+        prepareSimQueues();
+        simRequestFailed = true; // there is no connection, and none is wanted
+        tickCount = 5000;
+        setRange(40);
+        userAircraft.lat = homeLat;
+        userAircraft.lon = homeLon;
+        userAircraft.alt = 20000; // high enough to be nobody's conflict
+        userAircraft.agl = 20000;
+    }
+    void TearDown() override {
+        setWallClockMs(-1);
+        resetEverything();
+    }
+    static void resetEverything() {
+        resetLiveTraffic();
+        resetParking();
+        resetSimQueues();
+        resetUserAircraft();
+        resetWindow();
+        resetStatus();
+        resetRunFlags();
+        maxLive = -1;
+        const std::lock_guard lock(sampleMutex);
+        reportQueue.clear();
+    }
+
+    /// An airliner at 300 kts that flies north, `seconds` after time 0, `lat0` degrees north of home.
+    static AircraftReport report(std::uint32_t hexid, double seconds, double latOffset = 0.0) {
+        AircraftReport r;
+        r.hexid = hexid;
+        r.model = "A320";
+        r.callsign = "DLH" + std::to_string(hexid % 1000);
+        r.timestamp = 1.7e9 + seconds;
+        r.sample.lat = homeLat + latOffset + 300.0 * seconds / 3600.0 / 60.0;
+        r.sample.lon = homeLon;
+        r.sample.alt = 8000;
+        r.sample.airborne = true;
+        r.sample.gs = r.sample.tas = 300;
+        r.sample.tick = tickCount + static_cast<std::int32_t>(seconds * 100.0) + 3000;
+        return r;
+    }
+    /// The same on the ground at 10 kts.
+    static AircraftReport groundReport(std::uint32_t hexid, double seconds, double latOffset = 0.0) {
+        AircraftReport r = report(hexid, seconds, latOffset);
+        r.sample.lat = homeLat + latOffset + 10.0 * seconds / 3600.0 / 60.0;
+        r.sample.alt = 0;
+        r.sample.airborne = false;
+        r.sample.gs = r.sample.tas = 10;
+        return r;
+    }
+    static void push(const AircraftReport& r) {
+        const std::lock_guard lock(sampleMutex);
+        reportQueue.push() = r;
+    }
+    static void take() {
+        const std::lock_guard lock(sampleMutex);
+        takeReports();
+    }
+    static void feed(const AircraftReport& r) {
+        push(r);
+        take();
+    }
+    /// `count` reports of a flight, 10 s apart.
+    static void feedFlight(std::uint32_t hexid, int count = 4, double latOffset = 0.0) {
+        for (int i = 0; i < count; ++i)
+            feed(report(hexid, i * 10.0, latOffset));
+    }
+
+    static SimReply reply(ReplyKind kind, std::uint32_t objectid, std::uint32_t hexid, double a = 0, double b = 0) {
+        SimReply r;
+        r.kind = kind;
+        r.objectid = objectid;
+        r.hexid = hexid;
+        r.a = a;
+        r.b = b;
+        return r;
+    }
+
+    void tick() {
+        const std::int32_t now = tickCount;
+        applySimReplies();
+        updateLiveAircraft();
+        publishPositions();
+        if (now % 10 == 0 && !removalQueue.empty()) {
+            removed.push_back(removalQueue.front());
+            removalQueue.pop_front();
+            if (simulator)
+                queueRemove(removed.back());
+            else if (simAnswers)
+                addSimReply(reply(ReplyKind::removed, removed.back(), 0));
+        }
+        if (now % 50 == 0 && !liveCreateQueue.empty()) {
+            created.push_back(liveCreateQueue.front());
+            liveCreateQueue.pop_front();
+            if (simulator)
+                queueCreate(created.back());
+            else if (simAnswers)
+                addSimReply(reply(ReplyKind::created, nextObject++, created.back().hexid, 0, 2500));
+        }
+        take();
+        spawnNext();
+        if (simulator && now % 20 == 0)
+            requestRange();
+        tickCount = now + 1;
+        ASSERT_EQ(checkLiveTables(), "") << "at tick " << now;
+    }
+    void run(int ticks) {
+        for (int i = 0; i < ticks; ++i) {
+            tick();
+            if (HasFatalFailure())
+                return;
+        }
+    }
+    /// False when it does not come true within `limit` ticks.
+    template <typename Condition> bool runUntil(Condition condition, int limit = 20000) {
+        for (int i = 0; i < limit; ++i) {
+            if (condition())
+                return true;
+            tick();
+        }
+        return condition();
+    }
+    /// A record that is already driven: a flight of four samples, the first one just reached.
+    LiveAircraft& activeFlight(std::uint32_t hexid, const std::vector<PositionSample>& stream) {
+        LiveAircraft& a = liveAircraft.emplace_back();
+        a.hexid = hexid;
+        a.model = "A320";
+        a.airline = "DLH";
+        a.callsign = "DLH" + std::to_string(hexid % 1000);
+        a.coupledCs1 = a.callsign;
+        a.category = AircraftCategory::large;
+        const CategoryRow& row = categoryRow(a.category);
+        a.turnRateBase = a.turnRate = row.turnRateBase;
+        a.climbStepMax = row.climbStepMax;
+        a.wingspan = wingspanOf(a.model);
+        a.title = findTitle("FSLTL_DLH");
+        a.objectid = nextObject++;
+        a.st = AircraftStatus::active;
+        a.stream.assign(stream.begin(), stream.end());
+        const PositionSample& s = a.stream.front();
+        a.fs = s.airborne ? FlightState::flying : FlightState::taxi;
+        a.onGround = !s.airborne;
+        a.lat = s.lat;
+        a.lon = s.lon;
+        a.alt = s.alt;
+        if (s.trueHeadingValid)
+            a.heading = s.trueHeading;
+        return a;
+    }
+    static PositionSample air(double latOffset, std::int32_t tick, double gs = 300, double alt = 8000) {
+        PositionSample s;
+        s.lat = homeLat + latOffset;
+        s.lon = homeLon;
+        s.alt = alt;
+        s.airborne = alt > 0;
+        s.gs = s.tas = gs;
+        s.tick = tick;
+        return s;
+    }
+    static PositionSample ground(double latOffset, std::int32_t tick, double gs = 10) {
+        PositionSample s = air(latOffset, tick, gs, 0);
+        return s;
+    }
+};
+
+} // namespace kes::test

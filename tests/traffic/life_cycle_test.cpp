@@ -1,0 +1,259 @@
+// What the simulator's answers do, and how aircraft leave it.
+#include "core/errors.h"
+#include "traffic/harness.h"
+
+namespace kes {
+namespace {
+
+using LifeCycleTest = test::TrafficTest;
+using test::firstHex;
+
+constexpr std::int32_t far = 1 << 28;
+
+TEST_F(LifeCycleTest, RemovalBeforeTheRequestLeavesMakesNoObject) {
+    feedFlight(firstHex);
+    ASSERT_TRUE(runUntil([] { return !spawnQueue.empty() || !liveCreateQueue.empty(); }));
+    ASSERT_EQ(liveCreateQueue.size(), 1U);
+    removeAircraftFromSim(liveAircraft.at(0));
+    EXPECT_TRUE(liveAircraft[0].deleteQueued);
+    run(300);
+    EXPECT_TRUE(liveAircraft.empty());
+    EXPECT_TRUE(created.empty());
+    EXPECT_TRUE(landingList.empty()) << "an entry without a record would hold up the list";
+
+    feedFlight(firstHex + 1);
+    liveAircraft.at(0).st = AircraftStatus::adding2sim;
+    spawnQueue.push_back(firstHex + 1);
+    removeAircraftFromSim(liveAircraft.at(0));
+    EXPECT_TRUE(spawnQueue.empty());
+    EXPECT_TRUE(liveAircraft[0].deleteQueued);
+}
+
+TEST_F(LifeCycleTest, RemovalOfAnObjectUnderWayFollowsItsLightSequence) {
+    simAnswers = false;
+    feedFlight(firstHex);
+    ASSERT_TRUE(runUntil([&] { return !created.empty(); }));
+    removeAircraftFromSim(liveAircraft.at(0));
+    removeAircraftFromSim(liveAircraft.at(0)); // a second order changes nothing
+    EXPECT_TRUE(liveAircraft[0].removeWhenReady);
+    addSimReply(reply(ReplyKind::created, 500, firstHex));
+    run(199);
+    EXPECT_EQ(liveAircraft.at(0).st, AircraftStatus::adding2sim);
+    EXPECT_TRUE(removed.empty());
+    tick();
+    EXPECT_EQ(liveAircraft.at(0).st, AircraftStatus::removingfromsim);
+    ASSERT_TRUE(runUntil([&] { return !removed.empty(); }, 20));
+    EXPECT_EQ(removed, std::vector<std::uint32_t>{500});
+    addSimReply(reply(ReplyKind::removed, 500, 0));
+    tick();
+    EXPECT_TRUE(liveAircraft.empty());
+}
+
+TEST_F(LifeCycleTest, AnObjectThatGoesDuringItsLightSequenceIsForgotten) {
+    simAnswers = false;
+    feedFlight(firstHex);
+    ASSERT_TRUE(runUntil([&] { return !created.empty(); }));
+    addSimReply(reply(ReplyKind::created, 500, firstHex));
+    run(60);
+    addSimReply(reply(ReplyKind::removed, 500, 0));
+    tick();
+    ASSERT_TRUE(liveAircraft.empty());
+    feedFlight(firstHex);
+    liveAircraft.at(0).objectid = 501;
+    liveAircraft[0].st = AircraftStatus::adding2sim;
+    run(300);
+    EXPECT_EQ(liveAircraft.at(0).st, AircraftStatus::adding2sim) << "the old sequence must not end on the new record";
+}
+
+TEST_F(LifeCycleTest, CreatedReplies) {
+    feedFlight(firstHex);
+    LiveAircraft& a = liveAircraft.at(0);
+    a.st = AircraftStatus::adding2sim;
+    addSimReply(reply(ReplyKind::created, 2, firstHex));
+    applySimReplies();
+    EXPECT_EQ(a.objectid, 0U) << "the user's own objects";
+    for (PositionSample& s : a.stream)
+        s.airborne = false;
+    a.altStep = 3;
+    a.rotationCount = 7;
+    addSimReply(reply(ReplyKind::created, 3, firstHex, 0, 12.5));
+    applySimReplies();
+    EXPECT_EQ(a.objectid, 3U);
+    EXPECT_EQ(a.agl, 12.5);
+    EXPECT_TRUE(a.onGround);
+    EXPECT_EQ(a.altStep, 0);
+    EXPECT_EQ(a.rotationCount, 1);
+    addSimReply(reply(ReplyKind::created, 900, firstHex + 77));
+    applySimReplies();
+    EXPECT_EQ(removalQueue.back(), 900U) << "an object whose record has gone would stand there for ever";
+}
+
+TEST_F(LifeCycleTest, RemovedRepliesKeepTheTablesTogether) {
+    for (std::uint32_t i = 0; i < 4; ++i)
+        activeFlight(firstHex + i, {air(0, far), air(1, far + 1)});
+    readouts.selectedObject = liveAircraft[1].objectid;
+    removeAircraftFromSim(liveAircraft[1]);
+    removeAircraftFromSim(liveAircraft[1]);
+    EXPECT_EQ(readouts.selectedObject, 0U);
+    EXPECT_EQ(removalQueue.size(), 1U) << "the simulator takes a second order as an error";
+    addSimReply(reply(ReplyKind::removed, liveAircraft[1].objectid, 0));
+    addSimReply(reply(ReplyKind::removed, 12345, 0));
+    applySimReplies();
+    std::vector<std::uint32_t> order;
+    for (const LiveAircraft& a : liveAircraft)
+        order.push_back(a.hexid - firstHex);
+    EXPECT_EQ(order, (std::vector<std::uint32_t>{0, 3, 2})) << "the last record moves into the gap";
+    EXPECT_TRUE(removalQueue.empty());
+    liveAircraft[1].deleteNow = true;
+    updateLiveAircraft();
+    ASSERT_EQ(liveAircraft.size(), 2U);
+    EXPECT_EQ(liveAircraft[1].hexid, firstHex + 2) << "a compaction keeps the order";
+}
+
+TEST_F(LifeCycleTest, ARespawnStartsWhereTheOldObjectStood) {
+    LiveAircraft& a = activeFlight(firstHex, {air(0, 5000), air(0.1, 12200), air(0.2, 19400)});
+    run(300);
+    const LiveAircraft before = a;
+    const auto rest = std::vector<PositionSample>(a.stream.begin(), a.stream.end());
+    a.title = findTitle("BAW A320");
+    a.throttleIndex = a.flapsIndex = 1;
+    liveryRespawn(a);
+    EXPECT_EQ(a.st, AircraftStatus::liveryrespawn);
+    ASSERT_TRUE(runUntil([&] { return created.size() == 1; }));
+    EXPECT_EQ(removed, std::vector<std::uint32_t>{before.objectid});
+    EXPECT_EQ(created[0].lat, before.lat);
+    EXPECT_EQ(created[0].alt, before.alt);
+    EXPECT_NEAR(created[0].heading * degToRad, before.heading, 1e-12);
+    EXPECT_EQ(created[0].title, "BAW A320");
+    const LiveAircraft& now = liveAircraft.at(0);
+    EXPECT_EQ(now.fs, FlightState::flying);
+    EXPECT_EQ(now.throttleIndex, 5);
+    EXPECT_EQ(now.flapsIndex, 4);
+    ASSERT_EQ(now.sz(), rest.size() + 1);
+    for (std::size_t i = 0; i < rest.size(); ++i)
+        EXPECT_EQ(now.stream[i + 1].tick, rest[i].tick);
+    ASSERT_TRUE(runUntil([] { return liveAircraft.at(0).st == AircraftStatus::active; }));
+    EXPECT_NE(liveAircraft[0].objectid, before.objectid);
+    EXPECT_NEAR(liveAircraft[0].lat, before.lat, 1.5e-5) << "it goes on from there";
+}
+
+TEST_F(LifeCycleTest, ARespawnAtAStandKeepsOneStoppedSample) {
+    LiveAircraft& a = activeFlight(firstHex, {ground(0, far), ground(0.1, far + 1)});
+    a.fs = FlightState::parked;
+    a.heading = a.standHeading = 1.0;
+    liveryRespawn(a);
+    ASSERT_EQ(a.sz(), 2U);
+    EXPECT_TRUE(a.stream[0].stopped && a.stream[1].stopped);
+    EXPECT_EQ(a.stream[0].tick, tickCount + 1);
+    EXPECT_NEAR(a.stream[1].track, 57.2958, 1e-3);
+    removeAircraftFromSim(a);
+    EXPECT_EQ(a.st, AircraftStatus::removingfromsim);
+    EXPECT_EQ(removalQueue.size(), 1U);
+    a.stream.clear();
+    liveryRespawn(a);
+    EXPECT_TRUE(program.logHas("liveryRespawn: ")) << "an impossible state is told, not fatal";
+}
+
+TEST_F(LifeCycleTest, RefusedLiveriesAreToldAndTwentyStopTheRun) {
+    const auto refuse = [&](int n) {
+        resetLiveTraffic();
+        LiveAircraft& a = activeFlight(firstHex, {air(0, far), air(1, far + 1)});
+        const std::string title = "Bad " + std::to_string(n);
+        a.title = title;
+        a.st = AircraftStatus::adding2sim;
+        addSimReply(reply(ReplyKind::createFailed, 0, firstHex));
+        applySimReplies();
+        EXPECT_TRUE(liveAircraft.empty());
+        EXPECT_TRUE(isRefused(title));
+    };
+    for (int i = 1; i < 20; ++i)
+        refuse(i);
+    EXPECT_TRUE(program.logHas("\nDLH304 \"Bad 19\" could not be created by your Sim!\n"));
+    EXPECT_EQ(statusText(), "DLH304 \"Bad 19\" could not be created by your Sim!");
+    try {
+        refuse(20);
+        FAIL() << "the run goes on";
+    } catch (const nwk::UserErrorException& e) {
+        EXPECT_EQ(e.number, 81U);
+        EXPECT_STREQ(e.what(), "81: there are too many liveries that could not be created by MSFS!, see Log.txt");
+    }
+    EXPECT_TRUE(
+        program.logHas("\n\n===> Error 81, there are too many liveries that could not be created by MSFS!\n\n"));
+}
+
+TEST_F(LifeCycleTest, NothingIsRefusedWhileClosing) {
+    LiveAircraft& a = activeFlight(firstHex, {air(0, far), air(1, far + 1)});
+    a.st = AircraftStatus::adding2sim;
+    userClosed = true;
+    addSimReply(reply(ReplyKind::createFailed, 0, firstHex));
+    applySimReplies();
+    EXPECT_EQ(liveAircraft.size(), 1U);
+    EXPECT_EQ(refusedTitleCount(), 0U);
+}
+
+TEST_F(LifeCycleTest, WhenTheSourceHasGoneSoHaveTheAircraft) {
+    for (std::uint32_t i = 0; i < 5; ++i)
+        activeFlight(firstHex + i, {air(0, far), air(1, far + 1)});
+    liveAircraft[1].st = liveAircraft[2].st = liveAircraft[4].st = AircraftStatus::adding2sim;
+    liveAircraft[3].st = AircraftStatus::buffer;
+    spawnQueue.push_back(firstHex + 1);
+    CreateRequest request;
+    request.hexid = firstHex + 4;
+    liveCreateQueue.push_back(request);
+    userClosed = true;
+    removeAllLiveForLostSource();
+    EXPECT_EQ(liveAircraft.size(), 5U) << "the close-down takes care of them";
+    userClosed = false;
+    removeAllLiveForLostSource();
+    ASSERT_EQ(liveAircraft.size(), 3U);
+    EXPECT_EQ(liveAircraft[0].st, AircraftStatus::removingfromsim);
+    EXPECT_EQ(liveAircraft[1].hexid, firstHex + 2);
+    EXPECT_TRUE(liveAircraft[1].removeWhenReady);
+    EXPECT_EQ(liveAircraft[2].st, AircraftStatus::buffer);
+    EXPECT_TRUE(spawnQueue.empty() && liveCreateQueue.empty());
+}
+
+TEST_F(LifeCycleTest, OneBadRecordDoesNotStopTheOthers) {
+    activeFlight(firstHex, {air(0, 4000), air(0.1, far)});
+    activeFlight(firstHex + 1, {air(0, 5000), air(0.1, 12200)});
+    liveAircraft[0].stream.clear();
+    updateLiveAircraft();
+    EXPECT_EQ(liveAircraft[0].st, AircraftStatus::removingfromsim);
+    EXPECT_TRUE(program.logHas("updateLiveAc stream empty ? DLH304 "));
+    EXPECT_GT(liveAircraft[1].latStep, 0.0);
+    liveAircraft[1].objectid = 0;
+    updateLiveAircraft();
+    EXPECT_TRUE(program.logHas("updateLiveAc objectid=0? hexid: 4194305,cs:DLH305, reg:, aimo:DLH A320 sz:1"));
+    updateLiveAircraft();
+    EXPECT_EQ(liveAircraft.size(), 1U) << "no object will be reported as gone, so the record goes by itself";
+}
+
+TEST_F(LifeCycleTest, TheTickCheckFindsWhatMustNotBe) {
+    struct Case {
+        const char* kind;
+        void (*spoil)(LiveAircraft&);
+    };
+    const Case cases[] = {
+        {"", [](LiveAircraft&) {}},
+        {"hexid twice", [](LiveAircraft& a) { a.hexid = liveAircraft[0].hexid; }},
+        {"objectid twice", [](LiveAircraft& a) { a.objectid = liveAircraft[0].objectid; }},
+        {"not a number", [](LiveAircraft& a) { a.pitch = std::nan(""); }},
+        {"heading out of range", [](LiveAircraft& a) { a.heading = -0.01; }},
+        {"longitude out of range", [](LiveAircraft& a) { a.lon = 180.5; }},
+    };
+    for (const Case& c : cases) {
+        resetLiveTraffic();
+        activeFlight(firstHex, {air(0, far), air(1, far + 1)});
+        c.spoil(activeFlight(firstHex + 1, {air(0, far), air(1, far + 1)}));
+        const std::string violation = checkLiveTables();
+        EXPECT_EQ(violation.substr(0, violation.find(':')), c.kind);
+        reportTickCheck();
+        reportTickCheck();
+        if (*c.kind != 0) {
+            EXPECT_EQ(program.logCount("! tick check: " + std::string(c.kind)), 1U);
+        }
+    }
+}
+
+} // namespace
+} // namespace kes

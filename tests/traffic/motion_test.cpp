@@ -1,0 +1,231 @@
+// Straight legs in the air and on the ground.
+#include "feed/qnh_reader.h"
+#include "traffic/air_motion.h"
+#include "traffic/ground_motion.h"
+#include "traffic/harness.h"
+
+namespace kes {
+namespace {
+
+using MotionTest = test::TrafficTest;
+using test::firstHex;
+using test::homeLat;
+using test::homeLon;
+
+TEST_F(MotionTest, TicksAddUpToTheLeg) {
+    std::vector<PositionSample> stream{air(0, 5000, 360, 8000), air(0.1, 11000, 360, 9000), air(0.2, 17000, 360, 9000)};
+    stream[1].lon += 0.05;
+    stream[1].vs = 1000;
+    stream[1].bank = 0.3;
+    stream[1].bankValid = true;
+    activeFlight(firstHex, stream);
+    run(6302); // 6.3 nm at 360 kts
+    const LiveAircraft& a = liveAircraft.at(0);
+    EXPECT_NEAR(a.stream.front().tick - 5000, 6302, 1);
+    EXPECT_NEAR(a.lat, homeLat + 0.1, 1e-4);
+    EXPECT_NEAR(a.lon, homeLon + 0.05, 1e-4);
+    EXPECT_NEAR(a.alt, 9000, 1);
+    EXPECT_NEAR(a.heading, bearingRad({homeLat, homeLon}, {homeLat + 0.1, homeLon + 0.05}), 1e-4);
+    EXPECT_NEAR(a.bank, 0.3, 1e-3);
+    EXPECT_NEAR(a.pitch, (-3 - 1000 / 600.0 * 2.2) * degToRad, 1e-3);
+    EXPECT_NEAR(a.vsOut, 1000 / 60.0, 1e-9);
+    EXPECT_EQ(a.tasOut, 360);
+}
+
+TEST_F(MotionTest, ArrivalTicksStayWithinTheWindow) {
+    struct Case {
+        const char* what;
+        double miles, gs0, gs1;
+        std::int32_t due, extrap; ///< ticks from now
+        std::int32_t arrives;
+    };
+    const Case cases[] = {
+        {"at the mean speed", 5, 200, 400, 6000, 0, 6000},
+        {"ahead of its time", 5, 300, 300, 6900, 0, 6000},
+        {"at most ten seconds ahead", 5, 300, 300, 9000, 0, 8000},
+        {"at most ten seconds late", 5, 300, 300, 3000, 0, 4000},
+        {"an invented sample keeps to its speed", 5, 300, 300, 3000, 2, 6000},
+        {"without speeds in its own time", 5, 0, 0, 6500, 0, 6500},
+        {"in the past: hurry", 0.01, 300, 300, -500, 0, 25},
+        {"long past: at once", 1, 300, 300, -5000, 0, 0},
+    };
+    for (const Case& c : cases) {
+        resetLiveTraffic();
+        LiveAircraft& a =
+            activeFlight(firstHex, {air(0, 5000, c.gs0), air(c.miles / 60, 5000 + c.due, c.gs1), air(1, 1 << 28)});
+        a.extrapCount = c.extrap;
+        nextPosAir(a);
+        EXPECT_NEAR(a.stream[1].tick - 5000, c.arrives, 1) << c.what;
+        nextPosMain(a);
+        EXPECT_TRUE(std::isfinite(a.latStep)) << c.what;
+        EXPECT_LE(std::fabs(a.latStep), c.miles / 60 / 25 + 1e-12) << c.what << ": no leg is shorter than 25 ticks";
+    }
+}
+
+TEST_F(MotionTest, CrossesTheDateLineTheShortWay) {
+    std::vector<PositionSample> stream{air(0, 5000, 300), air(0, 9000, 300), air(0, 13000, 300)};
+    stream[0].lon = 179.95;
+    stream[1].lon = -179.95;
+    stream[2].lon = -179.85;
+    stream[0].trueHeadingValid = true;
+    stream[0].trueHeading = pi / 2;
+    activeFlight(firstHex, stream);
+    double travelled = 0;
+    for (int i = 0; i < 4600; ++i) {
+        const LatLon before = liveAircraft.at(0).position();
+        tick();
+        travelled += distanceNm(before, liveAircraft.at(0).position());
+    }
+    EXPECT_LT(liveAircraft[0].lon, -179.9);
+    EXPECT_NEAR(travelled, 300 * 46 / 3600.0, 0.1);
+}
+
+TEST_F(MotionTest, InTheAirNobodyStops) {
+    std::vector<PositionSample> stream{air(0, 5000), air(0, 5100), air(0, 5200), air(0.1, 12200)};
+    stream[1].stopped = stream[2].stopped = true;
+    activeFlight(firstHex, stream);
+    tick();
+    EXPECT_EQ(liveAircraft.at(0).sz(), 1U);
+    EXPECT_GT(liveAircraft[0].latStep, 0);
+    resetLiveTraffic();
+    activeFlight(firstHex, stream).category = AircraftCategory::rotorcraft;
+    run(10);
+    EXPECT_EQ(liveAircraft.at(0).sz(), 3U) << "but a helicopter hovers";
+    EXPECT_EQ(liveAircraft[0].lat, homeLat);
+    EXPECT_EQ(liveAircraft[0].tasOut, 0);
+}
+
+TEST_F(MotionTest, LandsWhereTheGroundIs) {
+    struct Case {
+        const char* what;
+        bool airportKnown;
+        std::int32_t qnh;
+        double altStep, vs; ///< expected; vs 0 = that of the data
+    };
+    // 1000 ft, 400 ft above the airport, 2 nm before the sample on the ground: 4800 ticks.
+    for (const Case& c :
+         {Case{"airport known", true, 1013, -400 / 4800.0, 0}, Case{"not known", false, 1013, -601 / 6000.0, -601},
+          Case{"high pressure", true, 1023, -860 / 6000.0, -860}}) {
+        resetLiveTraffic();
+        setAirportRef(c.airportKnown ? std::optional(AirportRef{"EDDF", "FRA", homeLat, homeLon, 600}) : std::nullopt);
+        currentQnh = c.qnh;
+        std::vector<PositionSample> stream{air(0, 5000, 150, 1000), ground(2 / 60.0, 9800, 150),
+                                           ground(0.05, 12000, 150)};
+        stream[0].vs = stream[1].vs = -800;
+        LiveAircraft& a = activeFlight(firstHex, stream);
+        nextPosMain(a);
+        EXPECT_NEAR(a.altStep, c.altStep, 1e-4) << c.what;
+        EXPECT_EQ(a.stream.front().vs, c.vs == 0 ? -800 : c.vs) << c.what;
+        a.staticCg = 10;
+        addSimReply(reply(ReplyKind::ground, a.objectid, 0, 600, 200));
+        applySimReplies();
+        EXPECT_FALSE(a.onGround) << c.what;
+        EXPECT_EQ(a.agl, 200) << c.what;
+        EXPECT_EQ(a.alt, 1000) << c.what;
+        addSimReply(reply(ReplyKind::ground, a.objectid, 1, 600, 0));
+        applySimReplies();
+        EXPECT_TRUE(a.onGround) << c.what;
+        EXPECT_EQ(a.altStep, 0) << c.what;
+        EXPECT_EQ(a.alt, 610) << "on the ground it rests on the simulator's terrain: " << c.what;
+        tickCount = a.stream.front().tick;
+        nextPosMain(a);
+        EXPECT_EQ(a.fs, FlightState::taxi) << c.what;
+        EXPECT_EQ(a.tasLeg, 150) << c.what;
+        tickCount = 5000;
+    }
+    currentQnh = 1013;
+}
+
+TEST_F(MotionTest, LeavesTheGroundOnceAndStaysOff) {
+    std::vector<PositionSample> stream{ground(0, 5000, 140), air(0.02, 8000, 150, 900), air(0.05, 12000, 160, 2000),
+                                       air(0.2, 30000, 160, 3000)};
+    LiveAircraft& a = activeFlight(firstHex, stream);
+    a.staticCg = 10;
+    a.alt = 610;
+    nextPosMain(a);
+    EXPECT_FALSE(a.onGround);
+    EXPECT_EQ(a.fs, FlightState::flying);
+    EXPECT_GT(a.altStep, 0);
+    addSimReply(reply(ReplyKind::ground, a.objectid, 1, 600, 0)); // the simulator is some ticks behind
+    run(1000);
+    EXPECT_FALSE(liveAircraft.at(0).onGround);
+    EXPECT_GT(liveAircraft[0].alt, 690);
+}
+
+TEST_F(MotionTest, TaxiTurnsAtItsRateAndHoldsItsAttitude) {
+    std::vector<PositionSample> stream{ground(0, 5000, 10), ground(0.002, 9320, 10), ground(0.0021, 99999, 10)};
+    LiveAircraft& a = activeFlight(firstHex, stream);
+    a.heading = normalizeAngle(-0.5);
+    a.staticPitch = 0.01;
+    a.pitch = a.bank = 0.2;
+    tick();
+    EXPECT_TRUE(liveAircraft.at(0).turning);
+    double last = angleDiff(0, liveAircraft[0].heading);
+    for (int i = 0; i < 3000; ++i) {
+        tick();
+        const double heading = angleDiff(0, liveAircraft[0].heading);
+        ASSERT_GE(heading, last - 1e-12) << "the shorter way round, without swinging";
+        last = heading;
+    }
+    EXPECT_NEAR(last, 0, 0.5 * degToRad + 1e-9);
+    EXPECT_EQ(liveAircraft[0].pitch, 0.01);
+    EXPECT_EQ(liveAircraft[0].bank, 0);
+    EXPECT_EQ(liveAircraft[0].vsOut, 0);
+}
+
+TEST_F(MotionTest, WidenedWindowsNarrowLegByLeg) {
+    LiveAircraft& a =
+        activeFlight(firstHex, {ground(0, 5000), ground(0.01, 6000), ground(0.01, 7000), ground(0.01, 8000)});
+    a.earlyTicks = 1150;
+    a.lateTicks = 900;
+    a.stream[2].stopped = true;
+    nextPosMain(a);
+    EXPECT_EQ(a.earlyTicks, 1050);
+    nextPosMain(a);
+    EXPECT_EQ(a.earlyTicks, 1000);
+    EXPECT_EQ(a.latStep, 0);
+    EXPECT_EQ(a.lateTicks, 900) << "only what is above 1000";
+}
+
+TEST_F(MotionTest, StaticDataOfTheModel) {
+    struct Case {
+        double cg, pitchDegrees, expectedCg, expectedDegrees;
+    };
+    par::LOG.value = true;
+    for (const Case& c : {Case{8.5, 0.5, 8.5, 0.5}, Case{1.0, 2.5, 1.0, 2.5}, Case{35.0, -0.99, 35.0, -0.99},
+                          Case{0.5, -1.0, 7.0, 0.7}, Case{35.1, 2.6, 7.0, 0.7}}) {
+        resetLiveTraffic();
+        LiveAircraft& a = activeFlight(firstHex, {ground(0, 5000), ground(0.01, 6000)});
+        a.staticCg = 7;
+        addSimReply(reply(ReplyKind::staticData, a.objectid, 0, c.cg, c.pitchDegrees * degToRad));
+        applySimReplies();
+        EXPECT_EQ(a.staticCg, c.expectedCg) << c.cg;
+        EXPECT_NEAR(a.staticPitch * radToDeg, c.expectedDegrees, 1e-9) << c.pitchDegrees;
+    }
+    EXPECT_EQ(program.logCount("static CG"), 2U);
+    EXPECT_TRUE(program.logHas(": static CG 0.5ft wrong?"));
+}
+
+TEST_F(MotionTest, TheSameReportsGiveTheSameFlight) {
+    const auto fly = [&] {
+        TearDown();
+        SetUp();
+        std::vector<double> trace;
+        for (std::uint32_t h = 0; h < 20; ++h) {
+            for (int i = 0; i < 4; ++i)
+                push(report(firstHex + h, i * 10.0, h * 0.01));
+        }
+        for (int i = 0; i < 8000; ++i) {
+            tick();
+            for (const LiveAircraft& a : liveAircraft)
+                trace.insert(trace.end(), {a.lat, a.lon, a.alt, a.heading, a.pitch, a.bank});
+        }
+        return trace;
+    };
+    const auto first = fly();
+    EXPECT_GT(first.size(), 100000U);
+    EXPECT_EQ(first, fly());
+}
+
+} // namespace
+} // namespace kes

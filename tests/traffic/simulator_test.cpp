@@ -1,0 +1,156 @@
+// Live aircraft through the real command queues and the simulator's protocol.
+#include "sim/sim_client.h"
+#include "traffic/harness.h"
+#include "world/simulator/inproc.h"
+
+#include <mutex>
+
+namespace kes {
+namespace {
+
+using test::firstHex;
+using test::homeLat;
+using test::homeLon;
+using test::waitFor;
+
+struct SimulatorTest : test::TrafficTest {
+    std::mutex guard;
+    std::map<std::string, std::vector<std::string>> events; ///< by tail number, "name value"
+
+    void SetUp() override {
+        TrafficTest::SetUp();
+        world::SimulatorOptions options;
+        options.lat = homeLat;
+        options.lon = homeLon;
+        options.altFeet = 20000;
+        options.terrain.airfields.push_back({homeLat, homeLon, 400});
+        for (const std::string_view title : {"FSLTL_DLH", "Heli"})
+            options.titles.known.insert(std::string(title));
+        world::inprocStart(options);
+        world::Hooks hooks;
+        hooks.event = [this](const world::SimObject& object, world::ClientEvent event, std::uint32_t value) {
+            const std::lock_guard lock(guard);
+            events[object.tail].push_back(std::string(world::nameOf(event)) + " " + std::to_string(value));
+        };
+        world::inprocSetHooks(hooks);
+        world::inprocRunThread(5);
+        resetSimClient();
+        simRequestFailed = false;
+        simulator = true;
+        startSimClient();
+        ASSERT_TRUE(waitFor([] { return simRunning.load(); }));
+    }
+    void TearDown() override {
+        requestSimClientStop();
+        joinSimClient();
+        world::inprocStop();
+        resetSimClient();
+        TrafficTest::TearDown();
+    }
+    bool tickUntil(const std::function<bool()>& condition) {
+        return waitFor([&] {
+            tick();
+            return condition();
+        });
+    }
+    std::vector<std::string> eventsOf(const std::string& tail) {
+        const std::lock_guard lock(guard);
+        return events[tail];
+    }
+};
+
+TEST_F(SimulatorTest, EachKindOfAircraftGetsItsInitialSet) {
+    struct Case {
+        std::string callsign, model;
+        double latOffset;
+        bool airborne, parked;
+        std::vector<std::string> expected; ///< after the three freezes
+    };
+    const std::vector<std::string> toggles{"ALL_LIGHTS_TOGGLE 0", "ALL_LIGHTS_TOGGLE 0"};
+    const Case cases[] = {
+        {"DLH1",
+         "A320",
+         0.05,
+         true,
+         false,
+         {"ALL_LIGHTS_TOGGLE 0", "ALL_LIGHTS_TOGGLE 0", "ENGINE_AUTO_START 0", "SPOILERS_SET 0", "NAV_LIGHTS_SET 1",
+          "BEACON_LIGHTS_SET 1", "LANDING_LIGHTS_SET 1", "TAXI_LIGHTS_SET 0", "STROBES_SET 1", "LOGO_LIGHTS_SET 1",
+          "CABIN_LIGHTS_SET 1"}},
+        {"DLH2",
+         "A320",
+         0.001,
+         false,
+         false,
+         {"GEAR_SET 1", "ALL_LIGHTS_TOGGLE 0", "ALL_LIGHTS_TOGGLE 0", "SPOILERS_SET 0", "ENGINE_AUTO_START 0",
+          "NAV_LIGHTS_SET 1", "BEACON_LIGHTS_SET 1", "LANDING_LIGHTS_SET 0", "TAXI_LIGHTS_SET 1", "STROBES_SET 0",
+          "LOGO_LIGHTS_SET 1", "CABIN_LIGHTS_SET 1", "THROTTLE_SET 0", "FLAPS_SET 3072"}},
+        {"DEHEL",
+         "EC35",
+         0.003,
+         false,
+         false,
+         {"ALL_LIGHTS_TOGGLE 0", "ALL_LIGHTS_TOGGLE 0", "ENGINE_AUTO_START 0", "NAV_LIGHTS_SET 1",
+          "BEACON_LIGHTS_SET 1", "LANDING_LIGHTS_SET 0", "TAXI_LIGHTS_SET 1", "STROBES_SET 0", "LOGO_LIGHTS_SET 1",
+          "CABIN_LIGHTS_SET 1", "THROTTLE_SET 16383"}},
+        {"DLH3",
+         "A320",
+         0.005,
+         false,
+         true,
+         {"GEAR_SET 1", "ALL_LIGHTS_TOGGLE 0", "ALL_LIGHTS_TOGGLE 0", "SPOILERS_SET 0", "ENGINE_AUTO_SHUTDOWN 0",
+          "NAV_LIGHTS_SET 0", "BEACON_LIGHTS_SET 0", "LANDING_LIGHTS_SET 0", "TAXI_LIGHTS_SET 0", "STROBES_SET 0",
+          "LOGO_LIGHTS_SET 1", "CABIN_LIGHTS_SET 1", "THROTTLE_SET 0", "FLAPS_SET 0"}},
+    };
+    par::NAV_LIGHTS_WHILE_PARKED.value = false;
+    std::uint32_t hexid = firstHex;
+    for (const Case& c : cases) {
+        for (int i = 0; i < 4; ++i) {
+            AircraftReport r =
+                c.airborne ? report(hexid, i * 20.0, c.latOffset) : groundReport(hexid, i * 20.0, c.latOffset);
+            r.callsign = c.callsign;
+            r.model = c.model;
+            feed(r);
+        }
+        ++hexid;
+    }
+    tickCount = liveAircraft.at(0).stream.front().tick - 150;
+    ASSERT_TRUE(tickUntil([&] { return findLive(hexid - 1)->objectid != 0; }));
+    setFlightState(*findLive(hexid - 1), FlightState::parked);
+    ASSERT_TRUE(tickUntil([] {
+        return std::ranges::all_of(liveAircraft, [](const auto& a) { return a.st == AircraftStatus::active; });
+    }));
+    for (const Case& c : cases) {
+        ASSERT_TRUE(waitFor([&] { return eventsOf(c.callsign).size() >= c.expected.size() + 3; })) << c.callsign;
+        auto seen = eventsOf(c.callsign);
+        seen.erase(seen.begin(), seen.begin() + 3);
+        EXPECT_EQ(seen, c.expected) << c.callsign;
+    }
+}
+
+TEST_F(SimulatorTest, TheObjectFollowsTheRecordAndGoesWithIt) {
+    feedFlight(firstHex, 4, 0.05);
+    const std::string tail = liveAircraft.at(0).callsign;
+    tickCount = liveAircraft[0].stream.front().tick - 100;
+    ASSERT_TRUE(tickUntil([] { return liveAircraft.at(0).st == AircraftStatus::active; }));
+    EXPECT_GT(liveAircraft[0].staticCg, 1.0) << "the model's own height came back";
+    double last = world::inprocObject(tail)->lat;
+    ASSERT_TRUE(tickUntil([&] { return world::inprocObject(tail)->lat > last + 0.001; }));
+    removeAircraftFromSim(liveAircraft[0]);
+    ASSERT_TRUE(tickUntil([&] { return liveAircraft.empty(); }));
+    EXPECT_FALSE(world::inprocObject(tail));
+    EXPECT_TRUE(world::inprocCounters().exceptions.empty());
+}
+
+TEST_F(SimulatorTest, ARefusedTitleComesBackAsARefusal) {
+    {
+        const auto sim = world::worldSimulator();
+        sim->faults.refuseAll = true;
+    }
+    feedFlight(firstHex, 4, 0.05);
+    tickCount = liveAircraft.at(0).stream.front().tick - 100;
+    ASSERT_TRUE(tickUntil([] { return liveAircraft.empty(); }));
+    EXPECT_TRUE(isRefused("FSLTL_DLH"));
+}
+
+} // namespace
+} // namespace kes

@@ -1,0 +1,217 @@
+// From buffer into the simulator.
+#include "core/errors.h"
+#include "traffic/harness.h"
+
+namespace kes {
+namespace {
+
+using SpawnTest = test::TrafficTest;
+using test::firstHex;
+
+TEST_F(SpawnTest, AFlightEntersTheSimulatorAndBecomesActive) {
+    feedFlight(firstHex);
+    const std::int32_t due = liveAircraft.at(0).stream.front().tick;
+    ASSERT_TRUE(runUntil([] { return liveAircraft[0].st == AircraftStatus::adding2sim; }));
+    EXPECT_EQ(tickCount, due - 100 + 1) << "a second before its first sample";
+    ASSERT_TRUE(runUntil([&] { return !created.empty(); }));
+    const CreateRequest request = created.at(0);
+    EXPECT_EQ(request.hexid, firstHex);
+    EXPECT_EQ(request.tailNumber, liveAircraft[0].callsign);
+    EXPECT_EQ(request.title, "FSLTL_DLH");
+    EXPECT_TRUE(liveAircraft[0].reverseThrust);
+    EXPECT_EQ(request.lat, test::homeLat);
+    EXPECT_EQ(request.alt, 8000);
+    EXPECT_NEAR(request.heading, 0, 1e-9);
+    EXPECT_NEAR(request.pitch, -3, 1e-9);
+    EXPECT_EQ(request.airspeed, 0U);
+    const std::int32_t confirmed = tickCount; // the reply is there at this tick
+    ASSERT_TRUE(runUntil([] { return liveAircraft[0].st == AircraftStatus::active; }));
+    EXPECT_EQ(tickCount, confirmed + 200) << "two seconds after the simulator's word";
+    EXPECT_EQ(liveAircraft[0].fs, FlightState::flying);
+    EXPECT_FALSE(liveAircraft[0].onGround);
+    EXPECT_EQ(landingList.front(), firstHex);
+}
+
+TEST_F(SpawnTest, LeadTimesAndTheFateOfPoorStreams) {
+    feedFlight(firstHex);
+    LiveAircraft& a = liveAircraft.at(0);
+    const std::int32_t first = a.stream.front().tick;
+    struct Case {
+        const char* what;
+        bool airborne;
+        double gs;
+        std::int32_t lead;
+    };
+    for (const Case& c :
+         {Case{"taxiing", false, 10, 300}, Case{"standing", false, 0, 100}, Case{"flying", true, 0, 100}}) {
+        a.st = AircraftStatus::buffer;
+        a.fs = FlightState::birth;
+        for (PositionSample& s : a.stream) {
+            s.airborne = c.airborne;
+            s.gs = c.gs;
+        }
+        tickCount = first - c.lead - 1;
+        updateLiveAc(a);
+        EXPECT_EQ(a.st, AircraftStatus::buffer) << c.what;
+        tickCount = first - c.lead;
+        updateLiveAc(a);
+        EXPECT_EQ(a.st, AircraftStatus::adding2sim) << c.what;
+    }
+    a.st = AircraftStatus::buffer;
+    a.stream.resize(3);
+    a.stream[2].airborne = false;
+    EXPECT_FALSE(updateLiveAc(a));
+    EXPECT_EQ(a.sz(), 2U) << "half in the air: the front sample goes";
+    a.stream.pop_back();
+    tickCount = a.stream.front().tick;
+    EXPECT_TRUE(updateLiveAc(a)) << "a single report never enters the simulator";
+    a.deleteNow = false;
+    a.stream.clear();
+    EXPECT_TRUE(updateLiveAc(a));
+}
+
+TEST_F(SpawnTest, ASingleReportNeverGetsAnObject) {
+    feed(report(firstHex, 0));
+    run(4000);
+    EXPECT_TRUE(liveAircraft.empty());
+    EXPECT_TRUE(created.empty());
+}
+
+TEST_F(SpawnTest, WhoIsRefused) {
+    struct Case {
+        const char* what;
+        std::string callsign, regcode, model;
+        std::string spawned; ///< callsign, airline and title of what spawns; empty = dropped
+    };
+    const Case cases[] = {
+        {"airline out of the callsign", "baw12", "", "A320", "baw12 BAW BAW A320"},
+        {"no airline in it: private, by the model", "N123", "", "C172", "N123 PVT Skyhawk"},
+        {"no callsign", "", "", "A320", ""},
+        {"the placeholder of the feed", "@@@@@@@@", "", "A320", ""},
+        {"nine characters", "DLH123456", "", "A320", ""},
+        {"no callsign, but a registration", "", "D-AIZA", "A320", "D-AIZA DLH FSLTL_DLH"},
+        {"the operator flies it", "DLH1", "D-AIZB", "A320", "DLH1 BAW BAW A320"},
+        {"the registration knows the type better", "BAW1", "GHEAV", "A320", "BAW1 BAW BAW B77W"},
+        {"blocked", "BLOCKED", "", "A320", ""},
+        {"a ghost that was removed", "GONE1_", "", "A320", ""},
+        {"a ghost beside the real one", "REAL1_", "", "A320", ""},
+        {"a ghost alone", "DLH7_", "", "A320", "DLH7_ DLH FSLTL_DLH"},
+        {"no livery", "DLH8", "X-XXXX", "A388", ""},
+    };
+    par::BLOCK_CALLSIGN.set("BLOCKED");
+    for (const Case& c : cases) {
+        resetLiveTraffic();
+        ghostList.push_back("GONE1_");
+        activeFlight(firstHex + 9, {air(0.5, 99999), air(0.6, 199999)}).callsign = "REAL1";
+        for (int i = 0; i < 3; ++i) {
+            AircraftReport r = report(firstHex, i * 10.0);
+            r.callsign = c.callsign;
+            r.regcode = c.regcode;
+            r.model = c.model;
+            feed(r);
+        }
+        tickCount = liveAircraft.at(1).stream.front().tick - 100;
+        updateLiveAircraft();
+        const LiveAircraft* a = findLive(firstHex);
+        EXPECT_EQ(a == nullptr ? "" : a->callsign + " " + a->airline + " " + std::string(a->title), c.spawned)
+            << c.what;
+        EXPECT_EQ(a == nullptr, spawnQueue.empty()) << c.what;
+    }
+    EXPECT_EQ(noMatchList, std::vector<std::string>{"DLH A388 X-XXXX"});
+}
+
+TEST_F(SpawnTest, AKeyWithoutLiveryIsToldOnceAndNotSearchedAgain) {
+    for (int pass = 0; pass < 2; ++pass) {
+        for (int i = 0; i < 3; ++i) {
+            AircraftReport r = report(firstHex, i * 10.0);
+            r.regcode = "X-XXXX";
+            r.model = "A388";
+            feed(r);
+        }
+        ASSERT_TRUE(runUntil([] { return liveAircraft.empty(); }));
+    }
+    EXPECT_EQ(noMatchList.size(), 1U);
+    par::LOG.value = true;
+    writeNoMatchReport();
+    EXPECT_TRUE(program.logHas("\nNo match found for: \nDLH A388 X-XXXX\n\n"));
+}
+
+TEST_F(SpawnTest, TheTitleOfAHexidIsKeptUntilItFails) {
+    feedFlight(firstHex);
+    ASSERT_TRUE(runUntil([&] { return !created.empty(); }));
+    par::GUID_CHANGES.value = true;
+    const auto spawnAgain = [&] {
+        LiveAircraft& a = liveAircraft.at(0);
+        a.title = {};
+        a.airline = a.callsign = "BAW1"; // would now find another livery
+        a.fs = FlightState::birth;
+        spawnLiveAc(a);
+        return std::string(a.title);
+    };
+    EXPECT_EQ(spawnAgain(), "FSLTL_DLH");
+    refuseTitle("FSLTL_DLH", "A320", "DLH");
+    EXPECT_NE(spawnAgain(), "FSLTL_DLH");
+    clearTitleTable();
+    liveAircraft[0].airline = "BAW";
+    liveAircraft[0].title = {};
+    liveAircraft[0].fs = FlightState::birth;
+    spawnLiveAc(liveAircraft[0]);
+    EXPECT_EQ(liveAircraft[0].title, "BAW A320");
+}
+
+TEST_F(SpawnTest, ManyWaitingRequestsHoldBackBirthsAlongTheirRoute) {
+    feedFlight(firstHex, 4);
+    liveCreateQueue.resize(11);
+    LiveAircraft& a = liveAircraft.at(0);
+    tickCount = a.stream.front().tick - 100;
+    updateLiveAc(a);
+    EXPECT_EQ(a.st, AircraftStatus::buffer);
+    EXPECT_EQ(a.sz(), 3U);
+    a.fs = FlightState::flying; // a respawn does not wait
+    tickCount = a.stream.front().tick - 100;
+    updateLiveAc(a);
+    EXPECT_EQ(a.st, AircraftStatus::adding2sim);
+}
+
+TEST_F(SpawnTest, TheLastOfTheSpawnQueueGoesFirstAndAnEmptyCallsignIsTold) {
+    for (std::uint32_t i = 0; i < 3; ++i) {
+        activeFlight(firstHex + i, {air(0, 0), air(0, 9)});
+        spawnQueue.push_back(firstHex + i);
+    }
+    spawnNext();
+    spawnNext();
+    EXPECT_EQ(liveCreateQueue.at(0).hexid, firstHex + 2);
+    EXPECT_EQ(liveCreateQueue.at(1).hexid, firstHex + 1);
+    liveAircraft[0].callsign.clear();
+    spawnNext();
+    EXPECT_EQ(liveCreateQueue.size(), 2U);
+    EXPECT_TRUE(program.logHas("operator () objectid = 0?"));
+}
+
+TEST_F(SpawnTest, StopsAtTheStartOfTheStreamAreMadeConsistent) {
+    const auto spawned = [&](std::vector<PositionSample> stream) {
+        resetLiveTraffic();
+        LiveAircraft& a = activeFlight(firstHex, stream);
+        a.st = AircraftStatus::buffer;
+        a.fs = FlightState::birth;
+        a.stream[0].track = 90;
+        spawnLiveAc(a);
+        return a;
+    };
+    std::vector<PositionSample> stream{ground(0, 100), ground(0, 200), ground(0, 300)};
+    stream[1].stopped = stream[2].stopped = true;
+    LiveAircraft a = spawned(stream);
+    EXPECT_TRUE(a.stream[0].stopped);
+    EXPECT_EQ(a.stream[0].gs + a.stream[1].gs + a.stream[2].gs, 0);
+    EXPECT_DOUBLE_EQ(a.heading, pi / 2) << "by its track, as it does not move";
+    EXPECT_DOUBLE_EQ(a.pitch, 0.6 * degToRad);
+    stream = {ground(0, 100), ground(-0.01, 200), ground(-0.02, 300)};
+    stream[0].stopped = true;
+    a = spawned(stream);
+    EXPECT_FALSE(a.stream[0].stopped);
+    EXPECT_DOUBLE_EQ(a.heading, pi) << "towards its next place";
+    EXPECT_EQ(a.fs, FlightState::taxi);
+}
+
+} // namespace
+} // namespace kes

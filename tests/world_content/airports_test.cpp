@@ -1,0 +1,129 @@
+#include "airports/park_airports.h"
+#include "content_folder.h"
+#include "feed/traffic_reader.h"
+
+#include <random>
+
+namespace kes::test {
+namespace {
+
+TEST(AirportTable, FaultsKeepTheRowsBefore) {
+    struct Case {
+        const char* text; ///< null = no file
+        std::size_t rows;
+        const char* line;
+    };
+    const char* badRow =
+        "<airports><airport code='EDDM' alt='1487' lat='48.35' lon='11.79' iata='MUC'/>"
+        "<airport code='AAAA' alt='x12' lat='1' lon='2'/><airport code='BBBB' alt='1' lat='1' lon='2'/></airports>";
+    const Case cases[] = {
+        {nullptr, 0, "input/airports_msfs.xml not loaded "},
+        {"", 0, "input/airports_msfs.xml not loaded "},
+        {"<airports><airport", 0, "input/airports_msfs.xml not loaded "},
+        {"<AirportNames/>", 0, "input/airports_msfs.xml not found"},
+        {"<airports/>", 0, "0 airports read from \"input/airports_msfs.xml\""},
+        {badRow, 1, "invalid stod argument"},
+        {"<airports><airport code='EDDM' alt='1' lat='1e999' lon='2'/></airports>", 0, "stod argument out of range"},
+        {"<airports><airport code='EDDM' alt='1' lat='1'/></airports>", 0, "invalid stod argument"},
+        {"<airports><airport code='EDDM' alt='+1' lat='--1' lon='2'/></airports>", 0, "invalid stod argument"},
+        {"<airports><heli code='X'/><airport code='ZZZZ' alt=' -12.5ft' lat='+1.5' lon='-.5e1'/>"
+         "<airport code='AAAA' alt='0x10' lat='0' lon='0' iata='AAA'/></airports>",
+         2, "2 airports read from \"input/airports_msfs.xml\""},
+    };
+    for (const Case& c : cases) {
+        EmptyFolder folder;
+        if (c.text) {
+            EmptyFolder::write("input/airports_msfs.xml", c.text);
+        }
+        EXPECT_EQ(readAirportTable(), c.rows > 0) << c.line;
+        EXPECT_EQ(airportTable.size(), c.rows) << c.line;
+        EXPECT_TRUE(folder.logHas(c.line)) << c.line << folder.logText();
+        if (c.rows == 2) {
+            EXPECT_EQ(airportTable[0].code, "AAAA");
+            EXPECT_EQ(airportTable[0].alt, 16);
+            EXPECT_EQ(airportTable[1].alt, -12.5);
+            EXPECT_EQ(airportTable[1].lat, 1.5);
+            EXPECT_EQ(airportTable[1].lon, -5);
+            EXPECT_EQ(airportTable[1].iata, "");
+        }
+        EmptyFolder::write("input/airports_msfs.xml",
+                           "<airports><airport code='LATE' alt='1' lat='1' lon='1'/></airports>");
+        EXPECT_EQ(readAirportTable(), c.rows > 0) << "the file is read only once";
+        EXPECT_FALSE(findAirport("LATE"));
+    }
+}
+
+TEST(AirportTable, NearestAgreesWithBruteForce) {
+    ContentFolder content;
+    ASSERT_TRUE(readAirportTable());
+    std::mt19937 random(7);
+    std::uniform_real_distribution<double> lat(-89.9, 89.9), lon(-180, 180), limit(1, 900), near(-0.3, 0.3);
+    int found = 0, none = 0;
+    for (int i = 0; i < 3000; ++i) {
+        LatLon position{lat(random), lon(random)};
+        if (i % 2 == 0) { // half of them beside an airport
+            const AirportEntry& entry = airportTable[random() % airportTable.size()];
+            position = {entry.lat + near(random), entry.lon + near(random)};
+        }
+        const double within = limit(random);
+        const AirportEntry* best = nullptr;
+        double bestNm = within;
+        for (const AirportEntry& entry : airportTable) {
+            const double d = distanceNm(position, {entry.lat, entry.lon});
+            if (d <= within && (!best || d < bestNm)) {
+                bestNm = d;
+                best = &entry;
+            }
+        }
+        const auto nearest = nearestAirport(position, within);
+        ASSERT_EQ(nearest.has_value(), best != nullptr) << position.lat << " " << position.lon << " " << within;
+        if (best) {
+            EXPECT_EQ(nearest->code, best->code);
+        }
+        ++(best ? found : none);
+    }
+    EXPECT_GT(found, 500);
+    EXPECT_GT(none, 500);
+}
+
+TEST(ReferenceAirport, FollowsTheUser) {
+    ContentFolder content;
+    ASSERT_TRUE(readAirportTable());
+    const auto fly = [](double lat, double lon) {
+        userAircraft.lat = lat;
+        userAircraft.lon = lon;
+        parkingTick(false);
+        return airportRef ? airportRef->code : std::string();
+    };
+    EXPECT_EQ(fly(0, 0), "") << "no flight is loaded";
+    EXPECT_EQ(referenceElevation(), -1000);
+    EXPECT_EQ(fly(48.40, 11.70), "EDDM");
+    EXPECT_EQ(airportRef->iata, "MUC");
+    EXPECT_EQ(referenceElevation(), 1487);
+    ASSERT_TRUE(trafficReader.referenceAirport);
+    EXPECT_EQ(trafficReader.referenceAirport->elevation, 1487);
+    EXPECT_EQ(fly(48.36, 11.75), "EDDM");
+    EXPECT_EQ(content.logCount("The park airport is EDDM (MUC)"), 1u);
+    EXPECT_EQ(fly(40.70, -74.00), "KLGA") << "of New York's airports the one that is nearest";
+    EXPECT_EQ(fly(45.0, -40.0), "");
+    EXPECT_FALSE(trafficReader.referenceAirport);
+    EXPECT_TRUE(content.logHas("KLGA is out of sight"));
+    par::AIRPORT_RANGE.value = 8;
+    EXPECT_EQ(fly(48.354 + 8.2 / 60, 11.786), "");
+    EXPECT_EQ(fly(48.354 + 7.8 / 60, 11.786), "EDDM");
+    unloadParkAirport();
+    EXPECT_FALSE(airportRef);
+}
+
+TEST(ParkAirports, NearestRowStandsInForTheList) {
+    EmptyFolder folder;
+    EXPECT_EQ(nearestCandidateNm({48, 11}), 10000) << "no table";
+    EXPECT_EQ(standNameAt(48, 11), "");
+    airportTable = {{"EDDM", "MUC", 48.0, 11.0, 1487}};
+    EXPECT_NEAR(nearestCandidateNm({49, 11}), 60, 0.01);
+    EXPECT_EQ(standNameAt(48 + 4.9 / 60, 11), "EDDM");
+    EXPECT_EQ(standNameAt(48 + 5.1 / 60, 11), "");
+}
+
+} // namespace
+} // namespace kes::test

@@ -1,0 +1,234 @@
+// What the builder makes, read back by the program's own readers.
+#include "content_folder.h"
+#include "core/geo.h"
+#include "liveries/livery.h"
+
+#include <map>
+#include <nlohmann/json.hpp>
+#include <set>
+
+namespace kes::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(Content, ProgramReadsAllOfIt) {
+    ContentFolder content;
+    EXPECT_TRUE(readDataBase()) << content.logText();
+    EXPECT_TRUE(readAirportTable());
+    EXPECT_EQ(airportTable.size(), content.count.airports);
+    EXPECT_FALSE(content.logHas("skipped")) << content.logText();
+    EXPECT_TRUE(content.logHas(std::to_string(content.count.types) + " aircraft types read"));
+    EXPECT_TRUE(content.logHas(std::to_string(content.count.airlines) + " airlines read"));
+    EXPECT_TRUE(content.logHas(std::to_string(content.count.registrations) + " registrations read"));
+    EXPECT_GE(content.count.types, 250u);
+    EXPECT_GE(content.count.airlines, 300u);
+    EXPECT_GE(content.count.airports, 200u);
+    EXPECT_GE(content.count.registrations, 100u);
+    EXPECT_TRUE(fs::is_directory("docs"));
+    EXPECT_EQ(readFile("input/update_server.txt"), "updates\n");
+    EXPECT_TRUE(fs::is_regular_file(content.plan.appData / "InsideSystems" / "RealTraffic.jar"));
+}
+
+TEST(Content, ScanFindsExactlyWhatWasWritten) {
+    ContentFolder content;
+    ASSERT_TRUE(readDataBase());
+    readParameters(); // the install path comes from the file that the builder wrote
+    ASSERT_TRUE(par::SCAN_LIVERIES);
+    scanLiveries();
+    EXPECT_EQ(liveryCount(), content.count.liveries);
+    EXPECT_EQ(readouts.liveries, static_cast<int>(content.count.liveries));
+    EXPECT_FALSE(par::SCAN_LIVERIES);
+    EXPECT_FALSE(content.logHas("left out")) << content.logText();
+
+    std::map<std::string, world::AiLivery> planned;
+    for (const world::AiLivery& livery : world::planLiveries(world::readTables(dataFolder()))) {
+        EXPECT_TRUE(planned.emplace(livery.title, livery).second) << "twice: " << livery.title;
+    }
+    for (const Livery& livery : readLiveriesScanned()) {
+        const auto wanted = planned.find(livery.title);
+        ASSERT_NE(wanted, planned.end()) << livery.title;
+        EXPECT_EQ(livery.airline, wanted->second.airline) << livery.title;
+        EXPECT_EQ(livery.model, wanted->second.type) << livery.title;
+        EXPECT_EQ(livery.regcode, wanted->second.regcode) << livery.title;
+        EXPECT_EQ(livery.cargo, wanted->second.cargo) << livery.title;
+        EXPECT_TRUE(modelExists(livery.model) && airlineExists(livery.airline)) << livery.title;
+        planned.erase(wanted);
+    }
+    EXPECT_TRUE(planned.empty()) << planned.begin()->first;
+}
+
+TEST(Content, LayoutNamesEveryFileWithItsSize) {
+    ContentFolder content;
+    std::size_t packages = 0;
+    for (const auto& package : fs::directory_iterator(content.community())) {
+        ++packages;
+        const auto manifest = nlohmann::json::parse(readFile(package.path() / "manifest.json"));
+        EXPECT_EQ(manifest.at("content_type"), "AIRCRAFT");
+        std::set<std::string> listed;
+        const auto layout = nlohmann::json::parse(readFile(package.path() / "layout.json"));
+        for (const auto& file : layout.at("content")) {
+            const std::string path = file.at("path");
+            listed.insert(path);
+            EXPECT_EQ(fs::file_size(package.path() / path), file.at("size").get<std::size_t>()) << path;
+        }
+        std::size_t files = 0;
+        for (const auto& file : fs::recursive_directory_iterator(package.path())) {
+            files += file.is_regular_file() && file.path().extension() == ".cfg" ? 1 : 0;
+        }
+        EXPECT_EQ(listed.size(), files) << package.path();
+    }
+    EXPECT_EQ(packages, content.count.packages);
+}
+
+TEST(Content, SecondRunTouchesNothingAndKeepsTheUsersFiles) {
+    ContentFolder content;
+    const auto snapshot = [&] {
+        std::map<std::string, fs::file_time_type> times;
+        for (const auto& file : fs::recursive_directory_iterator(content.folder)) {
+            if (file.is_regular_file() && file.path().filename() != "Log.txt") {
+                times[file.path().string()] = file.last_write_time();
+            }
+        }
+        return times;
+    };
+    const fs::path parameters = content.plan.appData / "Kestrelune" / "parameters.xml";
+    EmptyFolder::write(parameters, "the user's own");
+    EmptyFolder::write("input/update_server.txt", "https://updates.example\n");
+    // A model and a package of an earlier run go, somebody else's package stays.
+    const fs::path old = content.community() / "kestrelune-ai-airbus/SimObjects/Airplanes/KAI_OLD/aircraft.cfg";
+    const fs::path oldPackage = content.community() / "kestrelune-ai-gone";
+    const fs::path foreign = content.community() / "kestrelune-ai-mine/aircraft.cfg";
+    EmptyFolder::write(foreign, "[FLTSIM.0]\n");
+    const auto before = snapshot();
+    EmptyFolder::write(old, "[FLTSIM.0]\n");
+    EmptyFolder::write(oldPackage / "manifest.json", R"({"creator": "Kestrelune"})");
+    world::makeContent(content.plan);
+    EXPECT_EQ(snapshot(), before);
+    EXPECT_FALSE(fs::exists(oldPackage));
+    EXPECT_EQ(readFile(parameters), "the user's own");
+}
+
+TEST(Content, ParametersSelectTheSimulator) {
+    for (const bool msfs2020 : {true, false}) {
+        ContentFolder content;
+        content.plan.msfs2020 = msfs2020;
+        content.plan.community /= ""; // as a shell completes it
+        fs::remove(parametersFile());
+        world::makeContent(content.plan);
+        setParameterDefaults();
+        readParameters();
+        EXPECT_EQ(par::MSFS_2020, msfs2020);
+        const TextParameter& selected = msfs2020 ? par::MSFS_INSTALL_PATH : par::MSFS_2024_INSTALL_PATH;
+        const TextParameter& other = msfs2020 ? par::MSFS_2024_INSTALL_PATH : par::MSFS_INSTALL_PATH;
+        EXPECT_EQ(fs::path(selected.get()), content.folder / "sim");
+        EXPECT_EQ(other.get(), "");
+    }
+}
+
+TEST(Content, WrongSourcesAreNamed) {
+    struct Case {
+        const char *file, *text, *message;
+    };
+    const Case cases[] = {
+        {"types.csv", "code,category,span_m\nA320,Large,34.1\nA320,Large,34.1\n", "row \"A320,Large,34.1,\": the code"},
+        {"types.csv", "code,category,span_m\nA320,Large,wide\n", "types.csv: row \"A320,Large,wide,\": the span"},
+        {"types.csv", "code,span_m\nA320,34.1\n", "has no column \"category\""},
+        {"airlines.csv", "code,name\n", "airlines.csv has no rows"},
+        {"airlines.csv", nullptr, "airlines.csv not found"},
+        {"airports.csv", "icao,iata,lat,lon,elev_ft,name\nEGLL,LHR,151,0,83,x\n", "the position or elevation"},
+        {"registrations.csv", "reg,airline,type,operator,cargo\nG-ABCD,QQQ,A320,,\n", "airline QQQ is not in"},
+        {"liveries.csv", "airline,type,cargo\nBAW,A399,\n", "type A399 is not in types.csv"},
+        {"liveries.csv", "airline,type,cargo\nBAW,A320,maybe\n", "cargo must be"},
+        {"liveries.csv", "airline,type,cargo\nBAW,A320,\nBAW,A320,\n", "the pair stands twice"},
+    };
+    for (const Case& c : cases) {
+        EmptyFolder empty;
+        fs::copy(dataFolder(), "data");
+        fs::remove(fs::path("data") / c.file);
+        if (c.text) {
+            EmptyFolder::write(fs::path("data") / c.file, c.text);
+        }
+        world::ContentPlan plan;
+        plan.data = "data";
+        plan.programFolder = "made";
+        try {
+            world::makeContent(plan);
+            ADD_FAILURE() << c.file << " was taken: " << c.message;
+        } catch (const std::runtime_error& error) {
+            EXPECT_NE(std::string(error.what()).find(c.message), std::string::npos) << error.what();
+        }
+        EXPECT_FALSE(fs::exists("made")) << "sources are checked before anything is written";
+    }
+}
+
+TEST(Content, CommunityMustHaveItsName) {
+    EmptyFolder empty;
+    world::ContentPlan plan;
+    plan.data = dataFolder();
+    plan.programFolder = empty.folder;
+    plan.community = empty.folder / "Packages";
+    EXPECT_THROW(world::makeContent(plan), std::runtime_error);
+    plan.community = "Community";
+    EXPECT_GT(world::makeContent(plan).liveries, 500u);
+    EXPECT_TRUE(fs::is_directory(empty.folder / "Community" / "kestrelune-ai-boeing"));
+}
+
+TEST(Content, WellKnownTypes) {
+    ContentFolder content;
+    ASSERT_TRUE(readDataBase());
+    struct Type {
+        const char* code;
+        AircraftCategory category;
+        double metres;
+    };
+    using enum AircraftCategory;
+    // Spans as the makers publish them.
+    const Type known[] = {
+        {"A320", large, 34.10},   {"A21N", large, 35.80},      {"A388", heavy, 79.75},     {"A359", heavy, 64.75},
+        {"B738", large, 35.79},   {"B38M", large, 35.92},      {"B77W", heavy, 64.80},     {"B789", heavy, 60.12},
+        {"B744", heavy, 64.44},   {"B748", heavy, 68.40},      {"B752", large, 38.05},     {"BCS3", large, 35.10},
+        {"E190", large, 28.72},   {"AT76", large, 27.05},      {"DH8D", large, 28.42},     {"CRJ9", large, 24.85},
+        {"C172", light, 11.00},   {"SR22", light, 11.68},      {"PC12", light, 16.28},     {"B350", light, 17.65},
+        {"GLF6", buzjets, 30.36}, {"C56X", buzjets, 17.17},    {"GLEX", buzjets, 28.65},   {"EUFI", highPerf, 10.95},
+        {"F16", highPerf, 9.96},  {"EC35", rotorcraft, 10.20}, {"R44", rotorcraft, 10.06}, {"H60", rotorcraft, 16.36},
+    };
+    for (const Type& type : known) {
+        EXPECT_TRUE(modelExists(type.code)) << type.code;
+        EXPECT_EQ(text(categoryOf(type.code)), text(type.category)) << type.code;
+        EXPECT_NEAR(wingspanOf(type.code) * 2 * metresPerNm, type.metres, 0.05) << type.code;
+    }
+    EXPECT_NEAR(maxWingspan() * 2 * metresPerNm, 79.75, 0.05);
+}
+
+TEST(Content, WellKnownAirports) {
+    ContentFolder content;
+    ASSERT_TRUE(readAirportTable());
+    struct Airport {
+        const char *code, *iata;
+        double lat, lon, feet; ///< degrees
+    };
+    // Reference points in degrees and minutes as published.
+    const Airport known[] = {
+        {"LEBL", "BCN", 41 + 17.8 / 60, 2 + 4.7 / 60, 14},     {"LFBO", "TLS", 43 + 38.1 / 60, 1 + 22.1 / 60, 499},
+        {"EGLL", "LHR", 51 + 28.7 / 60, -(0 + 27.7 / 60), 83}, {"LSZH", "ZRH", 47 + 27.5 / 60, 8 + 32.9 / 60, 1416},
+        {"LSGG", "GVA", 46 + 14.3 / 60, 6 + 6.6 / 60, 1411},   {"EDDF", "FRA", 50 + 2.0 / 60, 8 + 34.2 / 60, 364},
+        {"EDDM", "MUC", 48 + 21.2 / 60, 11 + 47.2 / 60, 1487}, {"EHAM", "AMS", 52 + 18.5 / 60, 4 + 45.8 / 60, -11},
+        {"LFPG", "CDG", 49 + 0.6 / 60, 2 + 32.9 / 60, 392},    {"LEMD", "MAD", 40 + 28.3 / 60, -(3 + 33.7 / 60), 2000},
+        {"LOWI", "INN", 47 + 15.6 / 60, 11 + 20.6 / 60, 1907}, {"KJFK", "JFK", 40 + 38.4 / 60, -(73 + 46.7 / 60), 13},
+        {"RJTT", "HND", 35 + 33.1 / 60, 139 + 46.8 / 60, 21},  {"YSSY", "SYD", -(33 + 56.8 / 60), 151 + 10.6 / 60, 21},
+    };
+    for (const Airport& airport : known) {
+        const auto entry = findAirport(airport.code);
+        ASSERT_TRUE(entry) << airport.code;
+        EXPECT_EQ(entry->iata, airport.iata);
+        EXPECT_LT(distanceNm({entry->lat, entry->lon}, {airport.lat, airport.lon}), 1.0) << airport.code;
+        EXPECT_NEAR(entry->alt, airport.feet, 50) << airport.code;
+    }
+    for (std::size_t i = 1; i < airportTable.size(); ++i) {
+        EXPECT_LT(airportTable[i - 1].code, airportTable[i].code);
+    }
+}
+
+} // namespace
+} // namespace kes::test

@@ -1,0 +1,370 @@
+// AI objects as their client and the others see them.
+#include "core/geo.h"
+#include "raw_client.h"
+#include "world/simulator/control.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+namespace kes::world::test {
+namespace {
+
+constexpr double pose1[8] = {50.1, 8.2, -0.02, 0.1, 1.5, 4000, -5, 210};
+
+TEST(Objects, liveFromCreateToRemove) {
+    World world;
+    RawClient client(world.simulator), watcher(world.simulator);
+    for (RawClient* one : {&client, &watcher}) {
+        one->subscribe(202, "ObjectAdded");
+        one->subscribe(203, "OBJECTREMOVED");
+        one->take();
+    }
+    client.definePose();
+    client.create("Airline A320", "LONGCALLSIGN99", 50.1, 8.2, 4000);
+    EXPECT_EQ(client.take().size(), 0u) << "nothing happens between frames";
+    world.frame();
+    const auto born = client.take();
+    ASSERT_EQ(born.size(), 2u);
+    EXPECT_EQ(born[0].kind(), kind::assigned);
+    EXPECT_EQ(born[0].u32(12), 104u);
+    EXPECT_EQ(born[1].kind(), kind::addRemove);
+    const std::uint32_t id = born[0].u32(16);
+    EXPECT_GT(id, 2u) << "ids up to 2 are taken for the user's";
+    EXPECT_EQ(born[1].u32(16), 202u);
+    EXPECT_EQ(born[1].u32(20), id);
+    const auto seen = watcher.take();
+    ASSERT_EQ(seen.size(), 1u) << "the id is the creator's affair";
+    EXPECT_EQ(seen[0].u32(20), id);
+
+    client.setPose(id, pose1);
+    client.request(120, 402, id, 1);
+    findObject(world.simulator, id)->freezeLatLon = findObject(world.simulator, id)->freezeAltitude = true;
+    world.frame();
+    const auto back = client.take();
+    ASSERT_EQ(back.size(), 1u);
+    ASSERT_EQ(back[0].bytes.size(), 104u);
+    for (std::size_t i = 0; i < 8; ++i)
+        EXPECT_EQ(back[0].f64(40 + 8 * i), pose1[i]) << i;
+    world.frame();
+    EXPECT_EQ(client.take().size(), 0u) << "once is once";
+    EXPECT_EQ(findObject(world.simulator, id)->tail, "LONGCALLSIG");
+
+    client.remove(id);
+    client.remove(id); // the second finds nothing any more
+    EXPECT_EQ(client.take().at(0).u32(12), 3u);
+    client.setPose(id, pose1); // may still be on its way
+    world.frame();
+    const auto gone = client.take();
+    ASSERT_EQ(gone.size(), 1u);
+    EXPECT_EQ(gone[0].u32(16), 203u);
+    EXPECT_EQ(gone[0].u32(20), id);
+    EXPECT_EQ(watcher.take().size(), 1u);
+    EXPECT_EQ(findObject(world.simulator, id), nullptr);
+    EXPECT_NE(client.created("T", "N", 50, 8, 1000), id) << "ids are not used again";
+}
+
+TEST(Objects, aFramesMessagesHaveAnOrder) {
+    World world;
+    RawClient client(world.simulator);
+    client.subscribe(202, "ObjectAdded");
+    client.subscribe(203, "ObjectRemoved");
+    client.subscribe(204, "Frame");
+    client.subscribe(205, "1sec");
+    client.define(404, "SIM ON GROUND", "Bool", 2);
+    const std::uint32_t old = client.created("T", "OLD", 50, 8, 1000);
+    client.request(108, 404, 0, 4);
+    advance(world.simulator, 990'000'000 - world.simulator.timeNs);
+    client.take();
+    client.range(101, 404, 5000);
+    client.request(109, 404, 0, 1);
+    client.create("T", "NEW", 50, 8, 1000);
+    client.remove(old);
+    world.seconds(0.02); // just the frame at one second
+    std::vector<std::uint32_t> kinds;
+    for (const Message& message : client.take())
+        kinds.push_back(message.kind());
+    EXPECT_EQ(kinds,
+              (std::vector<std::uint32_t>{kind::frame, kind::assigned, kind::addRemove, kind::addRemove, kind::event,
+                                          kind::data, kind::data, kind::dataByType, kind::dataByType}));
+}
+
+TEST(Objects, rangeRepliesComeLastAndAreCounted) {
+    World world;
+    RawClient client(world.simulator);
+    client.define(404, "Plane Alt Above Ground", "feet");
+    client.define(404, "Ground Altitude", "feet");
+    client.define(404, "SIM ON GROUND", "Bool", 2);
+    client.define(404, "ATC ID", "", 6);
+    client.create("T A320", "NEAR", 50.01, 8, 300, true);
+    client.create("T", "FAR", 51, 8, 5000);
+    client.send(client.next(0x2A).text("Truck", 256).add(50.0).add(8.0).zeros(40).u32(104));
+    world.frame();
+    client.take();
+
+    const struct {
+        std::uint32_t metres, type, user, ai;
+    } cases[] = {{5000, 2, 1, 1}, {120000, 2, 1, 2}, {5000, 1, 1, 2}, {0, 2, 1, 0},
+                 {5000, 0, 1, 0}, {5000, 5, 0, 1},   {0, 4, 1, 0}};
+    for (const auto& one : cases) {
+        client.range(101, 404, one.metres, one.type);
+        world.frame();
+        const auto replies = client.take();
+        ASSERT_EQ(replies.size(), one.user + one.ai) << one.metres << " type " << one.type;
+        for (std::size_t i = 0; i < replies.size(); ++i) {
+            EXPECT_EQ(replies[i].kind(), kind::dataByType);
+            EXPECT_EQ(replies[i].bytes.size(), 40u + 56u);
+            EXPECT_EQ(replies[i].u32(28), i + 1);
+            EXPECT_EQ(replies[i].u32(32), replies.size());
+            EXPECT_EQ(replies[i].u32(36), 4u);
+        }
+        EXPECT_EQ(replies[0].u32(16) == userId, one.user == 1);
+    }
+    client.range(101, 404, 5000);
+    world.frame();
+    const Message reply = client.take().at(1);
+    const double cg = findByTail(world.simulator, "NEAR")->staticCg;
+    EXPECT_NEAR(reply.f64(40), cg, 1e-9);
+    EXPECT_EQ(reply.f64(48), 300);
+    EXPECT_EQ(reply.get<std::int64_t>(56), 1);
+    EXPECT_EQ(reply.text(64, 32), "NEAR");
+
+    client.range(102, 404, 5000, 4); // no boats
+    world.frame();
+    const auto none = client.take();
+    ASSERT_EQ(none.size(), 1u);
+    EXPECT_EQ(none[0].bytes.size(), 40u);
+    EXPECT_EQ(none[0].u32(12), 102u);
+    EXPECT_EQ(none[0].u32(28) + none[0].u32(32), 0u);
+}
+
+TEST(Objects, staySetWhileFrozenAndDriftOtherwise) {
+    World world;
+    RawClient client(world.simulator);
+    client.definePose();
+    client.map(214, "FREEZE_LATITUDE_LONGITUDE_SET");
+    client.map(215, "FREEZE_ALTITUDE_SET");
+    client.map(216, "freeze_attitude_set");
+    const std::uint32_t id = client.created("T", "X", 50, 8, 4000);
+    const double east[8] = {50, 8, 0, 0, pi / 2, 4000, -10, 360};
+    const auto after = [&](double seconds) {
+        client.setPose(id, east);
+        world.seconds(seconds);
+        return *findObject(world.simulator, id);
+    };
+    SimObject object = after(10);
+    EXPECT_NEAR(distanceNm({50, 8}, {object.lat, object.lon}), 1.0, 0.01);
+    EXPECT_GT(object.lon, 8.0);
+    EXPECT_NEAR(object.alt, 3900, 1);
+
+    client.transmit(id, 214, 1);
+    object = after(10);
+    EXPECT_EQ(object.lat, 50.0);
+    EXPECT_EQ(object.lon, 8.0);
+    EXPECT_NEAR(object.alt, 3900, 1);
+    client.transmit(id, 215, 1);
+    client.transmit(id, 216, 1);
+    object = after(10);
+    EXPECT_EQ(object.alt, 4000.0);
+    EXPECT_TRUE(object.freezeAttitude);
+    const double below[8] = {50, 8, 0, 0, 0, -500, 0, 0};
+    client.setPose(id, below);
+    world.seconds(1);
+    EXPECT_EQ(findObject(world.simulator, id)->alt, -500.0)
+        << "a frozen object goes where it is put, even below the ground";
+
+    client.transmit(id, 215, 0);
+    world.seconds(1);
+    EXPECT_NEAR(findObject(world.simulator, id)->alt, 300 + object.staticCg, 1e-9) << "a free one stands on it";
+}
+
+TEST(Objects, obeyLightAndLeverEvents) {
+    World world;
+    RawClient client(world.simulator);
+    client.map(213, "ALL_LIGHTS_TOGGLE");
+    client.map(217, "FLAPS_SET");
+    client.map(218, "SPOILERS_SET");
+    client.map(219, "GEAR_SET");
+    client.map(220, "ENGINE_AUTO_START");
+    client.map(221, "ENGINE_AUTO_SHUTDOWN");
+    client.map(222, "THROTTLE_SET");
+    const struct {
+        const char* name;
+        std::uint32_t bit;
+    } lights[] = {{"NAV_LIGHTS_SET", 1}, {"BEACON_LIGHTS_SET", 2}, {"LANDING_LIGHTS_SET", 4}, {"TAXI_LIGHTS_SET", 8},
+                  {"STROBES_SET", 16},   {"LOGO_LIGHTS_SET", 256}, {"CABIN_LIGHTS_SET", 512}};
+    const std::uint32_t id = client.created("T", "X", 50, 8, 4000);
+    const SimObject& object = *findObject(world.simulator, id);
+    std::uint32_t event = 300, mask = 0;
+    for (const auto& one : lights) {
+        client.map(++event, one.name);
+        client.transmit(id, event, 1);
+        mask |= one.bit;
+        EXPECT_EQ(object.lights, mask) << one.name;
+    }
+    client.transmit(id, 301, 0);
+    EXPECT_EQ(object.lights, mask & ~1u);
+    client.transmit(id, 213, 0);
+    EXPECT_EQ(object.lights, 0u);
+    client.transmit(id, 213, 0);
+    EXPECT_EQ(object.lights, mask);
+    client.define(406, "Light On States", "Mask", 2);
+    client.request(1, 406, id, 1);
+    world.frame();
+    EXPECT_EQ(client.take(kind::data).at(0).get<std::int64_t>(40), mask);
+
+    client.transmit(id, 217, 16383);
+    client.transmit(id, 218, 8191);
+    client.transmit(id, 222, static_cast<std::uint32_t>(-16383));
+    client.transmit(id, 219, 1);
+    client.transmit(id, 221, 0);
+    EXPECT_DOUBLE_EQ(object.flaps, 100.0);
+    EXPECT_NEAR(object.spoilers, 50.0, 0.01);
+    EXPECT_DOUBLE_EQ(object.throttle[1], -100.0);
+    EXPECT_TRUE(object.gear);
+    EXPECT_FALSE(object.engines);
+    client.transmit(id, 220, 0);
+    EXPECT_TRUE(object.engines);
+    EXPECT_EQ(world.simulator.counters.events["ALL_LIGHTS_TOGGLE"], 2u);
+    EXPECT_EQ(world.simulator.counters.events["NAV_LIGHTS_SET"], 2u);
+    EXPECT_EQ(client.take(kind::event).size(), 0u) << "an event for an AI object comes back to nobody";
+}
+
+TEST(Objects, eventsAtTheUserReachTheGroups) {
+    World world;
+    RawClient client(world.simulator), other(world.simulator);
+    for (RawClient* one : {&client, &other})
+        one->map(207, "NAV_LIGHTS_SET");
+    other.group(7, 207);
+    client.take();
+    other.take();
+    client.transmit(0, 207, 0);
+    EXPECT_EQ(world.simulator.user.lights & light::nav, 0u);
+    const auto told = other.take();
+    ASSERT_EQ(told.size(), 1u);
+    EXPECT_EQ(told[0].u32(12), 7u);
+    EXPECT_EQ(told[0].u32(16), 207u);
+    EXPECT_EQ(client.take().size(), 0u);
+}
+
+TEST(Objects, areLimitedInNumber) {
+    World world;
+    RawClient client(world.simulator);
+    client.take();
+    for (int i = 0; i < 1000; ++i)
+        client.create("T", "N" + std::to_string(i), 50, 8, 1000);
+    EXPECT_EQ(client.take(kind::exception).size(), 0u);
+    client.create("T", "ONEMORE", 50, 8, 1000);
+    const auto refused = client.take(kind::exception);
+    ASSERT_EQ(refused.size(), 1u);
+    EXPECT_EQ(refused[0].u32(12), 11u);
+    EXPECT_EQ(refused[0].u32(16), client.lastSendId());
+    world.frame();
+    EXPECT_EQ(client.take(kind::assigned).size(), 1000u);
+    client.remove(world.simulator.objects[500].id);
+    world.frame();
+    EXPECT_NE(client.created("T", "ONEMORE", 50, 8, 1000), 0u);
+    EXPECT_EQ(world.simulator.counters.peakObjects, 1000u);
+    EXPECT_EQ(world.simulator.counters.refusedCreates, 1u);
+}
+
+TEST(Objects, goWithTheirClient) {
+    World world;
+    RawClient client(world.simulator), other(world.simulator);
+    other.subscribe(203, "ObjectRemoved");
+    client.definePose();
+    const std::uint32_t id = client.created("T", "MINE", 50, 8, 1000);
+    const std::uint32_t kept = other.created("T", "THEIRS", 50, 8, 1000);
+    client.create("T", "COMING", 50, 8, 1000); // its frame never comes for this client
+    client.range(101, 402, 5000);
+    client.request(1, 402, id, 4);
+    other.take();
+    closeSession(world.simulator, client.session().id);
+    const auto told = other.take();
+    ASSERT_EQ(told.size(), 1u);
+    EXPECT_EQ(told[0].u32(20), id);
+    world.seconds(2);
+    ASSERT_EQ(world.simulator.objects.size(), 1u);
+    EXPECT_EQ(world.simulator.objects[0].id, kept);
+    EXPECT_EQ(world.simulator.sessions.size(), 1u);
+    EXPECT_EQ(world.simulator.counters.leftBehind, 1u);
+    EXPECT_EQ(world.simulator.counters.objectsCreated - world.simulator.counters.objectsRemoved, 1u);
+}
+
+TEST(Objects, standAsTheirTypeDoes) {
+    World world;
+    RawClient client(world.simulator);
+    client.define(405, "Static CG to Ground", "feet");
+    client.define(405, "Static Pitch", "radians");
+    const char* titles[] = {
+        "AIGAIM_Lufthansa Airbus A320-200", "FSLTL_B748 Boeing 747-8", "Cessna 172", "Weird 1", "Weird 2", "Weird 3"};
+    std::vector<double> heights;
+    for (const char* title : titles) {
+        const std::uint32_t id = client.created(title, "X", 50, 8, 0, true);
+        client.request(102, 405, id, 1);
+        world.frame();
+        const Message reply = client.take(kind::data).at(0);
+        heights.push_back(reply.f64(40));
+        EXPECT_GE(heights.back(), 3.0) << title;
+        EXPECT_LE(heights.back(), 17.0) << title;
+        EXPECT_LT(std::abs(reply.f64(48)), 2.6 * degToRad) << title;
+        EXPECT_DOUBLE_EQ(findObject(world.simulator, id)->alt, 300 + heights.back());
+        EXPECT_EQ(findObject(world.simulator, id)->staticCg, stanceOf(title).cgFeet);
+    }
+    EXPECT_GT(heights[1], heights[0]);
+    EXPECT_GT(heights[0], heights[2]);
+    EXPECT_FALSE(heights[3] == heights[4] && heights[4] == heights[5]);
+    EXPECT_EQ(stanceOf("some a320 neo").model, "A320");
+}
+
+TEST(Report, countsTheLargestGapOfMovingObjectsOnly) {
+    World world;
+    RawClient client(world.simulator);
+    client.definePose();
+    const std::uint32_t a = client.created("T", "A", 50, 8, 1000);
+    const std::uint32_t b = client.created("T", "B", 50, 8, 1000);
+    const auto put = [&](std::uint32_t id, double lat) {
+        const double pose[8] = {lat, 8, 0, 0, 0, 1000, 0, 0};
+        client.setPose(id, pose);
+    };
+    const auto gapMs = [&] { return static_cast<double>(world.simulator.counters.largestGapNs) / 1e6; };
+    put(a, 50.1);
+    EXPECT_EQ(gapMs(), 0.0);
+    world.seconds(0.2);
+    put(a, 50.2);
+    EXPECT_EQ(gapMs(), 200.0);
+    put(b, 50.1);
+    world.seconds(5);
+    put(b, 50.1); // stands: no gap
+    EXPECT_EQ(gapMs(), 200.0);
+    put(a, 50.2);
+    world.seconds(0.1);
+    put(a, 50.3); // stood five seconds, then moved within 100 ms
+    EXPECT_EQ(gapMs(), 200.0);
+    world.seconds(0.3);
+    put(b, 50.2);
+    EXPECT_EQ(gapMs(), 400.0);
+    EXPECT_EQ(world.simulator.counters.largestGapTail, "B");
+
+    // Breaks of the simulator's own making.
+    stallFrames(world.simulator, 3);
+    world.seconds(4);
+    put(b, 50.3);
+    EXPECT_EQ(gapMs(), 400.0);
+    setSimRunning(world.simulator, false);
+    world.seconds(4);
+    setSimRunning(world.simulator, true);
+    put(b, 50.4);
+    EXPECT_EQ(gapMs(), 400.0);
+
+    // A clock outside takes the place of model time.
+    world.simulator.outsideNs = 1'000'000'000;
+    put(a, 50.4);
+    world.simulator.outsideNs += 700'000'000;
+    put(a, 50.5);
+    EXPECT_EQ(gapMs(), 700.0);
+    EXPECT_EQ(world.simulator.counters.positionRecords, 11u);
+    EXPECT_EQ(findObject(world.simulator, a)->positionRecords, 6u);
+}
+
+} // namespace
+} // namespace kes::world::test

@@ -1,0 +1,210 @@
+// A client that writes and reads packets by their offsets, so that a wrong layout shows.
+#pragma once
+
+#include "world/simulator/model.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kes::world::test {
+
+using Bytes = std::vector<std::byte>;
+
+/// A packet under construction: 16 bytes of head, the size filled in at the end.
+class Packet {
+public:
+    explicit Packet(std::uint32_t function, std::uint32_t sendId = 0, std::uint32_t version = 4) : bytes_(16) {
+        put(4, version);
+        put(8, 0xF0000000u | function);
+        put(12, sendId);
+    }
+    template <typename Number> Packet& add(Number number) {
+        const std::size_t at = bytes_.size();
+        bytes_.resize(at + sizeof number);
+        put(at, number);
+        return *this;
+    }
+    Packet& u32(std::uint32_t number) { return add(number); }
+    Packet& text(std::string_view text, std::size_t field) {
+        const std::size_t at = bytes_.size();
+        bytes_.resize(at + field);
+        std::memcpy(&bytes_[at], text.data(), std::min(text.size(), field));
+        return *this;
+    }
+    Packet& zeros(std::size_t count) {
+        bytes_.resize(bytes_.size() + count);
+        return *this;
+    }
+    const Bytes& bytes() {
+        put(0, static_cast<std::uint32_t>(bytes_.size()));
+        return bytes_;
+    }
+
+private:
+    template <typename Number> void put(std::size_t at, Number number) {
+        std::memcpy(&bytes_[at], &number, sizeof number);
+    }
+    Bytes bytes_;
+};
+
+struct Message {
+    Bytes bytes;
+    template <typename Number> Number get(std::size_t at) const {
+        Number number{};
+        if (at + sizeof number <= bytes.size())
+            std::memcpy(&number, &bytes[at], sizeof number);
+        return number;
+    }
+    std::uint32_t u32(std::size_t at) const { return get<std::uint32_t>(at); }
+    double f64(std::size_t at) const { return get<double>(at); }
+    std::uint32_t kind() const { return u32(8); }
+    std::string text(std::size_t at, std::size_t field) const {
+        const auto* first = reinterpret_cast<const char*>(bytes.data() + at);
+        return {first, strnlen(first, std::min(field, bytes.size() - at))};
+    }
+};
+
+namespace kind {
+inline constexpr std::uint32_t exception = 1, open = 2, quit = 3, event = 4, addRemove = 5, filename = 6, frame = 7,
+                               data = 8, dataByType = 9, assigned = 12, systemState = 15;
+}
+
+/// Cuts a stream into messages; every size word must fit.
+inline std::vector<Message> cut(std::span<const std::byte> stream) {
+    std::vector<Message> messages;
+    while (stream.size() >= 12) {
+        std::uint32_t size;
+        std::memcpy(&size, stream.data(), sizeof size);
+        if (size < 12 || size > stream.size())
+            break;
+        messages.push_back({Bytes(stream.begin(), stream.begin() + size)});
+        stream = stream.subspan(size);
+    }
+    return messages;
+}
+
+inline Packet openPacket(std::uint32_t version = 4, std::uint32_t sendId = 1) {
+    Packet packet(0x01, sendId, version);
+    packet.text("Test", 256).u32(0).text(std::string_view("\0XSF", 4), 4).u32(10).u32(0).u32(61259).u32(0);
+    return packet;
+}
+
+/// Speaks to a session of a simulator directly.
+class RawClient {
+public:
+    explicit RawClient(Simulator& simulator, bool open = true)
+        : simulator_(simulator), session_(openSession(simulator)) {
+        if (open)
+            send(openPacket());
+    }
+
+    Session& session() { return *session_; }
+    std::uint32_t lastSendId() const { return sendId_; }
+
+    bool send(Packet packet) { return receive(simulator_, *session_, packet.bytes()); }
+    Packet next(std::uint32_t function) { return Packet(function, ++sendId_); }
+
+    void define(std::uint32_t id, std::string_view datum, std::string_view unit, std::uint32_t type = 4,
+                std::uint32_t datumId = 0xFFFFFFFF, float epsilon = 0) {
+        send(next(0x0C).u32(id).text(datum, 256).text(unit, 256).u32(type).add(epsilon).u32(datumId));
+    }
+    void definePose(std::uint32_t id = 402) {
+        define(id, "Plane Latitude", "degree");
+        define(id, "Plane Longitude", "degree");
+        define(id, "Plane Pitch degrees", "radians");
+        define(id, "Plane Bank degrees", "radians");
+        define(id, "Plane Heading degrees true", "radians");
+        define(id, "Plane Altitude", "feet");
+        define(id, "Vertical Speed", "feet per second");
+        define(id, "Airspeed True", "knots");
+    }
+    void subscribe(std::uint32_t id, std::string_view name) { send(next(0x17).u32(id).text(name, 256)); }
+    void map(std::uint32_t id, std::string_view name) { send(next(0x04).u32(id).text(name, 256)); }
+    void group(std::uint32_t group, std::uint32_t event) { send(next(0x07).u32(group).u32(event).u32(1)); }
+    void transmit(std::uint32_t object, std::uint32_t event, std::uint32_t value, std::uint32_t group = 1,
+                  std::uint32_t flags = 0x10) {
+        send(next(0x05).u32(object).u32(event).u32(value).u32(group).u32(flags));
+    }
+    void create(std::string_view title, std::string_view tail, double lat, double lon, double alt,
+                bool onGround = false, std::uint32_t request = 104, double heading = 90, std::int32_t speed = 0) {
+        send(next(0x29)
+                 .text(title, 256)
+                 .text(tail, 12)
+                 .add(lat)
+                 .add(lon)
+                 .add(alt)
+                 .add(0.0)
+                 .add(0.0)
+                 .add(heading)
+                 .u32(onGround)
+                 .add(speed)
+                 .u32(request));
+    }
+    void remove(std::uint32_t object) { send(next(0x2C).u32(object).u32(105)); }
+    void request(std::uint32_t id, std::uint32_t definition, std::uint32_t object, std::uint32_t period,
+                 std::uint32_t flags = 0, std::uint32_t origin = 0, std::uint32_t interval = 0,
+                 std::uint32_t limit = 0) {
+        send(
+            next(0x0E).u32(id).u32(definition).u32(object).u32(period).u32(flags).u32(origin).u32(interval).u32(limit));
+    }
+    void range(std::uint32_t id, std::uint32_t definition, std::uint32_t metres, std::uint32_t type = 2) {
+        send(next(0x0F).u32(id).u32(definition).u32(metres).u32(type));
+    }
+    void setPose(std::uint32_t object, const double (&pose)[8], std::uint32_t definition = 402) {
+        Packet packet = next(0x10);
+        packet.u32(definition).u32(object).u32(0).u32(1).u32(64);
+        for (const double value : pose)
+            packet.add(value);
+        send(std::move(packet));
+    }
+
+    /// All that has come since the last call.
+    std::vector<Message> take() {
+        std::vector<Message> messages = cut(session_->out.waiting());
+        session_->out.take(session_->out.size());
+        return messages;
+    }
+    std::vector<Message> take(std::uint32_t wanted) {
+        std::vector<Message> some;
+        for (Message& message : take())
+            if (message.kind() == wanted)
+                some.push_back(std::move(message));
+        return some;
+    }
+    /// Creates an aircraft, lets a frame pass and returns its id; 0 when none was assigned.
+    std::uint32_t created(std::string_view title, std::string_view tail, double lat, double lon, double alt,
+                          bool onGround = false) {
+        create(title, tail, lat, lon, alt, onGround);
+        advance(simulator_, 40'000'000);
+        const std::vector<Message> assigned = take(kind::assigned);
+        return assigned.empty() ? 0 : assigned.back().u32(16);
+    }
+
+private:
+    Simulator& simulator_;
+    Session* session_;
+    std::uint32_t sendId_ = 1;
+};
+
+/// A simulator without hills at 50 N 8 E, 30 frames per second.
+struct World {
+    explicit World(SimulatorOptions options = flat()) { start(simulator, options); }
+    static SimulatorOptions flat() {
+        SimulatorOptions options;
+        options.lat = 50;
+        options.lon = 8;
+        options.altFeet = 300;
+        options.terrain.hillFeet = 0;
+        options.terrain.airfields.push_back({50, 8, 300, 20});
+        return options;
+    }
+    void seconds(double s) { advance(simulator, static_cast<std::int64_t>(s * 1e9)); }
+    void frame() { advance(simulator, 33'400'000); }
+    Simulator simulator;
+};
+
+} // namespace kes::world::test

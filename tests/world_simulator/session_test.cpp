@@ -1,0 +1,363 @@
+// The stream of one client: framing, opening, sizes, and which exception answers what.
+#include "raw_client.h"
+
+#include <gtest/gtest.h>
+
+namespace kes::world::test {
+namespace {
+
+Bytes hex(std::string_view digits) {
+    Bytes bytes;
+    int half = -1;
+    for (const char c : digits) {
+        if (c == ' ')
+            continue;
+        const int value = c <= '9' ? c - '0' : c - 'A' + 10;
+        if (half >= 0)
+            bytes.push_back(static_cast<std::byte>(half * 16 + value));
+        half = half >= 0 ? -1 : value;
+    }
+    return bytes;
+}
+
+Bytes head(const Message& message, std::size_t count) {
+    return {message.bytes.begin(), message.bytes.begin() + static_cast<std::ptrdiff_t>(count)};
+}
+Bytes tail(const Message& message, std::size_t from) {
+    return {message.bytes.begin() + static_cast<std::ptrdiff_t>(from), message.bytes.end()};
+}
+
+TEST(Session, answersOpenWithTheProductsName) {
+    World world;
+    RawClient client(world.simulator);
+    const auto messages = client.take();
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_EQ(head(messages[0], 21), hex("34 01 00 00 04 00 00 00 02 00 00 00 4B 69 74 74 79 48 61 77 6B"));
+    EXPECT_EQ(tail(messages[0], 268),
+              hex("0B 00 00 00 00 00 00 00 3E 4E 04 00 E7 03 00 00 0B 00 00 00 00 00 00 00 BB F4 00 00 "
+                  "03 00 00 00 00 00 00 00 00 00 00 00"));
+
+    SimulatorOptions newer = World::flat();
+    newer.generation = Generation::msfs2024;
+    World second(newer);
+    RawClient other(second.simulator, false);
+    other.send(openPacket(6));
+    const auto answer = other.take();
+    ASSERT_EQ(answer.size(), 1u);
+    EXPECT_EQ(answer[0].text(12, 256), "SunRise");
+    EXPECT_EQ(answer[0].u32(4), 6u); // the client's own number comes back
+    EXPECT_EQ(answer[0].u32(268), 12u);
+}
+
+// Bytes as other clients write them, up to the padding.
+TEST(Session, readsAndWritesKnownBytes) {
+    World world;
+    RawClient client(world.simulator);
+    client.take();
+    Bytes subscribe = hex("14 01 00 00 04 00 00 00 17 00 00 F0 01 00 00 00 CC 00 00 00 46 72 61 6D 65");
+    subscribe.resize(276);
+    setFrameRate(world.simulator, 59.5);
+    receive(world.simulator, client.session(), subscribe);
+    advance(world.simulator, 17'000'000);
+    const auto frames = client.take();
+    ASSERT_EQ(frames.size(), 1u);
+    EXPECT_EQ(frames[0].bytes,
+              hex("20 00 00 00 04 00 00 00 07 00 00 00 FF FF FF FF CC 00 00 00 00 00 00 00 00 00 6E 42 00 00 80 3F"));
+
+    Bytes datum = hex("20 02 00 00 04 00 00 00 0C 00 00 F0 05 00 00 00 99 01 00 00");
+    datum.resize(544);
+    std::memcpy(&datum[20], "SIM ON GROUND", 13);
+    std::memcpy(&datum[276], "Bool", 4);
+    datum[532] = std::byte{2};
+    std::memset(&datum[540], 0xFF, 4);
+    receive(world.simulator, client.session(), datum);
+    receive(world.simulator, client.session(),
+            hex("30 00 00 00 04 00 00 00 0E 00 00 F0 07 00 00 00 6C 00 00 00 99 01 00 00 00 00 00 00 04 00 00 00 "
+                "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"));
+    world.seconds(1.1);
+    const auto data = client.take(kind::data);
+    ASSERT_EQ(data.size(), 1u);
+    EXPECT_EQ(data[0].bytes,
+              hex("30 00 00 00 04 00 00 00 08 00 00 00 6C 00 00 00 01 00 00 00 99 01 00 00 00 00 00 00 01 00 00 00 "
+                  "01 00 00 00 01 00 00 00 01 00 00 00 00 00 00 00"));
+
+    client.subscribe(202, "objectadded");
+    receive(world.simulator, client.session(),
+            client.next(0x29).text("T", 256).text("A", 12).zeros(56).u32(104).bytes());
+    world.frame();
+    const auto added = client.take(kind::addRemove);
+    ASSERT_EQ(added.size(), 1u);
+    EXPECT_EQ(added[0].bytes,
+              hex("1C 00 00 00 04 00 00 00 05 00 00 00 FF FF FF FF CA 00 00 00 64 00 00 00 02 00 00 00"));
+    quitSimulator(world.simulator);
+    const auto quit = client.take(kind::quit);
+    ASSERT_EQ(quit.size(), 1u);
+    EXPECT_EQ(quit[0].bytes, hex("0C 00 00 00 04 00 00 00 03 00 00 00"));
+}
+
+// The same conversation, cut at every place and glued together, must give the same answers.
+TEST(Session, takesPacketsHoweverTheStreamIsCut) {
+    Bytes stream;
+    const auto append = [&stream](Packet packet) {
+        stream.insert(stream.end(), packet.bytes().begin(), packet.bytes().end());
+    };
+    append(openPacket());
+    append(Packet(0x17, 2).u32(201).text("Sim", 256));
+    append(Packet(0x0E, 3).u32(1).u32(2).u32(0).u32(1).zeros(16)); // unknown definition
+    append(Packet(0x6B, 4));                                       // unknown call, head only
+    append(Packet(0x17, 5).u32(202).text("Nonsense", 256));
+    Bytes expected;
+    for (const std::size_t piece :
+         {std::size_t{1}, std::size_t{3}, std::size_t{5}, std::size_t{17}, std::size_t{700}, stream.size()}) {
+        World world;
+        RawClient client(world.simulator, false);
+        for (std::size_t at = 0; at < stream.size(); at += piece)
+            ASSERT_TRUE(receive(world.simulator, client.session(),
+                                std::span(stream).subspan(at, std::min(piece, stream.size() - at))));
+        const auto out = client.session().out.waiting();
+        if (expected.empty())
+            expected.assign(out.begin(), out.end());
+        EXPECT_EQ(Bytes(out.begin(), out.end()), expected) << "pieces of " << piece;
+        EXPECT_EQ(world.simulator.counters.packetsReceived, 5u);
+    }
+    const auto messages = cut(expected);
+    ASSERT_EQ(messages.size(), 5u);
+    EXPECT_EQ(messages[1].kind(), kind::event);
+    const std::uint32_t numbers[] = {3, 3, 7};
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(messages[i + 2].u32(12), numbers[i]);
+        EXPECT_EQ(messages[i + 2].u32(16), i + 3); // the send id of the packet at fault
+    }
+}
+
+TEST(Session, sizeWordsThatCannotBeTrustedEndTheStream) {
+    for (const std::uint32_t size : {0u, 15u, 65537u, 0xFFFFFFFFu}) {
+        World world;
+        RawClient client(world.simulator);
+        Bytes bytes(16);
+        std::memcpy(bytes.data(), &size, sizeof size);
+        EXPECT_FALSE(receive(world.simulator, client.session(), bytes)) << size;
+        EXPECT_TRUE(client.session().dropped);
+    }
+    World world;
+    RawClient client(world.simulator);
+    client.take();
+    // The largest size that can be skipped, and one that is refused for its length alone.
+    for (const std::size_t size : {std::size_t{65536}, std::size_t{41089}}) {
+        EXPECT_TRUE(client.send(client.next(0x10).zeros(size - 16)));
+        const auto answer = client.take(kind::exception);
+        ASSERT_EQ(answer.size(), 1u);
+        EXPECT_EQ(answer[0].u32(12), 2u);
+    }
+}
+
+TEST(Session, everyCallWithAWrongSizeIsRefused) {
+    const struct {
+        std::uint32_t function, size;
+    } calls[] = {{0x01, 296}, {0x03, 20},  {0x04, 276}, {0x05, 36},  {0x06, 24},  {0x07, 28},  {0x08, 24},
+                 {0x09, 24},  {0x0A, 20},  {0x0B, 28},  {0x0C, 544}, {0x0D, 20},  {0x0E, 48},  {0x0F, 32},
+                 {0x17, 276}, {0x18, 20},  {0x27, 293}, {0x28, 564}, {0x29, 344}, {0x2A, 332}, {0x2B, 24},
+                 {0x2C, 24},  {0x2D, 284}, {0x35, 276}, {0x44, 52},  {0x59, 600}};
+    World world;
+    RawClient client(world.simulator);
+    client.take();
+    for (const auto& call : calls)
+        for (const std::uint32_t size : {16u, call.size - 1, call.size + 1}) {
+            client.send(client.next(call.function).zeros(size - 16));
+            const auto answer = client.take();
+            ASSERT_EQ(answer.size(), 1u) << std::hex << call.function;
+            EXPECT_EQ(answer[0].u32(12), 2u) << std::hex << call.function;
+            EXPECT_EQ(answer[0].u32(16), client.lastSendId());
+        }
+    client.send(client.next(0x10).zeros(19)); // SetData, one byte short of its head
+    EXPECT_EQ(client.take(kind::exception).at(0).u32(12), 2u);
+    // The exact sizes are not refused for their size.
+    for (const auto& call : calls) {
+        client.send(client.next(call.function).zeros(call.size - 16));
+        for (const Message& message : client.take(kind::exception))
+            EXPECT_NE(message.u32(12), 2u) << std::hex << call.function;
+    }
+}
+
+TEST(Session, openComesFirstAndOnce) {
+    World world;
+    RawClient client(world.simulator, false);
+    client.subscribe(201, "Sim");
+    auto answer = client.take();
+    ASSERT_EQ(answer.size(), 1u);
+    EXPECT_EQ(answer[0].u32(12), 4u);
+    EXPECT_EQ(world.simulator.counters.clients, 0u);
+
+    for (const std::uint32_t version : {1u, 7u, 29u}) {
+        client.send(openPacket(version, 9));
+        answer = client.take();
+        ASSERT_EQ(answer.size(), 1u);
+        EXPECT_EQ(answer[0].kind(), kind::exception);
+        EXPECT_EQ(answer[0].u32(12), 5u);
+        EXPECT_EQ(answer[0].u32(16), 9u);
+        EXPECT_EQ(answer[0].u32(20), 4u);
+    }
+    client.send(openPacket(2));
+    EXPECT_EQ(client.take(kind::open).size(), 1u);
+    client.send(openPacket(2));
+    EXPECT_EQ(client.take(kind::exception).size(), 1u);
+    EXPECT_EQ(world.simulator.counters.clients, 1u);
+}
+
+TEST(Session, theUnknownIndexDependsOnTheGeneration) {
+    SimulatorOptions newer = World::flat();
+    newer.generation = Generation::msfs2024;
+    World first, second(newer);
+    RawClient a(first.simulator), b(second.simulator);
+    a.take();
+    b.take();
+    a.send(a.next(0x6B));
+    b.send(b.next(0x6B));
+    EXPECT_EQ(a.take().at(0).u32(20), 0u);
+    EXPECT_EQ(b.take().at(0).u32(20), 0xFFFFFFFFu);
+}
+
+TEST(Session, faultsOfACallBringItsException) {
+    World world;
+    RawClient client(world.simulator), other(world.simulator);
+    client.definePose(402);
+    client.define(404, "SIM ON GROUND", "Bool", 2);
+    client.define(407, "TITLE", "", 11);
+    client.map(214, "GEAR_SET");
+    client.group(301, 214);
+    client.subscribe(201, "Sim");
+    const std::uint32_t mine = client.created("T", "MINE", 50, 8, 5000);
+    const std::uint32_t foreign = other.created("T", "FOREIGN", 50, 8, 5000);
+    client.send(client.next(0x2A).text("Truck", 256).zeros(56).u32(104));
+    world.frame();
+    const std::uint32_t truck = client.take(kind::assigned).at(0).u32(16);
+    client.request(9, 402, 0, 4);
+    ASSERT_EQ(client.take(kind::exception).size(), 0u);
+
+    const double pose[8] = {50, 8, 0, 0, 0, 5000, 0, 0};
+    const double beyond[8] = {91, 8, 0, 0, 0, 5000, 0, 0};
+    const double nowhere[8] = {50, 8, 0, 0, 0, std::numeric_limits<double>::quiet_NaN(), 0, 0};
+    const auto setData = [&](std::uint32_t definition, std::uint32_t count, std::uint32_t unit, std::size_t bytes) {
+        client.send(client.next(0x10).u32(definition).u32(mine).u32(0).u32(count).u32(unit).zeros(bytes));
+    };
+    const struct {
+        const char* what;
+        std::uint32_t exception, index;
+        std::function<void()> call;
+    } cases[] = {
+        {"datum name", 7, 2, [&] { client.define(500, "No Such Datum", "feet"); }},
+        {"engine 5", 7, 2, [&] { client.define(500, "GENERAL ENG THROTTLE LEVER POSITION:5", "percent"); }},
+        {"index on a datum without", 7, 2, [&] { client.define(500, "Plane Latitude:1", "degree"); }},
+        {"unit name", 7, 3, [&] { client.define(500, "Plane Latitude", "furlongs"); }},
+        {"unit of another kind", 7, 3, [&] { client.define(500, "Plane Latitude", "feet"); }},
+        {"number as text", 18, 4, [&] { client.define(500, "Plane Latitude", "degree", 6); }},
+        {"text as number", 18, 4, [&] { client.define(500, "TITLE", "", 4); }},
+        {"type beyond the list", 27, 4, [&] { client.define(500, "Plane Latitude", "degree", 17); }},
+        {"no definition", 3, 2, [&] { client.request(1, 499, 0, 1); }},
+        {"no object", 3, 3, [&] { client.request(1, 402, 4711, 1); }},
+        {"no such period", 27, 4, [&] { client.request(1, 402, 0, 5); }},
+        {"nothing to stop", 3, 1, [&] { client.request(1, 402, 0, 0); }},
+        {"variable text each second", 28, 2, [&] { client.request(1, 407, 0, 4); }},
+        {"repeating turned into once", 29, 1, [&] { client.request(9, 402, 0, 1); }},
+        {"range without definition", 3, 2, [&] { client.range(1, 499, 1000); }},
+        {"range too wide", 31, 3, [&] { client.range(1, 404, 200001); }},
+        {"range of no type", 27, 4, [&] { client.range(1, 404, 1000, 6); }},
+        {"set without definition", 3, 1, [&] { setData(499, 1, 64, 64); }},
+        {"set on no object", 3, 2, [&] { client.setPose(4711, pose); }},
+        {"set what is read only", 20, 1, [&] { setData(404, 1, 8, 8); }},
+        {"set too little", 19, 5, [&] { setData(402, 1, 64, 63); }},
+        {"set too much", 19, 5, [&] { setData(402, 1, 64, 65); }},
+        {"set by fields", 19, 5, [&] { setData(402, 8, 8, 64); }},
+        {"set size 0", 19, 5, [&] { setData(402, 0, 0, 64); }},
+        {"set count too large", 19, 5, [&] { setData(402, 2, 64, 64); }},
+        {"set a product that wraps", 19, 5, [&] { setData(402, 0x04000000, 64, 0); }},
+        {"set beyond the pole", 20, 6, [&] { client.setPose(mine, beyond); }},
+        {"set no number", 20, 6, [&] { client.setPose(mine, nowhere); }},
+        {"event name", 7, 2, [&] { client.map(300, "NO_SUCH_EVENT"); }},
+        {"event id twice", 9, 1, [&] { client.map(214, "FLAPS_SET"); }},
+        {"event id of a subscription", 9, 1, [&] { client.map(201, "FLAPS_SET"); }},
+        {"subscribed twice", 26, 1, [&] { client.subscribe(201, "Frame"); }},
+        {"subscription id of an event", 9, 1, [&] { client.subscribe(214, "Frame"); }},
+        {"system event name", 7, 2, [&] { client.subscribe(300, "NoSuchEvent"); }},
+        {"group member unknown", 3, 2, [&] { client.group(301, 999); }},
+        {"group member twice", 9, 2, [&] { client.group(301, 214); }},
+        {"transmit to no object", 3, 1, [&] { client.transmit(4711, 214, 1); }},
+        {"transmit no event", 3, 2, [&] { client.transmit(mine, 999, 1); }},
+        {"transmit with no group", 3, 4, [&] { client.transmit(mine, 214, 1, 302, 0); }},
+        {"create beyond the pole", 31, 3, [&] { client.create("T", "X", 90.5, 8, 0); }},
+        {"create at no number", 20, 3, [&] { client.create("T", "X", std::numeric_limits<double>::infinity(), 8, 0); }},
+        {"create without title", 22, 1, [&] { client.create("", "X", 50, 8, 0); }},
+        {"remove nothing", 3, 1, [&] { client.remove(4711); }},
+        {"remove a foreign object", 25, 1, [&] { client.remove(foreign); }},
+        {"remove the user", 25, 1, [&] { client.remove(1); }},
+        {"release nothing", 3, 1, [&] { client.send(client.next(0x2B).u32(4711).u32(103)); }},
+        {"plan without a file", 23, 2,
+         [&] { client.send(client.next(0x2D).u32(mine).text("/no/such/plan.pln", 260).u32(110)); }},
+        {"plan for a truck", 24, 1, [&] { client.send(client.next(0x2D).u32(truck).text("x", 260).u32(110)); }},
+        {"aircraft of air traffic control", 22, 1, [&] { client.send(client.next(0x27).zeros(277)); }},
+        {"stop what is not subscribed", 3, 1, [&] { client.send(client.next(0x18).u32(999)); }},
+        {"state unknown", 7, 2, [&] { client.send(client.next(0x35).u32(1).text("Weather", 256)); }},
+        {"clear no definition", 3, 1, [&] { client.send(client.next(0x0D).u32(999)); }},
+    };
+    for (const auto& one : cases) {
+        const std::uint64_t before = world.simulator.counters.exceptions[one.exception];
+        one.call();
+        const auto answer = client.take();
+        ASSERT_EQ(answer.size(), 1u) << one.what;
+        EXPECT_EQ(answer[0].kind(), kind::exception) << one.what;
+        EXPECT_EQ(answer[0].u32(12), one.exception) << one.what;
+        EXPECT_EQ(answer[0].u32(16), client.lastSendId()) << one.what;
+        EXPECT_EQ(answer[0].u32(20), one.index) << one.what;
+        EXPECT_EQ(world.simulator.counters.exceptions[one.exception], before + 1) << one.what;
+    }
+    EXPECT_EQ(findObject(world.simulator, mine)->alt, 5000.0) << "a refused record must not move anything";
+}
+
+TEST(Session, listsHaveTheirLimits) {
+    World world;
+    RawClient client(world.simulator);
+    client.take();
+    client.define(404, "SIM ON GROUND", "Bool", 2);
+    for (std::uint32_t i = 0; i < 1000; ++i) {
+        client.request(10000 + i, 404, 0, 4);
+        client.map(20000 + i, "#" + std::to_string(i));
+        if (i < 20)
+            client.group(i, 20000);
+    }
+    ASSERT_EQ(client.take(kind::exception).size(), 0u);
+    const auto refused = [&](std::uint32_t exception) {
+        const auto answer = client.take(kind::exception);
+        return answer.size() == 1 && answer[0].u32(12) == exception;
+    };
+    client.request(5, 404, 0, 1);
+    EXPECT_TRUE(refused(12));
+    client.range(5, 404, 1000);
+    EXPECT_TRUE(refused(12));
+    client.map(5, "GEAR_SET");
+    EXPECT_TRUE(refused(8));
+    client.group(20, 20000);
+    EXPECT_TRUE(refused(6));
+    client.request(10000, 404, 0, 0); // one stopped makes room for one
+    client.range(5, 404, 1000);
+    EXPECT_EQ(client.take(kind::exception).size(), 0u);
+}
+
+TEST(Session, aClientThatDoesNotReadIsCutOff) {
+    SimulatorOptions options = World::flat();
+    options.maxOutput = 1000;
+    World world(options);
+    RawClient deaf(world.simulator), other(world.simulator);
+    deaf.subscribe(204, "Frame");
+    other.subscribe(204, "Frame");
+    for (int i = 0; i < 40; ++i) {
+        world.frame();
+        other.take();
+    }
+    EXPECT_TRUE(deaf.session().dropped);
+    EXPECT_LE(deaf.session().out.size(), 1000u);
+    EXPECT_FALSE(other.session().dropped);
+    EXPECT_EQ(world.simulator.counters.overflows, 1u);
+}
+
+} // namespace
+} // namespace kes::world::test

@@ -1,0 +1,322 @@
+// The scenario is the truth that the program is measured against, so it must itself be possible to fly.
+#include "core/text.h"
+#include "world/source/scenario.h"
+
+#include <algorithm>
+#include <cmath>
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <map>
+#include <set>
+
+using namespace kes;
+using namespace kes::source;
+
+namespace {
+
+struct Limits {
+    double slowest, fastest; ///< knots in the air
+    double climb;            ///< feet per minute, either way
+    double turn;             ///< degrees per second in the air
+};
+
+Limits limitsOf(FlightKind kind) {
+    switch (kind) {
+    case FlightKind::Light:
+        return {90, 170, 1200, 6};
+    case FlightKind::Helicopter:
+        return {20, 135, 1600, 7};
+    case FlightKind::Overflight:
+        return {250, 510, 1500, 1.5};
+    default:
+        return {110, 340, 3600, 3.2};
+    }
+}
+
+double headingGap(double a, double b) {
+    return std::abs(std::remainder(a - b, 360.0));
+}
+
+/// Walks a flight in half seconds and returns the first thing that no aircraft could do; empty when there is none.
+std::string impossibility(const Scenario& s, const ScenarioFlight& f) {
+    constexpr double step = 0.5;
+    const Limits limits = limitsOf(f.kind);
+    SourceReport last = truthAt(s, f, f.start);
+    double travelled = 0;
+    for (double t = f.start + step; t <= f.start + f.track.duration; t += step) {
+        const SourceReport now = truthAt(s, f, t);
+        const auto fail = [&](const char* what, double value) {
+            return fmt::format("{} {} at {:.1f} s of flight {} ({} {})", what, value, t - f.start, f.id, f.callsign,
+                               now.model);
+        };
+        const double moved = distanceNm(last.place, now.place);
+        travelled += moved;
+        // The distance moved is the mean speed times the time, on a curve a little less.
+        const double expected = (last.groundSpeed + now.groundSpeed) / 2.0 * step / 3600.0;
+        if (std::abs(moved - expected) > 0.00012 + 0.002 * expected) {
+            return fail("a jump in place, nm", moved - expected);
+        }
+        const double accel = (now.groundSpeed - last.groundSpeed) / step; // knots per second
+        if (std::abs(accel) > (now.airborne && last.airborne ? 2.2 : 4.0)) {
+            return fail("acceleration, kn/s", accel);
+        }
+        const bool cusp = now.groundSpeed < 1.0 || last.groundSpeed < 1.0; // a push-back ends, motion turns around
+        if (!cusp && headingGap(now.track, last.track) / step > (now.airborne ? limits.turn : 20.0)) {
+            return fail("turn of the track, deg/s", headingGap(now.track, last.track) / step);
+        }
+        if (!now.airborne && !last.airborne && now.trueHeading >= 0 &&
+            headingGap(now.trueHeading, last.trueHeading) / step > 20.0) {
+            return fail("turn of the nose, deg/s", headingGap(now.trueHeading, last.trueHeading) / step);
+        }
+        if (now.airborne && last.airborne) {
+            const double climb = (now.altitude - last.altitude) / step * 60.0;
+            if (std::abs(climb) > limits.climb) {
+                return fail("climb, ft/min", climb);
+            }
+            if (std::abs(climb - (now.verticalSpeed + last.verticalSpeed) / 2.0) > 60.0) {
+                return fail("vertical speed does not belong to the heights, off by", climb - now.verticalSpeed);
+            }
+            if (std::abs(now.verticalSpeed - last.verticalSpeed) / 60.0 * 0.3048 / step > 3.0) {
+                return fail("vertical acceleration, ft/min in half a second", now.verticalSpeed - last.verticalSpeed);
+            }
+            if (now.groundSpeed < limits.slowest || now.groundSpeed > limits.fastest) {
+                return fail("ground speed, kn", now.groundSpeed);
+            }
+            if (std::abs(now.roll) > 30.0 || std::abs(now.roll - last.roll) / step > 12.0) {
+                return fail("roll, degrees", now.roll);
+            }
+            if (now.altitude < s.config.elevation - 1) {
+                return fail("below the ground, ft", now.altitude);
+            }
+        } else if (now.airborne != last.airborne) {
+            const double height = std::max(now.altitude, last.altitude) - s.config.elevation;
+            if (std::abs(height) > 60.0) {
+                return fail("leaves or meets the ground at a height of ft", height);
+            }
+        } else if (now.groundSpeed > 170.0) {
+            return fail("speed on the ground, kn", now.groundSpeed);
+        }
+        last = now;
+    }
+    return travelled > 0.05 || f.kind == FlightKind::Standing ? std::string() : "does not move";
+}
+
+class ScenarioHour : public testing::Test {
+protected:
+    /// One hour of reports and all flights that it had.
+    static void SetUpTestSuite() {
+        hour = new Hour;
+        startScenario(hour->scenario, {});
+        for (;;) {
+            ScenarioReport r = nextReport(hour->scenario);
+            if (r.time > 3600) {
+                break;
+            }
+            for (const ScenarioFlight& f : hour->scenario.flights) {
+                hour->flights.try_emplace(f.id, f);
+            }
+            hour->reports.push_back(std::move(r));
+        }
+    }
+    static void TearDownTestSuite() {
+        delete hour;
+        hour = nullptr;
+    }
+    struct Hour {
+        Scenario scenario;
+        std::map<std::uint32_t, ScenarioFlight> flights;
+        std::vector<ScenarioReport> reports;
+    };
+    static inline Hour* hour = nullptr;
+};
+
+} // namespace
+
+TEST_F(ScenarioHour, EveryFlightCanBeFlown) {
+    std::map<FlightKind, int> kinds;
+    for (const auto& [id, f] : hour->flights) {
+        ++kinds[f.kind];
+        const std::string fault = impossibility(hour->scenario, f);
+        EXPECT_EQ(fault, "");
+    }
+    EXPECT_GE(kinds[FlightKind::Arrival], 20);
+    EXPECT_GE(kinds[FlightKind::Departure], 15);
+    EXPECT_GE(kinds[FlightKind::Overflight], 30);
+    EXPECT_GE(kinds[FlightKind::Light], 6);
+    EXPECT_GE(kinds[FlightKind::Helicopter], 1);
+    EXPECT_GE(kinds[FlightKind::Vehicle], 2);
+}
+
+TEST_F(ScenarioHour, AlwaysFortyAircraftInPlaceAndSpacing) {
+    std::map<int, std::set<std::uint32_t>> perMinute;
+    std::map<std::uint32_t, ScenarioReport> last;
+    double time = 0;
+    for (const ScenarioReport& r : hour->reports) {
+        ASSERT_GE(r.time, time) << "reports run backwards";
+        time = r.time;
+        if (r.kind != LineKind::Traffic) {
+            continue;
+        }
+        perMinute[static_cast<int>(r.time / 60)].insert(r.report.hexid);
+        const double away = distanceNm(munichPosition, r.report.place);
+        ASSERT_LE(away, r.report.airborne ? 40.0 : 5.0) << r.report.callsign;
+        auto [it, fresh] = last.try_emplace(r.flight, r);
+        if (!fresh) {
+            const double gap = r.time - it->second.time;
+            ASSERT_GE(gap, 2.0) << r.report.callsign;
+            ASSERT_LE(gap, it->second.report.airborne ? 10.0 : 5.0) << r.report.callsign;
+            it->second = r;
+        }
+    }
+    ASSERT_EQ(perMinute.size(), 60U);
+    for (const auto& [minute, aircraft] : perMinute) {
+        EXPECT_GE(aircraft.size(), 40U) << "in minute " << minute;
+    }
+}
+
+TEST_F(ScenarioHour, NoTwoShareAnAddressAStandOrTheAir) {
+    std::map<std::uint32_t, std::uint32_t> flightOf; // address to flight, among reports of the last minute
+    std::map<std::uint32_t, double> heard;
+    for (const ScenarioReport& r : hour->reports) {
+        if (r.kind != LineKind::Traffic && r.kind != LineKind::Vehicle) {
+            continue;
+        }
+        auto [it, fresh] = flightOf.try_emplace(r.report.hexid, r.flight);
+        ASSERT_TRUE(fresh || it->second == r.flight || r.time - heard[r.report.hexid] > 60.0) << r.report.callsign;
+        it->second = r.flight;
+        heard[r.report.hexid] = r.time;
+    }
+    // Every second minute, all pairs.
+    for (double t = 0; t < 3600; t += 120) {
+        std::vector<std::pair<const ScenarioFlight*, SourceReport>> now;
+        for (const auto& [id, f] : hour->flights) {
+            if (t >= f.reportFrom && t <= f.reportUntil) {
+                now.emplace_back(&f, truthAt(hour->scenario, f, t));
+            }
+        }
+        for (std::size_t i = 0; i < now.size(); ++i) {
+            for (std::size_t k = 0; k < i; ++k) {
+                const SourceReport &a = now[i].second, &b = now[k].second;
+                if (a.airborne == b.airborne) {
+                    const double metres = distanceNm(a.place, b.place) * metresPerNm;
+                    EXPECT_TRUE(metres > (a.airborne ? 1000.0 : 35.0) || std::abs(a.altitude - b.altitude) > 400.0)
+                        << a.callsign << " and " << b.callsign << " are " << metres << " m apart at " << t;
+                }
+            }
+        }
+    }
+}
+
+TEST_F(ScenarioHour, LinesHaveTheirFields) {
+    std::map<LineKind, int> kinds;
+    int noCallsign = 0, noRegcode = 0, noType = 0, parkedFields = 0;
+    for (const ScenarioReport& r : hour->reports) {
+        const std::string line = lineOf(hour->scenario, r, 1.7e9 + r.time);
+        const auto fields = split(line, ',');
+        ++kinds[r.kind];
+        if (r.kind == LineKind::Parked) {
+            ASSERT_EQ(fields.size(), 9U) << line;
+            ASSERT_EQ(fields[0], "RTPARK");
+            ++parkedFields;
+            continue;
+        }
+        ASSERT_EQ(fields.size(), 44U) << line;
+        ASSERT_EQ(fields[0], "RTTFC");
+        ASSERT_EQ(fields[14], fmt::format("{:.1f}", 1.7e9 + r.time));
+        ASSERT_EQ(fields[6], fields[4] == "0" ? "0" : "1") << line;
+        for (std::size_t i : {9, 10, 11, 12, 13, 17, 28}) {
+            ASSERT_FALSE(fields[i].empty()) << line;
+        }
+        noCallsign += fields[9] == "null";
+        noRegcode += fields[11] == "null";
+        noType += fields[10] == "null";
+        if (r.kind == LineKind::Traffic) {
+            ASSERT_GT(r.report.hexid, 10000U);
+            ASSERT_FALSE(fields[9] == "null" && fields[11] == "null") << line;
+        } else if (r.kind == LineKind::Vehicle) {
+            ASSERT_EQ(fields[10], "GRND");
+        }
+    }
+    EXPECT_GT(noCallsign, 50);
+    EXPECT_GT(noRegcode, 50);
+    EXPECT_GT(noType, 5);
+    EXPECT_GT(parkedFields, 100);
+    EXPECT_GT(kinds[LineKind::Odd], 100);
+    EXPECT_GT(kinds[LineKind::Vehicle], 100);
+    EXPECT_GT(kinds[LineKind::Traffic], 30000);
+}
+
+TEST_F(ScenarioHour, AircraftTurnAroundAtTheirStand) {
+    // Somebody who came within the hour and left again with the same airframe from the same stand.
+    int both = 0;
+    for (const auto& [id, in] : hour->flights) {
+        for (const auto& [other, out] : hour->flights) {
+            if (in.kind == FlightKind::Arrival && out.kind == FlightKind::Departure &&
+                in.airframe.hexid == out.airframe.hexid && in.start < out.start) {
+                ++both;
+                EXPECT_EQ(in.stand, out.stand);
+                EXPECT_EQ(in.airframe.regcode, out.airframe.regcode);
+                EXPECT_EQ(in.callsign == out.callsign, in.airframe.airline.empty());
+                EXPECT_GT(out.start, in.start + in.track.duration + 600);
+            }
+        }
+    }
+    EXPECT_GE(both, 5);
+}
+
+TEST(Scenario, TheSeedDecidesEverything) {
+    auto lines = [](std::uint32_t seed) {
+        Scenario s;
+        ScenarioConfig config;
+        config.seed = seed;
+        startScenario(s, config);
+        std::string all;
+        for (int i = 0; i < 4000; ++i) {
+            const ScenarioReport r = nextReport(s);
+            all += lineOf(s, r, 1.7e9 + r.time) + "\n";
+        }
+        return all;
+    };
+    const std::string first = lines(7);
+    EXPECT_TRUE(first == lines(7));
+    EXPECT_FALSE(first == lines(8));
+}
+
+TEST(Scenario, AnotherPlaceMovesAllOfIt) {
+    Scenario s;
+    ScenarioConfig config;
+    config.centre = {-33.9461, 151.1772};
+    config.elevation = 21;
+    startScenario(s, config);
+    bool air = false, ground = false;
+    for (int i = 0; i < 3000; ++i) {
+        const ScenarioReport r = nextReport(s);
+        ASSERT_LE(distanceNm(config.centre, r.report.place), 40.0);
+        air = air || r.report.airborne;
+        ground = ground || !r.report.airborne;
+    }
+    EXPECT_TRUE(air && ground);
+}
+
+TEST(Scenario, RunsForHoursWithoutRunningDry) {
+    Scenario s;
+    startScenario(s, {});
+    std::set<std::uint32_t> aircraft;
+    std::size_t mostFlights = 0;
+    double hourEnd = 3600;
+    for (double t = 0; t < 6 * 3600;) {
+        const ScenarioReport r = nextReport(s);
+        t = r.time;
+        mostFlights = std::max(mostFlights, s.flights.size());
+        if (r.kind == LineKind::Traffic) {
+            aircraft.insert(r.report.hexid);
+        }
+        if (t >= hourEnd) {
+            EXPECT_GE(aircraft.size(), 80U) << "in the hour before " << t;
+            aircraft.clear();
+            hourEnd += 3600;
+        }
+    }
+    EXPECT_LT(mostFlights, 120U);
+    EXPECT_LT(s.fleet.hexids.size(), 160U) << "airframes that have gone are still taken";
+}

@@ -1,0 +1,346 @@
+// The source against real sockets: a UDP receiver and a TCP server in the place of the program.
+#include "core/text.h"
+#include "feed/control_link.h"
+#include "support.h"
+#include "world/source/source_run.h"
+#include "world_source/source_test_files.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <functional>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+using namespace kes;
+using namespace kes::source;
+
+namespace {
+
+using Steady = std::chrono::steady_clock;
+
+double secondsSince(Steady::time_point t) {
+    return std::chrono::duration<double>(Steady::now() - t).count();
+}
+
+bool eventually(const std::function<bool()>& condition, int ms = 20000) {
+    return test::waitFor(condition, ms);
+}
+
+struct Datagram {
+    std::string text;
+    double at = 0; ///< seconds since the receiver was made
+};
+
+/// A UDP port that keeps what it gets.
+struct Receiver {
+    Receiver() {
+        EXPECT_EQ(socket.openUdp(), 0);
+        EXPECT_EQ(socket.bindUdp(0, true), 0);
+        socket.setReceiveBuffer(1 << 22);
+        thread = std::thread([this] {
+            std::vector<char> buffer(70000);
+            for (;;) {
+                const platform::IoResult r = socket.receive(buffer, -1);
+                if (r.bytes < 0) {
+                    return;
+                }
+                std::lock_guard lock(mutex);
+                got.push_back({std::string(buffer.data(), static_cast<std::size_t>(r.bytes)), secondsSince(begin)});
+            }
+        });
+    }
+    ~Receiver() {
+        socket.stop();
+        thread.join();
+    }
+    std::size_t count() {
+        std::lock_guard lock(mutex);
+        return got.size();
+    }
+    std::vector<Datagram> all() {
+        std::lock_guard lock(mutex);
+        return got;
+    }
+    platform::Socket socket;
+    Steady::time_point begin = Steady::now();
+    std::mutex mutex;
+    std::vector<Datagram> got;
+    std::thread thread;
+};
+
+/// A control-link server for one client at a time.
+struct Server {
+    explicit Server(std::uint16_t port = 0) {
+        const char* step = "";
+        EXPECT_EQ(listener.listenTcp(std::to_string(port), step, true), 0) << step;
+    }
+    bool accept(int ms = 10000) {
+        client.close();
+        client = platform::Socket();
+        return listener.accept(client, ms).bytes == 0;
+    }
+    void send(std::string_view text) { ASSERT_EQ(client.sendAll(text, 2000).bytes, static_cast<int>(text.size())); }
+    std::string read() {
+        std::array<char, 4096> buffer{};
+        const platform::IoResult r = client.receive(buffer, 5000);
+        return r.bytes > 0 ? std::string(buffer.data(), static_cast<std::size_t>(r.bytes)) : std::string();
+    }
+    platform::Socket listener, client;
+};
+
+/// A source that runs on a thread of its own.
+struct Running {
+    explicit Running(SourceOptions options) : run(std::move(options)) {
+        std::string error;
+        opened = run.open(error);
+        EXPECT_TRUE(opened) << error;
+        if (opened) {
+            thread = std::thread([this] {
+                run.run();
+                ended = true;
+            });
+        }
+    }
+    ~Running() {
+        run.stop();
+        if (thread.joinable()) {
+            thread.join();
+        }
+    }
+    nlohmann::json report() { return nlohmann::json::parse(run.reportJson()); }
+    SourceRun run;
+    bool opened = false;
+    std::atomic<bool> ended{false};
+    std::thread thread;
+};
+
+SourceOptions optionsFor(Receiver& traffic, Receiver& weather, std::uint16_t control) {
+    SourceOptions o;
+    o.trafficPort = traffic.socket.localPort();
+    o.weatherPort = weather.socket.localPort();
+    o.controlPort = control;
+    return o;
+}
+
+std::string userLine(double lat, double lon) {
+    UserAircraft user;
+    user.lat = lat, user.lon = lon, user.alt = 6500;
+    return formatQs121(user);
+}
+
+double fieldTime(const std::string& line) {
+    return timeField(line).value_or(-1);
+}
+
+} // namespace
+
+TEST(SourceRun, RecordingGoesOutAtItsPaceWithPresentTimes) {
+    const TempFolder folder;
+    std::string content;
+    constexpr std::array times{1000.0, 1000.5, 1002.0, 1002.0, 1004.0, 1010.0};
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        content += feedLine(20001 + static_cast<std::uint32_t>(i), times[i]) + "\n";
+        content += i == 2 ? "no line at all\n" : "";
+    }
+    folder.write("a.txt", content);
+    folder.writeGzip("a.rttfc.gz", content);
+    for (const char* name : {"a.txt", "a.rttfc.gz"}) {
+        Receiver traffic, weather;
+        Server server;
+        SourceOptions o = optionsFor(traffic, weather, server.listener.localPort());
+        o.feed = (folder.path / name).string();
+        o.speed = 10;
+        const double epoch = std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+        Running source(o);
+        ASSERT_TRUE(eventually([&] { return traffic.count() == 7; })) << traffic.count();
+        const auto got = traffic.all();
+        EXPECT_EQ(got[3].text, "no line at all");
+        const std::array<std::size_t, 6> index{0, 1, 2, 4, 5, 6};
+        for (std::size_t i = 0; i < times.size(); ++i) {
+            const Datagram& d = got[index[i]];
+            const double offset = (times[i] - times[0]) / o.speed;
+            EXPECT_GE(d.at - got[0].at, offset - 0.06) << i;
+            EXPECT_LE(d.at - got[0].at, offset + 0.5) << i;
+            EXPECT_NEAR(fieldTime(d.text) - fieldTime(got[0].text), offset, 0.11) << i;
+            EXPECT_EQ(withTime(d.text, times[i]), feedLine(20001 + static_cast<std::uint32_t>(i), times[i]));
+        }
+        EXPECT_NEAR(fieldTime(got[0].text), epoch, 2.0);
+        // At its end it goes quiet but stays.
+        ASSERT_TRUE(eventually([&] { return source.report()["feedEnded"].get<bool>(); }));
+        EXPECT_TRUE(server.accept());
+        EXPECT_FALSE(source.ended);
+        EXPECT_EQ(source.report()["reportsSent"], 7);
+    }
+}
+
+TEST(SourceRun, TimesAtRealSpeedKeepTheirDifferences) {
+    const TempFolder folder;
+    folder.write("a.txt",
+                 feedLine(20001, 500.0) + "\n" + feedLine(20002, 500.7) + "\n" + feedLine(20003, 501.3) + "\n");
+    Receiver traffic, weather;
+    SourceOptions o = optionsFor(traffic, weather, 1);
+    o.feed = (folder.path / "a.txt").string();
+    Running source(o);
+    ASSERT_TRUE(eventually([&] { return traffic.count() == 3; }));
+    const auto got = traffic.all();
+    EXPECT_NEAR(fieldTime(got[1].text) - fieldTime(got[0].text), 0.7, 1e-6);
+    EXPECT_NEAR(fieldTime(got[2].text) - fieldTime(got[0].text), 1.3, 1e-6);
+}
+
+TEST(SourceRun, WaitsForAPositionWhenTold) {
+    const TempFolder folder;
+    folder.write("a.txt", feedLine(20001, 500.0) + "\n");
+    Receiver traffic, weather;
+    Server server;
+    SourceOptions o = optionsFor(traffic, weather, server.listener.localPort());
+    o.feed = (folder.path / "a.txt").string();
+    o.waitForPosition = true;
+    Running source(o);
+    ASSERT_TRUE(server.accept());
+    server.send("Qs999=version\r\n");
+    EXPECT_FALSE(server.read().empty());
+    ASSERT_TRUE(eventually([&] { return weather.count() > 0; })); // the weather does not wait
+    EXPECT_EQ(traffic.count(), 0U);
+    server.send(userLine(48.3, 11.7));
+    EXPECT_TRUE(eventually([&] { return traffic.count() == 1; }));
+}
+
+TEST(SourceRun, ControlLinkAnswersCountsAndReturns) {
+    Receiver traffic, weather;
+    Server server;
+    const std::uint16_t port = server.listener.localPort();
+    Running source(optionsFor(traffic, weather, port));
+    ASSERT_TRUE(server.accept());
+    server.send("Qs999=ver");
+    server.send("sion\r\n");
+    const auto reply = nlohmann::json::parse(server.read());
+    EXPECT_EQ(reply["level"], 2);
+    EXPECT_TRUE(reply["version"].is_string());
+    server.send(userLine(48.5, 11.25) +
+                "Qs123=1753000000000\r\nQs121=1;2;3\r\nQs121=0;0;0;0;0;9;0\r\nQs123=x\r\nhello\r\n");
+    ASSERT_TRUE(eventually([&] { return source.report()["linesByKind"]["other"] == 1; }));
+    auto report = source.report();
+    EXPECT_EQ(report["linesByKind"],
+              (nlohmann::json{{"Qs121", 3}, {"Qs123", 2}, {"Qs999", 1}, {"exit", 0}, {"other", 1}}));
+    EXPECT_EQ(report["badLines"], (nlohmann::json{{"Qs121", 2}, {"Qs123", 1}}));
+    EXPECT_NEAR(report["lastPosition"]["lat"].get<double>(), 48.5, 1e-4);
+    EXPECT_NEAR(report["lastPosition"]["lon"].get<double>(), 11.25, 1e-4);
+
+    // The connection breaks: it comes back. On command, too, and not while the link is off.
+    ASSERT_TRUE(server.accept()) << "a broken connection was not made again";
+    EXPECT_EQ(source.run.command("drop-link"), "ok");
+    EXPECT_EQ(server.read(), "");
+    ASSERT_TRUE(server.accept());
+    EXPECT_EQ(source.run.command("link off"), "ok");
+    EXPECT_EQ(server.read(), "");
+    EXPECT_FALSE(server.accept(1200));
+    EXPECT_EQ(source.run.command("link on"), "ok");
+    ASSERT_TRUE(server.accept());
+
+    // After "exit" it closes from its side and finds the next server on the port.
+    server.send("exit\r\n");
+    EXPECT_EQ(server.read(), "");
+    server.client.close();
+    server.listener.close();
+    Server next(port);
+    ASSERT_TRUE(next.accept());
+    ASSERT_TRUE(eventually([&] { return source.report()["controlConnections"] == 5; }));
+    EXPECT_EQ(source.report()["linesByKind"]["exit"], 1);
+    EXPECT_EQ(source.report()["controlConnectionsLost"], 1);
+}
+
+TEST(SourceRun, WeatherFollowsTheCommand) {
+    Receiver traffic, weather;
+    SourceOptions o = optionsFor(traffic, weather, 1);
+    o.qnh = 991;
+    Running source(o);
+    ASSERT_TRUE(eventually([&] { return weather.count() == 1; }));
+    EXPECT_EQ(nlohmann::json::parse(weather.all()[0].text)["QNH"], 991);
+    EXPECT_TRUE(nlohmann::json::parse(weather.all()[0].text)["QNH"].is_number_integer());
+    EXPECT_EQ(source.run.command("qnh 29.92"), "ok");
+    ASSERT_TRUE(eventually([&] { return weather.count() == 2; }));
+    EXPECT_EQ(nlohmann::json::parse(weather.all()[1].text)["QNH"], 29.92);
+}
+
+TEST(SourceRun, FaultsOnCommand) {
+    Receiver traffic, weather;
+    SourceOptions o = optionsFor(traffic, weather, 1);
+    o.commandPort = 0;
+    Running source(o);
+    platform::Socket user;
+    ASSERT_EQ(user.connectTcp("127.0.0.1", std::to_string(source.run.commandPort()), 2000), 0);
+    auto ask = [&](const std::string& line) {
+        EXPECT_GT(user.sendAll(line + "\n", 2000).bytes, 0);
+        std::array<char, 4096> buffer{};
+        const platform::IoResult r = user.receive(buffer, 5000);
+        return std::string(strip({buffer.data(), static_cast<std::size_t>(std::max<std::ptrdiff_t>(r.bytes, 0))}));
+    };
+    ASSERT_TRUE(eventually([&] { return traffic.count() > 10; }));
+
+    EXPECT_EQ(ask("stop-traffic"), "ok");
+    ASSERT_TRUE(eventually([&] { return traffic.count() == source.report()["datagrams"].get<std::size_t>(); }));
+    const std::size_t before = traffic.count();
+    EXPECT_EQ(ask("garbage 50"), "ok");
+    ASSERT_TRUE(eventually([&] { return traffic.count() >= before + 50; }));
+    EXPECT_EQ(traffic.count(), before + 50) << "traffic goes on";
+    int binary = 0;
+    for (const Datagram& d : traffic.all()) {
+        binary += std::any_of(d.text.begin(), d.text.end(), [](char c) { return (c & 0x80) != 0 || c == 0; });
+    }
+    EXPECT_GT(binary, 10);
+
+    const auto flooded = Steady::now();
+    EXPECT_EQ(ask("flood 4000 0.5"), "ok");
+    EXPECT_TRUE(eventually([&] { return traffic.count() >= before + 50 + 2000; }));
+    EXPECT_GE(secondsSince(flooded), 0.45);
+    EXPECT_EQ(ask("start-traffic"), "ok");
+    EXPECT_TRUE(eventually([&] { return traffic.count() > before + 50 + 2000 + 5; }));
+
+    for (const char* bad : {"garbage", "garbage x", "flood 10", "flood -1 2", "link maybe", "nonsense", ""}) {
+        EXPECT_EQ(ask(bad), fmt::format("error: cannot do \"{}\"", bad));
+    }
+    const auto report = nlohmann::json::parse(ask("report"));
+    EXPECT_EQ(report["garbageSent"], 50);
+    EXPECT_EQ(ask("quit"), "ok");
+    EXPECT_TRUE(eventually([&] { return source.ended.load(); }));
+}
+
+TEST(SourceRun, EndsAfterItsMinutes) {
+    Receiver traffic, weather;
+    SourceOptions o = optionsFor(traffic, weather, 1);
+    o.minutes = 0.005;
+    Running source(o);
+    EXPECT_TRUE(eventually([&] { return source.ended.load(); }, 5000));
+}
+
+TEST(SourceOptions, CommandLine) {
+    auto read = [](std::vector<std::string> words, SourceOptions& o) {
+        std::string error;
+        return readOptions(words, o, error) ? std::string("good") : error;
+    };
+    SourceOptions o;
+    EXPECT_EQ(read({"--feed", "x.gz", "--at", "48.1,11.5", "--edition", "stnd", "--qnh", "991", "--speed", "2.5",
+                    "--control-port", "4000", "--wait-for-position", "--command-port", "0"},
+                   o),
+              "good");
+    EXPECT_EQ(o.feed, "x.gz");
+    EXPECT_EQ(o.at->lon, 11.5);
+    EXPECT_FALSE(o.professional);
+    EXPECT_EQ(o.qnh, 991);
+    EXPECT_EQ(o.controlPort, 4000);
+    EXPECT_TRUE(o.waitForPosition);
+    for (const std::vector<std::string>& bad : {std::vector<std::string>{"--feed"},
+                                                {"--at", "1"},
+                                                {"--at", "91,0"},
+                                                {"--edition", "x"},
+                                                {"--speed", "0"},
+                                                {"--traffic-port", "0"},
+                                                {"--traffic-port", "65536"},
+                                                {"--scenario", "none"},
+                                                {"--nothing", "1"},
+                                                {"--minutes", "nan"}}) {
+        SourceOptions p;
+        EXPECT_NE(read(bad, p), "good") << bad[0];
+    }
+}

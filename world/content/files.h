@@ -1,0 +1,15 @@
+// Small file operations of the content builder. All throw std::runtime_error that names the path.
+#pragma once
+
+#include <filesystem>
+#include <pugixml.hpp>
+#include <string_view>
+
+namespace kes::world {
+
+void makeFolder(const std::filesystem::path& folder);
+/// Writes the file unless it has exactly this content; makes its folder.
+void writeFile(const std::filesystem::path& path, std::string_view content);
+void writeXml(const std::filesystem::path& path, const pugi::xml_document& document);
+
+} // namespace kes::world

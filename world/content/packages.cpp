@@ -1,0 +1,245 @@
+#include "core/version.h"
+#include "platform/system.h"
+#include "reference/csv.h"
+#include "world/content/content.h"
+#include "world/content/files.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <stdexcept>
+#include <tuple>
+
+namespace kes::world {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view packageStart = "kestrelune-ai-";
+constexpr std::string_view packageVersion = "1.0.0";
+/// The date that a layout file gives each file, in 100 ns since 1601: 1 January 2025. Fixed, so that repeated runs
+/// agree.
+constexpr std::int64_t layoutDate = 133801632000000000;
+
+std::string packageOf(const TypeRow& type) {
+    const std::string start(packageStart);
+    if (type.category == "Buzjets") {
+        return start + "business";
+    }
+    if (type.category == "Light") {
+        return start + "light";
+    }
+    if (type.category == "Rotorcraft") {
+        return start + "helicopters";
+    }
+    if (type.category == "HighPerf") {
+        return start + "military";
+    }
+    const std::string maker = type.name.substr(0, type.name.find(' '));
+    return start + (maker == "Airbus" ? "airbus" : maker == "Boeing" ? "boeing" : "regional");
+}
+
+/// A value of aircraft.cfg in quotes. Quotes and line ends inside would end it, so they give way.
+std::string inQuotes(std::string_view value) {
+    std::string text = "\"";
+    for (const char c : value) {
+        text += c == '"' ? '\'' : static_cast<unsigned char>(c) < ' ' ? ' ' : c;
+    }
+    return text + '"';
+}
+
+const char* parkingTypes(const TypeRow& type, bool cargo) {
+    if (cargo) {
+        return "CARGO";
+    }
+    if (type.category == "Large" || type.category == "Heavy") {
+        return "GATE,RAMP";
+    }
+    return type.category == "HighPerf" ? "MIL_COMBAT,RAMP" : "RAMP";
+}
+
+std::string cfgHead(const TypeRow& type) {
+    const std::size_t blank = type.name.find(' ');
+    const std::string maker = type.name.substr(0, blank);
+    const std::string model = blank == std::string::npos ? type.code : type.name.substr(blank + 1);
+    return fmt::format("[VERSION]\r\nmajor=1\r\nminor=0\r\n\r\n[GENERAL]\r\natc_type={}\r\natc_model={}\r\n"
+                       "icao_type_designator={}\r\nicao_manufacturer={}\r\nicao_model={}\r\ncategory={}\r\n"
+                       "isUserSelectable=0\r\n",
+                       inQuotes(maker), inQuotes(type.code), inQuotes(type.code), inQuotes(maker), inQuotes(model),
+                       type.category == "Rotorcraft" ? "\"Helicopter\"" : "\"Airplane\"");
+}
+
+std::string cfgSection(std::size_t number, const AiLivery& livery, const TypeRow& type, std::string_view airlineName) {
+    std::string text =
+        fmt::format("\r\n[FLTSIM.{}]\r\ntitle={}\r\ntexture={}\r\nicao_airline={}\r\natc_airline={}\r\n"
+                    "atc_parking_types={}\r\natc_parking_codes={}\r\n",
+                    number, inQuotes(livery.title), inQuotes(livery.airline), inQuotes(livery.airline),
+                    inQuotes(airlineName), inQuotes(parkingTypes(type, livery.cargo)), inQuotes(livery.airline));
+    if (!livery.regcode.empty()) {
+        text += fmt::format("atc_id={}\r\n", inQuotes(livery.regcode));
+    }
+    return text;
+}
+
+/// Path below the package (with '/') to content.
+using PackageFiles = std::map<std::string, std::string>;
+
+void addPackageDescription(PackageFiles& files) {
+    nlohmann::ordered_json layout;
+    layout["content"] = nlohmann::ordered_json::array();
+    std::size_t total = 0;
+    for (const auto& [path, content] : files) {
+        layout["content"].push_back({{"path", path}, {"size", content.size()}, {"date", layoutDate}});
+        total += content.size();
+    }
+    nlohmann::ordered_json manifest;
+    manifest["dependencies"] = nlohmann::ordered_json::array();
+    manifest["content_type"] = "AIRCRAFT";
+    manifest["title"] = "AI traffic";
+    manifest["manufacturer"] = "";
+    manifest["creator"] = programName;
+    manifest["package_version"] = packageVersion;
+    manifest["minimum_game_version"] = "1.0.0";
+    manifest["release_notes"] = nlohmann::ordered_json::object();
+    manifest["total_package_size"] = fmt::format("{:020}", total);
+    files["layout.json"] = layout.dump(2) + "\n";
+    files["manifest.json"] = manifest.dump(2) + "\n";
+}
+
+/// True for a package folder that an earlier run of this builder wrote, so that its files may be removed.
+bool isOurs(const fs::path& package) {
+    const auto bytes = readBytes(package / "manifest.json");
+    if (!bytes) {
+        return false;
+    }
+    const auto manifest = nlohmann::json::parse(*bytes, nullptr, false);
+    return manifest.is_object() && manifest.value("creator", "") == programName;
+}
+
+void removeLeftovers(const fs::path& community, const std::map<std::string, PackageFiles>& packages) {
+    std::vector<fs::path> stale;
+    for (const fs::directory_entry& entry : fs::directory_iterator(community)) {
+        const std::string name = platform::pathText(entry.path().filename());
+        if (!entry.is_directory() || !name.starts_with(packageStart) || !isOurs(entry.path())) {
+            continue;
+        }
+        const auto package = packages.find(name);
+        if (package == packages.end()) {
+            stale.push_back(entry.path());
+            continue;
+        }
+        for (const fs::directory_entry& file : fs::recursive_directory_iterator(entry.path())) {
+            const std::string inner = file.path().lexically_relative(entry.path()).generic_string();
+            if (file.is_regular_file() && !package->second.contains(inner)) {
+                stale.push_back(file.path());
+            }
+        }
+    }
+    for (const fs::path& path : stale) {
+        fs::remove_all(path);
+    }
+}
+
+} // namespace
+
+std::vector<AiLivery> planLiveries(const Tables& tables) {
+    std::map<std::tuple<std::string_view, std::string_view, bool>, std::string_view> airframes;
+    for (const RegistrationRow& row : tables.registrations) {
+        const std::string& airline = row.operatingAirline.empty() ? row.airline : row.operatingAirline;
+        airframes.try_emplace({airline, row.type, row.cargo}, row.reg);
+    }
+    std::vector<AiLivery> liveries;
+    std::set<std::string> titles;
+    for (const LiveryRow& row : tables.liveries) {
+        const TypeRow& type = tables.types[tables.typeIndex.find(row.type)->second];
+        const AirlineRow& airline = tables.airlines[tables.airlineIndex.find(row.airline)->second];
+        AiLivery livery;
+        livery.package = packageOf(type);
+        livery.airline = row.airline;
+        livery.type = row.type;
+        livery.cargo = row.cargo;
+        livery.title = fmt::format("KAI {} {}{}", row.type, row.airline == "ZZZ" ? "generic" : airline.name,
+                                   row.cargo ? " cargo" : "");
+        if (titles.contains(livery.title)) { // two airlines of one name
+            livery.title += " " + row.airline;
+        }
+        titles.insert(livery.title);
+        const auto airframe = airframes.find({row.airline, row.type, row.cargo});
+        if (airframe != airframes.end() && row.airline != "ZZZ") {
+            livery.regcode = airframe->second;
+        }
+        liveries.push_back(std::move(livery));
+    }
+    std::sort(liveries.begin(), liveries.end(), [](const AiLivery& a, const AiLivery& b) {
+        return std::tie(a.package, a.type, a.title) < std::tie(b.package, b.type, b.title);
+    });
+    return liveries;
+}
+
+void writePackages(const Tables& tables, const std::vector<AiLivery>& liveries, const fs::path& community) {
+    std::map<std::string, PackageFiles> packages;
+    std::size_t section = 0;
+    for (const AiLivery& livery : liveries) {
+        const TypeRow& type = tables.types[tables.typeIndex.find(livery.type)->second];
+        std::string& cfg =
+            packages[livery.package][fmt::format("SimObjects/Airplanes/KAI_{}/aircraft.cfg", livery.type)];
+        if (cfg.empty()) {
+            cfg = cfgHead(type);
+            section = 0;
+        }
+        const AirlineRow& airline = tables.airlines[tables.airlineIndex.find(livery.airline)->second];
+        cfg += cfgSection(section++, livery, type, airline.name);
+    }
+    makeFolder(community);
+    for (auto& [name, files] : packages) {
+        addPackageDescription(files);
+        for (const auto& [path, content] : files) {
+            writeFile(community / name / fs::path(path), content);
+        }
+    }
+    removeLeftovers(community, packages);
+}
+
+ContentCount makeContent(const ContentPlan& wanted) {
+    ContentPlan plan = wanted;
+    if (plan.programFolder.empty()) {
+        throw std::runtime_error("no program folder is given");
+    }
+    if (!plan.community.empty()) {
+        plan.community = fs::absolute(plan.community).lexically_normal();
+        if (!plan.community.has_filename()) { // there was a separator at the end
+            plan.community = plan.community.parent_path();
+        }
+    }
+    if (!plan.community.empty() && plan.community.filename() != "Community") {
+        throw std::runtime_error(fmt::format("{}: the simulator looks for a folder of the name \"Community\"",
+                                             platform::pathText(plan.community)));
+    }
+    const Tables tables = readTables(plan.data);
+    ContentCount count;
+    count.types = tables.types.size();
+    count.airlines = tables.airlines.size();
+    count.registrations = tables.registrations.size();
+    count.airports = tables.airports.size();
+    writeProgramFolder(tables, plan);
+    if (!plan.community.empty()) {
+        const std::vector<AiLivery> liveries = planLiveries(tables);
+        writePackages(tables, liveries, plan.community);
+        std::set<std::string_view> packages, models;
+        for (const AiLivery& livery : liveries) {
+            packages.insert(livery.package);
+            models.insert(livery.type);
+        }
+        count.packages = packages.size();
+        count.models = models.size();
+        count.liveries = liveries.size();
+    }
+    if (!plan.appData.empty()) {
+        writeAppData(plan);
+    }
+    return count;
+}
+
+} // namespace kes::world

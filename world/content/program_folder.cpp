@@ -1,0 +1,125 @@
+#include "core/folders.h"
+#include "core/version.h"
+#include "core/xml_file.h"
+#include "platform/system.h"
+#include "reference/csv.h"
+#include "world/content/content.h"
+#include "world/content/files.h"
+
+#include <fmt/format.h>
+
+namespace kes::world {
+namespace {
+
+namespace fs = std::filesystem;
+
+template <class... Fields> void addRow(std::string& text, const Fields&... fields) {
+    std::string row;
+    ((row += (row.empty() ? "" : ",") + csvField(fields)), ...);
+    text += row + '\n';
+}
+
+std::string typesCsv(const Tables& tables) {
+    std::string text = "code,category,span_m\n";
+    for (const TypeRow& row : tables.types) {
+        addRow(text, row.code, row.category, row.span);
+    }
+    return text;
+}
+
+std::string airlinesCsv(const Tables& tables) {
+    std::string text = "code,name\n";
+    for (const AirlineRow& row : tables.airlines) {
+        addRow(text, row.code, row.name);
+    }
+    return text;
+}
+
+std::string registrationsCsv(const Tables& tables) {
+    std::string text = "reg,airline,type,operator,cargo\n";
+    for (const RegistrationRow& row : tables.registrations) {
+        addRow(text, row.reg, row.airline, row.type, row.operatingAirline, std::string_view(row.cargo ? "true" : ""));
+    }
+    return text;
+}
+
+void writeAirports(const Tables& tables, const fs::path& folder) {
+    pugi::xml_document table, names;
+    pugi::xml_node airports = table.append_child("airports");
+    pugi::xml_node airportNames = names.append_child("AirportNames");
+    for (const AirportRow& row : tables.airports) {
+        pugi::xml_node airport = airports.append_child("airport");
+        airport.append_attribute("code") = row.icao.c_str();
+        airport.append_attribute("alt") = row.elevation.c_str();
+        airport.append_attribute("lat") = row.lat.c_str();
+        airport.append_attribute("lon") = row.lon.c_str();
+        airport.append_attribute("iata") = row.iata.c_str();
+        pugi::xml_node name = airportNames.append_child("airport");
+        name.append_attribute("ICAO") = row.icao.c_str();
+        name.append_attribute("name") = row.name.c_str();
+    }
+    writeXml(folder / path::airportsMsfs, table);
+    writeXml(folder / path::airportsMsfsNames, names);
+}
+
+/// The manual lies beside the data folder in a source tree; a folder without it gets a page of its own.
+void writeDocs(const fs::path& data, const fs::path& target) {
+    makeFolder(target);
+    writeFile(target / "README.txt", fmt::format("{} {}\nThis folder shows the program that it runs from its own "
+                                                 "folder.\n",
+                                                 programName, programVersionText));
+    const fs::path source = fs::absolute(data).lexically_normal().parent_path() / "docs";
+    std::error_code error;
+    for (fs::recursive_directory_iterator walk(source, error), end; !error && walk != end; walk.increment(error)) {
+        if (walk->is_regular_file()) {
+            if (const auto bytes = readBytes(walk->path())) {
+                writeFile(target / walk->path().lexically_relative(source), *bytes);
+            }
+        }
+    }
+}
+
+void addParameter(pugi::xml_node parameters, const char* name, const std::string& value) {
+    pugi::xml_node node = parameters.append_child("parameter");
+    node.append_attribute("name") = name;
+    node.append_attribute("value") = value.c_str();
+}
+
+} // namespace
+
+void writeProgramFolder(const Tables& tables, const ContentPlan& plan) {
+    const fs::path& folder = plan.programFolder;
+    writeDocs(plan.data, folder / path::docs);
+    writeFile(folder / path::input / "types.csv", typesCsv(tables));
+    writeFile(folder / path::input / "airlines.csv", airlinesCsv(tables));
+    writeFile(folder / path::input / "registrations.csv", registrationsCsv(tables));
+    writeAirports(tables, folder);
+    if (!fs::exists(folder / path::updateServer)) { // the user may have named another
+        writeFile(folder / path::updateServer, "updates\n");
+    }
+    makeFolder(folder / "updates");
+}
+
+void writeAppData(const ContentPlan& plan) {
+    const fs::path mark = plan.appData / "InsideSystems" / "RealTraffic.jar";
+    if (!fs::exists(mark)) { // never touch the real thing
+        writeFile(mark, "");
+    }
+    const fs::path file = plan.appData / programName / "parameters.xml";
+    if (fs::exists(file)) {
+        return;
+    }
+    pugi::xml_document document;
+    appendMeta(document);
+    document.child("meta").find_child_by_attribute("info", "name", "MSFS").attribute("value") =
+        plan.msfs2020 ? "2020" : "2024";
+    pugi::xml_node parameters = document.append_child("parameters");
+    addParameter(parameters, "MSFS_2020", plan.msfs2020 ? "true" : "false");
+    if (!plan.community.empty()) {
+        const std::string parent = platform::pathText(plan.community.parent_path());
+        addParameter(parameters, plan.msfs2020 ? "MSFS_INSTALL_PATH" : "MSFS_2024_INSTALL_PATH", parent);
+    }
+    writeXml(file, document);
+}
+
+} // namespace kes::world

@@ -1,0 +1,100 @@
+#include "world/replay/virtual_flight.h"
+
+#include <charconv>
+#include <stdexcept>
+#include <zlib.h>
+
+#include "airports/static_parking.h"
+#include "core/run_state.h"
+#include "core/user_aircraft.h"
+#include "feed/traffic_reader.h"
+#include "sim/ai_commands.h"
+#include "sim/sim_client.h"
+#include "sim/sim_internal.h"
+#include "spine/main_tick.h"
+#include "spine/run.h"
+#include "world/simulator/inproc.h"
+
+namespace kes::world {
+
+namespace {
+
+constexpr double tickSeconds = 0.01;
+
+void dispatchAll() { simconnect::SimConnect_CallDispatch(simHandle, dispatch, nullptr); }
+
+} // namespace
+
+void startVirtualFlight(const SimulatorOptions& options) {
+    resetRun();
+    inprocStart(options);
+    simconnect::HANDLE handle = nullptr;
+    if (simconnect::failed(simconnect::SimConnect_Open(&handle, "Kestrelune")))
+        throw std::runtime_error("the model does not answer");
+    simHandle = handle;
+    prepareSimQueues();
+    if (!defineAll(handle))
+        throw std::runtime_error("the model refuses the definitions");
+    for (int i = 0; i < 1000 && !(simRunning && userAircraft.known() && firstReplySeen); ++i) {
+        inprocStep(tickSeconds);
+        dispatchAll();
+        if (i == 10)
+            requestOnGroundBeat();
+        if (i % 20 == 0)
+            userAircraft = readUserPosition();
+    }
+    if (!userAircraft.known())
+        throw std::runtime_error("no position of the user's aircraft");
+    trafficReader.setUserPosition(userAircraft.lat, userAircraft.lon);
+    parkingTick(true);
+    secondCounter = 0;
+    computeHhNow();
+    const std::lock_guard lock(sampleMutex);
+    acceptSamples = true;
+}
+
+void virtualSimulatorStep() {
+    inprocStep(tickSeconds);
+    dispatchAll();
+}
+
+bool virtualTick() {
+    virtualSimulatorStep();
+    return mainTick();
+}
+
+void virtualDatagram(std::string_view line) {
+    trafficReader.text = line;
+    trafficReader.onDatagram();
+}
+
+void endVirtualFlight() {
+    simconnect::SimConnect_Close(simHandle.exchange(nullptr));
+    inprocStop();
+    resetRun();
+}
+
+std::vector<RecordedLine> readRecording(const std::filesystem::path& file) {
+    gzFile in = gzopen(file.string().c_str(), "rb");
+    if (in == nullptr)
+        throw std::runtime_error("cannot read " + file.string());
+    std::vector<RecordedLine> lines;
+    char buffer[16384];
+    while (gzgets(in, buffer, sizeof buffer) != nullptr) {
+        RecordedLine line{0, buffer};
+        while (!line.text.empty() && (line.text.back() == '\n' || line.text.back() == '\r'))
+            line.text.pop_back();
+        std::size_t field = 0; // where field 14 begins
+        for (int comma = 0; comma < 14 && field != std::string::npos; ++comma) {
+            field = line.text.find(',', field);
+            field += field != std::string::npos ? 1 : 0;
+        }
+        if (field != std::string::npos)
+            std::from_chars(line.text.data() + field, line.text.data() + line.text.size(), line.time);
+        lines.push_back(std::move(line));
+    }
+    gzclose(in);
+    return lines;
+}
+
+} // namespace kes::world

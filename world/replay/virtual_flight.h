@@ -1,0 +1,34 @@
+// The whole logic of a flight in virtual time, on one thread: simulator model, client, main tick, feed lines.
+// For tests, benchmarks and replay. The tables (reference data, liveries, airports) are the caller's to fill.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "world/simulator/model.h"
+
+namespace kes::world {
+
+/// Brings all state of a run to its start values, starts the model in-process, connects and waits (in virtual time) for
+/// the user's position. Throws runtime_error when that does not come within ten virtual seconds.
+void startVirtualFlight(const SimulatorOptions& options);
+/// One pass of 10 ms: the simulator moves on, what it sent is dispatched, one main tick runs. False when the run is to end.
+bool virtualTick();
+/// The simulator's half of `virtualTick`, for those who time the main tick alone.
+void virtualSimulatorStep();
+/// Hands one datagram to the traffic reader, as if it had just arrived.
+void virtualDatagram(std::string_view line);
+void endVirtualFlight();
+
+/// One line of a recording and its time.
+struct RecordedLine {
+    double time = 0; ///< seconds since 1970, field 14
+    std::string text;
+};
+/// Lines of a plain or gzip recording in file order. Throws runtime_error when the file cannot be read.
+std::vector<RecordedLine> readRecording(const std::filesystem::path& file);
+
+} // namespace kes::world

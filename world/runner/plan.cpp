@@ -1,0 +1,226 @@
+#include "world/runner/plan.h"
+
+#include "core/text.h"
+#include "world/source/recording.h"
+#include "world/source/scenario.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <fmt/format.h>
+#include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
+
+namespace kes::runner {
+
+namespace {
+
+// The automatic range is 10 nm over an airport and grows with the distance from it. From this place the whole airport
+// and its approach are in range, and no aircraft flies there.
+constexpr double besideNm = 12, besideBearing = 130;
+constexpr double besideFeet = 5000;   // above the airport
+constexpr double enrouteFeet = 20000; // above ground; high enough for the wide range
+constexpr double airfieldsNm = 100;
+constexpr std::size_t linesLookedAt = 2000;
+
+bool number(std::string_view text, double& value) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc{} && end == text.data() + text.size() && std::isfinite(value);
+}
+
+bool readStart(std::string_view text, UserStart& start) {
+    const auto parts = split(text, ',');
+    return (parts.size() == 3 || parts.size() == 4) && number(parts[0], start.place.lat) &&
+           number(parts[1], start.place.lon) && number(parts[2], start.altitude) &&
+           (parts.size() == 3 || number(parts[3], start.heading)) && std::abs(start.place.lat) <= 89 &&
+           std::abs(start.place.lon) <= 180 && start.altitude >= -1500 && start.altitude <= 60000;
+}
+
+UserStart beside(const Airport& airport) {
+    UserStart start;
+    start.place = destination(airport.place, besideBearing * degToRad, besideNm * feetPerNm);
+    start.altitude = airport.elevation + besideFeet;
+    start.heading = std::fmod(besideBearing + 180.0, 360.0);
+    return start;
+}
+
+} // namespace
+
+std::string_view usageText() {
+    return R"(Runs the program with a simulator and a traffic source that stand in for the real ones.
+
+  --minutes N                  end after N minutes (default: with Ctrl-C)
+  --feed FILE                  traffic from a recording instead of the built-in scenario
+  --at LAT,LON,ALT_FT[,HDG]    where the user's aircraft is (default: near the traffic)
+  --no-window                  without the window, even on a display
+  --folder DIR                 the program folder (default: run-folder in the project), made anew
+  --keep                       use the program folder as the last run left it
+  --msfs 2020|2024             which simulator (default 2020)
+  --source "OPTION VALUE ..."  options for kestrelune-source
+  --build DIR                  where the programs are built
+  --project DIR                where the project is
+  --help
+
+The last line is "run report: " and one JSON object, as counted by the stand-ins.
+)";
+}
+
+bool readOptions(std::span<const std::string> arguments, RunOptions& o, std::string& error) {
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string& name = arguments[i];
+        if (name == "--help" || name == "-h") {
+            o.help = true;
+        } else if (name == "--no-window") {
+            o.noWindow = true;
+        } else if (name == "--keep") {
+            o.keep = true;
+        } else if (name != "--minutes" && name != "--feed" && name != "--at" && name != "--folder" &&
+                   name != "--msfs" && name != "--source" && name != "--build" && name != "--project") {
+            error = fmt::format("unknown option {}", name);
+            return false;
+        } else if (i + 1 >= arguments.size()) {
+            error = fmt::format("{} needs a value", name);
+            return false;
+        } else {
+            const std::string& v = arguments[++i];
+            bool good = true;
+            if (name == "--minutes") {
+                good = number(v, o.minutes) && o.minutes > 0 && o.minutes <= 1e6;
+            } else if (name == "--feed") {
+                o.feed = v;
+            } else if (name == "--at") {
+                UserStart start;
+                good = readStart(v, start);
+                o.at = start;
+            } else if (name == "--folder") {
+                o.folder = v;
+            } else if (name == "--msfs") {
+                good = v == "2020" || v == "2024";
+                o.msfs = v;
+            } else if (name == "--source") {
+                for (std::string_view word : split(v, ' ')) {
+                    if (!word.empty()) {
+                        o.sourceArguments.emplace_back(word);
+                    }
+                }
+            } else if (name == "--build") {
+                o.build = v;
+            } else {
+                o.project = v;
+            }
+            if (!good) {
+                error = fmt::format("{} cannot be {}", name, v);
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+std::vector<Airport> readAirports(const std::filesystem::path& table) {
+    std::vector<Airport> airports;
+    std::ifstream in(table);
+    std::string line;
+    std::map<std::string, std::size_t, std::less<>> column;
+    if (std::getline(in, line)) {
+        const auto heads = split(strip(line), ',');
+        for (std::size_t i = 0; i < heads.size(); ++i) {
+            column.try_emplace(std::string(strip(heads[i])), i);
+        }
+    }
+    const auto at = [&](const char* name) {
+        const auto it = column.find(name);
+        return it == column.end() ? std::size_t{999} : it->second;
+    };
+    const std::size_t icao = at("icao"), lat = at("lat"), lon = at("lon"), elevation = at("elev_ft");
+    while (std::getline(in, line)) {
+        const auto fields = split(strip(line), ',');
+        Airport a;
+        if (std::max({icao, lat, lon, elevation}) < fields.size() && number(strip(fields[lat]), a.place.lat) &&
+            number(strip(fields[lon]), a.place.lon) && number(strip(fields[elevation]), a.elevation)) {
+            a.icao = strip(fields[icao]);
+            airports.push_back(std::move(a));
+        }
+    }
+    return airports;
+}
+
+const Airport* nearestAirport(const std::vector<Airport>& airports, LatLon to, double withinNm) {
+    const Airport* best = nullptr;
+    for (const Airport& a : airports) {
+        const double d = distanceNm(a.place, to);
+        if (d <= withinNm) {
+            best = &a, withinNm = d;
+        }
+    }
+    return best;
+}
+
+bool makePlan(const RunOptions& o, const std::vector<Airport>& table, RunPlan& plan, std::string& error) {
+    plan = RunPlan{};
+    std::vector<Airport> airports = table;
+    const Airport scenarioHome{"EDDM", source::munichPosition, source::munichElevation};
+    // What the stand-ins know by themselves, should the table lack it.
+    for (const Airport& known : {scenarioHome, Airport{"LEBL", {41.2971, 2.0785}, 12},
+                                 Airport{"LFBO", {43.6291, 1.3638}, 499}, Airport{"EGLL", {51.4706, -0.4619}, 83}}) {
+        if (!nearestAirport(airports, known.place, 3.0)) {
+            airports.push_back(known);
+        }
+    }
+    if (o.at) {
+        plan.user = *o.at;
+        if (o.feed.empty() && distanceNm(o.at->place, scenarioHome.place) > 30.0) {
+            const Airport* near = nearestAirport(airports, o.at->place, 40.0);
+            plan.scenarioAirport = near ? *near : Airport{"", o.at->place, 0};
+        }
+    } else if (o.feed.empty()) {
+        plan.user = beside(scenarioHome);
+    } else {
+        const auto middle = source::middlePlace(o.feed, linesLookedAt);
+        if (!middle) {
+            error = fmt::format("no positions in {}", o.feed);
+            return false;
+        }
+        const LatLon place{middle->lat, middle->lon};
+        const Airport* near = nearestAirport(airports, place, middle->onGround ? 5.0 : 40.0);
+        if (near && middle->onGround) {
+            plan.user = beside(*near);
+        } else {
+            plan.user.place = place;
+            plan.user.altitude = (near ? near->elevation : 1000.0) + enrouteFeet;
+        }
+    }
+    for (const Airport& a : airports) {
+        if (distanceNm(a.place, plan.user.place) <= airfieldsNm) {
+            plan.airfields.push_back(a);
+        }
+    }
+    if (plan.scenarioAirport && plan.scenarioAirport->icao.empty()) {
+        plan.airfields.push_back(*plan.scenarioAirport);
+    }
+    return true;
+}
+
+nlohmann::json runReport(const nlohmann::json& source, const nlohmann::json& simulator, std::optional<int> exitCode,
+                         const std::vector<std::string>& problems) {
+    nlohmann::json report = nlohmann::json::object();
+    const auto take = [&](const nlohmann::json& from, const char* key, const char* name) {
+        report[name] = from.is_object() && from.contains(key) ? from[key] : nlohmann::json();
+    };
+    take(source, "reportsSent", "reportsSent");
+    for (const char* key : {"objectsCreated", "objectsRemoved", "peakObjects", "positionRecords", "refusedCreates"}) {
+        take(simulator, key, key);
+    }
+    take(source, "linesByKind", "controlLines");
+    take(source, "controlConnections", "controlConnections");
+    take(source, "aircraft", "aircraftReported");
+    take(simulator, "largestGapMs", "largestGapMs");
+    report["exitCode"] = exitCode ? nlohmann::json(*exitCode) : nlohmann::json();
+    if (!problems.empty()) {
+        report["problems"] = problems;
+    }
+    return report;
+}
+
+} // namespace kes::runner

@@ -1,0 +1,29 @@
+// What a run counted, for the report. Written under the lock that guards the simulator.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace kes::world {
+
+struct Counters {
+    std::uint64_t objectsCreated = 0;
+    std::uint64_t objectsRemoved = 0; ///< by whatever cause
+    std::uint64_t leftBehind = 0;     ///< of those: still there when their client's stream ended
+    std::uint64_t peakObjects = 0;
+    std::uint64_t positionRecords = 0; ///< position data for AI objects
+    std::uint64_t refusedCreates = 0;  ///< creates answered with an exception
+    std::uint64_t packetsReceived = 0;
+    std::uint64_t clients = 0;   ///< that sent a good OPEN
+    std::uint64_t overflows = 0; ///< clients cut off because they did not read
+    std::uint64_t frames = 0;
+    /// Longest time between two records of one object of which the later moved it. Breaks that the simulator itself
+    /// made (stalled frames, "Sim" 0, a new flight) do not count.
+    std::int64_t largestGapNs = 0;
+    std::string largestGapTail;                               ///< tail number of that object
+    std::map<std::uint32_t, std::uint64_t> exceptions;        ///< by number
+    std::map<std::string, std::uint64_t, std::less<>> events; ///< client events that reached an object, by name
+};
+
+} // namespace kes::world

@@ -1,0 +1,62 @@
+// The process entry of kestrelune-simulator.
+#include "platform/system.h"
+#include "world/simulator/options.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <stdexcept>
+
+namespace {
+
+std::atomic<bool> closeAsked{false};
+
+bool writeReport(const std::string& file, const std::string& report) {
+    std::string error;
+    if (kes::platform::replaceFile(kes::platform::pathFrom(file), report + "\n", error))
+        return true;
+    std::fprintf(stderr, "report %s: %s\n", file.c_str(), error.c_str());
+    return false;
+}
+
+int run(const kes::world::ProgramOptions& options) {
+    using Clock = std::chrono::steady_clock;
+    kes::platform::beginFineTimer();
+    kes::world::Server server;
+    std::string error;
+    if (!server.start(options.simulator, options.server, error)) {
+        std::fprintf(stderr, "%s\n", error.c_str());
+        return 1;
+    }
+    std::printf("simulator listening on port %u\n", unsigned{server.port()});
+    if (options.server.control)
+        std::printf("control listening on port %u\n", unsigned{server.controlPort()});
+    std::fflush(stdout);
+
+    const auto end = Clock::now() + std::chrono::duration<double, std::ratio<60>>(options.minutes);
+    while (!closeAsked && (options.minutes <= 0 || Clock::now() < end))
+        if (server.waitForQuit(50))
+            break;
+    server.stop(true);
+    kes::platform::endFineTimer();
+    return options.reportFile.empty() || writeReport(options.reportFile, server.command("report")) ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        const auto options =
+            kes::world::parseArguments(std::span<const char* const>(argv + 1, static_cast<std::size_t>(argc - 1)));
+        if (options.help) {
+            std::fputs(kes::world::usage().c_str(), stdout);
+            return 0;
+        }
+        kes::platform::watchCloseSignals([] { closeAsked = true; });
+        return run(options);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "%s\n", e.what());
+        return 2;
+    }
+}

@@ -1,0 +1,43 @@
+// The stand-in simulator as a TCP server: one listener for clients, and one on loopback for commands.
+#pragma once
+
+#include "world/simulator/model.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace kes::world {
+
+struct ServerOptions {
+    std::uint16_t port = 0;        ///< 0 = any free one
+    bool control = false;          ///< listen for commands
+    std::uint16_t controlPort = 0; ///< 0 = any free one
+};
+
+struct ServerState;
+
+/// Owns the simulator, its threads and its sockets.
+class Server {
+public:
+    Server();
+    ~Server(); ///< stops
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+
+    /// Listens and starts the frames. False with the reason in `error`.
+    bool start(const SimulatorOptions& simulator, const ServerOptions& options, std::string& error);
+    std::uint16_t port() const;
+    std::uint16_t controlPort() const;
+    /// One command (see control.h) between two frames. Any thread.
+    std::string command(std::string_view line);
+    /// Waits until the simulator has quit by command, or `timeoutMs` have passed. True when it has quit.
+    bool waitForQuit(int timeoutMs);
+    /// Ends the streams and joins the threads; `farewell` sends QUIT first. The counters stay readable.
+    void stop(bool farewell);
+
+private:
+    std::unique_ptr<ServerState> state_;
+};
+
+} // namespace kes::world

@@ -1,0 +1,118 @@
+// One run of the traffic source: options, the sending loop, the faults that it makes on demand, its report.
+#pragma once
+
+#include "platform/socket.h"
+#include "world/source/control_client.h"
+#include "world/source/recording.h"
+#include "world/source/scenario.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <random>
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kes::source {
+
+struct SourceOptions {
+    std::string feed; ///< recording; empty = the scenario
+    std::string scenario = "airport";
+    std::optional<LatLon> at;        ///< place of the scenario's airport
+    std::optional<double> elevation; ///< feet, of that airport
+    std::string host = "127.0.0.1";
+    std::uint16_t trafficPort = 49005, weatherPort = 49004, controlPort = 10747;
+    bool professional = true;  ///< edition told in the version answer
+    std::optional<double> qnh; ///< hectopascal
+    double minutes = 0;        ///< 0 = until told
+    double speed = 1;          ///< times real time
+    std::uint32_t seed = 1;
+    std::string reportFile;
+    int commandPort = -1;         ///< -1 = none, 0 = any free one
+    bool waitForPosition = false; ///< no traffic before the first position line
+    bool help = false;
+};
+
+std::string_view usageText();
+/// Reads the command line without the program's name. False with a reason for what cannot be read.
+bool readOptions(std::span<const std::string> arguments, SourceOptions& options, std::string& error);
+
+/// What was sent.
+struct SourceCounts {
+    std::uint64_t reports = 0; ///< traffic lines
+    std::uint64_t parked = 0;  ///< lines of parked aircraft
+    std::uint64_t garbage = 0;
+    std::uint64_t datagrams = 0; ///< all to the traffic port
+    std::uint64_t weather = 0;
+    std::uint64_t sendErrors = 0;
+    std::uint64_t skippedLines = 0;
+};
+
+class SourceRun {
+public:
+    explicit SourceRun(SourceOptions options);
+    SourceRun(const SourceRun&) = delete;
+    SourceRun& operator=(const SourceRun&) = delete;
+    /// Opens sockets and the recording. False with a reason.
+    bool open(std::string& error);
+    /// Sends until told to stop or the minutes are over.
+    void run();
+    /// Ends `run`. Any thread.
+    void stop();
+    /// One command line, see usageText; returns the answer line. Any thread.
+    std::string command(std::string_view line);
+    /// The counts as one JSON object. Any thread.
+    std::string reportJson();
+    /// Port of the command server, 0 when there is none.
+    std::uint16_t commandPort() const { return commandListener_.localPort(); }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    struct Outgoing {
+        double due = 0; ///< seconds of the run
+        std::string text;
+        bool timed = true;
+    };
+    double elapsed() const;
+    std::optional<Outgoing> nextTraffic(double trafficStart);
+    void sendTraffic(std::string_view text);
+    void sendWeather();
+    void sendGarbage(std::uint64_t count);
+    void sendFlood(double now);
+    void serveCommands();
+    void noteLink();
+    void say(const std::string& text);
+
+    SourceOptions options_;
+    ControlClient link_;
+    Recording recording_;
+    Scenario scenario_;
+    platform::Socket udp_, commandListener_;
+    Clock::time_point begin_;
+    double beginEpoch_ = 0; ///< seconds since 1970 at the begin of the run, in whole tenths
+    std::thread commandThread_;
+    std::mutex clientMutex_;
+    platform::Socket* commandClient_ = nullptr; ///< guarded by `clientMutex_`
+    bool endCommands_ = false;                  ///< same
+
+    std::mutex mutex_; ///< guards all below
+    std::condition_variable wake_;
+    bool stopping_ = false, trafficOn_ = true, feedEnded_ = false;
+    double qnh_ = 1013;
+    SourceCounts counts_;
+    std::set<std::string, std::less<>> aircraft_; ///< addresses sent, as text
+    std::vector<std::string> recent_;             ///< lines to flood with
+    std::size_t recentAt_ = 0;
+    double floodRate_ = 0, floodFrom_ = 0, floodUntil_ = 0;
+    std::uint64_t floodSent_ = 0;
+    std::mt19937 random_;
+    std::uint64_t connectionsSaid_ = 0;
+    bool connectedSaid_ = false;
+};
+
+} // namespace kes::source
