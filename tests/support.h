@@ -1,6 +1,9 @@
 // What several test programs need: waiting for a condition, and a temporary program folder with a log.
 #pragma once
 
+#include "core/folders.h"
+#include "core/log.h"
+
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -10,9 +13,6 @@
 #include <string>
 #include <thread>
 #include <unistd.h>
-
-#include "core/folders.h"
-#include "core/log.h"
 
 namespace kes::test {
 

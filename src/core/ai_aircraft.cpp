@@ -8,7 +8,9 @@ namespace {
 template <std::size_t N> std::string_view pick(const std::string_view (&texts)[N], std::size_t index) {
     return index < N ? texts[index] : std::string_view("?");
 }
-bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+bool isLetter(char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
 } // namespace
 
 std::string_view text(AircraftCategory category) {
@@ -29,7 +31,8 @@ std::string longLabel(const AircraftIdentity& aircraft) {
     const std::string route = aircraft.orig.empty() && aircraft.dest.empty()
                                   ? std::string(8, ' ')
                                   : fmt::format("{:3}->{:3}", aircraft.orig, aircraft.dest);
-    return fmt::format("{} {}", fmt::format("{} {:8} {}", fmt::format("{:8}", aircraft.callsign), aircraft.regcode, route),
+    return fmt::format("{} {}",
+                       fmt::format("{} {:8} {}", fmt::format("{:8}", aircraft.callsign), aircraft.regcode, route),
                        aimo(aircraft));
 }
 

@@ -1,11 +1,11 @@
 // The record that a live aircraft and a static parked aircraft share.
 #pragma once
 
+#include "core/hh_now.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
-
-#include "core/hh_now.h"
 
 namespace kes {
 
@@ -33,26 +33,26 @@ struct AircraftIdentity {
 };
 
 struct AiAircraft : AircraftIdentity {
-    double wingspan = 0;       ///< half span, nautical miles
-    double staticCg = 0;       ///< height of the reference point on the ground, feet
-    double staticPitch = 0;    ///< radians, pitch when standing
-    double rotatePitch = 0;    ///< radians, pitch at the end of the rotation (nose up is negative)
-    double climbPitch = 0;     ///< radians, pitch of the initial climb
-    double turnRateBase = 0;   ///< radians per tick on the ground
-    double turnRate = 0;       ///< radians per tick for the present leg
-    double climbStepMax = 0;   ///< feet per tick
-    double taxiSpeed = 0;      ///< knots, slow manoeuvres on the ground
-    std::uint32_t hexid = 0;   ///< key of the record
+    double wingspan = 0;     ///< half span, nautical miles
+    double staticCg = 0;     ///< height of the reference point on the ground, feet
+    double staticPitch = 0;  ///< radians, pitch when standing
+    double rotatePitch = 0;  ///< radians, pitch at the end of the rotation (nose up is negative)
+    double climbPitch = 0;   ///< radians, pitch of the initial climb
+    double turnRateBase = 0; ///< radians per tick on the ground
+    double turnRate = 0;     ///< radians per tick for the present leg
+    double climbStepMax = 0; ///< feet per tick
+    double taxiSpeed = 0;    ///< knots, slow manoeuvres on the ground
+    std::uint32_t hexid = 0; ///< key of the record
     AircraftCategory category = AircraftCategory::light;
-    std::string_view title;    ///< matched livery; empty until matched; text owned by the livery store
+    std::string_view title; ///< matched livery; empty until matched; text owned by the livery store
     std::int32_t flareTicks = 0, derotateTicks = 0, rotateTicks = 0, climbOutTicks = 0; ///< ticks
-    bool cargo = false;        ///< the airframe flies freight
-    bool reverseThrust = false; ///< negative throttle on the landing roll
-    std::uint32_t objectid = 0; ///< simulator object, 0 = none
+    bool cargo = false;                                                                 ///< the airframe flies freight
+    bool reverseThrust = false;        ///< negative throttle on the landing roll
+    std::uint32_t objectid = 0;        ///< simulator object, 0 = none
     double standLat = 0, standLon = 0; ///< degrees, stand taken
-    double standHeading = 0;   ///< radians
-    HhNow parkedAt;            ///< when it parked
-    std::uint32_t sid = 0;     ///< stand taken, 0 = none
+    double standHeading = 0;           ///< radians
+    HhNow parkedAt;                    ///< when it parked
+    std::uint32_t sid = 0;             ///< stand taken, 0 = none
     AircraftStatus st = AircraftStatus::buffer;
     std::int32_t throttleIndex = 5; ///< last throttle level sent, 5 = none yet
     std::int32_t flapsIndex = 4;    ///< last flaps level sent, 4 = none yet

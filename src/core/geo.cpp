@@ -26,8 +26,8 @@ LatLon destination(LatLon from, double bearing, double feet) {
     const double lat1 = from.lat * degToRad;
     const double sinLat2 = std::sin(lat1) * std::cos(arc) + std::cos(lat1) * std::sin(arc) * std::cos(bearing);
     const double lat2 = std::asin(sinLat2 > 1.0 ? 1.0 : sinLat2 < -1.0 ? -1.0 : sinLat2);
-    const double dLon = std::atan2(std::sin(bearing) * std::sin(arc) * std::cos(lat1),
-                                   std::cos(arc) - std::sin(lat1) * std::sin(lat2));
+    const double dLon =
+        std::atan2(std::sin(bearing) * std::sin(arc) * std::cos(lat1), std::cos(arc) - std::sin(lat1) * std::sin(lat2));
     double lon = from.lon + dLon * radToDeg;
     if (lon > 180.0)
         lon -= 360.0;

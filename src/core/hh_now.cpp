@@ -23,7 +23,11 @@ HhNow hhOf(std::int64_t epochSeconds) {
     return {day, (hour * 2 + (firstHalf ? 0 : 1)) % 48};
 }
 
-HhNow hhNow() { return std::bit_cast<HhNow>(current.load()); }
-void setHhNow(HhNow value) { current = std::bit_cast<std::uint64_t>(value); }
+HhNow hhNow() {
+    return std::bit_cast<HhNow>(current.load());
+}
+void setHhNow(HhNow value) {
+    current = std::bit_cast<std::uint64_t>(value);
+}
 
 } // namespace kes

@@ -183,6 +183,16 @@ bool appendParameter(pugi::xml_node parameters, std::string_view name, const std
            node.append_attribute(valueAttribute.c_str()).set_value(value.c_str());
 }
 
+/// Sets the value of the element that was found, or of a new one.
+bool setValue(pugi::xml_node parameters, pugi::xml_node node, std::string_view name, const std::string& value) {
+    if (!node)
+        return appendParameter(parameters, name, value);
+    pugi::xml_attribute attribute = node.attribute(valueAttribute.c_str());
+    if (!attribute)
+        attribute = node.append_attribute(valueAttribute.c_str());
+    return attribute.set_value(value.c_str());
+}
+
 /// Finds elements by the parameter's name. The name goes in as a variable, so no name can break the expression.
 class Finder {
 public:
@@ -317,18 +327,21 @@ void saveValue(std::string_view name, const std::string& value) {
             buildDocument(document, values);
         }
         pugi::xml_node parameters = document.child(parametersElement);
-        pugi::xml_node node = Finder()(parameters, name);
-        if (!node)
-            appendParameter(parameters, name, value);
-        else if (pugi::xml_attribute attribute = node.attribute(valueAttribute.c_str()))
-            attribute = value.c_str();
-        else
-            node.append_attribute(valueAttribute.c_str()) = value.c_str();
+        setValue(parameters, Finder()(parameters, name), name, value);
         saveXml(document, path);
     } else {
         log("saving xml did not work?");
     }
     logValue(name, value);
+}
+
+/// When two threads save one parameter at a time, the older value may reach the file last; it must not stay there.
+template <typename Read> void savePresent(std::string_view name, Read read) {
+    std::string value;
+    do {
+        value = read();
+        saveValue(name, value);
+    } while (read() != value);
 }
 
 } // namespace
@@ -405,14 +418,13 @@ bool takeParameters(pugi::xml_document& document, TakenTexts& texts) {
         }
         const std::string value = takeMissing(parameter, texts);
         logValue(name, value);
-        // An element without a value says as little as none at all.
-        parameters.remove_child(node);
-        // An empty lfolder would only be removed again.
         if (isLfolder(name) && value.empty()) {
-            changed = changed || node;
+            // It would only be removed again.
+            changed = parameters.remove_child(node) || changed;
             continue;
         }
-        if (!appendParameter(parameters, name, value))
+        // An element without a value says as little as none at all.
+        if (!setValue(parameters, node, name, value))
             logWarning(fmt::format("{}adding init xml parameter {} with {} failed!", "", name, value));
         changed = true;
     }
@@ -468,13 +480,13 @@ void readParameters() {
 }
 
 void save(const BoolParameter& parameter) {
-    saveValue(parameter.name, boolText(parameter));
+    savePresent(parameter.name, [&] { return boolText(parameter); });
 }
 void save(const IntParameter& parameter) {
-    saveValue(parameter.name, std::to_string(parameter));
+    savePresent(parameter.name, [&] { return std::to_string(parameter); });
 }
 void save(const TextParameter& parameter) {
-    saveValue(parameter.name, parameter.get());
+    savePresent(parameter.name, [&] { return parameter.get(); });
 }
 
 } // namespace kes

@@ -54,7 +54,9 @@ ExitReason exitReason();
 std::int32_t restartDelay();
 
 /// True when the run is to end: `exitRequested` or `userClosed`.
-inline bool stopWanted() { return exitRequested.load() || userClosed.load(); }
+inline bool stopWanted() {
+    return exitRequested.load() || userClosed.load();
+}
 
 /// Start values for all flags that belong to a run. `restarting`, `dataBaseRead`, `tickCount` and `rtOnThisPc` stay.
 void resetRunFlags();

@@ -1,22 +1,22 @@
 // What is known of the user's aircraft: the block that the position reply of the simulator delivers.
 #pragma once
 
+#include "core/geo.h"
+
 #include <atomic>
 #include <cstdint>
-
-#include "core/geo.h"
 
 namespace kes {
 
 /// 96 bytes in the order of data definition 403, so that a reply is copied in one piece.
 struct UserAircraft {
-    double lat = 0, lon = 0;                   ///< degrees
-    double pitch = 0, bank = 0, heading = 0;   ///< radians; nose up and bank to the right are negative; heading true
-    double alt = 0, agl = 0;                   ///< feet; above sea level, never negative, and above ground
-    double groundSpeed = 0;                    ///< knots
-    std::int64_t zuluTime = 0;                 ///< seconds of the day
-    std::int64_t zuluDay = 0, zuluYear = 0;    ///< day of the year from 1; year
-    std::int64_t lightStates = 0;              ///< mask
+    double lat = 0, lon = 0;                 ///< degrees
+    double pitch = 0, bank = 0, heading = 0; ///< radians; nose up and bank to the right are negative; heading true
+    double alt = 0, agl = 0;                 ///< feet; above sea level, never negative, and above ground
+    double groundSpeed = 0;                  ///< knots
+    std::int64_t zuluTime = 0;               ///< seconds of the day
+    std::int64_t zuluDay = 0, zuluYear = 0;  ///< day of the year from 1; year
+    std::int64_t lightStates = 0;            ///< mask
     LatLon position() const { return {lat, lon}; }
     /// False while no flight is loaded: the simulator then reports a point near 0, 0.
     bool known() const { return !inStartUpBox(lat, lon); }

@@ -17,7 +17,8 @@ struct ControlLinkHooks {
 };
 extern ControlLinkHooks controlLinkHooks;
 
-/// Listens on a port. Throws runtime_error with the failing call and reason after closing what is open.
+/// Listens on a port; a link that stands is closed first. Throws runtime_error with the failing call and reason after
+/// closing what is open.
 void startServer(const std::string& port);
 /// Port in use, 0 while not listening.
 std::uint16_t controlLinkPort();
@@ -26,16 +27,20 @@ std::uint16_t controlLinkPort();
 void waitForRealTraffic();
 /// Waits for a client; true when one was accepted. False at once while one is connected, or when the run is to end.
 bool waitForClient();
+/// Sends the whole text. False when it cannot leave within half a second: the client is then logged and dropped, and
+/// the next sendQs121 acts on its loss.
 bool sendDataPacket(std::string_view text);
-/// One read of what the client sent; empty on error or end.
+/// One read of what the client sent, at most 16383 bytes; empty on error or end, after 5 seconds without an answer, and
+/// when the run is to end.
 std::string receive();
-/// The user's state, once per second; notices a client that has gone and waits for its return.
+/// The user's state, once per second; nothing while no flight is loaded. Reads away what the client sends, notices a
+/// client that has gone (also one that only closed its sending side), and in the next call waits for its return.
 void sendQs121(const UserAircraft& user);
 /// The line that sendQs121 sends, with its CR LF.
 std::string formatQs121(const UserAircraft& user);
 /// The simulator's time in seconds since 1970; nothing unless connected and at least 1.
 void sendQs123(std::int64_t simEpochSeconds);
-/// Evaluates the reply to "Qs999=version": sets rtProfEdition and the edition read-out.
+/// Evaluates the reply to "Qs999=version": sets rtProfEdition and the edition read-out. Takes any bytes.
 void evaluateVersionReply(const std::string& reply);
 /// "exit", then closes both sockets and ends the socket library.
 void closeControlLink();

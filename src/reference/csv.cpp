@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <fstream>
-#include <iterator>
 
 namespace kes {
 namespace {
@@ -176,12 +175,14 @@ std::optional<std::string> readBytes(const std::filesystem::path& path) {
     if (!std::filesystem::is_regular_file(path, error)) {
         return std::nullopt;
     }
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
+    std::ifstream file(path, std::ios::binary | std::ios::ate);
+    const std::streamoff size = file ? static_cast<std::streamoff>(file.tellg()) : -1;
+    if (size < 0) {
         return std::nullopt;
     }
-    std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (file.bad()) {
+    std::string bytes(static_cast<std::size_t>(size), '\0');
+    file.seekg(0);
+    if (!file.read(bytes.data(), size)) {
         return std::nullopt;
     }
     return bytes;

@@ -1,9 +1,5 @@
 #include "sim/ai_commands.h"
 
-#include <algorithm>
-#include <cstring>
-#include <fmt/format.h>
-
 #include "core/ai_aircraft.h"
 #include "core/log.h"
 #include "core/run_state.h"
@@ -11,6 +7,10 @@
 #include "core/window.h"
 #include "sim/sim_client.h"
 #include "sim/sim_internal.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fmt/format.h>
 
 namespace kes {
 
@@ -92,8 +92,8 @@ void sendRemovals(HANDLE handle, FlushTrouble& trouble) {
             continue;
         }
         if (failed(SimConnect_AIRemoveObject(handle, objectid, req::remove))) {
-            trouble.warnings.push_back(fmt::format("{}!Simconnect call to remove AI ac from sim failed, id {}?",
-                                                   timeStamp(), objectid));
+            trouble.warnings.push_back(
+                fmt::format("{}!Simconnect call to remove AI ac from sim failed, id {}?", timeStamp(), objectid));
             trouble.requestFailed = true;
         }
     }
@@ -102,7 +102,9 @@ void sendRemovals(HANDLE handle, FlushTrouble& trouble) {
 
 } // namespace
 
-void queuePosition(const AiPositionRecord& record) { writeBuffer->push_back(record); }
+void queuePosition(const AiPositionRecord& record) {
+    writeBuffer->push_back(record);
+}
 
 void publishPositions() {
     std::unique_lock lock(simMutex, std::try_to_lock);
@@ -128,8 +130,12 @@ void queueEvent(std::uint32_t objectid, std::uint32_t eventId, std::uint32_t val
     eventQueue.push_back({objectid, eventId, value});
 }
 
-void setNavLights(std::uint32_t objectid, bool on) { queueEvent(objectid, event::navLights, on ? 1 : 0); }
-void setCabinLights(std::uint32_t objectid, bool on) { queueEvent(objectid, event::cabinLights, on ? 1 : 0); }
+void setNavLights(std::uint32_t objectid, bool on) {
+    queueEvent(objectid, event::navLights, on ? 1 : 0);
+}
+void setCabinLights(std::uint32_t objectid, bool on) {
+    queueEvent(objectid, event::cabinLights, on ? 1 : 0);
+}
 
 void queueCreate(const CreateRequest& request) {
     const std::lock_guard lock(simMutex);
@@ -161,9 +167,8 @@ void drainSimReplies(void (*apply)(const SimReply&)) {
 bool requestStaticData(std::uint32_t objectid) {
     {
         const std::lock_guard lock(simMutex);
-        if (simRequestFailed ||
-            !failed(SimConnect_RequestDataOnSimObject(simHandle, req::staticData, def::staticData, objectid,
-                                                      Period::once)))
+        if (simRequestFailed || !failed(SimConnect_RequestDataOnSimObject(simHandle, req::staticData, def::staticData,
+                                                                          objectid, Period::once)))
             return !simRequestFailed;
     }
     log("SimConnect request StaticCG fails");
@@ -174,9 +179,8 @@ bool requestStaticData(std::uint32_t objectid) {
 bool requestRange() {
     {
         const std::lock_guard lock(simMutex);
-        if (!failed(SimConnect_RequestDataOnSimObjectType(simHandle, req::range, def::range,
-                                                          static_cast<DWORD>(rangeMetres.load()),
-                                                          SimObjectType::aircraft)))
+        if (!failed(SimConnect_RequestDataOnSimObjectType(
+                simHandle, req::range, def::range, static_cast<DWORD>(rangeMetres.load()), SimObjectType::aircraft)))
             return true;
     }
     log("SimConnect request ac within range fails");

@@ -27,10 +27,10 @@ struct AiPositionRecord {
 
 /// Numbers of the client events.
 namespace event {
-inline constexpr std::uint32_t beaconLights = 206, navLights = 207, taxiLights = 208, strobes = 209, landingLights = 210,
-                               cabinLights = 211, logoLights = 212, allLightsToggle = 213, freezeLatLon = 214,
-                               freezeAltitude = 215, freezeAttitude = 216, flaps = 217, spoilers = 218, gear = 219,
-                               engineStart = 220, engineShutdown = 221, throttle = 222;
+inline constexpr std::uint32_t beaconLights = 206, navLights = 207, taxiLights = 208, strobes = 209,
+                               landingLights = 210, cabinLights = 211, logoLights = 212, allLightsToggle = 213,
+                               freezeLatLon = 214, freezeAltitude = 215, freezeAttitude = 216, flaps = 217,
+                               spoilers = 218, gear = 219, engineStart = 220, engineShutdown = 221, throttle = 222;
 }
 
 struct AiEvent {
@@ -41,19 +41,27 @@ struct CreateRequest {
     double lat = 0, lon = 0, alt = 0;        ///< degrees, feet
     double pitch = 0, bank = 0, heading = 0; ///< degrees
     std::uint32_t onGround = 0, airspeed = 0;
-    std::string tailNumber;                  ///< the aircraft's callsign
-    std::string_view title;                  ///< owned by the livery store
+    std::string tailNumber; ///< the aircraft's callsign
+    std::string_view title; ///< owned by the livery store
     std::uint32_t hexid = 0;
 };
 
-enum class ReplyKind : std::uint32_t { created = 0, createdStatic = 1, removed = 2, ground = 3, staticData = 4, createFailed = 6 };
+enum class ReplyKind : std::uint32_t {
+    created = 0,
+    createdStatic = 1,
+    removed = 2,
+    ground = 3,
+    staticData = 4,
+    createFailed = 6
+};
 
 struct SimReply {
     std::uint32_t objectid = 0;
     std::uint32_t hexid = 0; ///< kind ground: the on-ground value
     std::uint32_t reserved = 0;
     ReplyKind kind = ReplyKind::created;
-    double a = 0, b = 0; ///< created: -, feet above ground; ground: ground altitude, feet above ground; static: cg, pitch
+    double a = 0,
+           b = 0; ///< created: -, feet above ground; ground: ground altitude, feet above ground; static: cg, pitch
 };
 
 // Worker only.
@@ -74,8 +82,9 @@ void drainSimReplies(void (*apply)(const SimReply&));
 void addSimReply(const SimReply& reply); ///< SimClient thread; tests
 
 // Direct calls, each under `simMutex`. False after a failure; what follows a failure is told at each.
-bool requestStaticData(std::uint32_t objectid); ///< logs "SimConnect request StaticCG fails" and ends the run for a restart
-bool requestRange();                            ///< all aircraft within rangeMetres; logs and ends the run likewise
+bool requestStaticData(
+    std::uint32_t objectid); ///< logs "SimConnect request StaticCG fails" and ends the run for a restart
+bool requestRange();         ///< all aircraft within rangeMetres; logs and ends the run likewise
 bool sendAllLightsToggle(std::uint32_t objectid); ///< now; logs "SimConnect gf_allLightsToggle fails"
 /// Spoilers and both throttles of an object in percent. False after a failure.
 bool setControlData(std::uint32_t objectid, double spoilers, double throttle1, double throttle2);

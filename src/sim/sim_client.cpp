@@ -1,11 +1,5 @@
 #include "sim/sim_client.h"
 
-#include <cctype>
-#include <chrono>
-#include <cstring>
-#include <fmt/format.h>
-#include <thread>
-
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/run_state.h"
@@ -13,6 +7,12 @@
 #include "core/window.h"
 #include "platform/system.h"
 #include "sim/sim_internal.h"
+
+#include <cctype>
+#include <chrono>
+#include <cstring>
+#include <fmt/format.h>
+#include <thread>
 
 namespace kes {
 
@@ -107,7 +107,8 @@ void connectAndDispatch(const std::stop_token& stop) {
             logWarning("SimConnect definitions fail");
         if (!dispatchUntilEnd(stop))
             return;
-        // The stream has ended. Requests fail from here on, so the main tick has to stand still until a simulator is back.
+        // The stream has ended. Requests fail from here on, so the main tick has to stand still until a simulator is
+        // back.
         simRunning = false;
         readouts.simLight = false;
         connectedBefore = true;
@@ -120,7 +121,8 @@ void connectAndDispatch(const std::stop_token& stop) {
 
 void onOpen(const RecvOpen& open) {
     std::string name;
-    for (char c : std::string_view(open.szApplicationName, strnlen(open.szApplicationName, sizeof open.szApplicationName))) {
+    for (char c :
+         std::string_view(open.szApplicationName, strnlen(open.szApplicationName, sizeof open.szApplicationName))) {
         if (std::isalnum(static_cast<unsigned char>(c)) != 0 || std::isspace(static_cast<unsigned char>(c)) != 0)
             name.push_back(c);
     }
@@ -355,7 +357,9 @@ void startSimClient() {
     simClientThread = std::jthread(simThread);
 }
 
-void requestSimClientStop() { simClientThread.request_stop(); }
+void requestSimClientStop() {
+    simClientThread.request_stop();
+}
 
 void joinSimClient() {
     if (simClientThread.joinable())
@@ -366,8 +370,8 @@ UserAircraft readUserPosition() {
     bool requestFailed = false;
     if (!simRequestFailed) {
         const std::lock_guard lock(simMutex);
-        requestFailed =
-            failed(SimConnect_RequestDataOnSimObject(simHandle, req::userPosition, def::user, objectIdUser, Period::once));
+        requestFailed = failed(
+            SimConnect_RequestDataOnSimObject(simHandle, req::userPosition, def::user, objectIdUser, Period::once));
     }
     if (requestFailed)
         requestError();

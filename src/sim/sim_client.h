@@ -1,13 +1,13 @@
 // The connection to the simulator: one thread opens it, declares what the program asks for and dispatches what arrives.
 #pragma once
 
+#include "core/user_aircraft.h"
+#include "simconnect/simconnect.h"
+
 #include <atomic>
 #include <cstdint>
 #include <stop_token>
 #include <string>
-
-#include "core/user_aircraft.h"
-#include "simconnect/simconnect.h"
 
 namespace kes {
 

@@ -1,10 +1,10 @@
 // Shared between the files of this folder only.
 #pragma once
 
-#include <string_view>
-
 #include "sim/ai_commands.h"
 #include "simconnect/simconnect.h"
+
+#include <string_view>
 
 namespace kes {
 

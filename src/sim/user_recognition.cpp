@@ -1,11 +1,11 @@
 // What the user flies, as far as the simulator tells it. This first form takes the model text as it is.
-#include <fmt/format.h>
-
 #include "core/log.h"
 #include "core/user_aircraft.h"
 #include "core/window.h"
 #include "reference/reference.h"
 #include "sim/sim_internal.h"
+
+#include <fmt/format.h>
 
 namespace kes {
 
@@ -34,6 +34,8 @@ void onUserModel(std::string_view model) {
     repaint();
 }
 
-void resetUserRecognition() { userTitle.clear(); }
+void resetUserRecognition() {
+    userTitle.clear();
+}
 
 } // namespace kes

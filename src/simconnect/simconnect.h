@@ -15,12 +15,32 @@ using HANDLE = struct Connection*;
 inline constexpr HRESULT S_OK = 0;
 inline constexpr HRESULT E_FAIL = static_cast<HRESULT>(0x80004005);
 inline constexpr HRESULT E_INVALIDARG = static_cast<HRESULT>(0x80070057);
-inline constexpr bool failed(HRESULT hr) { return hr < 0; }
+inline constexpr bool failed(HRESULT hr) {
+    return hr < 0;
+}
 
 inline constexpr DWORD unused = 0xFFFFFFFF;
 inline constexpr DWORD objectIdUser = 0;
 
-enum class DataType : DWORD { invalid, int32, int64, float32, float64, string8, string32, string64, string128, string256, string260, stringV, initPosition, markerState, waypoint, latLonAlt, xyz };
+enum class DataType : DWORD {
+    invalid,
+    int32,
+    int64,
+    float32,
+    float64,
+    string8,
+    string32,
+    string64,
+    string128,
+    string256,
+    string260,
+    stringV,
+    initPosition,
+    markerState,
+    waypoint,
+    latLonAlt,
+    xyz
+};
 enum class Period : DWORD { never, once, visualFrame, simFrame, second };
 enum class SimObjectType : DWORD { user, all, aircraft, helicopter, boat, ground };
 inline constexpr DWORD groupPriorityHighest = 1;
@@ -28,15 +48,42 @@ inline constexpr DWORD eventFlagDefault = 0, eventFlagGroupIdIsPriority = 0x10;
 
 /// Kinds of received messages (dwID).
 enum class RecvId : DWORD {
-    null = 0, exception = 1, open = 2, quit = 3, event = 4, eventObjectAddRemove = 5, eventFilename = 6, eventFrame = 7,
-    simObjectData = 8, simObjectDataByType = 9, assignedObjectId = 12, clientData = 16, eventEx1 = 27,
+    null = 0,
+    exception = 1,
+    open = 2,
+    quit = 3,
+    event = 4,
+    eventObjectAddRemove = 5,
+    eventFilename = 6,
+    eventFrame = 7,
+    simObjectData = 8,
+    simObjectDataByType = 9,
+    assignedObjectId = 12,
+    clientData = 16,
+    eventEx1 = 27,
 };
 
 enum class Exception : DWORD {
-    none = 0, error = 1, sizeMismatch = 2, unrecognizedId = 3, unopened = 4, versionMismatch = 5, nameUnrecognized = 7,
-    eventIdDuplicate = 9, tooManyObjects = 11, dataError = 20, invalidDataSize = 19, createObjectFailed = 22,
-    loadFlightplanFailed = 23, operationInvalidForObjectType = 24, illegalOperation = 25, alreadySubscribed = 26,
-    invalidEnum = 27, definitionError = 28, duplicateId = 29, outOfBounds = 31,
+    none = 0,
+    error = 1,
+    sizeMismatch = 2,
+    unrecognizedId = 3,
+    unopened = 4,
+    versionMismatch = 5,
+    nameUnrecognized = 7,
+    eventIdDuplicate = 9,
+    tooManyObjects = 11,
+    dataError = 20,
+    invalidDataSize = 19,
+    createObjectFailed = 22,
+    loadFlightplanFailed = 23,
+    operationInvalidForObjectType = 24,
+    illegalOperation = 25,
+    alreadySubscribed = 26,
+    invalidEnum = 27,
+    definitionError = 28,
+    duplicateId = 29,
+    outOfBounds = 31,
 };
 
 // Received messages exactly as they lie on the wire. The client checks a packet's size against its kind before it hands
@@ -82,20 +129,23 @@ struct InitPosition {
 };
 #pragma pack(pop)
 static_assert(sizeof(RecvException) == 24 && sizeof(RecvOpen) == 308 && sizeof(RecvEvent) == 24);
-static_assert(sizeof(RecvEventObjectAddRemove) == 28 && sizeof(RecvEventFilename) == 288 && sizeof(RecvEventFrame) == 32);
+static_assert(sizeof(RecvEventObjectAddRemove) == 28 && sizeof(RecvEventFilename) == 288 &&
+              sizeof(RecvEventFrame) == 32);
 static_assert(sizeof(RecvSimObjectData) == 40 && sizeof(RecvAssignedObjectId) == 20 && sizeof(InitPosition) == 56);
 
 /// Data bytes behind the head of an object data message, and their number. Never reaches beyond the packet.
 inline const std::byte* dataOf(const RecvSimObjectData& message) {
     return reinterpret_cast<const std::byte*>(&message) + sizeof(RecvSimObjectData);
 }
-inline std::size_t dataSizeOf(const RecvSimObjectData& message) { return message.dwSize - sizeof(RecvSimObjectData); }
+inline std::size_t dataSizeOf(const RecvSimObjectData& message) {
+    return message.dwSize - sizeof(RecvSimObjectData);
+}
 
 using DispatchProc = void (*)(const Recv* pData, DWORD cbData, void* pContext);
 
 // All calls on one handle may come from any thread: a packet is numbered and written under one lock.
-// A null handle or a connection that has ended gives E_FAIL. What a dispatch handler sends is gathered and goes out when
-// it returns, at the latest behind the next packet of another thread: send ids and the wire keep one order.
+// A null handle or a connection that has ended gives E_FAIL. What a dispatch handler sends is gathered and goes out
+// when it returns, at the latest behind the next packet of another thread: send ids and the wire keep one order.
 
 /// Reaches the simulator and announces the client. E_FAIL without a simulator, E_INVALIDARG for a configuration
 /// index that does not exist. Waits at most about a second.
@@ -109,19 +159,28 @@ HRESULT SimConnect_Close(HANDLE hSimConnect);
 HRESULT SimConnect_CallDispatch(HANDLE hSimConnect, DispatchProc proc, void* pContext);
 HRESULT SimConnect_GetLastSentPacketID(HANDLE hSimConnect, DWORD* pdwError);
 HRESULT SimConnect_SubscribeToSystemEvent(HANDLE hSimConnect, DWORD eventId, const char* systemEventName);
-HRESULT SimConnect_AddToDataDefinition(HANDLE hSimConnect, DWORD defineId, const char* datumName, const char* unitsName, DataType datumType = DataType::float64, float epsilon = 0, DWORD datumId = unused);
+HRESULT SimConnect_AddToDataDefinition(HANDLE hSimConnect, DWORD defineId, const char* datumName, const char* unitsName,
+                                       DataType datumType = DataType::float64, float epsilon = 0,
+                                       DWORD datumId = unused);
 HRESULT SimConnect_MapClientEventToSimEvent(HANDLE hSimConnect, DWORD eventId, const char* eventName);
 HRESULT SimConnect_AddClientEventToNotificationGroup(HANDLE hSimConnect, DWORD groupId, DWORD eventId, bool maskable);
 HRESULT SimConnect_SetNotificationGroupPriority(HANDLE hSimConnect, DWORD groupId, DWORD priority);
-HRESULT SimConnect_RequestDataOnSimObject(HANDLE hSimConnect, DWORD requestId, DWORD defineId, DWORD objectId, Period period, DWORD flags = 0, DWORD origin = 0, DWORD interval = 0, DWORD limit = 0);
-HRESULT SimConnect_RequestDataOnSimObjectType(HANDLE hSimConnect, DWORD requestId, DWORD defineId, DWORD radiusMetres, SimObjectType type);
-HRESULT SimConnect_SetDataOnSimObject(HANDLE hSimConnect, DWORD defineId, DWORD objectId, DWORD flags, DWORD arrayCount, DWORD cbUnitSize, const void* pDataSet);
-HRESULT SimConnect_TransmitClientEvent(HANDLE hSimConnect, DWORD objectId, DWORD eventId, DWORD dwData, DWORD groupId, DWORD flags);
+HRESULT SimConnect_RequestDataOnSimObject(HANDLE hSimConnect, DWORD requestId, DWORD defineId, DWORD objectId,
+                                          Period period, DWORD flags = 0, DWORD origin = 0, DWORD interval = 0,
+                                          DWORD limit = 0);
+HRESULT SimConnect_RequestDataOnSimObjectType(HANDLE hSimConnect, DWORD requestId, DWORD defineId, DWORD radiusMetres,
+                                              SimObjectType type);
+HRESULT SimConnect_SetDataOnSimObject(HANDLE hSimConnect, DWORD defineId, DWORD objectId, DWORD flags, DWORD arrayCount,
+                                      DWORD cbUnitSize, const void* pDataSet);
+HRESULT SimConnect_TransmitClientEvent(HANDLE hSimConnect, DWORD objectId, DWORD eventId, DWORD dwData, DWORD groupId,
+                                       DWORD flags);
 /// The tail number travels in 12 bytes: at most 11 characters arrive.
-HRESULT SimConnect_AICreateNonATCAircraft(HANDLE hSimConnect, const char* szContainerTitle, const char* szTailNumber, const InitPosition& initPos, DWORD requestId);
+HRESULT SimConnect_AICreateNonATCAircraft(HANDLE hSimConnect, const char* szContainerTitle, const char* szTailNumber,
+                                          const InitPosition& initPos, DWORD requestId);
 HRESULT SimConnect_AIReleaseControl(HANDLE hSimConnect, DWORD objectId, DWORD requestId);
 HRESULT SimConnect_AIRemoveObject(HANDLE hSimConnect, DWORD objectId, DWORD requestId);
-HRESULT SimConnect_AISetAircraftFlightPlan(HANDLE hSimConnect, DWORD objectId, const char* szFlightPlanPath, DWORD requestId);
+HRESULT SimConnect_AISetAircraftFlightPlan(HANDLE hSimConnect, DWORD objectId, const char* szFlightPlanPath,
+                                           DWORD requestId);
 
 inline constexpr std::size_t tailNumberChars = 11; ///< what fits the wire field beside its zero
 

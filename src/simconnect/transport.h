@@ -2,11 +2,11 @@
 // chosen at link time: a TCP connection (transport_net.cpp) or the simulator model in the same process.
 #pragma once
 
+#include "simconnect/simconnect.h"
+
 #include <cstddef>
 #include <memory>
 #include <span>
-
-#include "simconnect/simconnect.h"
 
 namespace kes::simconnect {
 

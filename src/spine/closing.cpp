@@ -1,6 +1,4 @@
 // The end of a run: everything stops, what is to be saved is saved, and the next run or the end of the process follows.
-#include <fmt/format.h>
-
 #include "airports/park_airports.h"
 #include "airports/static_parking.h"
 #include "core/log.h"
@@ -22,6 +20,8 @@
 #include "traffic/flight_plans.h"
 #include "traffic/life_cycle.h"
 #include "window/message_pump.h"
+
+#include <fmt/format.h>
 
 namespace kes {
 
@@ -54,14 +54,16 @@ void waitUntilErrorIsRead() {
 }
 
 void forgetOneRunTexts() {
-    for (TextParameter* text : {static_cast<TextParameter*>(&par::DESTINATION), static_cast<TextParameter*>(&par::BLOCK_CALLSIGN)}) {
+    for (TextParameter* text :
+         {static_cast<TextParameter*>(&par::DESTINATION), static_cast<TextParameter*>(&par::BLOCK_CALLSIGN)}) {
         text->set("");
         save(*text);
     }
 }
 
 bool isRestartReason(ExitReason reason) {
-    return reason == ExitReason::newSettings || reason == ExitReason::simConnectError || reason == ExitReason::readerError;
+    return reason == ExitReason::newSettings || reason == ExitReason::simConnectError ||
+           reason == ExitReason::readerError;
 }
 
 void prepareRestart() {

@@ -1,3 +1,5 @@
 #include "spine/process.h"
 
-int main() { return kes::runProcess(); }
+int main() {
+    return kes::runProcess();
+}

@@ -1,10 +1,5 @@
 #include "spine/main_tick.h"
 
-#include <chrono>
-#include <cmath>
-#include <fmt/format.h>
-#include <thread>
-
 #include "airports/park_airports.h"
 #include "airports/static_parking.h"
 #include "core/clock.h"
@@ -24,6 +19,11 @@
 #include "traffic/conflicts.h"
 #include "traffic/filters.h"
 #include "traffic/life_cycle.h"
+
+#include <chrono>
+#include <cmath>
+#include <fmt/format.h>
+#include <thread>
 
 namespace kes {
 
@@ -47,7 +47,9 @@ void setAcceptSamples(bool on) {
     acceptSamples = on;
 }
 
-void handOverUserPosition() { trafficReader.setUserPosition(userAircraft.lat, userAircraft.lon); }
+void handOverUserPosition() {
+    trafficReader.setUserPosition(userAircraft.lat, userAircraft.lon);
+}
 
 void updateCounters() {
     std::int32_t live = 0;

@@ -1,11 +1,5 @@
 #include "spine/process.h"
 
-#include <algorithm>
-#include <cstdio>
-#include <filesystem>
-#include <fmt/format.h>
-#include <thread>
-
 #include "core/clock.h"
 #include "core/folders.h"
 #include "core/log.h"
@@ -17,6 +11,12 @@
 #include "spine/run.h"
 #include "window/message_pump.h"
 #include "window/terminal_window.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fmt/format.h>
+#include <thread>
 
 namespace kes {
 

@@ -3,7 +3,8 @@
 
 namespace kes {
 
-/// The whole program. -1 for a second instance, otherwise the exit code of the message pump; 1 when no log can be opened.
+/// The whole program. -1 for a second instance, otherwise the exit code of the message pump; 1 when no log can be
+/// opened.
 int runProcess();
 
 } // namespace kes

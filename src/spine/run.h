@@ -25,8 +25,8 @@ struct FeedPorts {
 };
 extern FeedPorts feedPorts;
 
-/// Sleeps `ms` milliseconds in pieces; ends early, with false, when the run is to end (or, with `onlyUserClose`, when the
-/// user has closed). All waits of a run go through here.
+/// Sleeps `ms` milliseconds in pieces; ends early, with false, when the run is to end (or, with `onlyUserClose`, when
+/// the user has closed). All waits of a run go through here.
 bool runSleep(std::int32_t ms, bool onlyUserClose = false);
 /// Tests shorten the waits: 0.01 makes a second 10 ms.
 void setRunSleepScale(double scale);

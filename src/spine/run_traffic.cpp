@@ -1,8 +1,4 @@
 // The connections of a run, one after the other, and the main loop.
-#include <chrono>
-#include <fmt/format.h>
-#include <thread>
-
 #include "airports/park_airports.h"
 #include "airports/static_parking.h"
 #include "core/log.h"
@@ -19,6 +15,10 @@
 #include "spine/main_tick.h"
 #include "spine/run.h"
 #include "traffic/life_cycle.h"
+
+#include <chrono>
+#include <fmt/format.h>
+#include <thread>
 
 namespace kes {
 
@@ -65,12 +65,15 @@ void waitForFirstTraffic() {
 
 } // namespace
 
-void setRunSleepScale(double scale) { sleepScale = scale; }
+void setRunSleepScale(double scale) {
+    sleepScale = scale;
+}
 
 bool runSleep(std::int32_t ms, bool onlyUserClose) {
     using namespace std::chrono;
     const auto stop = [&] { return onlyUserClose ? userClosed.load() : stopWanted(); };
-    const auto end = steady_clock::now() + duration_cast<steady_clock::duration>(duration<double, std::milli>(ms * sleepScale));
+    const auto end =
+        steady_clock::now() + duration_cast<steady_clock::duration>(duration<double, std::milli>(ms * sleepScale));
     for (;;) {
         if (stop())
             return false;

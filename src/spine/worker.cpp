@@ -1,11 +1,4 @@
 // Start-up of a run, up to the connection of simulator and traffic source.
-#include <atomic>
-#include <filesystem>
-#include <fmt/format.h>
-#include <new>
-#include <stdexcept>
-#include <thread>
-
 #include "airports/airport_table.h"
 #include "airports/park_airports.h"
 #include "core/folders.h"
@@ -25,6 +18,13 @@
 #include "traffic/flight_plans.h"
 #include "update/update.h"
 
+#include <atomic>
+#include <filesystem>
+#include <fmt/format.h>
+#include <new>
+#include <stdexcept>
+#include <thread>
+
 namespace kes {
 
 namespace fs = std::filesystem;
@@ -34,7 +34,9 @@ unsigned scanThreads = 1;
 
 namespace {
 
-TextParameter& selectedInstallPath() { return par::MSFS_2020 ? par::MSFS_INSTALL_PATH : par::MSFS_2024_INSTALL_PATH; }
+TextParameter& selectedInstallPath() {
+    return par::MSFS_2020 ? par::MSFS_INSTALL_PATH : par::MSFS_2024_INSTALL_PATH;
+}
 
 void dropCommunityFromInstallPath() {
     TextParameter& parameter = selectedInstallPath();

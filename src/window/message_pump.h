@@ -14,7 +14,8 @@ enum class AppMessage : std::uint32_t {
 
 /// Any thread.
 void postMessage(AppMessage message);
-/// Waits for messages and hands each to `handle` until the quit message; returns the code given to `postQuit`. UI thread.
+/// Waits for messages and hands each to `handle` until the quit message; returns the code given to `postQuit`. UI
+/// thread.
 int runMessagePump(void (*handle)(AppMessage));
 void postQuit(int code);
 

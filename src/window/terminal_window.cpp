@@ -1,10 +1,10 @@
 #include "window/terminal_window.h"
 
+#include "core/window.h"
+
 #include <atomic>
 #include <chrono>
 #include <fmt/format.h>
-
-#include "core/window.h"
 
 namespace kes {
 

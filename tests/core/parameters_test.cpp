@@ -178,6 +178,7 @@ TEST_F(ParametersTest, EntriesAreTakenByTheRules) {
         {"<other name='AIRPORT_RANGE' value='9'/>", "AIRPORT_RANGE", "20", "20"},
         {"<group>" + parameter("AIRPORT_RANGE", "9") + "</group>", "AIRPORT_RANGE", "20", "20"},
         {parameter("AIRPORT_RANGE", "9") + parameter("AIRPORT_RANGE", "10"), "AIRPORT_RANGE", "9", "9"},
+        {"<parameter name='AIRPORT_RANGE'/>" + parameter("AIRPORT_RANGE", "9"), "AIRPORT_RANGE", "20", "20"},
         {parameter("airport_range", "9"), "AIRPORT_RANGE", "20", "20"},
         {parameter("LOG", "false"), "LOG", "false", "false"},
         {parameter("LOG", "Yes"), "LOG", "true", "Yes"},
@@ -403,6 +404,7 @@ TEST_F(ParametersTest, SavesFromTwoThreadsLoseNothing) {
             MAX_LIVE.value = i;
             save(MAX_LIVE);
             DESTINATION.set("EDD" + std::to_string(i));
+            save(DESTINATION);
         }
     });
     for (int i = 1; i <= 30; ++i) {
@@ -413,6 +415,7 @@ TEST_F(ParametersTest, SavesFromTwoThreadsLoseNothing) {
     window.join();
     EXPECT_EQ(stored("MAX_LIVE"), "30");
     EXPECT_EQ(stored("LAST_EPOCH_TIME"), "30000");
+    EXPECT_EQ(stored("DESTINATION"), "EDD30");
     EXPECT_TRUE(asides().empty());
 }
 

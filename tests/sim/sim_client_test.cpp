@@ -1,17 +1,16 @@
 // The simulator client against the simulator model, through the real packets.
+#include "core/parameters.h"
+#include "core/run_state.h"
+#include "core/window.h"
+#include "sim/ai_commands.h"
 #include "sim/sim_client.h"
+#include "support.h"
+#include "world/simulator/inproc.h"
 
 #include <algorithm>
 #include <atomic>
 #include <gtest/gtest.h>
 #include <thread>
-
-#include "core/parameters.h"
-#include "core/run_state.h"
-#include "core/window.h"
-#include "sim/ai_commands.h"
-#include "support.h"
-#include "world/simulator/inproc.h"
 
 namespace kes {
 namespace {
@@ -21,7 +20,9 @@ using test::waitFor;
 constexpr double lat = 48.35, lon = 11.78;
 
 std::vector<SimReply> seenReplies;
-void keepReply(const SimReply& reply) { seenReplies.push_back(reply); }
+void keepReply(const SimReply& reply) {
+    seenReplies.push_back(reply);
+}
 
 struct SimClientTest : testing::Test {
     test::ProgramFolder program;
@@ -69,7 +70,8 @@ struct SimClientTest : testing::Test {
     }
     static const SimReply* reply(ReplyKind kind) {
         drainSimReplies(keepReply);
-        const auto it = std::find_if(seenReplies.begin(), seenReplies.end(), [&](const SimReply& r) { return r.kind == kind; });
+        const auto it =
+            std::find_if(seenReplies.begin(), seenReplies.end(), [&](const SimReply& r) { return r.kind == kind; });
         return it == seenReplies.end() ? nullptr : &*it;
     }
     /// Range requests as the main tick sends them, until a reply of a kind has come.
@@ -197,7 +199,8 @@ TEST_F(SimClientTest, AnAircraftOfAnotherProgramIsLoggedOnceAndLeftAlone) {
     simconnect::HANDLE other = nullptr;
     ASSERT_FALSE(simconnect::failed(simconnect::SimConnect_Open(&other, "Other")));
     const simconnect::InitPosition at{lat, lon + 0.01, 4000, 0, 0, 0, 0, 0};
-    ASSERT_FALSE(simconnect::failed(simconnect::SimConnect_AICreateNonATCAircraft(other, "Test A320 One", "FOREIGN", at, 7)));
+    ASSERT_FALSE(
+        simconnect::failed(simconnect::SimConnect_AICreateNonATCAircraft(other, "Test A320 One", "FOREIGN", at, 7)));
     ASSERT_TRUE(waitFor([&] {
         requestRange();
         return program.logHas("just spawned, but not by Kestrelune, oid: ");
@@ -256,7 +259,8 @@ TEST_F(SimClientTest, TheWrongSimulatorIsToldAndTheRunStaysUp) {
     world::inprocRunThread(5);
     startSimClient();
     ASSERT_TRUE(waitFor([] { return !errorText().empty(); }));
-    EXPECT_EQ(errorText(), "71: MSFS 2024 is running ..., switch Sim or toggle the Install path checkbox of Kestrelune");
+    EXPECT_EQ(errorText(),
+              "71: MSFS 2024 is running ..., switch Sim or toggle the Install path checkbox of Kestrelune");
     EXPECT_FALSE(exitRequested);
     clearError();
 }
@@ -274,7 +278,8 @@ TEST_F(SimClientTest, ComesLateGoesAndComesBack) {
     world::inprocStart(options());
     world::inprocRunThread(5);
     ASSERT_TRUE(waitFor([] { return exitRequested.load(); }));
-    EXPECT_EQ(exitReason(), ExitReason::simConnectError) << "a new simulator knows none of the old objects: a fresh run";
+    EXPECT_EQ(exitReason(), ExitReason::simConnectError)
+        << "a new simulator knows none of the old objects: a fresh run";
 }
 
 TEST_F(SimClientTest, AFailedRequestEndsTheRunForARestartAndEmptiesTheQueues) {

@@ -1,17 +1,17 @@
 // A program folder with the least content that lets a run fly, and lines to fly in it.
 #pragma once
 
-#include <array>
-#include <cstdlib>
-#include <fmt/format.h>
-#include <fstream>
-#include <vector>
-
 #include "core/geo.h"
 #include "core/parameters.h"
 #include "core/xml_file.h"
 #include "support.h"
 #include "world/simulator/model.h"
+
+#include <array>
+#include <cstdlib>
+#include <fmt/format.h>
+#include <fstream>
+#include <vector>
 
 namespace kes::test {
 
@@ -28,13 +28,16 @@ struct FlightFolder : ProgramFolder {
             fs::create_directories(folder / "appdata" / "InsideSystems");
             std::ofstream(folder / "appdata" / "InsideSystems" / "RealTraffic.jar") << "";
         }
-        std::ofstream(folder / "input/types.csv")
-            << "code,category,span_m\nA320,Large,34.1\nB738,Large,35.8\nB77W,Heavy,64.8\nC172,Light,11.0\nEC35,Rotorcraft,10.2\n";
+        std::ofstream(folder / "input/types.csv") << "code,category,span_m\nA320,Large,34.1\nB738,Large,35.8\nB77W,"
+                                                     "Heavy,64.8\nC172,Light,11.0\nEC35,Rotorcraft,10.2\n";
         std::ofstream(folder / "input/airlines.csv") << "code,name\nDLH,Lufthansa\nBAW,British Airways\n";
-        std::ofstream(folder / "input/registrations.csv") << "reg,airline,type,operator,cargo\nD-AIZA,DLH,A320,,false\n";
+        std::ofstream(folder / "input/registrations.csv")
+            << "reg,airline,type,operator,cargo\nD-AIZA,DLH,A320,,false\n";
         std::ofstream(folder / "input/airports_msfs.xml")
             << "<airports><airport code=\"EDDM\" alt=\"1487\" lat=\"48.354\" lon=\"11.786\" iata=\"MUC\"/></airports>";
-        writeLiveries({{"DLH", "A320", "Test A320 DLH"}, {"BAW", "A320", "Test A320 BAW"}, {"ZZZ", "B738", "Test B738 ZZZ"},
+        writeLiveries({{"DLH", "A320", "Test A320 DLH"},
+                       {"BAW", "A320", "Test A320 BAW"},
+                       {"ZZZ", "B738", "Test B738 ZZZ"},
                        {"PVT", "C172", "Test C172 PVT"}});
         writeParameters("");
     }
@@ -54,7 +57,8 @@ struct FlightFolder : ProgramFolder {
     /// parameters.xml with an install path, no scans, a free control-link port, and `more` elements.
     void writeParameters(const std::string& more, bool withInstallPath = true) const {
         std::ofstream(folder / "appdata/Kestrelune/parameters.xml")
-            << "<parameters><parameter name=\"MSFS_INSTALL_PATH\" value=\"" << (withInstallPath ? folder.string() : "") << "\"/>"
+            << "<parameters><parameter name=\"MSFS_INSTALL_PATH\" value=\"" << (withInstallPath ? folder.string() : "")
+            << "\"/>"
             << "<parameter name=\"SCAN_LIVERIES\" value=\"false\"/><parameter name=\"SCAN_AIRPORTS\" value=\"false\"/>"
             << "<parameter name=\"PROGRAM_VERSION\" value=\"10.10.9\"/>"
             << "<parameter name=\"PORT_NUMBER\" value=\"0\"/>" << more << "</parameters>";
@@ -75,8 +79,8 @@ inline world::SimulatorOptions overTheField() {
 struct Straight {
     std::uint32_t hexid = 4000001;
     std::string callsign = "DLH4AB", model = "A320", regcode = "D-AIZA";
-    double bearing = 1.0;    ///< radians
-    double startNm = -5;     ///< along the bearing from the field at time 0
+    double bearing = 1.0; ///< radians
+    double startNm = -5;  ///< along the bearing from the field at time 0
     double knots = 250, alt = 9000, vs = 0;
 
     LatLon at(double seconds) const {
@@ -86,11 +90,12 @@ struct Straight {
     }
     std::string line(double seconds) const {
         const LatLon p = at(seconds);
-        return fmt::format("RTTFC,{},{:.5f},{:.5f},{:.0f},{:.0f},1,{:.2f},{:.2f},{},{},{},MUC,LHR,{:.1f},X2,LH4AB,F_adsb_icao,"
-                           "{:.0f},343,466,0.744,-0.0,0.0,54.49,{:.2f},1280,none,A3,1012.8,{:.0f},-1,54.84,none,0.0,-20.8,"
-                           "227,19,-15,14,1,{:.0f},0,DLH",
-                           hexid, p.lat, p.lon, alt, vs, bearing * radToDeg, knots, callsign, model, regcode,
-                           1700000000.0 + seconds, alt, bearing * radToDeg, alt, alt);
+        return fmt::format(
+            "RTTFC,{},{:.5f},{:.5f},{:.0f},{:.0f},1,{:.2f},{:.2f},{},{},{},MUC,LHR,{:.1f},X2,LH4AB,F_adsb_icao,"
+            "{:.0f},343,466,0.744,-0.0,0.0,54.49,{:.2f},1280,none,A3,1012.8,{:.0f},-1,54.84,none,0.0,-20.8,"
+            "227,19,-15,14,1,{:.0f},0,DLH",
+            hexid, p.lat, p.lon, alt, vs, bearing * radToDeg, knots, callsign, model, regcode, 1700000000.0 + seconds,
+            alt, bearing * radToDeg, alt, alt);
     }
 };
 

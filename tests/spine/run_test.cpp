@@ -1,11 +1,4 @@
 // Runs of the worker with real threads and real sockets, the simulator model behind the client functions.
-#include "spine/run.h"
-
-#include <atomic>
-#include <fmt/format.h>
-#include <gtest/gtest.h>
-#include <thread>
-
 #include "core/run_state.h"
 #include "core/user_aircraft.h"
 #include "feed/control_link.h"
@@ -15,8 +8,14 @@
 #include "platform/socket.h"
 #include "platform/system.h"
 #include "spine/main_tick.h"
+#include "spine/run.h"
 #include "traffic/live_aircraft.h"
 #include "world/simulator/inproc.h"
+
+#include <atomic>
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <thread>
 
 namespace kes {
 namespace {
@@ -151,7 +150,8 @@ TEST_F(RunTest, FromADatagramToAMovingObjectAndBackToNothing) {
     EXPECT_LT(endRun(), 5000);
     EXPECT_TRUE(link.waitForText("exit\r\n"));
     EXPECT_TRUE(program.logHas("Exiting: NOT YET SET"));
-    EXPECT_TRUE(waitFor([] { return world::inprocObjects().empty(); })) << "the simulator drops a closed client's objects";
+    EXPECT_TRUE(waitFor([] { return world::inprocObjects().empty(); }))
+        << "the simulator drops a closed client's objects";
 }
 
 TEST_F(RunTest, RunsAgainManyTimesInOneProcessWithoutAThreadOrMemoryLeft) {
@@ -193,7 +193,8 @@ TEST_F(RunTest, WaitForTheTrafficSourceEndsAtOnceOnBothFlags) {
         else
             requestExit(ExitReason::newFlight, 45);
         ASSERT_TRUE(waitFor([&] { return program.logHas("Exiting: "); }));
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(400)) << "200 ms and a busy machine";
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(400))
+            << "200 ms and a busy machine";
         endRun();
         world::inprocStop();
         resetRun();
@@ -386,7 +387,8 @@ TEST_F(RunTest, AVersionUpdateTurnsTheScansOn) {
         bool update;
     };
     std::ofstream("install_new_version.exe") << "x";
-    for (const Case& c : {Case{"", false}, Case{"10.10.9", false}, Case{"10.11.0", false}, Case{"10.10.8", true}, Case{"9.99.99", true}}) {
+    for (const Case& c : {Case{"", false}, Case{"10.10.9", false}, Case{"10.11.0", false}, Case{"10.10.8", true},
+                          Case{"9.99.99", true}}) {
         par::SCAN_LIVERIES.value = false;
         par::SCAN_AIRPORTS.value = false;
         par::PROGRAM_VERSION.set(c.stored);

@@ -1,15 +1,9 @@
 // Whole flights in virtual time: a line goes in, an aircraft comes out.
-#include "world/replay/virtual_flight.h"
-
-#include <cmath>
-#include <cstring>
-#include <gtest/gtest.h>
-
 #include "airports/airport_ref.h"
 #include "airports/airport_table.h"
 #include "core/ai_aircraft.h"
-#include "core/random.h"
 #include "core/hh_now.h"
+#include "core/random.h"
 #include "core/run_state.h"
 #include "core/user_aircraft.h"
 #include "core/window.h"
@@ -20,7 +14,12 @@
 #include "sim/ai_commands.h"
 #include "spine/main_tick.h"
 #include "traffic/life_cycle.h"
+#include "world/replay/virtual_flight.h"
 #include "world/simulator/inproc.h"
+
+#include <cmath>
+#include <cstring>
+#include <gtest/gtest.h>
 
 namespace kes {
 namespace {
@@ -167,9 +166,9 @@ TEST_F(VirtualFlightTest, TheRangeFollowsTheUsersFlight) {
         double agl, northNm;
         std::int32_t range;
     };
-    for (const Case& c : {Case{true, 0, 0, 10}, Case{true, 0, 200, 10}, Case{false, 49001, 0, 100}, Case{false, 30000, 5, 40},
-                          Case{false, 3000, 7, 10}, Case{false, 3000, 8, 11}, Case{false, 3000, 36, 39},
-                          Case{false, 3000, 37.5, 40}, Case{false, 3000, 90, 40}}) {
+    for (const Case& c : {Case{true, 0, 0, 10}, Case{true, 0, 200, 10}, Case{false, 49001, 0, 100},
+                          Case{false, 30000, 5, 40}, Case{false, 3000, 7, 10}, Case{false, 3000, 8, 11},
+                          Case{false, 3000, 36, 39}, Case{false, 3000, 37.5, 40}, Case{false, 3000, 90, 40}}) {
         userOnGround = c.onGround;
         userAircraft.agl = c.agl;
         userAircraft.lat = test::fieldLat + c.northNm / 60.0;

@@ -66,7 +66,6 @@ TEST_F(SimulatorTest, EachKindOfAircraftGetsItsInitialSet) {
         bool airborne, parked;
         std::vector<std::string> expected; ///< after the three freezes
     };
-    const std::vector<std::string> toggles{"ALL_LIGHTS_TOGGLE 0", "ALL_LIGHTS_TOGGLE 0"};
     const Case cases[] = {
         {"DLH1",
          "A320",

@@ -327,6 +327,8 @@ TEST(Options, areReadAndChecked) {
     EXPECT_EQ(options.simulator.generation, Generation::msfs2024);
     EXPECT_EQ(options.simulator.terrain.airfields.size(), 2u);
     EXPECT_EQ(options.minutes, 0.5);
+    EXPECT_EQ(parse({"--command", "fps 60", "--command", "sim 0"}).commands,
+              (std::vector<std::string>{"fps 60", "sim 0"}));
     EXPECT_TRUE(parse({"--help"}).help);
     EXPECT_EQ(parse({"--protocols", "5-6"}).simulator.lowestProtocol, 5u);
     const std::vector<std::vector<const char*>> bad = {{"--port"},

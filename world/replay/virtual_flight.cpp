@@ -1,9 +1,5 @@
 #include "world/replay/virtual_flight.h"
 
-#include <charconv>
-#include <stdexcept>
-#include <zlib.h>
-
 #include "airports/static_parking.h"
 #include "core/run_state.h"
 #include "core/user_aircraft.h"
@@ -15,13 +11,19 @@
 #include "spine/run.h"
 #include "world/simulator/inproc.h"
 
+#include <charconv>
+#include <stdexcept>
+#include <zlib.h>
+
 namespace kes::world {
 
 namespace {
 
 constexpr double tickSeconds = 0.01;
 
-void dispatchAll() { simconnect::SimConnect_CallDispatch(simHandle, dispatch, nullptr); }
+void dispatchAll() {
+    simconnect::SimConnect_CallDispatch(simHandle, dispatch, nullptr);
+}
 
 } // namespace
 

@@ -57,22 +57,26 @@ void writeText(SimObject& object, const Field& field, const std::byte* from) {
 /// One element in definition order; its size was checked. All or nothing.
 bool setElement(Session& session, const Definition& definition, SimObject& object, const std::byte* from) {
     std::vector<double>& values = session.scratch;
-    values.clear();
+    values.resize(definition.fields.size());
     const std::byte* at = from;
+    double* value = values.data();
     for (const Field& field : definition.fields) {
-        const double value = field.text ? 0.0 : unpackNumber(field, at);
-        if (!field.text && !acceptable(field, value))
-            return false;
-        values.push_back(value);
+        if (!field.text) {
+            *value = storedValue(field, unpackNumber(field, at));
+            if (!acceptable(field, *value))
+                return false;
+        }
+        ++value;
         at += field.size;
     }
     at = from;
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const Field& field = definition.fields[i];
+    value = values.data();
+    for (const Field& field : definition.fields) {
         if (field.text)
             writeText(object, field, at);
         else
-            writeNumber(object, field, values[i]);
+            writeNumber(object, field, *value);
+        ++value;
         at += field.size;
     }
     return true;
@@ -95,7 +99,7 @@ Exception setTaggedPairs(const Definition& definition, SimObject& object, const 
         if (field->text) {
             writeText(object, *field, at);
         } else {
-            const double value = unpackNumber(*field, at);
+            const double value = storedValue(*field, unpackNumber(*field, at));
             if (!acceptable(*field, value))
                 return Exception::dataError;
             writeNumber(object, *field, value);

@@ -390,8 +390,7 @@ double unpackNumber(const Field& field, const std::byte* from) {
     }
 }
 
-bool acceptable(const Field& field, double wireValue) {
-    const double stored = wireValue / field.perStored;
+bool acceptable(const Field& field, double stored) {
     if (!std::isfinite(stored))
         return false;
     if (field.datum == Datum::latitude)
@@ -401,8 +400,7 @@ bool acceptable(const Field& field, double wireValue) {
     return true;
 }
 
-void writeNumber(SimObject& object, const Field& field, double wireValue) {
-    const double stored = wireValue / field.perStored;
+void writeNumber(SimObject& object, const Field& field, double stored) {
     switch (field.datum) {
     case Datum::latitude:
         object.lat = stored;

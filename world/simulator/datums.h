@@ -87,9 +87,13 @@ std::string_view readText(const SimObject& object, const Field& field);
 void packNumber(const Field& field, double value, std::byte* to);
 double unpackNumber(const Field& field, const std::byte* from);
 
+/// A wire value in the unit in which the object keeps it.
+inline double storedValue(const Field& field, double wireValue) {
+    return field.perStored == 1.0 ? wireValue : wireValue / field.perStored;
+}
 /// False when a value cannot be taken: not finite, latitude beyond the poles, longitude beyond a full turn.
-bool acceptable(const Field& field, double wireValue);
-/// Sets a settable number; `wireValue` was found acceptable.
-void writeNumber(SimObject& object, const Field& field, double wireValue);
+bool acceptable(const Field& field, double stored);
+/// Sets a settable number that was found acceptable.
+void writeNumber(SimObject& object, const Field& field, double stored);
 
 } // namespace kes::world

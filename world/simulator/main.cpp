@@ -29,6 +29,13 @@ int run(const kes::world::ProgramOptions& options) {
         std::fprintf(stderr, "%s\n", error.c_str());
         return 1;
     }
+    for (const std::string& command : options.commands) {
+        const std::string answer = server.command(command);
+        if (answer.starts_with("error:")) {
+            std::fprintf(stderr, "--command %s: %s\n", command.c_str(), answer.c_str());
+            return 2;
+        }
+    }
     std::printf("simulator listening on port %u\n", unsigned{server.port()});
     if (options.server.control)
         std::printf("control listening on port %u\n", unsigned{server.controlPort()});

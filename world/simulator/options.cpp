@@ -82,6 +82,8 @@ void setOne(ProgramOptions& options, std::string_view name, std::string_view val
         simulator.highestProtocol = dash == std::string_view::npos
                                         ? simulator.lowestProtocol
                                         : static_cast<std::uint32_t>(numberOf(name, value.substr(dash + 1), 0, 255));
+    } else if (name == "--command") {
+        options.commands.emplace_back(value);
     } else if (name == "--report") {
         options.reportFile = value;
     } else if (name == "--minutes") {
@@ -128,6 +130,7 @@ std::string usage() {
                "  --airfield LAT,LON,ELEV_FT[,RADIUS_NM]  flat ground; may be repeated\n"
                "  --hills FEET                    height of the hills elsewhere, default 600\n"
                "  --protocols LOW-HIGH            accepted protocol numbers, default 2-6\n"
+               "  --command LINE                  carry out a command at the start; may be repeated\n"
                "  --report FILE                   write the counters there at the end, as JSON\n"
                "  --minutes N                     end by itself\n"
                "  --help                          this text\n"

@@ -6,14 +6,16 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace kes::world {
 
 struct ProgramOptions {
     SimulatorOptions simulator;
     ServerOptions server;
-    std::string reportFile; ///< empty = none
-    double minutes = 0;     ///< 0 = until told to end
+    std::string reportFile;            ///< empty = none
+    double minutes = 0;                ///< 0 = until told to end
+    std::vector<std::string> commands; ///< to be carried out at the start
     bool help = false;
 };
 

@@ -134,6 +134,7 @@ bool ControlClient::pause(int ms) {
 
 void ControlClient::run() {
     while (pause(0)) {
+        bool toldToLeave = false;
         platform::Socket socket;
         {
             std::lock_guard lock(mutex_);
@@ -155,7 +156,7 @@ void ControlClient::run() {
             }
             if (go) {
                 socket.setNoDelay();
-                serve(socket);
+                toldToLeave = serve(socket);
             }
         }
         {
@@ -164,25 +165,25 @@ void ControlClient::run() {
             counts_.connected = false;
         }
         socket.close();
-        // A server that said "exit" may still hold its port for a moment; the pause keeps us out of its queue.
-        if (!pause(retryMs_)) {
+        // A server that said "exit" may still hold its port for a moment; a longer pause keeps us out of its queue.
+        if (!pause(toldToLeave ? 4 * retryMs_ : retryMs_)) {
             break;
         }
     }
 }
 
-void ControlClient::serve(platform::Socket& socket) {
+bool ControlClient::serve(platform::Socket& socket) {
     std::array<char, 4096> buffer;
     std::string text;
     for (;;) {
         const platform::IoResult r = socket.receive(buffer, -1);
         if (r.stopped) {
-            return;
+            return false;
         }
         if (r.bytes <= 0) {
             std::lock_guard lock(mutex_);
             ++counts_.connectionsLost;
-            return;
+            return false;
         }
         text.append(buffer.data(), static_cast<std::size_t>(r.bytes));
         std::size_t end = 0;
@@ -193,16 +194,17 @@ void ControlClient::serve(platform::Socket& socket) {
                 line.pop_back();
             }
             bool asked = false, leave = false;
+            const bool told = line == "exit";
             {
                 std::lock_guard lock(mutex_);
                 asked = countLine(line, counts_);
-                leave = line == "exit" || dropping_ || stopping_ || !enabled_;
+                leave = told || dropping_ || stopping_ || !enabled_;
             }
             if (asked) {
                 socket.sendAll(versionReply(professional_), 2000);
             }
             if (leave) {
-                return;
+                return told;
             }
         }
         if (text.size() > longestLine) {

@@ -51,8 +51,8 @@ public:
 
 private:
     void run();
-    void serve(platform::Socket& socket);
-    bool pause(int ms); ///< false when told to stop
+    bool serve(platform::Socket& socket); ///< reads until the end; true when the server said "exit"
+    bool pause(int ms);                   ///< false when told to stop
     std::string host_, port_;
     bool professional_ = false;
     int retryMs_ = 500;

@@ -155,7 +155,7 @@ void SourceRun::sendGarbage(std::uint64_t count) {
 
 void SourceRun::sendFlood(double now) {
     const double until = std::min(now, floodUntil_);
-    const auto wanted = static_cast<std::uint64_t>((until - floodFrom_) * floodRate_);
+    const auto wanted = static_cast<std::uint64_t>((until - floodFrom_) * floodRate_ + 1e-3);
     // In portions, so that a command is heard while it lasts.
     for (int portion = 0; floodSent_ < wanted && portion < 500; ++floodSent_, ++portion) {
         if (recent_.empty()) {
