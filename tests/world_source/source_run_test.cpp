@@ -245,7 +245,7 @@ TEST(SourceRun, ControlLinkAnswersCountsAndReturns) {
     server.client.close();
     Server next(port);
     ASSERT_TRUE(next.accept());
-    ASSERT_TRUE(eventually([&] { return source.report()["controlConnections"] == 5; }));
+    ASSERT_TRUE(eventually([&] { return source.report()["controlConnections"] == 5; })) << source.run.reportJson();
     EXPECT_EQ(source.report()["linesByKind"]["exit"], 1);
     EXPECT_EQ(source.report()["controlConnectionsLost"], 1);
 }

@@ -1,0 +1,133 @@
+// Recordings of real traffic through the whole logic in virtual time, with the content that the project ships.
+#include <algorithm>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <map>
+
+#include "airports/airport_ref.h"
+#include "airports/airport_table.h"
+#include "core/parameters.h"
+#include "core/random.h"
+#include "core/run_state.h"
+#include "liveries/store.h"
+#include "reference/reference.h"
+#include "support.h"
+#include "traffic/life_cycle.h"
+#include "traffic/tick_check.h"
+#include "world/content/content.h"
+#include "world/replay/virtual_flight.h"
+#include "world/simulator/inproc.h"
+
+namespace kes {
+namespace {
+
+struct Recording {
+    const char* file;
+    double lat, lon, altFeet;
+    double minutes;
+    std::size_t leastPeak;    ///< aircraft at once
+    std::size_t leastCreated; ///< objects in all; below what the recording holds within range
+};
+
+void PrintTo(const Recording& r, std::ostream* out) { *out << r.file; }
+
+struct RecordingTest : testing::TestWithParam<Recording> {
+    test::ProgramFolder program;
+
+    void SetUp() override {
+        setParameterDefaults();
+        resetLiveries();
+        resetAirportTable();
+        const auto data = std::filesystem::path(KES_SOURCE_DIR) / "data";
+        world::makeContent({data, program.folder, program.folder / "sim" / "Community", program.folder / "appdata", true});
+        par::MSFS_INSTALL_PATH.set((program.folder / "sim").string());
+        createFolders();
+        readDataBase();
+        readAirportTable();
+        scanLiveries();
+    }
+    void TearDown() override {
+        resetLiveries();
+        resetAirportTable();
+    }
+};
+
+TEST_P(RecordingTest, FliesWithoutAFaultAndWithoutAJump) {
+    const Recording& r = GetParam();
+    const std::filesystem::path file = std::filesystem::path(KES_SOURCE_DIR) / "../shared/data/traffic" / r.file;
+    if (!std::filesystem::exists(file))
+        GTEST_SKIP() << "no recordings beside the project";
+    const auto lines = world::readRecording(file);
+    ASSERT_FALSE(lines.empty());
+
+    setRandomSeed(1);
+    world::SimulatorOptions o;
+    o.lat = r.lat;
+    o.lon = r.lon;
+    o.altFeet = r.altFeet;
+    o.terrain.hillFeet = 0;
+    for (const AirportEntry& a : airportTable)
+        if (distanceNm({a.lat, a.lon}, {r.lat, r.lon}) < 100)
+            o.terrain.airfields.push_back({a.lat, a.lon, a.alt});
+    world::startVirtualFlight(o);
+
+    struct Seen {
+        LatLon at;
+        std::int64_t ns = 0;
+    };
+    std::map<std::uint32_t, Seen> seen;
+    double fastest = 0; ///< knots over the ground between two records of one object
+    std::string fastestTail;
+    world::Hooks hooks;
+    hooks.position = [&](const world::SimObject& object) {
+        const auto [it, isNew] = seen.try_emplace(object.id);
+        const LatLon here{object.lat, object.lon};
+        const std::int64_t ns = object.recordNs;
+        if (!isNew && ns > it->second.ns) {
+            const double knots = distanceNm(it->second.at, here) / (static_cast<double>(ns - it->second.ns) / 3.6e12);
+            if (knots > fastest) {
+                fastest = knots;
+                fastestTail = object.tail;
+            }
+        }
+        it->second = {here, ns};
+    };
+    world::inprocSetHooks(hooks);
+
+    std::size_t next = 0;
+    std::size_t peak = 0;
+    std::string violation;
+    const int ticks = static_cast<int>(r.minutes * 6000);
+    for (int tick = 0; tick < ticks; ++tick) {
+        for (; next < lines.size() && lines[next].time <= lines.front().time + tick / 100.0; ++next)
+            world::virtualDatagram(lines[next].text);
+        ASSERT_TRUE(world::virtualTick()) << program.logText().substr(0, 3000);
+        if (violation.empty())
+            violation = checkLiveTables();
+        if (tick % 100 == 0)
+            peak = std::max(peak, world::inprocObjects().size());
+    }
+    world::inprocSetHooks({});
+    const world::Counters counters = world::inprocCounters();
+    RecordProperty("peak", static_cast<int>(peak));
+    RecordProperty("created", static_cast<int>(counters.objectsCreated));
+    RecordProperty("fastest", std::to_string(fastest) + " " + fastestTail);
+    EXPECT_EQ(violation, "");
+    EXPECT_GE(peak, r.leastPeak);
+    EXPECT_GE(counters.objectsCreated, r.leastCreated);
+    EXPECT_LT(fastest, 800) << fastestTail << ": a leg lasts at least 25 ticks, so nothing may jump";
+    EXPECT_TRUE(counters.exceptions.empty());
+    EXPECT_EQ(program.logCount("exception"), 0U);
+    EXPECT_EQ(program.logCount("! "), 0U);
+    world::endVirtualFlight();
+    EXPECT_TRUE(liveAircraft.empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Recordings, RecordingTest,
+                         testing::Values(Recording{"lebl-ground-20201002.rttfc.gz", 41.30, 2.08, 5000, 61, 4, 15},
+                                         Recording{"egll-terminal-20170802.rttfc.gz", 51.47, -0.46, 20000, 88, 10, 30},
+                                         Recording{"swiss-enroute-20180801.rttfc.gz", 46.8, 8.2, 25000, 46, 8, 30},
+                                         Recording{"lfbo-egll-20240606.rttfc.gz", 43.63, 1.37, 5000, 30, 1, 3}));
+
+} // namespace
+} // namespace kes
