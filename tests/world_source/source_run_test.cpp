@@ -227,16 +227,23 @@ TEST(SourceRun, ControlLinkAnswersCountsAndReturns) {
     EXPECT_NEAR(report["lastPosition"]["lat"].get<double>(), 48.5, 1e-4);
     EXPECT_NEAR(report["lastPosition"]["lon"].get<double>(), 11.25, 1e-4);
 
-    // The connection breaks: it comes back. On command, too, and not while the link is off.
+    // The connection breaks: it comes back. On command, too, and not while the link is off. A command that comes
+    // while the client is still connecting would cut that short, hence the waits.
+    const auto made = [&](int connections) {
+        return eventually([&] { return source.report()["controlConnections"] == connections; });
+    };
     ASSERT_TRUE(server.accept()) << "a broken connection was not made again";
+    ASSERT_TRUE(made(2));
     EXPECT_EQ(source.run.command("drop-link"), "ok");
     EXPECT_EQ(server.read(), "");
     ASSERT_TRUE(server.accept());
+    ASSERT_TRUE(made(3));
     EXPECT_EQ(source.run.command("link off"), "ok");
     EXPECT_EQ(server.read(), "");
     EXPECT_FALSE(server.accept(1200));
     EXPECT_EQ(source.run.command("link on"), "ok");
     ASSERT_TRUE(server.accept());
+    ASSERT_TRUE(made(4));
 
     // After "exit" it closes from its side and finds the next server on the port.
     server.listener.close();
@@ -245,7 +252,7 @@ TEST(SourceRun, ControlLinkAnswersCountsAndReturns) {
     server.client.close();
     Server next(port);
     ASSERT_TRUE(next.accept());
-    ASSERT_TRUE(eventually([&] { return source.report()["controlConnections"] == 5; })) << source.run.reportJson();
+    ASSERT_TRUE(made(5));
     EXPECT_EQ(source.report()["linesByKind"]["exit"], 1);
     EXPECT_EQ(source.report()["controlConnectionsLost"], 1);
 }

@@ -188,7 +188,9 @@ void watch(World& world, double minutes) {
         world.simulator.pump(0);
         world.source.pump(0);
         if (!world.program.running()) {
-            world.complain(fmt::format("the program ended before its time with code {}", *world.program.exitCode()));
+            const int code = *world.program.exitCode();
+            world.complain(fmt::format("the program ended before its time with code {}{}", code,
+                                       code == 255 ? ", as it does when another one is running" : ""));
             return;
         }
         for (const Child* standIn : {&world.simulator, &world.source}) {

@@ -147,12 +147,11 @@ void ControlClient::run() {
             bool go = false;
             {
                 std::lock_guard lock(mutex_);
+                // The server has seen this connection, even when the link was switched off meanwhile.
+                ++counts_.connections;
                 go = !stopping_ && enabled_;
-                if (go) {
-                    dropping_ = false;
-                    counts_.connected = true;
-                    ++counts_.connections;
-                }
+                counts_.connected = go;
+                dropping_ = false;
             }
             if (go) {
                 socket.setNoDelay();
