@@ -8,19 +8,36 @@
 namespace {
 std::atomic<std::size_t> allocations{0};
 
-void* counted(std::size_t size) {
+void* counted(std::size_t size) noexcept {
     allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* p = std::malloc(size == 0 ? 1 : size))
+    return std::malloc(size == 0 ? 1 : size);
+}
+
+void* countedOrThrow(std::size_t size) {
+    if (void* p = counted(size))
         return p;
     throw std::bad_alloc();
 }
 } // namespace
 
+// All forms that meet in one delete: a sanitizer's own would not match this malloc.
 void* operator new(std::size_t size) {
-    return counted(size);
+    return countedOrThrow(size);
 }
 void* operator new[](std::size_t size) {
+    return countedOrThrow(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     return counted(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return counted(size);
+}
+void operator delete(void* p, const std::nothrow_t&) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p, const std::nothrow_t&) noexcept {
+    std::free(p);
 }
 void operator delete(void* p) noexcept {
     std::free(p);

@@ -20,7 +20,7 @@ using namespace kes::runner;
 using Clock = std::chrono::steady_clock;
 
 constexpr const char* markName = ".made-by-kestrelune-run";
-constexpr int startMs = 30000, closeMs = 30000, standInCloseMs = 10000, contentMs = 120000;
+constexpr int startMs = 30000, closeMs = 30000, standInCloseMs = 10000, contentMs = 120000, firstWordMs = 5000;
 
 std::atomic<bool> endAsked{false};
 
@@ -164,6 +164,12 @@ bool startSource(World& world, const Places& at, const RunOptions& options, cons
     return true;
 }
 
+void noteEarlyEnd(World& world) {
+    const int code = world.program.exitCode().value_or(-1);
+    world.complain(fmt::format("the program ended before its time with code {}{}", code,
+                               code == 255 ? ", as it does when another one is running" : ""));
+}
+
 bool startProgram(World& world, const Places& at, const RunOptions& options) {
     ChildSpec spec{"kestrelune", at.program("kestrelune", "src"), {}, at.folder, {}, at.output / "program.txt", true};
     spec.environment.emplace_back("XDG_CONFIG_HOME", at.appData.string());
@@ -177,6 +183,12 @@ bool startProgram(World& world, const Places& at, const RunOptions& options) {
         world.complain(error);
         return false;
     }
+    // A second instance leaves without a word. The source must not be let loose on the first one.
+    world.program.waitForLine("", firstWordMs);
+    if (!world.program.running()) {
+        noteEarlyEnd(world);
+        return false;
+    }
     return true;
 }
 
@@ -188,9 +200,7 @@ void watch(World& world, double minutes) {
         world.simulator.pump(0);
         world.source.pump(0);
         if (!world.program.running()) {
-            const int code = *world.program.exitCode();
-            world.complain(fmt::format("the program ended before its time with code {}{}", code,
-                                       code == 255 ? ", as it does when another one is running" : ""));
+            noteEarlyEnd(world);
             return;
         }
         for (const Child* standIn : {&world.simulator, &world.source}) {
@@ -247,7 +257,7 @@ int runWorld(const RunOptions& options) {
     }
     World world;
     const bool up = makeFolder(world, at, options) && startSimulator(world, at, options, plan) &&
-                    startSource(world, at, options, plan) && startProgram(world, at, options);
+                    startProgram(world, at, options) && startSource(world, at, options, plan);
     if (up) {
         say(fmt::format("user's aircraft at {}, {}, program folder {}", startText(plan.user),
                         options.minutes > 0 ? fmt::format("for {:g} minutes", options.minutes) : "until Ctrl-C",
@@ -256,7 +266,7 @@ int runWorld(const RunOptions& options) {
     }
     closeDown(world);
     const std::optional<int> code = world.program.started() ? world.program.exitCode() : std::nullopt;
-    if (code && *code != 0) {
+    if (up && code && *code != 0 && world.problems.empty()) {
         world.complain(fmt::format("the program's exit code is {}", *code));
     }
     const auto source = readJson(at.output / "source.json"), simulator = readJson(at.output / "simulator.json");
