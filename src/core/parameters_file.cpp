@@ -307,13 +307,13 @@ void deriveValues() {
 }
 
 void saveValue(std::string_view name, const std::string& value) {
-    // Taken before the file is held, for a file that has to be built anew.
+    // Taken before the file is held, as these have locks of their own; for a file that has to be built anew.
     std::vector<std::string> values;
     for (const StoredParameter& parameter : table())
         values.push_back(parameter.valueText());
 
-    const std::lock_guard lock(fileMutex);
     const fs::path path = parametersFile();
+    const std::lock_guard lock(fileMutex);
     pugi::xml_document document;
     std::string reason;
     const FileState state = loadFile(path, document, reason);
@@ -434,9 +434,9 @@ bool takeParameters(pugi::xml_document& document, TakenTexts& texts) {
 void readParameters() {
     TakenTexts texts;
     FileState state = FileState::good;
+    const fs::path path = parametersFile();
     {
         const std::lock_guard lock(fileMutex);
-        const fs::path path = parametersFile();
         pugi::xml_document document;
         std::string reason;
         state = loadFile(path, document, reason);

@@ -1,5 +1,5 @@
-// Sockets on IPv4, the same on every system. Each object may be used by one thread while another calls `stop`,
-// which ends a wait at once. Error codes are in Windows Sockets numbering (see core/log.h, socketErrorText).
+// Sockets on IPv4, the same on every system. One thread may receive and another send on one object, while a third calls
+// `stop`, which ends their waits at once. Error codes are in Windows Sockets numbering (see core/log.h, socketErrorText).
 #pragma once
 
 #include <cstddef>

@@ -160,6 +160,8 @@ void beginFineTimer() {}
 void endFineTimer() {}
 
 void watchCloseSignals(void (*onClose)()) {
+    // A terminal that has gone must not take the program with it before it has closed down.
+    ::signal(SIGPIPE, SIG_IGN);
     sigset_t closing;
     sigemptyset(&closing);
     for (const int number : {SIGINT, SIGTERM, SIGHUP})

@@ -45,6 +45,10 @@ struct PendingCreate {
 };
 std::vector<PendingCreate> pendingCreates;
 std::vector<std::uint32_t> addedObjects;
+int framesUnjoined = 0; // with creates and objects that wait for each other. SimClient thread
+/// Range requests come five times per second: an object unknown for this many frames is out of their reach.
+constexpr int joinLateFrames = 150;
+constexpr int joinLateStep = 10; ///< frames between two such objects, so that one reply is in before the next request
 
 /// What went wrong during a flush; told after the lock is released, since telling takes other locks.
 struct FlushTrouble {
@@ -98,6 +102,20 @@ void sendRemovals(HANDLE handle, FlushTrouble& trouble) {
         }
     }
     removeQueue.clear();
+}
+
+/// The range may shrink, or the user fly away, while an object is made. No range reply would ever name it, and it would
+/// stay in the simulator for good, so what is still unknown is asked for one by one.
+void askForUnjoined(HANDLE handle) {
+    if (addedObjects.empty() || pendingCreates.empty()) {
+        framesUnjoined = 0;
+        return;
+    }
+    ++framesUnjoined;
+    if (framesUnjoined < joinLateFrames || framesUnjoined % joinLateStep != 0)
+        return;
+    const std::size_t turn = static_cast<std::size_t>(framesUnjoined / joinLateStep) % addedObjects.size();
+    SimConnect_RequestDataOnSimObject(handle, req::joinLate, def::range, addedObjects[turn], Period::once);
 }
 
 } // namespace
@@ -230,6 +248,7 @@ void resetSimQueues() {
         removeQueue.clear();
         pendingCreates.clear();
         addedObjects.clear();
+        framesUnjoined = 0;
     }
     const std::lock_guard lock(simEventMutex);
     replies.clear();
@@ -262,6 +281,7 @@ void flushCommands() {
             createInSim(handle, request, trouble);
         createQueue.clear();
         sendRemovals(handle, trouble);
+        askForUnjoined(handle);
     }
     for (const std::string& text : trouble.warnings)
         logWarning(text);
@@ -342,7 +362,8 @@ void joinAddedObject(std::uint32_t objectid, std::string_view atcId, const Range
 
 void onObjectDataByType(const RecvSimObjectData& message) {
     RangeData data{};
-    if (message.dwRequestID != req::range || dataSizeOf(message) < sizeof data + 1)
+    if ((message.dwRequestID != req::range && message.dwRequestID != req::joinLate) ||
+        dataSizeOf(message) < sizeof data + 1)
         return;
     std::memcpy(&data, dataOf(message), sizeof data);
     const std::uint32_t objectid = message.dwObjectID;

@@ -137,7 +137,7 @@ void onOpen(const RecvOpen& open) {
     if (is2020 != par::MSFS_2020.value)
         throw nwk::UserErrorException(
             71, fmt::format("MSFS 20{} is running ..., switch Sim or toggle the Install path checkbox of {}",
-                            is2020 ? "20" : "24", programName));
+                            par::MSFS_2020 ? "20" : "24", programName));
     const std::string display =
         is2024 ? "MSFS 2024"
                : fmt::format("MSFS 2020 ({}.{}.{}.{})", open.dwApplicationVersionMajor, open.dwApplicationVersionMinor,
@@ -214,7 +214,8 @@ void onUserPosition(const RecvSimObjectData& message) {
         const std::lock_guard lock(userBlockMutex);
         last = userBlock;
     }
-    if (last.known() && distanceNm(last.position(), now.position()) > teleportNm) {
+    // Between two flights the simulator reports a point near 0, 0: the user has not flown there.
+    if (last.known() && now.known() && distanceNm(last.position(), now.position()) > teleportNm) {
         log("Teleport");
         requestExit(ExitReason::newFlight, newFlightDelay);
     }
@@ -237,6 +238,9 @@ void onObjectData(const RecvSimObjectData& message) {
     switch (message.dwRequestID) {
     case req::staticData:
         onStaticData(message);
+        break;
+    case req::joinLate:
+        onObjectDataByType(message);
         break;
     case req::title:
         onUserTitle(textOf(message, 0, dataSizeOf(message)));

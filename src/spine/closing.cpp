@@ -42,7 +42,7 @@ void stopThreads() {
     stopQnhReader();
     stopTrafficReader();
     // A client of the feed ports sees them closed before it is told to go.
-    runSleep(500, true);
+    runPause(500);
     closeControlLink();
     joinSimClient();
 }
@@ -114,6 +114,8 @@ void lf_closingDown() {
     try {
         closeDown();
     } catch (const std::exception& e) {
+        // Nothing was reset, so another run would close at once, and again for ever when the cause stays.
+        restarting = false;
         showStatus(fmt::format("{} exception {}", "lf_closingDown", e.what()), false);
     }
     postMessage(restarting ? AppMessage::startWorker : AppMessage::closeProgram);

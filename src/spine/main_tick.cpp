@@ -138,10 +138,8 @@ void secondJobs() {
     }
     checkUserCollisions();
     checkParkedCollisions();
-    if (windowRequests.blockNow) {
-        applyBlocking();
-        windowRequests.blockNow = false;
-    }
+    if (windowRequests.blockNow)
+        applyBlocking(); // clears the request
 }
 
 void rereadStep() {

@@ -22,7 +22,9 @@ namespace kes {
 
 namespace {
 
-std::thread worker; // UI thread
+// UI thread.
+std::thread worker;
+bool closeClicked = false;
 
 void startWorker() {
     // The old worker's last act was to post this message, so there is next to nothing to wait for.
@@ -33,6 +35,7 @@ void startWorker() {
 
 void closeClick() {
     showStatus(fmt::format("Close window button clicked, closing {} ...", programName), false);
+    closeClicked = true;
     userClosed = true;
     exitRequested = true;
 }
@@ -60,7 +63,11 @@ void closeProgram() {
 void handleMessage(AppMessage message) {
     switch (message) {
     case AppMessage::startWorker:
-        startWorker();
+        // The flags of a click that comes while a run is being reset are wiped with those of the run.
+        if (closeClicked)
+            closeProgram();
+        else
+            startWorker();
         break;
     case AppMessage::closeClick:
         closeClick();

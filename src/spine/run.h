@@ -28,6 +28,8 @@ extern FeedPorts feedPorts;
 /// Sleeps `ms` milliseconds in pieces; ends early, with false, when the run is to end (or, with `onlyUserClose`, when
 /// the user has closed). All waits of a run go through here.
 bool runSleep(std::int32_t ms, bool onlyUserClose = false);
+/// Waits the full time, whatever the flags say.
+void runPause(std::int32_t ms);
 /// Tests shorten the waits: 0.01 makes a second 10 ms.
 void setRunSleepScale(double scale);
 

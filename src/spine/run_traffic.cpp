@@ -84,6 +84,10 @@ bool runSleep(std::int32_t ms, bool onlyUserClose) {
     }
 }
 
+void runPause(std::int32_t ms) {
+    std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(ms * sleepScale));
+}
+
 bool waitForSim() {
     while (!simRunning || simRequestFailed) {
         if (!runSleep(100))

@@ -56,8 +56,9 @@ void replaceParked(LiveAircraft& aircraft) {
 }
 
 void applyBlocking() {
-    const std::string blocked = par::BLOCK_CALLSIGN.get();
+    // Cleared before the text is read: the window sets the text first, so a new one is seen now or at the next beat.
     windowRequests.blockNow = false;
+    const std::string blocked = par::BLOCK_CALLSIGN.get();
     if (blocked.empty())
         return;
     const auto it = std::ranges::find_if(

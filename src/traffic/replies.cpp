@@ -131,7 +131,7 @@ void onCreated(const SimReply& reply) {
     if (reply.objectid < firstAiObject)
         return;
     LiveAircraft* a = findLive(reply.hexid);
-    if (a == nullptr) {
+    if (a == nullptr || a->st != AircraftStatus::adding2sim || (a->objectid != 0 && a->objectid != reply.objectid)) {
         removalQueue.push_back(reply.objectid); // nobody would ever move it or take it away
         return;
     }
@@ -152,8 +152,12 @@ void onCreated(const SimReply& reply) {
 
 void onCreatedStatic(const SimReply& reply) {
     AiAircraft* parked = findParked(reply.hexid);
-    if (reply.objectid < firstAiObject || parked == nullptr)
+    if (reply.objectid < firstAiObject)
         return;
+    if (parked == nullptr) {
+        removalQueue.push_back(reply.objectid); // withdrawn too late
+        return;
+    }
     parked->objectid = reply.objectid;
     lightSequences.push_back({reply.objectid, reply.hexid, 0});
 }

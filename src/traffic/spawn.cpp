@@ -172,6 +172,7 @@ void spawnLiveAc(LiveAircraft& aircraft) {
     landingList.push_back(aircraft.hexid);
     setInitialPose(aircraft);
     aircraft.st = AircraftStatus::adding2sim;
+    aircraft.spawnTick = tickCount;
     aircraft.userConflictSeen = false;
     spawnQueue.push_back(aircraft.hexid);
     if (!isGhost(aircraft.callsign))

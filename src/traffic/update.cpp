@@ -15,6 +15,9 @@ namespace kes {
 
 namespace {
 
+/// Ticks after which nobody waits for an object any more.
+constexpr std::int32_t longestCreation = 12000;
+
 bool isMarked(const LiveAircraft& a) {
     return a.deleteNow || a.deleteQueued;
 }
@@ -105,6 +108,14 @@ void advanceOneTick(LiveAircraft& a) {
     queuePosition({a.lat, a.lon, a.pitch, a.bank, a.heading, a.alt, a.vsOut, a.tasOut, a.objectid});
 }
 
+/// Not every lost object is told of: the simulator may have no room for it, or take it away before it was seen. The
+/// record would keep its place for good; should the object come after all, it finds no record and goes.
+void giveUpCreation(LiveAircraft& a) {
+    log(fmt::format("? {} has not come into the simulator", longLabel(a)));
+    removeAircraftFromSim(a);
+    a.deleteNow = true;
+}
+
 } // namespace
 
 void nextPosMain(LiveAircraft& aircraft) {
@@ -116,6 +127,9 @@ bool updateLiveAc(LiveAircraft& aircraft) {
         advanceOneTick(aircraft);
     else if (aircraft.st == AircraftStatus::buffer)
         spawnDecision(aircraft);
+    else if (aircraft.st == AircraftStatus::adding2sim && aircraft.objectid == 0 &&
+             tickCount - aircraft.spawnTick > longestCreation)
+        giveUpCreation(aircraft);
     return isMarked(aircraft);
 }
 

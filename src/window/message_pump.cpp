@@ -9,7 +9,8 @@ namespace kes {
 namespace {
 std::mutex pumpMutex;
 std::condition_variable pumpSignal;
-std::deque<AppMessage> pumpQueue;
+// Never destroyed: the thread that waits for signals of the user goes on to the very end of the process.
+std::deque<AppMessage>& pumpQueue = *new std::deque<AppMessage>;
 int quitCode = 0;
 } // namespace
 

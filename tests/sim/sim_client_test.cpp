@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -146,6 +147,28 @@ TEST_F(SimClientTest, CreatesJoinsByTheCutTailNumberMovesAndRemoves) {
     EXPECT_TRUE(world::inprocCounters().exceptions.empty());
 }
 
+TEST_F(SimClientTest, AnObjectOutOfTheRangeRequestIsJoinedAllTheSame) {
+    connect();
+    setRange(2); // the request makes it 3 nm away
+    for (const char* tail : {"FAR1", "FAR2"}) {
+        CreateRequest r = request(tail);
+        r.hexid = tail[3] == '1' ? 4195971U : 4195972U;
+        queueCreate(r);
+    }
+    ASSERT_TRUE(waitFor([] {
+        requestRange();
+        drainSimReplies(keepReply);
+        return std::count_if(seenReplies.begin(), seenReplies.end(),
+                             [](const SimReply& s) { return s.kind == ReplyKind::created; }) == 2;
+    }));
+    EXPECT_TRUE(waitFor([] {
+        const auto a = world::inprocObject("FAR1");
+        const auto b = world::inprocObject("FAR2");
+        return a && b && a->freezeLatLon && b->freezeLatLon;
+    }));
+    EXPECT_TRUE(world::inprocCounters().exceptions.empty());
+}
+
 TEST_F(SimClientTest, GroundDataOnlyOfLowLiveAircraft) {
     connect();
     struct Case {
@@ -229,13 +252,14 @@ TEST_F(SimClientTest, TeleportAndNewFlightEndTheRun) {
         const char* logged;
     };
     for (const Case& c : {Case{"teleport 48.45 11.78 5000", ExitReason::notYetSet, nullptr}, // 6 nm pass silently
+                          Case{"teleport 0.0005 0.01 0", ExitReason::notYetSet, nullptr},    // no flight is loaded
                           Case{"teleport 49.35 11.78 5000", ExitReason::newFlight, "Teleport"},
                           Case{"newflight", ExitReason::newFlight, "SimConnect: New file event"}}) {
         resetAll();
         connect();
         world::inprocCommand(c.command);
         if (c.reason == ExitReason::notYetSet) {
-            ASSERT_TRUE(waitFor([] { return readUserPosition().lat > 48.44; }));
+            ASSERT_TRUE(waitFor([] { return std::abs(readUserPosition().lat - lat) > 0.09; }));
             EXPECT_FALSE(exitRequested) << c.command;
         } else {
             ASSERT_TRUE(waitFor([] {
@@ -260,7 +284,7 @@ TEST_F(SimClientTest, TheWrongSimulatorIsToldAndTheRunStaysUp) {
     startSimClient();
     ASSERT_TRUE(waitFor([] { return !errorText().empty(); }));
     EXPECT_EQ(errorText(),
-              "71: MSFS 2024 is running ..., switch Sim or toggle the Install path checkbox of Kestrelune");
+              "71: MSFS 2020 is running ..., switch Sim or toggle the Install path checkbox of Kestrelune");
     EXPECT_FALSE(exitRequested);
     clearError();
 }

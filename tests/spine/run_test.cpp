@@ -139,7 +139,10 @@ TEST_F(RunTest, FromADatagramToAMovingObjectAndBackToNothing) {
     for (int i = 0; i < 5; ++i) {
         tickCount = tickCount + 500;
         report();
-        ASSERT_TRUE(waitFor([&] { return reportQueue.size() == 0; }));
+        ASSERT_TRUE(waitFor([] {
+            const std::lock_guard lock(sampleMutex);
+            return reportQueue.size() == 0;
+        }));
     }
     ASSERT_TRUE(waitFor([&] {
         const auto o = world::inprocObject("DLH4AB");
@@ -278,6 +281,21 @@ TEST_F(RunTest, AClickDuringTheCountdownCloses) {
     ASSERT_TRUE(waitFor([] { return statusText().starts_with("Restarting after "); }));
     EXPECT_LT(endRun(), 1500);
     EXPECT_FALSE(restarting);
+}
+
+TEST_F(RunTest, ACloseDownThatFailsClosesInsteadOfStartingAgainForEver) {
+    WindowBackend broken;
+    broken.drawMessageLine = [](std::string_view text, bool) {
+        if (text == "Prepare for a restart ...")
+            throw std::runtime_error("no window");
+    };
+    setWindowBackend(broken);
+    restarting = true; // as in a run that was a restart itself
+    requestExit(ExitReason::simConnectError, 9);
+    lf_closingDown();
+    setWindowBackend({});
+    EXPECT_FALSE(restarting);
+    EXPECT_EQ(statusText(), "lf_closingDown exception no window");
 }
 
 TEST_F(RunTest, WhatTheUserMustReadStaysUntilTheClick) {
