@@ -1,10 +1,10 @@
 // The reference airport of all ground logic: the park airport in sight, or none.
 #pragma once
 
+#include "core/geo.h"
+
 #include <optional>
 #include <string>
-
-#include "core/geo.h"
 
 namespace kes {
 

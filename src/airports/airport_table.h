@@ -1,12 +1,12 @@
 // Every airport of the simulator by ICAO code. Worker only.
 #pragma once
 
+#include "core/geo.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "core/geo.h"
 
 namespace kes {
 

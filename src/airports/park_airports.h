@@ -1,9 +1,9 @@
 // The list of park airports and the user's stand. Worker only, unless told otherwise.
 #pragma once
 
-#include <string>
-
 #include "core/geo.h"
+
+#include <string>
 
 namespace kes {
 
@@ -11,8 +11,8 @@ bool readMyParkAirports();
 bool reReadParkAirports(bool showChange, std::string& message);
 /// Distance from the user to the nearest candidate park airport, nautical miles; 10000 without one.
 double nearestCandidateNm(LatLon user);
-bool userStandReserved();         ///< `reservedStand` holds text
-void userStandStep();             ///< clears the user's stand of other aircraft
+bool userStandReserved(); ///< `reservedStand` holds text
+void userStandStep();     ///< clears the user's stand of other aircraft
 /// Learns the stand of the user's aircraft. SimClient thread.
 void learnUserStand();
 /// Name of the stand or airport at a position; empty when none. SimClient thread.

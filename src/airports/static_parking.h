@@ -2,11 +2,11 @@
 // Until stands are known this keeps the reference airport alone; no static aircraft are made.
 #pragma once
 
+#include "core/ai_aircraft.h"
+
 #include <set>
 #include <string>
 #include <vector>
-
-#include "core/ai_aircraft.h"
 
 namespace kes {
 
@@ -19,14 +19,14 @@ void createNextStatic();
 /// True while aircraft wait in `toPark`.
 bool staticAircraftWait();
 void renewParking(const std::set<std::string>& callsigns);
-void startPlacing();              ///< placing flag on, parking controls off
+void startPlacing(); ///< placing flag on, parking controls off
 bool placingGoesOn();
 void unloadParkAirport();
 /// Saves the state of a loaded park airport at close-down.
 void saveParkState();
 bool parkAirportLoaded();
 bool staticParkingActive();
-void prepareParkState();          ///< at the start of a run
+void prepareParkState(); ///< at the start of a run
 void resetParking();
 
 } // namespace kes

@@ -25,6 +25,8 @@ std::int64_t monotonicMs() {
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
-void setWallClockMs(std::int64_t epochMs) { fixedMs = epochMs; }
+void setWallClockMs(std::int64_t epochMs) {
+    fixedMs = epochMs;
+}
 
 } // namespace kes

@@ -11,7 +11,8 @@ namespace nwk {
 class UserErrorException : public std::runtime_error {
 public:
     UserErrorException(std::uint32_t errorNumber, const std::string& text)
-        : std::runtime_error(errorNumber == 99 ? text : std::to_string(errorNumber) + ": " + text), number(errorNumber) {}
+        : std::runtime_error(errorNumber == 99 ? text : std::to_string(errorNumber) + ": " + text),
+          number(errorNumber) {}
     const std::uint32_t number;
 };
 

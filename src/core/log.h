@@ -2,12 +2,12 @@
 // Every text is one complete line in UTF-8; none of the operations adds a time. All callable from any thread.
 #pragma once
 
+#include "core/errors.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
-
-#include "core/errors.h"
 
 namespace kes {
 

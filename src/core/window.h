@@ -2,14 +2,14 @@
 // A backend is chosen at process start; without one (tests) the operations do nothing. All callable from any thread.
 #pragma once
 
+#include "core/parameters.h"
+
 #include <atomic>
 #include <cstdint>
 #include <map>
 #include <mutex>
 #include <string>
 #include <string_view>
-
-#include "core/parameters.h"
 
 namespace kes {
 
@@ -45,13 +45,23 @@ struct Readouts {
     std::atomic<std::int32_t> simaddonFiles{-1}, thirdpartyFiles{-1};
     std::atomic<std::int32_t> live{0}, parkedLive{0}, parkedStatic{0}, stands{0}, updates{0};
     std::atomic<std::int32_t> qnh{0}, minutesToRenewal{-1};
-    std::atomic<float> simFrameRate{0}; ///< frames per second, stored at every 30th frame event; 0 = none yet
+    std::atomic<float> simFrameRate{0};           ///< frames per second, stored at every 30th frame event; 0 = none yet
     std::atomic<std::uint32_t> selectedObject{0}; ///< object shown beside the callsign look-up, 0 = none
 };
 extern Readouts readouts;
 
 /// Texts that the window shows, each under a fixed key; copied in and out under a lock of their own.
-enum class Readout { simName, edition, userTitle, userModel, userStand, reservedStand, quality, destination, foundObject };
+enum class Readout {
+    simName,
+    edition,
+    userTitle,
+    userModel,
+    userStand,
+    reservedStand,
+    quality,
+    destination,
+    foundObject
+};
 void setReadout(Readout which, std::string_view text);
 std::string readoutText(Readout which);
 

@@ -5,7 +5,9 @@
 
 namespace kes {
 
-std::string detectPackagesPath() { return {}; }
+std::string detectPackagesPath() {
+    return {};
+}
 
 std::filesystem::path installSubFolder(const std::string& folder) {
     const TextParameter& selected = par::MSFS_2020 ? par::MSFS_INSTALL_PATH : par::MSFS_2024_INSTALL_PATH;

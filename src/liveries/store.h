@@ -1,11 +1,11 @@
-// The installed liveries. Built on the worker before the main loop, read-only afterwards; the store owns the title texts
-// for the life of the process and records hold views of them.
+// The installed liveries. Built on the worker before the main loop, read-only afterwards; the store owns the title
+// texts for the life of the process and records hold views of them.
 #pragma once
+
+#include "core/ai_aircraft.h"
 
 #include <string>
 #include <string_view>
-
-#include "core/ai_aircraft.h"
 
 namespace kes {
 

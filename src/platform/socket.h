@@ -1,5 +1,6 @@
 // Sockets on IPv4, the same on every system. One thread may receive and another send on one object, while a third calls
-// `stop`, which ends their waits at once. Error codes are in Windows Sockets numbering (see core/log.h, socketErrorText).
+// `stop`, which ends their waits at once. Error codes are in Windows Sockets numbering (see core/log.h,
+// socketErrorText).
 #pragma once
 
 #include <cstddef>

@@ -4,12 +4,15 @@
 #include "platform/system_os.h"
 
 #include <algorithm>
+// windows.h declares what the others need.
+// clang-format off
+#include <windows.h>
 #include <psapi.h>
 #include <shlobj.h>
-#include <system_error>
 #include <timeapi.h>
 #include <tlhelp32.h>
-#include <windows.h>
+// clang-format on
+#include <system_error>
 
 namespace kes::platform {
 
@@ -102,7 +105,11 @@ void watchCloseSignals(void (*onClose)()) {
 }
 
 void nameThread(const char* name) {
-    ::SetThreadDescription(::GetCurrentThread(), wide(name).c_str());
+    // Only since Windows 10, and not in every tool chain's headers: without it threads stay nameless.
+    using SetDescription = HRESULT(WINAPI*)(HANDLE, PCWSTR);
+    const FARPROC found = ::GetProcAddress(::GetModuleHandleW(L"kernel32.dll"), "SetThreadDescription");
+    if (found != nullptr)
+        reinterpret_cast<SetDescription>(reinterpret_cast<void*>(found))(::GetCurrentThread(), wide(name).c_str());
 }
 
 std::size_t residentKb() {

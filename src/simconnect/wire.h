@@ -1,4 +1,5 @@
-// Numbers and layouts of the network protocol, shared by the client and by the stand-in simulator. Little-endian, packed.
+// Numbers and layouts of the network protocol, shared by the client and by the stand-in simulator. Little-endian,
+// packed.
 #pragma once
 
 #include <cstdint>
@@ -13,14 +14,15 @@ inline constexpr std::uint32_t maxServerPacket = 1024 * 1024; ///< a client clos
 
 /// Function ids, client to server.
 namespace fn {
-inline constexpr std::uint32_t open = 0x01, close = 0x02, requestResponseTimes = 0x03, mapClientEvent = 0x04, transmitClientEvent = 0x05,
-                               setSystemEventState = 0x06, addClientEventToGroup = 0x07, removeClientEvent = 0x08,
-                               setGroupPriority = 0x09, clearGroup = 0x0A, requestGroup = 0x0B, addToDataDefinition = 0x0C,
-                               clearDataDefinition = 0x0D, requestData = 0x0E, requestDataByType = 0x0F, setData = 0x10,
+inline constexpr std::uint32_t open = 0x01, close = 0x02, requestResponseTimes = 0x03, mapClientEvent = 0x04,
+                               transmitClientEvent = 0x05, setSystemEventState = 0x06, addClientEventToGroup = 0x07,
+                               removeClientEvent = 0x08, setGroupPriority = 0x09, clearGroup = 0x0A,
+                               requestGroup = 0x0B, addToDataDefinition = 0x0C, clearDataDefinition = 0x0D,
+                               requestData = 0x0E, requestDataByType = 0x0F, setData = 0x10,
                                subscribeSystemEvent = 0x17, unsubscribeSystemEvent = 0x18, createParked = 0x27,
                                createEnroute = 0x28, createNonAtc = 0x29, createSimulated = 0x2A, releaseControl = 0x2B,
-                               removeObject = 0x2C, setFlightPlan = 0x2D, requestSystemState = 0x35, transmitClientEventEx1 = 0x44,
-                               createNonAtcEx1 = 0x59;
+                               removeObject = 0x2C, setFlightPlan = 0x2D, requestSystemState = 0x35,
+                               transmitClientEventEx1 = 0x44, createNonAtcEx1 = 0x59;
 }
 
 /// What OPEN announces. The first set has worked with both simulators; a server that answers with a version mismatch is

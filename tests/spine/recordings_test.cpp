@@ -1,9 +1,4 @@
 // Recordings of real traffic through the whole logic in virtual time, with the content that the project ships.
-#include <algorithm>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <map>
-
 #include "airports/airport_ref.h"
 #include "airports/airport_table.h"
 #include "core/parameters.h"
@@ -17,6 +12,12 @@
 #include "world/content/content.h"
 #include "world/replay/virtual_flight.h"
 #include "world/simulator/inproc.h"
+#include "world/source/recording.h"
+
+#include <algorithm>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <map>
 
 namespace kes {
 namespace {
@@ -29,7 +30,9 @@ struct Recording {
     std::size_t leastCreated; ///< objects in all; below what the recording holds within range
 };
 
-void PrintTo(const Recording& r, std::ostream* out) { *out << r.file; }
+void PrintTo(const Recording& r, std::ostream* out) {
+    *out << r.file;
+}
 
 struct RecordingTest : testing::TestWithParam<Recording> {
     test::ProgramFolder program;
@@ -39,7 +42,8 @@ struct RecordingTest : testing::TestWithParam<Recording> {
         resetLiveries();
         resetAirportTable();
         const auto data = std::filesystem::path(KES_SOURCE_DIR) / "data";
-        world::makeContent({data, program.folder, program.folder / "sim" / "Community", program.folder / "appdata", true});
+        world::makeContent(
+            {data, program.folder, program.folder / "sim" / "Community", program.folder / "appdata", true});
         par::MSFS_INSTALL_PATH.set((program.folder / "sim").string());
         createFolders();
         readDataBase();
@@ -57,8 +61,11 @@ TEST_P(RecordingTest, FliesWithoutAFaultAndWithoutAJump) {
     const std::filesystem::path file = std::filesystem::path(KES_SOURCE_DIR) / "../shared/data/traffic" / r.file;
     if (!std::filesystem::exists(file))
         GTEST_SKIP() << "no recordings beside the project";
-    const auto lines = world::readRecording(file);
-    ASSERT_FALSE(lines.empty());
+    source::Recording recording;
+    std::string problem;
+    ASSERT_TRUE(recording.open(file, problem)) << problem;
+    auto line = recording.next();
+    ASSERT_TRUE(line);
 
     setRandomSeed(1);
     world::SimulatorOptions o;
@@ -94,13 +101,12 @@ TEST_P(RecordingTest, FliesWithoutAFaultAndWithoutAJump) {
     };
     world::inprocSetHooks(hooks);
 
-    std::size_t next = 0;
     std::size_t peak = 0;
     std::string violation;
     const int ticks = static_cast<int>(r.minutes * 6000);
     for (int tick = 0; tick < ticks; ++tick) {
-        for (; next < lines.size() && lines[next].time <= lines.front().time + tick / 100.0; ++next)
-            world::virtualDatagram(lines[next].text);
+        for (; line && line->time <= tick / 100.0; line = recording.next())
+            world::virtualDatagram(line->text);
         ASSERT_TRUE(world::virtualTick()) << program.logText().substr(0, 3000);
         if (violation.empty())
             violation = checkLiveTables();

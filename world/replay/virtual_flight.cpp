@@ -11,9 +11,7 @@
 #include "spine/run.h"
 #include "world/simulator/inproc.h"
 
-#include <charconv>
 #include <stdexcept>
-#include <zlib.h>
 
 namespace kes::world {
 
@@ -74,29 +72,6 @@ void endVirtualFlight() {
     simconnect::SimConnect_Close(simHandle.exchange(nullptr));
     inprocStop();
     resetRun();
-}
-
-std::vector<RecordedLine> readRecording(const std::filesystem::path& file) {
-    gzFile in = gzopen(file.string().c_str(), "rb");
-    if (in == nullptr)
-        throw std::runtime_error("cannot read " + file.string());
-    std::vector<RecordedLine> lines;
-    char buffer[16384];
-    while (gzgets(in, buffer, sizeof buffer) != nullptr) {
-        RecordedLine line{0, buffer};
-        while (!line.text.empty() && (line.text.back() == '\n' || line.text.back() == '\r'))
-            line.text.pop_back();
-        std::size_t field = 0; // where field 14 begins
-        for (int comma = 0; comma < 14 && field != std::string::npos; ++comma) {
-            field = line.text.find(',', field);
-            field += field != std::string::npos ? 1 : 0;
-        }
-        if (field != std::string::npos)
-            std::from_chars(line.text.data() + field, line.text.data() + line.text.size(), line.time);
-        lines.push_back(std::move(line));
-    }
-    gzclose(in);
-    return lines;
 }
 
 } // namespace kes::world

@@ -4,11 +4,7 @@
 
 #include "world/simulator/model.h"
 
-#include <cstdint>
-#include <filesystem>
-#include <string>
 #include <string_view>
-#include <vector>
 
 namespace kes::world {
 
@@ -23,13 +19,5 @@ void virtualSimulatorStep();
 /// Hands one datagram to the traffic reader, as if it had just arrived.
 void virtualDatagram(std::string_view line);
 void endVirtualFlight();
-
-/// One line of a recording and its time.
-struct RecordedLine {
-    double time = 0; ///< seconds since 1970, field 14
-    std::string text;
-};
-/// Lines of a plain or gzip recording in file order. Throws runtime_error when the file cannot be read.
-std::vector<RecordedLine> readRecording(const std::filesystem::path& file);
 
 } // namespace kes::world
