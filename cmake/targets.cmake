@@ -42,5 +42,7 @@ function(kes_bench folder)
     return()
   endif()
   add_executable(bench_${folder} ${sources})
-  target_link_libraries(bench_${folder} PRIVATE ${ARG_DEPENDS} benchmark::benchmark)
+  target_compile_definitions(bench_${folder} PRIVATE KES_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+  # The second library gives a main function to programs that have none of their own.
+  target_link_libraries(bench_${folder} PRIVATE ${ARG_DEPENDS} benchmark::benchmark benchmark::benchmark_main)
 endfunction()

@@ -1,20 +1,30 @@
-// Files of foreign packages: any bytes must come out as sections, or as a conversion error.
+// Files of foreign packages: any bytes must come out as liveries that can be used, or as lines that say why not.
 #include "liveries/aircraft_cfg.h"
 
-#include "platform/system.h"
+#include "tests/reference_text.h"
 
 #include <cstdint>
-#include <string_view>
+#include <string>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    try {
-        const kes::AircraftCfg cfg = kes::parseAircraftCfg(kes::decodeCfg({reinterpret_cast<const char*>(data), size}));
-        for (const kes::CfgSection& section : cfg.sections) {
-            if (section.title.find_first_of("\"\n") != std::string::npos) {
-                __builtin_trap(); // a title is the inside of one pair of quotes on one line
-            }
+    const std::string bytes(reinterpret_cast<const char*>(data), size);
+    static const bool known = [] {
+        kes::test::ReferenceText text;
+        text.types = {{kes::AircraftCategory::large, {"A320"}}};
+        text.otherTypes = {"C172"};
+        text.airlines = {"ZZZ", "DLH"};
+        text.read();
+        return true;
+    }();
+    (void)known;
+    for (const char* path : {"pack/aircraft.cfg", "x/IVAO_MTL/SimObjects/Airplanes/IVAO_A320/aircraft.cfg"}) {
+        const kes::CfgJudgement judgement = kes::judgeBytes({}, path, bytes);
+        for (const kes::FoundLivery& found : judgement.liveries) {
+            const kes::Livery& livery = found.livery;
+            if (livery.title.empty() || livery.airline.empty() || livery.regcode.size() > 12 ||
+                livery.title.find_first_of(std::string_view("\n\0", 2)) != std::string::npos)
+                __builtin_trap();
         }
-    } catch (const win32::Utf8ConversionException&) {
     }
     return 0;
 }

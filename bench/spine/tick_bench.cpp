@@ -8,6 +8,7 @@
 #include "liveries/store.h"
 #include "reference/reference.h"
 #include "spine/main_tick.h"
+#include "tests/small_reference.h"
 #include "traffic/life_cycle.h"
 #include "world/replay/virtual_flight.h"
 
@@ -17,7 +18,6 @@
 #include <ctime>
 #include <filesystem>
 #include <fmt/format.h>
-#include <fstream>
 #include <vector>
 
 namespace {
@@ -50,9 +50,7 @@ void makeFolder() {
     fs::create_directories(folder / "output");
     fs::current_path(folder);
     setUserDataFolder(folder);
-    std::ofstream("input/types.csv") << "code,category,span_m\nA320,Large,34.1\n";
-    std::ofstream("input/airlines.csv") << "code,name\nDLH,Lufthansa\n";
-    std::ofstream("input/registrations.csv") << "reg,airline,type,operator,cargo\n";
+    test::writeSmallReference({.types = "A320,Large,34.1\n", .airlines = "DLH,Lufthansa\n"});
     pugi::xml_document document;
     pugi::xml_node root = document.append_child("liveries");
     appendMeta(root);

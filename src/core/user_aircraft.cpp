@@ -8,6 +8,7 @@ std::atomic<bool> firstReplySeen{false};
 std::atomic<std::int64_t> simEpoch{0};
 std::atomic<double> userSpan{0.0};
 std::atomic<bool> userSpanKnown{false};
+std::atomic<AircraftCategory> userCategory{AircraftCategory::light};
 
 void resetUserAircraft() {
     userAircraft = {};
@@ -16,6 +17,7 @@ void resetUserAircraft() {
     simEpoch = 0;
     userSpan = 0.0;
     userSpanKnown = false;
+    userCategory = AircraftCategory::light;
 }
 
 } // namespace kes

@@ -1,6 +1,7 @@
 // What is known of the user's aircraft: the block that the position reply of the simulator delivers.
 #pragma once
 
+#include "core/ai_aircraft.h"
 #include "core/geo.h"
 
 #include <atomic>
@@ -34,6 +35,8 @@ extern std::atomic<std::int64_t> simEpoch;
 /// Half span of the user's aircraft in nautical miles, readable once `userSpanKnown` is set.
 extern std::atomic<double> userSpan;
 extern std::atomic<bool> userSpanKnown;
+/// Category of the user's aircraft, readable once `userSpanKnown` is set; light for a type that is not known.
+extern std::atomic<AircraftCategory> userCategory;
 
 /// Start values for a new run.
 void resetUserAircraft();

@@ -4,7 +4,7 @@
 
 namespace kes {
 
-Version parseVersion(std::string_view text) {
+Version parseStoredVersion(std::string_view text) {
     Version version;
     for (int* part : {&version.major, &version.minor, &version.patch}) {
         int number = 0;
@@ -25,7 +25,7 @@ std::string toText(const Version& version) {
 }
 
 const Version& runningVersion() {
-    static const Version version = parseVersion(programVersionText);
+    static const Version version = parseStoredVersion(programVersionText);
     return version;
 }
 

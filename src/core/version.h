@@ -13,7 +13,7 @@ struct Version {
 };
 
 /// The three numbers of "a.b.c"; a missing or unreadable number and all behind it are 0. Never throws.
-Version parseVersion(std::string_view text);
+Version parseStoredVersion(std::string_view text);
 /// "{}.{}.{}".
 std::string toText(const Version& version);
 

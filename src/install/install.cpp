@@ -1,17 +1,200 @@
 #include "install/install.h"
 
+#include "core/folders.h"
+#include "core/log.h"
 #include "core/parameters.h"
+#include "core/text.h"
 #include "platform/system.h"
+#include "platform/user_folders.h"
+
+#include <fmt/format.h>
+#include <fstream>
+#include <initializer_list>
+#include <iterator>
+#include <system_error>
 
 namespace kes {
 
-std::string detectPackagesPath() {
+namespace fs = std::filesystem;
+
+namespace {
+
+/// What differs between the two simulators that can be selected.
+struct Simulator {
+    const char* storeFamily;
+    const char* folder;
+    const char* official;
+    std::string_view steamId;
+    const TextParameter& installPath;
+};
+
+const Simulator& selected() {
+    static const Simulator msfs2020{"Microsoft.FlightSimulator_8wekyb3d8bbwe", "Microsoft Flight Simulator", "Official",
+                                    "1250410", par::MSFS_INSTALL_PATH};
+    static const Simulator msfs2024{"Microsoft.Limitless_8wekyb3d8bbwe", "Microsoft Flight Simulator 2024",
+                                    "Official2024", "2537590", par::MSFS_2024_INSTALL_PATH};
+    return par::MSFS_2020 ? msfs2020 : msfs2024;
+}
+
+bool isThere(const fs::path& path) {
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (status.type() == fs::file_type::none)
+        throw fs::filesystem_error("exists", path, error);
+    return fs::exists(status);
+}
+
+/// Empty below a folder that is not known, so that nothing is looked for in the current directory.
+fs::path below(const fs::path& base, std::initializer_list<std::string_view> names) {
+    fs::path path = base;
+    if (!base.empty()) {
+        for (const std::string_view name : names)
+            path = platform::childAnyCase(path, name);
+    }
+    return path;
+}
+
+fs::path localFolder() {
+    fs::path folder = platform::localFolder();
+    if (folder.empty())
+        log("Could not find the a Local Appdata path");
+    return folder;
+}
+
+/// The first file that exists; the last one when none does.
+fs::path findUserCfg(const Simulator& simulator, const platform::UserFolders& user) {
+    struct Candidate {
+        const char* missing;
+        fs::path path;
+    };
+    Candidate candidates[] = {
+        {"MSFS detection, no Store:{}",
+         below(user.local, {"Packages", simulator.storeFamily, "LocalCache", "UserCfg.opt"})},
+        {"MSFS detection, no Steam1:{}", below(user.roaming, {simulator.folder, "UserCfg.opt"})},
+        {"MSFS detection, no Steam2:{}",
+         below(user.local, {"Packages", "Microsoft.FlightDashboard_8wekyb3d8bbwe", "LocalCache", "UserCfg.opt"})},
+        {"MSFS detection, no Boxed:{}", below(user.local, {"MSFSPackages", "UserCfg.opt"})},
+    };
+    for (const Candidate& candidate : candidates) {
+        if (isThere(candidate.path))
+            return candidate.path;
+        log(fmt::format(fmt::runtime(candidate.missing), platform::pathText(candidate.path)));
+    }
+    return std::move(std::end(candidates)[-1].path);
+}
+
+/// Bytes as characters of the same number, for texts in the Western character set that are no UTF-8.
+std::string fromWestern(std::string_view bytes) {
+    std::u16string wide;
+    for (const char c : bytes)
+        wide += static_cast<char16_t>(static_cast<unsigned char>(c));
+    return platform::toUtf8(wide);
+}
+
+std::string utf8From(std::string_view text) {
+    try {
+        platform::toUtf16(text);
+        return std::string(text);
+    } catch (const win32::Utf8ConversionException&) {
+        return fromWestern(text);
+    }
+}
+
+/// The text behind a byte-order mark as UTF-8; without a mark the bytes as they are.
+std::string decoded(std::string text) {
+    if (text.starts_with("\xEF\xBB\xBF"))
+        return text.substr(3);
+    const bool little = text.starts_with("\xFF\xFE");
+    if (!little && !text.starts_with("\xFE\xFF"))
+        return text;
+    std::u16string wide;
+    for (std::size_t i = 2; i + 1 < text.size(); i += 2) {
+        const auto first = static_cast<unsigned char>(text[i]);
+        const auto second = static_cast<unsigned char>(text[i + 1]);
+        wide += static_cast<char16_t>(little ? first | second << 8 : first << 8 | second);
+    }
+    try {
+        return platform::toUtf8(wide);
+    } catch (const win32::Utf8ConversionException&) {
+        return text; // its mark was none
+    }
+}
+
+/// Between the first two double quotes; the whole line without any, nothing with only one.
+std::string_view valueOf(std::string_view line) {
+    const std::size_t first = line.find('"');
+    if (first == std::string_view::npos)
+        return line;
+    const std::size_t second = line.find('"', first + 1);
+    return second == std::string_view::npos ? std::string_view() : line.substr(first + 1, second - first - 1);
+}
+
+/// The value of the first line that names the packages folder.
+std::string installedPackagesPath(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    const std::string text = decoded({std::istreambuf_iterator<char>(in), {}});
+    for (std::string_view line : split(text, '\n')) {
+        if (line.ends_with('\r'))
+            line.remove_suffix(1);
+        if (line.find("InstalledPackagesPath") != std::string_view::npos)
+            return utf8From(valueOf(line));
+    }
     return {};
 }
 
-std::filesystem::path installSubFolder(const std::string& folder) {
-    const TextParameter& selected = par::MSFS_2020 ? par::MSFS_INSTALL_PATH : par::MSFS_2024_INSTALL_PATH;
-    return platform::pathFrom(selected.get()) / folder;
+fs::path readUserCfg(const fs::path& file, const fs::path& prefix) {
+    if (!isThere(file)) {
+        log("No UserCfg.opt found?");
+        return {};
+    }
+    const std::string value = installedPackagesPath(file);
+    fs::path path = prefix.empty() ? platform::pathFrom(value) : platform::pathInPrefix(prefix, value);
+    if (!isThere(path))
+        path.clear();
+    log(fmt::format("UserCfg.opt: InstalledPackagesPath={}", path.empty() ? "???" : platform::pathText(path)));
+    return path;
+}
+
+/// The packages folder that the user folders of one machine, or of one prefix, lead to.
+fs::path detectIn(const Simulator& simulator, const platform::UserFolders& user) {
+    fs::path steam = below(user.roaming, {simulator.folder, "Packages"});
+    if (isThere(steam))
+        log(fmt::format("Steam packages:{}", platform::pathText(steam)));
+    else
+        steam.clear();
+    if (isPackagesPath(steam))
+        return steam;
+    fs::path named = readUserCfg(findUserCfg(simulator, user), user.prefix);
+    return isPackagesPath(named) ? named : fs::path();
+}
+
+} // namespace
+
+bool isPackagesPath(const fs::path& path) {
+    return !path.empty() && isThere(path) && isThere(platform::childAnyCase(path, "Community")) &&
+           isThere(platform::childAnyCase(path, selected().official));
+}
+
+std::string detectPackagesPath() {
+    const Simulator& simulator = selected();
+    const platform::UserFolders native{{}, roamingFolder(), localFolder()};
+    if (const fs::path found = detectIn(simulator, native); !found.empty())
+        return platform::pathText(found);
+    for (const platform::UserFolders& user : platform::prefixUserFolders(simulator.steamId)) {
+        try {
+            if (const fs::path found = detectIn(simulator, user); !found.empty())
+                return platform::pathText(found);
+        } catch (const fs::filesystem_error& error) {
+            // Somebody else's prefix, or a disk that has gone: the next one may be the right one.
+            log(error.what());
+        }
+    }
+    return {};
+}
+
+fs::path installSubFolder(std::string_view folder) {
+    const fs::path packages = platform::pathFrom(selected().installPath.get());
+    return packages.empty() ? fs::path() : platform::childAnyCase(packages, folder);
 }
 
 } // namespace kes

@@ -1,111 +1,358 @@
+// The normal "aircraft.cfg".
 #include "liveries/aircraft_cfg.h"
 
 #include "core/text.h"
-#include "platform/system.h"
+#include "liveries/cfg_judge.h"
+#include "liveries/cfg_line.h"
+#include "reference/reference.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <fmt/format.h>
 
 namespace kes {
+
 namespace {
 
-bool startsNoCase(std::string_view text, std::string_view start) {
-    return text.size() >= start.size() && equalsNoCase(text.substr(0, start.size()), start);
+using namespace cfg;
+
+struct StockModel {
+    std::string_view name, code;
+};
+
+/// The simulator's own aircraft, which liveries name as their base.
+constexpr std::array stockModels{
+    StockModel{"Asobo_FlightDesignCT", "FDCT"},
+    StockModel{"Asobo_Longitude", "C700"},
+    StockModel{"Asobo_VL3", "VL3"},
+    StockModel{"Asobo_Savage_Cub", "SAVG"},
+    StockModel{"Asobo_Savage_ShockUltra", "SAVG"},
+    StockModel{"Asobo_XCub", "CC19"},
+    StockModel{"Asobo_Pitts", "PTS2"},
+    StockModel{"Asobo_SR22", "SR22"},
+    StockModel{"Asobo_Icon", "A5"},
+    StockModel{"Asobo_TBM930", "TBM9"},
+    StockModel{"Asobo_KingAir350", "B350"},
+    StockModel{"Asobo_E330", "E300"},
+    StockModel{"Asobo_DV20", "DV20"},
+    StockModel{"Asobo_DR400", "DR40"},
+    StockModel{"Asobo_DA62", "DA62"},
+    StockModel{"Asobo_DA40_TDI", "DA40"},
+    StockModel{"Asobo_DA40_NG", "DA40"},
+    StockModel{"Asobo_Cap10C", "CP10"},
+    StockModel{"Asobo_CJ4", "C25C"},
+    StockModel{"Asobo_C152", "C152"},
+    StockModel{"Asobo_C152_Aerobat", "C152"},
+    StockModel{"Asobo_C172sp_AS1000", "C172"},
+    StockModel{"Asobo_C172sp_classic", "C172"},
+    StockModel{"Asobo_Bonanza_G36", "BE36"},
+    StockModel{"Asobo_Baron_G58", "B58T"},
+    StockModel{"Asobo_B747_8i", "B748"},
+    StockModel{"Asobo_B787_10", "B78X"},
+    StockModel{"Asobo_208B_GRAND_CARAVAN_EX", "C208"},
+    StockModel{"Asobo_A320_NEO", "A20N"},
+    StockModel{"FlyByWire_A320_NEO", "A20N"},
+};
+
+constexpr std::size_t longestModel = 4;
+constexpr std::size_t shortestRegcode = 5, longestRegcode = 12; ///< characters
+
+std::string_view stockModel(std::string_view baseContainer) {
+    // The value begins with "..\".
+    const std::string_view name = baseContainer.substr(std::min<std::size_t>(3, baseContainer.size()));
+    for (const StockModel& stock : stockModels) {
+        if (stock.name == name)
+            return stock.code;
+    }
+    return {};
 }
 
-/// The line up to a comment: ';' or "//" outside double quotes.
-std::string_view withoutComment(std::string_view line) {
-    bool quoted = false;
-    for (std::size_t i = 0; i < line.size(); ++i) {
-        if (line[i] == '"') {
-            quoted = !quoted;
-        } else if (!quoted && (line[i] == ';' || line.substr(i, 2) == "//")) {
-            return line.substr(0, i);
+std::string findModel(CfgJudgement& result, const FileText& text) {
+    for (const std::string_view line : text.lines) {
+        if (leadingCharacter(line) != 'i')
+            continue;
+        const std::string_view code = unquoted(keyValue(line, "icao_type_designator").value_or(""));
+        if (!code.empty())
+            return judgedModel(result, upper(code.substr(0, longestModel)));
+    }
+    for (const std::string_view line : text.lines) {
+        if (leadingCharacter(line) != 'b')
+            continue;
+        const std::string_view code = stockModel(unquoted(keyValue(line, "base_container").value_or("")));
+        if (!code.empty())
+            return judgedModel(result, upper(code));
+    }
+    for (const char* payware : {"pmdg-aircraft-7", "fnx-aircraft-3"}) {
+        if (result.path.find(payware) != std::string::npos)
+            return {};
+    }
+    report(result, &ScanReports::invalidCfgFiles,
+           "Line icao_type_designator= is missing in [General] section of " + result.path);
+    return {};
+}
+
+/// The keys that must not stand twice are told from a second one by their name alone, wherever it stands in a line.
+struct KeyNames {
+    bool airline = false, parkingTypes = false, atcId = false;
+};
+
+KeyNames keyNamesIn(std::string_view line) {
+    KeyNames found;
+    // Underscores are common and these names are not, so the letter before and the one behind decide first.
+    for (std::size_t at = line.find('_'); at != std::string_view::npos; at = line.find('_', at + 1)) {
+        if (at < 3 || at + 1 == line.size())
+            continue;
+        const char before = line[at - 1], behind = line[at + 1];
+        if (before == 'c' && behind == 'p')
+            found.parkingTypes = found.parkingTypes || line.substr(at - 3).starts_with("atc_parking_types");
+        else if (before == 'c' && behind == 'i')
+            found.atcId = found.atcId || line.substr(at - 3).starts_with("atc_id=");
+        else if (before == 'o' && behind == 'a' && at > 3)
+            found.airline = found.airline || line.substr(at - 4).starts_with("icao_airline");
+    }
+    return found;
+}
+
+bool holdsNoCase(std::string_view text, std::string_view word) {
+    for (std::size_t at = 0; at + word.size() <= text.size(); ++at) {
+        if (equalsNoCase(text.substr(at, word.size()), word))
+            return true;
+    }
+    return false;
+}
+
+/// One section while it is read.
+class Section {
+public:
+    /// `lines` begin with the header.
+    Section(const CfgRules& rules, CfgJudgement& result, std::span<const std::string_view> lines)
+        : rules_(rules), result_(result), header_(lines.front()), lines_(lines) {}
+
+    void read() {
+        for (const std::string_view line : withoutTrailingComments(lines_)) {
+            if (!take(line))
+                return;
         }
+        finish();
     }
-    return line;
-}
 
-/// A value in double quotes is the text between them; one without is taken whole.
-std::string_view unquoted(std::string_view value) {
-    const std::size_t open = value.find('"');
-    if (open == std::string_view::npos) {
-        return value;
-    }
-    const std::size_t close = value.find('"', open + 1);
-    return close == std::string_view::npos ? std::string_view() : value.substr(open + 1, close - open - 1);
-}
-
-bool isFltsimHeader(std::string_view line) {
-    constexpr std::string_view start = "[fltsim.";
-    if (!startsNoCase(line, start)) {
+private:
+    bool end(SectionFate fate) {
+        drop(result_, header_, title_, fate);
         return false;
     }
-    const std::size_t end = line.find(']');
-    return end != std::string_view::npos && end > start.size() &&
-           line.substr(start.size(), end - start.size()).find_first_not_of("0123456789") == std::string_view::npos;
-}
+    bool end(SectionFate fate, std::string reportLine) {
+        report(result_, &ScanReports::incompleteSections, std::move(reportLine));
+        return end(fate);
+    }
 
-void setOnce(std::string& target, std::string_view value) {
-    if (target.empty()) {
-        target = strip(value);
+    /// False ends the section.
+    bool take(std::string_view line) {
+        const char first = leadingCharacter(line);
+        const bool maySecond = !airline_.empty() || !parkingTypes_.empty() || !regcode_.empty();
+        const KeyNames names = maySecond ? keyNamesIn(line) : KeyNames();
+        return (first != 't' || takeTitle(line)) && takeAirline(line, first, names.airline) &&
+               takeParkingTypes(line, first, names.parkingTypes) && takeAtcId(line, first, names.atcId);
+    }
+
+    bool takeTitle(std::string_view line) {
+        const auto value = keyValue(line, "title");
+        if (!value)
+            return true;
+        if (!title_.empty()) {
+            return end(SectionFate::twoTitles,
+                       fmt::format("{} {} has more than one title key", result_.folder, header_));
+        }
+        title_ = strip(unquoted(*value));
+        if (title_.find("FenixA320") != std::string_view::npos || title_.find("PMDG 737") != std::string_view::npos)
+            return end(SectionFate::payware);
+        if (rules_.suppressStub && title_.ends_with("-STUB"))
+            return end(SectionFate::stub);
+        return true;
+    }
+
+    bool takeAirline(std::string_view line, char first, bool named) {
+        if (!airline_.empty()) {
+            if (!named)
+                return true;
+            return end(SectionFate::twoAirlines,
+                       fmt::format("{} {} has more than one icao_airline key", result_.folder, header_));
+        }
+        const auto value = first == 'i' ? keyValue(line, "icao_airline") : std::nullopt;
+        if (!value)
+            return true;
+        const std::string_view code = unquoted(*value);
+        airline_ = code.empty() || code == "ZZZZ" ? "ZZZ" : upper(code);
+        if (airline_.size() == 4 && (airline_.back() == 'X' || airline_.back() == 'C'))
+            airline_.pop_back();
+        if (airlineExists(airline_))
+            return true;
+        if (airline_ == "RFO")
+            return end(SectionFate::blockedAirline);
+        report(result_, &ScanReports::invalidAirlines, fmt::format("{:12} in {} {}", airline_, result_.path, header_));
+        airline_.clear();
+        return true;
+    }
+
+    bool takeParkingTypes(std::string_view line, char first, bool named) {
+        if (!parkingTypes_.empty()) {
+            if (!named)
+                return true;
+            return end(SectionFate::twoParkingTypes,
+                       fmt::format("{} {} has more than one atc_parking_types key", result_.folder, header_));
+        }
+        if (const auto value = first == 'a' ? keyValue(line, "atc_parking_types") : std::nullopt)
+            parkingTypes_ = unquoted(*value);
+        return true;
+    }
+
+    bool takeAtcId(std::string_view line, char first, bool named) {
+        if (!regcode_.empty()) {
+            if (!named)
+                return true;
+            return end(SectionFate::twoAtcIds,
+                       fmt::format("{}, {}, has more than one atc_id key", result_.folder, header_));
+        }
+        const auto value = first == 'a' ? keyValue(line, "atc_id") : std::nullopt;
+        const std::string_view whole = unquoted(value.value_or(""));
+        if (whole.size() >= shortestRegcode)
+            regcode_ = regcodeOf(whole.substr(0, whole.find(';')));
+        return true;
+    }
+
+    /// The one registration that a value names. Several stand for a whole fleet and give none.
+    std::string_view regcodeOf(std::string_view value) {
+        auto& log = result_.log;
+        // A separator at the end opens no further piece.
+        if (value.empty()) {
+            log.push_back(fmt::format("invalid atc_id={} ==> in: {}", value, result_.path));
+            return {};
+        }
+        const std::string_view list = value.ends_with(',') ? value.substr(0, value.size() - 1) : value;
+        for (std::size_t begin = 0; begin <= list.size();) {
+            const std::string_view piece = list.substr(begin, list.find(',', begin) - begin);
+            begin += piece.size() + 1;
+            if (piece.empty()) {
+                log.push_back(fmt::format("empty regcode in {} {}", result_.folder, header_));
+            } else if (piece == " ") {
+                log.push_back(fmt::format("regcode is a space char? {} {}", result_.folder, header_));
+            } else if (piece.size() > longestRegcode) {
+                log.push_back(fmt::format("regcode: {}, has more than 12 chars or contains UTF16 chars in \"{}\"?",
+                                          piece, result_.path));
+            } else if (piece.find('*') != std::string_view::npos) {
+                log.push_back(
+                    fmt::format("{} {} wild cards no longer supported, atc_id skipped ", result_.folder, header_));
+            } else if (piece.find('\0') != std::string_view::npos) {
+                log.push_back(fmt::format("regcode with a zero byte in {} {}", result_.folder, header_));
+            } else {
+                continue;
+            }
+            return {};
+        }
+        return list.find(',') == std::string_view::npos ? list : std::string_view();
+    }
+
+    void finish() {
+        if (title_.empty()) {
+            end(SectionFate::noTitle, fmt::format("{} {} misses title", result_.folder, header_));
+            return;
+        }
+        if (rules_.dontUse && rules_.dontUse->contains(title_)) {
+            end(SectionFate::dontUse);
+            return;
+        }
+        if (!titleIsUsable(result_, header_, title_))
+            return;
+        if (airline_ == "ZZZ")
+            regcode_ = {};
+        if (airline_.empty() && !deduceAirline())
+            return;
+        FoundLivery& found = result_.liveries.emplace_back();
+        found.header = header_;
+        found.livery.airline = std::move(airline_);
+        found.livery.model = result_.model;
+        found.livery.title = title_;
+        found.livery.regcode = regcode_;
+        found.livery.priority = rules_.folderNumber;
+        found.livery.cargo = holdsNoCase(parkingTypes_, "CARGO") && !holdsNoCase(parkingTypes_, "GATE");
+    }
+
+    /// The airframe may tell its airline; small aircraft without any belong to private owners.
+    bool deduceAirline() {
+        const AircraftCategory category = categoryOf(result_.model);
+        const bool mustHaveAirline = category == AircraftCategory::large || category == AircraftCategory::heavy;
+        if (!regcode_.empty()) {
+            if (const auto record = lookupRegcode(regcode_))
+                airline_ = record->airl;
+            if (airline_.empty() && mustHaveAirline) {
+                return end(
+                    SectionFate::unknownRegcode,
+                    fmt::format("\"{}\" \"{}\" has no airline and its regcode is not in my dbase (very old liv?)",
+                                result_.folder, header_));
+            }
+        } else {
+            if (mustHaveAirline) {
+                return end(SectionFate::noRegcode,
+                           fmt::format("\"{}\" \"{}\" has no airline and no regcode info", result_.folder, header_));
+            }
+            regcode_ = regcodeInTitle(title_);
+        }
+        if (airline_.empty())
+            airline_ = "PVT";
+        return true;
+    }
+
+    const CfgRules& rules_;
+    CfgJudgement& result_;
+    std::string_view header_;
+    std::span<const std::string_view> lines_;
+    std::string_view title_, regcode_, parkingTypes_;
+    std::string airline_;
+};
+
+void lf_procesFltSimSection(const CfgRules& rules, CfgJudgement& result, std::span<const std::string_view> lines) {
+    try {
+        Section(rules, result, lines).read();
+    } catch (const std::exception& e) {
+        result.log.push_back(fmt::format("exception in lf_procesFltSimSection: {}, file: {}", e.what(), result.path));
+        drop(result, lines.front(), "", SectionFate::failed);
     }
 }
+
+/// A section ends at the next line with a bracket near its begin; one further in belongs to a value.
+constexpr std::size_t bracketReach = 6;
 
 } // namespace
 
-std::string decodeCfg(std::string_view bytes) {
-    if (bytes.substr(0, 3) == "\xEF\xBB\xBF") {
-        return std::string(bytes.substr(3));
+void lf_searchLiveriesinFile(const CfgRules& rules, CfgJudgement& result) {
+    thread_local FileText text;
+    if (!readCfg(result, text))
+        return;
+    if (!sectionNumbersAreGood(result, text))
+        return;
+    result.model = findModel(result, text);
+    if (result.model.empty())
+        return;
+    result.liveries.reserve(text.numbers.size());
+    const std::span<const std::string_view> lines = text.lines;
+    std::optional<std::size_t> begin;
+    for (const std::uint32_t number : text.brackets) {
+        const bool header = isHeader(lines[number]);
+        if (!header && lines[number].substr(0, bracketReach).find('[') == std::string_view::npos)
+            continue;
+        if (begin)
+            lf_procesFltSimSection(rules, result, lines.subspan(*begin, number - *begin));
+        begin = header ? std::optional<std::size_t>(number) : std::nullopt;
     }
-    const bool little = bytes.substr(0, 2) == "\xFF\xFE";
-    if (!little && bytes.substr(0, 2) != "\xFE\xFF") {
-        return std::string(bytes);
-    }
-    std::u16string units;
-    units.reserve(bytes.size() / 2);
-    for (std::size_t i = 2; i + 1 < bytes.size(); i += 2) {
-        const auto first = static_cast<unsigned char>(bytes[i]), second = static_cast<unsigned char>(bytes[i + 1]);
-        units.push_back(static_cast<char16_t>(little ? first | second << 8 : second | first << 8));
-    }
-    return platform::toUtf8(units);
+    if (begin)
+        lf_procesFltSimSection(rules, result, lines.subspan(*begin));
 }
 
-AircraftCfg parseAircraftCfg(std::string_view text) {
-    AircraftCfg cfg;
-    CfgSection* section = nullptr;
-    while (!text.empty()) {
-        const std::size_t end = text.find('\n');
-        const std::string_view whole = text.substr(0, end);
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-        const std::string_view line = strip(withoutComment(whole));
-        if (line.empty()) {
-            continue;
-        }
-        if (line.front() == '[') {
-            section = isFltsimHeader(line) ? &cfg.sections.emplace_back() : nullptr;
-            continue;
-        }
-        const std::size_t equals = line.find('=');
-        if (equals == std::string_view::npos) {
-            continue;
-        }
-        const std::string_view key = strip(line.substr(0, equals));
-        std::string_view value = unquoted(strip(line.substr(equals + 1)));
-        value = value.substr(0, value.find('\0')); // XML cannot hold a NUL
-        if (equalsNoCase(key, "icao_type_designator")) {
-            setOnce(cfg.typeDesignator, value);
-        } else if (section == nullptr) {
-            continue;
-        } else if (equalsNoCase(key, "title")) {
-            setOnce(section->title, value);
-        } else if (equalsNoCase(key, "icao_airline")) {
-            section->hasAirline = true;
-            setOnce(section->airline, value);
-        } else if (equalsNoCase(key, "atc_id")) {
-            setOnce(section->atcId, value);
-        } else if (equalsNoCase(key, "atc_parking_types")) {
-            setOnce(section->parkingTypes, value);
-        }
-    }
-    return cfg;
+std::string repeatedTitleLine(const CfgJudgement& judgement, const FoundLivery& found) {
+    if (judgement.ivao)
+        return fmt::format("{} {} title already exists: {}", judgement.path, found.header, found.livery.title);
+    return fmt::format("{} {} title \"{}\" already exists", judgement.folder, found.header, found.livery.title);
 }
 
 } // namespace kes

@@ -1,26 +1,87 @@
-// What one "aircraft.cfg" says about the liveries of its model. Pure functions, any thread.
+// What one "aircraft.cfg" gives a scan: its liveries, and lines for the reports and the log. A file is judged on any
+// thread; it touches nothing shared but the reference data, which does not change meanwhile. Titles are made unique
+// later, in the order of the walk.
 #pragma once
+
+#include "liveries/livery.h"
+#include "liveries/scan_reports.h"
+#include "platform/file.h"
+#include "reference/text_map.h"
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace kes {
 
-/// One [fltsim.n] section, values without quotes and comments; a key that stands twice counts once.
-struct CfgSection {
-    std::string title, airline, atcId, parkingTypes;
-    bool hasAirline = false; ///< the key "icao_airline" is there, even with an empty value
+/// Why a section became no livery. The silent ones stand in no report.
+enum class SectionFate : std::uint8_t {
+    stub,           ///< silent: a title that ends in "-STUB"
+    payware,        ///< silent: a model that only its owner may fly
+    dontUse,        ///< silent: a regcode file forbids the title
+    blockedAirline, ///< silent
+    twoTitles,      ///< incompleteSections, as all below
+    twoAirlines,
+    twoParkingTypes,
+    twoAtcIds,
+    noTitle,
+    titleNotUsable,
+    unknownRegcode, ///< no airline, and no registration that tells one
+    noRegcode,      ///< no airline, no registration
+    noTexture,
+    titleExists,
+    unknownAirline, ///< invalidAirlines
+    failed,         ///< the log
+};
+std::string_view text(SectionFate fate);
+
+struct FoundLivery {
+    Livery livery;
+    std::string header; ///< the section's first line, for messages
+};
+struct DroppedSection {
+    std::string header, title;
+    SectionFate fate;
 };
 
-struct AircraftCfg {
-    std::string typeDesignator; ///< first "icao_type_designator" with a value, as written
-    std::vector<CfgSection> sections;
+struct CfgJudgement {
+    std::string path, folder, model, charset;
+    bool ivao = false;
+    const platform::Folder* openFolder = nullptr; ///< only while the file is judged
+    const std::string* givenBytes = nullptr;      ///< in place of the file, only while it is judged
+    std::size_t lines = 0, sections = 0;
+    std::vector<FoundLivery> liveries;
+    std::vector<DroppedSection> dropped;
+    std::vector<std::pair<ReportList, std::string>> reports; ///< in the order in which they arose
+    std::vector<std::string> log;
 };
 
-/// Bytes of a file as UTF-8 text: UTF-16 with a mark is converted, a UTF-8 mark dropped, all else left alone.
-/// Throws win32::Utf8ConversionException for broken UTF-16.
-std::string decodeCfg(std::string_view bytes);
-AircraftCfg parseAircraftCfg(std::string_view text);
+/// What the judgement of a file depends on besides the reference data.
+struct CfgRules {
+    int folderNumber = 1; ///< becomes the priority
+    bool suppressStub = true;
+    const TextSet* dontUse = nullptr; ///< titles that must not become records; null = none
+};
+
+/// Judges the file at a path, normal or of the other family by `isIvaoPath`. Throws nothing but std::bad_alloc. With
+/// `folder`, the open folder of the file, it is found without a walk along its path.
+CfgJudgement judgeFile(const CfgRules& rules, const std::string& path, const platform::Folder* folder = nullptr);
+
+/// The same for the bytes of a file that need not exist.
+CfgJudgement judgeBytes(const CfgRules& rules, const std::string& path, const std::string& bytes);
+
+/// A title was seen before: the line for the report `incompleteSections`.
+std::string repeatedTitleLine(const CfgJudgement& judgement, const FoundLivery& found);
+
+/// The two kinds of file task; both throw only what the standard library throws.
+void lf_searchLiveriesinFile(const CfgRules& rules, CfgJudgement& result);
+void lf_searchLiveriesinIvaoFile(const CfgRules& rules, CfgJudgement& result);
+bool isIvaoPath(std::string_view path);
+
+/// The bytes of a file as UTF-8 text. 16-bit text with a mark is converted, broken pairs and a lone last byte become
+/// U+FFFD; a mark is dropped. `charset` receives "utf-16-le", "utf-16-be", "utf-8-bom" or "plain". The view is into
+/// `bytes` or `converted`.
+std::string_view decodeCfg(std::string_view bytes, std::string& converted, std::string& charset);
 
 } // namespace kes

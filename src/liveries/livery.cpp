@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <iterator>
 #include <tuple>
 
 namespace kes {
@@ -55,7 +56,9 @@ std::vector<Livery> readLiveriesScanned() {
         throw nwk::UserErrorException(99, "meta data incorrect?");
     }
     std::vector<Livery> liveries;
-    for (const pugi::xml_node node : top.children("liv")) {
+    const auto all = top.children("liv");
+    liveries.reserve(static_cast<std::size_t>(std::distance(all.begin(), all.end())));
+    for (const pugi::xml_node node : all) {
         Livery livery;
         livery.airline = node.attribute("airl").as_string();
         livery.model = node.attribute("type").as_string();
@@ -64,6 +67,8 @@ std::vector<Livery> readLiveriesScanned() {
         livery.regcode = node.attribute("atcid").as_string();
         liveries.push_back(std::move(livery));
     }
+    if (liveries.empty())
+        throw nwk::UserErrorException(533, pathText + " does not contain liveries");
     sortLiveries(liveries);
     log(fmt::format("{} liveries read from {}", liveries.size(), pathText));
     return liveries;

@@ -20,7 +20,7 @@ struct Livery {
 void sortLiveries(std::vector<Livery>& liveries);
 /// Writes "output/LiveriesScanned.xml" in one step and logs the number. False (logged) when it cannot be saved. Worker.
 bool writeLiveriesScanned(const std::vector<Livery>& liveries);
-/// Reads the file back, sorted. Throws nwk::UserErrorException 51, 52, or 99 for foreign meta data. Worker.
+/// Reads the file back, sorted. Throws nwk::UserErrorException 51, 52, 533, or 99 for foreign meta data. Worker.
 std::vector<Livery> readLiveriesScanned();
 
 } // namespace kes

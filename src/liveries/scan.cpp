@@ -1,3 +1,5 @@
+#include "liveries/scan.h"
+
 #include "core/errors.h"
 #include "core/log.h"
 #include "core/parameters.h"
@@ -5,281 +7,236 @@
 #include "core/text.h"
 #include "core/window.h"
 #include "install/install.h"
-#include "liveries/aircraft_cfg.h"
-#include "liveries/livery.h"
+#include "liveries/folder_walk.h"
+#include "liveries/package_finders.h"
+#include "liveries/scan_summary.h"
 #include "liveries/store.h"
 #include "platform/system.h"
-#include "reference/csv.h"
 #include "reference/reference.h"
-#include "reference/text_map.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <fmt/format.h>
-#include <set>
+#include <unordered_set>
 
 namespace kes {
+
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int deepest = 32; ///< folders below the scanned one; a package nests five or six
-constexpr std::size_t longestRegcode = 12;
+constexpr int lowestPriority = 10;
 
 struct Scan {
-    std::vector<Livery> liveries;
-    TextSet titles;             ///< a title names one livery in the whole scan
-    std::set<fs::path> entered; ///< real paths of linked folders, so that a link to a parent ends
-    std::int32_t priority = 0;
-    std::size_t files = 0, unreadable = 0, withoutSections = 0, withoutModel = 0;
-    std::size_t untitled = 0, unknownAirline = 0, twice = 0;
+    std::vector<Livery> list;
+    TextSet seenTitles; ///< a title names one livery in the whole scan
+    TextSet dontUse;
+    std::vector<FolderSummary> folders;
 };
 
-std::string airlineFrom(const CfgSection& section) {
-    std::string code = upper(section.airline);
-    if (code.empty() || code == "ZZZZ") {
-        return "ZZZ";
-    }
-    if (code.size() == 4 && (code.back() == 'X' || code.back() == 'C')) {
-        code.pop_back();
-    }
-    return code;
-}
-
-/// A registration that stands for one airframe, or an empty text.
-std::string regcodeFrom(std::string_view atcId) {
-    if (atcId.size() < 5) {
-        return {};
-    }
-    const std::string_view code = strip(atcId.substr(0, atcId.find(';')));
-    if (code.size() > longestRegcode || code.find_first_of(",*") != std::string_view::npos) {
-        return {};
-    }
-    return std::string(code);
-}
-
-void takeSection(Scan& scan, const CfgSection& section, const std::string& model) {
-    if (section.title.empty()) {
-        ++scan.untitled;
-        return;
-    }
-    Livery livery;
-    livery.model = model;
-    livery.title = section.title;
-    livery.priority = scan.priority;
-    livery.regcode = regcodeFrom(section.atcId);
-    livery.airline = section.hasAirline ? airlineFrom(section) : std::string();
-    if (!airlineExists(livery.airline)) {
-        // The airframe may tell the airline; small aircraft without any belong to private owners.
-        const auto record = livery.regcode.empty() ? std::nullopt : lookupRegcode(livery.regcode);
-        const AircraftCategory category = categoryOf(model);
-        if (record) {
-            livery.airline = record->airl;
-        } else if (category == AircraftCategory::large || category == AircraftCategory::heavy) {
-            ++scan.unknownAirline;
-            return;
+/// Moves a judgement into the scan: here titles become unique, in the order of the walk.
+void takeJudgement(Scan& scan, CfgJudgement& judgement, FolderSummary& folder) {
+    for (const std::string& line : judgement.log)
+        log(line);
+    for (auto& [list, line] : judgement.reports)
+        (scanReports.*list).push_back(std::move(line));
+    const std::size_t before = scan.list.size();
+    for (FoundLivery& found : judgement.liveries) {
+        if (scan.seenTitles.insert(found.livery.title).second) {
+            scan.list.push_back(std::move(found.livery));
         } else {
-            livery.airline = "PVT";
+            ++folder.repeatedTitles;
+            scanReports.incompleteSections.push_back(repeatedTitleLine(judgement, found));
         }
     }
-    if (livery.airline == "ZZZ") {
-        livery.regcode.clear();
-    }
-    const std::string parking = upper(section.parkingTypes);
-    livery.cargo = parking.find("CARGO") != std::string::npos && parking.find("GATE") == std::string::npos;
-    if (!scan.titles.insert(livery.title).second) {
-        ++scan.twice;
-        return;
-    }
-    scan.liveries.push_back(std::move(livery));
+    folder.add(judgement, scan.list.size() - before);
 }
 
-void readCfg(Scan& scan, const fs::path& path) {
-    ++scan.files;
-    const std::optional<std::string> bytes = readBytes(path);
-    if (!bytes) {
-        ++scan.unreadable;
-        log(fmt::format("! cannot read {}", platform::pathText(path)));
+void scanFolder(Scan& scan, int number, const fs::path& path) {
+    const std::string name = platform::pathText(path);
+    std::error_code error;
+    if (!fs::exists(path, error)) {
+        log(name + " does not exist, skipped!");
         return;
     }
-    AircraftCfg cfg;
+    if (!fs::is_directory(path, error)) {
+        log(name + " is not a folder name, skipped!");
+        return;
+    }
+    if (stopWanted())
+        return;
+    FolderSummary& folder = scan.folders.emplace_back();
+    folder.path = name;
+    CfgRules rules;
+    rules.folderNumber = number;
+    rules.suppressStub = par::SUPPRESS_STUB;
+    rules.dontUse = &scan.dontUse;
+    const std::size_t before = scan.list.size();
     try {
-        cfg = parseAircraftCfg(decodeCfg(*bytes));
-    } catch (const win32::Utf8ConversionException& error) {
-        ++scan.unreadable;
-        log(fmt::format("! cannot read {}: {}", platform::pathText(path), error.what()));
-        return;
+        const WalkCount count =
+            walkFolder(rules, name, [&](CfgJudgement& judgement) { takeJudgement(scan, judgement, folder); });
+        folder.closedFolders = count.closedFolders;
+    } catch (const std::exception& e) {
+        log(fmt::format("liveries search in {} aborted, cause: {}", name, e.what()));
     }
-    if (cfg.sections.empty()) {
-        ++scan.withoutSections;
-        return;
+    const std::string foundIn = "found in " + name;
+    if (scan.list.empty()) {
+        log(fmt::format("No liveries {}", foundIn));
+    } else {
+        const auto added = static_cast<std::int64_t>(scan.list.size() - before);
+        log(fmt::format("{} liverie{} {}", added, plural(added), foundIn));
     }
-    const std::string model = upper(std::string_view(cfg.typeDesignator).substr(0, 4));
-    if (!modelExists(model)) {
-        ++scan.withoutModel;
-        log(fmt::format("! unknown aircraft type \"{}\" in {}", model, platform::pathText(path)));
-        return;
-    }
-    for (const CfgSection& section : cfg.sections) {
-        takeSection(scan, section, model);
-    }
+    if (scan.list.size() == before && !stopWanted())
+        log(whyNoLivery(folder));
 }
 
-std::vector<fs::path> sortedEntries(Scan& scan, const fs::path& folder) {
-    std::vector<std::pair<std::string, fs::path>> named;
-    std::error_code error;
-    for (fs::directory_iterator walk(folder, error), end; !error && walk != end; walk.increment(error)) {
-        named.emplace_back(upper(platform::pathText(walk->path().filename())), walk->path());
-    }
-    if (error) {
-        ++scan.unreadable;
-        log(fmt::format("! cannot read folder {}: {}", platform::pathText(folder), error.message()));
-    }
-    std::sort(named.begin(), named.end());
-    std::vector<fs::path> entries;
-    for (auto& [name, path] : named) {
-        entries.push_back(std::move(path));
-    }
-    return entries;
-}
-
-/// Users keep packages elsewhere and link them into the folder, so links are followed, each target once.
-bool mayEnter(Scan& scan, const fs::path& folder) {
-    std::error_code error;
-    if (!fs::is_symlink(folder, error)) {
-        return true;
-    }
-    const fs::path real = fs::canonical(folder, error);
-    return !error && scan.entered.insert(real).second;
-}
-
-void walk(Scan& scan, const fs::path& folder, int depth) {
-    for (const fs::path& entry : sortedEntries(scan, folder)) {
-        if (stopWanted()) {
-            return;
+/// The data base knows better than a livery what an airframe is. A field that it leaves empty says nothing.
+void correctFromDataBase(std::vector<Livery>& list) {
+    for (Livery& livery : list) {
+        if (livery.regcode.empty())
+            continue;
+        const auto record = lookupRegcode(livery.regcode);
+        if (!record)
+            continue;
+        if (livery.cargo != record->cargo) {
+            scanReports.conversionLines.push_back(
+                fmt::format("{:80} {} cargo {} => {}", livery.title, livery.regcode, livery.cargo, record->cargo));
+            livery.cargo = record->cargo;
         }
-        std::error_code error;
-        const fs::file_status status = fs::status(entry, error);
-        if (fs::is_directory(status)) {
-            if (depth < deepest && mayEnter(scan, entry)) {
-                walk(scan, entry, depth + 1);
-            }
-        } else if (equalsNoCase(platform::pathText(entry.filename()), "aircraft.cfg")) {
-            readCfg(scan, entry);
-        }
+        const auto correct = [&](std::string& value, const std::string& known, const char* what) {
+            if (known.empty() || value == known)
+                return;
+            scanReports.conversionLines.push_back(
+                fmt::format("{:80} {} {} {} => {}", livery.title, livery.regcode, what, value, known));
+            value = known;
+        };
+        correct(livery.airline, record->opr.empty() ? record->airl : record->opr, "airl");
+        correct(livery.model, record->type, "model");
     }
 }
 
-void logFound(const fs::path& folder, std::size_t liveries, std::size_t files) {
-    const auto count = static_cast<std::int64_t>(liveries);
-    log(fmt::format("{} liverie{} in {} aircraft.cfg file{} found in {}", liveries, plural(count), files,
-                    plural(static_cast<std::int64_t>(files)), platform::pathText(folder)));
+/// Only the liveries of the first folder that has any for an airline and model stay.
+void dropLowerPriorities(std::vector<Livery>& list) {
+    TextMap<std::int32_t> best;
+    const auto key = [](const Livery& livery) { return livery.airline + '\n' + livery.model; };
+    for (const Livery& livery : list) {
+        const auto [place, isNew] = best.try_emplace(key(livery), livery.priority);
+        if (!isNew)
+            place->second = std::min(place->second, livery.priority);
+    }
+    std::erase_if(list, [&](const Livery& livery) { return livery.priority > best.find(key(livery))->second; });
 }
 
-/// Walks one folder and tells what each package in it gave.
-void scanFolder(Scan& scan, const fs::path& folder) {
-    std::error_code error;
-    if (!fs::exists(folder, error)) {
-        log(platform::pathText(folder) + " does not exist, skipped!");
-        return;
-    }
-    if (!fs::is_directory(folder, error)) {
-        log(platform::pathText(folder) + " is not a folder name, skipped!");
-        return;
-    }
-    const std::size_t liveriesBefore = scan.liveries.size(), filesBefore = scan.files;
-    for (const fs::path& package : sortedEntries(scan, folder)) {
-        if (stopWanted()) {
-            return;
-        }
-        const std::size_t liveries = scan.liveries.size(), files = scan.files;
-        if (fs::is_directory(package, error)) {
-            if (mayEnter(scan, package)) {
-                walk(scan, package, 1);
-            }
-        } else if (equalsNoCase(platform::pathText(package.filename()), "aircraft.cfg")) {
-            readCfg(scan, package);
-        }
-        if (scan.files > files) {
-            logFound(package, scan.liveries.size() - liveries, scan.files - files);
-        }
-    }
-    logFound(folder, scan.liveries.size() - liveriesBefore, scan.files - filesBefore);
+void dropRepeated(std::vector<Livery>& list) {
+    const auto same = [](const Livery& a, const Livery& b) {
+        return a.title == b.title && a.airline == b.airline && a.model == b.model && a.regcode == b.regcode &&
+               a.cargo == b.cargo;
+    };
+    list.erase(std::unique(list.begin(), list.end(), same), list.end());
 }
 
-std::vector<fs::path> foldersToScan() {
-    if (par::LIG_AUTOMATIC) {
-        return {installSubFolder("Community")};
-    }
+std::vector<fs::path> automaticFolders() {
+    const fs::path community = installSubFolder("Community");
+    if (community.empty())
+        return {};
     std::vector<fs::path> folders;
-    for (const TextParameter& parameter : par::lfolder) {
-        if (!parameter.empty()) {
-            folders.push_back(platform::pathFrom(parameter.get()));
-        }
+    try {
+        folders = findAiPackages(community);
+    } catch (const fs::filesystem_error& e) {
+        log(fmt::format("The Community folder \"{}\" cannot be read: {}", platform::pathText(community),
+                        e.code().message()));
+        return {};
     }
     if (folders.empty()) {
-        throw nwk::UserErrorException(48, "Set lfolder parameter(-s) to your liveries first, see Manual 5.1 (or check "
-                                          "Liveries automatic)");
+        log(fmt::format("\"{}\" holds none of the packages that the automatic scan knows: AIG, FSLTL, Just Flight "
+                        "traffic or a folder of your own with \"user-aitraffic\" in its name. Install one of them, or "
+                        "switch Liveries automatic off and name your folders in lfolder0 to lfolder9",
+                        platform::pathText(community)));
     }
     return folders;
 }
 
-void logLeftOut(const Scan& scan) {
-    const std::pair<std::size_t, const char*> reasons[] = {
-        {scan.unreadable, "unreadable files or folders"},
-        {scan.withoutSections, "files without a [fltsim.n] section"},
-        {scan.withoutModel, "files without a known aircraft type"},
-        {scan.untitled, "sections without a title"},
-        {scan.unknownAirline, "sections without a known airline"},
-        {scan.twice, "sections with a title that already exists"},
-    };
-    for (const auto& [count, words] : reasons) {
-        if (count > 0) {
-            log(fmt::format("  left out: {}: {}", words, count));
-        }
+std::vector<fs::path> manualFolders() {
+    std::vector<fs::path> folders;
+    for (const TextParameter& parameter : par::lfolder) {
+        if (!parameter.empty())
+            folders.push_back(platform::pathFrom(parameter.get()));
     }
+    if (folders.empty()) {
+        throw nwk::UserErrorException(
+            48, "Set lfolder parameter(-s) to your liveries first, see Manual 5.1 (or check Liveries automatic)");
+    }
+    return folders;
 }
 
-/// False when the user ends the program meanwhile; the last scan's file is then left as it was.
-bool runScan() {
-    const bool automatic = par::LIG_AUTOMATIC;
-    const char* word = par::LIG_PRIORITIZE && !automatic ? "prioritized " : "";
-    showStatus(fmt::format("Scanning {} for liveries ...", word), false);
-    log(fmt::format("\n++++++++++++++++++++++++ liveries scan {} starts ++++++++++++++++++++++++++++++++",
-                    automatic ? "automatic" : "manual"));
-    readouts.liveries = -1;
-    repaint();
-    Scan scan;
-    for (const fs::path& folder : foldersToScan()) {
-        scan.priority = std::min(scan.priority + 1, 10);
-        scanFolder(scan, folder);
-    }
-    if (stopWanted()) {
-        return false;
-    }
-    logLeftOut(scan);
-    sortLiveries(scan.liveries);
-    const bool saved = writeLiveriesScanned(scan.liveries);
-    clearStatus();
-    if (scan.liveries.empty()) {
-        // The switch stays on, so that the next start looks again.
-        showStatus("No liveries found, aircraft cannot be shown: check the install path", true);
-    } else if (saved) {
-        par::SCAN_LIVERIES.value = false;
-        save(par::SCAN_LIVERIES);
-        setCheck(par::SCAN_LIVERIES, false);
-    }
-    log("\n++++++++++++++++++++++++ liveries scan ends ++++++++++++++++++++++++++++++++\n");
-    return true;
-}
+std::string foundText; ///< what the last scan found, for the status line; worker
 
 } // namespace
 
+bool scanFolders(const std::vector<fs::path>& folders) {
+    foundText.clear();
+    scanReports = {};
+    try {
+        removeScanReports();
+    } catch (const std::exception& e) {
+        log(fmt::format("problems with removing previous files: {}", e.what()));
+    }
+    readDontUseTitles();
+    Scan scan;
+    scan.dontUse.insert(dontUseTitles.begin(), dontUseTitles.end());
+    int number = 0;
+    for (const fs::path& folder : folders) {
+        number = std::min(number + 1, lowestPriority);
+        scanFolder(scan, number, folder);
+        if (stopWanted())
+            return true;
+    }
+    if (scan.list.empty()) {
+        scanReports = {};
+        readouts.liveries = 0;
+        repaint();
+        return false;
+    }
+    if (folders.size() > 1)
+        log(fmt::format("{} in total", scan.list.size()));
+    correctFromDataBase(scan.list);
+    if (par::LIG_PRIORITIZE)
+        dropLowerPriorities(scan.list);
+    sortLiveries(scan.list);
+    dropRepeated(scan.list);
+    foundText = foundLiveries(scan.list.size(), scan.folders);
+    writeLiveriesScanned(scan.list);
+    writeScanReports();
+    scanReports = {};
+    clearStatus();
+    return true;
+}
+
 void scanLiveries() {
-    if (par::SCAN_LIVERIES && !runScan()) {
+    if (!par::SCAN_LIVERIES) {
+        processScannedLiveries();
         return;
     }
+    const bool automatic = par::LIG_AUTOMATIC;
+    readouts.liveries = -1;
+    showStatus(fmt::format("Scanning {} for liveries ...", par::LIG_PRIORITIZE && !automatic ? "prioritized " : ""),
+               false);
+    log(fmt::format("\n++++++++++++++++++++++++ liveries scan {} starts ++++++++++++++++++++++++++++++++",
+                    automatic ? "automatic" : "manual"));
+    const bool found = scanFolders(automatic ? automaticFolders() : manualFolders());
+    if (stopWanted())
+        return; // the next start scans again, since the list of the last scan is gone
+    if (!found) {
+        if (!automatic)
+            throw nwk::UserErrorException(53, "no liveries found");
+        throw nwk::UserErrorException(43, "Automatic scan has not found any liveries, switch off automatic and set "
+                                          "lfolder parameter(-s), Manual 5.1");
+    }
+    par::SCAN_LIVERIES.value = false;
+    save(par::SCAN_LIVERIES);
+    setCheck(par::SCAN_LIVERIES, false);
+    log("\n++++++++++++++++++++++++ liveries scan ends ++++++++++++++++++++++++++++++++\n");
     processScannedLiveries();
+    showStatus(foundText, true);
 }
 
 } // namespace kes

@@ -1,103 +1,333 @@
 #include "liveries/store.h"
 
+#include "core/folders.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/text.h"
 #include "core/window.h"
 #include "liveries/livery.h"
-#include "reference/regcode_forms.h"
-#include "reference/text_map.h"
+#include "liveries/matching.h"
+#include "liveries/regcode_files.h"
+#include "liveries/scan_reports.h"
+#include "liveries/similar.h"
+#include "platform/system.h"
+#include "reference/reference.h"
+#include "update/update.h"
 
 #include <algorithm>
-#include <array>
-#include <deque>
 #include <fmt/format.h>
 #include <unordered_set>
 
 namespace kes {
+
 namespace {
 
-using Titles = std::vector<std::string_view>;
+namespace fs = std::filesystem;
 
-std::vector<Livery> store; ///< in file order; owns the texts that all tables below view
-std::unordered_set<std::string_view> allTitles;
-TextMap<TextMap<Titles>> byAirlineModel;
-TextMap<Titles> byModel;
-TextMap<std::string_view> byRegcode;
-bool processed = false;
+LiveryTables tables;
+std::unordered_set<std::string_view> allTitles;     // views of `liveryStore`
+std::unordered_set<std::string_view> specialLookup; // the same as `specialTitles`, for the search
+std::size_t storedLiveries = 0;
+bool liveriesProcessed = false;
+bool roomReserved = false;
 
-std::deque<std::string> foreignTitles; ///< refused titles that no scan knows
-Titles refusedTitles;
-std::vector<std::string> refusedNames;
-std::array<std::uint32_t, 6> stepCounters{};
+constexpr std::string_view genericAirline = "ZZZ";
 
-constexpr int airlineStep = 2, anyAirlineStep = 5;
+std::string_view mark(std::size_t n) {
+    return plural(static_cast<std::int64_t>(n));
+}
 
-/// The first of `titles` that the simulator has not refused, or an empty view.
-std::string_view firstUsable(const Titles* titles) {
-    if (titles) {
-        for (const std::string_view title : *titles) {
-            if (!isRefused(title)) {
-                return title;
+void logModelLists(const std::vector<std::string>& models) {
+    constexpr std::size_t perLine = 20;
+    for (std::size_t begin = 0; begin < models.size(); begin += perLine) {
+        std::string line = "  ";
+        for (std::size_t i = begin; i < std::min(begin + perLine, models.size()); ++i)
+            line += (i == begin ? "" : ",") + models[i];
+        log(line);
+    }
+}
+
+/// The list is sorted, so each change of airline or model begins a new entry.
+void buildStore(const std::vector<Livery>& list) {
+    allTitles.reserve(list.size());
+    std::vector<StoredLivery> current;
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        const Livery& livery = list[i];
+        current.push_back({livery.title, livery.cargo});
+        const bool closes =
+            i + 1 == list.size() || list[i + 1].airline != livery.airline || list[i + 1].model != livery.model;
+        if (closes) {
+            current.shrink_to_fit();
+            tables.liveryStore[livery.airline][livery.model] = std::move(current);
+            current = {};
+        }
+    }
+    for (const auto& [airline, models] : tables.liveryStore) {
+        for (const auto& [model, stored] : models) {
+            for (const StoredLivery& livery : stored)
+                allTitles.insert(livery.title);
+        }
+    }
+    storedLiveries = list.size();
+}
+
+void buildAirlineModel() {
+    for (const auto& [airline, models] : tables.liveryStore) {
+        for (const auto& [model, stored] : models) {
+            std::array<Titles, 2> split;
+            for (const StoredLivery& livery : stored)
+                split[livery.cargo].push_back(livery.title);
+            for (std::size_t kind = 0; kind < 2; ++kind) {
+                if (split[kind].empty())
+                    continue;
+                split[kind].shrink_to_fit();
+                tables.byAirlineModel[kind][airline].emplace(model, std::move(split[kind]));
             }
         }
     }
-    return {};
 }
 
-void buildTables() {
-    for (const Livery& livery : store) {
-        allTitles.insert(livery.title);
-        byAirlineModel[livery.airline][livery.model].push_back(livery.title);
-        byModel[livery.model].push_back(livery.title);
-        if (!livery.regcode.empty()) {
-            byRegcode.try_emplace(livery.regcode, livery.title); // the first in sorted order keeps a registration
+void applyInlineRegcodes(const std::vector<Livery>& list) {
+    std::vector<std::string> lines;
+    for (const Livery& livery : list) {
+        if (livery.regcode.empty())
+            continue;
+        const std::string_view title = findTitle(livery.title);
+        if (title.empty()) {
+            lines.push_back(fmt::format("==> [{:3} {:4}] {} \"{}\" not available, system error, should not happen?",
+                                        livery.airline, livery.model, livery.regcode, livery.title));
+            continue;
         }
+        const auto [place, isNew] = tables.regcodeTable.try_emplace(livery.regcode, title);
+        if (!isNew && place->second != title) {
+            lines.push_back(fmt::format("{} \"{}\" => already in use by \"{}\"", livery.regcode, title, place->second));
+        }
+    }
+    if (lines.empty())
+        return;
+    const fs::path file = path::outputErrors / "InlineRegcodes.txt";
+    writeReport(file, lines);
+    log(fmt::format("{} in-line regcode clashes, see \"{}\"", lines.size(), platform::pathText(file)));
+}
+
+void applyEntries(const std::vector<RegcodeEntry>& entries, std::vector<std::string>& offlineLines) {
+    std::size_t added = 0, replaced = 0, specials = 0;
+    for (const RegcodeEntry& entry : entries) {
+        const std::string_view title = findTitle(entry.title);
+        if (title.empty() || entry.regs.empty())
+            continue;
+        for (const std::string& regcode : entry.regs) {
+            const auto [place, isNew] = tables.regcodeTable.try_emplace(regcode, title);
+            if (isNew) {
+                ++added;
+            } else if (place->second != title) {
+                offlineLines.push_back(fmt::format("   regcode {} for \"{}\", instead of the same for \"{}\"", regcode,
+                                                   title, place->second));
+                place->second = title;
+                ++replaced;
+            }
+        }
+        if (entry.special) {
+            tables.specialTitles.push_back(title);
+            specialLookup.insert(title);
+            ++specials;
+        }
+    }
+    std::string line = fmt::format("{} new regcode{} added", added, mark(added));
+    if (replaced > 0)
+        line += fmt::format(", {} regcode{} replaced", replaced, mark(replaced));
+    if (specials > 0)
+        line += fmt::format(", {} regcode{} defined as special", specials, mark(specials));
+    offlineLines.push_back(std::move(line));
+}
+
+void applyRegcodeFiles() {
+    std::vector<std::string> offlineLines;
+    if (!fetchZipAsText("AIG-regcodes.zip", path::aigRegcodes)) {
+        log("reading AIG-regcodes failed?");
+    } else {
+        const std::string name = platform::pathText(path::aigRegcodes);
+        offlineLines.push_back("Processing file " + name);
+        std::vector<RegcodeEntry> entries;
+        if (!readRegcodeDocument(path::aigRegcodes, entries)) {
+            offlineLines.push_back(
+                fmt::format("There were errors in processing the AIG-regcode file \"{}\", see the Log.txt", name));
+        }
+        applyEntries(entries, offlineLines);
+        std::error_code ignored;
+        fs::remove(path::aigRegcodes, ignored);
+    }
+    if (hasMyRegcodes()) {
+        const std::string name = platform::pathText(path::myRegcodes);
+        offlineLines.push_back("Processing files in " + name);
+        std::vector<RegcodeEntry> entries;
+        const bool good = readMyRegcodes(entries);
+        applyEntries(entries, offlineLines);
+        if (!good) {
+            offlineLines.push_back(fmt::format(
+                "There were errors in processing the regcode files in folder \"{}\", see the Log.txt", name));
+        }
+    }
+    const fs::path file = path::outputInfo / "OfflineRegcodes.txt";
+    std::error_code ignored;
+    fs::remove(file, ignored);
+    if (offlineLines.empty())
+        return;
+    writeReport(file, offlineLines);
+    log(fmt::format("Offline regcode files processed, results can be found in \"{}\"", platform::pathText(file)));
+    if (!tables.specialTitles.empty())
+        log(fmt::format("{} special liveries", tables.specialTitles.size()));
+}
+
+void buildByModel() {
+    struct Flat {
+        std::string_view model, title;
+        bool cargo;
+    };
+    std::vector<Flat> flat;
+    flat.reserve(std::max<std::size_t>(4048, storedLiveries));
+    for (const auto& [airline, models] : tables.liveryStore) {
+        for (const auto& [model, stored] : models) {
+            for (const StoredLivery& livery : stored)
+                flat.push_back({model, livery.title, livery.cargo});
+        }
+    }
+    // By title too, so that the same liveries give the same lists whatever the hash tables' order.
+    std::sort(flat.begin(), flat.end(),
+              [](const Flat& a, const Flat& b) { return std::tie(a.model, a.title) < std::tie(b.model, b.title); });
+    for (const Flat& livery : flat)
+        tables.byModel[livery.cargo][std::string(livery.model)].push_back(livery.title);
+    for (auto& kind : tables.byModel) {
+        for (auto& [model, titles] : kind)
+            titles.shrink_to_fit();
     }
 }
 
-void clearTables() {
-    byRegcode.clear();
-    byModel.clear();
-    byAirlineModel.clear();
-    allTitles.clear();
-    store.clear();
+void reportGenericLiveries() {
+    std::vector<std::string> models;
+    if (const auto* generic = find(tables.liveryStore, genericAirline)) {
+        for (const auto& [model, stored] : *generic)
+            models.push_back(model);
+    }
+    std::sort(models.begin(), models.end());
+    if (models.empty()) {
+        log("No generic liveries");
+        return;
+    }
+    log(fmt::format("{} model{} have a generic livery", models.size(), mark(models.size())));
+    logModelLists(models);
+}
+
+/// A kind of aircraft that the user can leave out.
+struct OptionalKind {
+    AircraftCategory category;
+    BoolBox& box;
+    const char* name; ///< in messages
+};
+OptionalKind optionalKinds[] = {{AircraftCategory::light, par::LIGHT_AIRCRAFT, "light aircraft"},
+                                {AircraftCategory::highPerf, par::HIGH_PERF_AIRCRAFT, "High Perf aircraft"},
+                                {AircraftCategory::rotorcraft, par::HELICOPTERS, "Helicopters"}};
+
+/// Without liveries a kind cannot be shown, so its option says so until the user brings some.
+void optionFollows(AircraftCategory category, bool installed) {
+    for (OptionalKind& kind : optionalKinds) {
+        if (kind.category != category)
+            continue;
+        if (!installed && kind.box) {
+            kind.box.value = false;
+            save(kind.box);
+            setCheck(kind.box, false);
+            log(fmt::format("{} temporary switched off because you do not have {} installed", kind.box.name,
+                            kind.name));
+        }
+        enableControl(kind.box, installed);
+    }
+}
+
+void categoryStep(AircraftCategory category) {
+    std::vector<std::string> models;
+    std::array<std::size_t, 2> titles{};
+    for (std::size_t kind = 0; kind < 2; ++kind) {
+        for (const auto& [model, list] : tables.byModel[kind]) {
+            if (categoryOf(model) != category)
+                continue;
+            titles[kind] += list.size();
+            models.push_back(model);
+        }
+    }
+    const bool installed = titles[0] + titles[1] > 0;
+    if (!installed) {
+        log(fmt::format("Category {}: No livery found", text(category)));
+        optionFollows(category, false);
+        return;
+    }
+    std::string line = fmt::format("Category {}: {} pax liverie{}", text(category), titles[0], mark(titles[0]));
+    if (titles[1] > 0)
+        line += fmt::format(" and {} cargo liverie{}", titles[1], mark(titles[1]));
+    log(line);
+    std::sort(models.begin(), models.end());
+    models.erase(std::unique(models.begin(), models.end()), models.end());
+    logModelLists(models);
+    std::vector<std::string>* const list = category == AircraftCategory::light        ? &tables.lightModels
+                                           : category == AircraftCategory::buzjets    ? &tables.buzjetModels
+                                           : category == AircraftCategory::rotorcraft ? &tables.rotorModels
+                                                                                      : nullptr;
+    if (list)
+        list->insert(list->end(), models.begin(), models.end());
+    optionFollows(category, true);
 }
 
 } // namespace
 
+const LiveryTables& liveryTables() {
+    return tables;
+}
+
 void reserveLiveryTables() {
-    constexpr std::size_t usualTitles = 4096;
-    allTitles.reserve(usualTitles);
-    byModel.reserve(256);
-    byAirlineModel.reserve(512);
+    if (roomReserved)
+        return;
+    roomReserved = true;
+    tables.specialTitles.reserve(4096);
+    tables.lightModels.reserve(64);
+    tables.buzjetModels.reserve(128);
+    tables.rotorModels.reserve(32);
 }
 
 void processScannedLiveries() {
-    if (processed) {
+    if (liveriesProcessed) {
         log("Processing scanned liveries skipped; already done in previous start-up");
         return;
     }
-    store = readLiveriesScanned();
-    readouts.liveries = static_cast<std::int32_t>(store.size());
+    const std::vector<Livery> scannedList = readLiveriesScanned();
+    readouts.liveries = static_cast<std::int32_t>(scannedList.size());
     repaint();
-    buildTables();
-    log(fmt::format("{} registration codes", byRegcode.size()));
-    log(fmt::format("{} airlines, {} aircraft models", byAirlineModel.size(), byModel.size()));
-    processed = true;
+    buildStore(scannedList);
+    buildAirlineModel();
+    applyInlineRegcodes(scannedList);
+    applyRegcodeFiles();
+    log(fmt::format("{} registration codes", tables.regcodeTable.size()));
+    buildByModel();
+    log(fmt::format("{} airlines, {} pax aircraft models and {} cargo aircraft models", tables.liveryStore.size(),
+                    tables.byModel[0].size(), tables.byModel[1].size()));
+    buildSimilarTables(tables);
+    reportGenericLiveries();
+    for (int category = 0; category < 6; ++category)
+        categoryStep(static_cast<AircraftCategory>(category));
+    liveriesProcessed = true;
 }
 
 void resetLiveries() {
-    refusedTitles.clear();
-    refusedNames.clear();
-    foreignTitles.clear();
-    stepCounters = {};
-    clearTables();
-    processed = false;
+    resetMatching();
+    allTitles.clear();
+    specialLookup.clear();
+    tables = {};
+    storedLiveries = 0;
+    liveriesProcessed = false;
+    roomReserved = false;
 }
 
 std::size_t liveryCount() {
-    return store.size();
+    return storedLiveries;
 }
 
 std::string_view findTitle(std::string_view title) {
@@ -105,77 +335,47 @@ std::string_view findTitle(std::string_view title) {
     return found == allTitles.end() ? std::string_view() : *found;
 }
 
-void matchLive(AiAircraft& record) {
-    int step = airlineStep;
-    std::string_view title;
-    if (!record.airline.empty()) {
-        const TextMap<Titles>* models = find(byAirlineModel, record.airline);
-        title = firstUsable(models ? find(*models, record.model) : nullptr);
-    }
-    if (title.empty()) {
-        step = anyAirlineStep;
-        title = firstUsable(find(byModel, record.model));
-    }
-    record.title = title;
-    if (title.empty()) {
-        return;
-    }
-    ++stepCounters[static_cast<std::size_t>(step - 1)];
-    if (par::LOG) {
-        logIndented(fmt::format("{} ={}= {}", longLabel(record), step, title));
-    }
-    record.reverseThrust = title.find("FSLTL_") != std::string_view::npos;
+bool hasLivery(std::string_view airline, std::string_view model) {
+    const auto* models = find(tables.liveryStore, airline);
+    return models && models->contains(model);
 }
 
-std::string_view searchRegcode(std::string_view regcode) {
-    if (regcode.empty()) {
-        return {};
-    }
-    const std::string_view* title =
-        firstOfRegcodeForms(regcode, [](std::string_view form) { return find(byRegcode, form); });
-    return title ? *title : std::string_view();
+bool hasModel(std::string_view model) {
+    return tables.byModel[0].contains(model) || tables.byModel[1].contains(model);
 }
 
-void refuseTitle(std::string_view title, std::string_view model, std::string_view airline) {
-    refusedNames.push_back(fmt::format("{} {}", model, airline));
-    if (title.empty() || isRefused(title)) {
-        return;
-    }
-    std::string_view kept = findTitle(title);
-    if (kept.empty()) {
-        kept = foreignTitles.emplace_back(title);
-    }
-    refusedTitles.push_back(kept);
+bool isSpecial(std::string_view title) {
+    return !specialLookup.empty() && specialLookup.contains(title);
 }
 
-std::size_t refusedTitleCount() {
-    return refusedTitles.size();
-}
-
-bool isRefused(std::string_view title) {
-    return std::find(refusedTitles.begin(), refusedTitles.end(), title) != refusedTitles.end();
-}
-
-void writeMatchingSummary() {
-    const std::string stars(31, '*');
-    std::vector<std::string> lines;
-    lines.push_back(fmt::format("\n{} live traffic livery matching summary {}", stars, stars));
-    lines.push_back("Matches at step: ");
-    for (std::size_t i = 0; i < stepCounters.size(); ++i) {
-        lines.push_back(fmt::format("  {}: {}", i + 1, stepCounters[i]));
-    }
-    std::sort(refusedNames.begin(), refusedNames.end());
-    refusedNames.erase(std::unique(refusedNames.begin(), refusedNames.end()), refusedNames.end());
-    if (!refusedNames.empty()) {
-        lines.push_back("\nCould not be created by MSFS:");
-        for (const std::string& name : refusedNames) {
-            lines.push_back("  " + name);
+void readDontUseTitles() {
+    dontUseTitles.clear();
+    const auto add = [](const std::vector<RegcodeEntry>& entries) {
+        const std::size_t before = dontUseTitles.size();
+        for (const RegcodeEntry& entry : entries) {
+            if (entry.regs.empty())
+                dontUseTitles.push_back(entry.title);
         }
+        return dontUseTitles.size() - before;
+    };
+    std::vector<RegcodeEntry> entries;
+    if (!fetchZipAsText("AIG-regcodes.zip", path::aigRegcodes)) {
+        log("reading AIG-regcodes.zip failed?");
+    } else {
+        if (readRegcodeDocument(path::aigRegcodes, entries)) {
+            const std::size_t added = add(entries);
+            log(fmt::format("{} don't use title{} read", added, mark(added)));
+        }
+        std::error_code ignored;
+        fs::remove(path::aigRegcodes, ignored);
     }
-    lines.push_back(std::string(100, '*') + "\n");
-    for (const std::string& line : lines) {
-        log(line);
-    }
+    if (!hasMyRegcodes())
+        return;
+    entries.clear();
+    readMyRegcodes(entries);
+    const std::size_t added = add(entries);
+    log(fmt::format("{} don't use title{} read from files in {}", added, mark(added),
+                    platform::pathText(path::myRegcodes)));
 }
 
 } // namespace kes

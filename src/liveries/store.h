@@ -1,36 +1,47 @@
 // The installed liveries. Built on the worker before the main loop, read-only afterwards; the store owns the title
-// texts for the life of the process and records hold views of them.
+// texts for the life of the process and all else holds views of them.
 #pragma once
 
-#include "core/ai_aircraft.h"
+#include "reference/text_map.h"
 
+#include <array>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kes {
 
-/// Scans the Community folder when SCAN_LIVERIES is on, writes "output/LiveriesScanned.xml", and builds the tables from
-/// that file in every case. Throws nwk::UserErrorException (51, 52) when there is nothing to read.
-void scanLiveries();
-/// Builds the tables from "output/LiveriesScanned.xml". Same errors.
-void processScannedLiveries();
-/// Room for the tables; called at the start of each run.
+struct StoredLivery {
+    std::string title;
+    bool cargo = false;
+};
+using Titles = std::vector<std::string_view>;
+
+struct LiveryTables {
+    TextMap<TextMap<std::vector<StoredLivery>>> liveryStore;     ///< airline, model
+    std::array<TextMap<TextMap<Titles>>, 2> byAirlineModel;      ///< 0 passenger, 1 cargo; airline, model
+    std::array<TextMap<Titles>, 2> byModel;                      ///< 0 passenger, 1 cargo; model
+    TextMap<std::string_view> regcodeTable;                      ///< registration to title
+    Titles specialTitles;                                        ///< titles that only their own regcode may get
+    TextMap<std::vector<std::string>> similarInstalled;          ///< model to similar models that are installed
+    TextMap<TextMap<std::vector<std::string>>> similarByAirline; ///< airline, model to similar models of that airline
+    std::vector<std::string> lightModels, buzjetModels, rotorModels; ///< installed models, sorted
+};
+const LiveryTables& liveryTables();
+
+/// Room for the tables; the first call of the process counts. Called at the start of each run.
 void reserveLiveryTables();
-/// Forgets everything, refusals included; views of titles that are still held die. For tests.
+/// Builds the tables from "output/LiveriesScanned.xml", once per process. Throws nwk::UserErrorException 51, 52, 533,
+/// or 99 for foreign meta data.
+void processScannedLiveries();
+/// Forgets everything, refusals and counters included; views of titles that are still held die. For tests and tools.
 void resetLiveries();
 std::size_t liveryCount();
+
 /// The stored view of a title, or an empty view.
 std::string_view findTitle(std::string_view title);
-
-/// Fills `title` of a record, or leaves it empty: the first title with its airline and model, else its model.
-void matchLive(AiAircraft& record);
-/// The title that an installed livery has for a registration or one of its variants; empty when there is none.
-std::string_view searchRegcode(std::string_view regcode);
-
-/// Titles that the simulator refused; never cleared while the process lives.
-void refuseTitle(std::string_view title, std::string_view model, std::string_view airline);
-std::size_t refusedTitleCount();
-bool isRefused(std::string_view title);
-void writeMatchingSummary();
+bool hasLivery(std::string_view airline, std::string_view model);
+bool hasModel(std::string_view model); ///< under any airline, passenger or cargo
+bool isSpecial(std::string_view title);
 
 } // namespace kes

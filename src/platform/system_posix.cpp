@@ -21,9 +21,9 @@
 
 namespace kes::platform {
 
-namespace {
-
 namespace fs = std::filesystem;
+
+namespace {
 
 /// Closes on every way out; a close that tells of a late write error is asked for by `closeNow`.
 class File {
@@ -45,24 +45,8 @@ std::string reason(const char* step) {
     return std::string(step) + ": " + std::system_category().message(errno);
 }
 
-/// The value of a variable that must name an absolute path; relative ones are to be ignored by the desktop's rules.
-fs::path absoluteFrom(const char* variable) {
-    const char* value = std::getenv(variable);
-    return value != nullptr && value[0] == '/' ? fs::path(value) : fs::path();
-}
-
-fs::path homeFolder() {
-    if (fs::path home = absoluteFrom("HOME"); !home.empty())
-        return home;
-    // Services and some launchers start without HOME; the account still tells.
-    std::array<char, 4096> buffer{};
-    passwd account{};
-    passwd* found = nullptr;
-    if (::getpwuid_r(::getuid(), &account, buffer.data(), buffer.size(), &found) == 0 && found != nullptr &&
-        found->pw_dir != nullptr && found->pw_dir[0] == '/')
-        return found->pw_dir;
-    return {};
-}
+using os::absoluteFrom;
+using os::homeFolder;
 
 fs::path homeBelow(const char* variable, const char* below) {
     if (fs::path folder = absoluteFrom(variable); !folder.empty())
@@ -111,6 +95,25 @@ fs::path localFolder() {
 }
 
 namespace os {
+
+fs::path absoluteFrom(const char* variable) {
+    // By the desktop's rules a relative value is to be ignored.
+    const char* value = std::getenv(variable);
+    return value != nullptr && value[0] == '/' ? fs::path(value) : fs::path();
+}
+
+fs::path homeFolder() {
+    if (fs::path home = absoluteFrom("HOME"); !home.empty())
+        return home;
+    // Services and some launchers start without HOME; the account still tells.
+    std::array<char, 4096> buffer{};
+    passwd account{};
+    passwd* found = nullptr;
+    if (::getpwuid_r(::getuid(), &account, buffer.data(), buffer.size(), &found) == 0 && found != nullptr &&
+        found->pw_dir != nullptr && found->pw_dir[0] == '/')
+        return found->pw_dir;
+    return {};
+}
 
 bool writeThrough(const fs::path& path, std::string_view content, std::string& error) {
     File file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0666));

@@ -1,10 +1,15 @@
-// What the program knows of the real world of aviation: types, airlines, registrations. Filled once per process on the
-// worker, read-only afterwards. This first form reads plain lists from the "input" folder.
+// What the program knows of the real world of aviation: types, airlines, registrations, publishers. Filled once per
+// process on the worker, read-only afterwards, then readable from every thread.
 #pragma once
 
 #include "core/ai_aircraft.h"
+#include "reference/text_map.h"
 
+#include <array>
+#include <filesystem>
+#include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,16 +24,56 @@ struct DbaseRecord {
     bool cargo = false;
 };
 
-/// Fills all tables; false (and a log line) when the lists are missing.
+/// A publisher of add-on airports and what it has published.
+struct ThirdPartyEntry {
+    std::string pub;                ///< publisher name
+    std::vector<std::string> arpts; ///< airport code of 4 characters and behind it the number of stands
+};
+
+using CodeSet = std::set<std::string, std::less<>>;
+
+struct ReferenceData {
+    CodeSet aircraftTypes, highPerfTypes, heavyTypes, largeTypes, buzjetTypes, rotorTypes, cargoTypes;
+    std::vector<std::vector<std::string>> similarGroups; ///< each sorted
+    CodeSet icaoAirlines, cargoOperators;
+    std::vector<std::vector<std::string>> publisherGroups;     ///< the first name of a group is the canonical one
+    std::map<std::string, double, std::less<>> wingspanByType; ///< half span, nautical miles
+    /// Nautical miles, by AircraftCategory. A category without a span has the mean of all types; without any span all
+    /// are 0.
+    std::array<double, 6> categoryAverageSpan{};
+    TextMap<std::string> modelFixes; ///< wrong code to correct code
+    CodeSet simaddonAirports20;
+    std::vector<ThirdPartyEntry> thirdParties20, thirdParties24;
+};
+const ReferenceData& referenceData();
+
+/// Fetches "dbase.zip" from the update server, fills all tables and deletes the document. Always true; throws
+/// std::runtime_error when the document cannot be fetched or a scrambled value is broken, nwk::UserErrorException 60
+/// when it is no XML and 61 when a section is empty. Spans that are no positive number are logged and left out. A
+/// failure leaves the tables as they were, and the document is deleted all the same. Worker.
 bool readDataBase();
+/// Fills all tables from a document file, which stays. Same errors but the fetching.
+void readReferenceDocument(const std::filesystem::path& file);
+/// Empty tables, as at process start. For tests and tools.
+void resetReference();
+
 bool modelExists(std::string_view code);
 bool airlineExists(std::string_view code);
-std::string_view airlineName(std::string_view code); ///< empty for an unknown code
-AircraftCategory categoryOf(std::string_view code);  ///< Light for a code in no list
-double wingspanOf(std::string_view code);            ///< half span, nautical miles; the category's mean without a value
+AircraftCategory categoryOf(std::string_view code); ///< Light for a code in no list
+double wingspanOf(std::string_view code);           ///< half span, nautical miles; the category's mean without a value
+double maxWingspan();                               ///< the largest half span, nautical miles; 0 without any
+/// The record of the first of `regcodeVariants` that is known.
 std::optional<DbaseRecord> lookupRegcode(std::string_view regcode);
 /// The forms in which a registration is looked up, in order.
 std::vector<std::string> regcodeVariants(std::string_view regcode);
-double maxWingspan(); ///< the largest half span, nautical miles
+std::size_t dbaseSize(); ///< number of registrations
+/// A registration of at most 4 characters of a private owner that stands in the title, the first of the document's
+/// order when there are several; empty = none. Valid until the tables are filled anew.
+std::string_view regcodeInTitle(std::string_view title);
+/// The canonical name of the first publisher found in the text, or "unknown". Names are ECMAScript expressions, taken
+/// in any case (ASCII), and hit as plain texts too. Throws std::regex_error when one that comes before a hit is no
+/// valid expression; in texts above 4096 bytes a name with other signs of an expression than '.' hits as plain text
+/// only.
+std::string_view publisherOf(std::string_view text);
 
 } // namespace kes

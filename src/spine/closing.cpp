@@ -11,7 +11,7 @@
 #include "feed/control_link.h"
 #include "feed/qnh_reader.h"
 #include "feed/traffic_reader.h"
-#include "liveries/store.h"
+#include "liveries/matching.h"
 #include "sim/ai_commands.h"
 #include "sim/sim_client.h"
 #include "spine/main_tick.h"

@@ -8,7 +8,7 @@
 #include "core/version.h"
 #include "core/window.h"
 #include "install/install.h"
-#include "liveries/store.h"
+#include "liveries/scan.h"
 #include "platform/system.h"
 #include "reference/reference.h"
 #include "spine/main_tick.h"
@@ -40,11 +40,14 @@ TextParameter& selectedInstallPath() {
 
 void dropCommunityFromInstallPath() {
     TextParameter& parameter = selectedInstallPath();
-    std::string path = parameter.get();
-    for (std::string_view tail : {"\\Community", "/Community"}) {
+    const std::string stored = parameter.get();
+    std::string_view path = stored;
+    // Shells complete a folder's name with a separator behind it.
+    while (path.ends_with('\\') || path.ends_with('/'))
+        path.remove_suffix(1);
+    for (const std::string_view tail : {"\\Community", "/Community"}) {
         if (path.ends_with(tail)) {
-            path.resize(path.size() - tail.size());
-            parameter.set(path);
+            parameter.set(path.substr(0, path.size() - tail.size()));
             save(parameter);
             return;
         }
@@ -69,6 +72,24 @@ void findInstallPath() {
     selectedInstallPath().set(found);
     save(selectedInstallPath());
     showInstallPath(found);
+}
+
+/// Once per process. What fails here ends the run, and the user has to know where the data was looked for.
+void readReferenceData() {
+    if (dataBaseRead)
+        return;
+    showStatus("Fetching and reading the reference data ...", false);
+    try {
+        readDataBase();
+    } catch (const std::runtime_error&) {
+        logUnlessClosing(fmt::format(
+            "The reference data \"dbase.zip\" was asked for at {}. Another place can be named in \"{}\", as the "
+            "only line: a folder or the address of an update server",
+            downloadBase(), platform::pathText(path::updateServer)));
+        throw;
+    }
+    dataBaseRead = true;
+    clearStatus();
 }
 
 void switchOn(BoolBox& box) {
@@ -147,7 +168,7 @@ void versionUpdateStep() {
         save(par::PROGRAM_VERSION);
         return;
     }
-    const Version old = parseVersion(stored);
+    const Version old = parseStoredVersion(stored);
     if (old != running) {
         par::PROGRAM_VERSION.set(toText(running));
         save(par::PROGRAM_VERSION);
@@ -168,8 +189,10 @@ void startUp() {
     dropCommunityFromInstallPath();
     createFolders();
     maxLive = par::MAX_LIVE;
-    if (!restarting)
+    if (!restarting) {
+        showStatus("Asking the update server for a new version ...", false);
         checkProgramVersion();
+    }
     if (!par::MSFS_2020) {
         if (simaddonFolderMissing())
             updateMySimaddon();
@@ -180,10 +203,7 @@ void startUp() {
     par::PROGRAM_INSTALL_PATH.set(platform::pathText(fs::current_path()));
     save(par::PROGRAM_INSTALL_PATH);
     computeHhNow();
-    if (!dataBaseRead) {
-        readDataBase();
-        dataBaseRead = true;
-    }
+    readReferenceData();
     findInstallPath();
     repaint();
     rtOnThisPc = fs::exists(realTrafficJar());

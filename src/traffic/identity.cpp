@@ -2,7 +2,7 @@
 #include "airports/airport_ref.h"
 #include "core/log.h"
 #include "core/parameters.h"
-#include "liveries/store.h"
+#include "liveries/matching.h"
 #include "reference/reference.h"
 #include "traffic/conflicts.h"
 #include "traffic/life_cycle.h"

@@ -4,7 +4,7 @@
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/run_state.h"
-#include "liveries/store.h"
+#include "liveries/matching.h"
 #include "traffic/flight_plans.h"
 #include "traffic/ground_motion.h"
 #include "traffic/life_cycle.h"

@@ -2,7 +2,7 @@
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/run_state.h"
-#include "liveries/store.h"
+#include "liveries/matching.h"
 #include "reference/reference.h"
 #include "traffic/air_motion.h"
 #include "traffic/conflicts.h"

@@ -4,6 +4,7 @@
 #include "core/geo.h"
 #include "core/parameters.h"
 #include "core/xml_file.h"
+#include "small_reference.h"
 #include "support.h"
 #include "world/simulator/model.h"
 
@@ -28,11 +29,10 @@ struct FlightFolder : ProgramFolder {
             fs::create_directories(folder / "appdata" / "InsideSystems");
             std::ofstream(folder / "appdata" / "InsideSystems" / "RealTraffic.jar") << "";
         }
-        std::ofstream(folder / "input/types.csv") << "code,category,span_m\nA320,Large,34.1\nB738,Large,35.8\nB77W,"
-                                                     "Heavy,64.8\nC172,Light,11.0\nEC35,Rotorcraft,10.2\n";
-        std::ofstream(folder / "input/airlines.csv") << "code,name\nDLH,Lufthansa\nBAW,British Airways\n";
-        std::ofstream(folder / "input/registrations.csv")
-            << "reg,airline,type,operator,cargo\nD-AIZA,DLH,A320,,false\n";
+        writeSmallReference({.types = "A320,Large,34.1\nB738,Large,35.8\nB77W,Heavy,64.8\nC172,Light,11.0\n"
+                                      "EC35,Rotorcraft,10.2\n",
+                             .airlines = "DLH,Lufthansa\nBAW,British Airways\n",
+                             .registrations = "D-AIZA,DLH,A320,,\n"});
         std::ofstream(folder / "input/airports_msfs.xml")
             << "<airports><airport code=\"EDDM\" alt=\"1487\" lat=\"48.354\" lon=\"11.786\" iata=\"MUC\"/></airports>";
         writeLiveries({{"DLH", "A320", "Test A320 DLH"},

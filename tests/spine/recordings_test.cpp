@@ -4,6 +4,8 @@
 #include "core/parameters.h"
 #include "core/random.h"
 #include "core/run_state.h"
+#include "liveries/matching.h"
+#include "liveries/scan.h"
 #include "liveries/store.h"
 #include "reference/reference.h"
 #include "support.h"

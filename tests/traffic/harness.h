@@ -12,9 +12,11 @@
 #include "core/window.h"
 #include "feed/report_queue.h"
 #include "liveries/livery.h"
+#include "liveries/matching.h"
 #include "liveries/store.h"
 #include "reference/reference.h"
 #include "sim/ai_commands.h"
+#include "small_reference.h"
 #include "support.h"
 #include "traffic/conflicts.h"
 #include "traffic/filters.h"
@@ -44,11 +46,10 @@ struct TrafficTest : testing::Test {
     void SetUp() override {
         std::filesystem::create_directories("input");
         std::filesystem::create_directories("output");
-        std::ofstream("input/types.csv") << "code,category,span_m\nA320,Large,34\nB77W,Heavy,64\nC172,Light,11\n"
-                                            "EC35,Rotorcraft,10\nF16,HighPerf,10\nC25A,Buzjets,15\nA388,Heavy,80\n";
-        std::ofstream("input/airlines.csv") << "code,name\nDLH,Lufthansa\nBAW,British Airways\n";
-        std::ofstream("input/registrations.csv") << "reg,airline,type,operator,cargo\nD-AIZA,DLH,A320,,false\nD-AIZB,"
-                                                    "DLH,A320,BAW,true\nG-HEAV,BAW,B77W,,false\n";
+        writeSmallReference({.types = "A320,Large,34\nB77W,Heavy,64\nC172,Light,11\nEC35,Rotorcraft,10\n"
+                                      "F16,HighPerf,10\nC25A,Buzjets,15\nA388,Heavy,80\n",
+                             .airlines = "DLH,Lufthansa\nBAW,British Airways\n",
+                             .registrations = "D-AIZA,DLH,A320,,\nD-AIZB,DLH,A320,BAW,yes\nG-HEAV,BAW,B77W,,\n"});
         ASSERT_TRUE(writeLiveriesScanned({{"DLH", "A320", "FSLTL_DLH", ""},
                                           {"BAW", "A320", "BAW A320", ""},
                                           {"BAW", "B77W", "BAW B77W", ""},

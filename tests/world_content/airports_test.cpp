@@ -1,7 +1,9 @@
 #include "airports/park_airports.h"
 #include "content_folder.h"
 #include "feed/traffic_reader.h"
+#include "tools/pack/pack.h"
 
+#include <pugixml.hpp>
 #include <random>
 
 namespace kes::test {
@@ -51,6 +53,33 @@ TEST(AirportTable, FaultsKeepTheRowsBefore) {
         EXPECT_EQ(readAirportTable(), c.rows > 0) << "the file is read only once";
         EXPECT_FALSE(findAirport("LATE"));
     }
+}
+
+TEST(AirportTable, ReadsWhatIsPackedOfAPublicList) {
+    EmptyFolder folder;
+    EmptyFolder::write("airports.csv",
+                       "ident,type,name,latitude_deg,longitude_deg,elevation_ft,iata_code,gps_code\n"
+                       "EDDM,large_airport,\"Munich \"\"FJS\"\" & more\",48.353802,11.7861,1487,MUC,EDDM\n"
+                       "DE-0002,small_airport,Feld,-1.5,-0.25,,,EDXX\nEDOO,closed,Gone,1,1,5,,EDOO\n");
+    pack::PackPlan plan;
+    plan.data = dataFolder();
+    plan.out = "updates";
+    plan.ourAirports = "airports.csv";
+    plan.airportsOut = "input";
+    pack::packUpdates(plan);
+    EXPECT_TRUE(readAirportTable()) << folder.logText();
+    ASSERT_EQ(airportTable.size(), 2u);
+    EXPECT_EQ(airportTable[0].code, "EDDM");
+    EXPECT_EQ(airportTable[0].iata, "MUC");
+    EXPECT_EQ(airportTable[0].lat, 48.353802);
+    EXPECT_EQ(airportTable[0].alt, 1487);
+    EXPECT_EQ(airportTable[1].code, "EDXX");
+    EXPECT_EQ(airportTable[1].lon, -0.25);
+    EXPECT_EQ(airportTable[1].alt, 0);
+    pugi::xml_document names;
+    ASSERT_TRUE(names.load_file("input/airports_msfs_names.xml"));
+    const auto named = names.child("AirportNames").find_child_by_attribute("airport", "ICAO", "EDDM");
+    EXPECT_STREQ(named.attribute("name").value(), "Munich \"FJS\" & more");
 }
 
 TEST(AirportTable, NearestAgreesWithBruteForce) {

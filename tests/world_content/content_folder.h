@@ -8,6 +8,7 @@
 #include "core/run_state.h"
 #include "core/user_aircraft.h"
 #include "core/window.h"
+#include "liveries/matching.h"
 #include "liveries/store.h"
 #include "reference/reference.h"
 #include "support.h"

@@ -13,8 +13,8 @@ constexpr std::string_view usage =
     "kestrelune-content --data DIR --program-folder DIR [options]\n"
     "Makes a folder in which the program can run, out of the plain sources in the data folder.\n\n"
     "  --data DIR            the plain sources (types.csv, airlines.csv, ...)\n"
-    "  --program-folder DIR  gets docs and input\n"
-    "  --community DIR       gets AI packages; its name must be Community\n"
+    "  --program-folder DIR  gets docs, input and updates\n"
+    "  --community DIR       gets an AI package; its name must be Community\n"
     "  --appdata DIR         the roaming folder; gets InsideSystems/RealTraffic.jar and Kestrelune/parameters.xml\n"
     "  --msfs 2020|2024      the simulator that new parameters select (default 2020)\n"
     "  --help                this text\n\n"
@@ -63,7 +63,8 @@ int main(int argc, char** argv) {
         fmt::print("{} types, {} airlines, {} registrations, {} airports\n", count.types, count.airlines,
                    count.registrations, count.airports);
         if (!plan.community.empty()) {
-            fmt::print("{} liveries of {} models in {} packages\n", count.liveries, count.models, count.packages);
+            fmt::print("{} liveries of {} models in the package {}\n", count.liveries, count.models,
+                       kes::world::aiPackage);
         }
     } catch (const std::exception& error) {
         fmt::print(stderr, "kestrelune-content: {}\n", error.what());

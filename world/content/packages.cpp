@@ -1,6 +1,6 @@
 #include "core/version.h"
 #include "platform/system.h"
-#include "reference/csv.h"
+#include "tools/pack/csv.h"
 #include "world/content/content.h"
 #include "world/content/files.h"
 
@@ -17,29 +17,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view packageStart = "kestrelune-ai-";
+/// There was a package for each kind of aircraft once.
+constexpr std::string_view oldPackageStart = "kestrelune-ai-";
 constexpr std::string_view packageVersion = "1.0.0";
 /// The date that a layout file gives each file, in 100 ns since 1601: 1 January 2025. Fixed, so that repeated runs
 /// agree.
 constexpr std::int64_t layoutDate = 133801632000000000;
-
-std::string packageOf(const TypeRow& type) {
-    const std::string start(packageStart);
-    if (type.category == "Buzjets") {
-        return start + "business";
-    }
-    if (type.category == "Light") {
-        return start + "light";
-    }
-    if (type.category == "Rotorcraft") {
-        return start + "helicopters";
-    }
-    if (type.category == "HighPerf") {
-        return start + "military";
-    }
-    const std::string maker = type.name.substr(0, type.name.find(' '));
-    return start + (maker == "Airbus" ? "airbus" : maker == "Boeing" ? "boeing" : "regional");
-}
 
 /// A value of aircraft.cfg in quotes. Quotes and line ends inside would end it, so they give way.
 std::string inQuotes(std::string_view value) {
@@ -118,23 +101,18 @@ bool isOurs(const fs::path& package) {
     return manifest.is_object() && manifest.value("creator", "") == programName;
 }
 
-void removeLeftovers(const fs::path& community, const std::map<std::string, PackageFiles>& packages) {
+void removeLeftovers(const fs::path& community, const PackageFiles& files) {
     std::vector<fs::path> stale;
     for (const fs::directory_entry& entry : fs::directory_iterator(community)) {
         const std::string name = platform::pathText(entry.path().filename());
-        if (!entry.is_directory() || !name.starts_with(packageStart) || !isOurs(entry.path())) {
-            continue;
-        }
-        const auto package = packages.find(name);
-        if (package == packages.end()) {
+        if (entry.is_directory() && name.starts_with(oldPackageStart) && isOurs(entry.path())) {
             stale.push_back(entry.path());
-            continue;
         }
-        for (const fs::directory_entry& file : fs::recursive_directory_iterator(entry.path())) {
-            const std::string inner = file.path().lexically_relative(entry.path()).generic_string();
-            if (file.is_regular_file() && !package->second.contains(inner)) {
-                stale.push_back(file.path());
-            }
+    }
+    const fs::path package = community / aiPackage;
+    for (const fs::directory_entry& file : fs::recursive_directory_iterator(package)) {
+        if (file.is_regular_file() && !files.contains(file.path().lexically_relative(package).generic_string())) {
+            stale.push_back(file.path());
         }
     }
     for (const fs::path& path : stale) {
@@ -153,10 +131,8 @@ std::vector<AiLivery> planLiveries(const Tables& tables) {
     std::vector<AiLivery> liveries;
     std::set<std::string> titles;
     for (const LiveryRow& row : tables.liveries) {
-        const TypeRow& type = tables.types[tables.typeIndex.find(row.type)->second];
         const AirlineRow& airline = tables.airlines[tables.airlineIndex.find(row.airline)->second];
         AiLivery livery;
-        livery.package = packageOf(type);
         livery.airline = row.airline;
         livery.type = row.type;
         livery.cargo = row.cargo;
@@ -173,18 +149,17 @@ std::vector<AiLivery> planLiveries(const Tables& tables) {
         liveries.push_back(std::move(livery));
     }
     std::sort(liveries.begin(), liveries.end(), [](const AiLivery& a, const AiLivery& b) {
-        return std::tie(a.package, a.type, a.title) < std::tie(b.package, b.type, b.title);
+        return std::tie(a.type, a.title) < std::tie(b.type, b.title);
     });
     return liveries;
 }
 
-void writePackages(const Tables& tables, const std::vector<AiLivery>& liveries, const fs::path& community) {
-    std::map<std::string, PackageFiles> packages;
+void writePackage(const Tables& tables, const std::vector<AiLivery>& liveries, const fs::path& community) {
+    PackageFiles files;
     std::size_t section = 0;
     for (const AiLivery& livery : liveries) {
         const TypeRow& type = tables.types[tables.typeIndex.find(livery.type)->second];
-        std::string& cfg =
-            packages[livery.package][fmt::format("SimObjects/Airplanes/KAI_{}/aircraft.cfg", livery.type)];
+        std::string& cfg = files[fmt::format("SimObjects/Airplanes/KAI_{}/aircraft.cfg", livery.type)];
         if (cfg.empty()) {
             cfg = cfgHead(type);
             section = 0;
@@ -192,14 +167,11 @@ void writePackages(const Tables& tables, const std::vector<AiLivery>& liveries, 
         const AirlineRow& airline = tables.airlines[tables.airlineIndex.find(livery.airline)->second];
         cfg += cfgSection(section++, livery, type, airline.name);
     }
-    makeFolder(community);
-    for (auto& [name, files] : packages) {
-        addPackageDescription(files);
-        for (const auto& [path, content] : files) {
-            writeFile(community / name / fs::path(path), content);
-        }
+    addPackageDescription(files);
+    for (const auto& [path, content] : files) {
+        writeFile(community / aiPackage / fs::path(path), content);
     }
-    removeLeftovers(community, packages);
+    removeLeftovers(community, files);
 }
 
 ContentCount makeContent(const ContentPlan& wanted) {
@@ -223,16 +195,15 @@ ContentCount makeContent(const ContentPlan& wanted) {
     count.airlines = tables.airlines.size();
     count.registrations = tables.registrations.size();
     count.airports = tables.airports.size();
+    writeUpdates(plan);
     writeProgramFolder(tables, plan);
     if (!plan.community.empty()) {
         const std::vector<AiLivery> liveries = planLiveries(tables);
-        writePackages(tables, liveries, plan.community);
-        std::set<std::string_view> packages, models;
+        writePackage(tables, liveries, plan.community);
+        std::set<std::string_view> models;
         for (const AiLivery& livery : liveries) {
-            packages.insert(livery.package);
             models.insert(livery.type);
         }
-        count.packages = packages.size();
         count.models = models.size();
         count.liveries = liveries.size();
     }

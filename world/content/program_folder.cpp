@@ -2,46 +2,18 @@
 #include "core/version.h"
 #include "core/xml_file.h"
 #include "platform/system.h"
-#include "reference/csv.h"
+#include "tools/pack/csv.h"
+#include "tools/pack/pack.h"
 #include "world/content/content.h"
 #include "world/content/files.h"
 
 #include <fmt/format.h>
+#include <stdexcept>
 
 namespace kes::world {
 namespace {
 
 namespace fs = std::filesystem;
-
-template <class... Fields> void addRow(std::string& text, const Fields&... fields) {
-    std::string row;
-    ((row += (row.empty() ? "" : ",") + csvField(fields)), ...);
-    text += row + '\n';
-}
-
-std::string typesCsv(const Tables& tables) {
-    std::string text = "code,category,span_m\n";
-    for (const TypeRow& row : tables.types) {
-        addRow(text, row.code, row.category, row.span);
-    }
-    return text;
-}
-
-std::string airlinesCsv(const Tables& tables) {
-    std::string text = "code,name\n";
-    for (const AirlineRow& row : tables.airlines) {
-        addRow(text, row.code, row.name);
-    }
-    return text;
-}
-
-std::string registrationsCsv(const Tables& tables) {
-    std::string text = "reg,airline,type,operator,cargo\n";
-    for (const RegistrationRow& row : tables.registrations) {
-        addRow(text, row.reg, row.airline, row.type, row.operatingAirline, std::string_view(row.cargo ? "true" : ""));
-    }
-    return text;
-}
 
 void writeAirports(const Tables& tables, const fs::path& folder) {
     pugi::xml_document table, names;
@@ -87,17 +59,24 @@ void addParameter(pugi::xml_node parameters, const char* name, const std::string
 
 } // namespace
 
+void writeUpdates(const ContentPlan& plan) {
+    pack::PackPlan updates;
+    updates.data = plan.data;
+    updates.out = plan.programFolder / "updates";
+    const pack::PackCount count = pack::packUpdates(updates);
+    if (!count.bad.empty()) { // the sources are our own
+        const pack::BadRow& row = count.bad[0];
+        throw std::runtime_error(fmt::format("{}:{}: {}", row.file, row.line, row.reason));
+    }
+}
+
 void writeProgramFolder(const Tables& tables, const ContentPlan& plan) {
     const fs::path& folder = plan.programFolder;
     writeDocs(plan.data, folder / path::docs);
-    writeFile(folder / path::input / "types.csv", typesCsv(tables));
-    writeFile(folder / path::input / "airlines.csv", airlinesCsv(tables));
-    writeFile(folder / path::input / "registrations.csv", registrationsCsv(tables));
     writeAirports(tables, folder);
     if (!fs::exists(folder / path::updateServer)) { // the user may have named another
         writeFile(folder / path::updateServer, "updates\n");
     }
-    makeFolder(folder / "updates");
 }
 
 void writeAppData(const ContentPlan& plan) {

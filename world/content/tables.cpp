@@ -1,7 +1,7 @@
 #include "world/content/tables.h"
 
 #include "platform/system.h"
-#include "reference/csv.h"
+#include "tools/pack/csv.h"
 
 #include <charconv>
 #include <cmath>
@@ -11,29 +11,20 @@
 namespace kes::world {
 namespace {
 
-using Fields = std::span<const std::string_view>;
-
-/// Reads one list and stops at the first row that `take` refuses with a reason (an empty reason is good).
-template <class Take>
-void readList(const std::filesystem::path& path, const std::vector<std::string_view>& columns, Take take) {
+/// Reads one list; the first row that is bad or that `take` refuses with a reason (an empty reason is good) is told.
+void readList(const std::filesystem::path& path, const std::vector<std::string>& columns, const CsvTake& take) {
     std::string problem, firstFault;
-    const auto count = readCsv(
-        path, columns,
-        [&](Fields fields) {
-            const std::string fault = take(fields);
-            if (!fault.empty() && firstFault.empty()) {
-                firstFault = fmt::format("row \"{}\": {}", fmt::join(fields, ","), fault);
-            }
-            return fault.empty();
-        },
-        problem);
+    const auto complain = [&](std::size_t line, const std::string& reason) {
+        if (firstFault.empty()) {
+            firstFault = fmt::format("{}:{}: {}", platform::pathText(path), line, reason);
+        }
+    };
+    const auto count = readCsv(path, columns, take, complain, problem);
     if (!count) {
         throw std::runtime_error(problem);
     }
     if (count->bad > 0) {
-        throw std::runtime_error(
-            fmt::format("{}: {}", platform::pathText(path),
-                        firstFault.empty() ? "a row has too few fields or an open quote" : firstFault));
+        throw std::runtime_error(firstFault);
     }
     if (count->good == 0) {
         throw std::runtime_error(platform::pathText(path) + " has no rows");
@@ -69,7 +60,7 @@ Tables readTables(const std::filesystem::path& folder) {
         throw std::runtime_error(platform::pathText(folder) + " is no folder");
     }
     Tables tables;
-    readList(folder / "types.csv", {"code", "category", "span_m", "?name"}, [&](Fields f) -> std::string {
+    readList(folder / "types.csv", {"code", "category", "span_m", "?name"}, [&](const CsvRow& f) -> std::string {
         if (f[0].empty() || f[0].size() > 4) {
             return "a type code has one to four characters";
         }
@@ -80,7 +71,7 @@ Tables readTables(const std::filesystem::path& folder) {
         tables.types.push_back({std::string(f[0]), std::string(f[1]), std::string(f[2]), std::string(f[3])});
         return isNew ? "" : "the code stands twice";
     });
-    readList(folder / "airlines.csv", {"code", "name"}, [&](Fields f) -> std::string {
+    readList(folder / "airlines.csv", {"code", "name"}, [&](const CsvRow& f) -> std::string {
         if (f[0].size() != 3 || f[1].empty()) {
             return "an airline has a code of three characters and a name";
         }
@@ -89,20 +80,21 @@ Tables readTables(const std::filesystem::path& folder) {
         return isNew ? "" : "the code stands twice";
     });
     TextSet airports;
-    readList(folder / "airports.csv", {"icao", "iata", "lat", "lon", "elev_ft", "name"}, [&](Fields f) -> std::string {
-        if (f[0].size() != 4 || !airports.insert(std::string(f[0])).second) {
-            return "the code has not four characters or stands twice";
-        }
-        if (!isNumber(f[2], -90, 90) || !isNumber(f[3], -180, 180) || !isNumber(f[4], -1500, 16000)) {
-            return "the position or elevation is no good number";
-        }
-        tables.airports.push_back({std::string(f[0]), std::string(f[1]), std::string(f[2]), std::string(f[3]),
-                                   std::string(f[4]), std::string(f[5])});
-        return {};
-    });
+    readList(folder / "airports.csv", {"icao", "iata", "lat", "lon", "elev_ft", "name"},
+             [&](const CsvRow& f) -> std::string {
+                 if (f[0].size() != 4 || !airports.insert(std::string(f[0])).second) {
+                     return "the code has not four characters or stands twice";
+                 }
+                 if (!isNumber(f[2], -90, 90) || !isNumber(f[3], -180, 180) || !isNumber(f[4], -1500, 16000)) {
+                     return "the position or elevation is no good number";
+                 }
+                 tables.airports.push_back({std::string(f[0]), std::string(f[1]), std::string(f[2]), std::string(f[3]),
+                                            std::string(f[4]), std::string(f[5])});
+                 return {};
+             });
     TextSet registrations;
     readList(folder / "registrations.csv", {"reg", "airline", "type", "operator", "cargo"},
-             [&](Fields f) -> std::string {
+             [&](const CsvRow& f) -> std::string {
                  RegistrationRow row{std::string(f[0]), std::string(f[1]), std::string(f[2]), std::string(f[3])};
                  if (row.reg.empty() || !registrations.insert(row.reg).second) {
                      return "the registration is empty or stands twice";
@@ -118,7 +110,7 @@ Tables readTables(const std::filesystem::path& folder) {
                  return fault;
              });
     TextSet pairs;
-    readList(folder / "liveries.csv", {"airline", "type", "?cargo"}, [&](Fields f) -> std::string {
+    readList(folder / "liveries.csv", {"airline", "type", "?cargo"}, [&](const CsvRow& f) -> std::string {
         LiveryRow row{std::string(f[0]), std::string(f[1])};
         if (row.airline.empty()) {
             return "the airline is missing";

@@ -171,7 +171,22 @@ std::string objects(Simulator& simulator, std::string_view) {
 }
 
 std::string user(Simulator& simulator, std::string_view argument) {
-    return argument.empty() ? dump(describe(simulator, simulator.user)) : setUser(simulator, argument);
+    if (!argument.empty())
+        return setUser(simulator, argument);
+    json description = describe(simulator, simulator.user);
+    description["model"] = simulator.user.model;
+    return dump(description);
+}
+
+/// Empty texts are allowed: an aircraft whose files are encrypted tells nothing of itself.
+std::string setUserTitle(Simulator& simulator, std::string_view argument) {
+    simulator.user.title = argument;
+    return std::string(done);
+}
+
+std::string setUserModel(Simulator& simulator, std::string_view argument) {
+    simulator.user.model = argument;
+    return std::string(done);
 }
 
 std::string help(Simulator&, std::string_view) {
@@ -189,6 +204,8 @@ struct Command {
 constexpr Command commands[] = {
     {"teleport", teleport},
     {"user", user},
+    {"user-title", setUserTitle},
+    {"user-model", setUserModel},
     {"airfield", addAirfield},
     {"fps", setFps},
     {"stall", stall},
@@ -224,6 +241,7 @@ std::string_view commandHelp() {
     return "  teleport LAT LON ALT_FT [HDG]   put the user's aircraft somewhere else\n"
            "  user                            tell what the user's aircraft does, as JSON\n"
            "  user stand|fly:KTS,HDG[,FPM]|file:CSV   let it move another way\n"
+           "  user-title [TEXT], user-model [TEXT]    what its TITLE and ATC MODEL say from now on\n"
            "  airfield LAT,LON,ELEV_FT[,RADIUS_NM]    flatten the ground there\n"
            "  fps N                           frames per second\n"
            "  stall SECONDS                   no frames for a while\n"

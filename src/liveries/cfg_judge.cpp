@@ -1,0 +1,274 @@
+// Reading a file as lines, its character set, and the checks on its section numbers and its model.
+#include "liveries/cfg_judge.h"
+
+#include "core/text.h"
+#include "liveries/cfg_line.h"
+#include "platform/file.h"
+#include "reference/reference.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <fmt/format.h>
+#include <utility>
+
+namespace kes {
+
+namespace {
+
+void appendUtf8(std::string& out, char32_t c) {
+    if (c < 0x80) {
+        out += static_cast<char>(c);
+        return;
+    }
+    if (c < 0x800) {
+        out += static_cast<char>(0xC0 | (c >> 6));
+    } else {
+        if (c < 0x10000) {
+            out += static_cast<char>(0xE0 | (c >> 12));
+        } else {
+            out += static_cast<char>(0xF0 | (c >> 18));
+            out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+        }
+        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+    }
+    out += static_cast<char>(0x80 | (c & 0x3F));
+}
+
+constexpr char32_t replacement = 0xFFFD;
+
+/// Broken surrogates and a lone last byte cost one character, not the file.
+void appendUtf16(std::string& out, std::string_view bytes, bool bigEndian) {
+    const auto unit = [&](std::size_t at) {
+        const auto first = static_cast<unsigned char>(bytes[at]), second = static_cast<unsigned char>(bytes[at + 1]);
+        return static_cast<char32_t>(bigEndian ? first << 8 | second : second << 8 | first);
+    };
+    std::size_t at = 0;
+    for (; at + 1 < bytes.size(); at += 2) {
+        const char32_t c = unit(at);
+        if (c >= 0xD800 && c < 0xDC00 && at + 3 < bytes.size()) {
+            const char32_t low = unit(at + 2);
+            if (low >= 0xDC00 && low < 0xE000) {
+                appendUtf8(out, 0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00));
+                at += 2;
+                continue;
+            }
+        }
+        appendUtf8(out, c >= 0xD800 && c < 0xE000 ? replacement : c);
+    }
+    if (at < bytes.size())
+        appendUtf8(out, replacement);
+}
+
+void cutLines(std::string_view text, cfg::FileText& out) {
+    out.lines.clear();
+    out.lines.reserve(text.size() / 16);
+    out.brackets.clear();
+    std::size_t bracket = text.find('[');
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t feed = std::min(text.find('\n', begin), text.size());
+        const std::size_t end = feed > begin && text[feed - 1] == '\r' ? feed - 1 : feed;
+        if (bracket < end) {
+            out.brackets.push_back(static_cast<std::uint32_t>(out.lines.size()));
+            bracket = text.find('[', end);
+        }
+        out.lines.push_back(text.substr(begin, end - begin));
+        begin = feed + 1;
+    }
+}
+
+} // namespace
+
+std::string_view text(SectionFate fate) {
+    switch (fate) {
+    case SectionFate::stub:
+        return "stub";
+    case SectionFate::payware:
+        return "payware";
+    case SectionFate::dontUse:
+        return "dontUse";
+    case SectionFate::blockedAirline:
+        return "blockedAirline";
+    case SectionFate::twoTitles:
+        return "twoTitles";
+    case SectionFate::twoAirlines:
+        return "twoAirlines";
+    case SectionFate::twoParkingTypes:
+        return "twoParkingTypes";
+    case SectionFate::twoAtcIds:
+        return "twoAtcIds";
+    case SectionFate::noTitle:
+        return "noTitle";
+    case SectionFate::titleNotUsable:
+        return "titleNotUsable";
+    case SectionFate::unknownRegcode:
+        return "unknownRegcode";
+    case SectionFate::noRegcode:
+        return "noRegcode";
+    case SectionFate::noTexture:
+        return "noTexture";
+    case SectionFate::titleExists:
+        return "titleExists";
+    case SectionFate::unknownAirline:
+        return "unknownAirline";
+    case SectionFate::failed:
+        return "failed";
+    }
+    return "";
+}
+
+std::string_view decodeCfg(std::string_view bytes, std::string& converted, std::string& charset) {
+    converted.clear();
+    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
+        const bool bigEndian = bytes.front() == '\xFE';
+        charset = bigEndian ? "utf-16-be" : "utf-16-le";
+        appendUtf16(converted, bytes.substr(2), bigEndian);
+        return converted;
+    }
+    if (bytes.starts_with("\xEF\xBB")) {
+        charset = "utf-8-bom";
+        return bytes.substr(std::min<std::size_t>(3, bytes.size()));
+    }
+    charset = "plain";
+    return bytes;
+}
+
+namespace cfg {
+
+bool readCfg(CfgJudgement& result, FileText& text) {
+    const bool inFolder = result.openFolder && result.path.size() > result.folder.size();
+    int error = 0;
+    if (result.givenBytes)
+        text.bytes = *result.givenBytes;
+    else if (inFolder)
+        error = result.openFolder->read(result.path.substr(result.folder.size() + 1), text.bytes);
+    else
+        error = platform::readFile(result.path, text.bytes);
+    if (error != 0) {
+        if (error == ENOENT)
+            return false; // it went away since the walk saw it
+        result.log.push_back(fmt::format("cannot open file {} for character encoding, err: {}", result.path,
+                                         platform::errorText(error)));
+        if (result.ivao)
+            result.log.push_back(fmt::format("no character set found for {}", result.path));
+        return false;
+    }
+    cutLines(decodeCfg(text.bytes, text.converted, result.charset), text);
+    result.lines = text.lines.size();
+    return true;
+}
+
+bool isHeader(std::string_view line) {
+    return !line.starts_with("//") && !headerDigits(line).empty();
+}
+
+bool sectionNumbersAreGood(CfgJudgement& result, FileText& text) {
+    constexpr std::int32_t withoutNumber = 10000;
+    text.numbers.clear();
+    for (const std::uint32_t number : text.brackets) {
+        const std::string_view line = text.lines[number];
+        if (line.starts_with("//"))
+            continue;
+        const std::string_view digits = headerDigits(line);
+        if (!digits.empty()) {
+            std::int32_t value = 0;
+            if (std::from_chars(digits.data(), digits.data() + digits.size(), value).ec != std::errc()) {
+                result.log.push_back(fmt::format("fltsim num {} incorrect", digits));
+                return false;
+            }
+            text.numbers.push_back(value);
+        } else if (line.find("[fltsim.") != std::string_view::npos || line.find("[FLTSIM.") != std::string_view::npos) {
+            text.numbers.push_back(withoutNumber);
+        }
+    }
+    result.sections = text.numbers.size();
+    if (text.numbers.empty()) {
+        report(result, &ScanReports::emptyCfgFiles, result.path);
+        return false;
+    }
+    std::sort(text.numbers.begin(), text.numbers.end());
+    std::int32_t expected = 0;
+    for (const std::int32_t found : text.numbers) {
+        if (found == expected++)
+            continue;
+        report(result, &ScanReports::invalidCfgFiles,
+               found == withoutNumber
+                   ? fmt::format("{} contains a [fltsim.] section without a number", result.path)
+                   : fmt::format("{} contains non-consecutive [fltsim.x] numbers at .x={}", result.path, found));
+        return false;
+    }
+    return true;
+}
+
+std::string judgedModel(CfgJudgement& result, std::string_view code) {
+    if (modelExists(code))
+        return std::string(code);
+    if (const std::string* correct = find(referenceData().modelFixes, code)) {
+        report(result, &ScanReports::modelFixLines,
+               fmt::format("Model fix: {} found in {} changed into {}", code, result.path, *correct));
+        return *correct;
+    }
+    report(result, &ScanReports::invalidModels, fmt::format("{:16} in {}", code, result.path));
+    return {};
+}
+
+void drop(CfgJudgement& result, std::string_view header, std::string_view title, SectionFate fate) {
+    result.dropped.push_back({std::string(header), std::string(title), fate});
+}
+
+void report(CfgJudgement& result, ReportList list, std::string line) {
+    result.reports.emplace_back(list, std::move(line));
+}
+
+std::span<const std::string_view> withoutTrailingComments(std::span<const std::string_view> section) {
+    while (!section.empty() && (section.back().empty() || section.back().starts_with("//")))
+        section = section.first(section.size() - 1);
+    return section;
+}
+
+bool titleIsUsable(CfgJudgement& result, std::string_view header, std::string_view title) {
+    if (title.find('\0') == std::string_view::npos)
+        return true;
+    report(result, &ScanReports::incompleteSections,
+           fmt::format("{} {} has a title with a zero byte, which the simulator cannot take", result.folder, header));
+    drop(result, header, title, SectionFate::titleNotUsable);
+    return false;
+}
+
+} // namespace cfg
+
+namespace {
+
+CfgJudgement judge(const CfgRules& rules, const std::string& path, const platform::Folder* folder,
+                   const std::string* bytes) {
+    CfgJudgement result;
+    result.path = path;
+    result.openFolder = folder;
+    result.givenBytes = bytes;
+    result.ivao = isIvaoPath(path);
+    constexpr char separator = static_cast<char>(std::filesystem::path::preferred_separator);
+    const std::size_t last = path.rfind(separator);
+    result.folder = last == std::string::npos ? path : path.substr(0, last);
+    const char* const task = result.ivao ? "lf_searchLiveriesinIvaoFile" : "lf_searchLiveriesinFile";
+    try {
+        result.ivao ? lf_searchLiveriesinIvaoFile(rules, result) : lf_searchLiveriesinFile(rules, result);
+    } catch (const std::exception& e) {
+        result.liveries.clear();
+        result.log.push_back(fmt::format("exception in {} {}: {}", task, path, e.what()));
+    }
+    result.openFolder = nullptr;
+    result.givenBytes = nullptr;
+    return result;
+}
+
+} // namespace
+
+CfgJudgement judgeFile(const CfgRules& rules, const std::string& path, const platform::Folder* folder) {
+    return judge(rules, path, folder, nullptr);
+}
+
+CfgJudgement judgeBytes(const CfgRules& rules, const std::string& path, const std::string& bytes) {
+    return judge(rules, path, nullptr, &bytes);
+}
+
+} // namespace kes

@@ -1,0 +1,36 @@
+// What a scan found wrong or worth telling, in the order of the walk. Filled by the scan, written and summed up by the
+// store, cleared before and after a scan. Worker.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace kes {
+
+struct ScanReports {
+    std::vector<std::string> emptyCfgFiles;      ///< files without any [fltsim.n] section
+    std::vector<std::string> invalidCfgFiles;    ///< lines about files that cannot be used
+    std::vector<std::string> incompleteSections; ///< lines about sections that cannot be used
+    std::vector<std::string> invalidAirlines;    ///< invalid airline code, file, section header
+    std::vector<std::string> invalidModels;      ///< invalid model code, file
+    std::vector<std::string> modelFixLines;      ///< wrong model codes that were put right
+    std::vector<std::string> conversionLines;    ///< corrections from the data base
+};
+extern ScanReports scanReports;
+using ReportList = std::vector<std::string> ScanReports::*; ///< one of its lists
+
+/// Titles that a regcode file forbids; filled by `readDontUseTitles`, never become records.
+extern std::vector<std::string> dontUseTitles;
+
+/// Writes a report, one line per item; makes its folder. False (logged) on failure.
+bool writeReport(const std::filesystem::path& file, const std::vector<std::string>& lines);
+/// Writes the report files below "output" and logs their summary; nothing is cleared.
+void writeScanReports();
+/// Removes the report files of an earlier scan and makes the errors folder. Throws filesystem_error.
+void removeScanReports();
+/// Fills `dontUseTitles` anew from the update server's regcode document and the user's regcode files. Never throws for
+/// bad content: what is wrong goes to the log.
+void readDontUseTitles();
+
+} // namespace kes

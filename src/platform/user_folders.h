@@ -1,0 +1,27 @@
+// Where programs of another system keep a user's data on this one: inside Proton and Wine prefixes, which show them a
+// Windows machine. None of it exists on Windows itself. Any thread; what cannot be read is passed over.
+#pragma once
+
+#include <filesystem>
+#include <string_view>
+#include <vector>
+
+namespace kes::platform {
+
+struct UserFolders {
+    std::filesystem::path prefix;         ///< root of the prefix, holds "drive_c"
+    std::filesystem::path roaming, local; ///< application data; at least one of them exists
+};
+
+/// The users of the prefixes that the environment names (STEAM_COMPAT_DATA_PATH, WINEPREFIX), of the one that Steam
+/// made for the application `appId` in each library, and of all others, in this order. Each prefix comes once.
+std::vector<UserFolders> prefixUserFolders(std::string_view appId);
+
+/// The file that a path such as "Z:\\home\\me" names inside a prefix: through its drive links, and in any case where
+/// the exact name does not exist. Empty when the prefix has no such drive.
+std::filesystem::path pathInPrefix(const std::filesystem::path& prefix, std::string_view windowsPath);
+
+/// `folder` / `name`; when that does not exist, the entry of the folder whose name differs in ASCII case only.
+std::filesystem::path childAnyCase(const std::filesystem::path& folder, std::string_view name);
+
+} // namespace kes::platform

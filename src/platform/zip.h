@@ -1,0 +1,54 @@
+// Zip files, as a thin layer over libzip. Errors come back as values, nothing throws but std::bad_alloc. One thread at
+// a time uses an archive and its entries.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kes::platform {
+
+class ZipArchive;
+
+/// One entry of an open archive; valid until the archive is closed.
+class ZipEntry {
+public:
+    const std::string& getName() const { return name; } ///< as stored, '/' between folders; a folder ends in '/'
+    std::uint64_t getSize() const { return size; }      ///< bytes when unpacked, as the zip claims; other than that is damage
+    /// The whole content. `good`, when given, tells whether every byte arrived and the checksum held.
+    std::string readAsText(bool* good = nullptr) const;
+    /// Streams the content in pieces of `chunk` bytes. 0 = done, else libzip's error number, or -1 when `out` failed.
+    int readContent(std::ostream& out, std::size_t chunk = 524288) const;
+
+private:
+    friend class ZipArchive;
+    ZipArchive* archive = nullptr;
+    std::string name;
+    std::uint64_t size = 0, index = 0;
+};
+
+class ZipArchive {
+public:
+    enum class OpenMode { readOnly, create }; ///< create: a file of that name is replaced when the archive is closed
+    explicit ZipArchive(std::filesystem::path path);
+    ~ZipArchive(); ///< closes; what was added is then written
+    ZipArchive(const ZipArchive&) = delete;
+    ZipArchive& operator=(const ZipArchive&) = delete;
+
+    bool open(OpenMode mode = OpenMode::readOnly); ///< false = no zip, or no such file
+    std::vector<ZipEntry> getEntries();            ///< in the order of the zip
+    /// Adds an entry. The same entries in the same order give the same bytes: no clock goes in.
+    bool addData(std::string_view name, std::string content);
+    bool close(); ///< false = what was added could not be written
+
+private:
+    friend class ZipEntry;
+    struct State;
+    std::unique_ptr<State> state;
+};
+
+} // namespace kes::platform

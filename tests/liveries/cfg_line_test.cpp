@@ -1,0 +1,133 @@
+// One line at a time against the regular expressions that define it.
+#include "liveries/cfg_line.h"
+
+#include <gtest/gtest.h>
+#include <map>
+#include <random>
+#include <regex>
+#include <string>
+#include <vector>
+
+namespace kes {
+namespace {
+
+constexpr auto flags = std::regex::ECMAScript | std::regex::icase | std::regex::optimize;
+
+const std::vector<std::string> keys{"title",  "texture",      "base_container",   "icao_type_designator",
+                                    "atc_id", "icao_airline", "atc_parking_types"};
+
+std::optional<std::string> keyOracle(const std::string& line, const std::string& key) {
+    static std::map<std::string, std::regex> made;
+    const auto found = made.find(key);
+    const std::regex& expression =
+        found != made.end()
+            ? found->second
+            : made.emplace(key, std::regex("\\s*(" + key + ")\\s*=\\s*(.*\\S)\\s*", flags)).first->second;
+    std::smatch match;
+    if (!std::regex_match(line, match, expression))
+        return {};
+    return match[2].str();
+}
+
+std::string headerOracle(const std::string& line) {
+    static const std::regex header("\\s*(\\[fltsim\\.)(\\d+)\\]\\s*", flags);
+    std::smatch match;
+    return std::regex_match(line, match, header) ? match[2].str() : std::string();
+}
+
+/// A line of pieces that matter, so that matches and near misses are both frequent.
+std::string randomLine(std::mt19937& random) {
+    static const std::vector<std::string> pieces{" ",
+                                                 "\t",
+                                                 "\r",
+                                                 "\v",
+                                                 "=",
+                                                 "==",
+                                                 "title",
+                                                 "Title",
+                                                 "TITLE",
+                                                 "ui_",
+                                                 "atc_id",
+                                                 "ATC_ID",
+                                                 "icao_airline",
+                                                 "\"",
+                                                 "\"\"",
+                                                 "x",
+                                                 "a b",
+                                                 "[",
+                                                 "]",
+                                                 "[fltsim.",
+                                                 "[FLTSIM.",
+                                                 "[FltSim.",
+                                                 "0",
+                                                 "12",
+                                                 ".",
+                                                 ";",
+                                                 "//",
+                                                 "\xFC",
+                                                 "\xC3\xA9",
+                                                 "texture",
+                                                 "base_container",
+                                                 std::string(1, '\0')};
+    std::string line;
+    if (random() % 3 == 0) // near a match
+        line =
+            std::vector<std::string>{"title=", "[fltsim.1", " [FLTSIM.0]", " atc_id", "icao_airline ="}[random() % 5];
+    const auto count = random() % 6;
+    for (unsigned i = 0; i < count; ++i)
+        line += pieces[random() % pieces.size()];
+    return line;
+}
+
+TEST(CfgLine, meansWhatTheExpressionsMean) {
+    std::mt19937 random(4);
+    int matches = 0, headers = 0;
+    const auto compare = [&](const std::string& line) {
+        for (const std::string& key : {keys[0], keys[4], keys[5]}) {
+            const auto wanted = keyOracle(line, key);
+            const auto got = keyValue(line, key);
+            ASSERT_EQ(got.has_value(), wanted.has_value()) << key << " in " << testing::PrintToString(line);
+            if (wanted) {
+                ++matches;
+                ASSERT_EQ(*got, *wanted) << testing::PrintToString(line);
+            }
+        }
+        const std::string digits = headerOracle(line);
+        ASSERT_EQ(headerDigits(line), digits) << testing::PrintToString(line);
+        headers += !digits.empty();
+    };
+    for (int i = 0; i < 20000 && !testing::Test::HasFatalFailure(); ++i)
+        compare(randomLine(random));
+    // Lines that a file would really hold, with one byte changed anywhere.
+    for (const std::string line : {"title = \"A B\" ; Variation name", "  TITLE=x", "ui_title=x", "[fltsim.12]",
+                                   " [FLTSIM.0] ", "atc_id=D-AIPA,F-GKXA", "icao_airline\t=\tDLH"}) {
+        compare(line);
+        for (std::size_t at = 0; at < line.size() && !testing::Test::HasFatalFailure(); ++at) {
+            for (const char c : {' ', '\r', '=', '"', 'T', '\xFF', '0'}) {
+                std::string changed = line;
+                changed[at] = c;
+                compare(changed);
+            }
+        }
+    }
+    EXPECT_GT(matches, 500);
+    EXPECT_GT(headers, 50);
+}
+
+TEST(CfgLine, takesTheTextBetweenTheFirstTwoQuotes) {
+    const std::vector<std::pair<std::string_view, std::string_view>> table{
+        {"x", "x"},          {"\"A B\" ; c", "A B"}, {"a \"b\" c", "b"},  {"\"\"", ""}, {"\"open", ""},
+        {"x\"\"y\"z\"", ""}, {"\" a \"", " a "},     {"\"a\"\"b\"", "a"}, {"", ""}};
+    for (const auto& [value, wanted] : table)
+        EXPECT_EQ(unquoted(value), wanted) << value;
+}
+
+TEST(CfgLine, takesLinesOfAnyLength) {
+    const std::string long_(5'000'000, 'x');
+    EXPECT_EQ(keyValue(" title=" + long_ + "  ", "title")->size(), long_.size());
+    EXPECT_TRUE(headerDigits("[fltsim." + std::string(5'000'000, '1') + "]").size() == 5'000'000);
+    EXPECT_FALSE(keyValue(std::string(5'000'000, ' '), "title"));
+}
+
+} // namespace
+} // namespace kes

@@ -1,0 +1,332 @@
+// The search for a livery: a table of what it must give, and the same rules once more, slowly, over all records.
+#include "store_folder.h"
+
+#include <algorithm>
+#include <optional>
+#include <random>
+#include <set>
+
+namespace kes::test {
+namespace {
+
+struct Matching : StoreFolder {
+    static AiAircraft aircraft(const std::string& airline, const std::string& model, const std::string& regcode = "",
+                               bool cargo = false) {
+        AiAircraft a;
+        a.airline = airline;
+        a.model = model;
+        a.regcode = regcode;
+        a.cargo = cargo;
+        a.category = categoryOf(model);
+        return a;
+    }
+    static std::string match(AiAircraft a, int depth) {
+        par::MATCHING_DEPTH.value = depth;
+        const int step = matchLive(a);
+        return step == 0 ? std::string("-") : fmt::format("{}:{}", step, a.title);
+    }
+};
+
+TEST_F(Matching, goesAsFarAsTheDepthAllows) {
+    par::RANDOM.value = false;
+    putRegcodes("a.txt", "special;D-SPEC\n");
+    text.airframes = {{"D-OPER", "AFR", "A320", "BAW", false}};
+    install({livery("AFR", "A319", "afr 319"), livery("DLH", "A320", "dlh 320"), livery("DLH", "A320", "special"),
+             livery("DLH", "B77W", "dlh 77w"), livery("FDX", "B77W", "fdx freight", "", true),
+             livery("ZZZ", "A321", "any 321"), livery("ZZZ", "C172", "any 172"), livery("BAW", "C25A", "baw jet"),
+             livery("PVT", "P28A", "piper"), livery("DLH", "A332", "reg livery", "D-AIXX"),
+             livery("AFR", "F16", "falcon")});
+    struct Row {
+        AiAircraft a;
+        std::array<std::string, 4> wanted; ///< by depth from 1
+    };
+    const std::vector<Row> table{
+        {aircraft("DLH", "A332", "D-AIXX"), {"1:reg livery", "1:reg livery", "1:reg livery", "1:reg livery"}},
+        {aircraft("AFR", "C172", "D-SPEC"), {"1:special", "1:special", "1:special", "1:special"}},
+        {aircraft("DLH", "A320"), {"-", "2:dlh 320", "2:dlh 320", "2:dlh 320"}},
+        {aircraft("PVT", "C172"), {"-", "4:any 172", "4:any 172", "4:any 172"}},
+        {aircraft("PVT", "P28A"), {"-", "2:piper", "2:piper", "2:piper"}},
+        {aircraft("BAW", "A320", "D-OPER"), {"-", "-", "-", "-"}},
+        {aircraft("AFR", "A320", "D-OPER"), {"-", "-", "3:afr 319", "3:afr 319"}},
+        {aircraft("AFR", "A321"), {"-", "-", "3:afr 319", "3:afr 319"}},
+        {aircraft("BAW", "A321"), {"-", "-", "-", "4:any 321"}},
+        {aircraft("", "A321"), {"-", "-", "-", "4:any 321"}},
+        {aircraft("DLH", "B738"), {"-", "-", "-", "-"}}, // the similar one is of another category
+        {aircraft("AFR", "C25A"), {"-", "-", "5:baw jet", "5:baw jet"}},
+        {aircraft("AFR", "C680"), {"-", "-", "6:baw jet", "6:baw jet"}},
+        {aircraft("DLH", "DA40"), {"-", "-", "6:any 172", "6:any 172"}},
+        {aircraft("DLH", "B77W", "", true), {"-", "2:dlh 77w", "2:dlh 77w", "2:dlh 77w"}},
+        {aircraft("FDX", "B77W"), {"-", "-", "-", "-"}},
+        {aircraft("DLH", "F16"), {"-", "-", "-", "-"}},
+        {aircraft("AFR", "C25A", "", true), {"-", "-", "-", "-"}}, // steps 5 and 6 take freighters only
+        {aircraft("QQQ", "ZZZZ"), {"-", "-", "6:any 172", "6:any 172"}},
+    };
+    for (const Row& row : table) {
+        for (int depth = 1; depth <= 4; ++depth) {
+            EXPECT_EQ(match(row.a, depth), row.wanted[static_cast<std::size_t>(depth - 1)])
+                << row.a.airline << " " << row.a.model << " " << row.a.regcode << " depth " << depth;
+        }
+    }
+}
+
+TEST_F(Matching, refusedTitlesCountForNothing) {
+    par::RANDOM.value = false;
+    par::LOG.value = true;
+    install({livery("DLH", "A320", "FSLTL_ one"), livery("DLH", "A321", "two"), livery("ZZZ", "A320", "any")});
+    AiAircraft a = aircraft("DLH", "A320");
+    const auto before = stepCounters();
+    EXPECT_EQ(matchLive(a), 2);
+    EXPECT_TRUE(a.reverseThrust);
+    EXPECT_TRUE(program.logHas(fmt::format("          {} =2= FSLTL_ one\n", longLabel(a))));
+    EXPECT_EQ(stepCounters()[1], before[1] + 1);
+    refuseTitle("FSLTL_ one", "A320", "DLH");
+    refuseTitle("FSLTL_ one", "A320", "DLH");
+    a.title = {};
+    EXPECT_EQ(matchLive(a), 0) << "and no further step is tried";
+    EXPECT_EQ(stepCounters()[1], before[1] + 1);
+    EXPECT_EQ(refusedTitleCount(), 1u);
+    writeMatchingSummary();
+    const std::string stars(31, '*');
+    EXPECT_TRUE(program.logHas("\n" + stars + " live traffic livery matching summary " + stars +
+                               "\nMatches at step: \n  1: 0\n  2: 1\n"));
+    EXPECT_TRUE(program.logHas("\nCould not be created by MSFS:\n  A320 DLH\n" + std::string(100, '*') + "\n"));
+}
+
+TEST_F(Matching, parkedAircraftTakeTheKindOfTheirStand) {
+    par::RANDOM.value = false;
+    par::LOG.value = true;
+    install({livery("DLH", "A320", "pax"), livery("DLH", "A320", "freight", "", true), livery("DLH", "B77W", "heavy")});
+    AiAircraft a = aircraft("DLH", "A320");
+    EXPECT_TRUE(matchStatic(a, {"A 1", true}));
+    EXPECT_EQ(a.title, "freight");
+    EXPECT_TRUE(a.cargo);
+    EXPECT_TRUE(matchStatic(a, {"A 1", false}));
+    EXPECT_EQ(a.title, "freight") << "it had one";
+    EXPECT_TRUE(program.logHas("=s= freight"));
+    AiAircraft b = aircraft("DLH", "B738");
+    EXPECT_TRUE(matchStatic(b, {"A 2", false})) << "similar models of another category are good enough here";
+    EXPECT_EQ(b.title, "heavy");
+    AiAircraft c = aircraft("AFR", "B738");
+    EXPECT_FALSE(matchStatic(c, {"A 3", false}));
+    EXPECT_TRUE(program.logHas(fmt::format("A 3     : {} no livery match ...\n", shortLabel(c))));
+    refuseTitle("pax", "A320", "DLH");
+    AiAircraft d = aircraft("DLH", "A320");
+    EXPECT_FALSE(matchStatic(d, {"A 4", false}));
+    EXPECT_EQ(stepCounters(), (std::array<std::uint32_t, 6>{})) << "live aircraft only";
+}
+
+/// The rules over a flat list of everything that is installed. Gives every title that chance may lead to, and the step.
+struct Oracle {
+    const std::vector<Livery>& all;
+    const std::vector<std::vector<std::string>>& groups;
+    std::set<std::string> specials;
+    std::map<std::string, std::string> regcodes; ///< registration to title
+    std::map<std::string, ReferenceText::Airframe> airframes;
+
+    using Found = std::set<std::string>;
+
+    std::string lookup(const std::map<std::string, std::string>& table, const std::string& reg) const {
+        for (const std::string& form : regcodeVariants(reg)) {
+            if (table.contains(form))
+                return table.at(form);
+        }
+        return "";
+    }
+    /// Usable titles of an airline ("" = any) and model.
+    Found of(const std::string* airline, const std::string& model, bool cargo) const {
+        Found found;
+        for (const Livery& l : all) {
+            if ((!airline || l.airline == *airline) && l.model == model && l.cargo == cargo &&
+                !specials.contains(l.title))
+                found.insert(l.title);
+        }
+        return found;
+    }
+    Found both(const std::string& airline, const std::string& model, bool cargo) const {
+        Found found = of(&airline, model, cargo);
+        return found.empty() && cargo ? of(&airline, model, false) : found;
+    }
+    bool installed(const std::string* airline, const std::string& model) const {
+        return std::any_of(all.begin(), all.end(),
+                           [&](const Livery& l) { return (!airline || l.airline == *airline) && l.model == model; });
+    }
+    /// Of the groups that hold the model, the one whose list comes first in the alphabet counts.
+    std::vector<std::string> similar(const std::string& model) const {
+        std::set<std::string> texts;
+        for (std::vector<std::string> group : groups) {
+            std::sort(group.begin(), group.end());
+            if (std::find(group.begin(), group.end(), model) == group.end())
+                continue;
+            std::string text;
+            for (const std::string& other : group) {
+                if (other != model && installed(nullptr, other))
+                    text += "," + other;
+            }
+            if (!text.empty())
+                texts.insert(text);
+        }
+        std::vector<std::string> list;
+        if (!texts.empty()) {
+            std::istringstream in(*texts.begin());
+            for (std::string code; std::getline(in, code, ',');) {
+                if (!code.empty())
+                    list.push_back(code);
+            }
+        }
+        return list;
+    }
+    std::vector<std::string> similarOf(const std::string& airline, const std::string& model) const {
+        std::vector<std::string> list;
+        if (installed(&airline, model))
+            return list;
+        for (const std::string& other : similar(model)) {
+            if (installed(&airline, other))
+                list.push_back(other);
+        }
+        return list;
+    }
+
+    std::pair<int, Found> live(const AiAircraft& a, int depth, bool random) const {
+        if (!a.regcode.empty()) {
+            const std::string title = lookup(regcodes, a.regcode);
+            if (!title.empty())
+                return {1, {title}};
+        }
+        if (depth < 2)
+            return {0, {}};
+        Found found;
+        if (a.airline == "PVT" && !(found = both("ZZZ", a.model, a.cargo)).empty())
+            return {4, found};
+        const ReferenceText::Airframe* frame = nullptr;
+        for (const std::string& form : regcodeVariants(a.regcode)) {
+            if (!frame && airframes.contains(form))
+                frame = &airframes.at(form);
+        }
+        const bool operated = frame && !frame->opr.empty();
+        if (!a.airline.empty()) {
+            if (!(found = both(a.airline, a.model, a.cargo)).empty())
+                return {2, found};
+            if (operated && !(found = both(frame->airl, a.model, a.cargo)).empty())
+                return {2, found};
+            if (depth < 3)
+                return {0, {}};
+            for (const std::string& worn : {a.airline, operated ? frame->airl : std::string("none")}) {
+                for (const std::string& m : similarOf(a.airline, a.model)) {
+                    if (categoryOf(m) != a.category)
+                        continue;
+                    const Found more = both(worn, m, a.cargo);
+                    found.insert(more.begin(), more.end());
+                    if (!random && !found.empty())
+                        break;
+                }
+                if (!found.empty())
+                    return {3, found};
+            }
+        }
+        if (depth < 3)
+            return {0, {}};
+        const bool small = a.category == AircraftCategory::light || a.category == AircraftCategory::buzjets ||
+                           a.category == AircraftCategory::rotorcraft;
+        if ((depth == 4 || small) && !(found = both("ZZZ", a.model, a.cargo)).empty())
+            return {4, found};
+        if (!small)
+            return {0, {}};
+        if (!(found = of(nullptr, a.model, a.cargo)).empty())
+            return {5, found};
+        std::vector<std::string> list = similar(a.model);
+        const bool any = list.empty();
+        if (any) {
+            std::set<std::string> models;
+            for (const Livery& l : all) {
+                if (categoryOf(l.model) == categoryOf(a.model))
+                    models.insert(l.model);
+            }
+            list.assign(models.begin(), models.end());
+        }
+        bool mayMiss = list.empty();
+        for (const std::string& m : list) {
+            const Found more = of(nullptr, m, a.cargo);
+            found.insert(more.begin(), more.end());
+            mayMiss = mayMiss || (any && more.empty());
+            if (!random && (any || !found.empty()))
+                break; // only one model is drawn, or the first that has a livery
+        }
+        if (mayMiss && random)
+            found.insert(""); // the model that was drawn may have nothing of the kind
+        return {found.empty() ? 0 : 6, found};
+    }
+};
+
+TEST_F(Matching, agreesWithASlowSearchThroughEverything) {
+    std::mt19937 random(11);
+    const auto pick = [&](const std::vector<std::string>& list) { return list[random() % list.size()]; };
+    const std::vector<std::string> airlines{"ZZZ", "PVT", "DLH", "AFR", "BAW", "FDX"};
+    const std::vector<std::string> models{"A319", "A320", "A321", "B738", "B77W", "A332", "C25A",
+                                          "C680", "EC35", "F16",  "C172", "P28A", "DA40"};
+    text.similar.push_back({"A320", "B738"});
+    text.similar.push_back({"C25A", "C172", "EC35"});
+    std::map<int, int> steps;
+    for (int world = 0; world < 60; ++world) {
+        resetLiveries();
+        text.airframes.clear();
+        std::vector<Livery> all;
+        Oracle oracle{all, text.similar, {}, {}, {}};
+        std::string regcodes;
+        const int size = 1 + static_cast<int>(random() % 30);
+        for (int i = 0; i < size; ++i) {
+            all.push_back(livery(pick(airlines), pick(models), fmt::format("title {}", i), "", random() % 4 == 0));
+            if (random() % 5 == 0) {
+                const std::string reg = fmt::format("D-S{:03}", i);
+                regcodes += fmt::format("title {};{}\n", i, reg);
+                oracle.specials.insert(all.back().title);
+                oracle.regcodes[reg] = all.back().title;
+            }
+        }
+        for (int i = 0; i < 6; ++i) {
+            text.airframes.push_back(
+                {fmt::format("D-A{:03}", i), pick(airlines), pick(models), random() % 2 ? pick(airlines) : "", false});
+            oracle.airframes[text.airframes.back().reg] = text.airframes.back();
+        }
+        putRegcodes("r.txt", regcodes);
+        install(all);
+        for (int i = 0; i < 150; ++i) {
+            AiAircraft a = aircraft(random() % 8 ? pick(airlines) : "", pick(models), "", random() % 4 == 0);
+            if (random() % 3 == 0)
+                a.regcode =
+                    random() % 2 ? fmt::format("D-A{:03}", random() % 6) : fmt::format("DS{:03}", random() % 30);
+            const int depth = 1 + static_cast<int>(random() % 4);
+            par::MATCHING_DEPTH.value = depth;
+            par::RANDOM.value = i % 2 == 0;
+            const auto [step, titles] = oracle.live(a, depth, i % 2 == 0);
+            const AiAircraft asked = a;
+            const int got = matchLive(a);
+            const bool maybe = titles.contains("") && got == 0;
+            ASSERT_TRUE(got == step || maybe)
+                << asked.airline << " " << asked.model << " '" << asked.regcode << "' cargo " << asked.cargo
+                << " depth " << depth << " random " << (i % 2 == 0) << ": wanted step " << step << ", got " << got
+                << " " << a.title;
+            ASSERT_TRUE(got == 0 || titles.contains(std::string(a.title))) << a.title << " at step " << got;
+            ++steps[got];
+        }
+    }
+    for (int step = 0; step <= 6; ++step)
+        EXPECT_GT(steps[step], 20) << "too few cases of step " << step;
+}
+
+TEST_F(Matching, drawsEveryTitleThatMayBeDrawn) {
+    putRegcodes("a.txt", "s1;D-SAAA\ns2;D-SBBB\ns3;D-SCCC\n");
+    install({livery("DLH", "A320", "s1"), livery("DLH", "A320", "s2"), livery("DLH", "A320", "s3"),
+             livery("DLH", "A320", "free"), livery("DLH", "A320", "open")});
+    std::map<std::string, int> drawn;
+    for (int i = 0; i < 400; ++i) {
+        AiAircraft a = aircraft("DLH", "A320");
+        matchLive(a);
+        ++drawn[std::string(a.title)];
+    }
+    EXPECT_EQ(drawn.size(), 2u) << "never a special one";
+    EXPECT_GT(drawn["free"], 100);
+    EXPECT_GT(drawn["open"], 100);
+}
+
+} // namespace
+} // namespace kes::test

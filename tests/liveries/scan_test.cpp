@@ -1,0 +1,234 @@
+// Whole scans: which folders, which files, in which order, and what is told.
+#include "core/errors.h"
+#include "core/parameters.h"
+#include "core/run_state.h"
+#include "core/window.h"
+#include "liveries/folder_walk.h"
+#include "liveries/package_finders.h"
+#include "liveries/scan.h"
+#include "liveries/store.h"
+#include "platform/zip.h"
+#include "reference_text.h"
+#include "support.h"
+
+namespace kes::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct LiveryScan : testing::Test {
+    ProgramFolder program;
+
+    void SetUp() override {
+        for (const char* folder : {"input", "output/info", "output/errors"})
+            fs::create_directories(folder);
+        ReferenceText text;
+        text.types = {{AircraftCategory::large, {"A320", "A20N"}}, {AircraftCategory::heavy, {"B77W"}}};
+        text.otherTypes = {"C172"};
+        text.airlines = {"ZZZ", "PVT", "DLH", "AFR", "BAW"};
+        text.airframes = {{"D-AIPA", "DLH", "A20N", "", true},
+                          {"F-OPER", "AFR", "A320", "BAW", false},
+                          {"F-EMPT", "", "", "", false}};
+        text.read();
+        resetLiveries();
+        resetRunFlags();
+        resetStatus();
+        setParameterDefaults();
+    }
+    void TearDown() override {
+        resetLiveries();
+        resetReference();
+        resetRunFlags();
+        setParameterDefaults();
+    }
+
+    /// A file of one model; each livery is "airline title [regcode]", an underscore stands for a blank.
+    static void put(const fs::path& folder, const std::vector<std::string>& liveries, const std::string& model = "A320",
+                    const std::string& name = "aircraft.cfg") {
+        fs::create_directories(folder);
+        std::string text = "[GENERAL]\nicao_type_designator=" + model + "\n";
+        int number = 0;
+        for (const std::string& livery : liveries) {
+            std::istringstream words(livery);
+            std::string airline, title, regcode;
+            words >> airline >> title >> regcode;
+            text +=
+                fmt::format("[fltsim.{}]\ntitle={}\nicao_airline={}\natc_id={}\n", number++, title, airline, regcode);
+        }
+        std::ofstream(folder / name, std::ios::binary) << text;
+    }
+    static std::string scanned() {
+        std::string all;
+        for (const Livery& l : readLiveriesScanned())
+            all += fmt::format("{}/{}/{}{}{} ", l.airline, l.model, l.title, l.regcode.empty() ? "" : "/" + l.regcode,
+                               l.cargo ? "/cargo" : "");
+        return all;
+    }
+    static std::uint32_t errorOf(const std::function<void()>& act) {
+        try {
+            act();
+        } catch (const nwk::UserErrorException& e) {
+            return e.number;
+        }
+        return 0;
+    }
+};
+
+TEST_F(LiveryScan, walksSortedAndLeavesOutWhatHoldsNoAiAircraft) {
+    put("packs/b/x", {"DLH first"});
+    put("packs/B2", {"DLH Other"}, "A320", "AIRCRAFT.CFG");
+    put("packs/a", {"DLH first"});
+    for (const char* closed : {"some-airport", "lvfr-x", "mkstudios", "simwings", "fsdreamteam", "navigraph",
+                               "flytampa", "inibuilds-x", "a_CVT_b"})
+        put(fs::path("packs") / closed / "deep", {fmt::format("DLH {}", closed)});
+    put("packs/AIRPORT-upper", {"AFR upper"});
+    put("packs/z", {"AFR notthis"}, "A320", "aircraft.cfg.bak");
+    put("packs/lvfr-x", {"AFR inside"}); // the folder itself is not entered
+    fs::path deep = "packs/" + std::string(120, 'p');
+    put(deep / std::string(122, 'q'), {"AFR long249"}); // 249 bytes of folder: still entered
+    put(deep / std::string(123, 'q'), {"AFR long250"}); // not any more
+    fs::create_directory_symlink(fs::current_path() / "packs/a", "packs/link-to-a");
+    fs::create_directories("elsewhere");
+    put("elsewhere/pack", {"BAW linked"});
+    fs::create_directory_symlink(fs::current_path() / "elsewhere", "packs/link-out");
+    fs::create_directory_symlink(fs::current_path() / "packs", "packs/a/loop");
+    fs::create_directory_symlink("nowhere", "packs/broken");
+    ASSERT_TRUE(scanFolders({"packs"}));
+    EXPECT_EQ(scanned(), "AFR/A320/long249 AFR/A320/upper BAW/A320/linked DLH/A320/Other DLH/A320/first ");
+    const std::string incomplete = readFile("output/errors/IncompleFltsimSections.txt");
+    EXPECT_NE(incomplete.find("packs/b/x [fltsim.0] title \"first\" already exists"), std::string::npos) << incomplete;
+    EXPECT_TRUE(program.logHas("5 liveries found in packs")) << program.logText();
+}
+
+TEST_F(LiveryScan, givesTheSameListWhateverThreadIsFaster) {
+    // Every file claims all titles, so that any disorder shows in the airline.
+    std::vector<std::string> dlh, afr;
+    for (int i = 0; i < 300; ++i) {
+        dlh.push_back(fmt::format("DLH title{}", i));
+        afr.push_back(fmt::format("AFR title{}", i));
+    }
+    put("packs/000", dlh);
+    for (int i = 1; i < 120; ++i)
+        put(fmt::format("packs/{:03}", i), i % 2 ? afr : dlh);
+    std::string first;
+    for (int round = 0; round < 5; ++round) {
+        ASSERT_TRUE(scanFolders({"packs"}));
+        const std::string now = scanned() + readFile("output/errors/IncompleFltsimSections.txt");
+        EXPECT_EQ(now.find("AFR/A320"), std::string::npos);
+        EXPECT_EQ(now, round > 0 ? first : now);
+        first = now;
+    }
+}
+
+TEST_F(LiveryScan, correctsRecordsFromTheDataBase) {
+    put("packs", {"AFR one D-AIPA", "DLH two F-OPER", "DLH three F-EMPT", "DLH four D-XXXX"});
+    ASSERT_TRUE(scanFolders({"packs"}));
+    EXPECT_EQ(scanned(), "BAW/A320/two/F-OPER DLH/A20N/one/D-AIPA/cargo DLH/A320/four/D-XXXX DLH/A320/three/F-EMPT ");
+    EXPECT_EQ(
+        readFile("output/info/AirlineModelConversions.txt"),
+        fmt::format("{0:80} D-AIPA cargo false => true\n{0:80} D-AIPA airl AFR => DLH\n{0:80} D-AIPA model A320 => "
+                    "A20N\n{1:80} F-OPER airl DLH => BAW\n",
+                    "one", "two"));
+}
+
+TEST_F(LiveryScan, prioritizesFolders) {
+    put("one", {"DLH one"});
+    put("two", {"DLH two", "AFR three"});
+    par::LIG_PRIORITIZE.value = true;
+    ASSERT_TRUE(scanFolders({"nowhere", "one", "two", "one/aircraft.cfg"}));
+    EXPECT_EQ(scanned(), "AFR/A320/three DLH/A320/one ");
+    EXPECT_TRUE(program.logHas("nowhere does not exist, skipped!"));
+    EXPECT_TRUE(program.logHas("one/aircraft.cfg is not a folder name, skipped!"));
+    EXPECT_TRUE(program.logHas("1 liverie found in one\n"));
+    EXPECT_TRUE(program.logHas("3 in total\n"));
+}
+
+TEST_F(LiveryScan, findsThePackagesOfEachFamily) {
+    for (const char* name : {"fsltl-traffic-base", "aig-aitraffic-oci_CVT_", "aig-aitraffic-oci-beta",
+                             "Aig-aitraffic-oci", "aig-aitraffic-oci", "justflight-fstraffic-module-b",
+                             "justflight-aircraft-traffic-fleet", "my-user-aitraffic", "something"})
+        fs::create_directories(fs::path("Community") / name);
+    const auto names = [](std::int32_t order, bool msfs2020) {
+        par::AI_PACKAGE_ORDER.value = order;
+        par::MSFS_2020.value = msfs2020;
+        std::string all;
+        for (const fs::path& path : findAiPackages("Community"))
+            all += path.filename().string() + " ";
+        return all;
+    };
+    const std::string a = "aig-aitraffic-oci ", f = "fsltl-traffic-base ", j = "justflight-aircraft-traffic-fleet ",
+                      u = "my-user-aitraffic ";
+    const std::vector<std::string> orders{a + f + j + u, a + j + f + u, f + a + j + u,
+                                          f + j + a + u, j + a + f + u, j + f + a + u};
+    for (std::size_t i = 0; i < orders.size(); ++i)
+        EXPECT_EQ(names(static_cast<std::int32_t>(i + 1), true), orders[i]);
+    // Without the plain package the simulators differ: the beta counts by its own name in the one and as a longer name
+    // of the plain one in the other.
+    fs::remove("Community/aig-aitraffic-oci");
+    EXPECT_EQ(names(1, true), "aig-aitraffic-oci-beta " + f + j + u);
+    EXPECT_EQ(names(1, false), "aig-aitraffic-oci-beta " + f + j + u);
+    EXPECT_TRUE(program.logHas("Automatic AIG scan found folder: \"Community/aig-aitraffic-oci\"\n"));
+    EXPECT_TRUE(program.logHas("Automatic user-aitraffic scan found folder: \"Community/my-user-aitraffic\"\n"));
+}
+
+TEST_F(LiveryScan, runsOnceAndTellsInPlainWordsWhatItFound) {
+    const fs::path packages = fs::current_path() / "packages";
+    put(packages / "Community/fsltl-traffic-base/SimObjects", {"DLH one", "AFR two"});
+    put(packages / "Community/user-aitraffic/SimObjects", {"QQQ three"});
+    fs::create_directories(packages / "Official");
+    par::MSFS_2020.value = true;
+    par::MSFS_INSTALL_PATH.set(packages.string());
+    par::SCAN_LIVERIES.value = true;
+    scanLiveries();
+    EXPECT_FALSE(par::SCAN_LIVERIES);
+    EXPECT_EQ(liveryCount(), 2u);
+    EXPECT_EQ(statusText(), "2 liveries ready: 2 in fsltl-traffic-base, 0 in user-aitraffic");
+    EXPECT_TRUE(
+        program.logHas("++++++++++++++++++++++++ liveries scan automatic starts ++++++++++++++++++++++++++++++++"));
+    EXPECT_TRUE(program.logHas(fmt::format("No livery in \"{}\": 1 aircraft.cfg read, 1 section tells no airline. The "
+                                           "reports in the output folder name each of them",
+                                           (packages / "Community/user-aitraffic").string())));
+    EXPECT_NE(readFile(parametersFile()).find("SCAN_LIVERIES"), std::string::npos);
+    // Off: the file of the last scan is all that counts.
+    fs::remove_all(packages);
+    resetLiveries();
+    scanLiveries();
+    EXPECT_EQ(liveryCount(), 2u);
+}
+
+TEST_F(LiveryScan, refusesToStartWithNothing) {
+    par::SCAN_LIVERIES.value = true;
+    par::LIG_AUTOMATIC.value = false;
+    EXPECT_EQ(errorOf(scanLiveries), 48u);
+    fs::create_directories("empty/with-airport");
+    par::lfolder[3].set("empty");
+    EXPECT_EQ(errorOf(scanLiveries), 53u);
+    EXPECT_TRUE(program.logHas("No liveries found in empty\n"));
+    EXPECT_TRUE(
+        program.logHas("No livery in \"empty\": there is no aircraft.cfg in it (1 folder of airports and other scenery "
+                       "not looked into)"));
+    EXPECT_EQ(readouts.liveries, 0);
+    par::LIG_AUTOMATIC.value = true;
+    EXPECT_EQ(errorOf(scanLiveries), 43u) << "no install path";
+    par::MSFS_2020.value = true;
+    par::MSFS_INSTALL_PATH.set((fs::current_path() / "packages").string());
+    EXPECT_EQ(errorOf(scanLiveries), 43u) << "no Community folder";
+    fs::create_directories("packages/Community/a-livery");
+    EXPECT_EQ(errorOf(scanLiveries), 43u);
+    EXPECT_TRUE(program.logHas("holds none of the packages that the automatic scan knows"));
+    EXPECT_TRUE(par::SCAN_LIVERIES) << "a scan that found nothing is tried again";
+}
+
+TEST_F(LiveryScan, stopsWhenTheRunIsClosed) {
+    put("packs", {"DLH one"});
+    par::SCAN_LIVERIES.value = true;
+    par::LIG_AUTOMATIC.value = false;
+    par::lfolder[0].set("packs");
+    userClosed = true;
+    EXPECT_NO_THROW(scanLiveries());
+    EXPECT_FALSE(fs::exists(path::liveriesScanned));
+    EXPECT_TRUE(par::SCAN_LIVERIES) << "the next start scans again";
+}
+
+} // namespace
+} // namespace kes::test

@@ -1,0 +1,248 @@
+#include "pack_folder.h"
+#include "tools/pack/command.h"
+#include "tools/pack/sources.h"
+
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+namespace kes::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string known(std::string_view reg) {
+    const auto record = lookupRegcode(reg);
+    if (!record)
+        return "unknown";
+    return record->airl + "/" + record->type + "/" + record->opr + (record->cargo ? "/cargo" : "");
+}
+
+TEST(Import, AircraftOfRealLifeLists) {
+    PackFolder folder;
+    std::ofstream("base.csv", std::ios::binary)
+        << "\xEF\xBB\xBF;hex;\"Registration\";Model;Operator;Flown by;Freighter;Note\r\n"
+           "0;1;d-aiza;C172;BAW;;;plain source wins\r\n"
+           "1;2;\"D-AAAA\";a320;dlh;BAW;;\"two\r\nlines; and \"\"quotes\"\"\"\r\n"
+           "2;3;D-BBBB;B77W;DLH;DLH;Yes;\r\n"
+           "3;4;D-CCCC;C172;XXX;;0;unknown airline\r\n"
+           "\r\n"
+           "4;5;D-AAAA;A321;DLH;;;again\r\n"
+           "5;6;;A321;DLH;;;\r\n"
+           "6;7;D DDDD;A321;DLH;;;\r\n"
+           "7;8;D-EEEE;ZZ99;DLH;;;\r\n"
+           "8;9;D-FFFF;;;;;\r\n"
+           "9;10;D-GGGG;;GEC;;;\r\n"
+           "10;11\r\n";
+    pack::PackPlan plan = folder.plan();
+    plan.aircraft.push_back({"base.csv", "registration", "MODEL", "operator", "flown by", "freighter", false});
+    const pack::PackCount count = folder.packAndRead(plan);
+    EXPECT_EQ(known("D-AIZA"), "DLH/A320/");
+    EXPECT_EQ(known("D-AAAA"), "DLH/A320/BAW");
+    EXPECT_EQ(known("D-BBBB"), "DLH/B77W//cargo") << "its own airline flies it";
+    EXPECT_EQ(known("D-CCCC"), "/C172/");
+    EXPECT_EQ(known("D-GGGG"), "GEC//");
+    EXPECT_EQ(known("D-FFFF"), "unknown");
+    EXPECT_EQ(count.overruled, 1u);
+    EXPECT_EQ(folder.badText(count), "base.csv:8: D-AAAA stands twice\nbase.csv:9: no registration\n"
+                                     "base.csv:10: \"D DDDD\" is no registration\nbase.csv:11: type ZZ99 of D-EEEE is "
+                                     "unknown\nbase.csv:12: neither a known airline nor a type for D-FFFF\n"
+                                     "base.csv:14: 2 fields instead of at least 7\n");
+    plan.aircraft[0].privateWhenEmpty = true;
+    plan.aircraft[0].cargo = plan.aircraft[0].operating = "";
+    folder.packAndRead(plan);
+    EXPECT_EQ(known("D-CCCC"), "PVT/C172/");
+    EXPECT_EQ(known("D-FFFF"), "PVT//");
+    EXPECT_EQ(known("D-BBBB"), "DLH/B77W/") << "a column that is not named is not read";
+    plan.aircraft[0].type = "no such column";
+    EXPECT_THROW(pack::packUpdates(plan), std::runtime_error);
+}
+
+TEST(Import, OfTwoAircraftListsTheFirstWins) {
+    PackFolder folder;
+    std::ofstream("one.csv") << "'r','t','o'\n'N1','A320','DLH'\n";
+    std::ofstream("two.csv") << "r\tt\nN1\tA321\nN2\tA321\n";
+    pack::PackPlan plan = folder.plan();
+    plan.aircraft.push_back({"one.csv", "r", "t", "o", "", "", false});
+    plan.aircraft.push_back({"two.csv", "r", "t", "", "", "", true});
+    const pack::PackCount count = folder.packAndRead(plan);
+    EXPECT_EQ(known("N1"), "DLH/A320/");
+    EXPECT_EQ(known("N2"), "PVT/A321/");
+    EXPECT_EQ(count.overruled, 1u);
+    EXPECT_EQ(folder.badText(count), "");
+}
+
+TEST(Import, CategoriesOfTypeLists) {
+    struct Case {
+        const char *wake, *description, *engine, *engines, *category;
+    };
+    const Case cases[] = {
+        {"M", "L2J", "", "", "Large"},
+        {"L", "L2J", "", "", "Buzjets"},
+        {"L", "L1J", "", "", "HighPerf"},
+        {"M", "L1J", "", "", "HighPerf"},
+        {"H", "L2J", "", "", "Heavy"},
+        {"J", "L4J", "", "", "Heavy"},
+        {"H", "L4T", "", "", "Heavy"},
+        {"M", "L2T", "", "", "Large"},
+        {"L", "L1P", "", "", "Light"},
+        {"L", "S1T", "", "", "Light"},
+        {"L/M", "L2T", "", "", "Large"},
+        {"L", "H2T", "", "", "Rotorcraft"},
+        {"", "G1P", "", "", "Rotorcraft"},
+        {"M", "T2T", "", "", "Rotorcraft"},
+        {"l", "l2j", "", "", "Buzjets"},
+        {"M", "LandPlane", "Jet", "2", "Large"},
+        {"M", "LandPlane", "Jet", "1", "HighPerf"},
+        {"L", "Helicopter", "", "", "Rotorcraft"},
+        {"L", "Tornado", "Piston", "2", "Light"},
+        {"L", "", "", "", "Light"},
+        {"", "L2J", "", "", "none"},
+        {"-", "", "", "", "none"},
+    };
+    for (const Case& c : cases) {
+        const auto category = pack::categoryFrom(c.wake, c.description, c.engine, c.engines);
+        EXPECT_EQ(category ? text(*category) : "none", c.category) << c.wake << " " << c.description << " " << c.engine;
+    }
+}
+
+TEST(Import, TypeListsInBothForms) {
+    const char* json = R"([{"ModelFullName":"A-320","Description":"L2J","WTC":"M","Designator":"A320"},
+        {"Description":"L2J","WTC":"M","Designator":"B38M","EngineCount":2},
+        {"Description":"L2J","WTC":"M","Designator":"B38M"},
+        {"Description":"-","WTC":"-","Designator":"BALL"}, 7,
+        {"Description":"H1P","WTC":"L","Designator":"R44"}, {"WTC":"L","Designator":"LONGER"}])";
+    const std::string csv =
+        "Manufacturer,Designator,WTC,Description\nAIRBUS,A320,M,L2J\nBOEING,B38M,M,L2J\n,B38M,M,L2J\n"
+        ",BALL,-,-\n,\"R44\",L,H1P\n,LONGER,L,L1P\n";
+    for (const std::string& list : {std::string(json), "{\"list\":" + std::string(json) + "}", csv}) {
+        PackFolder folder;
+        std::ofstream("types.lst") << list;
+        folder.source("similar_types.csv", "types\nB38M A320\n");
+        pack::PackPlan plan = folder.plan();
+        plan.typeList = pack::TypeListImport{"types.lst", "", "", "", "", ""};
+        const pack::PackCount count = folder.packAndRead(plan);
+        EXPECT_EQ(categoryOf("B38M"), AircraftCategory::large);
+        EXPECT_EQ(categoryOf("R44"), AircraftCategory::rotorcraft);
+        EXPECT_FALSE(modelExists("BALL"));
+        EXPECT_EQ(count.types, 10u);
+        EXPECT_EQ(count.overruled, 1u);
+        EXPECT_EQ(count.similarGroups, 1u) << "the other sources know the types of the list";
+        EXPECT_EQ(count.bad.size(), list == csv ? 2u : 3u) << folder.badText(count);
+    }
+    for (const char* wrong : {"[1", "{\"a\":1}", "x,y\n1,2\n", "[]", ""}) {
+        PackFolder folder;
+        std::ofstream("types.lst") << wrong;
+        pack::PackPlan plan = folder.plan();
+        plan.typeList = pack::TypeListImport{"types.lst", "", "", "", "", ""};
+        EXPECT_THROW(pack::packUpdates(plan), std::runtime_error) << wrong;
+        plan.typeList->file = "nowhere";
+        EXPECT_THROW(pack::packUpdates(plan), std::runtime_error);
+    }
+    PackFolder folder;
+    std::ofstream("types.lst") << "kind;turbulence;d\nL2J;M;B38M\n";
+    pack::PackPlan plan = folder.plan();
+    plan.typeList = pack::TypeListImport{"types.lst", "d", "turbulence", "kind", "", ""};
+    folder.packAndRead(plan);
+    EXPECT_EQ(categoryOf("B38M"), AircraftCategory::large) << "columns with names of their own";
+}
+
+TEST(Import, OurAirports) {
+    PackFolder folder;
+    std::ofstream("airports.csv")
+        << "\"id\",\"ident\",\"type\",\"name\",\"latitude_deg\",\"longitude_deg\",\"elevation_ft\",\"gps_code\","
+           "\"iata_code\"\n"
+           "1,\"EDDM\",\"large_airport\",\"Munich \"\"F. J. Strauss\"\" & "
+           "more\",48.353802,11.7861,1487,\"EDDM\",\"MUC\"\n"
+           "2,\"EHAM\",\"large_airport\",\"Schiphol\",52.308601,4.76389,-11,\"EHAM\",\"AMS\"\n"
+           "3,\"00A\",\"heliport\",\"Total\",40.07,-74.93,11,\"K00A\",\n"
+           "4,\"US-0001\",\"small_airport\",\"No code\",40,-74,11,,\n"
+           "5,\"DE-0002\",\"small_airport\",\"Flugplatz Z\xC3\xBCrich\",40,-74,,\"EDXX\",\n"
+           "6,\"EDXX\",\"medium_airport\",\"Greater\",41,-75,5,\"EDXX\",\n"
+           "7,\"EDOO\",\"closed\",\"Gone\",41,-75,5,\"EDOO\",\n"
+           "8,\"EDYY\",\"small_airport\",\"Nowhere\",91,-75,5,\"EDYY\",\n"
+           "9,\"EDZZ\",\"small_airport\",\"High\",41,-75,mountain,\"EDZZ\",\n"
+           "10,\"LKX\",\"seaplane_base\",\"Water\",41,-75,,\"\",\n";
+    pack::PackPlan plan = folder.plan();
+    plan.ourAirports = "airports.csv";
+    plan.airportsOut = "input";
+    const pack::PackCount count = folder.packAndRead(plan);
+    EXPECT_EQ(count.airports, 4u);
+    EXPECT_EQ(count.airportsLeftOut, 3u);
+    EXPECT_EQ(count.airportsAtSeaLevel, 1u);
+    EXPECT_EQ(folder.badText(count),
+              "airports.csv:7: EDXX stands twice, \"Flugplatz Z\xC3\xBCrich\" gives way to a greater "
+              "one\nairports.csv:9: EDYY has no good position\nairports.csv:10: EDZZ has the "
+              "elevation \"mountain\"\n");
+    EXPECT_EQ(readFile("input/airports_msfs.xml"),
+              "<?xml version=\"1.0\"?>\n<airports>\n"
+              "<airport code=\"EDDM\" alt=\"1487\" lat=\"48.353802\" lon=\"11.7861\" iata=\"MUC\"/>\n"
+              "<airport code=\"EDXX\" alt=\"5\" lat=\"41\" lon=\"-75\" iata=\"\"/>\n"
+              "<airport code=\"EHAM\" alt=\"-11\" lat=\"52.308601\" lon=\"4.76389\" iata=\"AMS\"/>\n"
+              "<airport code=\"LKX\" alt=\"0\" lat=\"41\" lon=\"-75\" iata=\"\"/>\n</airports>\n");
+    EXPECT_NE(readFile("input/airports_msfs_names.xml")
+                  .find("<airport ICAO=\"EDDM\" name=\"Munich &quot;F. J. Strauss&quot; &amp; more\"/>"),
+              std::string::npos);
+}
+
+TEST(Command, WrongArguments) {
+    struct Case {
+        std::vector<std::string> arguments;
+        const char* message;
+    };
+    const Case cases[] = {
+        {{}, "--data and --out are needed"},
+        {{"--data", "x"}, "--data and --out are needed"},
+        {{"--dta", "x"}, "unknown option --dta"},
+        {{"--data"}, "--data needs a value"},
+        {{"--data", "--out", "x"}, "--data needs a value"},
+        {{"--data", "a", "--out", "b", "--reg-column", "r"}, "--reg-column belongs behind --aircraft"},
+        {{"--data", "a", "--out", "b", "--wake-column", "r"}, "--wake-column belongs behind --type-list"},
+        {{"--private-when-empty"}, "--private-when-empty belongs behind --aircraft"},
+        {{"--data", "a", "--out", "b", "--aircraft", "f", "--reg-column", "r"}, "needs --reg-column and --type-column"},
+        {{"--data", "a", "--out", "b", "--airports-out", "f"}, "--airports-out needs --ourairports"},
+        {{"--data", "a", "--out", "b", "--show-bad", "many"}, "--show-bad needs a number"},
+    };
+    for (const Case& c : cases) {
+        std::string out, error;
+        EXPECT_EQ(pack::runCommand(c.arguments, out, error), 2) << c.message;
+        EXPECT_NE(error.find(c.message), std::string::npos) << error;
+        EXPECT_NE(error.find("--data DIR"), std::string::npos) << "the options are told";
+    }
+}
+
+TEST(Command, TellsWhatWasWrittenAndWhatWasBad) {
+    PackFolder folder;
+    std::ofstream base("base.csv");
+    base << "r,t\n";
+    for (int i = 0; i < 30; ++i)
+        base << "\"D,\",A320\n";
+    base.close();
+    const std::vector<std::string> arguments{
+        "--data", "data",       "--out",   "updates",      "--aircraft", "base.csv",      "--show-bad",
+        "3",      "--bad-rows", "bad.csv", "--reg-column", "r",          "--type-column", "t"};
+    std::string out, error;
+    EXPECT_EQ(pack::runCommand(arguments, out, error), 0) << error;
+    EXPECT_NE(out.find("30 bad rows:\n  base.csv:2: \"D,\" is no registration\n  base.csv:3:"), std::string::npos)
+        << out;
+    EXPECT_EQ(out.find("base.csv:5:"), std::string::npos);
+    EXPECT_NE(out.find("  and 27 more\n"), std::string::npos);
+    EXPECT_NE(out.find("remark: fixes.csv is absent"), std::string::npos);
+    const std::size_t last = out.rfind('\n', out.size() - 2);
+    EXPECT_EQ(out.substr(last + 1), "written to updates: 8 types, 4 airlines, 2 registrations, 0 similar groups, 0 "
+                                    "publishers, 0 lists of publishers' airports, 0 regcode entries, 0 airport files; "
+                                    "30 bad rows\n");
+    const std::string bad = readFile("bad.csv");
+    EXPECT_TRUE(bad.starts_with("file,line,reason\nbase.csv,2,\"\"\"D,\"\" is no registration\"\nbase.csv,3,\""))
+        << bad;
+    EXPECT_EQ(std::count(bad.begin(), bad.end(), '\n'), 31);
+
+    out.clear();
+    EXPECT_EQ(pack::runCommand({"--data", "nowhere", "--out", "updates"}, out, error), 1);
+    EXPECT_NE(error.find("kestrelune-pack: nowhere is no folder\n"), std::string::npos) << error;
+    EXPECT_EQ(out, "");
+    EXPECT_EQ(pack::runCommand({"--help"}, out, error), 0);
+    EXPECT_NE(out.find("--ourairports FILE"), std::string::npos);
+}
+
+} // namespace
+} // namespace kes::test

@@ -1,0 +1,23 @@
+// Counts what a thread takes from the heap. In a file of its own, so that no compiler pairs the calls by inlining them.
+#include "count_allocations.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace kes::test {
+thread_local std::size_t allocations = 0;
+}
+
+// The plain forms reach every allocation of the standard containers.
+void* operator new(std::size_t size) {
+    ++kes::test::allocations;
+    if (void* room = std::malloc(size == 0 ? 1 : size))
+        return room;
+    throw std::bad_alloc();
+}
+void operator delete(void* room) noexcept {
+    std::free(room);
+}
+void operator delete(void* room, std::size_t) noexcept {
+    std::free(room);
+}

@@ -1,0 +1,249 @@
+// What is read from a document, and what is told about it.
+#include "core/errors.h"
+#include "document_text.h"
+
+#include <functional>
+
+namespace kes {
+namespace {
+
+using namespace test;
+
+struct Document : ReferenceTest {};
+
+/// The text of what reading throws, "none" without a failure.
+std::string failureOf(const std::function<void()>& read, std::uint32_t code = 0) {
+    try {
+        read();
+        return "none";
+    } catch (const nwk::UserErrorException& e) {
+        EXPECT_EQ(e.number, code);
+        return e.what();
+    } catch (const std::runtime_error& e) {
+        EXPECT_EQ(code, 0u) << "no user error";
+        return e.what();
+    }
+}
+
+TEST_F(Document, fillsEachTableFromItsSection) {
+    DocumentText()
+        .set("aircrafts", "<aircraft types=\" " + model("A320") + "\t,\n" + model("B744") +
+                              " \"/><other types=\"x\"/>" + "<aircraft types=\"" + model("C172") +
+                              "\"/><aircraft types=\"" + model("A320") + "\"/>")
+        .set("similar_types", "<similar types=\"" + models({"C172", "A320", "B744"}) + "\"/><similar types=\"" +
+                                  models({"F16", "A1"}) + "\"/>")
+        .set("fixes", "<fx wro=\"73H\" cor=\"B744\"/>")
+        .set("thirdparties20",
+             "<thirdpartie20 pub=\"Pyreegue\" arpts=\"EGNX12, EGPF7\"/><thirdpartie20 pub=\"Aerosoft\"/>")
+        .set("thirdparties24", "<thirdpartie24 pub=\"Orbx\" arpts=\"EGLC20\"/>")
+        .set("unknown_section", "<x/>")
+        .read();
+    const ReferenceData& data = referenceData();
+    EXPECT_EQ(data.aircraftTypes, (CodeSet{"A320", "B744", "C172"}));
+    EXPECT_EQ(data.highPerfTypes, (CodeSet{"F16"}));
+    EXPECT_EQ(data.heavyTypes, (CodeSet{"A388", "B744"}));
+    EXPECT_EQ(data.largeTypes, (CodeSet{"A320", "A388"}));
+    EXPECT_EQ(data.buzjetTypes, (CodeSet{"C25A"}));
+    EXPECT_EQ(data.rotorTypes, (CodeSet{"EC35"}));
+    EXPECT_EQ(data.cargoTypes, (CodeSet{"B744"}));
+    EXPECT_EQ(data.icaoAirlines, (CodeSet{"BAW", "KLM"}));
+    EXPECT_EQ(data.cargoOperators, (CodeSet{"GEC"}));
+    EXPECT_EQ(data.simaddonAirports20, (CodeSet{"EHAM", "LFPG"}));
+    EXPECT_EQ(data.similarGroups, (std::vector<std::vector<std::string>>{{"A320", "B744", "C172"}, {"A1", "F16"}}));
+    EXPECT_EQ(data.modelFixes.at("73H"), "B744");
+    ASSERT_EQ(data.thirdParties20.size(), 2u);
+    EXPECT_EQ(data.thirdParties20[0].pub, "Pyreegue");
+    EXPECT_EQ(data.thirdParties20[0].arpts, (std::vector<std::string>{"EGNX12", "EGPF7"}));
+    EXPECT_EQ(data.thirdParties20[1].pub, "Aerosoft");
+    EXPECT_EQ(data.thirdParties20[1].arpts, (std::vector<std::string>{""}));
+    ASSERT_EQ(data.thirdParties24.size(), 1u);
+    EXPECT_EQ(data.thirdParties24[0].pub, "Orbx");
+    EXPECT_EQ(dbaseSize(), 0u);
+}
+
+TEST_F(Document, twoScrambledFormsOfOneAirlineAreOneMember) {
+    std::string other = encryptAirline("KLM");
+    other[0] = other[0] == 'X' ? 'Y' : 'X';
+    DocumentText().set("ICAO_airlines", "<ICAO codes=\"" + airline("KLM") + "," + escaped(other) + ",DLH\"/>").read();
+    EXPECT_EQ(referenceData().icaoAirlines, (CodeSet{"DLH", "KLM"}));
+    EXPECT_TRUE(folder.logHas("Unencrypted airline DLH in decrypt airl?\n"));
+}
+
+TEST_F(Document, emptySectionsAreUserErrors) {
+    struct Case {
+        const char *section, *child, *attribute;
+    };
+    for (const Case& c : {Case{"aircrafts", "aircraft", "types"}, Case{"high_performance", "hpf", "types"},
+                          Case{"heavy", "hvy", "types"}, Case{"large", "lar", "types"}, Case{"buzjet", "bzj", "types"},
+                          Case{"rotorcraft", "rot", "types"}, Case{"cargo_types", "cargo_type", "types"},
+                          Case{"ICAO_airlines", "ICAO", "codes"}, Case{"cargo_operators", "ICAO", "codes"},
+                          Case{"simaddons20", "simaddon20", "arpts"}}) {
+        const std::string text =
+            fmt::format("61: In an xml file section {} {} {} is empty ", c.section, c.child, c.attribute);
+        EXPECT_EQ(failureOf([&] { DocumentText().without(c.section).read(); }, 61), text);
+        EXPECT_EQ(failureOf([&] { DocumentText().set(c.section, "<other/>").read(); }, 61), text);
+        // An element with nothing in it gives one empty member, as any list of that form does.
+        EXPECT_EQ(failureOf([&] { DocumentText().set(c.section, fmt::format("<{}/>", c.child)).read(); }), "none");
+    }
+    EXPECT_FALSE(modelExists(""));
+}
+
+TEST_F(Document, sectionsAreReadInTheirOrder) {
+    const auto document = [] { return DocumentText().without("heavy").without("ICAO_airlines"); };
+    EXPECT_EQ(failureOf([&] { document().without("large").read(); }, 61),
+              "61: In an xml file section heavy hvy types is empty ");
+    // A broken value ends the reading where it stands: registrations come last, sets before the airlines.
+    EXPECT_EQ(failureOf([&] { document().set("dbase", "<db reg=\"\" airl=\"AB\"/>").read(); }, 61),
+              "61: In an xml file section heavy hvy types is empty ");
+    EXPECT_EQ(failureOf([&] { DocumentText().set("large", "<lar types=\"X\"/>").without("ICAO_airlines").read(); }),
+              "decrypt model \"X\" error");
+    EXPECT_EQ(failureOf([&] { DocumentText().set("cargo_operators", "<ICAO codes=\"ABCD\"/>").read(); }),
+              "decrypt airl \"ABCD\" error");
+    EXPECT_EQ(failureOf([&] { DocumentText().set("similar_types", "<similar types=\"X\"/>").read(); }),
+              "decrypt model \"X\" error");
+}
+
+TEST_F(Document, brokenRegistrationsEndTheReading) {
+    const std::string good = db("G-ABCD", "BAW", "A320");
+    EXPECT_EQ(failureOf([&] { DocumentText().set("dbase", good + "<db airl=\"ABCD\"/>").read(); }),
+              "decrypt airl \"ABCD\" error");
+    EXPECT_EQ(failureOf([&] { DocumentText().set("dbase", good + "<db opr=\"ABCDE\"/>").read(); }),
+              "decrypt airl \"ABCDE\" error");
+    EXPECT_EQ(failureOf([&] { DocumentText().set("dbase", good + "<db type=\"A\"/>").read(); }),
+              "decrypt model \"A\" error");
+    const std::string longRegcode(25, 'A');
+    EXPECT_EQ(failureOf([&] { DocumentText().set("dbase", good + "<db reg=\"" + longRegcode + "\"/>").read(); }),
+              "decrypt regcode \"" + longRegcode + "\" error");
+}
+
+TEST_F(Document, whatIsNoXmlIsUserError60) {
+    const auto read = [](const std::string& text) { reference::readDocumentText(text, "input/temp2.xml"); };
+    struct Case {
+        std::string text, reason;
+    };
+    const std::string good = DocumentText().set("dbase", db("G-ABCD", "BAW", "A320")).xml();
+    for (const Case& c :
+         {Case{"", "No document element found"}, Case{"plain words", "No document element found"},
+          Case{"<aircrafts>", "Start-end tags mismatch"}, Case{good + "<x =", "Error parsing start element tag"},
+          Case{good.substr(0, good.find("airl=") + 9), "Error parsing element attribute"},
+          Case{good.substr(0, good.find("</dbase>")), "Start-end tags mismatch"},
+          Case{good + "<!-- open", "Error parsing comment"}}) {
+        EXPECT_EQ(failureOf([&] { read(c.text); }, 60), "60: \"temp2.xml\" not read because of " + c.reason);
+    }
+    EXPECT_EQ(failureOf([] { readReferenceDocument("input/absent.xml"); }, 60),
+              "60: \"absent.xml\" not read because of File was not found");
+    EXPECT_EQ(failureOf([] { readReferenceDocument("appdata"); }, 60),
+              "60: \"appdata\" not read because of Error reading from file/stream");
+}
+
+TEST_F(Document, aFailedReadingLeavesTheTablesAsTheyWere) {
+    DocumentText().set("dbase", db("G-ABCD", "BAW", "A320")).set("publishers", "<pub names=\"Orbx\"/>").read();
+    EXPECT_THROW(DocumentText()
+                     .set("aircrafts", "<aircraft types=\"" + model("DC3") + "\"/>")
+                     .set("dbase", db("PH-BVB", "KLM", "A320") + "<db type=\"A\"/>")
+                     .read(),
+                 std::runtime_error);
+    EXPECT_TRUE(modelExists("A320"));
+    EXPECT_FALSE(modelExists("DC3"));
+    EXPECT_TRUE(lookupRegcode("G-ABCD"));
+    EXPECT_FALSE(lookupRegcode("PH-BVB"));
+    EXPECT_EQ(publisherOf("orbx"), "Orbx");
+    EXPECT_TRUE(airlineExists("KLM"));
+    // A second good document replaces all of it.
+    DocumentText().set("dbase", db("PH-BVB", "KLM", "A320")).read();
+    EXPECT_FALSE(lookupRegcode("G-ABCD"));
+    EXPECT_EQ(publisherOf("orbx"), "unknown");
+}
+
+TEST_F(Document, publisherGroupsAreSortedAsWholeValues) {
+    DocumentText()
+        .set("publishers", "<pub names=\"Orbx, FTX\"/><pub names=\"Aerosoft,  aero soft ,\"/><pub names=\"Orbx, FTX\"/>"
+                           "<pub names=\"Orbx,FTX\"/><pub names=\"Zinertek\"/>")
+        .read();
+    EXPECT_EQ(referenceData().publisherGroups,
+              (std::vector<std::vector<std::string>>{
+                  {"Aerosoft", "aero soft", ""}, {"Orbx", "FTX"}, {"Orbx", "FTX"}, {"Zinertek"}}));
+}
+
+TEST_F(Document, wingspans) {
+    DocumentText()
+        .set("wingspans", span("A320", "35.8") + span("A388", "79.75") + span("A388", "10") + span("C172", " 11.0 ") +
+                              span("XX99", "20") + "<wingspan meters=\"3\"/>" + span("F16", "wide") +
+                              span("EC35", "-4") + span("B744", "64,4") + span("C25A", "1e999") + span("A1", "") +
+                              span("F16", "9.45"))
+        .read();
+    const ReferenceData& data = referenceData();
+    const auto half = [](double metres) { return metres / 2 / 1852; };
+    EXPECT_EQ(data.wingspanByType.size(), 4u);
+    for (const auto& [type, metres] : {std::pair{"A320", 35.8}, {"A388", 79.75}, {"C172", 11.0}, {"F16", 9.45}})
+        EXPECT_NEAR(wingspanOf(type), half(metres), 1e-12) << type;
+    // Categories with spans have their mean, the others the mean of all types.
+    const double all = half((35.8 + 79.75 + 11.0 + 9.45) / 4);
+    EXPECT_NEAR(wingspanOf("B744"), all, 1e-12);
+    EXPECT_NEAR(wingspanOf("EC35"), all, 1e-12);
+    EXPECT_NEAR(wingspanOf("A1"), half(11.0), 1e-12);
+    EXPECT_NEAR(data.categoryAverageSpan[static_cast<std::size_t>(AircraftCategory::large)], half((35.8 + 79.75) / 2),
+                1e-12);
+    EXPECT_NEAR(maxWingspan(), half(79.75), 1e-12);
+    EXPECT_TRUE(folder.logHas("wingspan model XX99 is no valid model, skipped\n"));
+    EXPECT_TRUE(folder.logHas("wingspan model  is no valid model, skipped\n"));
+    for (const auto& [type, value] :
+         {std::pair{"F16", "wide"}, {"EC35", "-4"}, {"B744", "64,4"}, {"C25A", "1e999"}, {"A1", ""}})
+        EXPECT_TRUE(folder.logHas(fmt::format("wingspan \"{}\" of model {} is no length, skipped\n", value, type)));
+    EXPECT_EQ(failureOf([] { DocumentText().set("wingspans", "<wingspan type=\"X\" meters=\"3\"/>").read(); }),
+              "exception decrypt model \"X\" error in reading wingspans from \"input/temp2.xml\"");
+    DocumentText().read();
+    EXPECT_EQ(wingspanOf("A320"), 0);
+    EXPECT_EQ(maxWingspan(), 0);
+}
+
+TEST_F(Document, fixes) {
+    DocumentText()
+        .set("fixes", "<fx wro=\"32A\" cor=\"A320\"/><fx wro=\"32A\" cor=\"B744\"/><fx wro=\"QQ\" cor=\"XX99\"/>"
+                      "<fx wro=\"none\"/><fx wro=\"32A\" cor=\"XX98\"/>")
+        .read();
+    EXPECT_EQ(referenceData().modelFixes.size(), 1u);
+    EXPECT_EQ(referenceData().modelFixes.at("32A"), "A320");
+    EXPECT_EQ(folder.logCount("wrong part of fix: \"32A\", already exists, skipped\n"), 1u);
+    EXPECT_TRUE(folder.logHas("wrong fix QQ->XX99, the latter is not a valid model\n"));
+    EXPECT_TRUE(folder.logHas("wrong fix none->, the latter is not a valid model\n"));
+    EXPECT_TRUE(folder.logHas("wrong fix 32A->XX98, the latter is not a valid model\n"));
+}
+
+TEST_F(Document, registrations) {
+    DocumentText()
+        .set("dbase", db("G-ABCD", "BAW", "A320", "GEC", "1") + db("G-ABCD", "KLM", "B744") + "<db reg=\"" +
+                          reg("PH-BVB") + "\" airl=\"KLM\" cargo=\"\"/><other reg=\"" + reg("OO-AAA") + "\"/>" +
+                          "<db reg=\"" + reg("D-AIMA") + "\" reg=\"" + reg("D-AIMB") + "\" airl=\"\" airl=\"" +
+                          airline("DLH") + "\"/>" + db("N1+2", "PVT", "A1"))
+        .read();
+    EXPECT_EQ(dbaseSize(), 4u);
+    const auto told = [](std::string_view regcode) {
+        const auto record = lookupRegcode(regcode);
+        return record ? fmt::format("{}|{}|{}|{}", record->airl, record->type, record->opr, record->cargo) : "unknown";
+    };
+    EXPECT_EQ(told("G-ABCD"), "BAW|A320|GEC|true");
+    EXPECT_EQ(told("PH-BVB"), "KLM|||false");
+    EXPECT_EQ(told("D-AIMA"), "|||false");
+    EXPECT_EQ(told("D-AIMB"), "unknown");
+    EXPECT_EQ(told("OO-AAA"), "unknown");
+    EXPECT_EQ(told("N1+2"), "PVT|A1||false");
+    EXPECT_EQ(folder.logCount("regcode G-ABCD already exists\n"), 1u);
+    EXPECT_EQ(folder.logCount("Unencrypted airline KLM in decrypt airl?\n"), 1u);
+}
+
+TEST_F(Document, flags) {
+    std::string all;
+    const std::vector<std::pair<std::string, bool>> values{
+        {"1", true}, {"true", true},   {"True", true},   {"yes", true}, {"Y", true},   {"0", false},
+        {"", false}, {"false", false}, {" true", false}, {"no", false}, {"on", false}, {"10", true}};
+    for (std::size_t i = 0; i < values.size(); ++i)
+        all += db("G-" + std::to_string(i), "BAW", "A320", "", values[i].first);
+    DocumentText().set("dbase", all + "<db reg=\"" + reg("G-X") + "\"/>").read();
+    for (std::size_t i = 0; i < values.size(); ++i)
+        EXPECT_EQ(lookupRegcode("G-" + std::to_string(i))->cargo, values[i].second) << '"' << values[i].first << '"';
+    EXPECT_FALSE(lookupRegcode("G-X")->cargo);
+}
+
+} // namespace
+} // namespace kes

@@ -1,0 +1,132 @@
+// The key as its users see it: what goes in comes out, and the stored form keeps to its rules whatever the offsets are.
+#include "reference/scramble.h"
+#include "support.h"
+
+#include <random>
+#include <stdexcept>
+
+namespace kes {
+namespace {
+
+constexpr char lowest = '-', highest = 'Z';
+
+char next(char c) {
+    return c == highest ? lowest : static_cast<char>(c + 1);
+}
+
+std::string randomCode(std::mt19937& random, std::size_t size, bool plusToo) {
+    std::uniform_int_distribution<int> any(lowest - (plusToo ? 1 : 0), highest);
+    std::string code(size, ' ');
+    for (char& c : code) {
+        const int drawn = any(random);
+        c = drawn < lowest ? '+' : static_cast<char>(drawn);
+    }
+    return code;
+}
+
+TEST(Scramble, everyCodeSurvivesTheRound) {
+    std::mt19937 random(7);
+    for (char c = lowest; c <= highest; ++c) {
+        for (std::size_t size = 1; size <= 24; ++size) {
+            const std::string same(size, c), code = randomCode(random, size, false),
+                                             regcode = randomCode(random, size, true);
+            EXPECT_EQ(decryptRegcode(encryptRegcode(same)), same);
+            EXPECT_EQ(decryptRegcode(encryptRegcode(regcode)), regcode);
+            if (size == 3) {
+                EXPECT_EQ(decryptAirline(encryptAirline(same)), same);
+                EXPECT_EQ(decryptAirline(encryptAirline(code)), code);
+            }
+            if (size >= 2 && size <= 4) {
+                EXPECT_EQ(decryptModel(encryptModel(same)), same);
+                EXPECT_EQ(decryptModel(encryptModel(code)), code);
+            }
+        }
+    }
+    EXPECT_EQ(encryptAirline("") + encryptModel("") + encryptRegcode(""), "");
+    EXPECT_EQ(decryptAirline("") + decryptModel("") + decryptRegcode(""), "");
+}
+
+TEST(Scramble, storedFormsHoldOnlyTheirCharactersAndHideThePlainOnes) {
+    std::mt19937 random(8);
+    for (int i = 0; i < 2000; ++i) {
+        const std::string airl = randomCode(random, 3, false), regcode = randomCode(random, 6, false);
+        for (const std::string& stored : {encryptAirline(airl), encryptModel(airl), encryptRegcode(regcode)}) {
+            for (const char c : stored)
+                EXPECT_TRUE(c >= lowest && c <= highest) << stored;
+        }
+        EXPECT_EQ(encryptAirline(airl).size(), 6u);
+        EXPECT_NE(encryptModel(airl), airl);
+        for (std::size_t at = 0; at < regcode.size(); ++at)
+            EXPECT_NE(encryptRegcode(regcode)[at], regcode[at]) << "position " << at;
+    }
+}
+
+// Which stored position each character comes from; the offsets themselves may be any.
+TEST(Scramble, eachCharacterComesFromItsOwnPlace) {
+    struct Form {
+        const char* what;
+        std::string (*decrypt)(std::string_view);
+        std::string stored;
+        std::vector<int> from; ///< stored position of each decoded character
+    };
+    const Form forms[] = {
+        {"airline", decryptAirline, "KKKKKK", {3, 4, 1}},   {"model of 3", decryptModel, "KKK", {1, 2, 0}},
+        {"model of 4", decryptModel, "KKKK", {2, 3, 1, 0}}, {"model of 2", decryptModel, "KK", {1, 0}},
+        {"model of 7", decryptModel, "KKKKKKK", {1, 0}},    {"regcode", decryptRegcode, "KKKK", {0, 1, 2, 3}},
+    };
+    for (const Form& form : forms) {
+        const std::string before = form.decrypt(form.stored);
+        ASSERT_EQ(before.size(), form.from.size()) << form.what;
+        for (std::size_t at = 0; at < form.stored.size(); ++at) {
+            std::string stored = form.stored;
+            // One step of the stored character is one step of the decoded one, round the whole alphabet.
+            for (int step = 0; step < highest - lowest + 1; ++step) {
+                const std::string decoded = form.decrypt(stored);
+                stored[at] = next(stored[at]);
+                const std::string after = form.decrypt(stored);
+                for (std::size_t i = 0; i < after.size(); ++i) {
+                    const bool moved = form.from[i] == static_cast<int>(at);
+                    EXPECT_EQ(after[i], moved ? next(decoded[i]) : decoded[i]) << form.what << " stored " << stored;
+                }
+            }
+        }
+    }
+}
+
+TEST(Scramble, plusStaysWhereverItStands) {
+    EXPECT_EQ(decryptRegcode("++"), "++");
+    EXPECT_EQ(decryptRegcode(std::string(40, '+')), std::string(40, '+'));
+    EXPECT_EQ(decryptRegcode(encryptRegcode("G+ABC")).substr(1, 1), "+");
+    EXPECT_EQ(encryptRegcode("G+ABC")[1], '+');
+}
+
+TEST(Scramble, whatDecodersRefuse) {
+    test::ProgramFolder folder;
+    const auto failure = [](std::string (*decrypt)(std::string_view), const std::string& stored) -> std::string {
+        try {
+            return "gave " + decrypt(stored);
+        } catch (const std::runtime_error& e) {
+            return e.what();
+        }
+    };
+    EXPECT_EQ(failure(decryptAirline, "AB"), "decrypt airl \"AB\" error");
+    EXPECT_EQ(failure(decryptAirline, "ABCDEFG"), "decrypt airl \"ABCDEFG\" error");
+    EXPECT_EQ(failure(decryptModel, "A"), "decrypt model \"A\" error");
+    EXPECT_EQ(failure(decryptRegcode, std::string(24, '+') + "A"),
+              "decrypt regcode \"++++++++++++++++++++++++A\" error");
+    EXPECT_EQ(folder.logText().find("Unencrypted"), std::string::npos);
+    EXPECT_EQ(decryptAirline("KLM"), "KLM");
+    EXPECT_TRUE(folder.logHas("Unencrypted airline KLM in decrypt airl?\n"));
+}
+
+TEST(Scramble, whatCannotBeScrambledIsRefused) {
+    for (const char* code : {"KL", "KLMX", "klm", "K M", "K,M", "K+M", "K[M", "\xC3\x84K"})
+        EXPECT_THROW(encryptAirline(code), std::invalid_argument) << code;
+    for (const char* code : {"A", "A320X", "a320", "A+", "A\n"})
+        EXPECT_THROW(encryptModel(code), std::invalid_argument) << code;
+    for (const char* code : {"ph-bvb", "PH BVB", "PH_BVB", "1234567890123456789012345", "N1\xFF"})
+        EXPECT_THROW(encryptRegcode(code), std::invalid_argument) << code;
+}
+
+} // namespace
+} // namespace kes

@@ -1,0 +1,88 @@
+// A reference document by hand: what a test names, and one filler for each section that must not be empty.
+#pragma once
+
+#include "reference/reference.h"
+#include "reference/scramble.h"
+
+#include <fmt/format.h>
+#include <fstream>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace kes::test {
+
+struct ReferenceText {
+    /// Category to type codes; every code is a type.
+    std::map<AircraftCategory, std::vector<std::string>> types;
+    std::vector<std::string> otherTypes, airlines{"ZZZ"};
+    std::vector<std::vector<std::string>> similar;
+    std::map<std::string, std::string> fixes; ///< wrong to correct
+    struct Airframe {
+        std::string reg, airl, type, opr;
+        bool cargo = false;
+    };
+    std::vector<Airframe> airframes;
+
+    std::string xml() const {
+        std::string all;
+        std::vector<std::string> every = otherTypes;
+        for (const auto& [category, codes] : types)
+            every.insert(every.end(), codes.begin(), codes.end());
+        const auto section = [&](const char* name, const char* child, const char* attribute,
+                                 std::vector<std::string> codes, const char* filler, auto encrypt) {
+            if (codes.empty())
+                codes.push_back(filler);
+            std::string list;
+            for (const std::string& code : codes)
+                list += (list.empty() ? "" : ",") + escaped(encrypt(code));
+            all += fmt::format("<{0}><{1} {2}=\"{3}\"/></{0}>\n", name, child, attribute, list);
+        };
+        const auto of = [&](AircraftCategory category) {
+            const auto found = types.find(category);
+            return found == types.end() ? std::vector<std::string>() : found->second;
+        };
+        section("aircrafts", "aircraft", "types", every, "A1", encryptModel);
+        section("high_performance", "hpf", "types", of(AircraftCategory::highPerf), "--", encryptModel);
+        section("heavy", "hvy", "types", of(AircraftCategory::heavy), "--", encryptModel);
+        section("large", "lar", "types", of(AircraftCategory::large), "--", encryptModel);
+        section("buzjet", "bzj", "types", of(AircraftCategory::buzjets), "--", encryptModel);
+        section("rotorcraft", "rot", "types", of(AircraftCategory::rotorcraft), "--", encryptModel);
+        section("cargo_types", "cargo_type", "types", {}, "--", encryptModel);
+        all += "<similar_types>";
+        for (const auto& group : similar) {
+            std::string list;
+            for (const std::string& code : group)
+                list += (list.empty() ? "" : ",") + escaped(encryptModel(code));
+            all += fmt::format("<similar types=\"{}\"/>", list);
+        }
+        all += "</similar_types>\n";
+        section("ICAO_airlines", "ICAO", "codes", airlines, "ZZZ", encryptAirline);
+        section("cargo_operators", "ICAO", "codes", {}, "---", encryptAirline);
+        all += "<fixes>";
+        for (const auto& [wrong, correct] : fixes)
+            all += fmt::format("<fx wro=\"{}\" cor=\"{}\"/>", wrong, correct);
+        all += "</fixes>\n<simaddons20><simaddon20 arpts=\"EHAM\"/></simaddons20>\n<dbase>";
+        for (const Airframe& a : airframes) {
+            all += fmt::format("<db reg=\"{}\" airl=\"{}\" type=\"{}\" opr=\"{}\" cargo=\"{}\"/>\n",
+                               escaped(encryptRegcode(a.reg)), escaped(encryptAirline(a.airl)),
+                               escaped(encryptModel(a.type)), escaped(encryptAirline(a.opr)), a.cargo ? "1" : "0");
+        }
+        return all + "</dbase>\n";
+    }
+    /// Fills the tables of the process.
+    void read() const {
+        std::ofstream("reference.xml", std::ios::binary) << xml();
+        readReferenceDocument("reference.xml");
+    }
+
+private:
+    static std::string escaped(const std::string& text) {
+        std::string out;
+        for (const char c : text)
+            out += c == '<' ? "&lt;" : c == '>' ? "&gt;" : c == '&' ? "&amp;" : std::string(1, c);
+        return out;
+    }
+};
+
+} // namespace kes::test

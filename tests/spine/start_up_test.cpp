@@ -1,0 +1,124 @@
+// What start-up does before a run needs simulator and traffic source: install path, reference data.
+#include "core/parameters.h"
+#include "core/run_state.h"
+#include "core/window.h"
+#include "flight_folder.h"
+#include "platform/system.h"
+#include "spine/run.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <map>
+#include <thread>
+
+namespace kes {
+namespace {
+
+namespace fs = std::filesystem;
+using test::waitFor;
+
+std::map<std::uint16_t, std::string> texts; // what the boxes of the window show
+std::string firstStatus;
+
+struct StartUpTest : testing::Test {
+    test::FlightFolder program;
+    std::string homeBefore = std::getenv("HOME") == nullptr ? "" : std::getenv("HOME");
+
+    void SetUp() override {
+        setenv("HOME", program.folder.c_str(), 1); // nothing is installed there
+        setParameterDefaults();
+        setRunSleepScale(0.02);
+        restarting = false;
+        resetRun();
+        texts.clear();
+        firstStatus.clear();
+        fs::remove_all("updates");
+        WindowBackend backend;
+        backend.setText = [](std::uint16_t control, std::string_view text) { texts[control] = text; };
+        backend.drawMessageLine = [](std::string_view text, bool isError) {
+            if (!isError)
+                firstStatus += std::string(text) + "\n";
+        };
+        setWindowBackend(backend);
+    }
+    void TearDown() override {
+        setWindowBackend({});
+        setenv("HOME", homeBefore.c_str(), 1);
+        dataBaseRead = false;
+        restarting = false;
+        resetRun();
+        setRunSleepScale(1);
+        setParameterDefaults();
+    }
+    std::string parameterFile() const { return test::readFile(program.folder / "appdata/Kestrelune/parameters.xml"); }
+    void storeInstallPath(const std::string& path) const {
+        program.writeParameters("<parameter name=\"MSFS_2024_INSTALL_PATH\" value=\"untouched/Community\"/>", false);
+        std::string text = parameterFile();
+        const std::string key = "\"MSFS_INSTALL_PATH\" value=\"";
+        text.insert(text.find(key) + key.size(), path);
+        std::ofstream(program.folder / "appdata/Kestrelune/parameters.xml") << text;
+    }
+};
+
+TEST_F(StartUpTest, TheInstallPathNamesThePackagesFolder) {
+    dataBaseRead = true;
+    struct Case {
+        const char *stored, *kept;
+    };
+    for (const Case& c : {Case{"C:\\Sim\\Packages\\Community", "C:\\Sim\\Packages"},
+                          {"/sim/packages/Community", "/sim/packages"},
+                          {"/sim/packages/Community//", "/sim/packages"},
+                          {"/sim/packages/", "/sim/packages/"},
+                          {"/sim/MyCommunity", "/sim/MyCommunity"},
+                          {"/sim/Community/packages", "/sim/Community/packages"}}) {
+        storeInstallPath(c.stored);
+        startUp();
+        EXPECT_EQ(par::MSFS_INSTALL_PATH.get(), c.kept);
+        EXPECT_EQ(texts[par::ALL_INSTALL_PATH.controlId], c.kept);
+        EXPECT_NE(parameterFile().find("name=\"MSFS_INSTALL_PATH\" value=\"" + std::string(c.kept) + "\""),
+                  std::string::npos)
+            << c.stored;
+        EXPECT_EQ(par::MSFS_2024_INSTALL_PATH.get(), "untouched/Community") << "only the selected simulator's";
+    }
+}
+
+TEST_F(StartUpTest, AnEmptyInstallPathIsFoundStoredAndShown) {
+    dataBaseRead = true;
+    storeInstallPath("");
+    EXPECT_THROW(startUp(), nwk::UserErrorException);
+    EXPECT_EQ(texts[par::ALL_INSTALL_PATH.controlId], "");
+    const fs::path appData = program.folder / ".local/share/Steam/steamapps/compatdata/1250410/pfx/drive_c/users/"
+                                              "steamuser/AppData";
+    const fs::path packages = appData / "Roaming/Microsoft Flight Simulator/Packages";
+    for (const char* folder : {"Community", "Official"})
+        fs::create_directories(packages / folder);
+    startUp();
+    const std::string found = fs::canonical(packages).string();
+    EXPECT_EQ(par::MSFS_INSTALL_PATH.get(), found);
+    EXPECT_EQ(texts[par::ALL_INSTALL_PATH.controlId], found);
+    EXPECT_NE(parameterFile().find("name=\"MSFS_INSTALL_PATH\" value=\"" + found + "\""), std::string::npos);
+}
+
+TEST_F(StartUpTest, WithoutReferenceDataTheRunEndsAndTellsWhereItLooked) {
+    std::ofstream(path::updateServer) << "no such folder\n";
+    std::atomic<bool> ended{false};
+    std::thread worker([&] {
+        workerMain();
+        ended = true;
+    });
+    EXPECT_TRUE(waitFor([] { return !errorText().empty(); }));
+    EXPECT_EQ(errorText(), "data base could not be read from on-line?");
+    EXPECT_FALSE(dataBaseRead);
+    EXPECT_EQ(exitReason(), ExitReason::systemError);
+    EXPECT_TRUE(program.logHas("no%20such%20folder")) << program.logText();
+    EXPECT_TRUE(program.logHas("Another place can be named in \"input/update_server.txt\""));
+    EXPECT_NE(firstStatus.find("Fetching and reading the reference data ..."), std::string::npos);
+    EXPECT_FALSE(ended) << "the error stays up until the user closes";
+    userClosed = true;
+    exitRequested = true;
+    worker.join();
+}
+
+} // namespace
+} // namespace kes

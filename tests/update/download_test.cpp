@@ -1,0 +1,177 @@
+// One file from a server that is right, wrong, slow, dead or sly.
+#include "update_folder.h"
+
+#include <openssl/evp.h>
+#include <openssl/ssl.h>
+#include <openssl/x509.h>
+
+namespace kes::test {
+namespace {
+
+namespace fs = std::filesystem;
+using Download = UpdateFolder;
+
+TEST_F(Download, givesTheWholeFileAndSaysWhoAsks) {
+    std::string body;
+    for (int i = 0; i < 300000; ++i)
+        body += static_cast<char>(i * 31);
+    server.put("a file.bin", {body});
+    server.put("a%20file.bin", {body});
+    server.put("empty", {""});
+    EXPECT_TRUE(downloadToFile(curl, server.base() + "a%20file.bin", "got", true));
+    EXPECT_EQ(readFile("got"), body);
+    EXPECT_TRUE(downloadToFile(curl, server.base() + "empty", "got", false)) << "one handle, several files";
+    EXPECT_EQ(readFile("got"), "");
+    EXPECT_EQ(server.asked(), (std::vector<std::string>{"/a%20file.bin KLUN", "/empty KLUN"}));
+    EXPECT_EQ(leftovers(), "got ");
+}
+
+TEST_F(Download, neverReplacesAGoodFileByHalfAOne) {
+    server.put("missing", {"sorry", 404});
+    server.put("broken", {"sorry", 500});
+    server.put("cut", {"half of it", 200, "", 1000});
+    server.put("stalls", {"half of it", 200, "", 1000, 0, 0, true});
+    server.put("loop", {"", 302, "/loop"});
+    server.put("sly", {"", 302, "file:///etc/hostname"});
+    for (const char* name : {"missing", "broken", "cut", "stalls", "loop", "sly"}) {
+        std::ofstream("old", std::ios::binary) << "good";
+        EXPECT_FALSE(downloadToFile(curl, server.base() + name, "old", true)) << name;
+        EXPECT_EQ(readFile("old"), "good") << name;
+        EXPECT_FALSE(downloadToFile(curl, server.base() + name, fmt::format("new-{}", name), true)) << name;
+        EXPECT_TRUE(fs::is_empty(fmt::format("new-{}", name))) << name;
+    }
+    EXPECT_EQ(leftovers().find(".part"), std::string::npos);
+}
+
+TEST_F(Download, waitsForASlowServerAndFollowsAMovedOne) {
+    server.put("slow", {std::string(4000, 's'), 200, "", 0, 400, 150}); // longer than the limit for a stall, but alive
+    server.put("moved", {"", 301, "/elsewhere"});
+    server.put("elsewhere", {"found"});
+    EXPECT_TRUE(downloadToFile(curl, server.base() + "slow", "slow", true));
+    EXPECT_EQ(fs::file_size("slow"), 4000u);
+    EXPECT_TRUE(downloadToFile(curl, server.base() + "moved", "moved", true));
+    EXPECT_EQ(readFile("moved"), "found");
+}
+
+TEST_F(Download, tellsWhatCannotBeWrittenOrReached) {
+    fs::create_directories("folder");
+    EXPECT_FALSE(downloadToFile(curl, server.base() + "x", "folder", true));
+    EXPECT_TRUE(program.logHas("could not open output file: folder\n"));
+    EXPECT_FALSE(downloadToFile(curl, server.base() + "x", "nowhere/file", true));
+    EXPECT_TRUE(program.logHas("could not open output file: nowhere/file\n"));
+    EXPECT_FALSE(downloadToFile(curl, "http://127.0.0.1:1/x", "file", true));
+    EXPECT_FALSE(downloadToFile(curl, "gopher://127.0.0.1/x", "file", true));
+    EXPECT_FALSE(downloadToFile(nullptr, server.base() + "x", "file", true));
+    EXPECT_TRUE(server.asked().empty());
+}
+
+TEST_F(Download, endsWhenTheRunIsClosed) {
+    downloadLimits = {60, 60, 100};
+    server.put("stalls", {"half of it", 200, "", 1000, 0, 0, true});
+    std::thread closer([&] {
+        EXPECT_TRUE(waitFor([&] { return !server.asked().empty(); }));
+        userClosed = true;
+    });
+    EXPECT_FALSE(downloadToFile(curl, server.base() + "stalls", "file", true));
+    closer.join();
+}
+
+TEST_F(Download, readsTheBaseAsPeopleWriteIt) {
+    const std::string here = "file://" + fs::current_path().string();
+    const std::vector<std::pair<std::string, std::string>> table{
+        {"https://example.org/downloads", "https://example.org/downloads/"},
+        {"\xEF\xBB\xBFhttp://a/b/ \r\nsecond line", "http://a/b/"},
+        {"", here + "/updates/"},
+        {"my updates/x", here + "/my%20updates/x/"},
+        {"/srv/up#1", "file:///srv/up%231/"}};
+    for (const auto& [line, wanted] : table) {
+        useBase(line);
+        EXPECT_EQ(downloadBase(), wanted) << line;
+    }
+    fs::remove(path::updateServer);
+    EXPECT_EQ(downloadBase(), here + "/updates/");
+    par::MSFS_2020.value = false;
+    EXPECT_EQ(airportsBaseUrl(false), here + "/updates/MSFS2024/");
+    EXPECT_EQ(airportsBaseUrl(true), here + "/updates/MSFS/");
+    fs::create_directories("my updates");
+    std::ofstream("my updates/f") << "local";
+    useBase("my updates");
+    EXPECT_TRUE(downloadToFile(curl, downloadBase() + "f", "f", true));
+    EXPECT_EQ(readFile("f"), "local");
+}
+
+/// Speaks TLS with a certificate that nobody has signed but itself.
+struct TlsServer {
+    TlsServer() {
+        key = EVP_PKEY_Q_keygen(nullptr, nullptr, "RSA", static_cast<std::size_t>(2048));
+        certificate = X509_new();
+        ASN1_INTEGER_set(X509_get_serialNumber(certificate), 1);
+        X509_gmtime_adj(X509_getm_notBefore(certificate), -60);
+        X509_gmtime_adj(X509_getm_notAfter(certificate), 3600);
+        X509_set_pubkey(certificate, key);
+        X509_NAME* const name = X509_get_subject_name(certificate);
+        X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>("127.0.0.1"), -1,
+                                   -1, 0);
+        X509_set_issuer_name(certificate, name);
+        X509_sign(certificate, key, EVP_sha256());
+        context = SSL_CTX_new(TLS_server_method());
+        SSL_CTX_use_certificate(context, certificate);
+        SSL_CTX_use_PrivateKey(context, key);
+        listener = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        ::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address);
+        ::listen(listener, 4);
+        socklen_t size = sizeof address;
+        ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
+        port = ntohs(address.sin_port);
+        thread = std::thread([this] {
+            while (!ending) {
+                pollfd wanted{listener, POLLIN, 0};
+                if (::poll(&wanted, 1, 20) <= 0)
+                    continue;
+                const int client = ::accept(listener, nullptr, nullptr);
+                SSL* const session = SSL_new(context);
+                SSL_set_fd(session, client);
+                const bool agreed = SSL_accept(session) == 1;
+                ++connections;
+                char request[2048];
+                if (agreed && SSL_read(session, request, sizeof request) > 0) {
+                    ++requests;
+                    constexpr std::string_view answer = "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nevil";
+                    SSL_write(session, answer.data(), static_cast<int>(answer.size()));
+                }
+                SSL_free(session);
+                ::close(client);
+            }
+        });
+    }
+    ~TlsServer() {
+        ending = true;
+        thread.join();
+        ::close(listener);
+        SSL_CTX_free(context);
+        X509_free(certificate);
+        EVP_PKEY_free(key);
+    }
+    EVP_PKEY* key;
+    X509* certificate;
+    SSL_CTX* context;
+    int listener;
+    std::uint16_t port;
+    std::atomic<bool> ending{false};
+    std::atomic<int> connections{0}, requests{0};
+    std::thread thread;
+};
+
+TEST_F(Download, refusesACertificateThatNobodyTrusts) {
+    TlsServer tls;
+    EXPECT_FALSE(downloadToFile(curl, fmt::format("https://127.0.0.1:{}/dbase.zip", tls.port), "file", true));
+    EXPECT_TRUE(waitFor([&] { return tls.connections > 0; }));
+    EXPECT_EQ(tls.requests, 0) << "not even the request goes out";
+    EXPECT_TRUE(fs::is_empty("file"));
+}
+
+} // namespace
+} // namespace kes::test

@@ -1,0 +1,63 @@
+// A program folder whose update server is a server of the test's own, and zips by hand.
+#pragma once
+
+#include "core/parameters.h"
+#include "core/run_state.h"
+#include "http_server.h"
+#include "platform/zip.h"
+#include "support.h"
+#include "update/update.h"
+
+#include <fmt/format.h>
+#include <utility>
+
+namespace kes::test {
+
+struct UpdateFolder : testing::Test {
+    ProgramFolder program;
+    HttpServer server;
+    CURL* curl = nullptr;
+
+    UpdateFolder() {
+        std::filesystem::create_directories("input");
+        std::filesystem::create_directories("airports");
+        setParameterDefaults();
+        resetRunFlags();
+        resetStatus();
+        useBase(server.base());
+        downloadLimits = {2, 1, 100};
+        curl = curl_easy_init();
+    }
+    ~UpdateFolder() override {
+        curl_easy_cleanup(curl);
+        downloadLimits = {};
+        resetRunFlags();
+        setParameterDefaults();
+    }
+    static void useBase(const std::string& line) { std::ofstream(path::updateServer, std::ios::binary) << line; }
+
+    static std::string zipOf(const std::vector<std::pair<std::string, std::string>>& entries) {
+        {
+            platform::ZipArchive zip("made.zip");
+            EXPECT_TRUE(zip.open(platform::ZipArchive::OpenMode::create));
+            for (const auto& [name, content] : entries)
+                EXPECT_TRUE(zip.addData(name, content));
+            EXPECT_TRUE(zip.close());
+        }
+        std::string bytes = readFile("made.zip");
+        std::filesystem::remove("made.zip");
+        return bytes;
+    }
+    /// Names in the current folder, without those that every test has.
+    static std::string leftovers() {
+        std::string all;
+        for (const auto& entry : std::filesystem::directory_iterator(".")) {
+            const std::string name = entry.path().filename().string();
+            if (name != "input" && name != "airports" && name != "Log.txt" && name != "appdata")
+                all += name + " ";
+        }
+        return all;
+    }
+};
+
+} // namespace kes::test

@@ -1,0 +1,20 @@
+// The texts of the documents on the update server. Written as text, not as a tree: half a million elements are many.
+#pragma once
+
+#include "tools/pack/sources.h"
+
+#include <string>
+#include <string_view>
+
+namespace kes::pack {
+
+/// The reference document. Throws std::runtime_error that names the source of a section that must not be empty.
+std::string referenceDocument(const Sources& sources);
+std::string regcodeDocument(const Sources& sources);
+std::string airportTable(const std::vector<AirportRow>& airports);
+std::string airportNames(const std::vector<AirportRow>& airports);
+
+/// An attribute's value that reads back as the same bytes, but for NUL, which XML cannot hold.
+void appendEscaped(std::string& text, std::string_view value);
+
+} // namespace kes::pack

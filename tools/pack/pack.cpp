@@ -1,0 +1,179 @@
+#include "tools/pack/pack.h"
+
+#include "platform/system.h"
+#include "platform/zip.h"
+#include "tools/pack/document.h"
+#include "tools/pack/sources.h"
+#include "update/update.h"
+
+#include <algorithm>
+#include <cctype>
+#include <fmt/format.h>
+#include <map>
+#include <stdexcept>
+
+namespace kes::pack {
+namespace {
+
+namespace fs = std::filesystem;
+
+void makeFolder(const fs::path& folder) {
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (error || !fs::is_directory(folder)) {
+        throw std::runtime_error(fmt::format("cannot make folder {}: {}", platform::pathText(folder),
+                                             error ? error.message() : "a file of that name is in the way"));
+    }
+}
+
+/// In one step, since a server may be handing the old file out right now.
+void writeFile(const fs::path& file, const std::string& content) {
+    const auto present = readBytes(file);
+    if (present && *present == content) {
+        return;
+    }
+    makeFolder(file.parent_path());
+    std::string reason;
+    if (!platform::replaceFile(file, content, reason)) {
+        throw std::runtime_error(fmt::format("cannot write {}: {}", platform::pathText(file), reason));
+    }
+}
+
+using Entries = std::map<std::string, std::string>; ///< name to content
+
+void writeZip(const fs::path& file, Entries entries) {
+    makeFolder(file.parent_path());
+    struct Beside {
+        fs::path path;
+        ~Beside() {
+            std::error_code ignored;
+            fs::remove(path, ignored);
+        }
+    } beside{file};
+    beside.path += ".new";
+    platform::ZipArchive zip(beside.path);
+    bool good = zip.open(platform::ZipArchive::OpenMode::create);
+    for (auto& [name, content] : entries) {
+        good = good && zip.addData(name, std::move(content));
+    }
+    good = good && zip.close();
+    const auto bytes = good ? readBytes(beside.path) : std::nullopt;
+    if (!bytes) {
+        throw std::runtime_error("cannot write " + platform::pathText(beside.path));
+    }
+    writeFile(file, *bytes);
+}
+
+Version wantedVersion(const std::string& text, const std::string& whose) {
+    Version version;
+    try {
+        version = parseVersion(text);
+    } catch (const std::out_of_range&) {
+    }
+    if (version == Version{}) {
+        throw std::runtime_error(fmt::format("\"{}\" is no version of {}", text, whose));
+    }
+    return version;
+}
+
+/// One line, since readers look no further.
+std::string versionJson(const Version& version) {
+    return fmt::format("{{\"major\":{},\"minor\":{},\"patch\":{}}}\n", version.major, version.minor, version.patch);
+}
+
+/// The airport files of the package for the simulator of 2024, and its version.
+struct Package {
+    Entries files;
+    Version version;
+};
+
+Package readPackage(const PackPlan& plan) {
+    Package package;
+    const fs::path folder = plan.data / "my_simaddon";
+    std::error_code error;
+    for (fs::directory_iterator walk(folder, error), end; !error && walk != end; walk.increment(error)) {
+        std::string extension = platform::pathText(walk->path().extension());
+        std::transform(extension.begin(), extension.end(), extension.begin(),
+                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+        if (!walk->is_regular_file() || extension != ".txt") {
+            continue;
+        }
+        auto bytes = readBytes(walk->path());
+        if (!bytes) {
+            throw std::runtime_error("cannot read " + platform::pathText(walk->path()));
+        }
+        package.files.emplace(platform::pathText(walk->path().filename()), std::move(*bytes));
+    }
+    if (package.files.empty()) {
+        return package;
+    }
+    const fs::path file = folder / "version.csv";
+    std::string version = plan.simaddonVersion;
+    if (version.empty()) {
+        std::string problem;
+        const auto read = readCsv(
+            file, {"version"},
+            [&](const CsvRow& row) {
+                version = row[0];
+                return std::string();
+            },
+            nullptr, problem);
+        if (!read || version.empty()) {
+            throw std::runtime_error(fmt::format("{} holds airport files, but {} tells no version of the package",
+                                                 platform::pathText(folder), platform::pathText(file)));
+        }
+    }
+    package.version = wantedVersion(version, "the my_simaddon package");
+    return package;
+}
+
+} // namespace
+
+PackCount packUpdates(const PackPlan& plan) {
+    if (plan.out.empty()) {
+        throw std::runtime_error("no folder to write to is given");
+    }
+    PackCount count;
+    Sources sources;
+    readFirstSources(plan.data, sources, count);
+    if (plan.typeList) {
+        importTypeList(*plan.typeList, sources, count);
+    }
+    readOtherSources(plan.data, sources, count);
+    for (const AircraftImport& import : plan.aircraft) {
+        importAircraft(import, sources, count);
+    }
+    const auto airports =
+        plan.ourAirports.empty() ? std::vector<AirportRow>() : importOurAirports(plan.ourAirports, count);
+    Package package = readPackage(plan);
+    const Version program = wantedVersion(plan.programVersion, "the program");
+    count.types = sources.types.size();
+    count.airlines = sources.airlines.size();
+    count.registrations = sources.airframes.size();
+    count.similarGroups = sources.similar.size();
+    count.publishers = sources.publishers.size();
+    count.fixes = sources.fixes.size();
+    count.thirdParties = sources.thirdParties20.size() + sources.thirdParties24.size();
+    count.aigEntries = sources.regcodes.size();
+    count.simaddonFiles = package.files.size();
+    std::string reference = referenceDocument(sources);
+    std::string regcodes = regcodeDocument(sources);
+
+    // From here on files are written.
+    writeZip(plan.out / "dbase.zip", {{"dbase.xml", std::move(reference)}});
+    writeZip(plan.out / "AIG-regcodes.zip", {{"AIG-regcodes.xml", std::move(regcodes)}});
+    if (!package.files.empty()) {
+        // The package first: who has read the new version must not get the old files.
+        writeZip(plan.out / "mysimaddon24" / "my_simaddon2024.zip", std::move(package.files));
+        writeFile(plan.out / "mysimaddon24" / "version.json", versionJson(package.version));
+    }
+    writeFile(plan.out / "release" / "version.json", versionJson(program));
+    if (!plan.ourAirports.empty()) {
+        const fs::path folder = plan.airportsOut.empty() ? plan.out : plan.airportsOut;
+        writeFile(folder / "airports_msfs.xml", airportTable(airports));
+        writeFile(folder / "airports_msfs_names.xml", airportNames(airports));
+    }
+    return count;
+}
+
+} // namespace kes::pack

@@ -1,0 +1,78 @@
+// The plain sources and the imports, read and checked against each other. Only for the files of this folder and its
+// tests.
+#pragma once
+
+#include "core/ai_aircraft.h"
+#include "reference/text_map.h"
+#include "tools/pack/csv.h"
+#include "tools/pack/pack.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace kes::pack {
+
+struct TypeRow {
+    std::string code;
+    AircraftCategory category = AircraftCategory::light;
+    std::string metres; ///< full wingspan as written; empty = unknown
+};
+struct Airframe {
+    std::string reg, airl, type, opr;
+    bool cargo = false;
+};
+struct ThirdParty {
+    std::string pub;
+    std::vector<std::string> arpts; ///< airport code and number of stands
+};
+struct RegcodeRow {
+    std::string title;
+    std::vector<std::string> regs; ///< none = the title is forbidden
+    bool special = false;
+};
+struct AirportRow {
+    std::string code, iata, lat, lon, alt, name; ///< degrees and feet, as written
+};
+
+struct Sources {
+    std::vector<TypeRow> types;
+    TextSet typeCodes;
+    std::vector<std::string> airlines;
+    TextSet airlineCodes;
+    std::vector<std::vector<std::string>> similar;
+    std::vector<std::string> cargoTypes, cargoOperators, simaddons20;
+    std::vector<std::vector<std::string>> publishers;
+    std::vector<std::pair<std::string, std::string>> fixes; ///< wrong, correct
+    std::vector<ThirdParty> thirdParties20, thirdParties24;
+    std::vector<Airframe> airframes;
+    TextMap<std::size_t> airframeIndex; ///< registration to place
+    std::vector<RegcodeRow> regcodes;
+};
+
+/// Types and airlines, on which all other sources rest. Both files are needed.
+void readFirstSources(const std::filesystem::path& data, Sources& sources, PackCount& count);
+/// All others. A file that is absent leaves a remark.
+void readOtherSources(const std::filesystem::path& data, Sources& sources, PackCount& count);
+
+void importTypeList(const TypeListImport& import, Sources& sources, PackCount& count);
+void importAircraft(const AircraftImport& import, Sources& sources, PackCount& count);
+/// Sorted by code.
+std::vector<AirportRow> importOurAirports(const std::filesystem::path& file, PackCount& count);
+
+/// The category of a type that is known by its wake class (J, H, M, L, or several of them), its description ("L2J", or
+/// the word for its kind) and, when the description has no letters for them, engine type and number. Nothing without a
+/// wake class.
+std::optional<AircraftCategory> categoryFrom(std::string_view wake, std::string_view description,
+                                             std::string_view engine, std::string_view engines);
+
+/// Characters that survive the scrambling: '-' to 'Z'.
+bool isLegalCode(std::string_view code, std::size_t least, std::size_t most);
+/// The same, '+', and 24 characters at most.
+bool isLegalRegcode(std::string_view regcode);
+/// A finite decimal number within both bounds.
+bool isNumber(std::string_view text, double low, double high);
+
+} // namespace kes::pack
