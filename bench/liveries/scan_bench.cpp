@@ -3,6 +3,7 @@
 #include "core/folders.h"
 #include "core/parameters.h"
 #include "liveries/folder_walk.h"
+#include "liveries/matching.h"
 #include "liveries/scan.h"
 #include "liveries/store.h"
 #include "platform/file.h"
@@ -156,11 +157,47 @@ BENCHMARK(judgeWarmFiles)->UseRealTime()->Unit(benchmark::kMillisecond);
 /// All of it with unique titles, corrections, the list file and the reports.
 void wholeScan(benchmark::State& state) {
     World& w = world();
+    fs::current_path(w.folder); // another benchmark may have changed it
     for (auto _ : state)
         scanFolders({w.folder / "packages"});
     tell(state, readLiveriesScanned().size());
 }
 BENCHMARK(wholeScan)->UseRealTime()->Unit(benchmark::kMillisecond)->Iterations(2);
+
+/// The road of a first start over the real packages: scan, list, tables, and a search for each livery's airline and
+/// type.
+void sharedRoad(benchmark::State& state) {
+    World& w = world();
+    if (!w.real) {
+        state.SkipWithError("the real packages are not beside the project");
+        return;
+    }
+    fs::current_path(w.folder);
+    const fs::path community =
+        fs::canonical(fs::path(KES_SOURCE_DIR) / ".." / "shared" / "data" / "liveries" / "Community");
+    std::size_t matched = 0, asked = 0;
+    for (auto _ : state) {
+        resetLiveries();
+        scanFolders({community});
+        processScannedLiveries();
+        matched = asked = 0;
+        for (const auto& [airline, models] : liveryTables().liveryStore) {
+            for (const auto& [model, titles] : models) {
+                AiAircraft aircraft;
+                aircraft.airline = airline;
+                aircraft.model = model;
+                aircraft.category = categoryOf(model);
+                ++asked;
+                matched += matchLive(aircraft) > 0;
+            }
+        }
+    }
+    tell(state, liveryCount());
+    state.counters["asked"] = static_cast<double>(asked);
+    state.counters["matched"] = static_cast<double>(matched);
+    resetLiveries();
+}
+BENCHMARK(sharedRoad)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 } // namespace
 } // namespace kes

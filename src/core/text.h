@@ -13,6 +13,9 @@ std::string upper(std::string_view text);
 bool equalsNoCase(std::string_view a, std::string_view b);
 /// Without blanks, tabs and line ends at both ends.
 std::string_view strip(std::string_view text);
+/// What stands between the first double quote and the next one; empty when there is no next one. All of a value without
+/// quotes.
+std::string_view unquoted(std::string_view value);
 /// The pieces between separators; an empty text gives one empty piece.
 std::vector<std::string_view> split(std::string_view text, char separator);
 /// "s" unless n is 1, for messages.

@@ -120,15 +120,6 @@ std::string decoded(std::string text) {
     }
 }
 
-/// Between the first two double quotes; the whole line without any, nothing with only one.
-std::string_view valueOf(std::string_view line) {
-    const std::size_t first = line.find('"');
-    if (first == std::string_view::npos)
-        return line;
-    const std::size_t second = line.find('"', first + 1);
-    return second == std::string_view::npos ? std::string_view() : line.substr(first + 1, second - first - 1);
-}
-
 /// The value of the first line that names the packages folder.
 std::string installedPackagesPath(const fs::path& file) {
     std::ifstream in(file, std::ios::binary);
@@ -137,7 +128,7 @@ std::string installedPackagesPath(const fs::path& file) {
         if (line.ends_with('\r'))
             line.remove_suffix(1);
         if (line.find("InstalledPackagesPath") != std::string_view::npos)
-            return utf8From(valueOf(line));
+            return utf8From(unquoted(line));
     }
     return {};
 }

@@ -63,12 +63,4 @@ std::string_view headerDigits(std::string_view line) {
     return line.substr(digits, end - digits);
 }
 
-std::string_view unquoted(std::string_view value) {
-    const std::size_t first = value.find('"');
-    if (first == std::string_view::npos)
-        return value;
-    const std::size_t next = value.find('"', first + 1);
-    return next == std::string_view::npos ? std::string_view() : value.substr(first + 1, next - first - 1);
-}
-
 } // namespace kes

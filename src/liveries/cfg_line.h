@@ -15,10 +15,6 @@ std::optional<std::string_view> keyValue(std::string_view line, std::string_view
 /// \s*(\[fltsim\.)(\d+)\]\s*, group 2; empty when the line does not match.
 std::string_view headerDigits(std::string_view line);
 
-/// What stands between the first double quote and the next one; empty when there is no next one. All of a value without
-/// quotes.
-std::string_view unquoted(std::string_view value);
-
 /// The first character behind white space in lower case, 0 when there is none.
 char leadingCharacter(std::string_view line);
 

@@ -18,7 +18,7 @@ class ZipArchive;
 class ZipEntry {
 public:
     const std::string& getName() const { return name; } ///< as stored, '/' between folders; a folder ends in '/'
-    std::uint64_t getSize() const { return size; }      ///< bytes when unpacked, as the zip claims; other than that is damage
+    std::uint64_t getSize() const { return size; }      ///< bytes unpacked, as the zip claims; any other is damage
     /// The whole content. `good`, when given, tells whether every byte arrived and the checksum held.
     std::string readAsText(bool* good = nullptr) const;
     /// Streams the content in pieces of `chunk` bytes. 0 = done, else libzip's error number, or -1 when `out` failed.

@@ -24,8 +24,13 @@ namespace {
 
 constexpr long mostRedirects = 5;
 
+/// Schemes are written in any case.
+bool hasScheme(std::string_view url, std::string_view scheme) {
+    return equalsNoCase(url.substr(0, scheme.size()), scheme);
+}
+
 bool isUrl(std::string_view text) {
-    return text.starts_with("https://") || text.starts_with("http://");
+    return hasScheme(text, "https://") || hasScheme(text, "http://");
 }
 
 std::string fileUrl(const fs::path& folder) {
@@ -76,7 +81,7 @@ CURLcode perform(CURL* curl, const std::string& url, Sink& sink) {
     curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, stopWhenClosing);
     // A server may have moved, but neither to a file of this machine nor from a safe to an open line.
     curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https,file");
-    curl_easy_setopt(curl, CURLOPT_REDIR_PROTOCOLS_STR, url.starts_with("https:") ? "https" : "http,https");
+    curl_easy_setopt(curl, CURLOPT_REDIR_PROTOCOLS_STR, hasScheme(url, "https:") ? "https" : "http,https");
     curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
     curl_easy_setopt(curl, CURLOPT_MAXREDIRS, mostRedirects);
     return curl_easy_perform(curl);

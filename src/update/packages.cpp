@@ -23,9 +23,8 @@ std::string entryStem(std::string_view name) {
     const std::size_t last = name.find_last_of("/\\:");
     if (last != std::string_view::npos)
         name.remove_prefix(last + 1);
-    if (name == "." || name == "..")
-        return {};
-    return platform::pathText(platform::pathFrom(name).stem());
+    const std::string stem = platform::pathText(platform::pathFrom(name).stem());
+    return stem == "." || stem == ".." ? std::string() : stem;
 }
 
 void emptyFolder(const fs::path& folder) {
@@ -39,11 +38,16 @@ void emptyFolder(const fs::path& folder) {
 
 } // namespace
 
+bool tooLarge(const platform::ZipEntry& entry, const std::string& zipName) {
+    if (entry.getSize() <= largestEntry)
+        return false;
+    log(fmt::format("{} in {} has {} bytes, which is too much", entry.getName(), zipName, entry.getSize()));
+    return true;
+}
+
 std::optional<std::string> entryText(const platform::ZipEntry& entry, const std::string& zipName) {
-    if (entry.getSize() > largestEntry) {
-        log(fmt::format("{} in {} has {} bytes, which is too much", entry.getName(), zipName, entry.getSize()));
+    if (tooLarge(entry, zipName))
         return {};
-    }
     bool good = false;
     std::string text = entry.readAsText(&good);
     if (good)
@@ -80,10 +84,8 @@ bool fetchZipAsText(const std::string& zipName, const fs::path& outPath) {
         const auto text = entryText(entry, zipName);
         if (!text)
             continue;
-        std::ofstream out(outPath, std::ios::binary | std::ios::trunc);
-        out.write(text->data(), static_cast<std::streamsize>(text->size()));
-        out.close();
-        if (out)
+        std::string error;
+        if (platform::replaceFile(outPath, *text, error))
             written = true;
         else
             log(fmt::format("could not open output file: {}", platform::pathText(outPath)));
@@ -132,9 +134,14 @@ bool updateMySimaddon() {
             continue;
         }
         if (const auto text = entryText(entry, simaddonZip)) {
-            std::ofstream out(path::mySimaddon / platform::pathFrom(stem + ".txt"), std::ios::binary);
+            const fs::path target = path::mySimaddon / platform::pathFrom(stem + ".txt");
+            std::ofstream out(target, std::ios::binary);
             out.write(text->data(), static_cast<std::streamsize>(text->size()));
-            ++count;
+            out.close();
+            if (out)
+                ++count;
+            else
+                log(fmt::format("could not open output file: {}", platform::pathText(target)));
         }
     }
     zip.close();

@@ -9,6 +9,7 @@
 
 #include <fmt/format.h>
 #include <fstream>
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <regex>
 #include <stdexcept>
@@ -34,8 +35,10 @@ int member(const nlohmann::json& object, const char* name) {
     const auto found = object.find(name);
     if (found == object.end() || !found->is_number_integer())
         return 0;
+    // A number that fits no signed 64 bits would come back as a negative one.
+    const bool huge = found->is_number_unsigned() && found->get<std::uint64_t>() > std::numeric_limits<int>::max();
     const auto value = found->get<std::int64_t>();
-    if (value < std::numeric_limits<int>::min() || value > std::numeric_limits<int>::max())
+    if (huge || value < std::numeric_limits<int>::min() || value > std::numeric_limits<int>::max())
         throw std::out_of_range("stoi argument out of range");
     return static_cast<int>(value);
 }
@@ -90,7 +93,9 @@ void checkProgramVersion() {
     if (server <= runningVersion())
         return;
     if (installNewVersion(server)) {
-        const fs::path installer = platform::pathFrom(par::PROGRAM_INSTALL_PATH.get()) / installerFile;
+        // The first start of all comes here before the path is stored.
+        const std::string stored = par::PROGRAM_INSTALL_PATH.get();
+        const fs::path installer = (stored.empty() ? fs::current_path() : platform::pathFrom(stored)) / installerFile;
         throw nwk::UserErrorException(99, fmt::format("New version {} available, exit {}. Run as administrator: \"{}\"",
                                                       toText(server), programName, platform::pathText(installer)));
     }
@@ -116,19 +121,25 @@ bool installNewVersion(const Version& version) {
         log(fmt::format("could not open {}", zipName));
         return false;
     }
+    // Half an installer must not be run, nor take the place of a whole one.
+    const fs::path part = std::string(installerFile) + ".part";
     bool unpacked = false;
     for (const platform::ZipEntry& entry : zip.getEntries()) {
-        removeQuietly(installerFile);
-        std::ofstream out(installerFile, std::ios::binary);
+        if (!unpacked)
+            removeQuietly(installerFile);
+        if (tooLarge(entry, zipName))
+            continue;
+        std::ofstream out(part, std::ios::binary);
         int error = entry.readContent(out, 0x80000);
         out.close();
-        if (error == 0 && !out)
+        std::error_code moved;
+        if (error == 0 && out)
+            fs::rename(part, installerFile, moved);
+        if (error == 0 && (!out || moved))
             error = -1;
         if (error != 0) {
             log(fmt::format("unzipping error code : {}", error));
-            out.close();
-            removeQuietly(installerFile); // half an installer must not be run
-            unpacked = false;
+            removeQuietly(part);
             continue;
         }
         log(fmt::format("{} unzipped to {}", entry.getName(), installerFile));

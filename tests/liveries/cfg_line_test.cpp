@@ -1,4 +1,5 @@
 // One line at a time against the regular expressions that define it.
+#include "core/text.h"
 #include "liveries/cfg_line.h"
 
 #include <gtest/gtest.h>
