@@ -20,7 +20,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
     }
     static const std::filesystem::path file = std::filesystem::temp_directory_path() / "kestrelune-fuzz-regcodes.xml";
-    std::ofstream(file, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    (void)kes::readRegcodeDocument(file, entries);
+    // Bare, and as the registrations of a livery, where the bytes get as far as the key.
+    for (const bool framed : {false, true}) {
+        std::ofstream out(file, std::ios::binary);
+        out << (framed ? "<AIG-regcodes><livery title=\"t\" reg=\"" : "") << bytes
+            << (framed ? "\"/></AIG-regcodes>" : "");
+        out.close();
+        entries.clear();
+        if (!kes::readRegcodeDocument(file, entries) && !entries.empty())
+            std::abort();
+        for (const kes::RegcodeEntry& entry : entries) {
+            if (entry.title.empty())
+                std::abort();
+        }
+    }
     return 0;
 }

@@ -44,17 +44,8 @@ std::optional<std::string_view> chooseTitle(const Titles* list) {
             return title;
         title = (*list)[pickIndex(list->size())];
     }
-    std::size_t usable = 0;
-    for (const std::string_view each : *list)
-        usable += !isSpecial(each);
-    if (usable == 0)
-        return std::string_view();
-    std::size_t wanted = pickIndex(usable);
-    for (const std::string_view each : *list) {
-        if (!isSpecial(each) && wanted-- == 0)
-            return each;
-    }
-    return std::string_view();
+    const Titles& open = openTitles(*list);
+    return open.empty() ? std::string_view() : open[pickIndex(open.size())];
 }
 
 const Titles* titlesOf(std::string_view airline, std::string_view model, std::size_t kind) {

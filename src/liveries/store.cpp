@@ -16,6 +16,8 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <iterator>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace kes {
@@ -25,8 +27,9 @@ namespace {
 namespace fs = std::filesystem;
 
 LiveryTables tables;
-std::unordered_set<std::string_view> allTitles;     // views of `liveryStore`
-std::unordered_set<std::string_view> specialLookup; // the same as `specialTitles`, for the search
+std::unordered_set<std::string_view> allTitles;      // views of `liveryStore`
+std::unordered_set<std::string_view> specialLookup;  // the same as `specialTitles`, for the search
+std::unordered_map<const Titles*, Titles> openLists; // for the lists that hold a special title
 std::size_t storedLiveries = 0;
 bool liveriesProcessed = false;
 bool roomReserved = false;
@@ -203,6 +206,28 @@ void buildByModel() {
     }
 }
 
+void noteOpenTitles(const Titles& list) {
+    if (std::none_of(list.begin(), list.end(), isSpecial))
+        return;
+    Titles& open = openLists[&list];
+    std::copy_if(list.begin(), list.end(), std::back_inserter(open), [](auto title) { return !isSpecial(title); });
+    open.shrink_to_fit();
+}
+
+/// A search must not walk a list of thousands of special titles for the few that are none.
+void buildOpenLists() {
+    for (const auto& kind : tables.byAirlineModel) {
+        for (const auto& [airline, models] : kind) {
+            for (const auto& [model, titles] : models)
+                noteOpenTitles(titles);
+        }
+    }
+    for (const auto& kind : tables.byModel) {
+        for (const auto& [model, titles] : kind)
+            noteOpenTitles(titles);
+    }
+}
+
 void reportGenericLiveries() {
     std::vector<std::string> models;
     if (const auto* generic = find(tables.liveryStore, genericAirline)) {
@@ -307,6 +332,7 @@ void processScannedLiveries() {
     applyRegcodeFiles();
     log(fmt::format("{} registration codes", tables.regcodeTable.size()));
     buildByModel();
+    buildOpenLists();
     log(fmt::format("{} airlines, {} pax aircraft models and {} cargo aircraft models", tables.liveryStore.size(),
                     tables.byModel[0].size(), tables.byModel[1].size()));
     buildSimilarTables(tables);
@@ -320,6 +346,7 @@ void resetLiveries() {
     resetMatching();
     allTitles.clear();
     specialLookup.clear();
+    openLists.clear();
     tables = {};
     storedLiveries = 0;
     liveriesProcessed = false;
@@ -346,6 +373,11 @@ bool hasModel(std::string_view model) {
 
 bool isSpecial(std::string_view title) {
     return !specialLookup.empty() && specialLookup.contains(title);
+}
+
+const Titles& openTitles(const Titles& list) {
+    const auto found = openLists.find(&list);
+    return found == openLists.end() ? list : found->second;
 }
 
 void readDontUseTitles() {

@@ -43,5 +43,7 @@ std::string_view findTitle(std::string_view title);
 bool hasLivery(std::string_view airline, std::string_view model);
 bool hasModel(std::string_view model); ///< under any airline, passenger or cargo
 bool isSpecial(std::string_view title);
+/// The titles of a list of `byAirlineModel` or `byModel` that are not special, in its order.
+const Titles& openTitles(const Titles& list);
 
 } // namespace kes
