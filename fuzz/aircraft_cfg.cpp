@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }();
     (void)known;
     for (const char* path : {"pack/aircraft.cfg", "x/IVAO_MTL/SimObjects/Airplanes/IVAO_A320/aircraft.cfg"}) {
-        const kes::CfgJudgement judgement = kes::judgeBytes({}, path, bytes);
+        const kes::CfgJudgement judgement = kes::judgeFile({}, path, {nullptr, &bytes});
         for (const kes::FoundLivery& found : judgement.liveries) {
             const kes::Livery& livery = found.livery;
             if (livery.title.empty() || livery.airline.empty() || livery.regcode.size() > 12 ||

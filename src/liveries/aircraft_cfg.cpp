@@ -56,7 +56,6 @@ constexpr std::array stockModels{
 };
 
 constexpr std::size_t longestModel = 4;
-constexpr std::size_t shortestRegcode = 5, longestRegcode = 12; ///< characters
 
 std::string_view stockModel(std::string_view baseContainer) {
     // The value begins with "..\".
@@ -165,11 +164,7 @@ private:
                        fmt::format("{} {} has more than one title key", result_.folder, header_));
         }
         title_ = strip(unquoted(*value));
-        if (title_.find("FenixA320") != std::string_view::npos || title_.find("PMDG 737") != std::string_view::npos)
-            return end(SectionFate::payware);
-        if (rules_.suppressStub && title_.ends_with("-STUB"))
-            return end(SectionFate::stub);
-        return true;
+        return !isLeftOut(rules_, result_, header_, title_);
     }
 
     bool takeAirline(std::string_view line, char first, bool named) {
@@ -221,36 +216,22 @@ private:
         return true;
     }
 
-    /// The one registration that a value names. Several stand for a whole fleet and give none.
     std::string_view regcodeOf(std::string_view value) {
-        auto& log = result_.log;
-        // A separator at the end opens no further piece.
         if (value.empty()) {
-            log.push_back(fmt::format("invalid atc_id={} ==> in: {}", value, result_.path));
+            result_.log.push_back(fmt::format("invalid atc_id={} ==> in: {}", value, result_.path));
             return {};
         }
-        const std::string_view list = value.ends_with(',') ? value.substr(0, value.size() - 1) : value;
-        for (std::size_t begin = 0; begin <= list.size();) {
-            const std::string_view piece = list.substr(begin, list.find(',', begin) - begin);
-            begin += piece.size() + 1;
-            if (piece.empty()) {
-                log.push_back(fmt::format("empty regcode in {} {}", result_.folder, header_));
-            } else if (piece == " ") {
-                log.push_back(fmt::format("regcode is a space char? {} {}", result_.folder, header_));
-            } else if (piece.size() > longestRegcode) {
-                log.push_back(fmt::format("regcode: {}, has more than 12 chars or contains UTF16 chars in \"{}\"?",
-                                          piece, result_.path));
-            } else if (piece.find('*') != std::string_view::npos) {
-                log.push_back(
-                    fmt::format("{} {} wild cards no longer supported, atc_id skipped ", result_.folder, header_));
-            } else if (piece.find('\0') != std::string_view::npos) {
-                log.push_back(fmt::format("regcode with a zero byte in {} {}", result_.folder, header_));
-            } else {
-                continue;
+        return onlyRegcode(result_, header_, value, [this](std::string_view piece) -> std::string {
+            if (piece.empty())
+                return fmt::format("empty regcode in {} {}", result_.folder, header_);
+            if (piece == " ")
+                return fmt::format("regcode is a space char? {} {}", result_.folder, header_);
+            if (piece.size() > longestRegcode) {
+                return fmt::format("regcode: {}, has more than 12 chars or contains UTF16 chars in \"{}\"?", piece,
+                                   result_.path);
             }
             return {};
-        }
-        return list.find(',') == std::string_view::npos ? list : std::string_view();
+        });
     }
 
     void finish() {
@@ -325,9 +306,9 @@ constexpr std::size_t bracketReach = 6;
 
 } // namespace
 
-void lf_searchLiveriesinFile(const CfgRules& rules, CfgJudgement& result) {
+void lf_searchLiveriesinFile(const CfgRules& rules, const CfgSource& source, CfgJudgement& result) {
     thread_local FileText text;
-    if (!readCfg(result, text))
+    if (!readCfg(source, result, text))
         return;
     if (!sectionNumbersAreGood(result, text))
         return;

@@ -48,8 +48,6 @@ struct DroppedSection {
 struct CfgJudgement {
     std::string path, folder, model, charset;
     bool ivao = false;
-    const platform::Folder* openFolder = nullptr; ///< only while the file is judged
-    const std::string* givenBytes = nullptr;      ///< in place of the file, only while it is judged
     std::size_t lines = 0, sections = 0;
     std::vector<FoundLivery> liveries;
     std::vector<DroppedSection> dropped;
@@ -64,19 +62,21 @@ struct CfgRules {
     const TextSet* dontUse = nullptr; ///< titles that must not become records; null = none
 };
 
-/// Judges the file at a path, normal or of the other family by `isIvaoPath`. Throws nothing but std::bad_alloc. With
-/// `folder`, the open folder of the file, it is found without a walk along its path.
-CfgJudgement judgeFile(const CfgRules& rules, const std::string& path, const platform::Folder* folder = nullptr);
+/// Where the bytes of a file come from besides its path.
+struct CfgSource {
+    const platform::Folder* folder = nullptr; ///< its open folder, so that it is found without a walk along the path
+    const std::string* bytes = nullptr;       ///< the bytes themselves; the file need not exist
+};
 
-/// The same for the bytes of a file that need not exist.
-CfgJudgement judgeBytes(const CfgRules& rules, const std::string& path, const std::string& bytes);
+/// Judges the file at a path, normal or of the other family by `isIvaoPath`. Throws nothing but std::bad_alloc.
+CfgJudgement judgeFile(const CfgRules& rules, const std::string& path, const CfgSource& source = {});
 
 /// A title was seen before: the line for the report `incompleteSections`.
 std::string repeatedTitleLine(const CfgJudgement& judgement, const FoundLivery& found);
 
 /// The two kinds of file task; both throw only what the standard library throws.
-void lf_searchLiveriesinFile(const CfgRules& rules, CfgJudgement& result);
-void lf_searchLiveriesinIvaoFile(const CfgRules& rules, CfgJudgement& result);
+void lf_searchLiveriesinFile(const CfgRules& rules, const CfgSource& source, CfgJudgement& result);
+void lf_searchLiveriesinIvaoFile(const CfgRules& rules, const CfgSource& source, CfgJudgement& result);
 bool isIvaoPath(std::string_view path);
 
 /// The bytes of a file as UTF-8 text. 16-bit text with a mark is converted, broken pairs and a lone last byte become

@@ -135,13 +135,12 @@ std::string_view decodeCfg(std::string_view bytes, std::string& converted, std::
 
 namespace cfg {
 
-bool readCfg(CfgJudgement& result, FileText& text) {
-    const bool inFolder = result.openFolder && result.path.size() > result.folder.size();
+bool readCfg(const CfgSource& source, CfgJudgement& result, FileText& text) {
     int error = 0;
-    if (result.givenBytes)
-        text.bytes = *result.givenBytes;
-    else if (inFolder)
-        error = result.openFolder->read(result.path.substr(result.folder.size() + 1), text.bytes);
+    if (source.bytes)
+        text.bytes = *source.bytes;
+    else if (source.folder)
+        error = source.folder->read(result.path.substr(result.folder.size() + 1), text.bytes);
     else
         error = platform::readFile(result.path, text.bytes);
     if (error != 0) {
@@ -226,6 +225,23 @@ std::span<const std::string_view> withoutTrailingComments(std::span<const std::s
     return section;
 }
 
+std::string commonRegcodeFault(const CfgJudgement& result, std::string_view header, std::string_view piece) {
+    if (piece.find('*') != std::string_view::npos)
+        return fmt::format("{} {} wild cards no longer supported, atc_id skipped ", result.folder, header);
+    if (piece.find('\0') != std::string_view::npos)
+        return fmt::format("regcode with a zero byte in {} {}", result.folder, header);
+    return {};
+}
+
+bool isLeftOut(const CfgRules& rules, CfgJudgement& result, std::string_view header, std::string_view title) {
+    const bool payware =
+        title.find("FenixA320") != std::string_view::npos || title.find("PMDG 737") != std::string_view::npos;
+    const bool stub = rules.suppressStub && title.ends_with("-STUB");
+    if (payware || stub)
+        drop(result, header, title, payware ? SectionFate::payware : SectionFate::stub);
+    return payware || stub;
+}
+
 bool titleIsUsable(CfgJudgement& result, std::string_view header, std::string_view title) {
     if (title.find('\0') == std::string_view::npos)
         return true;
@@ -237,38 +253,21 @@ bool titleIsUsable(CfgJudgement& result, std::string_view header, std::string_vi
 
 } // namespace cfg
 
-namespace {
-
-CfgJudgement judge(const CfgRules& rules, const std::string& path, const platform::Folder* folder,
-                   const std::string* bytes) {
+CfgJudgement judgeFile(const CfgRules& rules, const std::string& path, const CfgSource& source) {
     CfgJudgement result;
     result.path = path;
-    result.openFolder = folder;
-    result.givenBytes = bytes;
     result.ivao = isIvaoPath(path);
     constexpr char separator = static_cast<char>(std::filesystem::path::preferred_separator);
     const std::size_t last = path.rfind(separator);
     result.folder = last == std::string::npos ? path : path.substr(0, last);
     const char* const task = result.ivao ? "lf_searchLiveriesinIvaoFile" : "lf_searchLiveriesinFile";
     try {
-        result.ivao ? lf_searchLiveriesinIvaoFile(rules, result) : lf_searchLiveriesinFile(rules, result);
+        (result.ivao ? lf_searchLiveriesinIvaoFile : lf_searchLiveriesinFile)(rules, source, result);
     } catch (const std::exception& e) {
         result.liveries.clear();
         result.log.push_back(fmt::format("exception in {} {}: {}", task, path, e.what()));
     }
-    result.openFolder = nullptr;
-    result.givenBytes = nullptr;
     return result;
-}
-
-} // namespace
-
-CfgJudgement judgeFile(const CfgRules& rules, const std::string& path, const platform::Folder* folder) {
-    return judge(rules, path, folder, nullptr);
-}
-
-CfgJudgement judgeBytes(const CfgRules& rules, const std::string& path, const std::string& bytes) {
-    return judge(rules, path, nullptr, &bytes);
 }
 
 } // namespace kes

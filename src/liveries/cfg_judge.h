@@ -17,7 +17,7 @@ struct FileText {
     std::vector<std::int32_t> numbers; ///< of the sections; scratch of `sectionNumbersAreGood`
 };
 /// Reads the file of `result`; false when it cannot be read, which is logged.
-bool readCfg(CfgJudgement& result, FileText& text);
+bool readCfg(const CfgSource& source, CfgJudgement& result, FileText& text);
 
 /// Section numbers run from 0 without a gap; anything else is told in the reports and fails the file.
 bool sectionNumbersAreGood(CfgJudgement& result, FileText& text);
@@ -32,6 +32,35 @@ std::span<const std::string_view> withoutTrailingComments(std::span<const std::s
 
 void drop(CfgJudgement& result, std::string_view header, std::string_view title, SectionFate fate);
 void report(CfgJudgement& result, ReportList list, std::string line);
+
+inline constexpr std::string_view silently = " ";
+inline constexpr std::size_t shortestRegcode = 5, longestRegcode = 12; ///< characters
+/// What spoils a registration in both families: a wild card, a zero byte. Empty = nothing.
+std::string commonRegcodeFault(const CfgJudgement& result, std::string_view header, std::string_view piece);
+
+/// Titles of models that only their owner may fly, and of stubs; dropped silently.
+bool isLeftOut(const CfgRules& rules, CfgJudgement& result, std::string_view header, std::string_view title);
+
+/// The one registration of a comma list. Several stand for a whole fleet and give none, and so does a piece for which
+/// `fault` has a line; that line is logged unless it is one blank. A separator at the end opens no further piece.
+template <class Fault>
+std::string_view onlyRegcode(CfgJudgement& result, std::string_view header, std::string_view list, Fault&& fault) {
+    if (list.ends_with(','))
+        list.remove_suffix(1);
+    for (std::size_t begin = 0; begin <= list.size();) {
+        const std::string_view piece = list.substr(begin, list.find(',', begin) - begin);
+        begin += piece.size() + 1;
+        std::string line = fault(piece);
+        if (line.empty())
+            line = commonRegcodeFault(result, header, piece);
+        if (line.empty())
+            continue;
+        if (line != silently)
+            result.log.push_back(std::move(line));
+        return {};
+    }
+    return list.find(',') == std::string_view::npos ? list : std::string_view();
+}
 
 /// A title that cannot go to the simulator, told in the reports.
 bool titleIsUsable(CfgJudgement& result, std::string_view header, std::string_view title);

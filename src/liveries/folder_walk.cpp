@@ -197,7 +197,7 @@ private:
                 item.isLink = entry.isLink;
             } else if (entry.isFile && isCfgName(entry.name)) {
                 node.items.emplace_back().file =
-                    std::make_unique<CfgJudgement>(judgeFile(rules_, join(node.path, entry.name), &folder));
+                    std::make_unique<CfgJudgement>(judgeFile(rules_, join(node.path, entry.name), {&folder}));
             }
         }
     }
@@ -238,10 +238,6 @@ bool nameComesFirst(std::string_view a, std::string_view b) {
     if (inA == a.end() || inB == b.end())
         return inA == a.end();
     return upperCase(*inA) < upperCase(*inB);
-}
-
-bool isClosedToWalk(std::string_view path) {
-    return path.size() >= tooLong || holdsClosedWord(path);
 }
 
 unsigned hardwareThreads() {

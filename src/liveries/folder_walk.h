@@ -14,10 +14,6 @@ namespace kes {
 /// bytes.
 bool nameComesFirst(std::string_view a, std::string_view b);
 
-/// True when the walk does not enter a folder: its path is too long, or holds a word of packages that have no AI
-/// aircraft.
-bool isClosedToWalk(std::string_view path);
-
 struct WalkCount {
     std::size_t files = 0;         ///< judged
     std::size_t closedFolders = 0; ///< not entered

@@ -16,7 +16,7 @@ namespace {
 using namespace cfg;
 
 constexpr char separator = static_cast<char>(std::filesystem::path::preferred_separator);
-constexpr std::size_t longestModel = 4, shortestRegcode = 5, longestRegcode = 12;
+constexpr std::size_t longestModel = 4;
 
 bool isWordCharacter(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
@@ -120,7 +120,7 @@ private:
         title_ = strip(written);
         if (title_.size() < written.size())
             result_.log.push_back(fmt::format("removed spaces around title \"{}\" --> \"{}\"", written, title_));
-        return true;
+        return !isLeftOut(rules_, result_, header_, title_);
     }
 
     bool takeParkingTypes(std::string_view line) {
@@ -147,26 +147,13 @@ private:
     }
 
     std::string_view regcodeOf(std::string_view value) {
-        auto& log = result_.log;
-        const std::string_view list = value.ends_with(',') ? value.substr(0, value.size() - 1) : value;
-        for (std::size_t begin = 0; begin <= list.size();) {
-            const std::string_view piece = list.substr(begin, list.find(',', begin) - begin);
-            begin += piece.size() + 1;
-            if (piece.empty()) {
-                log.push_back(fmt::format(" empty regcode in: {}", title_));
-            } else if (piece.size() > longestRegcode) {
-                log.push_back(fmt::format("regcode: {}, has more than 12 chars in title: {}", piece, title_));
-            } else if (piece.find('*') != std::string_view::npos) {
-                log.push_back(
-                    fmt::format("{} {} wild cards no longer supported, atc_id skipped ", result_.folder, header_));
-            } else if (piece.find('\0') != std::string_view::npos) {
-                log.push_back(fmt::format("regcode with a zero byte in {} {}", result_.folder, header_));
-            } else if (piece != "G-BAFM") { // stands in place of an unknown one
-                continue;
-            }
-            return {};
-        }
-        return list.find(',') == std::string_view::npos ? list : std::string_view();
+        return onlyRegcode(result_, header_, value, [this](std::string_view piece) -> std::string {
+            if (piece.empty())
+                return fmt::format(" empty regcode in: {}", title_);
+            if (piece.size() > longestRegcode)
+                return fmt::format("regcode: {}, has more than 12 chars in title: {}", piece, title_);
+            return std::string(piece == "G-BAFM" ? silently : ""); // stands in place of an unknown one
+        });
     }
 
     void finish() {
@@ -242,12 +229,12 @@ bool isIvaoPath(std::string_view path) {
     return path.find("ivao_x-csl") != std::string_view::npos || path.find("IVAO_MTL") != std::string_view::npos;
 }
 
-void lf_searchLiveriesinIvaoFile(const CfgRules& rules, CfgJudgement& result) {
+void lf_searchLiveriesinIvaoFile(const CfgRules& rules, const CfgSource& source, CfgJudgement& result) {
     result.model = modelFromPath(result);
     if (result.model.empty())
         return;
     thread_local FileText text;
-    if (!readCfg(result, text) || !sectionNumbersAreGood(result, text))
+    if (!readCfg(source, result, text) || !sectionNumbersAreGood(result, text))
         return;
     const std::span<const std::string_view> lines = text.lines;
     std::optional<std::size_t> begin;

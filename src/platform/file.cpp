@@ -78,34 +78,20 @@ int readAll(int file, std::string& content) {
     int error = ::fstat(file, &status) == 0 ? 0 : errno;
     if (!error && S_ISDIR(status.st_mode))
         error = EISDIR;
+    // Where the size is known, one call reads all and no further one is needed to see the end. Files of the system and
+    // pipes tell none, and are read piece by piece.
+    const auto known = static_cast<std::size_t>(status.st_size > 0 ? status.st_size : 0);
     std::size_t size = 0;
-    if (!error && status.st_size > 0) {
-        // The size is known, so one call reads all and no further one is needed to see the end.
-        const auto wanted = static_cast<std::size_t>(status.st_size);
-        content.resize(wanted);
-        while (size < wanted) {
-            const ssize_t got = ::read(file, content.data() + size, wanted - size);
-            if (got < 0 && errno == EINTR)
-                continue;
-            if (got < 0)
-                error = errno;
-            if (got <= 0)
-                break;
-            size += static_cast<std::size_t>(got);
-        }
-    } else if (!error) {
-        // Files of the system and pipes tell no size.
-        while (true) {
-            content.resize(size + firstPiece);
-            const ssize_t got = ::read(file, content.data() + size, firstPiece);
-            if (got < 0 && errno == EINTR)
-                continue;
-            if (got < 0)
-                error = errno;
-            if (got <= 0)
-                break;
-            size += static_cast<std::size_t>(got);
-        }
+    while (!error && (known == 0 || size < known)) {
+        content.resize(known != 0 ? known : size + firstPiece);
+        const ssize_t got = ::read(file, content.data() + size, content.size() - size);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            error = errno;
+        if (got <= 0)
+            break;
+        size += static_cast<std::size_t>(got);
     }
     ::close(file);
     content.resize(error ? 0 : size);

@@ -7,7 +7,5 @@ namespace kes {
 
 /// LATERAL_RANGE at the start of the run, or at the last switch of AUTO_RANGE: where switching it off leads back to.
 extern std::int32_t rememberedRange;
-/// Hardware threads, for the scans.
-extern unsigned scanThreads;
 
 } // namespace kes

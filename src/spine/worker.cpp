@@ -23,14 +23,12 @@
 #include <fmt/format.h>
 #include <new>
 #include <stdexcept>
-#include <thread>
 
 namespace kes {
 
 namespace fs = std::filesystem;
 
 std::int32_t rememberedRange = 40;
-unsigned scanThreads = 1;
 
 namespace {
 
@@ -125,7 +123,6 @@ void runBody() {
     if (!fs::is_directory(path::docs))
         throw nwk::UserErrorException(41, fmt::format("{} must be run from the {} folder!", programName, programName));
     startUp();
-    scanThreads = std::max(1U, std::thread::hardware_concurrency());
     checkLiveriesFile();
     scanLiveries();
     if (stopWanted())

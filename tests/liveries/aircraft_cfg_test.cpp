@@ -243,6 +243,7 @@ TEST_F(AircraftCfg, ivaoFilesTakeModelAndAirlineFromNames) {
         {"IVAO_A320", "title=A320 QQQ", "QQQ          in " + at + "|"},
         {"IVAO_A320", "title=A320 DLH\ntitle=A320 AFR", at + " has more than one title key|"},
         {"IVAO_A320", "texture=none\ntitle=A320 DLH", "DLH/A320/"},
+        {"IVAO_A320", "title=A320 DLH-STUB", ""},
         {"IVAO_A320", "x=y [z]\ntitle=A320 DLH", at + " misses title|"},
         {"IVAO_QQQQ", "title=A320 DLH", "QQQQ             in " + (packages / "IVAO_QQQQ/aircraft.cfg").string() + "|"},
         {"A320", "title=A320 DLH", "                 in " + (packages / "A320/aircraft.cfg").string() + "|"}};

@@ -116,15 +116,14 @@ TEST_F(Matching, parkedAircraftTakeTheKindOfTheirStand) {
     EXPECT_EQ(stepCounters(), (std::array<std::uint32_t, 6>{})) << "live aircraft only";
 }
 
-/// The rules over a flat list of everything that is installed. Gives every title that chance may lead to, and the step.
-struct Oracle {
+/// The rules over a flat list of everything that is installed, as a plain sequence of draws from a copy of the
+/// generator: chance leads to one title, and a draw too many or too few shows in the generator.
+struct Replay {
     const std::vector<Livery>& all;
     const std::vector<std::vector<std::string>>& groups;
     std::set<std::string> specials;
     std::map<std::string, std::string> regcodes; ///< registration to title
     std::map<std::string, ReferenceText::Airframe> airframes;
-
-    using Found = std::set<std::string>;
 
     std::string lookup(const std::map<std::string, std::string>& table, const std::string& reg) const {
         for (const std::string& form : regcodeVariants(reg)) {
@@ -132,20 +131,6 @@ struct Oracle {
                 return table.at(form);
         }
         return "";
-    }
-    /// Usable titles of an airline ("" = any) and model.
-    Found of(const std::string* airline, const std::string& model, bool cargo) const {
-        Found found;
-        for (const Livery& l : all) {
-            if ((!airline || l.airline == *airline) && l.model == model && l.cargo == cargo &&
-                !specials.contains(l.title))
-                found.insert(l.title);
-        }
-        return found;
-    }
-    Found both(const std::string& airline, const std::string& model, bool cargo) const {
-        Found found = of(&airline, model, cargo);
-        return found.empty() && cargo ? of(&airline, model, false) : found;
     }
     bool installed(const std::string* airline, const std::string& model) const {
         return std::any_of(all.begin(), all.end(),
@@ -187,136 +172,6 @@ struct Oracle {
         return list;
     }
 
-    std::pair<int, Found> live(const AiAircraft& a, int depth, bool random) const {
-        if (!a.regcode.empty()) {
-            const std::string title = lookup(regcodes, a.regcode);
-            if (!title.empty())
-                return {1, {title}};
-        }
-        if (depth < 2)
-            return {0, {}};
-        Found found;
-        if (a.airline == "PVT" && !(found = both("ZZZ", a.model, a.cargo)).empty())
-            return {4, found};
-        const ReferenceText::Airframe* frame = nullptr;
-        for (const std::string& form : regcodeVariants(a.regcode)) {
-            if (!frame && airframes.contains(form))
-                frame = &airframes.at(form);
-        }
-        const bool operated = frame && !frame->opr.empty();
-        if (!a.airline.empty()) {
-            if (!(found = both(a.airline, a.model, a.cargo)).empty())
-                return {2, found};
-            if (operated && !(found = both(frame->airl, a.model, a.cargo)).empty())
-                return {2, found};
-            if (depth < 3)
-                return {0, {}};
-            for (const std::string& worn : {a.airline, operated ? frame->airl : std::string("none")}) {
-                for (const std::string& m : similarOf(a.airline, a.model)) {
-                    if (categoryOf(m) != a.category)
-                        continue;
-                    const Found more = both(worn, m, a.cargo);
-                    found.insert(more.begin(), more.end());
-                    if (!random && !found.empty())
-                        break;
-                }
-                if (!found.empty())
-                    return {3, found};
-            }
-        }
-        if (depth < 3)
-            return {0, {}};
-        const bool small = a.category == AircraftCategory::light || a.category == AircraftCategory::buzjets ||
-                           a.category == AircraftCategory::rotorcraft;
-        if ((depth == 4 || small) && !(found = both("ZZZ", a.model, a.cargo)).empty())
-            return {4, found};
-        if (!small)
-            return {0, {}};
-        if (!(found = of(nullptr, a.model, a.cargo)).empty())
-            return {5, found};
-        std::vector<std::string> list = similar(a.model);
-        const bool any = list.empty();
-        if (any) {
-            std::set<std::string> models;
-            for (const Livery& l : all) {
-                if (categoryOf(l.model) == categoryOf(a.model))
-                    models.insert(l.model);
-            }
-            list.assign(models.begin(), models.end());
-        }
-        bool mayMiss = list.empty();
-        for (const std::string& m : list) {
-            const Found more = of(nullptr, m, a.cargo);
-            found.insert(more.begin(), more.end());
-            mayMiss = mayMiss || (any && more.empty());
-            if (!random && (any || !found.empty()))
-                break; // only one model is drawn, or the first that has a livery
-        }
-        if (mayMiss && random)
-            found.insert(""); // the model that was drawn may have nothing of the kind
-        return {found.empty() ? 0 : 6, found};
-    }
-};
-
-TEST_F(Matching, agreesWithASlowSearchThroughEverything) {
-    std::mt19937 random(11);
-    const auto pick = [&](const std::vector<std::string>& list) { return list[random() % list.size()]; };
-    const std::vector<std::string> airlines{"ZZZ", "PVT", "DLH", "AFR", "BAW", "FDX"};
-    const std::vector<std::string> models{"A319", "A320", "A321", "B738", "B77W", "A332", "C25A",
-                                          "C680", "EC35", "F16",  "C172", "P28A", "DA40"};
-    text.similar.push_back({"A320", "B738"});
-    text.similar.push_back({"C25A", "C172", "EC35"});
-    std::map<int, int> steps;
-    for (int world = 0; world < 60; ++world) {
-        resetLiveries();
-        text.airframes.clear();
-        std::vector<Livery> all;
-        Oracle oracle{all, text.similar, {}, {}, {}};
-        std::string regcodes;
-        const int size = 1 + static_cast<int>(random() % 30);
-        for (int i = 0; i < size; ++i) {
-            all.push_back(livery(pick(airlines), pick(models), fmt::format("title {}", i), "", random() % 4 == 0));
-            if (random() % 5 == 0) {
-                const std::string reg = fmt::format("D-S{:03}", i);
-                regcodes += fmt::format("title {};{}\n", i, reg);
-                oracle.specials.insert(all.back().title);
-                oracle.regcodes[reg] = all.back().title;
-            }
-        }
-        for (int i = 0; i < 6; ++i) {
-            text.airframes.push_back(
-                {fmt::format("D-A{:03}", i), pick(airlines), pick(models), random() % 2 ? pick(airlines) : "", false});
-            oracle.airframes[text.airframes.back().reg] = text.airframes.back();
-        }
-        putRegcodes("r.txt", regcodes);
-        install(all);
-        for (int i = 0; i < 150; ++i) {
-            AiAircraft a = aircraft(random() % 8 ? pick(airlines) : "", pick(models), "", random() % 4 == 0);
-            if (random() % 3 == 0)
-                a.regcode =
-                    random() % 2 ? fmt::format("D-A{:03}", random() % 6) : fmt::format("DS{:03}", random() % 30);
-            const int depth = 1 + static_cast<int>(random() % 4);
-            par::MATCHING_DEPTH.value = depth;
-            par::RANDOM.value = i % 2 == 0;
-            const auto [step, titles] = oracle.live(a, depth, i % 2 == 0);
-            const AiAircraft asked = a;
-            const int got = matchLive(a);
-            const bool maybe = titles.contains("") && got == 0;
-            ASSERT_TRUE(got == step || maybe)
-                << asked.airline << " " << asked.model << " '" << asked.regcode << "' cargo " << asked.cargo
-                << " depth " << depth << " random " << (i % 2 == 0) << ": wanted step " << step << ", got " << got
-                << " " << a.title;
-            ASSERT_TRUE(got == 0 || titles.contains(std::string(a.title))) << a.title << " at step " << got;
-            ++steps[got];
-        }
-    }
-    for (int step = 0; step <= 6; ++step)
-        EXPECT_GT(steps[step], 20) << "too few cases of step " << step;
-}
-
-/// The same rules as a plain sequence of draws from a copy of the generator. What chance leads to is then one title,
-/// and a draw too many or too few shows in the generator.
-struct Replay : Oracle {
     std::mt19937 random{};
     bool chance = false;
     std::set<std::string> refused{};
@@ -423,7 +278,7 @@ struct Replay : Oracle {
     }
 };
 
-TEST_F(Matching, drawsInTheOrderOfTheRules) {
+TEST_F(Matching, agreesWithASlowSearchThroughEverything) {
     std::mt19937 random(23);
     const auto pick = [&](const std::vector<std::string>& list) { return list[random() % list.size()]; };
     const std::vector<std::string> airlines{"DLH", "ZZZ", "AFR", "PVT"};
@@ -437,7 +292,7 @@ TEST_F(Matching, drawsInTheOrderOfTheRules) {
         resetLiveries();
         text.airframes.clear();
         std::vector<Livery> all;
-        Replay replay{{all, text.similar, {}, {}, {}}};
+        Replay replay{all, text.similar, {}, {}, {}};
         std::string regcodes;
         // Few airlines and models in some worlds, so that lists are long.
         const std::vector<std::string> worn(airlines.begin(), airlines.begin() + 1 + static_cast<int>(random() % 4));
@@ -495,21 +350,6 @@ TEST_F(Matching, drawsInTheOrderOfTheRules) {
         EXPECT_GT(steps[step], 50) << "too few cases of step " << step;
     EXPECT_GT(refusals, 100);
     EXPECT_GT(crowded, 100);
-}
-
-TEST_F(Matching, drawsEveryTitleThatMayBeDrawn) {
-    putRegcodes("a.txt", "s1;D-SAAA\ns2;D-SBBB\ns3;D-SCCC\n");
-    install({livery("DLH", "A320", "s1"), livery("DLH", "A320", "s2"), livery("DLH", "A320", "s3"),
-             livery("DLH", "A320", "free"), livery("DLH", "A320", "open")});
-    std::map<std::string, int> drawn;
-    for (int i = 0; i < 400; ++i) {
-        AiAircraft a = aircraft("DLH", "A320");
-        matchLive(a);
-        ++drawn[std::string(a.title)];
-    }
-    EXPECT_EQ(drawn.size(), 2u) << "never a special one";
-    EXPECT_GT(drawn["free"], 100);
-    EXPECT_GT(drawn["open"], 100);
 }
 
 } // namespace
