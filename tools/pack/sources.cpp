@@ -311,10 +311,10 @@ void readFirstSources(const fs::path& data, Sources& sources, PackCount& count) 
         if (!sources.typeCodes.emplace(row[0]).second) {
             return twice(row[0]);
         }
-        sources.types.push_back({std::string(row[0]), *category, std::string(row[2])});
+        sources.types.push_back({std::string(row[0]), *category, std::string(row[2]), std::string(row[3])});
         return {};
     };
-    if (!readList(data / "types.csv", {"code", "category", "span_m"}, count, types)) {
+    if (!readList(data / "types.csv", {"code", "category", "span_m", "?name"}, count, types)) {
         throw std::runtime_error(platform::pathText(data / "types.csv") + " not found");
     }
     const auto airlines = [&](const CsvRow& row) -> std::string {
@@ -325,9 +325,10 @@ void readFirstSources(const fs::path& data, Sources& sources, PackCount& count) 
             return twice(row[0]);
         }
         sources.airlines.emplace_back(row[0]);
+        sources.airlineNames.emplace_back(row[1]);
         return {};
     };
-    if (!readList(data / "airlines.csv", {"code"}, count, airlines)) {
+    if (!readList(data / "airlines.csv", {"code", "?name"}, count, airlines)) {
         throw std::runtime_error(platform::pathText(data / "airlines.csv") + " not found");
     }
 }

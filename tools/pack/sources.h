@@ -1,5 +1,5 @@
-// The plain sources and the imports, read and checked against each other. Only for the files of this folder and its
-// tests.
+// The plain sources and the imports, read and checked against each other. For this folder, and for what makes
+// packages from the same sources.
 #pragma once
 
 #include "core/ai_aircraft.h"
@@ -19,6 +19,7 @@ struct TypeRow {
     std::string code;
     AircraftCategory category = AircraftCategory::light;
     std::string metres; ///< full wingspan as written; empty = unknown
+    std::string name{};
 };
 struct Airframe {
     std::string reg, airl, type, opr;
@@ -40,7 +41,7 @@ struct AirportRow {
 struct Sources {
     std::vector<TypeRow> types;
     TextSet typeCodes;
-    std::vector<std::string> airlines;
+    std::vector<std::string> airlines, airlineNames; ///< codes, and as many names
     TextSet airlineCodes;
     std::vector<std::vector<std::string>> similar;
     std::vector<std::string> cargoTypes, cargoOperators, simaddons20;

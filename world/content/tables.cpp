@@ -2,9 +2,8 @@
 
 #include "platform/system.h"
 #include "tools/pack/csv.h"
+#include "tools/pack/sources.h"
 
-#include <charconv>
-#include <cmath>
 #include <fmt/format.h>
 #include <stdexcept>
 
@@ -31,12 +30,6 @@ void readList(const std::filesystem::path& path, const std::vector<std::string>&
     }
 }
 
-bool isNumber(std::string_view text, double low, double high) {
-    double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc() && end == text.data() + text.size() && value >= low && value <= high;
-}
-
 /// Reads the yes-or-nothing column of freighters.
 std::string takeCargo(std::string_view word, bool& cargo) {
     cargo = word == "yes";
@@ -53,61 +46,52 @@ std::string codeFault(const Tables& tables, std::string_view airline, std::strin
     return {};
 }
 
+/// What the packer reads as well, with its checks; a bad row of our own sources is a mistake.
+void readPacked(const std::filesystem::path& folder, Tables& tables) {
+    pack::Sources sources;
+    pack::PackCount count;
+    pack::readFirstSources(folder, sources, count);
+    if (sources.airlines.empty()) {
+        throw std::runtime_error(platform::pathText(folder / "airlines.csv") + " has no rows");
+    }
+    pack::readOtherSources(folder, sources, count);
+    if (!count.bad.empty()) {
+        const pack::BadRow& bad = count.bad.front();
+        throw std::runtime_error(fmt::format("{}:{}: {}", bad.file, bad.line, bad.reason));
+    }
+    for (pack::TypeRow& row : sources.types) {
+        tables.typeIndex.emplace(row.code, tables.types.size());
+        tables.types.push_back(
+            {std::move(row.code), std::string(text(row.category)), std::move(row.metres), std::move(row.name)});
+    }
+    for (std::size_t i = 0; i < sources.airlines.size(); ++i) {
+        tables.airlineIndex.emplace(sources.airlines[i], i);
+        tables.airlines.push_back({std::move(sources.airlines[i]), std::move(sources.airlineNames[i])});
+    }
+    for (pack::Airframe& frame : sources.airframes) {
+        tables.registrations.push_back(
+            {std::move(frame.reg), std::move(frame.airl), std::move(frame.type), std::move(frame.opr), frame.cargo});
+    }
+}
+
 } // namespace
 
 Tables readTables(const std::filesystem::path& folder) {
-    if (!std::filesystem::is_directory(folder)) {
-        throw std::runtime_error(platform::pathText(folder) + " is no folder");
-    }
     Tables tables;
-    readList(folder / "types.csv", {"code", "category", "span_m", "?name"}, [&](const CsvRow& f) -> std::string {
-        if (f[0].empty() || f[0].size() > 4) {
-            return "a type code has one to four characters";
-        }
-        if (!f[2].empty() && !isNumber(f[2], 1.0, 150.0)) {
-            return "the span is no number of metres";
-        }
-        const bool isNew = tables.typeIndex.try_emplace(std::string(f[0]), tables.types.size()).second;
-        tables.types.push_back({std::string(f[0]), std::string(f[1]), std::string(f[2]), std::string(f[3])});
-        return isNew ? "" : "the code stands twice";
-    });
-    readList(folder / "airlines.csv", {"code", "name"}, [&](const CsvRow& f) -> std::string {
-        if (f[0].size() != 3 || f[1].empty()) {
-            return "an airline has a code of three characters and a name";
-        }
-        const bool isNew = tables.airlineIndex.try_emplace(std::string(f[0]), tables.airlines.size()).second;
-        tables.airlines.push_back({std::string(f[0]), std::string(f[1])});
-        return isNew ? "" : "the code stands twice";
-    });
+    readPacked(folder, tables);
     TextSet airports;
     readList(folder / "airports.csv", {"icao", "iata", "lat", "lon", "elev_ft", "name"},
              [&](const CsvRow& f) -> std::string {
                  if (f[0].size() != 4 || !airports.insert(std::string(f[0])).second) {
                      return "the code has not four characters or stands twice";
                  }
-                 if (!isNumber(f[2], -90, 90) || !isNumber(f[3], -180, 180) || !isNumber(f[4], -1500, 16000)) {
+                 if (!pack::isNumber(f[2], -90, 90) || !pack::isNumber(f[3], -180, 180) ||
+                     !pack::isNumber(f[4], -1500, 16000)) {
                      return "the position or elevation is no good number";
                  }
                  tables.airports.push_back({std::string(f[0]), std::string(f[1]), std::string(f[2]), std::string(f[3]),
                                             std::string(f[4]), std::string(f[5])});
                  return {};
-             });
-    TextSet registrations;
-    readList(folder / "registrations.csv", {"reg", "airline", "type", "operator", "cargo"},
-             [&](const CsvRow& f) -> std::string {
-                 RegistrationRow row{std::string(f[0]), std::string(f[1]), std::string(f[2]), std::string(f[3])};
-                 if (row.reg.empty() || !registrations.insert(row.reg).second) {
-                     return "the registration is empty or stands twice";
-                 }
-                 std::string fault = codeFault(tables, row.airline, row.type);
-                 if (fault.empty()) {
-                     fault = codeFault(tables, row.operatingAirline, row.type);
-                 }
-                 if (fault.empty()) {
-                     fault = takeCargo(f[4], row.cargo);
-                 }
-                 tables.registrations.push_back(std::move(row));
-                 return fault;
              });
     TextSet pairs;
     readList(folder / "liveries.csv", {"airline", "type", "?cargo"}, [&](const CsvRow& f) -> std::string {
