@@ -12,6 +12,13 @@
 
 namespace kes::test {
 
+inline std::string escaped(std::string_view text) {
+    std::string out;
+    for (const char c : text)
+        out += c == '<' ? "&lt;" : c == '>' ? "&gt;" : c == '&' ? "&amp;" : c == '"' ? "&quot;" : std::string(1, c);
+    return out;
+}
+
 struct ReferenceText {
     /// Category to type codes; every code is a type.
     std::map<AircraftCategory, std::vector<std::string>> types;
@@ -23,6 +30,7 @@ struct ReferenceText {
         bool cargo = false;
     };
     std::vector<Airframe> airframes;
+    std::map<std::string, double> metres; ///< full spans
 
     std::string xml() const {
         std::string all;
@@ -62,7 +70,10 @@ struct ReferenceText {
         all += "<fixes>";
         for (const auto& [wrong, correct] : fixes)
             all += fmt::format("<fx wro=\"{}\" cor=\"{}\"/>", wrong, correct);
-        all += "</fixes>\n<simaddons20><simaddon20 arpts=\"EHAM\"/></simaddons20>\n<dbase>";
+        all += "</fixes>\n<wingspans>";
+        for (const auto& [type, span] : metres)
+            all += fmt::format("<wingspan type=\"{}\" meters=\"{}\"/>", escaped(encryptModel(type)), span);
+        all += "</wingspans>\n<simaddons20><simaddon20 arpts=\"EHAM\"/></simaddons20>\n<dbase>";
         for (const Airframe& a : airframes) {
             all += fmt::format("<db reg=\"{}\" airl=\"{}\" type=\"{}\" opr=\"{}\" cargo=\"{}\"/>\n",
                                escaped(encryptRegcode(a.reg)), escaped(encryptAirline(a.airl)),
@@ -74,14 +85,6 @@ struct ReferenceText {
     void read() const {
         std::ofstream("reference.xml", std::ios::binary) << xml();
         readReferenceDocument("reference.xml");
-    }
-
-private:
-    static std::string escaped(const std::string& text) {
-        std::string out;
-        for (const char c : text)
-            out += c == '<' ? "&lt;" : c == '>' ? "&gt;" : c == '&' ? "&amp;" : std::string(1, c);
-        return out;
     }
 };
 

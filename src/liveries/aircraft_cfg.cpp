@@ -312,9 +312,11 @@ void lf_searchLiveriesinFile(const CfgRules& rules, const CfgSource& source, Cfg
         return;
     if (!sectionNumbersAreGood(result, text))
         return;
+    result.fate = FileFate::noModel;
     result.model = findModel(result, text);
     if (result.model.empty())
         return;
+    result.fate = FileFate::sectionsRead;
     result.liveries.reserve(text.numbers.size());
     const std::span<const std::string_view> lines = text.lines;
     std::optional<std::size_t> begin;

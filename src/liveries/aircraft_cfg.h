@@ -36,6 +36,9 @@ enum class SectionFate : std::uint8_t {
 };
 std::string_view text(SectionFate fate);
 
+/// How far the reading of a file came.
+enum class FileFate : std::uint8_t { unreadable, noSections, badNumbers, noModel, sectionsRead };
+
 struct FoundLivery {
     Livery livery;
     std::string header; ///< the section's first line, for messages
@@ -48,6 +51,7 @@ struct DroppedSection {
 struct CfgJudgement {
     std::string path, folder, model, charset;
     bool ivao = false;
+    FileFate fate = FileFate::unreadable;
     std::size_t lines = 0, sections = 0;
     std::vector<FoundLivery> liveries;
     std::vector<DroppedSection> dropped;

@@ -162,6 +162,7 @@ bool isHeader(std::string_view line) {
 }
 
 bool sectionNumbersAreGood(CfgJudgement& result, FileText& text) {
+    result.fate = FileFate::badNumbers;
     constexpr std::int32_t withoutNumber = 10000;
     text.numbers.clear();
     for (const std::uint32_t number : text.brackets) {
@@ -182,6 +183,7 @@ bool sectionNumbersAreGood(CfgJudgement& result, FileText& text) {
     }
     result.sections = text.numbers.size();
     if (text.numbers.empty()) {
+        result.fate = FileFate::noSections;
         report(result, &ScanReports::emptyCfgFiles, result.path);
         return false;
     }

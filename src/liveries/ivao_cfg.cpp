@@ -230,12 +230,15 @@ bool isIvaoPath(std::string_view path) {
 }
 
 void lf_searchLiveriesinIvaoFile(const CfgRules& rules, const CfgSource& source, CfgJudgement& result) {
+    result.fate = FileFate::noModel;
     result.model = modelFromPath(result);
     if (result.model.empty())
         return;
+    result.fate = FileFate::unreadable;
     thread_local FileText text;
     if (!readCfg(source, result, text) || !sectionNumbersAreGood(result, text))
         return;
+    result.fate = FileFate::sectionsRead;
     const std::span<const std::string_view> lines = text.lines;
     std::optional<std::size_t> begin;
     for (const std::uint32_t number : text.brackets) {

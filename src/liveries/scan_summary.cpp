@@ -27,39 +27,39 @@ std::string_view folderName(std::string_view path) {
 void FolderSummary::add(const CfgJudgement& judgement, std::size_t newLiveries) {
     ++files;
     liveries += newLiveries;
-    if (!judgement.model.empty()) {
-        sections += judgement.sections;
-        for (const DroppedSection& dropped : judgement.dropped) {
-            switch (dropped.fate) {
-            case SectionFate::unknownRegcode:
-            case SectionFate::noRegcode:
-            case SectionFate::unknownAirline:
-                ++withoutAirline;
-                break;
-            case SectionFate::stub:
-            case SectionFate::payware:
-            case SectionFate::dontUse:
-            case SectionFate::blockedAirline:
-                ++leftOut;
-                break;
-            default:
-                ++incomplete;
-            }
-        }
-        return;
-    }
-    for (const auto& [list, line] : judgement.reports) {
-        if (list == &ScanReports::emptyCfgFiles) {
-            ++withoutSections;
-            return;
-        }
-    }
-    if (judgement.sections == 0)
+    switch (judgement.fate) {
+    case FileFate::unreadable:
         ++unreadable;
-    else if (!judgement.reports.empty() && judgement.reports.front().second.find(" contains ") != std::string::npos)
+        return;
+    case FileFate::noSections:
+        ++withoutSections;
+        return;
+    case FileFate::badNumbers:
         ++badNumbers;
-    else
+        return;
+    case FileFate::noModel:
         ++withoutModel;
+        return;
+    case FileFate::sectionsRead:
+        break;
+    }
+    for (const DroppedSection& dropped : judgement.dropped) {
+        switch (dropped.fate) {
+        case SectionFate::unknownRegcode:
+        case SectionFate::noRegcode:
+        case SectionFate::unknownAirline:
+            ++withoutAirline;
+            break;
+        case SectionFate::stub:
+        case SectionFate::payware:
+        case SectionFate::dontUse:
+        case SectionFate::blockedAirline:
+            ++leftOut;
+            break;
+        default:
+            ++incomplete;
+        }
+    }
 }
 
 std::string whyNoLivery(const FolderSummary& folder) {

@@ -12,7 +12,6 @@ struct FolderSummary {
     std::string path;
     std::size_t liveries = 0, files = 0, closedFolders = 0;
     std::size_t withoutSections = 0, badNumbers = 0, withoutModel = 0, unreadable = 0; ///< files
-    std::size_t sections = 0;                                                          ///< of files with a model
     std::size_t withoutAirline = 0;                                                    ///< sections, as all below
     std::size_t incomplete = 0, leftOut = 0, repeatedTitles = 0;
 

@@ -37,7 +37,8 @@ Version fetchVersion(CURL* curl, const std::string& url);
 void checkProgramVersion();
 bool installNewVersion(const Version& version);
 bool simaddonFolderMissing();
-/// False when the server told no version. Throws filesystem_error.
+/// False when the server told no version. Throws filesystem_error, and std::out_of_range for a stored version that fits
+/// no int.
 bool updateMySimaddon();
 /// Fetches a zip of the server and writes its document to `outPath`. False when nothing was written.
 bool fetchZipAsText(const std::string& zipName, const std::filesystem::path& outPath);

@@ -4,6 +4,7 @@
 #include "reference/reference.h"
 #include "reference/reference_tables.h"
 #include "reference/scramble.h"
+#include "reference_text.h"
 #include "support.h"
 
 #include <fmt/format.h>
@@ -14,13 +15,6 @@
 #include <vector>
 
 namespace kes::test {
-
-inline std::string escaped(std::string_view text) {
-    std::string out;
-    for (const char c : text)
-        out += c == '<' ? "&lt;" : c == '>' ? "&gt;" : c == '&' ? "&amp;" : c == '"' ? "&quot;" : std::string(1, c);
-    return out;
-}
 
 inline std::string model(std::string_view code) {
     return escaped(encryptModel(code));
