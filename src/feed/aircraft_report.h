@@ -2,6 +2,7 @@
 #pragma once
 
 #include "core/ai_aircraft.h"
+#include "core/geo.h"
 
 #include <cstdint>
 
@@ -23,6 +24,7 @@ struct PositionSample {
     bool airborne = false;    ///< `alt` is above 0
     bool stopped = false;     ///< the aircraft does not move on the leg into this sample
     bool adsbHeading = false; ///< the heading's source is trusted in the air
+    LatLon position() const { return {lat, lon}; }
 };
 
 struct AircraftReport : AircraftIdentity {

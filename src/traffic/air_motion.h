@@ -1,4 +1,5 @@
-// Legs in the air. This first form flies straight legs with the heading towards the next sample.
+// Motion in the air. A leg is planned once per sample: the arrival tick anew from distance and speed, then the steps by
+// which a tick moves position, heading, attitude and height. Also the step of a tick for all states. Worker only.
 #pragma once
 
 #include "traffic/live_aircraft.h"
@@ -7,16 +8,23 @@
 
 namespace kes {
 
-void nextPosAir(LiveAircraft& aircraft); ///< re-plans the arrival tick of the next sample
-void setupAirLeg(LiveAircraft& aircraft, PositionSample& next);
-void advancePosition(LiveAircraft& aircraft); ///< one tick, air and ground
+/// Re-plans the arrival tick of the next sample.
+void nextPosAir(LiveAircraft& aircraft);
+/// Computes all steps of the leg to the next sample, `stream[1]`, which may be replaced by a later one.
+void setupAirLeg(LiveAircraft& aircraft);
+/// One tick, in the air and on the ground.
+void advancePosition(LiveAircraft& aircraft);
 /// The simulator says that the object stands on the ground.
 void touchdown(LiveAircraft& aircraft);
-double initialPitch(const PositionSample& sample); ///< radians, for an aircraft born in the air
+/// Radians, nose up negative; for an aircraft born in the air.
+double initialPitch(const PositionSample& sample);
+
 /// No leg is shorter: a late sample must not make a jump.
 inline constexpr std::int32_t shortestLegTicks = 25;
 /// Ticks from now to a sample's arrival, at least `shortestLegTicks`.
 std::int32_t ticksToGo(const PositionSample& to);
+/// Position steps of the leg to `to`, over `ticks`.
+void aimAt(LiveAircraft& aircraft, const PositionSample& to, std::int32_t ticks);
 /// Takes a widened arrival window back by 100 ticks on each side, not below 1000.
 void shrinkWindow(LiveAircraft& aircraft);
 /// Ticks that the leg from `from` to `to` takes at the mean of both speeds, at least 25.

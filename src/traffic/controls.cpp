@@ -1,4 +1,4 @@
-// Throttle, flaps, gear and spoilers of one live aircraft, as events for the simulator.
+// Throttle, flaps, gear, spoilers and lights of one live aircraft, as events for the simulator.
 #include "traffic/life_cycle.h"
 
 #include <array>
@@ -43,6 +43,32 @@ void setGear(LiveAircraft& aircraft, bool down) {
 void setSpoilers(LiveAircraft& aircraft, std::uint32_t value) {
     if (hasObject(aircraft) && hasWings(aircraft))
         queueEvent(aircraft.objectid, event::spoilers, value);
+}
+
+void setEngineLevel(LiveAircraft& aircraft, std::int32_t level) {
+    setThrottleLevel(aircraft, hasWings(aircraft) ? level : 4);
+}
+
+void setRollOutControls(const LiveAircraft& aircraft, double spoilers, double throttle) {
+    if (hasObject(aircraft) && aircraft.category != AircraftCategory::light)
+        setControlData(aircraft.objectid, spoilers, throttle, throttle);
+}
+
+void setCabin(const LiveAircraft& aircraft, bool lit) {
+    if (hasObject(aircraft))
+        setCabinLights(aircraft.objectid, lit);
+}
+
+void sendLights(std::uint32_t objectid, const Lights& lights) {
+    if (objectid == 0)
+        return;
+    setNavLights(objectid, lights.nav);
+    queueEvent(objectid, event::beaconLights, lights.beacon);
+    queueEvent(objectid, event::landingLights, lights.landing);
+    queueEvent(objectid, event::taxiLights, lights.taxi);
+    queueEvent(objectid, event::strobes, lights.strobes);
+    queueEvent(objectid, event::logoLights, lights.logo);
+    setCabinLights(objectid, lights.cabin);
 }
 
 } // namespace kes

@@ -4,18 +4,37 @@
 #include "core/parameters.h"
 #include "core/run_state.h"
 #include "traffic/air_motion.h"
+#include "traffic/flight_phases.h"
 #include "traffic/life_cycle.h"
+#include "traffic/parking.h"
 
 #include <algorithm>
 #include <cmath>
 #include <fmt/format.h>
-#include <limits>
 
 namespace kes {
 
 namespace {
 
-constexpr double straight = 3.0; ///< degrees; a smaller turn is not worth one
+constexpr double straight = 3.0;    ///< degrees; a smaller turn is not worth one
+constexpr double uTurn = 160.0;     ///< degrees; a larger one has no curve
+constexpr double sharpTurn = 45.0;  ///< degrees
+constexpr double fullCorner = 90.0; ///< degrees
+constexpr double longLeg = 50.0 / metresPerNm;
+constexpr std::int32_t longLegTicks = 600;
+constexpr double takeOffSpeed = 43.0; ///< knots
+constexpr double speedChange = 5.0;   ///< knots
+constexpr double speedChangeLeg = 100.0 / metresPerNm;
+constexpr std::int32_t cornerWindow = 2000; ///< ticks
+constexpr double crawling = 5.0;            ///< knots
+constexpr double stopNear = 35.0 / metresPerNm;
+constexpr double runwayTurn = 15.0;   ///< degrees; who has turned more has left the runway
+constexpr double rollOutSpeed = 90.0; ///< knots
+constexpr double levelOff = 256.0;    ///< feet per minute; less is no climb
+constexpr double leastRise = 0.1;     ///< feet
+
+/// Knots; in the order of AircraftCategory.
+constexpr std::array<double, 6> liftOffSpeed{90, 110, 140, 150, 220, 0};
 
 void timeStop(LiveAircraft& a) {
     const PositionSample& from = a.stream[0];
@@ -26,16 +45,16 @@ void timeStop(LiveAircraft& a) {
 
 /// A short leg turns faster and a long one slower, so that a turn neither lags the leg nor snaps round.
 void fitTurnRate(LiveAircraft& a, std::int32_t travel, double distance) {
-    const double turn = a.legTurn;
+    const double turn = a.turning ? a.legTurn : a.curveAngle;
     if (turn == 0.0 || distance <= 0.0)
         return;
     const double turnTicks = std::max(std::round(turn / a.turnRate / 100.0), 1.0);
     const double ratio = travel / turnTicks;
-    if (turn > 45.0) {
-        a.turnRate *= std::min(ratio, std::min(turn, 90.0) / 30.0);
-        if (turn >= 90.0) {
-            a.earlyTicks = std::max(a.earlyTicks, 2000);
-            a.lateTicks = std::max(a.lateTicks, 2000);
+    if (turn > sharpTurn) {
+        a.turnRate *= std::min(ratio, std::min(turn, fullCorner) / 30.0);
+        if (turn >= fullCorner) {
+            a.earlyTicks = std::max(a.earlyTicks, cornerWindow);
+            a.lateTicks = std::max(a.lateTicks, cornerWindow);
         }
         return;
     }
@@ -46,11 +65,134 @@ void fitTurnRate(LiveAircraft& a, std::int32_t travel, double distance) {
         a.turnRate /= divisor;
 }
 
+/// A speed that changes much over a long leg changes in two steps.
+void changeSpeedInSteps(LiveAircraft& a) {
+    const PositionSample& s0 = a.stream[0];
+    const PositionSample& s1 = a.stream[1];
+    if ((s0.gs > 0.0 || s1.gs > 0.0) && std::fabs(s0.gs - s1.gs) > speedChange &&
+        distanceNm(s0.position(), s1.position()) >= speedChangeLeg)
+        insertMidpoint(a);
+}
+
+void planCorner(LiveAircraft& a) {
+    const PositionSample& s0 = a.stream[0];
+    const PositionSample& s1 = a.stream[1];
+    const PositionSample& s2 = a.stream[2];
+    const double turn = degreesBetween(a.heading, bearingRad(s1.position(), s2.position()));
+    if (turn > sharpTurn && s0.gs <= takeOffSpeed && s1.tick - s0.tick >= longLegTicks &&
+        distanceNm(s0.position(), s1.position()) > longLeg)
+        insertMidpoint(a); // the curve begins half-way to the corner
+    else if (turn > straight && turn <= uTurn && (s0.lat != s2.lat || s0.lon != s2.lon))
+        setUpCurve(a, turn);
+    else
+        changeSpeedInSteps(a);
+}
+
+void planMovingLeg(LiveAircraft& a) {
+    if (a.sz() > 2 && !a.stream[2].stopped)
+        planCorner(a);
+    else if (a.sz() > 2 || a.extrapCount < 1)
+        changeSpeedInSteps(a);
+    if (curveRuns(a)) {
+        a.turning = false;
+        return;
+    }
+    a.legTurn = degreesBetween(a.heading, a.targetHeading);
+    a.turning = a.legTurn > straight;
+}
+
+/// The data end in a standstill: that may be at a stand.
+void lookForStand(LiveAircraft& a) {
+    const PositionSample& back = a.stream.back();
+    if (!back.stopped || a.fs != FlightState::taxi || !airportDataReady())
+        return;
+    const bool cameFromStand = a.fsPrevious == FlightState::parked || a.fsPrevious < FlightState::taxi;
+    if (!a.towed && cameFromStand)
+        return;
+    if (a.extrapCount > 0)
+        try2Park(a, a.landedSearch);
+    else if (a.stream[1].gs <= crawling && distanceNm(back.position(), a.position()) <= stopNear)
+        try2Park(a, false);
+}
+
+void planDeparture(LiveAircraft& a) {
+    widenWindow(a);
+    if (!a.pullOutDue)
+        return;
+    const double exit = bearingRad({a.standLat, a.standLon}, a.stream.back().position());
+    if (std::round(degreesBetween(a.standHeading, exit)) < 90.0)
+        pullOut(a);
+    else
+        pushBack(a);
+}
+
+void rollOut(LiveAircraft& a) {
+    if (degreesBetween(a.touchdownHeading, a.heading) < runwayTurn) {
+        if (a.stream[0].gs <= rollOutSpeed) {
+            setSpoilers(a, 0);
+            setRollOutControls(a, 0.0, 0.0);
+            setFlapsLevel(a, 1);
+        }
+        return;
+    }
+    setFlapsLevel(a, 0);
+    a.landingRoll = false;
+    a.touchdownHeading = 0.0;
+    setEngineLevel(a, 0);
+    setSpoilers(a, 0);
+    setRollOutControls(a, 0.0, 0.0);
+    sendLights(a.objectid, {.taxi = true, .logo = true, .cabin = true});
+}
+
+void setGroundThrottle(LiveAircraft& a) {
+    if (a.landingRoll) {
+        rollOut(a);
+    } else if (!a.departing) {
+        setEngineLevel(a, 0);
+    } else if (a.category == AircraftCategory::rotorcraft) {
+        setThrottleLevel(a, 4);
+    } else {
+        const double from = a.stream[0].gs, to = a.stream[1].gs;
+        setThrottleLevel(a, from >= 25.0 || to >= 30.0   ? 4
+                            : from >= 20.0 || to >= 25.0 ? 2
+                            : from >= 15.0 || to >= 20.0 ? 1
+                                                         : 0);
+    }
+}
+
+/// The samples ahead tell whether the aircraft lifts off on this leg.
+void lookForLiftOff(LiveAircraft& a) {
+    bool airborne = true, fast = true, level = false;
+    for (std::size_t i = 1; i < a.sz(); ++i) {
+        const PositionSample& s = a.stream[i];
+        airborne = airborne && s.airborne;
+        fast = fast && s.gs >= liftOffSpeed[static_cast<std::size_t>(a.category)];
+        level = level || s.vs <= levelOff;
+    }
+    if (level && !(airborne && fast))
+        return;
+    const PositionSample& next = a.stream[1];
+    a.altStep = !level && airborne ? std::max(next.alt - a.alt, leastRise) / ticksToGo(next) : a.climbStepMax;
+    beginRotation(a);
+}
+
 } // namespace
 
-void clearCurve(LiveAircraft& aircraft) {
-    aircraft.curve.fill(std::numeric_limits<double>::quiet_NaN());
-    aircraft.curveT = 0.0;
+void insertMidpoint(LiveAircraft& a) {
+    const PositionSample& s0 = a.stream[0];
+    const PositionSample& s1 = a.stream[1];
+    PositionSample middle = s0;
+    double lonHalf = (s1.lon - s0.lon) / 2.0;
+    if (std::fabs(lonHalf) > 90.0) // across the date line
+        lonHalf -= std::copysign(180.0, lonHalf);
+    middle.lat = (s0.lat + s1.lat) / 2.0;
+    middle.lon = s0.lon + lonHalf;
+    middle.gs = (s0.gs + s1.gs) / 2.0;
+    middle.alt = std::max((s0.alt + s1.alt) / 2.0, 0.0);
+    middle.tick = s0.tick + (s1.tick - s0.tick) / 2;
+    middle.airborne = middle.alt > 0.0;
+    middle.stopped = false;
+    a.stream.insert(a.stream.begin() + 1, middle);
 }
 
 void setLegTiming(LiveAircraft& aircraft) {
@@ -62,43 +204,52 @@ void setLegTiming(LiveAircraft& aircraft) {
     }
     aircraft.turnRate = aircraft.turnRateBase;
     const std::int32_t travel = travelTicks(from, to);
-    if (aircraft.turning)
-        fitTurnRate(aircraft, travel, distanceNm({from.lat, from.lon}, {to.lat, to.lon}));
+    if (aircraft.turning || curveRuns(aircraft))
+        fitTurnRate(aircraft, travel, distanceNm(from.position(), to.position()));
     planArrival(aircraft, to, travel);
 }
 
 void nextPosGround(LiveAircraft& aircraft) {
-    const PositionSample& to = aircraft.stream[1];
-    if (to.airborne && !to.stopped) {
-        aircraft.onGround = false;
-        aircraft.turning = false;
-        setFlightState(aircraft, FlightState::flying);
-        nextPosAir(aircraft);
-        return;
+    switch (aircraft.fs) {
+    case FlightState::pushing_back:
+        continuePushBack(aircraft);
+        break;
+    case FlightState::pushed_back:
+        break;
+    case FlightState::parked:
+        planDeparture(aircraft);
+        break;
+    default:
+        if (!aircraft.stream[1].stopped)
+            planMovingLeg(aircraft);
+        lookForStand(aircraft);
     }
-    if (!to.stopped) {
-        aircraft.legTurn = std::fabs(angleDiff(aircraft.heading, aircraft.targetHeading)) * radToDeg;
-        aircraft.turning = aircraft.legTurn > straight;
-    }
-    setLegTiming(aircraft);
+    if (aircraft.sz() > 1)
+        setLegTiming(aircraft);
 }
 
-void setupGroundLeg(LiveAircraft& aircraft, PositionSample& next) {
+void setupGroundLeg(LiveAircraft& aircraft) {
     // An aircraft whose livery was to be chosen anew, but stayed, is still in birth.
     if (aircraft.fs == FlightState::parked || aircraft.fs == FlightState::flying || aircraft.fs == FlightState::birth)
         setFlightState(aircraft, FlightState::taxi);
+    else
+        setGroundThrottle(aircraft);
     if (!aircraft.landingRoll && !aircraft.departing)
         shrinkWindow(aircraft);
-    aircraft.pitch = aircraft.staticPitch;
-    aircraft.bank = 0.0;
-    aircraft.pitchStep = 0.0;
-    aircraft.bankStep = 0.0;
-    aircraft.tasLeg = next.gs;
+    if (aircraft.flareStage == 0 && aircraft.fs != FlightState::take_off) {
+        aircraft.pitch = aircraft.staticPitch;
+        aircraft.bank = aircraft.pitchStep = aircraft.bankStep = 0.0;
+    }
+    const PositionSample& next = aircraft.stream[1];
+    if (curveRuns(aircraft))
+        aircraft.curveStep = 1.0 / ticksToGo(next);
+    aircraft.tasLeg = aircraft.fs == FlightState::pushing_back ? -next.gs : next.gs;
+    if (aircraft.departing && aircraft.fs != FlightState::take_off && aircraft.stream[0].gs >= takeOffSpeed)
+        lookForLiftOff(aircraft);
 }
 
 void applyGroundData(LiveAircraft& aircraft, bool simOnGround, double groundAltitude, double agl) {
-    // The simulator tells the ground some ticks late: an aircraft that climbs has just left it.
-    if (simOnGround && !aircraft.onGround && aircraft.rotationCount < 2 && aircraft.altStep <= 0.0)
+    if (simOnGround && !aircraft.onGround && aircraft.rotationCount < 2)
         touchdown(aircraft);
     aircraft.agl = agl;
     if (aircraft.onGround || aircraft.rotationCount >= 2)

@@ -41,10 +41,22 @@ void clearTitleTable();
 /// Everything of live traffic back to its start values.
 void resetLiveTraffic();
 
+/// What burns; sent in the order of the fields.
+struct Lights {
+    bool nav = true, beacon = true, landing = false, taxi = false, strobes = false, logo = false, cabin = false;
+};
+void sendLights(std::uint32_t objectid, const Lights& lights);
+void setCabin(const LiveAircraft& aircraft, bool lit);
+
 /// A level is sent only when it differs from the last one sent; 0 to 4 and 0 to 3.
 void setThrottleLevel(LiveAircraft& aircraft, std::int32_t level);
 void setFlapsLevel(LiveAircraft& aircraft, std::int32_t level);
 void setGear(LiveAircraft& aircraft, bool down);
 void setSpoilers(LiveAircraft& aircraft, std::uint32_t value);
+inline constexpr std::uint32_t spoilersOut = 16383;
+/// `level`, or 4 for a Rotorcraft, whose rotor never idles.
+void setEngineLevel(LiveAircraft& aircraft, std::int32_t level);
+/// Spoilers and throttles of the object itself, in percent; nothing for a Light aircraft.
+void setRollOutControls(const LiveAircraft& aircraft, double spoilers, double throttle);
 
 } // namespace kes

@@ -1,4 +1,5 @@
-// Stands for live traffic. This first form knows no stands.
+// Stands for live traffic. This form lets an aircraft be born on a stand of the list and leave it; finding a stand for
+// an arrival, and learning from what is seen, is not in it yet.
 #pragma once
 
 #include "traffic/live_aircraft.h"
@@ -8,15 +9,24 @@
 
 namespace kes {
 
-/// Birth of a ground aircraft: parked at a stand when one fits. False = it taxies.
-bool bornParked(LiveAircraft& aircraft);
+enum class BirthPlace : std::uint8_t { taxiing, parked, notKnownYet };
+/// Birth of a ground aircraft: on a stand when one fits. `notKnownYet` has dropped the front sample.
+BirthPlace bornOnStand(LiveAircraft& aircraft);
+/// The stop of a taxiing aircraft leads to a stand when one fits; `wide` after a landing.
+void try2Park(LiveAircraft& aircraft, bool wide);
+/// A park airport with stands is loaded.
+bool airportDataReady();
 void arriveAtStand(LiveAircraft& aircraft);
 void learnStand(LiveAircraft& aircraft, bool force);
+/// Tells the stand's list that this aircraft leaves it now.
+void noteDeparture(LiveAircraft& aircraft);
 /// An aircraft leaves its stand: the stand's mark of a live aircraft is cleared.
 void releaseStand(const AiAircraft& aircraft);
+/// The record forgets its stand.
+void emptyStand(AiAircraft& aircraft);
 /// A parked aircraft entered the simulator: note, log, drop static plans for the stand.
 void noteParked(LiveAircraft& aircraft);
-/// The name of a stand for messages; empty for an unknown one.
+/// The name of a stand for messages; "unknown" for an unknown one, "sid==0?" for none.
 std::string standName(std::uint32_t sid);
 
 } // namespace kes

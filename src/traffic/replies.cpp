@@ -33,40 +33,26 @@ struct LightSequence {
 };
 std::vector<LightSequence> lightSequences;
 
-struct Lights {
-    bool nav, beacon, landing, taxi, strobes, logo, cabin;
-};
-
-void sendLights(std::uint32_t objectid, const Lights& lights) {
-    setNavLights(objectid, lights.nav);
-    queueEvent(objectid, event::beaconLights, lights.beacon);
-    queueEvent(objectid, event::landingLights, lights.landing);
-    queueEvent(objectid, event::taxiLights, lights.taxi);
-    queueEvent(objectid, event::strobes, lights.strobes);
-    queueEvent(objectid, event::logoLights, lights.logo);
-    setCabinLights(objectid, lights.cabin);
-}
-
 void sendInitialSet(LiveAircraft& a) {
     const std::int32_t idle = a.category == AircraftCategory::rotorcraft ? 4 : 0;
     if (!a.stream.empty() && a.stream.front().airborne) {
         queueEvent(a.objectid, event::engineStart, 0);
         setSpoilers(a, 0);
         const bool low = a.alt <= lowAltitude;
-        sendLights(a.objectid, {true, true, low, false, true, low, a.agl >= cabinLightAgl});
+        sendLights(a.objectid, {.landing = low, .strobes = true, .logo = low, .cabin = a.agl >= cabinLightAgl});
         return;
     }
     setSpoilers(a, 0);
     if (a.fs == FlightState::parked) {
         queueEvent(a.objectid, event::engineShutdown, 0);
-        sendLights(a.objectid, {par::NAV_LIGHTS_WHILE_PARKED, false, false, false, false, true, true});
+        sendLights(a.objectid, {.nav = par::NAV_LIGHTS_WHILE_PARKED, .beacon = false, .logo = true, .cabin = true});
         setThrottleLevel(a, idle);
         setFlapsLevel(a, 0);
         return;
     }
     const bool taxiing = a.fs == FlightState::taxi;
     queueEvent(a.objectid, event::engineStart, 0);
-    sendLights(a.objectid, {true, true, false, taxiing, false, true, true});
+    sendLights(a.objectid, {.taxi = taxiing, .logo = true, .cabin = true});
     setThrottleLevel(a, idle);
     setFlapsLevel(a, taxiing ? 1 : 0);
 }
@@ -97,7 +83,8 @@ void eraseParked(AiAircraft& a) {
 
 void endStaticSequence(AiAircraft& a) {
     queueEvent(a.objectid, event::engineShutdown, 0);
-    sendLights(a.objectid, {par::NAV_LIGHTS_WHILE_PARKED, false, false, false, false, true, !a.standCargo});
+    sendLights(a.objectid,
+               {.nav = par::NAV_LIGHTS_WHILE_PARKED, .beacon = false, .logo = true, .cabin = !a.standCargo});
     if (par::LOG)
         log(fmt::format("{:8}: {:8} parked", standName(a.sid), a.callsign));
     becomeActive(a);

@@ -162,10 +162,11 @@ void spawnLiveAc(LiveAircraft& aircraft) {
             aircraft.deleteNow = true;
             return;
         }
-        if (aircraft.stream.front().airborne)
-            setFlightState(aircraft, FlightState::flying);
-        else if (!bornParked(aircraft))
-            setFlightState(aircraft, FlightState::taxi);
+        const BirthPlace place = aircraft.stream.front().airborne ? BirthPlace::taxiing : bornOnStand(aircraft);
+        if (place == BirthPlace::notKnownYet)
+            return;
+        if (place == BirthPlace::taxiing)
+            setFlightState(aircraft, aircraft.stream.front().airborne ? FlightState::flying : FlightState::taxi);
     }
     if (aircraft.deleteNow)
         return;

@@ -22,12 +22,6 @@ bool isMarked(const LiveAircraft& a) {
     return a.deleteNow || a.deleteQueued;
 }
 
-/// The shorter way round the date line.
-double lonDifference(double from, double to) {
-    const double d = to - from;
-    return d > 180.0 ? d - 360.0 : d < -180.0 ? d + 360.0 : d;
-}
-
 void nextPos(LiveAircraft& a) {
     clearCurve(a);
     const PositionSample& front = a.stream[0];
@@ -51,13 +45,11 @@ void nextPos(LiveAircraft& a) {
         if (!a.landingRoll && !a.departing)
             shrinkWindow(a);
     } else {
-        const std::int32_t ticks = ticksToGo(target);
-        a.latStep = (target.lat - a.lat) / ticks;
-        a.lonStep = lonDifference(a.lon, target.lon) / ticks;
+        aimAt(a, target, ticksToGo(target));
         if (a.onGround)
-            setupGroundLeg(a, target);
+            setupGroundLeg(a);
         else
-            setupAirLeg(a, target);
+            setupAirLeg(a);
     }
     a.stream.pop_front();
 }

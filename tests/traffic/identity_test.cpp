@@ -113,6 +113,7 @@ TEST_F(IdentityTest, InBufferTheLatestWordCounts) {
     r.regcode = "D-AIZB";
     feed(r);
     r.timestamp += 10;
+    r.sample.lat += 0.01;
     r.callsign.clear();
     r.dest = "FRA";
     r.orig.clear();

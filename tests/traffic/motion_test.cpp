@@ -1,4 +1,4 @@
-// Straight legs in the air and on the ground.
+// Legs in the air and on the ground.
 #include "feed/qnh_reader.h"
 #include "traffic/air_motion.h"
 #include "traffic/ground_motion.h"
@@ -25,7 +25,8 @@ TEST_F(MotionTest, TicksAddUpToTheLeg) {
     EXPECT_NEAR(a.lat, homeLat + 0.1, 1e-4);
     EXPECT_NEAR(a.lon, homeLon + 0.05, 1e-4);
     EXPECT_NEAR(a.alt, 9000, 1);
-    EXPECT_NEAR(a.heading, bearingRad({homeLat, homeLon}, {homeLat + 0.1, homeLon + 0.05}), 1e-4);
+    EXPECT_NEAR(angleDiff(a.heading, bearingRad({homeLat + 0.1, homeLon + 0.05}, {homeLat + 0.2, homeLon})), 0, 1e-4)
+        << "it stands on the next course already";
     EXPECT_NEAR(a.bank, 0.3, 1e-3);
     EXPECT_NEAR(a.pitch, (-3 - 1000 / 600.0 * 2.2) * degToRad, 1e-3);
     EXPECT_NEAR(a.vsOut, 1000 / 60.0, 1e-9);
@@ -136,24 +137,8 @@ TEST_F(MotionTest, LandsWhereTheGroundIs) {
     currentQnh = 1013;
 }
 
-TEST_F(MotionTest, LeavesTheGroundOnceAndStaysOff) {
-    std::vector<PositionSample> stream{ground(0, 5000, 140), air(0.02, 8000, 150, 900), air(0.05, 12000, 160, 2000),
-                                       air(0.2, 30000, 160, 3000)};
-    LiveAircraft& a = activeFlight(firstHex, stream);
-    a.staticCg = 10;
-    a.alt = 610;
-    nextPosMain(a);
-    EXPECT_FALSE(a.onGround);
-    EXPECT_EQ(a.fs, FlightState::flying);
-    EXPECT_GT(a.altStep, 0);
-    addSimReply(reply(ReplyKind::ground, a.objectid, 1, 600, 0)); // the simulator is some ticks behind
-    run(1000);
-    EXPECT_FALSE(liveAircraft.at(0).onGround);
-    EXPECT_GT(liveAircraft[0].alt, 690);
-}
-
 TEST_F(MotionTest, TaxiTurnsAtItsRateAndHoldsItsAttitude) {
-    std::vector<PositionSample> stream{ground(0, 5000, 10), ground(0.002, 9320, 10), ground(0.0021, 99999, 10)};
+    std::vector<PositionSample> stream{ground(0, 5000, 10), ground(0.002, 9320, 10)};
     LiveAircraft& a = activeFlight(firstHex, stream);
     a.heading = normalizeAngle(-0.5);
     a.staticPitch = 0.01;

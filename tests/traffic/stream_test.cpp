@@ -50,6 +50,7 @@ TEST_F(StreamTest, ThinsReportsThatContradictOrAddNothing) {
         feed(r);
         ASSERT_EQ(liveAircraft.size(), 1U) << c.what;
         r.timestamp += c.seconds;
+        r.sample.lat += 0.001; // farther than noise
         r.sample.gs = c.gs;
         r.sample.track += c.turn;
         if (r.sample.track < 0)
