@@ -2,6 +2,7 @@
 
 #include "airports/airport_ref.h"
 #include "airports/airport_table.h"
+#include "airports/stands.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/user_aircraft.h"
@@ -57,6 +58,7 @@ bool staticParkingActive() {
 void prepareParkState() {}
 
 void resetParking() {
+    stands.clear();
     parkedAircraft.clear();
     setAirportRef(std::nullopt);
 }

@@ -25,6 +25,10 @@ AircraftReport* ReportQueue::front() {
     return size_ == 0 ? nullptr : slots_ + head_;
 }
 
+const AircraftReport* ReportQueue::back() const {
+    return size_ == 0 ? nullptr : slots_ + (head_ + size_ - 1) % capacity;
+}
+
 void ReportQueue::pop() {
     if (size_ == 0)
         return;

@@ -21,6 +21,8 @@ struct ReportQueue {
     AircraftReport& push();
     /// The head, or null. Stays valid until `pop`. Under `sampleMutex`.
     AircraftReport* front();
+    /// The report pushed last, or null. Under `sampleMutex`.
+    const AircraftReport* back() const;
     void pop();
     std::size_t size() const;
     void clear();

@@ -27,6 +27,15 @@ bool poseIsNumber(const LiveAircraft& a) {
     return std::isfinite(sum);
 }
 
+/// The front sample's tick is the planned arrival of the leg being flown, which may be late.
+bool ticksRise(const LiveAircraft& a) {
+    for (std::size_t i = 2; i < a.sz(); ++i) {
+        if (a.stream[i].tick <= a.stream[i - 1].tick)
+            return false;
+    }
+    return true;
+}
+
 std::string told(std::string_view kind, const LiveAircraft& a) {
     return fmt::format("{}: {}", kind, longLabel(a));
 }
@@ -53,6 +62,8 @@ std::string checkLiveTables() {
             return told("heading out of range", a);
         if (std::fabs(a.lon) > 180.0)
             return told("longitude out of range", a);
+        if (!ticksRise(a))
+            return told("ticks of a stream do not rise", a);
     }
     return {};
 }

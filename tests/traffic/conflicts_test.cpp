@@ -66,8 +66,9 @@ TEST_F(ConflictsTest, TheCallsignListIsSortedAndReplaced) {
         std::filesystem::create_directories(path::callsign2ObjectId.parent_path());
     std::ofstream(path::callsign2ObjectId) << std::string(1000, 'x');
     writeCallsignList();
-    EXPECT_EQ(test::readFile(path::callsign2ObjectId),
-              "Air DLH305    DLH A320: 78 \nGnd DLH304    DLH A320: 77 \nGnd DLH307    DLH A320: 79 Parked at sid==0?\n");
+    EXPECT_EQ(
+        test::readFile(path::callsign2ObjectId),
+        "Air DLH305    DLH A320: 78 \nGnd DLH304    DLH A320: 77 \nGnd DLH307    DLH A320: 79 Parked at sid==0?\n");
 }
 
 TEST_F(ConflictsTest, TheUserFindsAnObjectByItsCallsign) {

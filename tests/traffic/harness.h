@@ -20,7 +20,9 @@
 #include "support.h"
 #include "traffic/conflicts.h"
 #include "traffic/filters.h"
+#include "traffic/ground_motion.h"
 #include "traffic/life_cycle.h"
+#include "traffic/life_cycle_parts.h"
 #include "traffic/live_aircraft.h"
 #include "traffic/tick_check.h"
 
@@ -185,18 +187,16 @@ struct TrafficTest : testing::Test {
         return condition();
     }
     /// A record that is already driven: a flight of four samples, the first one just reached.
-    LiveAircraft& activeFlight(std::uint32_t hexid, const std::vector<PositionSample>& stream) {
+    LiveAircraft& activeFlight(std::uint32_t hexid, const std::vector<PositionSample>& stream,
+                               const std::string& model = "A320") {
         LiveAircraft& a = liveAircraft.emplace_back();
         a.hexid = hexid;
-        a.model = "A320";
+        a.model = model;
         a.airline = "DLH";
         a.callsign = "DLH" + std::to_string(hexid % 1000);
         a.coupledCs1 = a.callsign;
-        a.category = AircraftCategory::large;
-        const CategoryRow& row = categoryRow(a.category);
-        a.turnRateBase = a.turnRate = row.turnRateBase;
-        a.climbStepMax = row.climbStepMax;
-        a.wingspan = wingspanOf(a.model);
+        applyModel(a);
+        clearCurve(a);
         a.title = findTitle("FSLTL_DLH");
         a.objectid = nextObject++;
         a.st = AircraftStatus::active;

@@ -1,0 +1,226 @@
+// What becomes of a new sample at the back of a stream.
+#include "airports/stands.h"
+#include "traffic/flight_phases.h"
+#include "traffic/harness.h"
+#include "traffic/parking.h"
+
+#include <limits>
+
+namespace kes {
+namespace {
+
+using FlightPhasesTest = test::TrafficTest;
+using test::firstHex;
+using test::homeLat;
+using test::homeLon;
+
+constexpr double metre = 1.0 / 1852.0 / 60.0; ///< degrees of latitude
+
+PositionSample northOf(PositionSample s, double metres, double gs, std::int32_t later = 500) {
+    s.lat += metres * metre;
+    s.gs = gs;
+    s.tick += later;
+    return s;
+}
+
+TEST_F(FlightPhasesTest, NoiseIsStandingStillOnTheGroundAndNothingInTheAir) {
+    struct Case {
+        const char* what;
+        bool airborne, departing;
+        double lastGs, gs, metres;
+        bool taken, stopped;
+    };
+    const Case cases[] = {
+        {"no move in the air", true, false, 200, 200, 0, false, false},
+        {"hardly a move in the air", true, false, 200, 200, 10, false, false},
+        {"a move in the air", true, false, 200, 200, 100, true, false},
+        {"no move on the ground", false, false, 10, 10, 0, true, true},
+        {"jitter on the ground", false, false, 10, 10, 10, true, true},
+        {"more than jitter", false, false, 10, 10, 18, true, false},
+        {"a fast run that stands still is a slip", false, true, 30, 40, 0, false, false},
+        {"a slow one may stop", false, true, 29, 20, 0, true, true},
+        {"a fast run with jitter", false, true, 50, 60, 10, false, false},
+        {"a slower one", false, true, 49, 40, 10, true, true},
+        {"a stop far away", false, false, 90, 0, 100, true, false},
+        {"speed 0 in the air, after 60", true, false, 60, 0, 100, false, false},
+        {"and after 49", true, false, 49, 0, 100, true, false},
+        {"speed 0 in a fast run", false, true, 50, 0, 100, false, false},
+    };
+    for (const Case& c : cases) {
+        resetLiveTraffic();
+        const PositionSample last = c.airborne ? air(0, 9000, c.lastGs) : ground(0, 9000, c.lastGs);
+        LiveAircraft& a = activeFlight(firstHex, {last, last});
+        a.departing = c.departing;
+        a.stream[0].tick = 8000;
+        decodeExisting(a, northOf(last, c.metres, c.gs));
+        EXPECT_EQ(a.sz() == 3, c.taken) << c.what;
+        if (!c.taken)
+            continue;
+        EXPECT_EQ(a.stream[2].stopped, c.stopped) << c.what;
+        EXPECT_EQ(a.stream[2].gs, c.stopped ? 0.0 : c.gs) << c.what;
+        const bool copied = c.metres > 0 && c.stopped;
+        EXPECT_EQ(a.stream[2].tick, copied ? 9001 : 9500) << c.what << ": a copy follows at once";
+        EXPECT_EQ(a.stream[2].lat == last.lat, c.metres == 0 || copied) << c.what;
+    }
+}
+
+TEST_F(FlightPhasesTest, AHelicopterMayHover) {
+    const PositionSample last = air(0, 9000, 5, 600);
+    LiveAircraft& a = activeFlight(firstHex, {last, last}, "EC35");
+    decodeExisting(a, northOf(last, 0, 0));
+    ASSERT_EQ(a.sz(), 3U);
+    EXPECT_TRUE(a.stream[2].stopped);
+}
+
+TEST_F(FlightPhasesTest, ShortStopsAreTakenOut) {
+    struct Case {
+        const char* what;
+        double seconds, metres;
+        bool kept;
+    };
+    for (const Case& c : {Case{"10 s at a line", 10, 60, false}, Case{"20 s", 20, 60, true}, Case{"15 s", 15, 60, true},
+                          Case{"a long one that leads nowhere", 60, 21, false}}) {
+        resetLiveTraffic();
+        const PositionSample rolling = ground(0, 9000);
+        PositionSample first = rolling;
+        first.lat -= 100 * metre;
+        first.tick = 8000;
+        LiveAircraft& a = activeFlight(firstHex, {first, rolling});
+        PositionSample stop = rolling;
+        for (int i = 1; i <= 3; ++i) {
+            stop.tick = 9000 + static_cast<std::int32_t>(c.seconds * 100 / 3 * i);
+            stop.gs = 0;
+            decodeExisting(a, stop);
+        }
+        ASSERT_EQ(a.sz(), 5U) << c.what;
+        decodeExisting(a, northOf(stop, c.metres, 10));
+        EXPECT_EQ(a.sz(), c.kept ? 6U : 3U) << c.what;
+        EXPECT_FALSE(a.stream.back().stopped) << c.what;
+    }
+}
+
+TEST_F(FlightPhasesTest, ALandingNeitherTurnsAroundNorSpeedsUp) {
+    struct Case {
+        const char* what;
+        bool approach;
+        double metres, gs, lastGs;
+        std::size_t left;  ///< samples, the new one included when it was taken
+        double expectedGs; ///< of the last one
+    };
+    const Case cases[] = {
+        {"on it goes", true, 300, 130, 135, 4, 130},
+        {"30 to 50 is held", false, 50, 50, 30, 4, 30},
+        {"30 to 40 is not", false, 50, 40, 30, 4, 40},
+        {"a slip behind the last one costs that one", true, -50, 130, 135, 3, 130},
+        {"far behind it costs two", true, -150, 130, 135, 2, 130},
+        {"nothing new", true, 0, 130, 135, 3, 135},
+    };
+    for (const Case& c : cases) {
+        resetLiveTraffic();
+        PositionSample s = air(0, 9000, c.lastGs, 300);
+        LiveAircraft& a = activeFlight(firstHex, {s, northOf(s, 100, c.lastGs), northOf(s, 200, c.lastGs, 900)});
+        a.approach = c.approach;
+        a.landingRoll = !c.approach;
+        a.heading = 0;
+        decodeExisting(a, northOf(s, 200 + c.metres, c.gs, 1500));
+        EXPECT_EQ(a.sz(), c.left) << c.what;
+        EXPECT_EQ(a.stream.back().gs, c.expectedGs) << c.what;
+    }
+}
+
+TEST_F(FlightPhasesTest, AReportEndsTheInventedWayUnlessItLiesBehind) {
+    for (const double metres : {500.0, -500.0}) {
+        resetLiveTraffic();
+        LiveAircraft& a = activeFlight(firstHex, {air(0, 9000)});
+        a.extrapCount = 5;
+        decodeExisting(a, northOf(a.stream[0], metres, 300));
+        const bool resumed = metres > 0;
+        EXPECT_EQ(a.sz(), resumed ? 2U : 1U);
+        EXPECT_EQ(a.extrapCount, resumed ? 0 : 5);
+        EXPECT_EQ(a.stream[0].tick, resumed ? tickCount + 1 : 9000);
+        EXPECT_EQ(a.lateTicks, resumed ? 3000 : 1000);
+    }
+}
+
+TEST_F(FlightPhasesTest, ATakeOffRunBeginsWithTheSecondFastSample) {
+    LiveAircraft& a = activeFlight(firstHex, {ground(0, 9000, 30)});
+    decodeExisting(a, northOf(a.stream.back(), 100, 43));
+    EXPECT_FALSE(a.departing);
+    decodeExisting(a, northOf(a.stream.back(), 200, 60));
+    EXPECT_TRUE(a.departing);
+    EXPECT_EQ(a.lateTicks, 5000);
+    EXPECT_EQ(a.fs, FlightState::taxi);
+    resetLiveTraffic();
+    LiveAircraft& b = activeFlight(firstHex, {ground(0, 9000, 90)});
+    b.landingRoll = true;
+    decodeExisting(b, air(0.002, 9500, 140, 100));
+    EXPECT_FALSE(b.departing) << "one airborne sample of a landing is noise";
+    decodeExisting(b, air(0.004, 10000, 140, 300));
+    EXPECT_TRUE(b.departing) << "two are a go-around";
+}
+
+/// An aircraft that has stood at a stand for some time; the stand is the only one.
+LiveAircraft& parkedFlight(FlightPhasesTest& test) {
+    stands.push_back({"A1", homeLat, homeLon, 0.0, 30.0 / 1852, 1, true});
+    PositionSample s = FlightPhasesTest::ground(0, 60480000 + 5000, 0);
+    s.stopped = true;
+    LiveAircraft& a = test.activeFlight(firstHex, {s});
+    a.fs = a.fsPrevious = FlightState::birth;
+    setFlightState(a, FlightState::parked);
+    a.sid = 1;
+    a.standLat = homeLat;
+    a.standLon = homeLon;
+    a.extrapCount = 1;
+    return a;
+}
+
+TEST_F(FlightPhasesTest, AParkedAircraftLeavesWhenItReallyMoves) {
+    struct Case {
+        const char* what;
+        std::vector<double> metres; ///< from the stand, of the reports
+        int leavesAt;               ///< with the n-th report; 0 = never
+    };
+    const Case cases[] = {
+        {"wobbling", {1, 3, 1, 3, 1, 3, 1, 3}, 0},
+        {"small steps add up at the third beyond half the span", {1, 5, 9, 13, 17}, 4},
+        {"more than the span at once", {1, 25}, 2},
+        {"out and back again", {1, 5, 9, 3, 7, 11, 3}, 0},
+        {"out of the circle", {1, 150}, 2},
+    };
+    for (const Case& c : cases) {
+        resetLiveTraffic();
+        stands.clear();
+        parkedFlight(*this);
+        int left = 0;
+        for (std::size_t i = 0; i < c.metres.size() && left == 0; ++i) {
+            PositionSample n = ground(c.metres[i] * metre, 8000 + 500 * static_cast<std::int32_t>(i), 3);
+            decodeExisting(liveAircraft[0], n);
+            if (liveAircraft[0].pullOutDue)
+                left = static_cast<int>(i) + 1;
+        }
+        EXPECT_EQ(left, c.leavesAt) << c.what;
+        EXPECT_EQ(liveAircraft[0].sz(), left == 0 ? 1U : 2U) << c.what;
+        EXPECT_EQ(stands[0].liveOnIt, left == 0) << c.what;
+        EXPECT_EQ(liveAircraft[0].stream[0].tick == tickCount + 1, left != 0) << c.what << ": the wait is over";
+    }
+    parkedFlight(*this);
+    decodeExisting(liveAircraft.back(), ground(250 * metre, 9000, 10));
+    EXPECT_EQ(liveAircraft.back().st, AircraftStatus::removingfromsim) << "far away it comes back as another record";
+}
+
+TEST_F(FlightPhasesTest, AHeldAircraftThatMovedFarAwayGoes) {
+    for (const double metres : {240.0, 260.0}) {
+        resetLiveTraffic();
+        PositionSample s = ground(0, 9000, 0);
+        s.stopped = true;
+        LiveAircraft& a = activeFlight(firstHex, {s});
+        a.holding = true;
+        a.extrapCount = 1;
+        decodeExisting(a, northOf(s, metres, 10));
+        EXPECT_EQ(a.st == AircraftStatus::removingfromsim, metres > 250) << metres;
+        EXPECT_FALSE(a.holding) << metres;
+    }
+}
+
+} // namespace
+} // namespace kes
