@@ -26,6 +26,11 @@ double bearingRad(LatLon a, LatLon b);
 LatLon destination(LatLon from, double bearing, double feet);
 /// The turn that leads from `from` to `to`, the smaller way round, -pi to pi.
 double angleDiff(double from, double to);
+/// Degrees of longitude from one to the other, the shorter way round the date line.
+constexpr double lonDifference(double from, double to) {
+    const double d = to - from;
+    return d > 180.0 ? d - 360.0 : d < -180.0 ? d + 360.0 : d;
+}
 /// Brings an angle into 0 (inclusive) to 2 pi (exclusive).
 double normalizeAngle(double radians);
 /// True inside the box near 0, 0 where a simulator puts an aircraft before a flight is loaded:

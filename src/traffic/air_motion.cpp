@@ -19,7 +19,6 @@ constexpr std::int32_t normalWindow = 1000; ///< ticks
 constexpr double standardPressure = 1013.0; ///< hectopascal
 constexpr double feetPerMinutePerHectopascal = 6.0;
 constexpr double ticksPerMinute = 6000.0;
-constexpr double ticksPerHour = 360000.0;
 constexpr double landingSpeed = 100.0; ///< knots, where the data tell none
 constexpr double lowAgl = 1000.0;      ///< feet
 constexpr double lowAglFinal = 2000.0; ///< feet
@@ -225,12 +224,6 @@ void advanceAttitude(LiveAircraft& a) {
 bool turnsByStep(FlightState fs) {
     return fs == FlightState::flying || fs == FlightState::take_off || fs == FlightState::parked ||
            fs == FlightState::birth;
-}
-
-/// The shorter way round the date line.
-double lonDifference(double from, double to) {
-    const double d = to - from;
-    return d > 180.0 ? d - 360.0 : d < -180.0 ? d + 360.0 : d;
 }
 
 double legSpeed(const PositionSample& from, const PositionSample& to, double distance) {

@@ -19,6 +19,8 @@ void touchdown(LiveAircraft& aircraft);
 /// Radians, nose up negative; for an aircraft born in the air.
 double initialPitch(const PositionSample& sample);
 
+/// A travel time in ticks is distance (nautical miles) * ticksPerHour / speed (knots).
+inline constexpr double ticksPerHour = 360000.0;
 /// No leg is shorter: a late sample must not make a jump.
 inline constexpr std::int32_t shortestLegTicks = 25;
 /// Ticks from now to a sample's arrival, at least `shortestLegTicks`.

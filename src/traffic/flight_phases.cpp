@@ -20,7 +20,6 @@ constexpr std::size_t longestStream = 200;
 constexpr std::int32_t wideWindow = 3000;          ///< ticks
 constexpr std::int32_t wideWindowDeparting = 5000; ///< ticks
 constexpr double jitter = 0.00015;                 ///< degrees
-constexpr double takeOffSpeed = 43.0;              ///< knots; nobody taxies faster for two reports in a row
 constexpr double shortStopSeconds = 15.0;
 constexpr double shortStopMetres = 22.0;
 constexpr std::ptrdiff_t stopSearch = 5; ///< samples before the last

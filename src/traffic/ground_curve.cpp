@@ -23,11 +23,6 @@ double metresPerDegreeEast(double lat) {
     return metresPerDegree * std::cos((lat > 180.0 ? lat - 360.0 : lat) * degToRad);
 }
 
-double lonOff(double lon, double from) {
-    const double d = lon - from;
-    return d > 180.0 ? d - 360.0 : d < -180.0 ? d + 360.0 : d;
-}
-
 void stepOnCurve(LiveAircraft& a) {
     const std::array<double, 8>& c = a.curve;
     const double u = (a.curveT - c[t0]) / (c[t1] - c[t0]);
@@ -70,9 +65,9 @@ bool setUpCurve(LiveAircraft& a, double angle) {
     a.curve[t0] = 0.0;
     a.curve[t1] = 1.0;
     a.curve[endNorth] = (s2.lat - a.lat) * metresPerDegree;
-    a.curve[endEast] = lonOff(s2.lon, a.lon) * perDegreeEast;
+    a.curve[endEast] = lonDifference(a.lon, s2.lon) * perDegreeEast;
     a.curve[controlNorth] = (s1.lat - a.lat) * metresPerDegree;
-    a.curve[controlEast] = lonOff(s1.lon, a.lon) * perDegreeEast;
+    a.curve[controlEast] = lonDifference(a.lon, s1.lon) * perDegreeEast;
     a.curveAngle = angle;
     a.stream.erase(a.stream.begin() + 1);
     return true;

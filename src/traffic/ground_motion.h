@@ -6,6 +6,9 @@
 
 namespace kes {
 
+/// Knots; nobody taxies this fast for two reports in a row.
+inline constexpr double takeOffSpeed = 43.0;
+
 /// Decisions at the start of a leg on the ground; may cut, insert or append samples.
 void nextPosGround(LiveAircraft& aircraft);
 /// Arrival tick and turn rate of the leg to the next sample.

@@ -3,6 +3,7 @@
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/run_state.h"
+#include "traffic/air_motion.h"
 #include "traffic/ground_motion.h"
 #include "traffic/life_cycle.h"
 #include "traffic/parking.h"
@@ -14,7 +15,6 @@ namespace kes {
 
 namespace {
 
-constexpr double ticksPerHour = 360000.0;
 constexpr double pullOutSpans = 2.0; ///< of the half span
 constexpr double pushBackRadii = 2.5;
 constexpr double quarterTurn = 90.0; ///< degrees

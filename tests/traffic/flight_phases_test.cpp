@@ -13,8 +13,7 @@ using FlightPhasesTest = test::TrafficTest;
 using test::firstHex;
 using test::homeLat;
 using test::homeLon;
-
-constexpr double metre = 1.0 / 1852.0 / 60.0; ///< degrees of latitude
+using test::metre;
 
 PositionSample northOf(PositionSample s, double metres, double gs, std::int32_t later = 500) {
     s.lat += metres * metre;

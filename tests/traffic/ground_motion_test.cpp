@@ -14,8 +14,7 @@ using GroundMotionTest = test::TrafficTest;
 using test::firstHex;
 using test::homeLat;
 using test::homeLon;
-
-constexpr double metre = 1.0 / 1852.0 / 60.0; ///< degrees of latitude
+using test::metre;
 
 /// A ground sample so many metres north and east of home.
 PositionSample at(double north, double east, std::int32_t tick, double gs = 10) {

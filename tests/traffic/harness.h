@@ -36,6 +36,7 @@ namespace kes::test {
 
 inline constexpr double homeLat = 50.0, homeLon = 8.0; ///< the user
 inline constexpr std::uint32_t firstHex = 0x400000;
+inline constexpr double metre = 1.0 / 1852.0 / 60.0; ///< degrees of latitude
 
 struct TrafficTest : testing::Test {
     ProgramFolder program;
