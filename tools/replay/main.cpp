@@ -1,0 +1,78 @@
+// kestrelune-replay: replays traffic through the whole program and judges the motion.
+#include "tools/replay/replay.h"
+#include "tools/replay/scenarios.h"
+
+#include <cstdio>
+#include <exception>
+#include <fmt/format.h>
+#include <fstream>
+
+namespace {
+
+using namespace kes::replay;
+
+void writeText(const std::filesystem::path& file, const std::string& text) {
+    std::ofstream out(file, std::ios::binary | std::ios::trunc);
+    out << text;
+    out.close();
+    if (!out)
+        throw std::runtime_error(fmt::format("{} cannot be written", file.string()));
+}
+
+void listScenarios() {
+    for (const std::string& name : scenarioNames())
+        fmt::print("{}\n", name);
+    fmt::print("Variants, as in turns+noise+10s: 2s 5s 10s (spacing of the reports), noise, gaps, hover.\n");
+}
+
+int replay(const Options& options) {
+    int told = -1;
+    const Result result = runReplay(options, [&](double part) {
+        const int percent = static_cast<int>(part * 100.0);
+        if (options.quiet || percent / 5 == told / 5)
+            return;
+        told = percent;
+        fmt::print(stderr, "\rreplay: {} %", percent);
+        std::fflush(stderr);
+    });
+    if (!options.quiet)
+        fmt::print(stderr, "\rreplay: 100 %\n");
+    writeText(options.out / "metrics.json", metricsJson(result));
+    writeMapPage(options.out / "map.html", result.map);
+    fmt::print("{}", metricsTable(result));
+    for (const std::string& fault : result.faults)
+        fmt::print("internal check failed: {}\n", fault);
+    fmt::print("replay: {:.0f} s of traffic, {} reports, {} aircraft, {} at most at once, {} objects; measured against "
+               "{}; {}; see {}\n",
+               result.ticks / 100.0, result.lines, result.names.size(), result.mostAtOnce, result.objects,
+               result.truthKnown ? "the truth" : "the line between the reports",
+               result.faults.empty() ? "no internal check failed" : "INTERNAL CHECKS FAILED",
+               (options.out / "map.html").string());
+    return result.faults.empty() ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    options.data = KES_DATA_FOLDER;
+    const std::string problem = readOptions({argv + 1, argv + argc}, options);
+    if (!problem.empty()) {
+        fmt::print(stderr, "kestrelune-replay: {}\n", problem);
+        return 2;
+    }
+    if (options.help) {
+        fmt::print("{}", helpText());
+        return 0;
+    }
+    if (options.list) {
+        listScenarios();
+        return 0;
+    }
+    try {
+        return replay(options);
+    } catch (const std::exception& e) {
+        fmt::print(stderr, "\nkestrelune-replay: {}\n", e.what());
+        return 1;
+    }
+}

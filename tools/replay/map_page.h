@@ -1,0 +1,47 @@
+// The page that shows a replay: one file of HTML with its data and its program inside, no network needed.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kes::replay {
+
+/// A report as the feed gave it, at the second at which the aircraft is to be there.
+struct MapReport {
+    double seconds = 0; ///< of the replay
+    double lat = 0, lon = 0, alt = 0;
+    double gs = 0;       ///< knots
+    double heading = -1; ///< degrees true, -1 = not given
+    bool airborne = false;
+};
+
+/// Where an aircraft was at one second of the replay.
+struct MapPoint {
+    double seconds = 0;
+    double lat = 0, lon = 0, alt = 0; ///< degrees, feet
+    double heading = 0;               ///< degrees true, where the nose points
+    double gs = 0;                    ///< knots over the ground
+    std::uint8_t phase = 0;           ///< place in MapPage::phases
+};
+
+struct MapAircraft {
+    std::string callsign, model;
+    double halfSpan = 0.01; ///< nautical miles, for the size of the drawing
+    std::vector<MapReport> reports;
+    std::vector<MapPoint> shown; ///< as the simulator got it, by time; a gap of more than 2 s is a break
+    std::vector<MapPoint> truth; ///< empty where it is not known
+};
+
+struct MapPage {
+    std::string title;
+    std::vector<std::string_view> phases; ///< names
+    std::vector<MapAircraft> aircraft;
+};
+
+/// Writes the page. Throws std::runtime_error that names the file when it cannot be written.
+void writeMapPage(const std::filesystem::path& file, const MapPage& page);
+
+} // namespace kes::replay

@@ -1,0 +1,555 @@
+// What the page shows beside the map, and how it is worked.
+#include "tools/replay/map_page_text.h"
+
+namespace kes::replay {
+
+constexpr std::string_view mapScriptProfile = R"js(
+// ---- profile: altitude and speed of the chosen aircraft over time ----
+const profile = {from: 0, to: 1, left: 56, right: 24, width: 1};
+const profileX = t => profile.left + (t - profile.from) / (profile.to - profile.from) * profile.width;
+const profileTime = px => profile.from + (px - profile.left) / profile.width * (profile.to - profile.from);
+
+function profileWhole(a) {
+    const all = [a.shown, a.truth, a.reports].filter(s => s.n);
+    const from = Math.min(...all.map(s => s.t[0])), to = Math.max(...all.map(s => s.t[s.n - 1]));
+    return all.length ? {from, to: Math.max(to, from + 10)} : {from: begin, to: begin + 10};
+}
+function zoomProfile(factor, px) {
+    const at = profileTime(px), whole = profileWhole(state.chosen);
+    const from = at - (at - profile.from) * factor, to = at + (profile.to - at) * factor;
+    if (to - from < 5)
+        return;
+    profile.from = Math.max(from, whole.from);
+    profile.to = Math.min(to, whole.to);
+}
+/// A part that is looked at closely goes along with the time.
+function keepCursorInProfile() {
+    const whole = profileWhole(state.chosen), length = profile.to - profile.from;
+    if (length >= whole.to - whole.from || state.t >= profile.from && state.t <= profile.to)
+        return;
+    profile.from = Math.max(whole.from, Math.min(whole.to - length, state.t - length / 10));
+    profile.to = profile.from + length;
+}
+
+/// The visible part of a series, one point beyond each side.
+function profileRange(s) {
+    return [Math.max(0, countUntil(s.t, profile.from) - 1), Math.min(s.n, countUntil(s.t, profile.to) + 1)];
+}
+function drawProfileLine(g, s, values, toPixel, style) {
+    const [first, last] = profileRange(s);
+    for (let i = first + 1; i < last;) {
+        const mark = s.mark[i - 1];
+        g.beginPath();
+        g.strokeStyle = style(mark);
+        g.moveTo(profileX(s.t[i - 1]), toPixel(values[i - 1]));
+        for (; i < last && s.mark[i - 1] === mark; ++i) {
+            const px = profileX(s.t[i]), py = toPixel(values[i]);
+            if (s.broken[i])
+                g.moveTo(px, py);
+            else
+                g.lineTo(px, py);
+        }
+        g.stroke();
+    }
+}
+function drawProfileReports(g, s, values, toPixel) {
+    const [first, last] = profileRange(s), apart = profileX(s.t[last - 1]) - profileX(s.t[first]);
+    let stride = 1;
+    while (stride * apart < (last - first) * 8 && stride < s.n)
+        stride *= 2;
+    g.globalAlpha = 0.6;
+    g.lineWidth = 1;
+    for (let i = Math.ceil(first / stride) * stride; i < last; i += stride) {
+        g.beginPath();
+        g.arc(profileX(s.t[i]), toPixel(values[i]), 2.4, 0, 7);
+        g.fillStyle = s.mark[i] ? colours.ink : colours.panel;
+        g.strokeStyle = colours.ink;
+        g.fill();
+        if (!s.mark[i])
+            g.stroke();
+    }
+    g.globalAlpha = 1;
+}
+function drawProfilePanel(g, a, key, title, smallest, top, height) {
+    let least = Infinity, most = -Infinity;
+    for (const s of [a.shown, a.truth, a.reports]) {
+        const [first, last] = profileRange(s);
+        for (let i = first; i < last; ++i)
+            least = Math.min(least, s[key][i]), most = Math.max(most, s[key][i]);
+    }
+    if (least > most)
+        least = most = 0;
+    const middle = (least + most) / 2, half = Math.max((most - least) / 2, smallest / 2) * 1.1;
+    const toPixel = v => top + height / 2 - (v - middle) / half * height / 2;
+    const step = niceBelow(half * 2 / Math.max(1, height / 34));
+    g.font = '11px ' + colours.font;
+    g.lineWidth = 1;
+    g.textAlign = 'right';
+    g.textBaseline = 'middle';
+    let labelled = Infinity;
+    for (let v = Math.ceil((middle - half) / step) * step; v <= middle + half; v += step) {
+        const py = Math.round(toPixel(v)) + 0.5;
+        if (labelled - py < 17)
+            continue;
+        labelled = py;
+        g.strokeStyle = colours.grid;
+        g.beginPath();
+        g.moveTo(profile.left, py);
+        g.lineTo(profile.left + profile.width, py);
+        g.stroke();
+        g.fillStyle = colours.soft;
+        g.fillText((Math.round(v) || 0).toLocaleString('en'), profile.left - 8, py);
+    }
+    g.save();
+    g.beginPath();
+    g.rect(profile.left - 3, top - 4, profile.width + 6, height + 8);
+    g.clip();
+    drawProfileReports(g, a.reports, a.reports[key], toPixel);
+    g.setLineDash([4, 3]);
+    drawProfileLine(g, a.truth, a.truth[key], toPixel, () => colours.truth);
+    g.setLineDash([]);
+    g.lineWidth = 1.8;
+    drawProfileLine(g, a.shown, a.shown[key], toPixel, phaseColour);
+    const pose = poseAt(a.shown, state.t);
+    if (pose) {
+        g.beginPath();
+        g.arc(profileX(state.t), toPixel(pose[key]), 4, 0, 7);
+        g.fillStyle = phaseColour(pose.mark);
+        g.fill();
+        g.strokeStyle = colours.panel;
+        g.lineWidth = 1.5;
+        g.stroke();
+    }
+    g.restore();
+    g.textAlign = 'left';
+    g.fillStyle = colours.soft;
+    g.fillText(title, profile.left + 6, top - 11);
+}
+function drawProfile() {
+    const a = state.chosen, {g, width, height} = sheet($('profile'));
+    profile.width = Math.max(20, width - profile.left - profile.right);
+    keepCursorInProfile();
+    const steps = [1, 2, 5, 10, 15, 30, 60, 120, 300, 600, 900, 1800, 3600, 7200, 14400];
+    const length = profile.to - profile.from, wanted = length / Math.max(1, profile.width / 90);
+    const step = steps.find(s => s >= wanted) ?? 28800, bottom = height - 22;
+    g.font = '11px ' + colours.font;
+    g.textBaseline = 'middle';
+    g.textAlign = 'center';
+    for (let t = Math.ceil(profile.from / step) * step; t <= profile.to; t += step) {
+        const px = Math.round(profileX(t)) + 0.5;
+        g.strokeStyle = colours.grid;
+        g.lineWidth = 1;
+        g.beginPath();
+        g.moveTo(px, 10);
+        g.lineTo(px, bottom);
+        g.stroke();
+        g.fillStyle = colours.soft;
+        if (px < width - 22)
+            g.fillText(clockText(t), px, height - 11);
+    }
+    const room = bottom - 10, upper = Math.round(room * 0.56);
+    drawProfilePanel(g, a, 'alt', 'Altitude, ft', 40, 22, upper - 12);
+    drawProfilePanel(g, a, 'gs', 'Ground speed, kn', 10, 32 + upper, room - upper - 26);
+    const px = profileX(state.t);
+    if (px >= profile.left && px <= profile.left + profile.width) {
+        g.strokeStyle = colours.accent;
+        g.lineWidth = 1;
+        g.beginPath();
+        g.moveTo(px, 6);
+        g.lineTo(px, bottom);
+        g.stroke();
+    }
+}
+
+// ---- read-out ----
+const angleText = (value, digits, plus, minus) => `${Math.abs(value).toFixed(digits)}° ${value < 0 ? minus : plus}`;
+const signed = (value, digits) => (value < 0 ? '−' : '+') + Math.abs(value).toFixed(digits);
+const headingText = h => ((Math.round(h) % 360 + 360) % 360 || 360).toString().padStart(3, '0') + '°';
+
+function readOut() {
+    const a = state.chosen, pose = poseAt(a.shown, state.t), truth = pose && poseAt(a.truth, state.t);
+    const rows = [['Time', clockText(state.t)]];
+    if (pose) {
+        rows.push(
+            ['Latitude', angleText(latOf(pose.y), 5, 'N', 'S')], ['Longitude', angleText(lonOf(pose.x), 5, 'E', 'W')],
+            ['Altitude', `${Math.round(pose.alt).toLocaleString('en')} ft`],
+            ['Speed', `${pose.gs.toFixed(pose.gs < 50 ? 1 : 0)} kn`], ['Heading', headingText(pose.heading)],
+            ['Phase', phaseName(pose.mark)]);
+    } else {
+        rows.push(['', 'not there now']);
+    }
+    if (truth) {
+        rows.push(
+            ['Off truth', `${Math.hypot(pose.x - truth.x, pose.y - truth.y).toFixed(1)} m, ` +
+                `${signed(pose.alt - truth.alt, 0)} ft, ${signed(aroundTurn(pose.heading - truth.heading), 1)}°`]);
+    }
+    $('values').replaceChildren(...rows.flatMap(([name, value]) => {
+        const term = document.createElement('dt'), text = document.createElement('dd');
+        term.textContent = name;
+        text.textContent = value;
+        return [term, text];
+    }));
+}
+)js";
+
+constexpr std::string_view mapScriptControls = R"js(
+// ---- one drawing per frame at most ----
+let wanted = false, lastFrame = 0;
+function redraw() {
+    if (!wanted) {
+        wanted = true;
+        requestAnimationFrame(frame);
+    }
+}
+function frame(now) {
+    wanted = false;
+    if (state.playing) {
+        state.t = Math.min(end, state.t + Math.min(0.25, (now - lastFrame) / 1000) * state.speed);
+        lastFrame = now;
+        if (state.t >= end)
+            play(false);
+        redraw();
+    }
+    const pose = state.follow && state.chosen && poseAt(state.chosen.shown, state.t);
+    if (pose)
+        view.x = pose.x, view.y = pose.y;
+    drawMap();
+    if (state.chosen) {
+        drawProfile();
+        readOut();
+    }
+    $('clock').textContent = clockText(state.t);
+    $('slider').value = state.t;
+    refreshList(now);
+}
+
+// ---- list ----
+function drawRow(a) {
+    const row = document.createElement('li');
+    const parts = ['i', 'b', 'em', 'small'].map(kind => row.appendChild(document.createElement(kind)));
+    parts[1].textContent = a.callsign;
+    parts[3].textContent = a.model;
+    row.title = a.model;
+    row.addEventListener('click', () => choose(a, true));
+    a.row = {row, dot: parts[0], where: parts[2], mark: -2, text: ''};
+    return row;
+}
+let listedAt = -Infinity;
+function refreshList(now) {
+    // Texts that change more often than this cannot be read.
+    if (state.playing && now - listedAt < 300)
+        return;
+    listedAt = now;
+    for (const a of aircraft) {
+        const pose = poseAt(a.shown, state.t), mark = pose ? pose.mark : -1;
+        if (mark !== a.row.mark) {
+            a.row.mark = mark;
+            a.row.row.classList.toggle('absent', !pose);
+            a.row.dot.style.background = pose ? phaseColour(mark) : '';
+            a.row.dot.title = pose ? phaseName(mark) : '';
+        }
+        const text = pose ? `${(Math.round(pose.alt / 10) * 10).toLocaleString('en')} ft` : '';
+        if (text !== a.row.text)
+            a.row.where.textContent = a.row.text = text;
+    }
+}
+function filterList() {
+    const words = $('filter').value.toLowerCase().split(/\s+/);
+    for (const a of aircraft) {
+        const text = `${a.callsign} ${a.model}`.toLowerCase();
+        a.row.row.hidden = !words.every(word => text.includes(word));
+    }
+}
+function choose(a, bring) {
+    state.chosen = a;
+    state.over = null;
+    for (const one of aircraft)
+        one.row.row.classList.toggle('chosen', one === a);
+    $('detail').hidden = !a;
+    setFollow(!!a);
+    if (a) {
+        $('name').textContent = a.callsign;
+        $('model').textContent = $('model').title = a.model;
+        Object.assign(profile, profileWhole(a));
+        a.row.row.scrollIntoView({block: 'nearest'});
+        if (bring && a.shown.n && !poseAt(a.shown, state.t))
+            state.t = nearestTime(a.shown, state.t);
+    }
+    redraw();
+    noteAddress();
+}
+
+// ---- time ----
+function play(on) {
+    state.playing = on && end > begin;
+    if (state.playing && state.t >= end)
+        state.t = begin;
+    lastFrame = performance.now();
+    $('playshape').setAttribute('d', state.playing ? 'M3 1h3v12H3zM8 1h3v12H8z' : 'M3 1l9 6-9 6z');
+    $('play').setAttribute('aria-label', state.playing ? 'Pause' : 'Play');
+    redraw();
+    noteAddress();
+}
+function seek(t) {
+    state.t = Math.min(end, Math.max(begin, t));
+    redraw();
+    noteAddress();
+}
+function setFollow(on) {
+    state.follow = on;
+    $('follow').disabled = !state.chosen;
+    $('follow').setAttribute('aria-pressed', on);
+}
+function choice(box, key, options) {
+    const buttons = options.map(([value, text]) => {
+        const button = $(box).appendChild(document.createElement('button'));
+        button.textContent = text;
+        button.addEventListener('click', () => pick(value));
+        return button;
+    });
+    const pick = value => {
+        state[key] = value;
+        buttons.forEach((button, i) => button.setAttribute('aria-pressed', options[i][0] === value));
+        redraw();
+        noteAddress();
+    };
+    return pick;
+}
+const pickSpeed = choice('speed', 'speed', [1, 2, 5, 10, 30].map(n => [n, `${n}×`]));
+const pickTrail = choice('trail', 'trail', [[120, '2 min'], [600, '10 min'], [Infinity, 'All']]);
+
+// ---- address: what is looked at can be linked ----
+let addressTimer = 0;
+function noteAddress() {
+    clearTimeout(addressTimer);
+    addressTimer = setTimeout(() => {
+        const at = new URLSearchParams();
+        if (state.playing)
+            return;
+        at.set('t', +state.t.toFixed(2));
+        if (state.chosen)
+            at.set('ac', state.chosen.key);
+        if (!state.follow)
+            at.set('at', `${latOf(view.y).toFixed(6)},${lonOf(view.x).toFixed(6)}`);
+        at.set('span', +(view.width * view.mpp).toPrecision(4));
+        at.set('trail', state.trail === Infinity ? 'all' : state.trail);
+        try {
+            history.replaceState(null, '', '#' + at);
+        } catch (refused) {
+            // Some browsers limit how often; the next change writes it.
+        }
+    }, 500);
+}
+function readAddress() {
+    const at = new URLSearchParams(location.hash.slice(1));
+    const number = key => (at.has(key) && Number.isFinite(+at.get(key)) ? +at.get(key) : null);
+    if (at.get('theme') === 'dark' || at.get('theme') === 'light')
+        setTheme(at.get('theme'));
+    if (at.has('trail'))
+        pickTrail(number('trail') ?? Infinity);
+    if (number('t') !== null)
+        state.t = Math.min(end, Math.max(begin, number('t')));
+    const named = at.has('ac') ? aircraft.filter(a => a.key === at.get('ac')) : [];
+    // A callsign may have been used twice.
+    const chosen = named.find(a => poseAt(a.shown, state.t)) ?? named[0] ?? null;
+    choose(chosen, number('t') === null);
+    fit();
+    if (number('span') > 0)
+        view.mpp = Math.min(WIDEST, Math.max(CLOSEST, number('span') / view.width));
+    else if (number('zoom') > 0)
+        view.mpp = Math.min(WIDEST, Math.max(CLOSEST, view.mpp / number('zoom')));
+    const [lat, lon] = (at.get('at') ?? '').split(',').map(Number);
+    if (Number.isFinite(lat) && Number.isFinite(lon)) {
+        view.x = xOf(lon), view.y = yOf(lat);
+        setFollow(false);
+    } else if (chosen && !at.has('span') && !at.has('zoom')) {
+        setFollow(false); // the whole, with one in the light
+    } else if (chosen) {
+        const pose = poseAt(chosen.shown, nearestTime(chosen.shown, state.t));
+        if (pose)
+            view.x = pose.x, view.y = pose.y;
+    }
+    redraw();
+}
+
+// ---- pointer ----
+function listenToMap() {
+    const map = $('map');
+    let from = null, moved = false;
+    const place = event => {
+        const box = map.getBoundingClientRect();
+        return [event.clientX - box.left, event.clientY - box.top];
+    };
+    map.addEventListener('pointerdown', event => {
+        if (event.button !== 0)
+            return;
+        map.setPointerCapture(event.pointerId);
+        from = place(event);
+        moved = false;
+    });
+    map.addEventListener('pointermove', event => {
+        const [px, py] = place(event);
+        if (!from) {
+            const over = seen.find(one => Math.hypot(one.px - px, one.py - py) < Math.max(one.size, 10) + 4)?.a ?? null;
+            if (over !== state.over) {
+                state.over = over;
+                map.classList.toggle('over', !!over);
+                redraw();
+            }
+            return;
+        }
+        const dx = px - from[0], dy = py - from[1];
+        if (!moved && Math.hypot(dx, dy) < 4)
+            return;
+        moved = true;
+        map.classList.add('drag');
+        setFollow(false);
+        view.x -= dx * view.mpp;
+        view.y += dy * view.mpp;
+        from = [px, py];
+        redraw();
+    });
+    const release = event => {
+        if (from && !moved && event.type === 'pointerup') {
+            const found = aircraftAt(...place(event));
+            if (found)
+                choose(found, false);
+        }
+        from = null;
+        map.classList.remove('drag');
+        noteAddress();
+    };
+    map.addEventListener('pointerup', release);
+    map.addEventListener('pointercancel', release);
+    map.addEventListener('wheel', event => {
+        event.preventDefault();
+        const pixels = event.deltaY * (event.deltaMode === 1 ? 30 : event.deltaMode === 2 ? 300 : 1);
+        zoomAt(Math.exp(Math.max(-300, Math.min(300, pixels)) * 0.0016), ...place(event));
+        redraw();
+        noteAddress();
+    }, {passive: false});
+    const zoomBy = factor => {
+        zoomAt(factor, view.width / 2, view.height / 2);
+        redraw();
+        noteAddress();
+    };
+    $('closer').addEventListener('click', () => zoomBy(1 / 1.6));
+    $('wider').addEventListener('click', () => zoomBy(1.6));
+    $('fit').addEventListener('click', () => {
+        setFollow(false);
+        fit();
+        redraw();
+        noteAddress();
+    });
+}
+function listenToProfile() {
+    const box = $('profile');
+    box.addEventListener('pointerdown', event => {
+        box.setPointerCapture(event.pointerId);
+        seek(profileTime(event.offsetX));
+    });
+    box.addEventListener('pointermove', event => {
+        if (event.buttons & 1)
+            seek(profileTime(event.offsetX));
+    });
+    box.addEventListener('wheel', event => {
+        event.preventDefault();
+        zoomProfile(event.deltaY > 0 ? 1.25 : 0.8, event.offsetX);
+        redraw();
+    }, {passive: false});
+    box.addEventListener('dblclick', () => {
+        Object.assign(profile, profileWhole(state.chosen));
+        redraw();
+    });
+}
+function listenToKeys() {
+    document.addEventListener('keydown', event => {
+        const typing = event.target === $('filter');
+        if (event.key === 'Escape') {
+            if (typing) {
+                $('filter').value = '';
+                filterList();
+                $('filter').blur();
+            } else {
+                choose(null, false);
+            }
+        } else if (typing && event.key === 'Enter') {
+            const first = aircraft.find(a => !a.row.row.hidden);
+            if (first)
+                choose(first, true);
+        } else if (!typing && event.key === ' ' && event.target.tagName !== 'BUTTON') {
+            event.preventDefault();
+            play(!state.playing);
+        } else if (!typing && (event.key === 'ArrowLeft' || event.key === 'ArrowRight')) {
+            event.preventDefault();
+            seek(state.t + (event.key === 'ArrowLeft' ? -1 : 1) * (event.shiftKey ? 10 : 1));
+        }
+    });
+    // The space bar is to play, not to press again what was clicked last.
+    document.addEventListener('click', event => {
+        if (event.detail > 0)
+            event.target.closest('button')?.blur();
+    });
+}
+
+function drawLegend() {
+    const row = (kind, colour, text) => {
+        const line = $('legend').appendChild(document.createElement('div'));
+        const sign = line.appendChild(document.createElement('i'));
+        sign.className = kind;
+        sign.style.borderColor = kind === 'truth' ? '' : colour;
+        line.append(text);
+    };
+    $('legend').replaceChildren();
+    for (const mark of [...occurring].sort((l, r) => l - r))
+        row('', phaseColour(mark), phaseName(mark));
+    if (aircraft.some(a => a.truth.n))
+        row('truth', '', 'truth');
+    if (aircraft.some(a => a.reports.mark.includes(1)))
+        row('dot', '', 'report, in the air');
+    if (aircraft.some(a => a.reports.mark.includes(0)))
+        row('ring', '', 'report, on the ground');
+}
+function useTheme(name) {
+    setTheme(name);
+    $('theme').textContent = dark ? 'Light' : 'Dark';
+    drawLegend();
+    for (const a of aircraft)
+        a.row.mark = -2;
+    redraw();
+}
+
+// ---- begin ----
+$('title').textContent = document.title = data.title;
+$('summary').textContent = `${aircraft.length} aircraft, ${clockText(end - begin)}`;
+$('list').append(...aircraft.map(drawRow));
+$('slider').min = begin;
+$('slider').max = end;
+$('end').textContent = clockText(end);
+$('slider').addEventListener('input', () => seek(+$('slider').value));
+$('filter').addEventListener('input', filterList);
+$('play').addEventListener('click', () => play(!state.playing));
+$('follow').addEventListener('click', () => {
+    setFollow(!state.follow);
+    redraw();
+});
+$('theme').addEventListener('click', () => useTheme(dark ? 'light' : 'dark'));
+listenToMap();
+listenToProfile();
+listenToKeys();
+pickSpeed(1);
+pickTrail(state.trail);
+play(false);
+const asked = new URLSearchParams(location.hash.slice(1)).get('theme');
+useTheme(asked === 'dark' || !asked && matchMedia('(prefers-color-scheme: dark)').matches ? 'dark' : 'light');
+readAddress();
+addEventListener('hashchange', readAddress);
+new ResizeObserver(redraw).observe($('map'));
+new ResizeObserver(redraw).observe($('profile'));
+})();
+</script>
+</body>
+</html>
+)js";
+
+} // namespace kes::replay

@@ -1,0 +1,98 @@
+// What the judge found, as JSON and as a table.
+#include "tools/replay/replay.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+namespace kes::replay {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+double rounded(double value) {
+    // Six digits are more than the bins can tell; short numbers keep the file readable.
+    return std::stod(fmt::format("{:.6g}", value));
+}
+
+std::string clockText(std::int32_t tick) {
+    const int seconds = tick / 100;
+    return fmt::format("{}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
+}
+
+Json seriesJson(const Result& result, const Series& s) {
+    Json j;
+    j["count"] = s.count();
+    j["mean"] = rounded(s.mean());
+    j["p95"] = rounded(s.quantile(0.95));
+    j["max"] = rounded(s.maximum());
+    j["worst"] = {{"aircraft", result.names.at(s.worst().aircraft)}, {"seconds", s.worst().tick / 100.0}};
+    return j;
+}
+
+/// What stands in the first column of a way: of shares the mean.
+double typical(Metric metric, const Series& s) {
+    return metric == Metric::wrongBank ? s.mean() : s.quantile(0.95);
+}
+
+} // namespace
+
+std::string metricsJson(const Result& result) {
+    Json j;
+    j["feed"] = result.feed;
+    j["reference"] = result.truthKnown ? "truth" : "straight line between reports";
+    j["seconds"] = result.ticks / 100.0;
+    j["reports"] = result.lines;
+    j["aircraft"] = result.names.size();
+    j["most_at_once"] = result.mostAtOnce;
+    j["objects"] = result.objects;
+    j["internal_checks"] = result.faults;
+    for (std::size_t way = 0; way < wayCount; ++way) {
+        Json& ways = j["ways"][std::string(wayNames[way])];
+        ways = Json::object();
+        for (std::size_t m = 0; m < metricCount; ++m) {
+            const auto metric = static_cast<Metric>(m);
+            for (std::size_t p = 0; p < phaseCount; ++p) {
+                const Series& s = result.boards[way]->of(metric, static_cast<Phase>(p));
+                if (s.count() == 0)
+                    continue;
+                Json& entry = ways[std::string(nameOf(metric).key)];
+                entry["unit"] = nameOf(metric).unit;
+                entry["phases"][std::string(text(static_cast<Phase>(p)))] = seriesJson(result, s);
+            }
+        }
+    }
+    return j.dump(1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+std::string metricsTable(const Result& result) {
+    std::string out = fmt::format("{:16} {:6} {:9} {:>9}", "measure", "unit", "phase", "count");
+    for (const std::string_view way : wayNames)
+        out += fmt::format(" |{:^19}", way);
+    out += fmt::format(" | worst of ours\n{:16} {:6} {:9} {:>9}", "", "", "", "");
+    for (std::size_t way = 0; way < wayCount; ++way)
+        out += fmt::format(" | {:>8}  {:>8}", "95 %", "max");
+    out += " |\n";
+    for (std::size_t m = 0; m < metricCount; ++m) {
+        const auto metric = static_cast<Metric>(m);
+        for (std::size_t p = 0; p < phaseCount; ++p) {
+            const auto phase = static_cast<Phase>(p);
+            const Series& ours = result.boards[0]->of(metric, phase);
+            if (ours.count() == 0)
+                continue;
+            out += fmt::format("{:16} {:6} {:9} {:>9}", nameOf(metric).key, nameOf(metric).unit, text(phase),
+                               ours.count());
+            for (std::size_t way = 0; way < wayCount; ++way) {
+                const Series& s = result.boards[way]->of(metric, phase);
+                if (s.count() == 0)
+                    out += fmt::format(" | {:>8}  {:>8}", "-", "-");
+                else
+                    out += fmt::format(" | {:>8.4g}  {:>8.4g}", typical(metric, s), s.maximum());
+            }
+            out += fmt::format(" | {} {}\n", result.names.at(ours.worst().aircraft), clockText(ours.worst().tick));
+        }
+    }
+    return out;
+}
+
+} // namespace kes::replay

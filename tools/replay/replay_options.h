@@ -1,0 +1,36 @@
+// What the replay program is asked to do.
+#pragma once
+
+#include "core/geo.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kes::replay {
+
+struct Viewpoint {
+    LatLon at; ///< degrees
+    double altFeet = 0;
+};
+
+struct Options {
+    std::string feed;            ///< a recording, plain or gzip, or the name of a scenario
+    std::filesystem::path out;   ///< folder of the results
+    std::filesystem::path data;  ///< folder of the plain sources of the reference content
+    std::optional<Viewpoint> at; ///< the user's aircraft
+    std::string airport;         ///< ICAO code of the airport over which the user's aircraft is; empty = by the feed
+    double minutes = 0;          ///< 0 = to the end
+    std::uint32_t seed = 1;
+    int every = 0;      ///< ticks between rows of motion.csv; 0 = 10 for a scenario, 100 for a recording
+    bool quiet = false; ///< no progress
+    bool help = false, list = false;
+};
+
+/// Empty text = good. The defaults of `data` are the caller's.
+std::string readOptions(const std::vector<std::string>& arguments, Options& options);
+std::string helpText();
+
+} // namespace kes::replay
