@@ -217,6 +217,11 @@ bool sendAllLightsToggle(std::uint32_t objectid) {
     return false;
 }
 
+bool setFlightPlan(std::uint32_t objectid, const std::string& path) {
+    const std::lock_guard lock(simMutex);
+    return !failed(SimConnect_AISetAircraftFlightPlan(simHandle, objectid, path.c_str(), req::flightPlan));
+}
+
 bool setControlData(std::uint32_t objectid, double spoilers, double throttle1, double throttle2) {
     const double values[3] = {spoilers, throttle1, throttle2};
     const std::lock_guard lock(simMutex);

@@ -86,6 +86,8 @@ bool requestStaticData(
     std::uint32_t objectid); ///< logs "SimConnect request StaticCG fails" and ends the run for a restart
 bool requestRange();         ///< all aircraft within rangeMetres; logs and ends the run likewise
 bool sendAllLightsToggle(std::uint32_t objectid); ///< now; logs "SimConnect gf_allLightsToggle fails"
+/// Gives an object the flight plan file at `path`. False after a failure.
+bool setFlightPlan(std::uint32_t objectid, const std::string& path);
 /// Spoilers and both throttles of an object in percent. False after a failure.
 bool setControlData(std::uint32_t objectid, double spoilers, double throttle1, double throttle2);
 

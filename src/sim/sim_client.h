@@ -18,7 +18,7 @@ inline constexpr std::uint32_t control = 401, position = 402, user = 403, range 
 }
 namespace req {
 inline constexpr std::uint32_t range = 101, staticData = 102, release = 103, create = 104, remove = 105, title = 106,
-                               model = 107, onGround = 108, userPosition = 109, joinLate = 111;
+                               model = 107, onGround = 108, userPosition = 109, flightPlan = 110, joinLate = 111;
 }
 inline constexpr std::uint32_t notificationGroup = 301;
 

@@ -186,6 +186,7 @@ void startUp() {
     dropCommunityFromInstallPath();
     createFolders();
     maxLive = par::MAX_LIVE;
+    applyMaxLive();
     if (!restarting) {
         showStatus("Asking the update server for a new version ...", false);
         checkProgramVersion();

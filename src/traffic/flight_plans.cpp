@@ -2,14 +2,45 @@
 
 #include "core/folders.h"
 #include "core/log.h"
+#include "core/parameters.h"
+#include "platform/system.h"
+#include "sim/ai_commands.h"
 
 #include <filesystem>
 #include <fmt/format.h>
+#include <fstream>
 #include <system_error>
 
 namespace kes {
 
 namespace {
+
+constexpr std::string_view planText = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                                      "<SimBase.Document Type=\"AceXML\" version=\"4,3\">\n"
+                                      "<FlightPlan.FlightPlan>\n"
+                                      "<FPType>{}</FPType>\n"
+                                      "<DepartureID>{}</DepartureID>\n"
+                                      "<DestinationID>{}</DestinationID>\n"
+                                      "</FlightPlan.FlightPlan>\n"
+                                      "</SimBase.Document>\n";
+
+std::filesystem::path planFile(std::uint32_t objectid) {
+    return flightPlanFolder() / fmt::format("{}.pln", objectid);
+}
+
+bool fliesByInstruments(AircraftCategory category) {
+    return category == AircraftCategory::buzjets || category == AircraftCategory::large ||
+           category == AircraftCategory::heavy;
+}
+
+bool writePlan(const LiveAircraft& a, const std::filesystem::path& file) {
+    std::ofstream out(file, std::ios::binary | std::ios::trunc);
+    if (!out)
+        return false;
+    out << fmt::format(planText, fliesByInstruments(a.category) ? "IFR" : "VFR", a.orig, a.dest);
+    out.close();
+    return static_cast<bool>(out);
+}
 
 void createUnlessThere(const std::filesystem::path& folder) {
     if (!std::filesystem::exists(folder))
@@ -23,11 +54,18 @@ void prepareFlightPlanFolders() {
     createUnlessThere(flightPlanFolder());
 }
 
-void writeFlightPlan(LiveAircraft&) {}
+void writeFlightPlan(LiveAircraft& a) {
+    if (a.orig.empty() || a.dest.empty())
+        return;
+    const std::filesystem::path file = planFile(a.objectid);
+    a.flightPlanSet = writePlan(a, file) && (!par::MSFS_2020 || setFlightPlan(a.objectid, platform::pathText(file)));
+    if (!a.flightPlanSet)
+        log(fmt::format("{} creating a flight plan failed", shortLabel(a)));
+}
 
 void deleteFlightPlan(std::uint32_t objectid) {
     std::error_code ignored; // the folder goes with all its files at the end of the run
-    std::filesystem::remove(flightPlanFolder() / fmt::format("{}.pln", objectid), ignored);
+    std::filesystem::remove(planFile(objectid), ignored);
 }
 
 void gf_removeFlightPlanFolder() {
