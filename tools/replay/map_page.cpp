@@ -112,8 +112,8 @@ template <class Record> void appendSeries(std::string& out, std::string_view nam
 }
 
 std::string aircraftJson(const MapAircraft& a) {
-    std::string out = fmt::format("{{\"callsign\":{},\"model\":{},\"halfSpan\":{}", jsonText(a.callsign), jsonText(a.model),
-                                  fits(a.halfSpan) ? whole(a.halfSpan, decimetresPerNm) : 0);
+    std::string out = fmt::format("{{\"callsign\":{},\"model\":{},\"halfSpan\":{}", jsonText(a.callsign),
+                                  jsonText(a.model), fits(a.halfSpan) ? whole(a.halfSpan, decimetresPerNm) : 0);
     appendSeries(out, "reports", a.reports);
     appendSeries(out, "shown", a.shown);
     appendSeries(out, "truth", a.truth);

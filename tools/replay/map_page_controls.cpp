@@ -55,7 +55,7 @@ function drawProfileLine(g, s, values, toPixel, style) {
 function drawProfileReports(g, s, values, toPixel) {
     const [first, last] = profileRange(s), apart = profileX(s.t[last - 1]) - profileX(s.t[first]);
     let stride = 1;
-    while (stride * apart < (last - first) * 8 && stride < s.n)
+    while (stride * apart < (last - first) * 13 && stride < s.n)
         stride *= 2;
     g.globalAlpha = 0.6;
     g.lineWidth = 1;
@@ -79,7 +79,9 @@ function drawProfilePanel(g, a, key, title, smallest, top, height) {
     }
     if (least > most)
         least = most = 0;
-    const middle = (least + most) / 2, half = Math.max((most - least) / 2, smallest / 2) * 1.1;
+    const half = Math.max((most - least) / 2, smallest / 2) * 1.1;
+    // What is never below zero needs no room there.
+    const middle = least < 0 ? (least + most) / 2 : Math.max((least + most) / 2, half * 0.85);
     const toPixel = v => top + height / 2 - (v - middle) / half * height / 2;
     const step = niceBelow(half * 2 / Math.max(1, height / 34));
     g.font = '11px ' + colours.font;
@@ -204,12 +206,15 @@ function redraw() {
 function frame(now) {
     wanted = false;
     if (state.playing) {
-        state.t = Math.min(end, state.t + Math.min(0.25, (now - lastFrame) / 1000) * state.speed);
+        state.t = Math.min(end, state.t + Math.max(0, Math.min(0.25, (now - lastFrame) / 1000)) * state.speed);
         lastFrame = now;
         if (state.t >= end)
             play(false);
         redraw();
     }
+    paint();
+}
+function paint() {
     const pose = state.follow && state.chosen && poseAt(state.chosen.shown, state.t);
     if (pose)
         view.x = pose.x, view.y = pose.y;
@@ -220,7 +225,7 @@ function frame(now) {
     }
     $('clock').textContent = clockText(state.t);
     $('slider').value = state.t;
-    refreshList(now);
+    refreshList();
 }
 
 // ---- list ----
@@ -235,7 +240,8 @@ function drawRow(a) {
     return row;
 }
 let listedAt = -Infinity;
-function refreshList(now) {
+function refreshList() {
+    const now = performance.now();
     // Texts that change more often than this cannot be read.
     if (state.playing && now - listedAt < 300)
         return;
@@ -353,7 +359,7 @@ function readAddress() {
     // A callsign may have been used twice.
     const chosen = named.find(a => poseAt(a.shown, state.t)) ?? named[0] ?? null;
     choose(chosen, number('t') === null);
-    fit();
+    fitTo(chosen && chosen.shown.n && !at.has('span') && !at.has('zoom') ? [chosen.shown] : framing);
     if (number('span') > 0)
         view.mpp = Math.min(WIDEST, Math.max(CLOSEST, number('span') / view.width));
     else if (number('zoom') > 0)
@@ -363,7 +369,7 @@ function readAddress() {
         view.x = xOf(lon), view.y = yOf(lat);
         setFollow(false);
     } else if (chosen && !at.has('span') && !at.has('zoom')) {
-        setFollow(false); // the whole, with one in the light
+        setFollow(false); // all of its path
     } else if (chosen) {
         const pose = poseAt(chosen.shown, nearestTime(chosen.shown, state.t));
         if (pose)
@@ -437,7 +443,7 @@ function listenToMap() {
     $('wider').addEventListener('click', () => zoomBy(1.6));
     $('fit').addEventListener('click', () => {
         setFollow(false);
-        fit();
+        fitTo(framing);
         redraw();
         noteAddress();
     });
@@ -544,8 +550,9 @@ const asked = new URLSearchParams(location.hash.slice(1)).get('theme');
 useTheme(asked === 'dark' || !asked && matchMedia('(prefers-color-scheme: dark)').matches ? 'dark' : 'light');
 readAddress();
 addEventListener('hashchange', readAddress);
-new ResizeObserver(redraw).observe($('map'));
-new ResizeObserver(redraw).observe($('profile'));
+// At once, so that no picture of the old size is seen stretched.
+for (const id of ['map', 'profile'])
+    new ResizeObserver(paint).observe($(id));
 })();
 </script>
 </body>

@@ -90,6 +90,7 @@ canvas { position: absolute; inset: 0; width: 100%; height: 100%; display: block
     position: absolute; right: 12px; top: 12px; padding: 7px 12px 8px; pointer-events: none; font-size: 12px;
     background: var(--panel); border: 1px solid var(--line); border-radius: 6px; opacity: .93;
 }
+#legend:empty { display: none; }
 #legend div { display: flex; align-items: center; gap: 8px; line-height: 1.55; }
 #legend i { width: 16px; height: 0; border-top: 3px solid; border-radius: 2px; }
 #legend i.truth { border-top: 1.5px dashed var(--truth); border-radius: 0; }

@@ -231,21 +231,19 @@ function measureView() {
     view.width = Math.max(50, $('map').clientWidth);
     view.height = Math.max(50, $('map').clientHeight);
 }
-function fitted() {
+function fitTo(series) {
     const box = {west: Infinity, east: -Infinity, south: Infinity, north: -Infinity};
-    for (const s of framing) {
+    measureView();
+    for (const s of series) {
         box.west = Math.min(box.west, s.box.west), box.east = Math.max(box.east, s.box.east);
         box.south = Math.min(box.south, s.box.south), box.north = Math.max(box.north, s.box.north);
     }
-    if (!framing.length)
-        return {x: 0, y: 0, mpp: 10};
+    if (box.west > box.east)
+        box.west = box.east = box.south = box.north = 0;
     const wide = Math.max(300, box.east - box.west), high = Math.max(300, box.north - box.south);
-    const mpp = Math.max(wide / Math.max(50, view.width - 150), high / Math.max(50, view.height - 110));
-    return {x: (box.west + box.east) / 2, y: (box.south + box.north) / 2, mpp};
-}
-function fit() {
-    measureView();
-    Object.assign(view, fitted());
+    view.mpp = Math.max(wide / Math.max(50, view.width - 150), high / Math.max(50, view.height - 110));
+    view.x = (box.west + box.east) / 2;
+    view.y = (box.south + box.north) / 2;
 }
 function zoomAt(factor, px, py) {
     const x = fromX(px), y = fromY(py);
@@ -332,7 +330,7 @@ function drawNoseTicks(g, s, from, to) {
         if (!pointInView(px, py, 12))
             continue;
         // In fast flight there is room from far, on the ground only from near.
-        const room = s.gs[i] * 0.5144 / view.mpp >= 5 || view.mpp < 0.4;
+        const room = s.gs[i] * 0.5144 / view.mpp >= 8 || view.mpp < 0.4;
         const same = Math.hypot(px - lastX, py - lastY) < 0.5 && Math.abs(s.heading[i] - lastHeading) < 1;
         if (!room || same)
             continue;
@@ -350,15 +348,13 @@ function drawNoseTicks(g, s, from, to) {
 }
 
 function drawReports(g, s, from, to, strong) {
-    // Every second, fourth, ... one when they come too close; by their number, so that they do not flicker.
-    const apart = s.far[s.n - 1] / Math.max(1, s.n - 1) / view.mpp, wanted = strong ? 5 : 8;
-    let stride = 1;
-    while (stride * apart < wanted && stride < s.n)
-        stride *= 2;
-    const radius = strong ? 2.4 : 1.7, first = countUntil(s.t, from - 1e-6);
+    // Of those that come too close one per piece of the way, so that none flickers when the time goes on.
+    const piece = view.mpp * (strong ? 7 : 9), radius = strong ? 2.4 : 1.7, first = countUntil(s.t, from - 1e-6);
     for (const airborne of [1, 0]) {
         g.beginPath();
-        for (let i = Math.ceil(first / stride) * stride; i < s.n && s.t[i] <= to; i += stride) {
+        for (let i = first; i < s.n && s.t[i] <= to; ++i) {
+            if (i > 0 && Math.floor(s.far[i] / piece) === Math.floor(s.far[i - 1] / piece))
+                continue;
             const px = toX(s.x[i]), py = toY(s.y[i]);
             if (s.mark[i] !== airborne || !pointInView(px, py, 4))
                 continue;
@@ -505,7 +501,7 @@ function drawMap() {
     if (state.chosen)
         order.push(state.chosen);
     // From afar a crowd is only lines: what else there is could not be told apart, and takes most of the time.
-    const crowd = order.length > 40 && view.mpp > 100;
+    const about = order.filter(a => boxInView(a.shown.box, 0)).length, crowd = about > 40 && about * view.mpp > 800;
     const usable = (s, window) => s.n && boxInView(s.box, 20) && window[0] <= window[1];
     for (const layer of ['truth', 'shown', 'ticks', 'reports']) {
         for (const a of order) {
