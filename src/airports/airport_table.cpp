@@ -1,5 +1,6 @@
 #include "airports/airport_table.h"
 
+#include "airports/airport_file.h"
 #include "core/errors.h"
 #include "core/folders.h"
 #include "core/log.h"
@@ -16,10 +17,13 @@
 namespace kes {
 
 std::vector<AirportEntry> airportTable;
+TextMap<std::string> airportNames;
 
 namespace {
 
 constexpr std::size_t expectedRows = 44000;
+constexpr double farthestNm = 100.0;
+constexpr double atAirportNm = 5.0;
 bool tableRead = false;
 
 /// Text to double by the standard's rules, but always with a decimal point: the window toolkit may set a locale.
@@ -81,6 +85,12 @@ void readRows(const std::string& pathText) {
     }
 }
 
+/// True when a row lies so far north or south that its distance is more than `limitNm`, whatever the longitudes: a
+/// degree of latitude is 60 miles. Spares most rows the haversine.
+bool isOutOfReach(const AirportEntry& entry, LatLon position, double limitNm) {
+    return std::abs(entry.lat - position.lat) * 60.0 > limitNm + 0.001;
+}
+
 } // namespace
 
 bool readAirportTable() {
@@ -118,9 +128,8 @@ std::optional<AirportEntry> findAirport(std::string_view code) {
 std::optional<AirportEntry> nearestAirport(LatLon position, double limitNm) {
     const AirportEntry* nearest = nullptr;
     double best = limitNm;
-    // A degree of latitude is 60 miles whatever the longitude, so most rows are out without a haversine.
     for (const AirportEntry& entry : airportTable) {
-        if (std::abs(entry.lat - position.lat) * 60.0 > best + 0.001) {
+        if (isOutOfReach(entry, position, best)) {
             continue;
         }
         const double distance = distanceNm(position, {entry.lat, entry.lon});
@@ -130,6 +139,59 @@ std::optional<AirportEntry> nearestAirport(LatLon position, double limitNm) {
         }
     }
     return nearest ? std::optional(*nearest) : std::nullopt;
+}
+
+std::optional<AirportEntry> closestAirport(LatLon position, const StandLookup& closestStand) {
+    const AirportEntry* closest = nullptr;
+    const AirportEntry* neighbour = nullptr; // who held the title before, not whoever is second nearest
+    double best = farthestNm;
+    for (const AirportEntry& entry : airportTable) {
+        if (isOutOfReach(entry, position, atAirportNm)) {
+            continue;
+        }
+        const double distance = distanceNm(position, {entry.lat, entry.lon});
+        if (atAirportNm >= distance && best > distance) {
+            best = distance;
+            neighbour = closest;
+            closest = &entry;
+        }
+    }
+    if (!closest) {
+        return std::nullopt;
+    }
+    if (!neighbour) {
+        return *closest;
+    }
+    log(fmt::format("Airport {} is closest, neighbour is {}", closest->code, neighbour->code));
+    std::string ownStand, otherStand;
+    const double own = closestStand(closest->code, position, ownStand);
+    const double other = closestStand(neighbour->code, position, otherStand);
+    if (other >= own) {
+        return *closest;
+    }
+    log(fmt::format("Airport {} is closest, but stand {} at neighbouring airport {} is closest at {:.0F} meters ...",
+                    closest->code, otherStand, neighbour->code, other * metresPerNm));
+    return *neighbour;
+}
+
+std::optional<AirportEntry> closestAirport(LatLon position) {
+    return closestAirport(position, gf_readDestApfForClosestStand);
+}
+
+void readAirportNames() {
+    airportNames.clear();
+    pugi::xml_document document;
+    if (document.load_file(path::airportsMsfsNames.c_str())) {
+        for (const pugi::xml_node row : document.child("AirportNames").children("airport")) {
+            airportNames.try_emplace(row.attribute("ICAO").as_string(), row.attribute("name").as_string());
+        }
+    }
+    log(fmt::format("{} airport names read from \"{}\"", airportNames.size(),
+                    platform::pathText(path::airportsMsfsNames)));
+}
+
+void dropAirportNames() {
+    airportNames = {}; // gives the memory back, too
 }
 
 } // namespace kes

@@ -2,7 +2,9 @@
 #pragma once
 
 #include "core/geo.h"
+#include "reference/text_map.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,5 +27,19 @@ void resetAirportTable();
 std::optional<AirportEntry> findAirport(std::string_view code);
 /// The row nearest to a position within `limitNm`; a linear walk.
 std::optional<AirportEntry> nearestAirport(LatLon position, double limitNm);
+
+/// Tells how far a position is from the closest stand of an airport in nautical miles, and that stand's id; 100.0 when
+/// it cannot be told.
+using StandLookup = std::function<double(std::string_view code, LatLon position, std::string& standId)>;
+/// The airport at which a position lies, at most 5.0 nautical miles away. Where two airports lie side by side, their
+/// stands decide.
+std::optional<AirportEntry> closestAirport(LatLon position, const StandLookup& closestStand);
+/// The same with the stands of the airport files.
+std::optional<AirportEntry> closestAirport(LatLon position);
+
+extern TextMap<std::string> airportNames; ///< code to name; empty but during a scan, in which nobody changes it
+/// Fills the names from "input/airports_msfs_names.xml"; without a usable file there are none.
+void readAirportNames();
+void dropAirportNames();
 
 } // namespace kes
