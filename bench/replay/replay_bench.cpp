@@ -17,7 +17,8 @@ using namespace kes;
 namespace {
 
 constexpr LatLon field{48.353783, 11.786086};
-constexpr double spacing = 5.0; ///< seconds between reports of one aircraft
+constexpr double spacing = 5.0;        ///< seconds between reports of one aircraft
+constexpr std::uint32_t flights = 316; ///< some are always on their way in, so that 300 are there
 
 double seconds(std::chrono::steady_clock::time_point since) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
@@ -82,7 +83,7 @@ int main(int argc, char**) {
     if (mkdtemp(folder.data()) == nullptr)
         return 1;
     const std::string feed = folder + "/feed.txt";
-    writeFeed(feed, 300, minutes * 60.0);
+    writeFeed(feed, flights, minutes * 60.0);
     replay::Options o;
     o.feed = feed;
     o.out = folder + "/out";
