@@ -60,7 +60,7 @@ TEST_F(ReplayTest, ALandingIsSoftAndInItsPlaceAtEveryElevation) {
         EXPECT_LT(worst(r, Metric::floatTime, Phase::flare), 10) << feed;
         EXPECT_EQ(worst(r, Metric::belowGround, Phase::flare), 0) << feed;
         EXPECT_LT(worst(r, Metric::jump, Phase::approach), 0.05) << feed;
-        EXPECT_LT(worst(r, Metric::across, Phase::rollOut), 15) << feed;
+        EXPECT_LT(worst(r, Metric::path, Phase::rollOut), 10) << feed;
     }
 }
 
@@ -71,7 +71,7 @@ TEST_F(ReplayTest, TurnsCornersAndRestStayAsGoodAsTheyAre) {
     EXPECT_LT(worst(turns, Metric::jump, Phase::air), 0.01);
     EXPECT_LT(turns.boards[0]->of(Metric::wrongBank, Phase::air).mean(), 0.02);
     const Result corners = replay("taxi-45");
-    EXPECT_LT(worst(corners, Metric::across, Phase::taxi), 15);
+    EXPECT_LT(worst(corners, Metric::path, Phase::taxi), 8);
     EXPECT_LT(worst(corners, Metric::turnRate, Phase::taxi), 15);
     const Result rest = replay("parked+noise");
     const Series& path = rest.boards[0]->of(Metric::restPath, Phase::parked);

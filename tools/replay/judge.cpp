@@ -22,6 +22,7 @@ constexpr std::int32_t sinkTicks = 50;
 
 constexpr std::array<MetricName, metricCount> names{{{"across", "m", false},
                                                      {"along", "m", false},
+                                                     {"off path", "m", false},
                                                      {"height", "ft", false},
                                                      {"jump", "m", true},
                                                      {"turn rate", "deg/s", true},

@@ -13,6 +13,7 @@ namespace kes::replay {
 enum class Metric : std::uint8_t {
     across,            ///< metres off the reference, across its track
     along,             ///< metres, along its track
+    path,              ///< metres off the true way, whenever the truth was there
     height,            ///< feet off the reference, in the air
     jump,              ///< metres by which a tick moves on farther than the tick before
     turnRate,          ///< degrees per second
@@ -30,7 +31,7 @@ enum class Metric : std::uint8_t {
     floatTime,         ///< seconds from the flare to the touchdown
     belowGround        ///< feet below standing height over the terrain, in the air
 };
-inline constexpr std::size_t metricCount = 18;
+inline constexpr std::size_t metricCount = 19;
 struct MetricName {
     std::string_view key, unit;
     bool everyTick; ///< else every tenth

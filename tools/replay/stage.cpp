@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t rowBuffer = 1 << 20;
 constexpr std::int32_t everyForScenario = 10, everyForRecording = 100;
-constexpr std::int32_t mapEvery = 100, groundEvery = 10;
+constexpr std::int32_t mapEvery = 100, sampleEvery = 10;
 constexpr double nearGroundAgl = 500.0; ///< feet
 constexpr double knotsPerMetreAndTick = 100.0 * 3600.0 / metresPerNm;
 
@@ -23,8 +23,13 @@ Pose poseOf(const LiveAircraft& a) {
     return {a.lat, a.lon, a.alt, a.heading, a.pitch, a.bank, a.onGround};
 }
 
+/// Of the scenario, for what is shown at a tick.
+double secondsOf(std::int32_t tick) {
+    return (tick - showDelayTicks) / 100.0;
+}
+
 Truth truthAt(const ScenarioFlight& flight, std::int32_t tick) {
-    return flight.truth((tick - showDelayTicks) / 100.0);
+    return flight.truth(secondsOf(tick));
 }
 
 Reference referenceOf(const Truth& t) {
@@ -93,8 +98,10 @@ Stage::Seen& Stage::seenOf(std::uint32_t hexid) {
     seen.place = static_cast<std::uint32_t>(all_.size() - 1);
     if (const TruthScenario* scenario = feed_.scenario()) {
         const auto flight = std::ranges::find(scenario->flights, hexid, &ScenarioFlight::hexid);
-        if (flight != scenario->flights.end())
+        if (flight != scenario->flights.end()) {
             seen.flight = &*flight;
+            seen.path.emplace(*flight);
+        }
     }
     result_.names.push_back(fmt::format("{:06X}", hexid));
     result_.map.aircraft.emplace_back().callsign = result_.names.back();
@@ -160,19 +167,21 @@ void Stage::lookAt(Seen& seen, const LiveAircraft& a, std::int32_t tick) {
     const bool between = seen.baselines.moveTo(tick);
     Reference reference;
     bool known = true;
-    if (seen.flight != nullptr)
+    if (seen.flight != nullptr && secondsOf(tick) <= seen.flight->end)
         reference = referenceOf(truthAt(*seen.flight, tick));
-    else if (between)
+    else if (seen.flight == nullptr && between)
         reference = seen.baselines.reference();
     else
         known = false;
     watch(*result_.boards[0], seen.watched[0], pose, phase, known ? &reference : nullptr, place);
+    if (known)
+        judgePath(seen, 0, pose.position(), phase, place);
     judgeLanding(seen, a, pose, phase, place);
     if (between != seen.baselinesRun)
         std::fill(seen.watched.begin() + 1, seen.watched.end(), Watched{});
     seen.baselinesRun = between;
     if (between)
-        judgeBaselines(seen, phase, seen.flight != nullptr ? &reference : nullptr, place);
+        judgeBaselines(seen, phase, seen.flight != nullptr && known ? &reference : nullptr, place);
     if (tick % every_ == 0)
         writeRow(seen, a, phase, tick);
     if (tick % mapEvery == 0) {
@@ -183,9 +192,14 @@ void Stage::lookAt(Seen& seen, const LiveAircraft& a, std::int32_t tick) {
     }
 }
 
+void Stage::judgePath(const Seen& seen, std::size_t way, LatLon at, Phase phase, Place place) {
+    if (seen.path && place.tick % sampleEvery == 0)
+        result_.boards[way]->add(Metric::path, phase, seen.path->metresOff(at, secondsOf(place.tick)), place);
+}
+
 void Stage::judgeLanding(Seen& seen, const LiveAircraft& a, const Pose& pose, Phase phase, Place place) {
     Board& board = *result_.boards[0];
-    if (inAir(phase) && a.agl < nearGroundAgl && place.tick % groundEvery == 0) {
+    if (inAir(phase) && a.agl < nearGroundAgl && place.tick % sampleEvery == 0) {
         const double ground = world::terrainFeet(terrain_, a.lat, a.lon) + a.staticCg;
         board.add(Metric::belowGround, phase, std::max(ground - a.alt, 0.0), place);
     }
@@ -211,6 +225,7 @@ void Stage::judgeBaselines(Seen& seen, Phase phase, const Reference* reference, 
         const Pose& pose = seen.baselines.poses()[i];
         Board& board = *result_.boards[i + 1];
         watch(board, seen.watched[i + 1], pose, phase, reference, place);
+        judgePath(seen, i + 1, pose.position(), phase, place);
         if (!lands)
             continue;
         board.add(Metric::sinkRate, Phase::flare, recentSink(seen.watched[i + 1]), place);

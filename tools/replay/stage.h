@@ -4,6 +4,7 @@
 #include "tools/replay/baselines.h"
 #include "tools/replay/replay.h"
 #include "tools/replay/replay_feed.h"
+#include "tools/replay/true_path.h"
 #include "traffic/live_aircraft.h"
 #include "world/simulator/terrain.h"
 
@@ -12,6 +13,7 @@
 #include <deque>
 #include <fmt/format.h>
 #include <memory>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -44,11 +46,13 @@ private:
         std::int32_t lastTick = -1, flareBegin = -1;
         bool wasOnGround = true, baselinesRun = false;
         const ScenarioFlight* flight = nullptr;
+        std::optional<TruePath> path;
     };
     Seen& seenOf(std::uint32_t hexid);
     void lookAt(Seen& seen, const LiveAircraft& aircraft, std::int32_t tick);
     void judgeLanding(Seen& seen, const LiveAircraft& aircraft, const Pose& pose, Phase phase, Place place);
     void judgeBaselines(Seen& seen, Phase phase, const Reference* reference, Place place);
+    void judgePath(const Seen& seen, std::size_t way, LatLon at, Phase phase, Place place);
     void writeRow(const Seen& seen, const LiveAircraft& aircraft, Phase phase, std::int32_t tick);
     void flushRows();
 
