@@ -176,6 +176,7 @@ TEST_F(AirMotionTest, FlaresInFourStagesAndTouchesDownSoftly) {
         LiveAircraft& a = activeFlight(firstHex, stream);
         a.approach = true;
         a.staticCg = 11;
+        a.flareTicks = 200; // shorter than the flare takes
         a.staticPitch = 0.5 * degToRad;
         a.alt = elevation + 150;
         a.agl = 150;
@@ -196,7 +197,7 @@ TEST_F(AirMotionTest, FlaresInFourStagesAndTouchesDownSoftly) {
             6000);
         ASSERT_TRUE(landed) << elevation;
         EXPECT_EQ(stage, 4);
-        EXPECT_NEAR(lowestNose * radToDeg, -4, 1.0) << "nose up";
+        EXPECT_NEAR(lowestNose * radToDeg, -4, 1e-9) << "nose up, and no further";
         EXPECT_TRUE(liveAircraft[0].landingRoll);
         EXPECT_TRUE(liveAircraft[0].derotating);
         EXPECT_FALSE(liveAircraft[0].approach);
