@@ -219,7 +219,7 @@ bool sendAllLightsToggle(std::uint32_t objectid) {
 
 bool setFlightPlan(std::uint32_t objectid, const std::string& path) {
     const std::lock_guard lock(simMutex);
-    return !failed(SimConnect_AISetAircraftFlightPlan(simHandle, objectid, path.c_str(), req::flightPlan));
+    return SimConnect_AISetAircraftFlightPlan(simHandle, objectid, path.c_str(), req::flightPlan) == S_OK;
 }
 
 bool setControlData(std::uint32_t objectid, double spoilers, double throttle1, double throttle2) {

@@ -42,9 +42,23 @@ bool writePlan(const LiveAircraft& a, const std::filesystem::path& file) {
     return static_cast<bool>(out);
 }
 
+bool writeAndSet(const LiveAircraft& a) {
+    try {
+        const std::filesystem::path file = planFile(a.objectid);
+        return writePlan(a, file) && (!par::MSFS_2020 || setFlightPlan(a.objectid, platform::pathText(file)));
+    } catch (const std::exception&) {
+        return false; // not every folder's name can be put as text
+    }
+}
+
+/// The thrown texts name the operations alike on every system.
 void createUnlessThere(const std::filesystem::path& folder) {
-    if (!std::filesystem::exists(folder))
-        std::filesystem::create_directory(folder);
+    std::error_code error;
+    const bool there = std::filesystem::exists(folder, error);
+    if (error)
+        throw std::filesystem::filesystem_error("exists", folder, error);
+    if (!there && !std::filesystem::create_directory(folder, error) && error)
+        throw std::filesystem::filesystem_error("create_directory", folder, error);
 }
 
 } // namespace
@@ -57,8 +71,7 @@ void prepareFlightPlanFolders() {
 void writeFlightPlan(LiveAircraft& a) {
     if (a.orig.empty() || a.dest.empty())
         return;
-    const std::filesystem::path file = planFile(a.objectid);
-    a.flightPlanSet = writePlan(a, file) && (!par::MSFS_2020 || setFlightPlan(a.objectid, platform::pathText(file)));
+    a.flightPlanSet = writeAndSet(a);
     if (!a.flightPlanSet)
         log(fmt::format("{} creating a flight plan failed", shortLabel(a)));
 }

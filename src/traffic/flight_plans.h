@@ -7,7 +7,9 @@
 
 namespace kes {
 
-void prepareFlightPlanFolders(); ///< throws filesystem_error
+/// Creates the folder of the user's data and the one of the plans in it. Throws filesystem_error ("exists",
+/// "create_directory"). Worker.
+void prepareFlightPlanFolders();
 /// For an aircraft with both ends of its route known: writes the file and hands it to the simulator. A failure is
 /// logged; the aircraft flies on without a plan. Worker.
 void writeFlightPlan(LiveAircraft& aircraft);

@@ -1,5 +1,5 @@
 // Limits, ghosts, blocking, the user's surroundings, and how the user finds an object.
-#include "traffic/flight_plans.h"
+#include "airports/stands.h"
 #include "traffic/harness.h"
 
 namespace kes {
@@ -14,27 +14,82 @@ constexpr std::int32_t far = 1 << 28;
 
 TEST_F(ConflictsTest, TheNearestStayUnderMaxLive) {
     struct Case {
+        std::int32_t limit;
         double miles;
         bool spawns;
-        std::size_t waiting; ///< in the spawn and create queues
+        std::size_t toSpawn, toCreate; ///< waiting in the two queues
         std::size_t active;
+        bool takesFarthest = false;
     };
-    for (const Case& c : {Case{29.95, false, 0, 10}, Case{29.85, true, 0, 10}, Case{20, true, 0, 10},
-                          Case{40, true, 0, 9}, Case{40, false, 1, 9}}) {
+    for (const Case& c :
+         {Case{10, 29.95, false, 0, 0, 10}, Case{10, 29.85, true, 0, 0, 10, true}, Case{10, 20, true, 0, 0, 10, true},
+          Case{10, 40, true, 0, 0, 9}, Case{10, 40, false, 1, 0, 9}, Case{10, 40, false, 0, 1, 9},
+          Case{10, 20, true, 1, 1, 10, true}, Case{-1, 40, true, 9, 9, 10}, Case{0, 1, false, 0, 0, 0}}) {
         resetLiveTraffic();
-        maxLive = 10;
+        maxLive = c.limit;
         for (std::uint32_t i = 0; i < c.active; ++i)
             activeFlight(firstHex + i, {air((i == 3 ? 30.0 : 5.0 + i) / 60, far), air(1, far + 1)});
-        spawnQueue.resize(c.waiting);
+        spawnQueue.resize(c.toSpawn);
+        liveCreateQueue.resize(c.toCreate);
         LiveAircraft& newcomer = activeFlight(firstHex + 90, {air(c.miles / 60, 5000), air(1, far)});
         newcomer.st = AircraftStatus::buffer;
         newcomer.fs = FlightState::birth;
         updateLiveAc(newcomer);
-        EXPECT_EQ(newcomer.st == AircraftStatus::adding2sim, c.spawns) << c.miles;
-        EXPECT_EQ(newcomer.deleteNow, !c.spawns) << c.miles;
-        const bool replaced = c.spawns && c.active == 10;
-        EXPECT_EQ(liveAircraft[3].st == AircraftStatus::removingfromsim, replaced) << c.miles;
+        EXPECT_EQ(newcomer.st == AircraftStatus::adding2sim, c.spawns) << c.limit << " " << c.miles;
+        EXPECT_EQ(newcomer.deleteNow, !c.spawns) << c.limit << " " << c.miles;
+        std::vector<std::uint32_t> left;
+        for (const LiveAircraft& a : liveAircraft) {
+            if (a.st == AircraftStatus::removingfromsim)
+                left.push_back(a.hexid - firstHex);
+        }
+        EXPECT_EQ(left, c.takesFarthest ? std::vector<std::uint32_t>{3} : std::vector<std::uint32_t>{})
+            << c.limit << " " << c.miles;
     }
+}
+
+TEST_F(ConflictsTest, ATenthOfAMileIsNotFarther) {
+    struct Case {
+        std::vector<double> miles; ///< in the order of the table
+        double from;
+        std::size_t leaves; ///< place in the table, behind its end = nobody
+    };
+    for (const Case& c : {Case{{30, 30.05}, 20, 0}, Case{{30, 30.15}, 20, 1}, Case{{30.05, 30, 30.1}, -1, 0},
+                          Case{{30, 30.05, 30.12}, 29.85, 2}, Case{{30, 30.05}, 29.97, 2}, Case{{0}, -1, 0}}) {
+        resetLiveTraffic();
+        for (std::size_t i = 0; i < c.miles.size(); ++i)
+            activeFlight(firstHex + static_cast<std::uint32_t>(i), {air(c.miles[i] / 60, far), air(1, far + 1)});
+        LiveAircraft& leaving = activeFlight(firstHex + 90, {air(0.9, far), air(1, far + 1)});
+        leaving.st = AircraftStatus::removingfromsim; // farther than all, and gone already
+        EXPECT_EQ(removeFarthest(c.from), c.leaves < c.miles.size());
+        for (std::size_t i = 0; i < c.miles.size(); ++i)
+            EXPECT_EQ(liveAircraft[i].st == AircraftStatus::removingfromsim, i == c.leaves) << c.miles[i];
+    }
+}
+
+TEST_F(ConflictsTest, ASwitchTurnsOneCategoryOff) {
+    const std::pair<BoolBox&, const char*> switches[] = {
+        {par::LIGHT_AIRCRAFT, "C172"}, {par::HELICOPTERS, "EC35"}, {par::HIGH_PERF_AIRCRAFT, "F16"}};
+    par::HIGH_PERF_AIRCRAFT.value = true; // off for want of a livery
+    for (const auto& [box, dropped] : switches) {
+        box.value = false;
+        for (const char* model : {"C172", "EC35", "F16", "C25A", "A320", "B77W"})
+            EXPECT_EQ(passesCategorySwitch(model, 8000), std::string_view(model) != dropped) << box.name << model;
+        box.value = true;
+    }
+}
+
+TEST_F(ConflictsTest, AnAltitudeNearTheAirportIsDoubtfulBelowTenThousandFeet) {
+    struct Case {
+        double elevation, alt;
+        bool passes;
+    };
+    for (const Case& c : {Case{9950, 9999, false}, Case{9950, 10000, true}, Case{364, 484, false}, Case{364, 485, true},
+                          Case{364, 243, true}, Case{100, 1, false}, Case{100, 0, true}}) {
+        setAirportRef(AirportRef{"EDDF", "FRA", homeLat, homeLon, c.elevation});
+        EXPECT_EQ(passesCategorySwitch("A320", c.alt), c.passes) << c.alt;
+    }
+    setAirportRef(std::nullopt);
+    EXPECT_TRUE(passesCategorySwitch("A320", 1));
 }
 
 TEST_F(ConflictsTest, ANewLimitTakesTheFarthest) {
@@ -58,17 +113,24 @@ TEST_F(ConflictsTest, TheCallsignListIsSortedAndReplaced) {
     LiveAircraft& parked = activeFlight(firstHex + 3, {ground(0, far), ground(1, far)});
     parked.objectid = 79;
     parked.fs = FlightState::parked;
-    par::MSFS_2020.value = true;
-    writeCallsignList();
-    EXPECT_FALSE(std::filesystem::exists(path::callsign2ObjectId)) << "not asked for";
-    par::CALLSIGN_OBJECTIDS.value = true;
-    if (path::callsign2ObjectId.has_parent_path())
-        std::filesystem::create_directories(path::callsign2ObjectId.parent_path());
+    parked.sid = 1;
+    stands.push_back({.id = "V 12", .sid = 1, .liveOnIt = true});
+    const std::pair<bool, bool> off[] = {{false, true}, {true, false}};
+    for (const auto& [asked, msfs2020] : off) {
+        par::CALLSIGN_OBJECTIDS.value = asked;
+        par::MSFS_2020.value = msfs2020;
+        writeCallsignList();
+        EXPECT_FALSE(std::filesystem::exists(path::callsign2ObjectId)) << asked;
+    }
+    par::CALLSIGN_OBJECTIDS.value = par::MSFS_2020.value = true;
     std::ofstream(path::callsign2ObjectId) << std::string(1000, 'x');
     writeCallsignList();
-    EXPECT_EQ(
-        test::readFile(path::callsign2ObjectId),
-        "Air DLH305    DLH A320: 78 \nGnd DLH304    DLH A320: 77 \nGnd DLH307    DLH A320: 79 Parked at sid==0?\n");
+    EXPECT_EQ(test::readFile(path::callsign2ObjectId),
+              "Air DLH305    DLH A320: 78 \nGnd DLH304    DLH A320: 77 \nGnd DLH307    DLH A320: 79 Parked at V 12\n");
+    std::filesystem::remove(path::callsign2ObjectId);
+    std::filesystem::create_directory(path::callsign2ObjectId);
+    writeCallsignList();
+    EXPECT_TRUE(std::filesystem::is_empty(path::callsign2ObjectId)) << "what cannot be opened is left alone";
 }
 
 TEST_F(ConflictsTest, TheUserFindsAnObjectByItsCallsign) {
@@ -76,10 +138,13 @@ TEST_F(ConflictsTest, TheUserFindsAnObjectByItsCallsign) {
     findCallsign("DLH304");
     EXPECT_EQ(readouts.selectedObject, a.objectid);
     EXPECT_EQ(readoutText(Readout::foundObject), "= " + std::to_string(a.objectid));
-    findCallsign("DLH30");
-    EXPECT_EQ(readouts.selectedObject, 0U);
-    EXPECT_EQ(readoutText(Readout::foundObject), "");
-    EXPECT_EQ(statusText(), "callsign \"DLH30\" is unknown");
+    for (const std::string other : {"DLH30", "DLH3045", "dlh304", "DLH304 ", ""}) {
+        findCallsign("DLH304");
+        findCallsign(other);
+        EXPECT_EQ(readouts.selectedObject, 0U);
+        EXPECT_EQ(readoutText(Readout::foundObject), "");
+        EXPECT_EQ(statusText(), "callsign \"" + other + "\" is unknown");
+    }
     a.st = AircraftStatus::buffer;
     findCallsign("DLH304");
     EXPECT_EQ(readouts.selectedObject, 0U);
@@ -253,31 +318,6 @@ TEST_F(ConflictsTest, LandingEntriesAreDropped) {
     landingList = {firstHex + 5, firstHex};
     replaceParked(a);
     EXPECT_EQ(landingList, std::deque<std::uint32_t>{firstHex + 5});
-}
-
-TEST_F(ConflictsTest, TheFlightPlanFolderComesAndGoes) {
-    std::filesystem::remove_all(userDataFolder());
-    EXPECT_THROW(
-        {
-            setUserDataFolder(program.folder / "no" / "such");
-            prepareFlightPlanFolders();
-        },
-        std::filesystem::filesystem_error);
-    setUserDataFolder(program.folder / "appdata" / "Kestrelune");
-    prepareFlightPlanFolders();
-    prepareFlightPlanFolders();
-    std::ofstream(flightPlanFolder() / "77.pln") << "x";
-    std::ofstream(flightPlanFolder() / "78.pln") << "x";
-    LiveAircraft& a = activeFlight(firstHex, {air(0, far), air(1, far)});
-    a.objectid = 77;
-    a.flightPlanSet = true;
-    addSimReply(reply(ReplyKind::removed, 77, 0));
-    applySimReplies();
-    EXPECT_FALSE(std::filesystem::exists(flightPlanFolder() / "77.pln"));
-    EXPECT_TRUE(std::filesystem::exists(flightPlanFolder() / "78.pln"));
-    gf_removeFlightPlanFolder();
-    gf_removeFlightPlanFolder();
-    EXPECT_FALSE(std::filesystem::exists(flightPlanFolder()));
 }
 
 } // namespace

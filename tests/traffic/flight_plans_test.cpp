@@ -20,7 +20,9 @@ struct FlightPlansTest : test::TrafficTest {
         a.objectid = 4711;
         return a;
     }
-    static std::filesystem::path file() { return flightPlanFolder() / "4711.pln"; }
+    static std::filesystem::path file(std::uint32_t objectid = 4711) {
+        return flightPlanFolder() / (std::to_string(objectid) + ".pln");
+    }
 };
 
 TEST_F(FlightPlansTest, OnlyARouteWithBothEndsMakesAPlan) {
@@ -30,7 +32,8 @@ TEST_F(FlightPlansTest, OnlyARouteWithBothEndsMakesAPlan) {
     for (const Case& c :
          {Case{"A320", "EDDF", "LHR", "IFR"}, Case{"B77W", "XXXX", "?", "IFR"}, Case{"C25A", "EDDF", "LHR", "IFR"},
           Case{"C172", "EDDF", "LHR", "VFR"}, Case{"F16", "EDDF", "LHR", "VFR"}, Case{"EC35", "EDDF", "LHR", "VFR"},
-          Case{"A320", "", "LHR", nullptr}, Case{"A320", "EDDF", "", nullptr}, Case{"A320", "", "", nullptr}}) {
+          Case{"A320", "<A&B>", "{}", "IFR"}, Case{"A320", "", "LHR", nullptr}, Case{"A320", "EDDF", "", nullptr},
+          Case{"A320", "", "", nullptr}}) {
         std::filesystem::remove(file());
         LiveAircraft& a = flight(c.model, c.orig, c.dest);
         writeFlightPlan(a);
@@ -47,19 +50,30 @@ TEST_F(FlightPlansTest, OnlyARouteWithBothEndsMakesAPlan) {
     EXPECT_FALSE(program.logHas("creating a flight plan failed"));
 }
 
-TEST_F(FlightPlansTest, AFolderThatCannotBeWrittenCostsThePlanAlone) {
-    gf_removeFlightPlanFolder();
-    std::ofstream(flightPlanFolder()) << "in the way";
-    LiveAircraft& a = flight("A320", "EDDF", "LHR");
-    writeFlightPlan(a);
-    EXPECT_FALSE(a.flightPlanSet);
-    EXPECT_TRUE(program.logHas("A320 creating a flight plan failed"));
-    std::filesystem::remove(flightPlanFolder());
+TEST_F(FlightPlansTest, AFailureCostsThePlanAlone) {
+    struct Case {
+        bool folderInTheWay, forSimulator;
+    };
+    for (const Case& c : {Case{true, false}, Case{false, true}}) {
+        gf_removeFlightPlanFolder();
+        if (c.folderInTheWay)
+            std::ofstream(flightPlanFolder()) << "in the way";
+        else
+            prepareFlightPlanFolders();
+        par::MSFS_2020.value = c.forSimulator; // which is not connected
+        LiveAircraft& a = flight("A320", "EDDF", "LHR");
+        a.flightPlanSet = true; // of the object before
+        writeFlightPlan(a);
+        EXPECT_FALSE(a.flightPlanSet);
+        EXPECT_EQ(std::filesystem::exists(file()), c.forSimulator);
+    }
+    EXPECT_EQ(program.logCount("DLH304    DLH A320 creating a flight plan failed\n"), 2U);
 }
 
 TEST_F(FlightPlansTest, AFileGoesWithItsObjectButNotForARespawn) {
     for (const bool respawn : {false, true}) {
         writeFlightPlan(flight("A320", "EDDF", "LHR"));
+        std::ofstream(file(4712)) << "of another object";
         if (respawn)
             liveryRespawn(liveAircraft[0]);
         else
@@ -67,11 +81,59 @@ TEST_F(FlightPlansTest, AFileGoesWithItsObjectButNotForARespawn) {
         addSimReply(reply(ReplyKind::removed, 4711, 0));
         applySimReplies();
         EXPECT_EQ(std::filesystem::exists(file()), respawn);
+        EXPECT_TRUE(std::filesystem::exists(file(4712)));
     }
     gf_removeFlightPlanFolder();
     EXPECT_FALSE(std::filesystem::exists(flightPlanFolder()));
     gf_removeFlightPlanFolder();
     EXPECT_FALSE(program.logHas("gf_removeFlightPlanFolder"));
+}
+
+TEST_F(FlightPlansTest, ALateRouteIsToldByTheNextObjectOnly) {
+    for (const bool respawns : {false, true}) {
+        resetLiveTraffic();
+        par::GUID_CHANGES.value = respawns;
+        feedFlight(test::firstHex);
+        ASSERT_TRUE(runUntil([] { return liveAircraft.at(0).st == AircraftStatus::active; }));
+        const std::uint32_t first = liveAircraft[0].objectid;
+        AircraftReport late = report(test::firstHex, 40);
+        late.sample.tick = liveAircraft[0].stream.back().tick + 1000;
+        late.orig = "EDDF";
+        late.dest = "LHR";
+        feed(late);
+        EXPECT_EQ(liveAircraft[0].dest, "LHR");
+        if (respawns) {
+            ASSERT_TRUE(runUntil([&] { return liveAircraft.at(0).objectid > first; }));
+        }
+        run(10);
+        EXPECT_EQ(liveAircraft.at(0).flightPlanSet, respawns);
+        EXPECT_FALSE(std::filesystem::exists(file(first)));
+        EXPECT_EQ(std::filesystem::exists(file(first + 1)), respawns);
+    }
+}
+
+TEST_F(FlightPlansTest, TheFoldersComeAndWhatCannotBeDoneIsTold) {
+    const auto told = [] {
+        try {
+            prepareFlightPlanFolders();
+        } catch (const std::filesystem::filesystem_error& e) {
+            return std::string(e.what());
+        }
+        return std::string();
+    };
+    std::filesystem::remove_all(userDataFolder());
+    EXPECT_EQ(told(), "");
+    EXPECT_EQ(told(), "") << "they are there already";
+    EXPECT_TRUE(std::filesystem::is_directory(flightPlanFolder()));
+    std::filesystem::remove(flightPlanFolder());
+    std::filesystem::create_directory_symlink(flightPlanFolder(), flightPlanFolder()); // leads nowhere for ever
+    EXPECT_NE(told().find(" exists: "), std::string::npos) << told();
+    gf_removeFlightPlanFolder();
+    EXPECT_TRUE(program.logHas("gf_removeFlightPlanFolder: filesystem error: "));
+    EXPECT_TRUE(statusText().starts_with("gf_removeFlightPlanFolder: filesystem error: ")) << statusText();
+    std::filesystem::remove(flightPlanFolder());
+    setUserDataFolder(program.folder / "no" / "such");
+    EXPECT_NE(told().find(" create_directory: "), std::string::npos) << told();
 }
 
 } // namespace
