@@ -1,10 +1,10 @@
 #include "feed/control_link.h"
 
+#include "core/foreign_log.h"
 #include "core/log.h"
 #include "core/run_state.h"
 #include "core/text.h"
 #include "core/window.h"
-#include "feed/feed_log.h"
 #include "feed/traffic_reader.h"
 #include "platform/socket.h"
 

@@ -1,8 +1,8 @@
 // The frame of the two feed readers: socket, receive loop, repeat filter, thread body.
 #pragma once
 
+#include "core/foreign_log.h"
 #include "core/window.h"
-#include "feed/feed_log.h"
 #include "platform/socket.h"
 
 #include <array>
@@ -31,7 +31,7 @@ struct UdpReader {
     std::array<char, bufferSize + 1> buffer{};
     std::string lastText; ///< the last datagram, for the repeat filter
     platform::Socket socket;
-    LogLimiter complaints; ///< about what came in; reader thread only
+    LogLimiter complaints{"feed"}; ///< about what came in; reader thread only
 
     /// Starts the socket library and creates the socket. Throws runtime_error, with the library ended again.
     void openSocket();
