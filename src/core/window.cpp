@@ -96,7 +96,7 @@ void resetWindow() {
 
     for (std::atomic<bool>* request :
          {&windowRequests.reRead, &windowRequests.flushStatic, &windowRequests.findCallsign, &windowRequests.blockNow,
-          &windowRequests.parkAdjust, &windowRequests.clearNoMatch})
+          &windowRequests.parkAdjust, &windowRequests.clearNoMatch, &windowRequests.maxLive})
         *request = false;
 }
 

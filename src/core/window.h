@@ -68,7 +68,7 @@ std::string readoutText(Readout which);
 /// Requests of the user that the main tick reads on its beats.
 struct WindowRequests {
     std::atomic<bool> reRead{false}, flushStatic{false}, findCallsign{false}, blockNow{false}, parkAdjust{false},
-        clearNoMatch{false};
+        clearNoMatch{false}, maxLive{false}; ///< maxLive: MAX_LIVE was changed
 };
 extern WindowRequests windowRequests;
 

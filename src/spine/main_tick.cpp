@@ -76,11 +76,8 @@ void moveQueues(std::int32_t tick) {
     }
     if (tick % 50 != 0)
         return;
-    if (!liveCreateQueue.empty()) {
-        queueCreate(liveCreateQueue.front());
-        liveCreateQueue.pop_front();
+    if (handOverNextCreate())
         return;
-    }
     if (!staticCreateQueue.empty()) {
         queueCreate(staticCreateQueue.front());
         staticCreateQueue.pop_front();
@@ -140,6 +137,8 @@ void secondJobs() {
     checkParkedCollisions();
     if (windowRequests.blockNow)
         applyBlocking(); // clears the request
+    if (windowRequests.maxLive)
+        takeNewMaxLive(); // likewise
 }
 
 void rereadStep() {

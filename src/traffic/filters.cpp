@@ -33,6 +33,17 @@ std::size_t activeCount() {
     return static_cast<std::size_t>(std::ranges::count_if(liveAircraft, isActive));
 }
 
+/// Those on their way into the simulator are as good as there, wherever their request is.
+std::size_t comingCount() {
+    return static_cast<std::size_t>(std::ranges::count_if(liveAircraft, [](const LiveAircraft& a) {
+        return a.st == AircraftStatus::adding2sim && !a.deleteNow && !a.deleteQueued;
+    }));
+}
+
+std::size_t limit() {
+    return static_cast<std::size_t>(std::max(maxLive, 0));
+}
+
 void select(std::uint32_t objectid) {
     readouts.selectedObject = objectid;
     setReadout(Readout::foundObject, objectid == 0 ? std::string() : fmt::format("= {}", objectid));
@@ -82,8 +93,7 @@ bool removeFarthest(double distance) {
 bool makeRoomFor(const LiveAircraft& newcomer) {
     if (maxLive == -1)
         return true;
-    const std::size_t count = activeCount() + spawnQueue.size() + liveCreateQueue.size();
-    if (count < static_cast<std::size_t>(std::max(maxLive, 0)))
+    if (activeCount() + comingCount() < limit())
         return true;
     const PositionSample& front = newcomer.stream.front();
     return removeFarthest(distanceNm(userAircraft.position(), {front.lat, front.lon}));
@@ -92,9 +102,17 @@ bool makeRoomFor(const LiveAircraft& newcomer) {
 void applyMaxLive() {
     if (maxLive == -1)
         return;
-    const auto limit = static_cast<std::size_t>(std::max(maxLive, 0));
-    for (std::size_t count = activeCount(); count > limit; --count)
+    for (std::size_t count = activeCount(); count > limit(); --count)
         removeFarthest(-1.0);
+}
+
+void takeNewMaxLive() {
+    windowRequests.maxLive = false; // first: a change from now on asks again
+    maxLive = par::MAX_LIVE;
+    applyMaxLive();
+    // What was asked of the simulator under the old limit comes later.
+    if (maxLive != -1 && activeCount() + comingCount() > limit())
+        windowRequests.maxLive = true;
 }
 
 void writeCallsignList() {

@@ -19,7 +19,11 @@ bool nearReferenceElevation(double alt);
 bool removeFarthest(double distance);
 /// MAX_LIVE in the spawn decision; false = the newcomer loses.
 bool makeRoomFor(const LiveAircraft& newcomer);
+/// Active aircraft beyond the limit leave, the farthest first.
 void applyMaxLive();
+/// MAX_LIVE was changed while a flight runs: takes it over and applies it. Clears the request, unless so many are still
+/// on their way into the simulator that it has to be applied again.
+void takeNewMaxLive();
 void writeCallsignList();
 void findCallsign(std::string_view text);
 

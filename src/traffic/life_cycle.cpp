@@ -19,14 +19,56 @@ std::deque<CreateRequest> liveCreateQueue;
 std::deque<CreateRequest> staticCreateQueue;
 std::deque<std::uint32_t> removalQueue;
 std::deque<std::uint32_t> landingList;
-std::vector<std::string> noMatchList;
+NoMatchList noMatchList;
 
 namespace {
 
 // Looked up by hexid only and never walked, so its order shows nowhere.
 std::unordered_map<std::uint32_t, std::string_view> titleTable;
 
+/// Ticks after which the object of a creation that was given up is not expected any more.
+constexpr std::int32_t abandonedFor = 12000;
+struct Abandoned {
+    std::uint32_t hexid;
+    std::int32_t tick;
+};
+std::vector<Abandoned> abandoned;
+
+auto findAbandoned(std::uint32_t hexid) {
+    std::erase_if(abandoned, [](const Abandoned& a) { return tickCount - a.tick > abandonedFor; });
+    return std::ranges::find(abandoned, hexid, &Abandoned::hexid);
+}
+
 } // namespace
+
+void NoMatchList::add(std::string key) {
+    if (index_.contains(key))
+        return;
+    if (keys_.size() == limit) {
+        index_.erase(keys_.front());
+        keys_.pop_front();
+    }
+    index_.insert(keys_.emplace_back(std::move(key)));
+}
+
+void NoMatchList::clear() {
+    index_.clear();
+    keys_.clear();
+}
+
+void noteAbandoned(std::uint32_t hexid) {
+    abandoned.push_back({hexid, tickCount});
+}
+bool isAbandoned(std::uint32_t hexid) {
+    return !abandoned.empty() && findAbandoned(hexid) != abandoned.end();
+}
+bool takeAbandoned(std::uint32_t hexid) {
+    const auto it = findAbandoned(hexid);
+    if (it == abandoned.end())
+        return false;
+    abandoned.erase(it);
+    return true;
+}
 
 std::string_view rememberedTitle(std::uint32_t hexid) {
     const auto it = titleTable.find(hexid);
@@ -44,10 +86,10 @@ void clearTitleTable() {
 }
 
 void writeNoMatchReport() {
-    if (!par::LOG || noMatchList.empty())
+    if (!par::LOG || noMatchList.keys().empty())
         return;
     log("\nNo match found for: ");
-    for (const std::string& key : noMatchList)
+    for (const std::string& key : noMatchList.keys())
         log(key);
     log("");
 }
@@ -60,6 +102,7 @@ void resetLiveTraffic() {
     removalQueue.clear();
     landingList.clear();
     noMatchList.clear();
+    abandoned.clear();
     clearTitleTable();
     clearLightSequences();
     resetConflicts();

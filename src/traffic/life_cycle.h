@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <deque>
 #include <string>
+#include <string_view>
+#include <unordered_set>
 #include <vector>
 
 namespace kes {
@@ -17,7 +19,21 @@ extern std::deque<CreateRequest> liveCreateQueue;   ///< one per 50 ticks
 extern std::deque<CreateRequest> staticCreateQueue; ///< one per 50 ticks when the live one is empty
 extern std::deque<std::uint32_t> removalQueue;      ///< objectids, one per 10 ticks
 extern std::deque<std::uint32_t> landingList;       ///< hexids, one per second
-extern std::vector<std::string> noMatchList;        ///< keys without livery, in order of finding
+
+/// Keys without livery, in order of finding. The oldest makes room when there are too many.
+class NoMatchList {
+public:
+    static constexpr std::size_t limit = 1000;
+    void add(std::string key); ///< once each
+    bool contains(std::string_view key) const { return index_.contains(key); }
+    void clear();
+    const std::deque<std::string>& keys() const { return keys_; }
+
+private:
+    std::deque<std::string> keys_; // never moves its elements, so the index can point at them
+    std::unordered_set<std::string_view> index_;
+};
+extern NoMatchList noMatchList;
 
 /// Handles all waiting replies of the simulator, then advances the light sequences by one tick.
 void applySimReplies();
@@ -32,6 +48,8 @@ bool checkIdentity(LiveAircraft& aircraft, const AircraftReport& report);
 void nextPosMain(LiveAircraft& aircraft);
 /// Pops one hexid of `spawnQueue` and makes its create request.
 void spawnNext();
+/// Hands one create request of a live aircraft to the simulator client. False = none waits.
+bool handOverNextCreate();
 /// The traffic source has gone: live aircraft leave the simulator, waiting ones are dropped.
 void removeAllLiveForLostSource();
 /// The list of keys without livery into the log, when LOG is on.

@@ -25,6 +25,13 @@ void takeModel(LiveAircraft& aircraft, const std::string& model);
 /// Decides whether an aircraft in buffer enters the simulator now.
 void spawnDecision(LiveAircraft& aircraft);
 
+/// The object of a creation that was given up may still come. Until it has, or until that is too long ago, nobody with
+/// its hexid is asked for: the two objects could not be told apart.
+void noteAbandoned(std::uint32_t hexid);
+bool isAbandoned(std::uint32_t hexid);
+/// True = the simulator's answer was to such a creation, which is forgotten now.
+bool takeAbandoned(std::uint32_t hexid);
+
 /// Clears the "object shown beside the callsign look-up" when it is this one.
 void clearSelection(std::uint32_t objectid);
 

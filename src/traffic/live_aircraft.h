@@ -32,7 +32,7 @@ struct LiveAircraft : AiAircraft {
     std::int64_t parkedTime = 0;                 ///< monotonic ms when it took or last proved its stand
     std::int32_t extrapCount = 0;                ///< above 0 while samples are invented, -1 when the last is used up
     std::int32_t holdStartTick = 0;              ///< tick at which the present hold began
-    std::int32_t spawnTick = 0;                  ///< tick at which its object was asked for
+    std::int32_t askedTick = -1;                 ///< tick at which the simulator was asked for its object, -1 = not yet
     FlightState fs = FlightState::birth;         ///< changed through `setFlightState` only
     FlightState fsPrevious = FlightState::birth; ///< the state before the last change
     bool feedAtStand = false;                    ///< the feed still reports this parked aircraft near its stand

@@ -118,7 +118,8 @@ void onCreated(const SimReply& reply) {
     if (reply.objectid < firstAiObject)
         return;
     LiveAircraft* a = findLive(reply.hexid);
-    if (a == nullptr || a->st != AircraftStatus::adding2sim || (a->objectid != 0 && a->objectid != reply.objectid)) {
+    const bool asked = a != nullptr && a->st == AircraftStatus::adding2sim && a->askedTick >= 0;
+    if (takeAbandoned(reply.hexid) || !asked || (a->objectid != 0 && a->objectid != reply.objectid)) {
         removalQueue.push_back(reply.objectid); // nobody would ever move it or take it away
         return;
     }
@@ -193,7 +194,7 @@ void onCreateFailed(std::uint32_t hexid) {
         return;
     }
     LiveAircraft* a = findLive(hexid);
-    if (a == nullptr)
+    if (takeAbandoned(hexid) || a == nullptr)
         return;
     noteRefusal(*a);
     eraseLive(*a);

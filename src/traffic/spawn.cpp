@@ -18,9 +18,9 @@ namespace kes {
 
 namespace {
 
-constexpr std::int32_t leadTaxiing = 300; ///< ticks
-constexpr std::int32_t leadOthers = 100;  ///< ticks
-constexpr std::size_t waitingCreates = 10;
+constexpr std::int32_t leadTaxiing = 300;                   ///< ticks
+constexpr std::int32_t leadOthers = 100;                    ///< ticks
+constexpr std::size_t waitingBirths = 10;                   ///< more hold back further ones
 constexpr double groundPitchAtBirth = 0.010471975511965976; ///< radians, 0.6 degrees nose down
 
 std::string noMatchKey(const LiveAircraft& a) {
@@ -34,6 +34,15 @@ bool contains(const std::vector<std::string>& list, std::string_view text) {
 bool mixedStream(const LiveAircraft& a) {
     const bool first = a.stream.front().airborne;
     return std::ranges::any_of(a.stream, [&](const PositionSample& s) { return s.airborne != first; });
+}
+
+/// A feed that reports all its aircraft at once makes all births fall due in one tick: those in the spawn queue count
+/// as well. The simulator takes one request in half a second, and one that waits long for its object is late on its
+/// way.
+bool mustWait(const LiveAircraft& a) {
+    if (isAbandoned(a.hexid))
+        return true;
+    return a.fs == FlightState::birth && spawnQueue.size() + liveCreateQueue.size() > waitingBirths;
 }
 
 bool isBlocked(const LiveAircraft& a) {
@@ -62,7 +71,7 @@ bool completeIdentity(LiveAircraft& a) {
         a.airline = airlineFromCallsign(a.callsign);
     if (a.airline.empty())
         a.airline = "PVT";
-    if (contains(noMatchList, noMatchKey(a)))
+    if (noMatchList.contains(noMatchKey(a)))
         return false;
     return !(isGhost(a.callsign) && hasRealTwin(a.callsign));
 }
@@ -80,7 +89,7 @@ bool findLivery(LiveAircraft& a) {
     }
     if (a.title.empty()) {
         if (!a.regcode.empty())
-            noMatchList.push_back(noMatchKey(a));
+            noMatchList.add(noMatchKey(a));
         return false;
     }
     rememberTitle(a.hexid, a.title);
@@ -139,8 +148,7 @@ void spawnDecision(LiveAircraft& a) {
         a.deleteNow = true;
         return;
     }
-    if (mixedStream(a) || birthCheckUser(a) == BirthCheck::wait ||
-        (liveCreateQueue.size() > waitingCreates && a.fs == FlightState::birth)) {
+    if (mixedStream(a) || birthCheckUser(a) == BirthCheck::wait || mustWait(a)) {
         a.stream.pop_front(); // the life in the simulator begins further along its way
         return;
     }
@@ -173,7 +181,7 @@ void spawnLiveAc(LiveAircraft& aircraft) {
     landingList.push_back(aircraft.hexid);
     setInitialPose(aircraft);
     aircraft.st = AircraftStatus::adding2sim;
-    aircraft.spawnTick = tickCount;
+    aircraft.askedTick = -1;
     aircraft.userConflictSeen = false;
     spawnQueue.push_back(aircraft.hexid);
     if (!isGhost(aircraft.callsign))
@@ -185,11 +193,12 @@ void spawnNext() {
         return;
     const std::uint32_t hexid = spawnQueue.back();
     spawnQueue.pop_back();
-    const LiveAircraft* a = findLive(hexid);
+    LiveAircraft* a = findLive(hexid);
     if (a == nullptr)
         return;
     if (a->callsign.empty()) {
         log(fmt::format("{} {} objectid = 0?", longLabel(*a), "operator ()"));
+        a->deleteNow = a->st == AircraftStatus::adding2sim; // nobody will ever ask for its object
         return;
     }
     CreateRequest request;
@@ -203,6 +212,16 @@ void spawnNext() {
     request.title = a->title;
     request.hexid = a->hexid;
     liveCreateQueue.push_back(std::move(request));
+}
+
+bool handOverNextCreate() {
+    if (liveCreateQueue.empty())
+        return false;
+    if (LiveAircraft* a = findLive(liveCreateQueue.front().hexid))
+        a->askedTick = tickCount;
+    queueCreate(liveCreateQueue.front());
+    liveCreateQueue.pop_front();
+    return true;
 }
 
 } // namespace kes

@@ -15,7 +15,7 @@ namespace kes {
 
 namespace {
 
-/// Ticks after which nobody waits for an object any more.
+/// Ticks after the hand-over to the simulator after which nobody waits for an object any more.
 constexpr std::int32_t longestCreation = 12000;
 
 bool isMarked(const LiveAircraft& a) {
@@ -101,9 +101,10 @@ void advanceOneTick(LiveAircraft& a) {
 }
 
 /// Not every lost object is told of: the simulator may have no room for it, or take it away before it was seen. The
-/// record would keep its place for good; should the object come after all, it finds no record and goes.
+/// record would keep its place for good; should the object come after all, it is taken away.
 void giveUpCreation(LiveAircraft& a) {
     log(fmt::format("? {} has not come into the simulator", longLabel(a)));
+    noteAbandoned(a.hexid);
     removeAircraftFromSim(a);
     a.deleteNow = true;
 }
@@ -119,8 +120,8 @@ bool updateLiveAc(LiveAircraft& aircraft) {
         advanceOneTick(aircraft);
     else if (aircraft.st == AircraftStatus::buffer)
         spawnDecision(aircraft);
-    else if (aircraft.st == AircraftStatus::adding2sim && aircraft.objectid == 0 &&
-             tickCount - aircraft.spawnTick > longestCreation)
+    else if (aircraft.st == AircraftStatus::adding2sim && aircraft.objectid == 0 && aircraft.askedTick >= 0 &&
+             tickCount - aircraft.askedTick > longestCreation)
         giveUpCreation(aircraft);
     return isMarked(aircraft);
 }

@@ -17,20 +17,25 @@ TEST_F(ConflictsTest, TheNearestStayUnderMaxLive) {
         std::int32_t limit;
         double miles;
         bool spawns;
-        std::size_t toSpawn, toCreate; ///< waiting in the two queues
+        std::uint32_t coming; ///< asked of the simulator, which has not answered
+        std::uint32_t withdrawn;
         std::size_t active;
         bool takesFarthest = false;
     };
     for (const Case& c :
          {Case{10, 29.95, false, 0, 0, 10}, Case{10, 29.85, true, 0, 0, 10, true}, Case{10, 20, true, 0, 0, 10, true},
-          Case{10, 40, true, 0, 0, 9}, Case{10, 40, false, 1, 0, 9}, Case{10, 40, false, 0, 1, 9},
+          Case{10, 40, true, 0, 0, 9}, Case{10, 40, false, 1, 0, 9}, Case{10, 40, true, 0, 1, 9},
           Case{10, 20, true, 1, 1, 10, true}, Case{-1, 40, true, 9, 9, 10}, Case{0, 1, false, 0, 0, 0}}) {
         resetLiveTraffic();
         maxLive = c.limit;
         for (std::uint32_t i = 0; i < c.active; ++i)
             activeFlight(firstHex + i, {air((i == 3 ? 30.0 : 5.0 + i) / 60, far), air(1, far + 1)});
-        spawnQueue.resize(c.toSpawn);
-        liveCreateQueue.resize(c.toCreate);
+        for (std::uint32_t i = 0; i < c.coming + c.withdrawn; ++i) {
+            LiveAircraft& a = activeFlight(firstHex + 50 + i, {air(1, far), air(1.1, far + 1)});
+            a.st = AircraftStatus::adding2sim; // farther than all, but only active ones leave
+            a.objectid = i % 2;                // its lights may already be coming on
+            a.deleteQueued = i >= c.coming;
+        }
         LiveAircraft& newcomer = activeFlight(firstHex + 90, {air(c.miles / 60, 5000), air(1, far)});
         newcomer.st = AircraftStatus::buffer;
         newcomer.fs = FlightState::birth;
@@ -104,6 +109,30 @@ TEST_F(ConflictsTest, ANewLimitTakesTheFarthest) {
     maxLive = 0;
     applyMaxLive();
     EXPECT_EQ(removalQueue.size(), 6U);
+}
+
+TEST_F(ConflictsTest, ALimitChangedDuringARunAlsoMeetsThoseStillComing) {
+    for (std::uint32_t i = 0; i < 4; ++i)
+        activeFlight(firstHex + i, {air((i + 1) * 0.01, far), air(1, far + 1)});
+    liveAircraft[3].st = AircraftStatus::adding2sim;
+    const auto leaving = [] { return removalQueue.size(); };
+    par::MAX_LIVE.value = 2;
+    windowRequests.maxLive = true;
+    takeNewMaxLive();
+    EXPECT_EQ(maxLive, 2);
+    EXPECT_EQ(leaving(), 1U);
+    EXPECT_TRUE(windowRequests.maxLive) << "one more is coming";
+    liveAircraft[3].st = AircraftStatus::active;
+    takeNewMaxLive();
+    EXPECT_EQ(leaving(), 2U);
+    EXPECT_EQ(liveAircraft[3].st, AircraftStatus::removingfromsim) << "the farthest";
+    EXPECT_FALSE(windowRequests.maxLive);
+    par::MAX_LIVE.value = -1;
+    windowRequests.maxLive = true;
+    takeNewMaxLive();
+    EXPECT_EQ(maxLive, -1);
+    EXPECT_EQ(leaving(), 2U);
+    EXPECT_FALSE(windowRequests.maxLive);
 }
 
 TEST_F(ConflictsTest, TheCallsignListIsSortedAndReplaced) {

@@ -158,10 +158,8 @@ struct TrafficTest : testing::Test {
         }
         if (now % 50 == 0 && !liveCreateQueue.empty()) {
             created.push_back(liveCreateQueue.front());
-            liveCreateQueue.pop_front();
-            if (simulator)
-                queueCreate(created.back());
-            else if (simAnswers)
+            handOverNextCreate();
+            if (simAnswers && !simulator)
                 addSimReply(reply(ReplyKind::created, nextObject++, created.back().hexid, 0, 2500));
         }
         take();

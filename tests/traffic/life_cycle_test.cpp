@@ -69,6 +69,7 @@ TEST_F(LifeCycleTest, CreatedReplies) {
     feedFlight(firstHex);
     LiveAircraft& a = liveAircraft.at(0);
     a.st = AircraftStatus::adding2sim;
+    a.askedTick = tickCount;
     addSimReply(reply(ReplyKind::created, 2, firstHex));
     applySimReplies();
     EXPECT_EQ(a.objectid, 0U) << "the user's own objects";
@@ -86,6 +87,66 @@ TEST_F(LifeCycleTest, CreatedReplies) {
     addSimReply(reply(ReplyKind::created, 900, firstHex + 77));
     applySimReplies();
     EXPECT_EQ(removalQueue.back(), 900U) << "an object whose record has gone would stand there for ever";
+}
+
+TEST_F(LifeCycleTest, ACreationIsGivenUpTwoMinutesAfterItsHandOver) {
+    simAnswers = false;
+    feedFlight(firstHex, 20);
+    ASSERT_TRUE(runUntil([] { return liveCreateQueue.size() == 1; }));
+    LiveAircraft& a = liveAircraft.at(0);
+    tickCount = tickCount + 20001; // its request waits behind others; no tick of its own passes
+    updateLiveAircraft();
+    ASSERT_EQ(liveAircraft.size(), 1U) << "the simulator has not been asked yet";
+    handOverNextCreate();
+    const std::int32_t asked = tickCount;
+    EXPECT_EQ(a.askedTick, asked);
+    tickCount = asked + 12000;
+    updateLiveAircraft();
+    ASSERT_EQ(liveAircraft.size(), 1U);
+    tickCount = asked + 12001;
+    updateLiveAircraft();
+    EXPECT_TRUE(liveAircraft.empty());
+    EXPECT_TRUE(program.logHas("has not come into the simulator"));
+}
+
+TEST_F(LifeCycleTest, AnObjectOfACreationGivenUpIsNeverJoinedToTheNextRecord) {
+    enum class Late { beforeTheNext, refused, never };
+    for (const Late late : {Late::beforeTheNext, Late::refused, Late::never}) {
+        SCOPED_TRACE(static_cast<int>(late));
+        resetLiveTraffic();
+        created.clear();
+        removed.clear();
+        simAnswers = false;
+        feedFlight(firstHex);
+        ASSERT_TRUE(runUntil([&] { return created.size() == 1; }));
+        ASSERT_TRUE(runUntil([] { return liveAircraft.empty(); }));
+        const std::int32_t givenUp = tickCount;
+        feedFlight(firstHex, 60); // the feed goes on
+        run(4000);
+        ASSERT_EQ(liveAircraft.at(0).st, AircraftStatus::buffer) << "two creations under way could not be told apart";
+        if (late == Late::beforeTheNext) {
+            addSimReply(reply(ReplyKind::created, 500, firstHex));
+            ASSERT_TRUE(runUntil([&] { return !removed.empty(); }, 20));
+            EXPECT_EQ(removed.back(), 500U);
+        } else if (late == Late::refused) {
+            addSimReply(reply(ReplyKind::createFailed, 0, firstHex));
+            tick();
+            EXPECT_EQ(refusedTitleCount(), 0U) << "the new record's title is not to blame";
+        }
+        ASSERT_EQ(liveAircraft.size(), 1U);
+        ASSERT_TRUE(runUntil([] { return liveAircraft.at(0).st == AircraftStatus::adding2sim; }));
+        EXPECT_EQ(tickCount - givenUp > 12000, late == Late::never);
+        if (late == Late::never && liveAircraft[0].askedTick < 0) { // it comes after all, before the next is asked for
+            addSimReply(reply(ReplyKind::created, 500, firstHex));
+            applySimReplies();
+            EXPECT_EQ(liveAircraft[0].objectid, 0U);
+            EXPECT_EQ(removalQueue.back(), 500U);
+        }
+        ASSERT_TRUE(runUntil([&] { return created.size() == 2; }));
+        addSimReply(reply(ReplyKind::created, 501, firstHex));
+        ASSERT_TRUE(runUntil([] { return liveAircraft.at(0).st == AircraftStatus::active; }, 300));
+        EXPECT_EQ(liveAircraft[0].objectid, 501U);
+    }
 }
 
 TEST_F(LifeCycleTest, RemovedRepliesKeepTheTablesTogether) {

@@ -117,7 +117,7 @@ TEST_F(SpawnTest, WhoIsRefused) {
             << c.what;
         EXPECT_EQ(a == nullptr, spawnQueue.empty()) << c.what;
     }
-    EXPECT_EQ(noMatchList, std::vector<std::string>{"DLH A388 X-XXXX"});
+    EXPECT_EQ(noMatchList.keys(), std::deque<std::string>{"DLH A388 X-XXXX"});
 }
 
 TEST_F(SpawnTest, AKeyWithoutLiveryIsToldOnceAndNotSearchedAgain) {
@@ -130,10 +130,26 @@ TEST_F(SpawnTest, AKeyWithoutLiveryIsToldOnceAndNotSearchedAgain) {
         }
         ASSERT_TRUE(runUntil([] { return liveAircraft.empty(); }));
     }
-    EXPECT_EQ(noMatchList.size(), 1U);
+    EXPECT_EQ(noMatchList.keys().size(), 1U);
     par::LOG.value = true;
     writeNoMatchReport();
     EXPECT_TRUE(program.logHas("\nNo match found for: \nDLH A388 X-XXXX\n\n"));
+}
+
+TEST_F(SpawnTest, TheOldestKeysWithoutLiveryMakeRoom) {
+    NoMatchList list;
+    const auto key = [](std::size_t n) { return "DLH A388 X-" + std::to_string(n); };
+    for (std::size_t i = 0; i < NoMatchList::limit + 5; ++i) {
+        list.add(key(i));
+        list.add(key(i)); // known already
+    }
+    ASSERT_EQ(list.keys().size(), NoMatchList::limit);
+    EXPECT_EQ(list.keys().front(), key(5));
+    EXPECT_EQ(list.keys().back(), key(NoMatchList::limit + 4));
+    for (const std::size_t n : {0U, 4U, 5U, 1004U, 1005U})
+        EXPECT_EQ(list.contains(key(n)), n >= 5 && n < NoMatchList::limit + 5) << n;
+    list.clear();
+    EXPECT_FALSE(list.contains(key(9)));
 }
 
 TEST_F(SpawnTest, TheTitleOfAHexidIsKeptUntilItFails) {
@@ -161,16 +177,35 @@ TEST_F(SpawnTest, TheTitleOfAHexidIsKeptUntilItFails) {
 
 TEST_F(SpawnTest, ManyWaitingRequestsHoldBackBirthsAlongTheirRoute) {
     feedFlight(firstHex, 4);
-    liveCreateQueue.resize(11);
+    liveCreateQueue.resize(5); // births in both queues are under way
+    spawnQueue.assign(6, firstHex + 1);
     LiveAircraft& a = liveAircraft.at(0);
     tickCount = a.stream.front().tick - 100;
     updateLiveAc(a);
     EXPECT_EQ(a.st, AircraftStatus::buffer);
     EXPECT_EQ(a.sz(), 3U);
+    spawnQueue.pop_back();
+    tickCount = a.stream.front().tick - 100;
+    updateLiveAc(a);
+    EXPECT_EQ(a.st, AircraftStatus::adding2sim) << "ten wait";
+    spawnQueue.push_back(firstHex + 1);
+    a.st = AircraftStatus::buffer;
     a.fs = FlightState::flying; // a respawn does not wait
     tickCount = a.stream.front().tick - 100;
     updateLiveAc(a);
     EXPECT_EQ(a.st, AircraftStatus::adding2sim);
+}
+
+TEST_F(SpawnTest, OneTickWithManyBirthsLetsElevenWait) {
+    for (std::uint32_t i = 0; i < 80; ++i)
+        feedFlight(firstHex + i, 2, 0.001 * i);
+    tickCount = liveAircraft.at(0).stream.front().tick - 50;
+    std::size_t most = 0;
+    for (int i = 0; i < 100; ++i) {
+        tick();
+        most = std::max(most, spawnQueue.size() + liveCreateQueue.size());
+    }
+    EXPECT_EQ(most, 11U);
 }
 
 TEST_F(SpawnTest, TheLastOfTheSpawnQueueGoesFirstAndAnEmptyCallsignIsTold) {
@@ -186,6 +221,11 @@ TEST_F(SpawnTest, TheLastOfTheSpawnQueueGoesFirstAndAnEmptyCallsignIsTold) {
     spawnNext();
     EXPECT_EQ(liveCreateQueue.size(), 2U);
     EXPECT_TRUE(program.logHas("operator () objectid = 0?"));
+    EXPECT_FALSE(liveAircraft[0].deleteNow) << "it has an object";
+    liveAircraft[0].st = AircraftStatus::adding2sim;
+    spawnQueue.push_back(firstHex);
+    spawnNext();
+    EXPECT_TRUE(liveAircraft[0].deleteNow) << "its place would be taken for good";
 }
 
 TEST_F(SpawnTest, StopsAtTheStartOfTheStreamAreMadeConsistent) {
