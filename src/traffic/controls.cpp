@@ -1,4 +1,5 @@
-// Throttle, flaps, gear, spoilers and lights of one live aircraft, as events for the simulator.
+// Throttle, flaps, gear, spoilers and lights of one live aircraft, as events for the simulator. What a helicopter has
+// not got is left out here, so that no phase of a flight has to think of it.
 #include "traffic/life_cycle.h"
 
 #include <array>
@@ -9,6 +10,7 @@ namespace {
 
 constexpr std::array<std::uint32_t, 5> throttleValues{0, 4914, 8191, 11468, 16383};
 constexpr std::array<std::uint32_t, 4> flapsValues{0, 3072, 10240, 16383};
+constexpr std::int32_t rotorRuns = 4; ///< throttle level
 
 /// To the simulator, object 0 is the user's own aircraft.
 bool hasObject(const LiveAircraft& a) {
@@ -22,6 +24,8 @@ bool hasWings(const LiveAircraft& a) {
 } // namespace
 
 void setThrottleLevel(LiveAircraft& aircraft, std::int32_t level) {
+    if (level == 0 && !hasWings(aircraft))
+        level = rotorRuns;
     if (!hasObject(aircraft) || level == aircraft.throttleIndex)
         return;
     queueEvent(aircraft.objectid, event::throttle, throttleValues.at(static_cast<std::size_t>(level)));
@@ -46,11 +50,11 @@ void setSpoilers(LiveAircraft& aircraft, std::uint32_t value) {
 }
 
 void setEngineLevel(LiveAircraft& aircraft, std::int32_t level) {
-    setThrottleLevel(aircraft, hasWings(aircraft) ? level : 4);
+    setThrottleLevel(aircraft, hasWings(aircraft) ? level : rotorRuns);
 }
 
 void setRollOutControls(const LiveAircraft& aircraft, double spoilers, double throttle) {
-    if (hasObject(aircraft) && aircraft.category != AircraftCategory::light)
+    if (hasObject(aircraft) && hasWings(aircraft) && aircraft.category != AircraftCategory::light)
         setControlData(aircraft.objectid, spoilers, throttle, throttle);
 }
 
