@@ -78,7 +78,8 @@ void planFlight(LiveAircraft& a, const PositionSample& from, PositionSample& nex
     a.altStep = (next.alt - a.alt) / ticks;
     if (!a.approach) {
         a.altStep = std::min(a.altStep, a.climbStepMax);
-        if (a.agl <= lowAgl) // who is this low and not on final has just taken off and must not hang
+        if (a.agl <=
+            lowAgl) // low and not on final: a take-off must not hang, and what sinks elsewhere is carried up too
             a.altStep = std::max(a.altStep, leastClimb);
     } else if (from.alt == next.alt && a.agl <= lowAgl && from.vs + next.vs <= meansToClimb) {
         changeAltitudeAt(a, next, descentRate(a, from, next)); // a frozen altitude cannot stop the landing
@@ -300,6 +301,7 @@ void setupAirLeg(LiveAircraft& aircraft) {
     if (aircraft.flareStage == 0)
         planAltitude(aircraft, ticksToGo(aircraft.stream[1]));
     planAttitude(aircraft, ticksToGo(aircraft.stream[1]));
+    shrinkWindow(aircraft); // before the configuration, which may widen it for the legs to come
     setAirConfiguration(aircraft, aircraft.stream[0]);
 }
 

@@ -1,7 +1,6 @@
 #include "traffic/air_setup.h"
 
 #include "airports/airport_ref.h"
-#include "traffic/air_motion.h"
 #include "traffic/flight_phases.h"
 #include "traffic/life_cycle.h"
 #include "traffic/parking.h"
@@ -42,7 +41,6 @@ void setHigh(LiveAircraft& a) {
 }
 
 void setMid(LiveAircraft& a, double vs) {
-    shrinkWindow(a);
     setCabin(a, true);
     a.departing = a.approach = false;
     if (vs <= sinking && a.throttleIndex == 3)
@@ -73,7 +71,6 @@ void goOnFinal(LiveAircraft& a) {
 }
 
 void climbOut(LiveAircraft& a) {
-    shrinkWindow(a);
     setThrottleLevel(a, 4);
     setGear(a, false);
     a.climbing = true;

@@ -300,5 +300,53 @@ TEST_F(AirEventsTest, FromTheFlareToTheTaxiway) {
     }
 }
 
+/// Wider windows narrow once with every leg in the air; a run along the runway keeps its own.
+TEST_F(AirEventsTest, AWindowNarrowsOnceALeg) {
+    struct Case {
+        const char* what;
+        bool onGround, stopped, departing, landingRoll, approach;
+        double agl, vs;
+        std::int32_t fall;
+    };
+    const Case cases[] = {
+        {"cruise", false, false, false, false, false, 9000, 0, 100},
+        {"mid", false, false, false, false, false, 2500, 0, 100},
+        {"low", false, false, false, false, false, 500, 0, 100},
+        {"final", false, false, false, false, true, 1500, -700, 100},
+        {"going around", false, false, false, false, true, 500, 700, 100},
+        {"climbing from the runway", false, false, true, false, false, 300, 700, 100},
+        {"taxi", true, false, false, false, false, 0, 0, 100},
+        {"stop", true, true, false, false, false, 0, 0, 100},
+        {"take-off run", true, false, true, false, false, 0, 0, 0},
+        {"roll-out", true, false, false, true, false, 0, 0, 0},
+        {"stop on the roll-out", true, true, false, true, false, 0, 0, 0},
+    };
+    setAirportRef(AirportRef{"ZZZZ", "", homeLat, homeLon, 0});
+    for (const Case& c : cases) {
+        const double alt = c.onGround ? 0 : c.agl == 9000 ? 12000 : c.agl;
+        LiveAircraft& a = onlyFlight({air(0, 5000, 40, alt), air(0.001, 6000, 40, alt)});
+        a.stream[0].vs = c.vs;
+        a.stream[1].stopped = c.stopped;
+        a.departing = c.departing;
+        a.landingRoll = c.landingRoll;
+        a.approach = c.approach;
+        a.agl = c.agl;
+        a.earlyTicks = 2000;
+        a.lateTicks = 5000;
+        nextPosMain(a);
+        EXPECT_EQ(a.earlyTicks, 2000 - c.fall) << c.what;
+        EXPECT_EQ(a.lateTicks, 5000 - c.fall) << c.what;
+        EXPECT_EQ(a.climbing, c.vs > 600) << c.what;
+    }
+    // The leg that goes on final begins with the whole width.
+    LiveAircraft& a = onlyFlight({air(0, 5000, 140, 1500), air(0.01, 6000, 140, 1400)});
+    a.stream[0].vs = -700;
+    a.agl = 1500;
+    nextPosMain(a);
+    EXPECT_TRUE(a.approach);
+    EXPECT_EQ(a.earlyTicks, 3000);
+    EXPECT_EQ(a.lateTicks, 3000);
+}
+
 } // namespace
 } // namespace kes
