@@ -78,8 +78,8 @@ void planFlight(LiveAircraft& a, const PositionSample& from, PositionSample& nex
     a.altStep = (next.alt - a.alt) / ticks;
     if (!a.approach) {
         a.altStep = std::min(a.altStep, a.climbStepMax);
-        if (a.agl <=
-            lowAgl) // low and not on final: a take-off must not hang, and what sinks elsewhere is carried up too
+        // Who is low and not on final climbs: a take-off must not hang, and what sinks to another field is held up too.
+        if (a.agl <= lowAgl)
             a.altStep = std::max(a.altStep, leastClimb);
     } else if (from.alt == next.alt && a.agl <= lowAgl && from.vs + next.vs <= meansToClimb) {
         changeAltitudeAt(a, next, descentRate(a, from, next)); // a frozen altitude cannot stop the landing

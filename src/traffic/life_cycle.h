@@ -66,15 +66,16 @@ struct Lights {
 void sendLights(std::uint32_t objectid, const Lights& lights);
 void setCabin(const LiveAircraft& aircraft, bool lit);
 
-/// A level is sent only when it differs from the last one sent; 0 to 4 and 0 to 3.
+/// A level is sent only when it differs from the last one sent; 0 to 4 and 0 to 3. A Rotorcraft gets no flaps, gear or
+/// spoilers, and throttle 4 for 0.
 void setThrottleLevel(LiveAircraft& aircraft, std::int32_t level);
 void setFlapsLevel(LiveAircraft& aircraft, std::int32_t level);
 void setGear(LiveAircraft& aircraft, bool down);
 void setSpoilers(LiveAircraft& aircraft, std::uint32_t value);
 inline constexpr std::uint32_t spoilersOut = 16383;
-/// `level`, or 4 for a Rotorcraft, whose rotor never idles.
+/// `level`, or 4 for a Rotorcraft.
 void setEngineLevel(LiveAircraft& aircraft, std::int32_t level);
-/// Spoilers and throttles of the object itself, in percent; nothing for a Light aircraft.
+/// Spoilers and throttles of the object itself, in percent; nothing for Light and Rotorcraft.
 void setRollOutControls(const LiveAircraft& aircraft, double spoilers, double throttle);
 
 } // namespace kes

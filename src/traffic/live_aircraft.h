@@ -25,7 +25,7 @@ struct LiveAircraft : AiAircraft {
     double vsOut = 0;                        ///< feet per second
     double tasOut = 0;                       ///< knots
 
-    /// Front = the sample now being left, next = the sample now being flown to.
+    /// Front = the sample now being flown to; while a leg begins, the one just reached.
     std::deque<PositionSample> stream;
     double lastReportTime = 0;                   ///< seconds since 1970
     double lastCheckLat = 0, lastCheckLon = 0;   ///< degrees, last collision check against static aircraft

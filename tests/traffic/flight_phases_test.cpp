@@ -75,26 +75,44 @@ TEST_F(FlightPhasesTest, ShortStopsAreTakenOut) {
     struct Case {
         const char* what;
         double seconds, metres;
+        double jitter[3]; ///< metres off the stop, of its three reports
         bool kept;
     };
-    for (const Case& c : {Case{"10 s at a line", 10, 60, false}, Case{"20 s", 20, 60, true}, Case{"15 s", 15, 60, true},
-                          Case{"a long one that leads nowhere", 60, 21, false}}) {
+    for (const Case& c : {Case{"10 s at a line", 10, 60, {0, 0, 0}, false}, Case{"20 s", 20, 60, {0, 0, 0}, true},
+                          Case{"15 s", 15, 60, {0, 0, 0}, true}, Case{"14.99 s", 14.99, 60, {0, 0, 0}, false},
+                          Case{"a long one that leads nowhere", 60, 21, {0, 0, 0}, false},
+                          // A copy for jitter has no time of its own, so a stop seen only through jitter is short.
+                          Case{"60 s of jitter", 60, 60, {3, -4, 5}, false},
+                          Case{"60 s with a clean report at the end", 60, 60, {3, -4, 0}, true}}) {
         resetLiveTraffic();
         const PositionSample rolling = ground(0, 9000);
-        PositionSample first = rolling;
-        first.lat -= 100 * metre;
-        first.tick = 8000;
-        LiveAircraft& a = activeFlight(firstHex, {first, rolling});
-        PositionSample stop = rolling;
+        LiveAircraft& a = activeFlight(firstHex, {northOf(rolling, -100, 10, -1000), rolling});
         for (int i = 1; i <= 3; ++i) {
-            stop.tick = 9000 + static_cast<std::int32_t>(c.seconds * 100 / 3 * i);
-            stop.gs = 0;
-            decodeExisting(a, stop);
+            const auto later = static_cast<std::int32_t>(std::lround(c.seconds * 100 / 3 * i));
+            decodeExisting(a, northOf(rolling, c.jitter[i - 1], 0, later));
+            EXPECT_EQ(a.stream.back().tick, c.jitter[i - 1] == 0 ? 9000 + later : 9000 + i) << c.what;
+            EXPECT_EQ(a.stream.back().lat, rolling.lat) << c.what;
         }
         ASSERT_EQ(a.sz(), 5U) << c.what;
-        decodeExisting(a, northOf(stop, c.metres, 10));
+        decodeExisting(a, northOf(rolling, c.metres, 10, 9000));
         EXPECT_EQ(a.sz(), c.kept ? 6U : 3U) << c.what;
         EXPECT_FALSE(a.stream.back().stopped) << c.what;
+        EXPECT_EQ(a.stream[1].tick, 9000) << c.what << ": the last moving sample stays";
+    }
+}
+
+/// A stop of many samples: the search for its beginning goes five samples back and no farther.
+TEST_F(FlightPhasesTest, OnlyTheLastFiveSamplesOfAStopAreLookedAt) {
+    for (std::size_t stops = 1; stops <= 7; ++stops) {
+        resetLiveTraffic();
+        std::vector<PositionSample> stream{ground(-0.001, 8000), ground(0, 9000)};
+        for (std::size_t i = 1; i <= stops; ++i) {
+            stream.push_back(northOf(stream[1], 0, 0, static_cast<std::int32_t>(100 * i)));
+            stream.back().stopped = true;
+        }
+        LiveAircraft& a = activeFlight(firstHex, stream);
+        decodeExisting(a, northOf(stream[1], 60, 10, 2000));
+        EXPECT_EQ(a.sz(), stops <= 5 ? 3U : stops + 3) << stops;
     }
 }
 

@@ -1,13 +1,22 @@
 // Legs in the air and on the ground.
 #include "feed/qnh_reader.h"
 #include "traffic/air_motion.h"
+#include "traffic/flight_phases.h"
 #include "traffic/ground_motion.h"
 #include "traffic/harness.h"
 
 namespace kes {
 namespace {
 
-using MotionTest = test::TrafficTest;
+struct MotionTest : test::TrafficTest {
+    LiveAircraft& onlyTaxi(const std::vector<PositionSample>& stream, double degreesOff) {
+        resetLiveTraffic();
+        tickCount = stream.front().tick;
+        LiveAircraft& a = activeFlight(test::firstHex, stream);
+        a.heading = normalizeAngle(degreesOff * degToRad);
+        return a;
+    }
+};
 using test::firstHex;
 using test::homeLat;
 using test::homeLon;
@@ -138,24 +147,30 @@ TEST_F(MotionTest, LandsWhereTheGroundIs) {
 }
 
 TEST_F(MotionTest, TaxiTurnsAtItsRateAndHoldsItsAttitude) {
-    std::vector<PositionSample> stream{ground(0, 5000, 10), ground(0.002, 9320, 10)};
-    LiveAircraft& a = activeFlight(firstHex, stream);
-    a.heading = normalizeAngle(-0.5);
-    a.staticPitch = 0.01;
-    a.pitch = a.bank = 0.2;
-    tick();
-    EXPECT_TRUE(liveAircraft.at(0).turning);
-    double last = angleDiff(0, liveAircraft[0].heading);
-    for (int i = 0; i < 3000; ++i) {
+    for (const double side : {-1.0, 1.0}) {
+        // 30 degrees off a leg of 222 m in 43.2 s: 245 ticks at the base rate, stretched by 17.6 * 30 m / 222 m.
+        const LiveAircraft& a = onlyTaxi({ground(0, 5000, 10), ground(0.002, 9320, 10)}, 30 * side);
+        liveAircraft[0].staticPitch = 0.01;
+        liveAircraft[0].pitch = liveAircraft[0].bank = 0.2;
         tick();
-        const double heading = angleDiff(0, liveAircraft[0].heading);
-        ASSERT_GE(heading, last - 1e-12) << "the shorter way round, without swinging";
-        last = heading;
+        EXPECT_TRUE(a.turning);
+        const double rate = 0.07 / (4320 / 246.0 * 30 / 222.24) * degToRad;
+        EXPECT_NEAR(a.turnRate, rate, rate / 100);
+        int turned = 1;
+        for (; degreesBetween(a.heading, 0) > 0.5 && turned < 3000; ++turned) {
+            const double before = a.heading;
+            tick();
+            ASSERT_NEAR(angleDiff(before, a.heading), -side * a.turnRate, 1e-12) << "the shorter way, at one rate";
+            ASSERT_EQ(a.bank, 0);
+            ASSERT_EQ(a.pitch, a.staticPitch);
+            liveAircraft[0].staticPitch = 0.01 + turned * 1e-6; // the simulator may tell it at any time
+        }
+        EXPECT_NEAR(turned, 29.5 * degToRad / rate, 20);
+        const double reached = a.heading;
+        run(500);
+        EXPECT_EQ(a.heading, reached) << "half a degree is near enough";
+        EXPECT_EQ(a.vsOut, 0);
     }
-    EXPECT_NEAR(last, 0, 0.5 * degToRad + 1e-9);
-    EXPECT_EQ(liveAircraft[0].pitch, 0.01);
-    EXPECT_EQ(liveAircraft[0].bank, 0);
-    EXPECT_EQ(liveAircraft[0].vsOut, 0);
 }
 
 TEST_F(MotionTest, WidenedWindowsNarrowLegByLeg) {
