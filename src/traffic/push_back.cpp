@@ -37,7 +37,8 @@ PositionSample sampleAt(const LiveAircraft& a, LatLon from, double direction, do
 }
 
 void startEngines(LiveAircraft& a) {
-    queueEvent(a.objectid, event::engineStart, 0);
+    if (a.objectid != 0) // which is the user's own aircraft
+        queueEvent(a.objectid, event::engineStart, 0);
     setThrottleLevel(a, 0);
     setFlapsLevel(a, 1);
 }
