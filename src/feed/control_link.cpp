@@ -5,15 +5,16 @@
 #include "core/run_state.h"
 #include "core/text.h"
 #include "core/window.h"
+#include "feed/link_clients.h"
 #include "feed/traffic_reader.h"
 #include "platform/socket.h"
 
-#include <array>
 #include <chrono>
 #include <fmt/format.h>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
+#include <utility>
 
 namespace kes {
 
@@ -23,24 +24,23 @@ namespace {
 
 using nlohmann::json;
 using platform::IoResult;
-using platform::Socket;
+using Clock = std::chrono::steady_clock;
 
 /// The wait for the network is cut into pieces of this length, so that the end of the run is seen.
-constexpr int sliceMs = 100;
-/// A client that never tells its version counts as one without.
+constexpr auto slice = std::chrono::milliseconds(100);
+/// While an answer is waited for, others are let in this often.
+constexpr int answerSliceMs = 20;
+/// A client that has not told its version by now counts as one without, until it does.
 constexpr auto longestAnswer = std::chrono::seconds(5);
 /// A client that leaves its lines unread until the system has no more room for them has stopped working.
 constexpr int longestSendMs = 500;
-constexpr std::size_t bufferSize = 16384;
-/// Reads per second of what a client sends unasked; 1 MB.
-constexpr int drainReads = 64;
 constexpr std::size_t longestVersion = 40;
 constexpr int connectionReset = 10054;
 
-Socket listener;
-Socket client;
+platform::Socket listener;
+LinkClients clients;
 bool librarySocketsStarted = false;
-/// A client was lost outside sendQs121, which still has to act on it.
+/// The last client was lost, and sendQs121 still has to act on it.
 bool lossPending = false;
 
 void endLibrary() {
@@ -49,25 +49,38 @@ void endLibrary() {
     librarySocketsStarted = false;
 }
 
-void dropClient(int error) {
-    log(fmt::format("sendDataPacket to RealTraffic failed: {}", socketErrorText(error)));
-    rtConnected = false;
-    lossPending = true;
-    client.close();
+void tellLoss(int error) {
+    log(fmt::format("sendDataPacket to RealTraffic failed: {}",
+                    socketErrorText(error == LinkClients::closed ? connectionReset : error)));
     log("RealTraffic client socket closed");
 }
 
-/// Reads away what the client sends unasked. Returns the error that ended the connection, 0 while it stands.
-int drainClient() {
-    std::array<char, bufferSize> unread;
-    for (int i = 0; i < drainReads; ++i) {
-        const IoResult got = client.receive(unread, 0);
-        if (got.timedOut)
-            return 0;
-        if (got.bytes <= 0)
-            return got.bytes == 0 ? connectionReset : got.error;
-    }
-    return 0;
+/// Lets in who has connected, waiting at most `timeoutMs`. False on an error, which is logged.
+bool admit(int timeoutMs) {
+    const char* call = "";
+    const int error = clients.admit(listener, timeoutMs, call);
+    if (error != 0)
+        log(fmt::format("waitForClient interrupted: {}",
+                        fmt::format("{} {} failed with error {}", "waitForClient", call, socketErrorText(error))));
+    return error == 0;
+}
+
+/// Brings the flags in line with the clients that are left.
+void followClients() {
+    const bool connected = clients.served() != nullptr;
+    if (rtConnected != connected)
+        lossPending = !connected;
+    rtConnected = connected;
+}
+
+/// Lets in newer clients, drops those that have gone, and takes in what they answer, however late.
+void lookAtClients() {
+    admit(0);
+    if (const int error = clients.hear(0))
+        tellLoss(error);
+    followClients();
+    if (LinkClient* client = clients.served(); client != nullptr && std::exchange(client->fresh, false))
+        evaluateVersionReply(client->said);
 }
 
 void showLight(bool on) {
@@ -102,7 +115,7 @@ void startServer(const std::string& port) {
         throw std::runtime_error(fmt::format("WSAStartup failed with error {}", error));
     librarySocketsStarted = true;
     const char* step = "";
-    if (const int error = listener.listenTcp(port, step)) {
+    if (const int error = listener.listenTcp(port, step, true)) {
         listener.close();
         endLibrary();
         throw std::runtime_error(listenError(step, port, error));
@@ -118,11 +131,17 @@ void waitForRealTraffic() {
         return;
     showStatus("Waiting for RealTraffic to connect to Kestrelune ...", true);
     resetReaders();
-    if (!waitForClient()) {
-        clearStatus();
-        return;
-    }
-    evaluateVersionReply(sendDataPacket("Qs999=version\r\n") ? receive() : std::string());
+    std::string reply;
+    do {
+        // A client that goes before it has answered costs no more than its own time.
+        if (!waitForClient()) {
+            lossPending = false;
+            clearStatus();
+            return;
+        }
+        reply = receive();
+    } while (!rtConnected);
+    evaluateVersionReply(reply);
     showLight(true);
     rtWaitPending = false;
     log("RealTraffic connected");
@@ -132,56 +151,49 @@ void waitForRealTraffic() {
 bool waitForClient() {
     if (rtConnected || !listener.isOpen())
         return false;
-    const auto interrupted = [](const char* call, int error) {
-        log(fmt::format("waitForClient interrupted: {}",
-                        fmt::format("{} {} failed with error {}", "waitForClient", call, socketErrorText(error))));
-        return false;
-    };
+    auto hookDue = Clock::now() + slice;
     while (!stopWanted()) {
-        const IoResult accepted = listener.accept(client, sliceMs);
-        if (accepted.bytes == 0) {
-            if (const int error = client.setNoDelay()) {
-                client.close();
-                return interrupted("setsockopt", error);
-            }
-            lossPending = false;
-            rtConnected = true;
+        if (!admit(static_cast<int>(slice.count())))
+            return false;
+        followClients();
+        if (rtConnected)
             return true;
+        if (const auto now = Clock::now(); now >= hookDue) {
+            hookDue = now + slice;
+            if (controlLinkHooks.whileWaiting != nullptr)
+                controlLinkHooks.whileWaiting();
         }
-        if (!accepted.timedOut)
-            return interrupted("accept", accepted.error);
-        if (controlLinkHooks.whileWaiting != nullptr)
-            controlLinkHooks.whileWaiting();
     }
     return false;
 }
 
 bool sendDataPacket(std::string_view text) {
-    const IoResult sent = client.sendAll({text.data(), text.size()}, longestSendMs);
+    LinkClient* client = clients.served();
+    if (client == nullptr)
+        return false;
+    const IoResult sent = client->socket.sendAll({text.data(), text.size()}, longestSendMs);
     if (sent.bytes >= 0)
         return true;
-    dropClient(sent.error);
+    clients.dropServed();
+    tellLoss(sent.error);
+    followClients();
     return false;
 }
 
 std::string receive() {
-    std::string reply(bufferSize, '\0');
-    const auto end = std::chrono::steady_clock::now() + longestAnswer;
-    IoResult got;
+    const auto end = Clock::now() + longestAnswer;
     do {
-        got = client.receive(reply, sliceMs);
-    } while (got.timedOut && !stopWanted() && std::chrono::steady_clock::now() < end);
-    if (got.bytes < 0) {
-        if (!got.timedOut)
-            log(fmt::format("receive: {}", socketErrorText(got.error)));
-        return {};
-    }
-    if (static_cast<std::size_t>(got.bytes) >= bufferSize) {
-        log(fmt::format("receive: buffer overrun: {}", got.bytes));
-        return {};
-    }
-    reply.resize(static_cast<std::size_t>(got.bytes));
-    return reply;
+        admit(0);
+        if (const int error = clients.hear(answerSliceMs); error != 0 && error != LinkClients::closed)
+            log(fmt::format("receive: {}", socketErrorText(error)));
+        followClients();
+        LinkClient* client = clients.served();
+        if (client == nullptr || client->overrun)
+            return {};
+        if (std::exchange(client->fresh, false))
+            return client->said;
+    } while (!stopWanted() && Clock::now() < end);
+    return {};
 }
 
 std::string formatQs121(const UserAircraft& user) {
@@ -193,10 +205,8 @@ std::string formatQs121(const UserAircraft& user) {
 void sendQs121(const UserAircraft& user) {
     if (!rtOnThisPc || !user.known())
         return;
-    if (!rtConnected) {
-        if (lossPending)
-            clientHasGone();
-        else if (exitReason() == ExitReason::notYetSet && waitForClient()) {
+    if (!rtConnected && !lossPending) {
+        if (exitReason() == ExitReason::notYetSet && waitForClient()) {
             showLight(true);
             showStatus(fmt::format("{} RealTraffic re-connected", timeStamp()), true);
             clearStatus();
@@ -204,10 +214,11 @@ void sendQs121(const UserAircraft& user) {
         return;
     }
     // The first line to a client that has closed its end is still taken by the system, and lost.
-    if (const int error = drainClient())
-        dropClient(error);
-    else if (sendDataPacket(formatQs121(user)))
-        return;
+    lookAtClients();
+    const std::string line = formatQs121(user);
+    while (rtConnected)
+        if (sendDataPacket(line))
+            return;
     clientHasGone();
 }
 
@@ -242,13 +253,15 @@ void evaluateVersionReply(const std::string& reply) {
 void closeControlLink() {
     if (rtConnected) {
         // Unread bytes at the close would reset the connection, and the farewell with it.
-        drainClient();
-        constexpr std::string_view farewell = "exit\r\n";
-        client.sendAll({farewell.data(), farewell.size()}, longestSendMs);
+        clients.hear(0);
+        if (LinkClient* client = clients.served()) {
+            constexpr std::string_view farewell = "exit\r\n";
+            client->socket.sendAll({farewell.data(), farewell.size()}, longestSendMs);
+        }
     }
     rtConnected = false;
     lossPending = false;
-    client.close();
+    clients.clear();
     listener.close();
     endLibrary();
 }

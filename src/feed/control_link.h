@@ -17,24 +17,26 @@ struct ControlLinkHooks {
 };
 extern ControlLinkHooks controlLinkHooks;
 
-/// Listens on a port; a link that stands is closed first. Throws runtime_error with the failing call and reason after
-/// closing what is open.
+/// Listens on a port of the loopback, for RealTraffic runs on this PC; a link that stands is closed first. Throws
+/// runtime_error with the failing call and reason after closing what is open.
 void startServer(const std::string& port);
 /// Port in use, 0 while not listening.
 std::uint16_t controlLinkPort();
-/// Shows the waiting text, waits for a client, asks its version. Does nothing unless RealTraffic is on this PC.
-/// Ends within 200 ms of `exitRequested` or `userClosed`.
+/// Shows the waiting text, waits for a client and for its version. One that goes before it has answered does not count.
+/// Does nothing unless RealTraffic is on this PC. Ends within 200 ms of `exitRequested` or `userClosed`.
 void waitForRealTraffic();
-/// Waits for a client; true when one was accepted. False at once while one is connected, or when the run is to end.
+/// Waits for a client that is alive; true when one was accepted and asked for its version. False at once while one is
+/// connected, or when the run is to end.
 bool waitForClient();
-/// Sends the whole text. False when it cannot leave within half a second: the client is then logged and dropped, and
-/// the next sendQs121 acts on its loss.
+/// Sends the whole text. False when it cannot leave within half a second: the client is then logged and dropped. When
+/// it was the last one, the next sendQs121 acts on the loss.
 bool sendDataPacket(std::string_view text);
-/// One read of what the client sent, at most 16383 bytes; empty on error or end, after 5 seconds without an answer, and
-/// when the run is to end.
+/// What the client said to the version question, at most 16383 bytes; who connects meanwhile is let in and asked as
+/// well. Empty when no client is left, after 5 seconds without an answer, and when the run is to end.
 std::string receive();
-/// The user's state, once per second; nothing while no flight is loaded. Reads away what the client sends, notices a
-/// client that has gone (also one that only closed its sending side), and in the next call waits for its return.
+/// The user's state, once per second; nothing while no flight is loaded. Before the line goes out newer clients are let
+/// in, those that have gone are noticed (also one that only closed its sending side), and an answer to the version
+/// question is evaluated, however late it comes. When no client is left, the next call waits for one.
 void sendQs121(const UserAircraft& user);
 /// The line that sendQs121 sends, with its CR LF.
 std::string formatQs121(const UserAircraft& user);

@@ -1,4 +1,5 @@
 #include "core/parameters.h"
+#include "feed/link_clients.h"
 #include "feed_test.h"
 
 #include <atomic>
@@ -12,7 +13,13 @@ std::atomic<int> waitCalls{0};
 
 /// RealTraffic's end of the link.
 struct Client {
-    void connect() { ASSERT_EQ(socket.connectTcp("127.0.0.1", std::to_string(controlLinkPort()), 5000), 0); }
+    void connect(const char* host = "127.0.0.1") {
+        ASSERT_EQ(socket.connectTcp(host, std::to_string(controlLinkPort()), 5000), 0);
+    }
+    void connectAsked() {
+        connect();
+        ASSERT_EQ(line(), question);
+    }
     void send(std::string_view text) {
         ASSERT_EQ(socket.sendAll({text.data(), text.size()}, 5000).bytes, static_cast<std::ptrdiff_t>(text.size()));
     }
@@ -29,9 +36,25 @@ struct Client {
         pending.erase(0, text.size());
         return text;
     }
+    bool closed() {
+        char buffer[4096];
+        platform::IoResult got;
+        while ((got = socket.receive(buffer, 5000)).bytes > 0) {
+        }
+        return !got.timedOut;
+    }
+    static constexpr const char* question = "Qs999=version\r\n";
     platform::Socket socket;
     std::string pending;
 };
+
+/// Connections that were closed before anybody looked at them.
+void knockAndGo(int times) {
+    for (int i = 0; i < times; ++i)
+        Client().connect();
+}
+
+const std::string prof = R"({"level":2,"version":"10.1"})";
 
 class ControlLinkTest : public FeedTest {
 protected:
@@ -50,9 +73,26 @@ protected:
     void connect(Client& client, std::string_view answer) {
         auto waiting = std::async(std::launch::async, waitForRealTraffic);
         client.connect();
-        EXPECT_EQ(client.line(), "Qs999=version\r\n");
+        EXPECT_EQ(client.line(), Client::question);
         client.send(answer);
         waiting.get();
+    }
+    /// One second of the main tick after the other, until `condition` holds.
+    bool sendUntil(const std::function<bool()>& condition) {
+        return eventually([&] {
+            sendQs121(user);
+            return condition();
+        });
+    }
+    /// The next position line goes to this client.
+    void expectServed(Client& client) {
+        user.lat += 0.001; // told apart from the lines before
+        sendQs121(user);
+        const std::string expected = formatQs121(user);
+        std::string line;
+        while (!(line = client.line(2000)).empty() && line != expected) {
+        }
+        EXPECT_EQ(line, expected);
     }
     UserAircraft user;
 };
@@ -83,7 +123,7 @@ TEST_F(ControlLinkTest, serverErrorsNameTheCall) {
 
 TEST_F(ControlLinkTest, wholeConversation) {
     Client client;
-    connect(client, R"({"level":2,"version":"10.1"})");
+    connect(client, prof);
     EXPECT_TRUE(rtConnected && rtProfEdition && readouts.rtLight);
     EXPECT_FALSE(rtWaitPending);
     EXPECT_EQ(readoutText(Readout::edition), "RT prof edition: 10.1");
@@ -155,25 +195,129 @@ TEST_F(ControlLinkTest, waitsEndWithTheRun) {
 TEST_F(ControlLinkTest, aClientThatDoesNotAnswerIsNotWaitedForBeyondTheRun) {
     auto waiting = std::async(std::launch::async, waitForRealTraffic);
     Client client;
-    client.connect();
-    EXPECT_EQ(client.line(), "Qs999=version\r\n");
+    client.connectAsked();
     const auto start = std::chrono::steady_clock::now();
     userClosed = true;
     waiting.get();
     EXPECT_LT(std::chrono::steady_clock::now() - start, 200ms);
 }
 
-TEST_F(ControlLinkTest, aSilentClientCountsAsTheStandardEdition) {
+TEST_F(ControlLinkTest, aSilentClientCountsAsTheStandardEditionUntilItAnswers) {
     auto waiting = std::async(std::launch::async, waitForRealTraffic);
     Client client;
-    client.connect();
+    client.connectAsked();
     waiting.get();
     EXPECT_TRUE(rtConnected && readouts.rtLight);
     EXPECT_FALSE(rtProfEdition);
     EXPECT_TRUE(logged("No RealTraffic version received?"));
     sendQs121(user);
-    EXPECT_EQ(client.line(), "Qs999=version\r\n");
     EXPECT_EQ(client.line(), formatQs121(user));
+    // In two pieces, as a stream may cut it.
+    client.send(prof.substr(0, 9));
+    ASSERT_TRUE(sendUntil([] { return readoutText(Readout::edition).empty(); }));
+    EXPECT_FALSE(rtProfEdition);
+    client.send(prof.substr(9));
+    EXPECT_TRUE(sendUntil([] { return rtProfEdition.load(); }));
+    EXPECT_EQ(readoutText(Readout::edition), "RT prof edition: 10.1");
+    client.send(R"({"level":1})");
+    client.send(std::string(1 << 20, 'x'));
+    for (int i = 0; i < 20; ++i)
+        sendQs121(user);
+    EXPECT_TRUE(rtProfEdition) << "it was asked once";
+}
+
+TEST_F(ControlLinkTest, onlyThisPcReachesTheLink) {
+    Client elsewhere;
+    EXPECT_NE(elsewhere.socket.connectTcp("127.0.0.2", std::to_string(controlLinkPort()), 5000), 0);
+}
+
+TEST_F(ControlLinkTest, whoKnocksAndGoesCostsNothing) {
+    const auto start = std::chrono::steady_clock::now();
+    knockAndGo(90);
+    Client client;
+    connect(client, prof);
+    EXPECT_TRUE(rtConnected && rtProfEdition);
+    EXPECT_FALSE(logged("No RealTraffic version received?"));
+    // Beside the true client and after it.
+    knockAndGo(30);
+    expectServed(client);
+    EXPECT_EQ(goneCalls, 0);
+    client.socket.close();
+    ASSERT_TRUE(sendUntil([] { return goneCalls == 1; }));
+    knockAndGo(30);
+    Client again;
+    auto waiting = std::async(std::launch::async, [this] { sendQs121(user); });
+    again.connectAsked();
+    waiting.get();
+    expectServed(again);
+    EXPECT_EQ(goneCalls, 1) << "the traffic left once";
+    EXPECT_TRUE(rtProfEdition) << "what is known stays until the new client tells another";
+    again.send(R"({"level":1,"version":"9"})");
+    EXPECT_TRUE(sendUntil([] { return !rtProfEdition; }));
+    EXPECT_EQ(readoutText(Readout::edition), "RT stnd edition: 9");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 4s);
+}
+
+TEST_F(ControlLinkTest, aClientThatGoesBeforeItAnswersIsNotWaitedFor) {
+    auto waiting = std::async(std::launch::async, waitForRealTraffic);
+    {
+        Client stranger;
+        stranger.connectAsked();
+    }
+    Client client;
+    client.connectAsked();
+    client.send(prof);
+    waiting.get();
+    EXPECT_TRUE(rtConnected && rtProfEdition);
+    EXPECT_EQ(logLines().size(), 2U) << "no complaint of a version, none of a loss";
+    expectServed(client);
+    EXPECT_EQ(goneCalls, 0);
+}
+
+TEST_F(ControlLinkTest, strangersDoNotKeepRealTrafficOut) {
+    Client first, client, later;
+    auto waiting = std::async(std::launch::async, waitForRealTraffic);
+    first.connectAsked();
+    client.connectAsked();
+    later.connectAsked(); // the newest, but it has not answered
+    client.send(prof);
+    waiting.get();
+    EXPECT_TRUE(rtProfEdition);
+    // More than are kept.
+    std::vector<Client> strangers(2 * LinkClients::most);
+    for (Client& stranger : strangers)
+        stranger.connect();
+    strangers.back().send("GET / HTTP/1.1\r\n\r\n");
+    ASSERT_TRUE(sendUntil([&] { return strangers.back().line(1) == Client::question; }));
+    expectServed(client);
+    EXPECT_TRUE(first.closed() && later.closed()) << "the oldest have given way";
+    EXPECT_TRUE(rtProfEdition);
+    // Started anew, while its old connection hangs.
+    Client again;
+    again.connect();
+    again.send(R"({"level":1,"version":"11"})");
+    ASSERT_TRUE(sendUntil([] { return !rtProfEdition; }));
+    expectServed(again);
+    EXPECT_TRUE(client.closed());
+    EXPECT_EQ(again.pending, "");
+    // Only when nobody is left the traffic leaves.
+    again.socket.close();
+    ASSERT_TRUE(sendUntil([&] { return strangers.back().line(1).starts_with("Qs121="); }));
+    EXPECT_EQ(goneCalls, 0);
+    strangers.clear();
+    ASSERT_TRUE(sendUntil([] { return goneCalls == 1; }));
+    EXPECT_FALSE(rtConnected);
+}
+
+TEST_F(ControlLinkTest, amongClientsThatNeverAnswerTheNewestIsServed) {
+    Client older, newer;
+    connect(older, "no json");
+    newer.connect();
+    ASSERT_TRUE(sendUntil([&] { return newer.line(1) == Client::question; }));
+    expectServed(newer);
+    older.send(prof); // late, on the connection that had given way
+    ASSERT_TRUE(sendUntil([] { return rtProfEdition.load(); }));
+    expectServed(older);
 }
 
 TEST_F(ControlLinkTest, aClientGoesAndComesBack) {
@@ -208,13 +352,13 @@ TEST_F(ControlLinkTest, aClientGoesAndComesBack) {
 
         auto waiting = std::async(std::launch::async, [this] { sendQs121(user); });
         Client again;
-        again.connect();
+        again.connectAsked();
         waiting.get();
         EXPECT_TRUE(rtConnected && readouts.rtLight);
         EXPECT_TRUE(logLines().back().ends_with(" RealTraffic re-connected"));
         EXPECT_EQ(statusText(), "");
         sendQs121(user);
-        EXPECT_EQ(again.line(), formatQs121(user)) << "the version is not asked for again";
+        EXPECT_EQ(again.line(), formatQs121(user));
         closeControlLink();
         startServer("0");
     }
