@@ -18,14 +18,19 @@ void require(bool condition) {
 void checkReport(const AircraftReport& r) {
     const PositionSample& s = r.sample;
     require(std::fabs(s.lat) <= 90 && std::fabs(s.lon) <= 180 && !inStartUpBox(s.lat, s.lon));
-    for (const double value : {s.alt, s.gs, s.track, s.vs, s.tas})
-        require(std::fabs(value) <= largestMeasure);
-    require(std::isfinite(s.bank) && s.trueHeading >= 0 && s.trueHeading <= twoPi);
+    const auto within = [](double value, const Bounds& b) { return value >= b.least && value <= b.most; };
+    require(within(s.alt, altitudeBounds) && within(s.gs, speedBounds) && within(s.tas, speedBounds));
+    require(within(s.vs, climbBounds) && within(s.track, trackBounds) && std::fabs(s.bank) <= pi &&
+            s.trueHeading >= 0 && s.trueHeading <= twoPi);
     require(std::isfinite(r.timestamp) && r.hexid > lastStaticHexid && s.airborne == (s.alt > 0));
     require(!r.model.empty() && !(r.callsign.empty() && r.regcode.empty()) && r.regcode.size() <= 12);
-    for (const std::string* text : {&r.model, &r.callsign, &r.regcode, &r.orig, &r.dest})
+    for (const std::string* text : {&r.model, &r.callsign, &r.regcode})
         for (const char c : *text)
             require(c >= ' ' && c <= '~');
+    for (const std::string* code : {&r.orig, &r.dest})
+        require(code->empty() || (code->size() >= shortestAirportCode && code->size() <= longestAirportCode &&
+                                  code->find_first_not_of("0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                                          "abcdefghijklmnopqrstuvwxyz") == std::string::npos));
 }
 
 } // namespace

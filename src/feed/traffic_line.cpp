@@ -51,9 +51,9 @@ bool readNumber(std::string_view field, double& value) {
     return std::from_chars(field.data(), field.data() + field.size(), value).ec == std::errc{};
 }
 
-bool readMeasure(std::string_view field, double& value) {
+bool readMeasure(std::string_view field, double& value, const Bounds& bounds) {
     // Written so that NaN fails as well.
-    return readNumber(field, value) && std::fabs(value) <= largestMeasure;
+    return readNumber(field, value) && value >= bounds.least && value <= bounds.most;
 }
 
 /// Fit for a text of the record: it ends up in file names, in the simulator and on the window.
@@ -71,6 +71,17 @@ bool readText(std::string_view field, std::string& text) {
     else
         text.assign(field);
     return true;
+}
+
+/// The code of an airport, empty for "null" and for anything that is none: it is shown, and written into files.
+void readAirport(std::string_view field, std::string& code) {
+    const auto isCodeLetter = [](char c) {
+        return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9');
+    };
+    code.clear();
+    if (field != unknown && field.size() >= shortestAirportCode && field.size() <= longestAirportCode &&
+        std::all_of(field.begin(), field.end(), isCodeLetter))
+        code.assign(field);
 }
 
 double airspeedForAltitude(double alt) {
@@ -203,9 +214,9 @@ void TrafficReader::processLine() {
     if (scratch.hexid <= lastStaticHexid)
         return;
 
-    if (!readMeasure(fields[gsField], sample.gs))
+    if (!readMeasure(fields[gsField], sample.gs, speedBounds))
         reject("gs:{}", quoted(fields[gsField]));
-    if (!readMeasure(fields[altField], sample.alt))
+    if (!readMeasure(fields[altField], sample.alt, altitudeBounds))
         reject("altitude {} incorrect, from: {}", quoted(fields[altField]), quoted(text));
 
     if (isOnGround(sample.alt, sample.gs, airport ? airport->elevation : noElevation))
@@ -224,20 +235,20 @@ void TrafficReader::processLine() {
     if (!sample.airborne && !(airport && distanceNm(airport->position, position) <= airportRadiusNm))
         return;
 
-    if (!fields[trackField].empty() && !readMeasure(fields[trackField], sample.track))
+    if (!fields[trackField].empty() && !readMeasure(fields[trackField], sample.track, trackBounds))
         reject("track incorrect {}", quoted(fields[trackField]));
     if (sample.track == 0.0 && sample.trueHeadingValid)
         sample.track = sample.trueHeading * radToDeg;
 
-    if (!readMeasure(fields[vsField], sample.vs))
+    if (!readMeasure(fields[vsField], sample.vs, climbBounds))
         reject("vs:{}", quoted(fields[vsField]));
 
-    if (!readText(fields[origField], scratch.orig) || !readText(fields[destField], scratch.dest))
-        return;
+    readAirport(fields[origField], scratch.orig);
+    readAirport(fields[destField], scratch.dest);
 
     if (sample.airborne) {
         double roll = 0;
-        if (!readMeasure(fields[rollField], roll))
+        if (!readMeasure(fields[rollField], roll, rollBounds))
             reject("roll:{}", quoted(fields[rollField]));
         if (roll != -1.0 && roll != 0.0) {
             sample.bank = -roll * degToRad;
@@ -245,7 +256,7 @@ void TrafficReader::processLine() {
         }
     }
 
-    if (!readMeasure(fields[tasField], sample.tas))
+    if (!readMeasure(fields[tasField], sample.tas, speedBounds))
         reject("TAS incorrect{}", quoted(fields[tasField]));
     if (sample.tas == -1.0)
         sample.tas = airspeedForAltitude(sample.alt);

@@ -67,13 +67,25 @@ bool isOnGround(double alt, double gs, double elevation);
 /// The pieces between commas; an empty piece behind the last comma does not count. `fields` keeps its capacity.
 void splitFields(std::string_view line, std::vector<std::string_view>& fields);
 
-/// A measured value beyond this, and any that is not finite, is unreadable: nothing that flies has it in any unit of
-/// the feed, and the motion of an aircraft must not overflow from it.
-inline constexpr double largestMeasure = 1e6;
+/// A measured value outside of its bounds, and any that is not finite, is unreadable: motion must not overflow from it,
+/// nor an aircraft dash over the map. -1 stands for "unknown" in the feed.
+struct Bounds {
+    double least, most;
+};
+/// Knots, over ground and through the air. No aircraft has ever flown 2,000.
+inline constexpr Bounds speedBounds{-1.0, 2500.0};
+/// Feet. What reports less than 0 stands on the ground; manned flight with wings ends below 90,000.
+inline constexpr Bounds altitudeBounds{-100000.0, 100000.0};
+/// Feet per minute. The field of a transponder's message holds no more.
+inline constexpr Bounds climbBounds{-32640.0, 32640.0};
+inline constexpr Bounds trackBounds{-360.0, 360.0}; ///< degrees
+inline constexpr Bounds rollBounds{-180.0, 180.0};  ///< degrees
 /// Times behind the year 9999 are unreadable, seconds since 1970.
 inline constexpr double largestTimestamp = 253402300799.0;
 /// A text that goes into the record and is longer, or not printable ASCII, makes the line fall out in silence.
 inline constexpr std::size_t longestFieldText = 32;
+/// An origin or destination that is no code of so many letters and digits counts as unknown.
+inline constexpr std::size_t shortestAirportCode = 2, longestAirportCode = 4;
 
 /// Starts the reader thread on `port` (0 = 49005). A thread that still runs is stopped and joined first.
 void startTrafficReader(std::uint16_t port = 0);

@@ -33,11 +33,27 @@ bool fliesByInstruments(AircraftCategory category) {
            category == AircraftCategory::heavy;
 }
 
+/// As the text of an XML element. What XML cannot hold at all is left out.
+std::string escaped(std::string_view text) {
+    std::string xml;
+    for (const char c : text) {
+        if (c == '&')
+            xml += "&amp;";
+        else if (c == '<')
+            xml += "&lt;";
+        else if (c == '>')
+            xml += "&gt;";
+        else if (c >= ' ' && c <= '~')
+            xml += c;
+    }
+    return xml;
+}
+
 bool writePlan(const LiveAircraft& a, const std::filesystem::path& file) {
     std::ofstream out(file, std::ios::binary | std::ios::trunc);
     if (!out)
         return false;
-    out << fmt::format(planText, fliesByInstruments(a.category) ? "IFR" : "VFR", a.orig, a.dest);
+    out << fmt::format(planText, fliesByInstruments(a.category) ? "IFR" : "VFR", escaped(a.orig), escaped(a.dest));
     out.close();
     return static_cast<bool>(out);
 }

@@ -127,7 +127,20 @@ TEST_F(TrafficLineTest, keepsDropsOrRejects) {
 
         {"speed null", {{8, "null"}}, rejected, "gs:null"},
         {"speed infinite", {{8, "inf"}}, rejected, "gs:inf"},
-        {"speed absurd", {{8, "1e300"}}, rejected, "gs:1e300"},
+        {"fastest", {{8, "2500"}, {20, "2500"}}, kept},
+        {"faster", {{8, "2500.1"}}, rejected, "gs:2500.1"},
+        {"slower than unknown", {{8, "-1.1"}}, rejected, "gs:-1.1"},
+        {"speed unknown, at the airport", {{8, "-1"}, {2, "41.3"}}, kept},
+        {"highest", {{4, "100000"}}, kept},
+        {"higher",
+         {{8, "2e3"}, {4, "100000.5"}},
+         rejected,
+         "altitude 100000.5 incorrect, from: " + feedLine({{8, "2e3"}, {4, "100000.5"}})},
+        {"far below the sea, at the airport", {{4, "-99999"}, {2, "41.3"}}, kept},
+        {"in the middle of the earth",
+         {{4, "-1e7"}},
+         rejected,
+         "altitude -1e7 incorrect, from: " + feedLine({{4, "-1e7"}})},
         {"altitude null", {{4, "null"}}, rejected, "altitude null incorrect, from: " + feedLine({{4, "null"}})},
         {"altitude nan", {{4, "nan"}}, rejected, "altitude nan incorrect, from: " + feedLine({{4, "nan"}})},
         {"speed before altitude", {{4, "x"}, {8, "x"}}, rejected, "gs:x"},
@@ -135,12 +148,20 @@ TEST_F(TrafficLineTest, keepsDropsOrRejects) {
         {"track empty", {{7, ""}}, kept},
         {"track null", {{7, "null"}}, rejected, "track incorrect null"},
         {"track nan", {{7, "-nan"}}, rejected, "track incorrect -nan"},
+        {"track once round", {{7, "-360"}}, kept},
+        {"track more than once round", {{7, "360.1"}}, rejected, "track incorrect 360.1"},
         {"climb empty", {{5, ""}}, rejected, "vs:"},
+        {"strongest sink", {{5, "-32640"}}, kept},
+        {"stronger sink", {{5, "-32641"}}, rejected, "vs:-32641"},
+        {"stronger climb", {{5, "32641"}}, rejected, "vs:32641"},
         {"climb infinite", {{5, "-inf"}}, rejected, "vs:-inf"},
         {"roll null", {{23, "null"}}, rejected, "roll:null"},
         {"roll nan", {{23, "NAN"}}, rejected, "roll:NAN"},
+        {"upside down", {{23, "-180"}}, kept},
+        {"more than that", {{23, "180.5"}}, rejected, "roll:180.5"},
         {"roll is not read on the ground", {{2, "41.3"}, {4, "0"}, {23, "null"}}, kept},
         {"airspeed null", {{20, "null"}}, rejected, "TAS incorrectnull"},
+        {"airspeed absurd", {{20, "1e6"}}, rejected, "TAS incorrect1e6"},
         {"airspeed nan", {{20, "nan"}}, rejected, "TAS incorrectnan"},
 
         {"on the ground at the airport", {{2, "41.38"}, {4, "0"}}, kept},
@@ -150,7 +171,7 @@ TEST_F(TrafficLineTest, keepsDropsOrRejects) {
         {"callsign with a control character", {{9, nul}}, dropped},
         {"type that is not ASCII", {{10, "A3\xC3\xA4"}}, dropped},
         {"overlong callsign", {{9, std::string(33, 'K')}}, dropped},
-        {"overlong origin", {{12, std::string(5000, 'K')}}, dropped},
+        {"overlong origin is none", {{12, std::string(5000, 'K')}}, kept},
         {"binary tail is not read", {{43, "\x01\xFF"}}, kept},
     };
     std::size_t logCount = 0;
@@ -211,6 +232,22 @@ TEST_F(TrafficLineTest, derivesValues) {
         const auto reports = takeReports();
         ASSERT_EQ(reports.size(), 1U);
         EXPECT_DOUBLE_EQ(c.value(reports[0]), c.expected);
+    }
+}
+
+TEST_F(TrafficLineTest, originAndDestinationAreCodesOrUnknown) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"LEBL", "LEBL"}, {"BCN", "BCN"}, {"1L", "1L"}, {"ed00", "ed00"}, {"null", ""}, {"", ""},     {"L", ""},
+        {"LEBLX", ""},    {"LE L", ""},   {"L/A", ""},  {"</x>", ""},     {"?", ""},    {"&lt;", ""}, {"\xC3\x84X", ""},
+    };
+    for (const auto& [field, code] : cases) {
+        SCOPED_TRACE(field);
+        feed(trafficReader, feedLine({{12, field}, {13, "LEMD"}}));
+        feed(trafficReader, feedLine({{12, "LEMD"}, {13, field}}));
+        const auto reports = takeReports();
+        ASSERT_EQ(reports.size(), 2U);
+        EXPECT_EQ(reports[0].orig + ">" + reports[0].dest, code + std::string(">LEMD"));
+        EXPECT_EQ(reports[1].orig + ">" + reports[1].dest, std::string("LEMD>") + code);
     }
 }
 

@@ -28,12 +28,13 @@ struct FlightPlansTest : test::TrafficTest {
 TEST_F(FlightPlansTest, OnlyARouteWithBothEndsMakesAPlan) {
     struct Case {
         const char *model, *orig, *dest, *rules; ///< null = no file
+        std::string inFile = orig;               ///< the origin as it is written
     };
     for (const Case& c :
          {Case{"A320", "EDDF", "LHR", "IFR"}, Case{"B77W", "XXXX", "?", "IFR"}, Case{"C25A", "EDDF", "LHR", "IFR"},
           Case{"C172", "EDDF", "LHR", "VFR"}, Case{"F16", "EDDF", "LHR", "VFR"}, Case{"EC35", "EDDF", "LHR", "VFR"},
-          Case{"A320", "<A&B>", "{}", "IFR"}, Case{"A320", "", "LHR", nullptr}, Case{"A320", "EDDF", "", nullptr},
-          Case{"A320", "", "", nullptr}}) {
+          Case{"A320", "]]><x>&\n\x1b\xff\"'&#60;", "{}", "IFR", "]]&gt;&lt;x&gt;&amp;\"'&amp;#60;"},
+          Case{"A320", "", "LHR", nullptr}, Case{"A320", "EDDF", "", nullptr}, Case{"A320", "", "", nullptr}}) {
         std::filesystem::remove(file());
         LiveAircraft& a = flight(c.model, c.orig, c.dest);
         writeFlightPlan(a);
@@ -43,7 +44,7 @@ TEST_F(FlightPlansTest, OnlyARouteWithBothEndsMakesAPlan) {
                 ? ""
                 : "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<SimBase.Document Type=\"AceXML\" "
                   "version=\"4,3\">\n<FlightPlan.FlightPlan>\n<FPType>" +
-                      std::string(c.rules) + "</FPType>\n<DepartureID>" + c.orig + "</DepartureID>\n<DestinationID>" +
+                      std::string(c.rules) + "</FPType>\n<DepartureID>" + c.inFile + "</DepartureID>\n<DestinationID>" +
                       c.dest + "</DestinationID>\n</FlightPlan.FlightPlan>\n</SimBase.Document>\n";
         EXPECT_EQ(test::readFile(file()), expected) << c.model;
     }
