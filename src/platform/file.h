@@ -1,14 +1,47 @@
 // Whole files and folders with as few system calls as they need. Paths are UTF-8. Any thread.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <limits>
 #include <string>
 #include <vector>
 
 namespace kes::platform {
 
-/// Reads a file into `content`, whose room is kept between calls. 0 = done, else the error number of the C library;
-/// `content` is then empty.
-int readFile(const std::string& path, std::string& content);
+/// The error number of something that is neither a file nor a folder: a pipe, a socket, a device. To read it could
+/// wait for ever, or never come to an end.
+inline constexpr int notRegular = -1;
+inline constexpr std::uint64_t noLimit = std::numeric_limits<std::uint64_t>::max();
+
+/// A regular file, open for reading. All files that the program reads are opened by this class, which never waits for
+/// a file: what is no regular file is refused. Closed at the end.
+class InputFile {
+public:
+    InputFile() = default;
+    ~InputFile() { close(); }
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+
+    /// 0 = done, else an error number of the C library, or `notRegular`.
+    int open(const std::string& path);
+    std::uint64_t size() const { return size_; } ///< bytes when it was opened; 0 for some files of the system
+    /// Up to `size` bytes from where the last call ended. Their number, 0 at the end, negative after a failure.
+    std::int64_t read(void* bytes, std::size_t size);
+    bool seek(std::uint64_t position); ///< from the begin
+    void close();
+
+private:
+    friend class Folder;
+    int openIn(const void* folder, const std::string& path); ///< `folder` is a handle of the operating system, or null
+    std::intptr_t handle_ = -1;                              ///< of the operating system; -1 = none
+    std::uint64_t size_ = 0;
+};
+
+/// Reads a file into `content`, whose room is kept between calls. 0 = done, else the error number of the C library or
+/// `notRegular`; `content` is then empty. A file of more than `most` bytes gives EFBIG and is not read.
+int readFile(const std::string& path, std::string& content, std::uint64_t most = noLimit);
 
 struct FolderEntry {
     std::string name;
@@ -30,14 +63,27 @@ public:
     /// was read until then is in `entries`.
     int list(std::vector<FolderEntry>& entries);
     /// `readFile` for a file in the folder.
-    int read(const std::string& name, std::string& content) const;
+    int read(const std::string& name, std::string& content, std::uint64_t most = noLimit) const;
 
 private:
     std::string path_;
     void* handle_ = nullptr; ///< of the operating system
 };
 
-/// The C library's text for an error number.
+/// True for a symbolic link and, on Windows, a junction; also when what it leads to is gone.
+bool isLink(const std::filesystem::path& path);
+
+/// Gives the folder `target` the content of the folder `fresh` and the other way round, in one step where the system
+/// can; where there is no `target`, `fresh` becomes it. False with a reason on failure, both are then as before. Both
+/// lie on one disk.
+bool exchangeFolders(const std::filesystem::path& fresh, const std::filesystem::path& target, std::string& error);
+/// The same with moves only, by way of a third name. A crash in the middle leaves no `target`, but what
+/// `restoreFolder` puts back.
+bool exchangeInSteps(const std::filesystem::path& fresh, const std::filesystem::path& target, std::string& error);
+/// Brings `target` back after a crash in the middle of an exchange; does nothing otherwise.
+void restoreFolder(const std::filesystem::path& target);
+
+/// The text for an error number of this file's functions.
 std::string errorText(int error);
 
 } // namespace kes::platform

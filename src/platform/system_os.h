@@ -1,11 +1,17 @@
-// What the files of this folder share: the two halves of replacing a file, and where a user's folders begin.
+// What the files of this folder share: reading an open file, the two halves of replacing one, and where a user's
+// folders begin.
 #pragma once
+
+#include "platform/file.h"
 
 #include <filesystem>
 #include <string>
 #include <string_view>
 
 namespace kes::platform::os {
+
+/// The rest of an open file; `readFile` tells the errors.
+int readAll(InputFile& file, std::string& content, std::uint64_t most);
 
 /// Writes a new file, or over an old one, and has it on the disk before it returns. False with a reason on failure.
 bool writeThrough(const std::filesystem::path& file, std::string_view content, std::string& error);

@@ -21,7 +21,8 @@ public:
     std::uint64_t getSize() const { return size; }      ///< bytes unpacked, as the zip claims; any other is damage
     /// The whole content. `good`, when given, tells whether every byte arrived and the checksum held.
     std::string readAsText(bool* good = nullptr) const;
-    /// Streams the content in pieces of `chunk` bytes. 0 = done, else libzip's error number, or -1 when `out` failed.
+    /// Streams the content in pieces of `chunk` bytes. 0 = done, else libzip's error number, -1 when `out` failed, or
+    /// -2 when the archive was told to stop.
     int readContent(std::ostream& out, std::size_t chunk = 524288) const;
 
 private:
@@ -34,13 +35,17 @@ private:
 class ZipArchive {
 public:
     enum class OpenMode { readOnly, create }; ///< create: a file of that name is replaced when the archive is closed
-    explicit ZipArchive(std::filesystem::path path);
+    /// `stop`, when given, is asked at every piece that is read; once it says true, opening and reading fail.
+    explicit ZipArchive(std::filesystem::path path, bool (*stop)() = nullptr);
     ~ZipArchive(); ///< closes; what was added is then written
     ZipArchive(const ZipArchive&) = delete;
     ZipArchive& operator=(const ZipArchive&) = delete;
 
-    bool open(OpenMode mode = OpenMode::readOnly); ///< false = no zip, or no such file
-    std::vector<ZipEntry> getEntries();            ///< in the order of the zip
+    /// False = no zip, no such regular file, or a table of entries of more than `mostTableBytes`.
+    bool open(OpenMode mode = OpenMode::readOnly);
+    static constexpr std::uint64_t mostTableBytes = 16'000'000; ///< some 300,000 entries at most
+    std::uint64_t countEntries() const;
+    std::vector<ZipEntry> getEntries(); ///< in the order of the zip
     /// Adds an entry. The same entries in the same order give the same bytes: no clock goes in.
     bool addData(std::string_view name, std::string content);
     bool close(); ///< false = what was added could not be written

@@ -1,13 +1,20 @@
 // Zipped documents and the package of airport files.
 #include "core/folders.h"
+#include "core/foreign_log.h"
 #include "core/log.h"
 #include "core/parameters.h"
+#include "core/run_state.h"
+#include "core/text.h"
+#include "platform/file.h"
 #include "platform/system.h"
+#include "update/sha256.h"
 #include "update/update.h"
 #include "update/update_internal.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 #include <fstream>
+#include <numeric>
 
 namespace kes {
 
@@ -16,7 +23,24 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* simaddonZip = "my_simaddon2024.zip";
-constexpr std::uint64_t largestEntry = std::uint64_t{1} << 30; ///< bytes
+
+/// Names that Windows keeps for devices in every folder, whatever extension, dots or blanks follow: a file of that
+/// name is a printer, or never ends.
+bool isDeviceName(std::string_view name) {
+    name = name.substr(0, name.find('.'));
+    while (name.ends_with(' '))
+        name.remove_suffix(1);
+    for (const std::string_view device : {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$", "CLOCK$"}) {
+        if (equalsNoCase(name, device))
+            return true;
+    }
+    if (name.size() < 4 || (!equalsNoCase(name.substr(0, 3), "COM") && !equalsNoCase(name.substr(0, 3), "LPT")))
+        return false;
+    // Raised digits count as well.
+    const std::string_view number = name.substr(3);
+    return (number.size() == 1 && number[0] >= '0' && number[0] <= '9') || number == "\u00B9" || number == "\u00B2" ||
+           number == "\u00B3";
+}
 
 /// The stem of the last part of an entry's name, whatever separators it was written with; empty when it names no file.
 std::string entryStem(std::string_view name) {
@@ -24,36 +48,139 @@ std::string entryStem(std::string_view name) {
     if (last != std::string_view::npos)
         name.remove_prefix(last + 1);
     const std::string stem = platform::pathText(platform::pathFrom(name).stem());
-    return stem == "." || stem == ".." ? std::string() : stem;
+    return stem == "." || stem == ".." || isDeviceName(stem) ? std::string() : stem;
 }
 
-void emptyFolder(const fs::path& folder) {
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-        std::error_code error;
-        fs::remove_all(entry.path(), error);
-        if (error)
-            log(platform::pathText(entry.path()) + " could not be removed");
+/// Removes what has the name, whatever it is; of a link never what it leads to.
+void removeFolder(const fs::path& folder) {
+    std::error_code error;
+    if (platform::isLink(folder)) {
+        fs::remove(folder, error);
+        return;
     }
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+        std::error_code resists;
+        fs::remove_all(entry->path(), resists);
+        if (resists)
+            log(platform::pathText(entry->path()) + " could not be removed");
+    }
+    fs::remove(folder, error);
+}
+
+/// Unpacks the files of the package into an empty folder. Their number, nothing when one of them is missing.
+std::optional<std::size_t> unpackAirportFiles(const fs::path& folder) {
+    platform::ZipArchive zip(simaddonZip, stopWanted);
+    std::vector<platform::ZipEntry> entries;
+    if (!openPackage(zip, simaddonZip, fmt::format("could not open {}", simaddonZip), entries))
+        return {};
+    LogLimiter complaints("unzipping airport files");
+    std::size_t count = 0, missing = 0;
+    for (const platform::ZipEntry& entry : entries) {
+        if (stopWanted())
+            return {};
+        if (entry.getName().ends_with('/'))
+            continue;
+        const std::string stem = entryStem(entry.getName());
+        if (stem.empty()) {
+            complaints.write(fmt::format("{} in {} names no file, skipped", kes::quoted(entry.getName()), simaddonZip));
+            continue;
+        }
+        const fs::path target = folder / platform::pathFrom(stem + ".txt");
+        if (const int error = unpackTo(entry, target)) {
+            if (stopWanted())
+                return {};
+            complaints.write(
+                error < 0 ? fmt::format("could not open output file: {}", kes::quoted(platform::pathText(target)))
+                          : fmt::format("{} in {} is damaged", kes::quoted(entry.getName()), simaddonZip));
+            ++missing;
+        } else {
+            ++count;
+        }
+    }
+    complaints.finish();
+    log(fmt::format("{} unzipped {} files", simaddonZip, count));
+    if (missing > 0) {
+        log(fmt::format("{} of {} could not be unzipped, the airport files stay as they were", missing,
+                        count + missing));
+        return {};
+    }
+    return count;
+}
+
+/// Puts the airport files of the downloaded package into the place of the old ones, all or none.
+bool replaceAirportFiles() {
+    fs::path fresh = path::mySimaddon;
+    fresh += ".new";
+    removeFolder(fresh);
+    std::error_code error;
+    if (!fs::create_directories(fresh, error)) {
+        if (simaddonFolderMissing())
+            throw fs::filesystem_error("create_directories", fresh, error);
+        log(fmt::format("{} could not be made: {}", platform::pathText(fresh), error.message()));
+        return false;
+    }
+    std::string reason;
+    bool done = unpackAirportFiles(fresh).has_value();
+    if (done && !platform::exchangeFolders(fresh, path::mySimaddon, reason)) {
+        log(fmt::format("{} could not be replaced: {}", platform::pathText(path::mySimaddon), reason));
+        done = false;
+    }
+    removeFolder(fresh);
+    return done;
 }
 
 } // namespace
 
-bool tooLarge(const platform::ZipEntry& entry, const std::string& zipName) {
-    if (entry.getSize() <= largestEntry)
+bool openPackage(platform::ZipArchive& zip, const std::string& zipName, const std::string& fault,
+                 std::vector<platform::ZipEntry>& entries) {
+    if (!zip.open()) {
+        log(fault);
         return false;
-    log(fmt::format("{} in {} has {} bytes, which is too much", entry.getName(), zipName, entry.getSize()));
-    return true;
+    }
+    if (const std::uint64_t count = zip.countEntries(); count > packageLimits.entries) {
+        log(fmt::format("{} has {} entries, which is too much", zipName, count));
+        return false;
+    }
+    entries = zip.getEntries();
+    std::uint64_t bytes = 0;
+    for (const platform::ZipEntry& entry : entries) {
+        // No sum is formed that could run over.
+        if (entry.getSize() > packageLimits.bytes - bytes) {
+            log(fmt::format("{} unpacks to more than {} bytes, which is too much", zipName, packageLimits.bytes));
+            return false;
+        }
+        bytes += entry.getSize();
+    }
+    return !stopWanted();
 }
 
-std::optional<std::string> entryText(const platform::ZipEntry& entry, const std::string& zipName) {
-    if (tooLarge(entry, zipName))
-        return {};
-    bool good = false;
-    std::string text = entry.readAsText(&good);
-    if (good)
-        return text;
-    log(fmt::format("{} in {} is damaged", entry.getName(), zipName));
-    return {};
+bool hashIsGood(const std::string& zipName, const std::optional<std::string>& sha256) {
+    if (!sha256)
+        return true;
+    const std::string found = sha256OfFile(zipName);
+    if (!found.empty() && equalsNoCase(found, *sha256))
+        return true;
+    if (!stopWanted())
+        log(fmt::format("{} is not what the server promised: its SHA-256 is {} instead of {}", zipName, found,
+                        kes::quoted(*sha256)));
+    return false;
+}
+
+int unpackTo(const platform::ZipEntry& entry, const fs::path& path) {
+    fs::path part = path;
+    part += ".part";
+    removeQuietly(part); // a pipe of that name would wait for a reader
+    std::ofstream out(part, std::ios::binary | std::ios::trunc);
+    int error = entry.readContent(out);
+    out.close();
+    std::error_code moved;
+    if (error == 0 && out)
+        fs::rename(part, path, moved);
+    if (error == 0 && (!out || moved))
+        error = -1;
+    if (error != 0)
+        removeQuietly(part);
+    return error;
 }
 
 void removeQuietly(const fs::path& path) {
@@ -71,27 +198,29 @@ bool fetchZipAsText(const std::string& zipName, const fs::path& outPath) {
         log(fmt::format("downloading {} failed?", zipName));
         return false;
     }
-    platform::ZipArchive zip(zipName);
-    if (!zip.open()) {
+    platform::ZipArchive zip(zipName, stopWanted);
+    std::vector<platform::ZipEntry> entries;
+    if (!openPackage(zip, zipName, fmt::format("unzipping {} failed?", zipName), entries)) {
         removeQuietly(outPath);
-        log(fmt::format("unzipping {} failed?", zipName));
         return false;
     }
-    bool written = false;
-    for (const platform::ZipEntry& entry : zip.getEntries()) {
-        if (entry.getName().ends_with('/'))
+    // A zip holds one document. Of several the last good one counts, so the others need not be unpacked.
+    LogLimiter complaints("unzipping a document");
+    for (auto entry = entries.rbegin(); entry != entries.rend() && !stopWanted(); ++entry) {
+        if (entry->getName().ends_with('/'))
             continue;
-        const auto text = entryText(entry, zipName);
-        if (!text)
-            continue;
-        std::string error;
-        if (platform::replaceFile(outPath, *text, error))
-            written = true;
-        else
+        const int error = unpackTo(*entry, outPath);
+        if (error == 0)
+            return true;
+        if (stopWanted())
+            return false;
+        if (error == -1) {
             log(fmt::format("could not open output file: {}", platform::pathText(outPath)));
+            return false;
+        }
+        complaints.write(fmt::format("{} in {} is damaged", kes::quoted(entry->getName()), zipName));
     }
-    zip.close();
-    return written;
+    return false;
 }
 
 bool simaddonFolderMissing() {
@@ -104,8 +233,10 @@ bool updateMySimaddon() {
     struct Zip {
         ~Zip() { removeQuietly(simaddonZip); }
     } const gone;
+    platform::restoreFolder(path::mySimaddon);
     const std::string base = downloadBase() + "mysimaddon24";
-    const Version server = fetchVersion(curl.handle, base + "/version.json");
+    const ServerVersion file = fetchServerVersion(curl.handle, base + "/version.json");
+    const Version& server = file.version;
     if (server == Version{}) {
         log("No mysimaddon version info found at the KLUN server?");
         return false;
@@ -113,39 +244,16 @@ bool updateMySimaddon() {
     const Version installed = parseVersion(par::MYSIMADDON24_VERSION.get());
     if (server <= installed && !simaddonFolderMissing())
         return true;
-    if (!downloadToFile(curl.handle, base + "/" + simaddonZip, simaddonZip, true))
-        return true;
-    if (simaddonFolderMissing())
-        fs::create_directories(path::mySimaddon);
-    else
-        emptyFolder(path::mySimaddon);
-    platform::ZipArchive zip(simaddonZip);
-    if (!zip.open()) {
-        log(fmt::format("could not open {}", simaddonZip));
+    if (platform::isLink(path::mySimaddon)) {
+        // What it leads to belongs to somebody else, and would be emptied.
+        showStatus(fmt::format("{} is a link, so mysimaddon {} is not installed", platform::pathText(path::mySimaddon),
+                               toText(server)),
+                   true);
         return true;
     }
-    std::size_t count = 0;
-    for (const platform::ZipEntry& entry : zip.getEntries()) {
-        if (entry.getName().ends_with('/'))
-            continue;
-        const std::string stem = entryStem(entry.getName());
-        if (stem.empty()) {
-            log(fmt::format("{} in {} names no file, skipped", entry.getName(), simaddonZip));
-            continue;
-        }
-        if (const auto text = entryText(entry, simaddonZip)) {
-            const fs::path target = path::mySimaddon / platform::pathFrom(stem + ".txt");
-            std::ofstream out(target, std::ios::binary);
-            out.write(text->data(), static_cast<std::streamsize>(text->size()));
-            out.close();
-            if (out)
-                ++count;
-            else
-                log(fmt::format("could not open output file: {}", platform::pathText(target)));
-        }
-    }
-    zip.close();
-    log(fmt::format("{} unzipped {} files", simaddonZip, count));
+    if (!downloadToFile(curl.handle, base + "/" + simaddonZip, simaddonZip, true) ||
+        !hashIsGood(simaddonZip, file.sha256) || !replaceAirportFiles())
+        return true;
     par::MYSIMADDON24_VERSION.set(toText(server));
     save(par::MYSIMADDON24_VERSION);
     showStatus(fmt::format("mysimaddon has been updated to version {}", toText(server)), true);

@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace kes {
 
@@ -19,11 +21,17 @@ struct CurlHandle {
     CURL* handle = nullptr;
 };
 
-/// Whether an entry is larger than anything that a server of ours holds, which is then logged.
-bool tooLarge(const platform::ZipEntry& entry, const std::string& zipName);
+/// Schemes are written in any case; `scheme` ends in ':'.
+bool hasScheme(std::string_view url, std::string_view scheme);
 
-/// The text of an entry, nothing (logged) when it is broken or too large.
-std::optional<std::string> entryText(const platform::ZipEntry& entry, const std::string& zipName);
+/// Opens a zip that came from the server. False, and logged, for one that cannot be opened or holds more than
+/// `packageLimits`, and once the run is to end; `fault` is the line about the first of these.
+bool openPackage(platform::ZipArchive& zip, const std::string& zipName, const std::string& fault,
+                 std::vector<platform::ZipEntry>& entries);
+/// A zip that the server told a SHA-256 of must have it; the opposite is logged.
+bool hashIsGood(const std::string& zipName, const std::optional<std::string>& sha256);
+/// Writes an entry to a file by way of one beside it. 0 = done, else as `ZipEntry::readContent`; nothing is left then.
+int unpackTo(const platform::ZipEntry& entry, const std::filesystem::path& path);
 
 void removeQuietly(const std::filesystem::path& path);
 

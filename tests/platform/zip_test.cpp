@@ -1,6 +1,6 @@
 // The zip layer: what goes in comes out, and damage is told.
+#include "pipe_guard.h"
 #include "platform/zip.h"
-#include "support.h"
 
 #include <random>
 #include <sstream>
@@ -76,6 +76,54 @@ TEST(Zip, tellsDamage) {
     std::ofstream("other.zip", std::ios::binary) << bytes;
     ASSERT_TRUE(zip.open());
     EXPECT_EQ(zip.getEntries()[0].readContent(closed), -1);
+}
+
+int asked = 0, stopAt = 0;
+bool stop() {
+    return ++asked > stopAt;
+}
+
+TEST(Zip, opensOnlyFilesAndStopsWhenTold) {
+    const ProgramFolder folder;
+    {
+        const PipeGuard pipe("pipe.zip");
+        EXPECT_FALSE(ZipArchive("pipe.zip").open());
+        EXPECT_FALSE(ZipArchive(".").open());
+    }
+    made({{"a", std::string(12'000'000, 'a')}});
+    ZipArchive zip("made.zip", stop);
+    stopAt = 1'000'000;
+    asked = 0;
+    ASSERT_TRUE(zip.open());
+    EXPECT_EQ(zip.countEntries(), 1u);
+    const int toOpen = asked;
+    ZipArchive deaf("made.zip", stop);
+    for (stopAt = 0; stopAt < toOpen; ++stopAt) {
+        asked = 0;
+        EXPECT_FALSE(deaf.open()) << stopAt;
+    }
+    stopAt = 6; // of some 24 pieces
+    asked = 0;
+    std::ostringstream out;
+    EXPECT_NE(zip.getEntries()[0].readContent(out), 0);
+    EXPECT_LE(out.str().size(), 6'000'000u);
+    asked = 0;
+    bool good = true;
+    EXPECT_LE(zip.getEntries()[0].readAsText(&good).size(), 6'000'000u);
+    EXPECT_FALSE(good);
+}
+
+TEST(Zip, readsNoEndlessTableOfEntries) {
+    const ProgramFolder folder;
+    const auto opens = [](std::size_t count) {
+        std::vector<std::pair<std::string, std::string>> entries;
+        for (std::size_t i = 0; i < count; ++i)
+            entries.emplace_back(std::to_string(i) + std::string(60'000, 'n'), "");
+        made(entries);
+        return ZipArchive("made.zip").open();
+    };
+    EXPECT_TRUE(opens(100));
+    EXPECT_FALSE(opens(300)); // 18 MB of names
 }
 
 } // namespace

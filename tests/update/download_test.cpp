@@ -1,4 +1,5 @@
 // One file from a server that is right, wrong, slow, dead or sly.
+#include "pipe_guard.h"
 #include "update_folder.h"
 
 #include <openssl/evp.h>
@@ -66,7 +67,8 @@ TEST_F(Download, tellsWhatCannotBeWrittenOrReached) {
 }
 
 TEST_F(Download, endsWhenTheRunIsClosed) {
-    downloadLimits = {60, 60, 100};
+    // Only the close ends it before the limits do, and then the log says so.
+    downloadLimits.stallSeconds = downloadLimits.totalSeconds = 10;
     server.put("stalls", {"half of it", 200, "", 1000, 0, 0, true});
     std::thread closer([&] {
         EXPECT_TRUE(waitFor([&] { return !server.asked().empty(); }));
@@ -74,6 +76,54 @@ TEST_F(Download, endsWhenTheRunIsClosed) {
     });
     EXPECT_FALSE(downloadToFile(curl, server.base() + "stalls", "file", true));
     closer.join();
+    EXPECT_TRUE(program.logHas(curl_easy_strerror(CURLE_ABORTED_BY_CALLBACK))) << program.logText();
+}
+
+TEST_F(Download, takesNoMoreThanItsLimits) {
+    server.put("told", {"x", 200, "", (256U << 20) + 1, 0, 0, true});
+    EXPECT_FALSE(downloadToFile(curl, server.base() + "told", "file", true));
+    EXPECT_EQ(program.logCount(curl_easy_strerror(CURLE_FILESIZE_EXCEEDED)), 1u) << program.logText();
+    server.put("just", {"x", 200, "", 256U << 20, 0, 0, true});
+    EXPECT_FALSE(downloadToFile(curl, server.base() + "just", "file", true));
+    EXPECT_EQ(program.logCount(curl_easy_strerror(CURLE_FILESIZE_EXCEEDED)), 1u) << "only stalls";
+
+    downloadLimits.mostBytes = 1000;
+    useFolder();
+    for (const std::size_t size : {1000, 1001}) {
+        offer("big", std::string(size, 'b'));
+        server.put("untold", {std::string(size, 'b'), 200, "", 0, 0, 0, false, false});
+        for (const std::string& base : {server.base() + "untold", downloadBase() + "big"})
+            EXPECT_EQ(downloadToFile(curl, base, "file", true), size == 1000) << base;
+    }
+    EXPECT_EQ(program.logCount(curl_easy_strerror(CURLE_FILESIZE_EXCEEDED)), 3u) << program.logText();
+
+    std::string head;
+    for (int i = 0; i < 40; ++i)
+        head += "X-Line: " + std::string(50'000, 'h') + "\r\n";
+    server.put("head", {"x", 200, "", 0, 0, 0, false, true, head});
+    EXPECT_FALSE(downloadToFile(curl, server.base() + "head", "file", true));
+
+    downloadLimits.totalSeconds = 1;
+    downloadLimits.stallBytes = 1;
+    server.put("drips", {std::string(400, 'd'), 200, "", 0, 1, 10});
+    EXPECT_FALSE(downloadToFile(curl, server.base() + "drips", "file", true));
+    EXPECT_TRUE(program.logHas("drips: " + std::string(curl_easy_strerror(CURLE_OPERATION_TIMEDOUT))));
+}
+
+TEST_F(Download, waitsForNoPipe) {
+    useFolder();
+    fs::create_directories("served/folder");
+    const PipeGuard source("served/pipe"), part("file.part");
+    EXPECT_FALSE(downloadToFile(curl, downloadBase() + "pipe", "other", true));
+    EXPECT_TRUE(program.logHas("pipe: not a regular file\n"));
+    EXPECT_FALSE(downloadToFile(curl, downloadBase() + "folder", "other", true));
+    EXPECT_TRUE(program.logHas("folder: Is a directory\n"));
+    offer("good", "good");
+    EXPECT_TRUE(downloadToFile(curl, downloadBase() + "good", "file", true));
+    fs::remove(path::updateServer);
+    const PipeGuard line(path::updateServer);
+    EXPECT_TRUE(downloadBase().ends_with("/updates/"));
+    EXPECT_TRUE(program.logHas("input/update_server.txt cannot be read: not a regular file\n"));
 }
 
 TEST_F(Download, readsTheBaseAsPeopleWriteIt) {

@@ -24,6 +24,8 @@ struct Answer {
     std::size_t piece = 0;     ///< bytes at a time, `pauseMs` apart; 0 = all at once
     int pauseMs = 0;
     bool stalls = false; ///< says nothing more behind the first byte until the server ends
+    bool tellsLength = true;
+    std::string moreHead = {}; ///< lines of the head, each with its end
 };
 
 class HttpServer {
@@ -97,7 +99,7 @@ private:
         const std::size_t begin = request.find(' ') + 1;
         const std::string path = request.substr(begin, request.find(' ', begin) - begin);
         const std::size_t agent = request.find("User-Agent: ");
-        Answer a{"", 404, "", 0, 0, 0, false};
+        Answer a{"", 404};
         {
             const std::lock_guard lock(mutex_);
             asked_.push_back(path + (agent == std::string::npos
@@ -107,8 +109,8 @@ private:
                 a = known->second;
         }
         const std::size_t length = a.claimed != 0 ? a.claimed : a.body.size();
-        send(client, "HTTP/1.1 " + std::to_string(a.status) +
-                         " x\r\nConnection: close\r\nContent-Length: " + std::to_string(length) + "\r\n" +
+        send(client, "HTTP/1.1 " + std::to_string(a.status) + " x\r\nConnection: close\r\n" + a.moreHead +
+                         (a.tellsLength ? "Content-Length: " + std::to_string(length) + "\r\n" : "") +
                          (a.location.empty() ? "" : "Location: " + a.location + "\r\n") + "\r\n");
         if (a.stalls) {
             send(client, a.body.substr(0, 1));

@@ -1,5 +1,7 @@
 // What is made of downloads: versions, the installer, zipped documents, the package of airport files.
 #include "core/errors.h"
+#include "core/text.h"
+#include "update/sha256.h"
 #include "update_folder.h"
 
 namespace kes::test {
@@ -53,16 +55,26 @@ TEST_F(Packages, installsOnlyANewerProgram) {
         EXPECT_NO_THROW(checkProgramVersion()) << version;
     }
     EXPECT_FALSE(program.logHas("installer"));
-    server.put("release/version.json", {"10.10.10"});
+    useFolder();
+    offer("release/version.json", "10.10.10");
     checkProgramVersion();
     EXPECT_TRUE(program.logHas("Downloading program installer file version 10.10.10 failed\n"));
     EXPECT_TRUE(
         program.logHas("The downloading/unzipping of the new version failed? Try manually via ombrevale website\n"));
-    server.put("release/setup_Kestrelune_d_v10.10.10.zip", {"no zip"});
+    const char* const file = "release/setup_Kestrelune_d_v10.10.10.zip";
+    offer(file, "no zip");
     checkProgramVersion();
     EXPECT_TRUE(program.logHas("could not open setup_Kestrelune_d_v10.10.10.zip\n"));
-    server.put("release/setup_Kestrelune_d_v10.10.10.zip",
-               {zipOf({{"../../evil.exe", "first"}, {"setup.exe", "installer"}})});
+    const std::string zip = zipOf({{"../../evil.exe", "first"}, {"setup.exe", "installer"}});
+    offer(file, zip);
+    for (const std::string& hash : {std::string("12"), "\"" + sha256Of("other") + "\""}) {
+        offer("release/version.json", fmt::format(R"({{"major":10,"minor":10,"patch":10,"sha256":{}}})", hash));
+        checkProgramVersion();
+        EXPECT_FALSE(fs::exists("install_new_version.exe")) << hash;
+    }
+    EXPECT_EQ(program.logCount("is not what the server promised"), 2u);
+    offer("release/version.json",
+          fmt::format(R"({{"major":10,"minor":10,"patch":10,"sha256":"{}"}})", upper(sha256Of(zip))));
     par::PROGRAM_INSTALL_PATH.set("/prog");
     try {
         checkProgramVersion();
@@ -77,13 +89,13 @@ TEST_F(Packages, installsOnlyANewerProgram) {
     EXPECT_EQ(leftovers(), "install_new_version.exe ");
 }
 
-TEST_F(Packages, damagedInstallersAreNotLeftToBeRun) {
-    std::string zip = zipOf({{"setup.exe", std::string(5000, 'x')}});
-    zip[40] = static_cast<char>(zip[40] ^ 0x55); // inside the packed bytes
-    server.put("release/setup_Kestrelune_d_v11.0.0.zip", {zip});
-    EXPECT_FALSE(installNewVersion({11, 0, 0}));
-    EXPECT_TRUE(program.logHas("unzipping error code : "));
-    EXPECT_EQ(leftovers(), "");
+TEST(Sha256, isTheStandards) {
+    EXPECT_EQ(sha256Of("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+    const ProgramFolder folder;
+    const std::string many(1'200'000, 'k');
+    std::ofstream("file", std::ios::binary) << many;
+    EXPECT_EQ(sha256OfFile("file"), sha256Of(many)) << "in pieces";
+    EXPECT_EQ(sha256OfFile("nowhere"), "");
 }
 
 TEST_F(Packages, unzipsDocuments) {
@@ -141,12 +153,68 @@ TEST_F(Packages, updatesTheAirportFiles) {
     fs::remove_all(path::mySimaddon);
     EXPECT_TRUE(updateMySimaddon());
     EXPECT_EQ(countFiles(path::mySimaddon), 6u) << "unless the folder has gone";
-    server.put("mysimaddon24/version.json", {"1.5.0"});
-    server.put("mysimaddon24/my_simaddon2024.zip", {"no zip"});
-    EXPECT_TRUE(updateMySimaddon());
-    EXPECT_TRUE(program.logHas("could not open my_simaddon2024.zip\n"));
-    EXPECT_EQ(par::MYSIMADDON24_VERSION.get(), "1.4.0") << "so the next start tries again";
     EXPECT_EQ(leftovers(), "");
+}
+
+TEST_F(Packages, replacesTheAirportFilesAsAWholeOrNotAtAll) {
+    const auto offered = [&](const std::string& version, const std::string& zip) {
+        server.put("mysimaddon24/version.json", {version});
+        server.put("mysimaddon24/my_simaddon2024.zip", {zip});
+        EXPECT_TRUE(updateMySimaddon());
+        std::string all = par::MYSIMADDON24_VERSION.get();
+        for (const char* name : {"EDDF", "LIRF", "my own"})
+            all += " " + readFile(path::mySimaddon / fmt::format("{}.txt", name));
+        return all;
+    };
+    EXPECT_EQ(offered("1.0.0", zipOf({{"EDDF.xml", "eddf"}, {"LIRF.xml", "lirf"}})), "1.0.0 eddf lirf ");
+    std::ofstream(path::mySimaddon / "my own.txt") << "mine";
+    const std::string fresh = zipOf({{"EDDF.xml", "new"}, {"LIRF.xml", std::string(3000, 'n')}});
+    std::string damaged = fresh;
+    const std::size_t second = damaged.find("PK\x03\x04", 4);
+    damaged[second + 40] = static_cast<char>(damaged[second + 40] ^ 0x55); // inside the packed bytes
+    const std::string json = R"({"major":2,"sha256":")";
+    const std::vector<std::pair<std::string, std::string>> bad{
+        {"1.5.0", "no zip"},
+        {"1.5.0", damaged},
+        {"1.5.0", zipOf({{"EDDF.xml", "new"}, {std::string(300, 'n') + ".xml", "no file system takes it"}})},
+        {json + sha256Of("other") + "\"}", fresh},
+    };
+    for (const auto& [version, zip] : bad)
+        EXPECT_EQ(offered(version, zip), "1.0.0 eddf lirf mine") << version;
+    EXPECT_TRUE(program.logHas("could not open my_simaddon2024.zip\n"));
+    EXPECT_TRUE(program.logHas("LIRF.xml in my_simaddon2024.zip is damaged\n"));
+    EXPECT_TRUE(program.logHas("could not open output file: "));
+    EXPECT_EQ(program.logCount("1 of 2 could not be unzipped, the airport files stay as they were"), 2u);
+    EXPECT_EQ(offered(json + sha256Of(fresh) + "\"}", fresh), "2.0.0 new " + std::string(3000, 'n') + " ");
+    EXPECT_EQ(countFiles(path::airports), 0u);
+    EXPECT_EQ(std::distance(fs::directory_iterator(path::airports), fs::directory_iterator()), 1) << "nothing beside";
+}
+
+TEST_F(Packages, neverEmptiesALinkedFolderAndMendsAfterACrash) {
+    server.put("mysimaddon24/version.json", {"1.5.0"});
+    server.put("mysimaddon24/my_simaddon2024.zip", {zipOf({{"EDDF.xml", "eddf"}})});
+    fs::create_directories("precious");
+    std::ofstream("precious/photo") << "mine";
+    fs::create_directory_symlink(fs::absolute("precious"), path::mySimaddon);
+    EXPECT_TRUE(updateMySimaddon());
+    EXPECT_EQ(statusText(), "airports/my_simaddon is a link, so mysimaddon 1.5.0 is not installed");
+    EXPECT_EQ(server.asked().size(), 1u) << "not even fetched";
+    EXPECT_EQ(readFile("precious/photo"), "mine");
+    fs::remove(path::mySimaddon);
+    // A link where the new files are unpacked goes, and not what it leads to.
+    fs::create_directory_symlink(fs::absolute("precious"), "airports/my_simaddon.new");
+    // The last exchange was cut between its two moves, and the start has made the folder anew.
+    fs::create_directories("airports/my_simaddon.old");
+    std::ofstream("airports/my_simaddon.old/EDDM.txt") << "eddm";
+    fs::create_directories(path::mySimaddon);
+    userClosed = true; // so that nothing is fetched
+    EXPECT_FALSE(updateMySimaddon());
+    EXPECT_EQ(readFile(path::mySimaddon / "EDDM.txt"), "eddm");
+    userClosed = false;
+    EXPECT_TRUE(updateMySimaddon());
+    EXPECT_EQ(readFile(path::mySimaddon / "EDDF.txt"), "eddf");
+    EXPECT_EQ(countFiles(path::mySimaddon), 1u);
+    EXPECT_EQ(readFile("precious/photo"), "mine");
 }
 
 } // namespace

@@ -25,16 +25,26 @@ struct UpdateFolder : testing::Test {
         resetRunFlags();
         resetStatus();
         useBase(server.base());
-        downloadLimits = {2, 1, 100};
+        downloadLimits.connectSeconds = 2;
+        downloadLimits.stallSeconds = 1;
         curl = curl_easy_init();
     }
     ~UpdateFolder() override {
         curl_easy_cleanup(curl);
         downloadLimits = {};
+        packageLimits = {};
         resetRunFlags();
         setParameterDefaults();
     }
     static void useBase(const std::string& line) { std::ofstream(path::updateServer, std::ios::binary) << line; }
+
+    /// Has the update server be the folder "served".
+    static void useFolder() { useBase("served"); }
+    static void offer(const std::filesystem::path& name, const std::string& bytes) {
+        std::filesystem::create_directories(("served" / name).parent_path());
+        std::ofstream("served" / name, std::ios::binary) << bytes;
+    }
+    static void offerInstaller(const std::string& zip) { offer("release/setup_Kestrelune_d_v11.0.0.zip", zip); }
 
     static std::string zipOf(const std::vector<std::pair<std::string, std::string>>& entries) {
         {
@@ -53,7 +63,7 @@ struct UpdateFolder : testing::Test {
         std::string all;
         for (const auto& entry : std::filesystem::directory_iterator(".")) {
             const std::string name = entry.path().filename().string();
-            if (name != "input" && name != "airports" && name != "Log.txt" && name != "appdata")
+            if (name != "input" && name != "airports" && name != "Log.txt" && name != "appdata" && name != "served")
                 all += name + " ";
         }
         return all;

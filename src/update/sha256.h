@@ -1,0 +1,14 @@
+// The SHA-256 of what an update server hands out, as 64 small hexadecimal digits. Any thread.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace kes {
+
+std::string sha256Of(std::string_view bytes);
+/// Of a file, piece by piece. Empty when it cannot be read to its end, or when the run is to end meanwhile.
+std::string sha256OfFile(const std::filesystem::path& file);
+
+} // namespace kes

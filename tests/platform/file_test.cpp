@@ -1,0 +1,117 @@
+// Reading what may be no file, and two folders that change places.
+#include "pipe_guard.h"
+#include "platform/file.h"
+
+#include <cerrno>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+namespace kes::test {
+namespace {
+
+namespace fs = std::filesystem;
+using platform::notRegular;
+
+void put(const fs::path& file, std::string_view content) {
+    fs::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << content;
+}
+
+TEST(InputFile, readsFilesAndNothingElse) {
+    const ProgramFolder program;
+    fs::create_directories("in/folder");
+    put("in/file", "0123456789");
+    put("in/empty", "");
+    fs::create_symlink("file", "in/link");
+    fs::create_symlink("pipe", "in/link-to-pipe");
+    fs::create_symlink("/dev/zero", "in/device");
+    const PipeGuard pipe("in/pipe");
+    const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{AF_UNIX, "in/socket"};
+    ASSERT_EQ(::bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    struct Case {
+        const char* name;
+        std::uint64_t most;
+        int error;
+        const char* content;
+    };
+    platform::Folder folder;
+    ASSERT_EQ(folder.open("in"), 0);
+    for (const Case& c : std::vector<Case>{{"file", platform::noLimit, 0, "0123456789"},
+                                           {"file", 10, 0, "0123456789"},
+                                           {"file", 9, EFBIG, ""},
+                                           {"link", 10, 0, "0123456789"},
+                                           {"empty", 0, 0, ""},
+                                           {"folder", platform::noLimit, EISDIR, ""},
+                                           {"nothing", platform::noLimit, ENOENT, ""},
+                                           {"pipe", platform::noLimit, notRegular, ""},
+                                           {"link-to-pipe", platform::noLimit, notRegular, ""},
+                                           {"device", platform::noLimit, notRegular, ""},
+                                           {"socket", platform::noLimit, notRegular, ""}}) {
+        for (const bool inFolder : {false, true}) {
+            std::string content = "of the last file";
+            EXPECT_EQ(inFolder ? folder.read(c.name, content, c.most)
+                               : platform::readFile(std::string("in/") + c.name, content, c.most),
+                      c.error)
+                << c.name;
+            EXPECT_EQ(content, c.content) << c.name;
+        }
+    }
+    std::string content;
+    EXPECT_EQ(platform::readFile("/proc/self/status", content), 0) << "a file that does not know its size";
+    EXPECT_NE(content.find("Threads:"), std::string::npos);
+    EXPECT_EQ(platform::readFile("/proc/self/status", content, 10), EFBIG);
+    EXPECT_EQ(platform::errorText(notRegular), "not a regular file");
+    ::close(socket);
+}
+
+TEST(Folders, changePlaces) {
+    for (const auto exchange : {platform::exchangeFolders, platform::exchangeInSteps}) {
+        const ProgramFolder program;
+        std::string error;
+        put("fresh/new", "n");
+        EXPECT_TRUE(exchange("fresh", "target", error)) << "where there is none";
+        EXPECT_EQ(readFile("target/new"), "n");
+        EXPECT_FALSE(fs::exists("fresh"));
+        put("fresh/newer", "nn");
+        put("target.old/of a crash", "");
+        EXPECT_TRUE(exchange("fresh", "target", error));
+        EXPECT_EQ(readFile("target/newer"), "nn");
+        EXPECT_EQ(readFile("fresh/new"), "n");
+        EXPECT_FALSE(fs::exists("target/new"));
+        fs::remove_all("target.old");
+        EXPECT_FALSE(exchange("nowhere", "target", error));
+        EXPECT_EQ(readFile("target/newer"), "nn") << "what was there comes back";
+        EXPECT_FALSE(error.empty());
+        EXPECT_FALSE(fs::exists("target.old"));
+    }
+}
+
+TEST(Folders, comeBackAfterACrash) {
+    const ProgramFolder program;
+    const auto after = [](bool aside, const char* target) { // of a target: null = none
+        for (const char* folder : {"target", "target.old"})
+            fs::remove_all(folder);
+        if (aside)
+            put("target.old/file", "old");
+        if (target)
+            fs::create_directory("target");
+        if (target && *target)
+            put("target/file", target);
+        platform::restoreFolder("target");
+        EXPECT_FALSE(fs::exists("target.old"));
+        return fs::exists("target") ? "folder " + readFile("target/file") : "none";
+    };
+    EXPECT_EQ(after(true, nullptr), "folder old");
+    EXPECT_EQ(after(true, ""), "folder old");
+    EXPECT_EQ(after(true, "new"), "folder new");
+    EXPECT_EQ(after(false, "new"), "folder new");
+    EXPECT_EQ(after(false, ""), "folder ");
+    EXPECT_EQ(after(false, nullptr), "none");
+    fs::create_directory_symlink("gone", "link");
+    EXPECT_TRUE(platform::isLink("link"));
+    EXPECT_FALSE(platform::isLink(".") || platform::isLink("nothing"));
+}
+
+} // namespace
+} // namespace kes::test
