@@ -6,6 +6,11 @@
 #include <atomic>
 #include <chrono>
 #include <climits>
+#include <condition_variable>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <utility>
 
 namespace kes::platform {
 
@@ -17,6 +22,8 @@ constexpr int interrupted = 10004;
 constexpr int invalidArgument = 10022;
 constexpr int timedOut = 10060;
 constexpr int notConnected = 10057;
+constexpr int tryLookUpAgain = 11002;
+constexpr int sliceMs = 50; ///< between two looks at a flag
 
 /// The end of a wait; a negative time-out never ends.
 class Deadline {
@@ -54,6 +61,71 @@ IoResult moved(std::ptrdiff_t bytes) {
     return result;
 }
 
+/// A name on its way to addresses. The system's look-up can block for half a minute and cannot be ended, so it has a
+/// thread of its own, which is left behind when nobody waits any more.
+struct LookUp {
+    std::string host, port;
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool done = false; ///< under `mutex`; the fields below are settled then
+    int error = 0;
+    os::AddressList addresses;
+};
+
+/// Starts a look-up, or joins the one that is under way for this name: tries that come every second must not pile up.
+std::shared_ptr<LookUp> startLookUp(const std::string& host, const std::string& port) {
+    static std::mutex mutex;
+    static std::shared_ptr<LookUp> current;
+    const std::lock_guard turn(mutex);
+    if (current && current->host == host && current->port == port) {
+        const std::lock_guard lock(current->mutex);
+        if (!current->done)
+            return current;
+    }
+    auto fresh = std::make_shared<LookUp>();
+    fresh->host = host;
+    fresh->port = port;
+    std::thread([fresh] {
+        os::startLibrary();
+        const int error = fresh->addresses.find(fresh->host.c_str(), fresh->port.c_str(), false);
+        os::endLibrary();
+        {
+            const std::lock_guard lock(fresh->mutex);
+            fresh->error = error;
+            fresh->done = true;
+        }
+        fresh->changed.notify_all();
+    }).detach();
+    current = fresh;
+    return fresh;
+}
+
+/// 0 and the finished look-up, or the error.
+int findName(const std::string& host, const std::string& port, const Deadline& deadline,
+             const std::atomic<bool>& stopped, const std::function<bool()>& giveUp, std::shared_ptr<LookUp>& found) {
+    try {
+        found = startLookUp(host, port);
+    } catch (const std::system_error&) {
+        return tryLookUpAgain; // no thread to be had
+    }
+    std::unique_lock lock(found->mutex);
+    while (!found->done) {
+        if (stopped || (giveUp && giveUp()))
+            return interrupted;
+        const int left = deadline.leftMs();
+        if (left == 0)
+            return tryLookUpAgain;
+        const int slice = left < 0 || left > sliceMs ? sliceMs : left;
+        found->changed.wait_for(lock, std::chrono::milliseconds(slice), [&] { return found->done; });
+    }
+    return found->error;
+}
+
+bool isNumeric(const std::string& host) {
+    in_addr address{};
+    return ::inet_pton(AF_INET, host.c_str(), &address) == 1;
+}
+
 } // namespace
 
 /// The handle belongs to the using thread; `stopped` and the wake-up channel are all that `stop` touches.
@@ -76,15 +148,15 @@ struct SocketState {
     }
 
     /// Waits until the socket is ready. Nothing = ready, else the result to hand to the caller.
-    IoResult wait(bool forWriting, const Deadline& deadline) {
+    IoResult wait(bool forWriting, const Deadline& deadline, const std::function<bool()>& giveUp = {}) {
         for (;;) {
-            if (stopped)
+            if (stopped || (giveUp && giveUp()))
                 return wasStopped();
             int left = deadline.leftMs();
             // Without a wake-up channel (the process ran out of handles) the stop flag is looked at in between.
-            const bool sliced = !wake.usable() && (left < 0 || left > 50);
+            const bool sliced = (giveUp || !wake.usable()) && (left < 0 || left > sliceMs);
             if (sliced)
-                left = 50;
+                left = sliceMs;
             const os::PollResult ready = os::pollSocket(handle, forWriting, wake, left);
             if (ready.error != 0)
                 return failed(ready.error);
@@ -192,15 +264,23 @@ int Socket::listenTcp(const std::string& port, const char*& step, bool loopbackO
     return 0;
 }
 
-int Socket::connectTcp(const std::string& host, const std::string& port, int timeoutMs) {
+int Socket::connectTcp(const std::string& host, const std::string& port, int timeoutMs,
+                       const std::function<bool()>& giveUp) {
     if (!state_)
         state_ = std::make_shared<SocketState>();
     const Deadline deadline(timeoutMs);
-    os::AddressList addresses;
-    if (const int error = addresses.find(host.c_str(), port.c_str(), false))
+    os::AddressList numeric;
+    std::shared_ptr<LookUp> named;
+    int error = 0;
+    if (isNumeric(host))
+        error = numeric.find(host.c_str(), port.c_str(), false);
+    else
+        error = findName(host, port, deadline, state_->stopped, giveUp, named);
+    if (error != 0)
         return error;
-    int error = notConnected;
-    for (const addrinfo* address = addresses.first(); address != nullptr; address = address->ai_next) {
+    error = notConnected;
+    for (const addrinfo* address = named ? named->addresses.first() : numeric.first(); address != nullptr;
+         address = address->ai_next) {
         const os::Handle fresh = os::openSocket(SOCK_STREAM, IPPROTO_TCP, error);
         if (fresh == os::noHandle)
             return error;
@@ -209,7 +289,7 @@ int Socket::connectTcp(const std::string& host, const std::string& port, int tim
         if (::connect(fresh, address->ai_addr, static_cast<socklen_t>(address->ai_addrlen)) != 0) {
             error = os::lastError();
             if (os::isPending(error)) {
-                const IoResult ready = state_->wait(true, deadline);
+                const IoResult ready = state_->wait(true, deadline, giveUp);
                 error = ready.bytes == 0 ? os::pendingError(fresh) : ready.error;
                 if (ready.stopped) {
                     state_->close();

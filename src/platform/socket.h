@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -46,7 +47,10 @@ public:
     /// IPv4, stream, passive on all addresses or on the loopback alone; `step` names the failing call ("getaddrinfo",
     /// "socket", "ioctlsocket", "setsockopt", "bind", "listen").
     int listenTcp(const std::string& port, const char*& step, bool loopbackOnly = false);
-    int connectTcp(const std::string& host, const std::string& port, int timeoutMs);
+    /// Waits at most `timeoutMs`, looking up the name included (11002 when that takes longer). `giveUp` is asked every
+    /// 50 ms; once it says true the wait ends with 10004.
+    int connectTcp(const std::string& host, const std::string& port, int timeoutMs,
+                   const std::function<bool()>& giveUp = {});
     int setNoDelay();
     /// Port in host order that the socket is bound to, 0 when unknown.
     std::uint16_t localPort() const;
