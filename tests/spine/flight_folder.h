@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <fmt/format.h>
 #include <fstream>
+#include <optional>
 #include <vector>
 
 namespace kes::test {
@@ -83,7 +84,11 @@ struct Straight {
     double startNm = -5;  ///< along the bearing from the field at time 0
     double knots = 250, alt = 9000, vs = 0;
 
+    std::optional<LatLon> place; ///< where it is instead
+
     LatLon at(double seconds) const {
+        if (place)
+            return *place;
         const double nm = startNm + knots * seconds / 3600.0;
         const double course = nm >= 0 ? bearing : bearing + pi;
         return destination({fieldLat, fieldLon}, course, std::abs(nm) * feetPerNm);
@@ -91,11 +96,11 @@ struct Straight {
     std::string line(double seconds) const {
         const LatLon p = at(seconds);
         return fmt::format(
-            "RTTFC,{},{:.5f},{:.5f},{:.0f},{:.0f},1,{:.2f},{:.2f},{},{},{},MUC,LHR,{:.1f},X2,LH4AB,F_adsb_icao,"
+            "RTTFC,{},{:.5f},{:.5f},{:.0f},{:.0f},{},{:.2f},{:.2f},{},{},{},MUC,LHR,{:.1f},X2,LH4AB,F_adsb_icao,"
             "{:.0f},343,466,0.744,-0.0,0.0,54.49,{:.2f},1280,none,A3,1012.8,{:.0f},-1,54.84,none,0.0,-20.8,"
             "227,19,-15,14,1,{:.0f},0,DLH",
-            hexid, p.lat, p.lon, alt, vs, bearing * radToDeg, knots, callsign, model, regcode, 1700000000.0 + seconds,
-            alt, bearing * radToDeg, alt, alt);
+            hexid, p.lat, p.lon, alt, vs, alt > 0 ? 1 : 0, bearing * radToDeg, knots, callsign, model, regcode,
+            1700000000.0 + seconds, alt, bearing * radToDeg, alt, alt);
     }
 };
 

@@ -42,6 +42,7 @@ int replay(const Options& options) {
     fmt::print("{}", metricsTable(result));
     for (const std::string& fault : result.faults)
         fmt::print("internal check failed: {}\n", fault);
+    fmt::print("{}", overspeedText(result.overspeed));
     fmt::print("replay: {:.0f} s of traffic, {} reports, {} aircraft, {} at most at once, {} objects; measured against "
                "{}; {}; see {}\n",
                result.ticks / 100.0, result.lines, result.names.size(), result.mostAtOnce, result.objects,

@@ -46,6 +46,8 @@ std::string metricsJson(const Result& result) {
     j["aircraft"] = result.names.size();
     j["most_at_once"] = result.mostAtOnce;
     j["objects"] = result.objects;
+    j["overspeed"] = {{"largest", rounded(result.overspeed.worst().ratio)},
+                      {"objects_above_1.5", result.overspeed.dashing()}};
     j["internal_checks"] = result.faults;
     for (std::size_t way = 0; way < wayCount; ++way) {
         Json& ways = j["ways"][std::string(wayNames[way])];

@@ -134,14 +134,17 @@ void fly(const Options& o, ReplayFeed& feed, Stage& stage, std::int32_t length,
         while (const FeedLine* line = feed.due(tick)) {
             const std::size_t before = stage.reportsQueued();
             world::virtualDatagram(line->text);
-            if (stage.reportsQueued() != before)
+            if (stage.reportsQueued() != before) {
+                result.overspeed.takeNewestReport(base);
                 stage.takeNewestReport(base);
+            }
             ++result.lines;
             feed.pop();
         }
         if (!world::virtualTick())
             throw std::runtime_error("the program ended the flight by itself, see program/Log.txt");
         stage.look(tick + 1);
+        result.overspeed.lookAtAll(tick + 1);
         if (tick % checkEvery == 0)
             noteFault(result.faults, checkLiveTables());
         if (tick % progressEvery == 0)
@@ -167,7 +170,7 @@ void fillProgramFolder(const Options& o, const std::filesystem::path& folder) {
 } // namespace
 
 Result replayInPlace(const Options& o, const std::function<void(double)>& progress) {
-    ReplayFeed feed(o.feed, o.seed);
+    ReplayFeed feed(o.feed, o.seed, o.burst);
     if (const TruthScenario* scenario = feed.scenario())
         placeScenarioAirport(*scenario);
     setRandomSeed(o.seed);

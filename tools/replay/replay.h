@@ -3,6 +3,7 @@
 
 #include "tools/replay/judge.h"
 #include "tools/replay/map_page.h"
+#include "tools/replay/overspeed.h"
 #include "tools/replay/replay_options.h"
 
 #include <array>
@@ -23,6 +24,7 @@ struct Result {
     std::array<std::unique_ptr<Board>, wayCount> boards;
     std::vector<std::string> names; ///< of the aircraft, by their place
     MapPage map;
+    Overspeed overspeed;
     std::int32_t ticks = 0;
     std::size_t lines = 0, mostAtOnce = 0, objects = 0;
     std::vector<std::string> faults; ///< of the internal checks, one of each kind

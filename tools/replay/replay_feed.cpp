@@ -18,7 +18,7 @@ std::int32_t tickOf(double seconds) {
 
 } // namespace
 
-ReplayFeed::ReplayFeed(const std::string& name, std::uint32_t seed) {
+ReplayFeed::ReplayFeed(const std::string& name, std::uint32_t seed, bool burst) : burst_(burst) {
     if (std::filesystem::is_regular_file(name)) {
         openRecording(name);
         return;
@@ -29,7 +29,7 @@ ReplayFeed::ReplayFeed(const std::string& name, std::uint32_t seed) {
             fmt::format("\"{}\" is neither a file nor a scenario; --list tells the scenarios", name));
     epochMs_ = scenarioEpoch * 1000;
     for (ScenarioLine& line : reportsOf(*scenario_, seed, static_cast<double>(scenarioEpoch)))
-        lines_.push_back({tickOf(line.seconds), std::move(line.text)});
+        scenarioLines_.push_back({tickOf(line.seconds), std::move(line.text)});
     lastTick_ = tickOf(scenario_->seconds);
 }
 
@@ -58,11 +58,37 @@ void ReplayFeed::openRecording(const std::string& name) {
         throw std::runtime_error(problem);
 }
 
-const FeedLine* ReplayFeed::due(std::int32_t tick) {
-    if (lines_.empty() && !file_.empty()) {
-        if (auto line = recording_.next())
-            lines_.push_back({tickOf(line->time), std::move(line->text)});
+std::optional<FeedLine> ReplayFeed::nextByTime() {
+    if (!scenarioLines_.empty()) {
+        FeedLine line = std::move(scenarioLines_.front());
+        scenarioLines_.pop_front();
+        return line;
     }
+    if (file_.empty())
+        return std::nullopt;
+    auto line = recording_.next();
+    if (!line)
+        return std::nullopt;
+    return FeedLine{tickOf(line->time), std::move(line->text)};
+}
+
+void ReplayFeed::fill() {
+    if (!burst_) {
+        if (auto line = nextByTime())
+            lines_.push_back(std::move(*line));
+        return;
+    }
+    auto burst = bursts_.gather([&] { return nextByTime(); }, [](const FeedLine& l) { return l.tick / 100.0; },
+                                [](const FeedLine& l) { return std::string(source::addressOf(l.text)); });
+    for (std::size_t i = 0; i < burst.items.size(); ++i) {
+        const double part = static_cast<double>(i) / static_cast<double>(burst.items.size());
+        lines_.push_back({tickOf(burst.at + source::burstLength * part), std::move(burst.items[i].text)});
+    }
+}
+
+const FeedLine* ReplayFeed::due(std::int32_t tick) {
+    if (lines_.empty())
+        fill();
     return lines_.empty() || lines_.front().tick > tick ? nullptr : &lines_.front();
 }
 

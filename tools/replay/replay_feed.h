@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/replay/scenarios.h"
+#include "world/source/burst.h"
 #include "world/source/recording.h"
 
 #include <cstdint>
@@ -19,7 +20,8 @@ struct FeedLine {
 class ReplayFeed {
 public:
     /// `name` is a file or a scenario. Throws std::runtime_error when it is neither.
-    ReplayFeed(const std::string& name, std::uint32_t seed);
+    /// `burst`: the lines of each 5 s come at their end, within 20 ms.
+    ReplayFeed(const std::string& name, std::uint32_t seed, bool burst = false);
     /// The next line if it has come in by `tick`, else null.
     const FeedLine* due(std::int32_t tick);
     void pop();
@@ -34,6 +36,11 @@ public:
 
 private:
     void openRecording(const std::string& name);
+    void fill();
+    std::optional<FeedLine> nextByTime();
+    bool burst_ = false;
+    source::Bursts<FeedLine> bursts_;
+    std::deque<FeedLine> scenarioLines_; ///< not yet due
     std::optional<TruthScenario> scenario_;
     std::string file_;
     source::Recording recording_;

@@ -65,6 +65,8 @@ std::string readOptions(const std::vector<std::string>& arguments, Options& o) {
             o.help = true;
         else if (name == "--list")
             o.list = true;
+        else if (name == "--burst")
+            o.burst = true;
         else if (name == "--quiet")
             o.quiet = true;
         else if (i + 1 == arguments.size())
@@ -93,6 +95,7 @@ std::string helpText() {
            "  --seed N             all that is random; the same seed and feed give the same files (1)\n"
            "  --every N            ticks of 10 ms between the rows of motion.csv (scenario 10, recording 100)\n"
            "  --data DIR           the plain sources of the reference content\n"
+           "  --burst              all lines of 5 s come at once, of each aircraft the newest\n"
            "  --quiet              no progress\n"
            "  --out DIR            gets motion.csv, metrics.json, map.html and, in program/, the program's own files\n";
 }

@@ -25,6 +25,7 @@ struct Options {
     double minutes = 0;          ///< 0 = to the end
     std::uint32_t seed = 1;
     int every = 0;      ///< ticks between rows of motion.csv; 0 = 10 for a scenario, 100 for a recording
+    bool burst = false; ///< all lines of 5 s come at once
     bool quiet = false; ///< no progress
     bool help = false, list = false;
 };

@@ -1,0 +1,156 @@
+// A feed that reports all its aircraft at once, in virtual time: nobody dashes to make up for a late birth, and the
+// limit of live aircraft holds.
+#include "airports/airport_table.h"
+#include "core/run_state.h"
+#include "core/window.h"
+#include "liveries/store.h"
+#include "reference/reference.h"
+#include "spine/flight_folder.h"
+#include "tools/replay/overspeed.h"
+#include "tools/replay/replay_feed.h"
+#include "traffic/filters.h"
+#include "traffic/life_cycle.h"
+#include "world/replay/virtual_flight.h"
+#include "world/simulator/inproc.h"
+
+#include <gtest/gtest.h>
+
+namespace kes::replay {
+namespace {
+
+struct BurstTest : testing::Test {
+    test::FlightFolder program;
+    Overspeed overspeed;
+    std::int32_t tick = 0;
+    std::size_t mostWaiting = 0, mostLive = 0, mostObjects = 0;
+
+    void SetUp() override {
+        setParameterDefaults();
+        readDataBase();
+        processScannedLiveries();
+        airportTable.clear();
+        airportTable.push_back({"EDDM", "MUC", test::fieldLat, test::fieldLon, test::fieldElevation});
+        world::SimulatorOptions options = test::overTheField();
+        options.altFeet = 20000; // a wide range, and nobody's way
+        tickCount = 0;
+        world::startVirtualFlight(options);
+        setRange(40);
+    }
+    void TearDown() override {
+        world::endVirtualFlight();
+        maxLive = -1;
+    }
+
+    /// Aircraft i on a circle of its own round the field, 250 kn, or taxiing at 12 kn.
+    static test::Straight flight(std::uint32_t i, double seconds) {
+        const bool taxiing = i % 10 == 9;
+        test::Straight s;
+        s.hexid = 4000000 + i;
+        s.callsign = fmt::format("DLH{}", i);
+        s.regcode = fmt::format("D-B{}", i);
+        s.knots = taxiing ? 12 : 250;
+        s.alt = taxiing ? 0 : 4000 + 40 * i;
+        const double radius = taxiing ? 0.5 + 0.01 * i : 3.0 + 0.06 * i;
+        const double angle = i * 2.39996 + s.knots / 3600.0 / radius * seconds;
+        s.bearing = normalizeAngle(angle + pi / 2);
+        s.startNm = 0;
+        s.place = destination({test::fieldLat, test::fieldLon}, normalizeAngle(angle), radius * feetPerNm);
+        return s;
+    }
+    /// Every `cycle` ticks all aircraft report in one tick.
+    template <typename Each> void fly(std::uint32_t count, int ticks, Each&& each, int cycle = 500) {
+        for (int i = 0; i < ticks; ++i, ++tick) {
+            for (std::uint32_t n = 0; tick % cycle == 0 && n < count; ++n) {
+                world::virtualDatagram(flight(n, tick / 100.0).line(tick / 100.0));
+                overspeed.takeNewestReport(0);
+            }
+            ASSERT_TRUE(world::virtualTick());
+            overspeed.lookAtAll(tick + 1);
+            mostWaiting = std::max(mostWaiting, spawnQueue.size() + liveCreateQueue.size());
+            mostLive = std::max(mostLive, active());
+            mostObjects = std::max(mostObjects, world::inprocObjects().size());
+            each();
+        }
+    }
+    void fly(std::uint32_t count, int ticks) {
+        fly(count, ticks, [] {});
+    }
+    static std::size_t active() {
+        return static_cast<std::size_t>(std::ranges::count(liveAircraft, AircraftStatus::active, &LiveAircraft::st));
+    }
+};
+
+TEST_F(BurstTest, NobodyDashesAfterItsBirth) {
+    fly(300, 20500);
+    EXPECT_EQ(active(), 300U) << "two a second";
+    EXPECT_EQ(mostWaiting, 11U);
+    EXPECT_EQ(overspeed.dashing(), 0U) << overspeedText(overspeed);
+    EXPECT_LT(overspeed.worst().ratio, 1.2) << overspeedText(overspeed);
+    EXPECT_GT(overspeed.worst().ratio, 0.9) << "they do move";
+    EXPECT_FALSE(program.logHas("has not come into the simulator"));
+}
+
+TEST_F(BurstTest, TheLimitOfLiveAircraftIsNeverPassed) {
+    par::MAX_LIVE.value = maxLive = 5;
+    fly(50, 9000, [] { ASSERT_LE(active(), 5U); });
+    EXPECT_EQ(active(), 5U);
+    EXPECT_LE(mostObjects, 6U) << "one may be going while the next comes";
+}
+
+TEST_F(BurstTest, ALimitSetDuringTheRunHoldsForThoseUnderWayToo) {
+    fly(50, 4000);
+    ASSERT_GT(active(), 5U);
+    ASSERT_FALSE(liveCreateQueue.empty());
+    par::MAX_LIVE.value = 5;
+    windowRequests.maxLive = true;
+    fly(50, 1500);
+    EXPECT_FALSE(windowRequests.maxLive);
+    fly(50, 1500, [] { ASSERT_LE(active(), 5U); });
+    EXPECT_EQ(active(), 5U);
+    par::MAX_LIVE.value = -1;
+    windowRequests.maxLive = true;
+    fly(50, 6000);
+    EXPECT_EQ(active(), 50U);
+}
+
+TEST(OverspeedTest, ComparesTheLastSecondWithWhatWasReportedAroundIt) {
+    struct Case {
+        const char* what;
+        double shown, reported; ///< knots
+        double ratio;
+        std::size_t dashing;
+    };
+    for (const Case& c : {Case{"as reported", 250, 250, 1, 0}, Case{"too fast", 500, 250, 2, 1},
+                          Case{"just not a dash", 370, 250, 1.48, 0}, Case{"slow ones are noise", 29, 1, 1.45, 0}}) {
+        Overspeed o;
+        for (std::int32_t t = 0; t <= 6000; t += 500)
+            o.report(7, t, c.reported);
+        o.report(7, 20000, 9999); // much later
+        for (std::int32_t t = 2000; t <= 3000; ++t)
+            o.look(7, t, {50.0 + c.shown * t / 360000.0 / 60.0, 8.0});
+        o.look(7, 4000, {60.0, 8.0}); // another object, later: no jump of this one
+        EXPECT_NEAR(o.worst().ratio, c.ratio, 0.01) << c.what;
+        EXPECT_EQ(o.dashing(), c.dashing) << c.what;
+    }
+}
+
+TEST(ReplayFeedTest, ABurstHoldsTheNewestLineOfEachAircraft) {
+    test::ProgramFolder folder;
+    std::ofstream out("feed.txt");
+    test::Straight s;
+    for (const auto& [hexid, seconds] : {std::pair{1, 0.0}, {2, 1.0}, {1, 4.9}, {3, 5.0}, {1, 12.0}, {2, 14.9}}) {
+        s.hexid = 4000000U + static_cast<std::uint32_t>(hexid);
+        out << s.line(seconds) << '\n';
+    }
+    out.close();
+    ReplayFeed feed("feed.txt", 1, true);
+    std::string got;
+    for (std::int32_t tick = 0; tick < 3000; ++tick) {
+        for (; const FeedLine* line = feed.due(tick); feed.pop())
+            got += fmt::format("{}:{}@{:.1f} ", tick, line->text.substr(6, 7), *source::timeField(line->text) - 1.7e9);
+    }
+    EXPECT_EQ(got, "500:4000001@4.9 501:4000002@1.0 1000:4000003@5.0 1500:4000001@12.0 1501:4000002@14.9 ");
+}
+
+} // namespace
+} // namespace kes::replay
