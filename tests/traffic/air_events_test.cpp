@@ -96,6 +96,8 @@ TEST_F(AirEventsTest, FromCruiseToFinalAndAround) {
         {3050, 2051, -700, {"cabin 1", "", ""}},
         {3000, 2000, -249, {"cabin 0", "cabin 1", ""}},
         {3000, 2000, -250, {"cabin 0, throttle 4914, flaps 16383, gear 1", "cabin 1", ""}, {true, false, false}},
+        {3051, 2051, -249, {"cabin 1", "", ""}},
+        {3000, 2000, -250, {"cabin 0, gear 1", "cabin 1", ""}, {true, false, false}},
         {2999, 1999, 101, {"cabin 0", "cabin 1", ""}, {true, false, false}},
         {2999, 1999, 100, {"cabin 0", "cabin 1, flaps 10240", "cabin 1"}, {true, false, false}},
         {1626, 626, -700, {"cabin 0", "cabin 1", ""}, {true, false, false}},
@@ -104,6 +106,7 @@ TEST_F(AirEventsTest, FromCruiseToFinalAndAround) {
         {1400, 400, 600, {"cabin 0", "", ""}, {true, true, true}},
         {1400, 400, 601, {"cabin 0, throttle 16383, gear 0, flaps 0", "", "cabin 0"}},
         {1400, 400, 700, {"cabin 0", "", ""}},
+        {3600, 2600, -300, {"cabin 1, gear 0", "", "cabin 1"}},
         {3600, 2600, 400, {"cabin 1, gear 0", "", "cabin 1"}},
         {3600, 2600, 401, {"cabin 1, throttle 11468, gear 0", "", "cabin 1"}},
         {9999, 9000, 1500, {"cabin 1, gear 0", "", "cabin 1"}},
@@ -113,18 +116,26 @@ TEST_F(AirEventsTest, FromCruiseToFinalAndAround) {
     for (std::size_t category = 0; category < 6; ++category) {
         const Kind kind = kindOf[category];
         LiveAircraft& a = onlyFlight({air(0, 5000)}, modelOfCategory[category]);
-        a.sid = 7;
-        landingList.clear();
+        a.departing = true;
         for (const Leg& l : legs) {
             std::string expected;
             for (std::size_t k = 0; k <= kind; ++k)
                 expected = l.told[k].empty() ? expected : l.told[k];
             const bool before = a.approach;
+            if (!before) {
+                landingList.clear();
+                a.sid = 7;
+                a.climbing = a.climbing || l.vs < 0;
+                a.rotationCount = 9;
+            }
             EXPECT_EQ(leg(a, l.alt, l.agl, l.vs), expected == "-" ? "" : expected) << l.agl << " ft, " << category;
             EXPECT_EQ(a.approach, l.approach[kind]) << l.agl << " ft, " << category;
+            EXPECT_EQ(a.departing, l.alt >= 10000 && l.vs <= 0) << l.agl << " ft, " << category;
             if (a.approach && !before) {
                 EXPECT_EQ(landingList, (std::deque<std::uint32_t>{a.hexid}));
                 EXPECT_EQ(a.sid, 0U);
+                EXPECT_FALSE(a.climbing);
+                EXPECT_EQ(a.rotationCount, 1);
             }
         }
     }
@@ -240,6 +251,11 @@ TEST_F(AirEventsTest, FromTheFlareToTheTaxiway) {
         a.alt = 110;
         fly(1);
         EXPECT_EQ(a.flareStage, 0) << "too high, whatever the airport's elevation says";
+        a.agl = 20;
+        a.approach = false;
+        fly(1);
+        EXPECT_EQ(a.flareStage, 0) << "not landing";
+        a.approach = true;
         for (int stage = 0; stage < 4; ++stage) {
             const Row& row = rows[stage];
             // The first row goes by the lower of the two heights, the others by the simulator's alone.
@@ -297,6 +313,41 @@ TEST_F(AirEventsTest, FromTheFlareToTheTaxiway) {
         }
         EXPECT_FALSE(a.landingRoll) << category;
         EXPECT_EQ(a.throttleIndex, kind == 2 ? 4 : 0) << category;
+    }
+}
+
+TEST_F(AirEventsTest, WhatCountsAsALanding) {
+    struct Case {
+        const char* what;
+        FlightState fs;
+        AircraftStatus st;
+        std::int32_t rotationCount, flareStage;
+        bool approach, landed, onGround;
+    };
+    using enum FlightState;
+    constexpr AircraftStatus active = AircraftStatus::active;
+    for (const Case& c :
+         {Case{"a final without flare", flying, active, 1, 0, true, true, true},
+          Case{"a flare", flying, active, 1, 2, false, true, true},
+          Case{"ground below a low flight", flying, active, 1, 0, false, false, true},
+          Case{"one that is taken away", flying, AircraftStatus::removingfromsim, 1, 2, true, false, false},
+          Case{"a take-off", take_off, active, -50, 2, true, false, false},
+          Case{"a rotation", flying, active, 2, 2, true, false, false}}) {
+        LiveAircraft& a = onlyFlight({air(0, 5000, 140, 50), ground(0.02, 7000, 130)});
+        a.onGround = false;
+        a.fs = c.fs;
+        a.st = c.st;
+        a.rotationCount = c.rotationCount;
+        a.flareStage = c.flareStage;
+        a.approach = c.approach;
+        a.altStep = -0.1;
+        addSimReply(reply(ReplyKind::ground, a.objectid, 1, 0, 3));
+        applySimReplies();
+        EXPECT_EQ(sent(), c.landed ? "controls 100 100, spoilers 16383" : "") << c.what;
+        EXPECT_EQ(a.landingRoll, c.landed) << c.what;
+        EXPECT_EQ(a.onGround, c.onGround) << c.what;
+        EXPECT_EQ(a.altStep, c.onGround ? 0 : -0.1) << c.what;
+        EXPECT_EQ(a.agl, 3) << c.what;
     }
 }
 

@@ -17,6 +17,13 @@ using test::firstHex;
 using test::homeLat;
 using test::homeLon;
 
+/// 7 s later at 150 kn.
+PositionSample northOf(PositionSample s) {
+    s.lat += 0.005;
+    s.tick += 700;
+    return s;
+}
+
 TEST_F(AirMotionTest, WhatALegDoesWithTheHeight) {
     struct Case {
         const char* what;
@@ -24,7 +31,9 @@ TEST_F(AirMotionTest, WhatALegDoesWithTheHeight) {
         double agl;
         bool approach;
         std::int32_t qnh;
-        double altStep; ///< feet per tick expected, over 1000 ticks from 1000 ft
+        double altStep;      ///< feet per tick expected, over 1000 ticks from 1000 ft
+        bool byRate = false; ///< the vertical speed of the leg follows
+        double vs1 = 0;      ///< of the second sample; 0 = as the first
     };
     const Case cases[] = {
         {"a climb", 1000, 1300, 1800, 2500, false, 1013, 0.3},
@@ -32,23 +41,30 @@ TEST_F(AirMotionTest, WhatALegDoesWithTheHeight) {
         {"a descent is not limited", 1000, 100, -5400, 2500, false, 1013, -0.9},
         {"near the ground a climb does not hang", 1000, 1100, 600, 900, false, 1013, 0.2},
         {"higher up it may", 1000, 1100, 600, 1500, false, 1013, 0.1},
-        {"frozen on approach", 1000, 1000, 0, 900, true, 1013, -601 / 6000.0},
+        {"frozen on approach", 1000, 1000, 0, 900, true, 1013, -601 / 6000.0, true},
+        {"frozen on approach, still high", 1000, 1000, 0, 1001, true, 1013, 0},
+        {"frozen, though it climbs", 1000, 1000, 51, 900, true, 1013, 0},
         {"sinking on approach", 1000, 700, -700, 900, true, 1013, -0.3},
         {"frozen, high pressure", 1000, 1000, 0, 900, true, 1043, -601 / 6000.0},
-        {"frozen and sinking, high pressure", 1000, 1000, -700, 900, true, 1043, -880 / 6000.0},
-        {"frozen, close to the ground", 1000, 1000, -700, 90, true, 1043, -600 / 6000.0},
+        {"frozen and sinking, high pressure", 1000, 1000, -700, 900, true, 1043, -880 / 6000.0, true},
+        {"sinking by the mean of both", 1000, 1000, -700, 900, true, 1003, -840 / 6000.0, true, -1100},
+        {"frozen, close to the ground", 1000, 1000, -700, 100, true, 1043, -600 / 6000.0, true},
         {"from the ground", 0, 1300, 1800, 2500, false, 1013, 0.3},
+        {"from the ground, no faster than the category climbs", 0, 3000, 1800, 2500, false, 1013, 0.6},
         {"from the ground, data below", 0, 900, 1800, 2500, false, 1013, 0},
-        {"never in the air, going up", 0, 0, 1800, 2500, false, 1013, 1800 / 6000.0},
-        {"never in the air, going up slowly", 0, 0, 300, 2500, false, 1013, 601 / 6000.0},
-        {"never in the air, going down", 0, 0, -300, 2500, true, 1013, -601 / 6000.0},
+        {"never in the air, going up", 0, 0, 1800, 2500, false, 1013, 1800 / 6000.0, true},
+        {"never in the air, going up slowly", 0, 0, 300, 2500, false, 1013, 601 / 6000.0, true},
+        {"never in the air, going up by less than that", 0, 0, 50, 2500, false, 1013, -601 / 6000.0, true},
+        {"never in the air, on final", 0, 0, 1800, 2500, true, 1013, -601 / 6000.0, true},
+        {"never in the air, going down", 0, 0, -300, 2500, true, 1013, -601 / 6000.0, true},
     };
     for (const Case& c : cases) {
         resetLiveTraffic();
         currentQnh = c.qnh;
         std::vector<PositionSample> stream{air(0, 5000, 300, c.alt0),
                                            air(1000 * 300 / 360000.0 / 60, 6000, 300, c.alt1)};
-        stream[0].vs = stream[1].vs = c.vs;
+        stream[0].vs = c.vs;
+        stream[1].vs = c.vs1 != 0 ? c.vs1 : c.vs;
         LiveAircraft& a = activeFlight(firstHex, stream);
         a.onGround = false;
         a.alt = 1000;
@@ -56,23 +72,76 @@ TEST_F(AirMotionTest, WhatALegDoesWithTheHeight) {
         a.approach = c.approach;
         nextPosMain(a);
         EXPECT_NEAR(a.altStep, c.altStep, 1e-3) << c.what;
+        if (c.byRate) {
+            EXPECT_NEAR(a.altStep, c.altStep, 1e-12) << c.what;
+            EXPECT_NEAR(a.vsFpm, c.altStep * 6000, 1e-9) << c.what;
+            EXPECT_NEAR(a.stream.front().vs, c.altStep * 6000, 1e-9) << c.what;
+        }
     }
 }
 
 TEST_F(AirMotionTest, SamplesOnTheGroundAreSkippedByOneThatClimbed) {
-    std::vector<PositionSample> stream{ground(0, 5000, 150), ground(0.005, 5700, 150), ground(0.010, 6400, 150),
-                                       air(0.015, 7100, 150, 700), air(0.02, 7800, 150, 900)};
-    for (PositionSample& s : stream)
-        s.vs = 900;
-    LiveAircraft& a = activeFlight(firstHex, stream);
-    a.onGround = false;
-    a.alt = 500;
-    nextPosMain(a);
-    ASSERT_EQ(a.sz(), 2U);
-    EXPECT_EQ(a.stream.front().alt, 700);
-    const std::int32_t ticks = a.stream.front().tick - 5000;
-    EXPECT_NEAR(a.latStep * ticks, 0.015, 1e-6) << "the way leads there";
-    EXPECT_NEAR(a.altStep * ticks, 200, 1);
+    struct Case {
+        const char* what;
+        std::size_t onGround; ///< samples before the first one in the air
+        std::size_t after;    ///< samples behind that one
+        double vs;            ///< of the last sample, where the others have 0
+        bool skipped;
+    };
+    for (const Case& c : {Case{"soon", 3, 1, 900, true}, Case{"as the last but one it counts", 2, 1, 101, true},
+                          Case{"not as the last", 3, 0, 900, false}, Case{"as the tenth", 9, 1, 900, true},
+                          Case{"not as the eleventh", 10, 2, 900, false}, Case{"no climb", 3, 1, 100, false}}) {
+        resetLiveTraffic();
+        std::vector<PositionSample> stream;
+        for (std::size_t i = 0; i < c.onGround; ++i)
+            stream.push_back(ground(0.005 * static_cast<double>(i), 5000 + 700 * static_cast<std::int32_t>(i), 150));
+        for (std::size_t i = 0; i <= c.after; ++i) {
+            stream.push_back(northOf(stream.back()));
+            stream.back().alt = 700;
+            stream.back().airborne = true;
+        }
+        stream[c.onGround].lon += 0.01;
+        stream.back().vs = c.vs;
+        LiveAircraft& a = activeFlight(firstHex, stream);
+        a.onGround = false;
+        a.alt = 500;
+        nextPosMain(a);
+        EXPECT_EQ(a.sz(), c.skipped ? c.after + 1 : stream.size() - 1) << c.what;
+        EXPECT_EQ(a.stream.front().alt, c.skipped ? 700 : 0) << c.what;
+        if (!c.skipped)
+            continue;
+        const PositionSample& target = stream[c.onGround];
+        const std::int32_t ticks = a.stream.front().tick - 5000;
+        EXPECT_NEAR(ticks, distanceNm(stream[0].position(), target.position()) * 360000 / 150, 1) << c.what;
+        EXPECT_NEAR(a.latStep * ticks, target.lat - homeLat, 1e-9) << c.what << ": the way leads there";
+        EXPECT_NEAR(a.lonStep * ticks, 0.01, 1e-9) << c.what;
+        EXPECT_NEAR(a.altStep * ticks, 200, 1) << c.what;
+    }
+}
+
+TEST_F(AirMotionTest, TheNoseFollowsTheVerticalSpeed) {
+    struct Case {
+        double vs, degrees;
+    };
+    for (const Case& c : {Case{0, -3}, Case{600, -5.2}, Case{2400, -11.8}, Case{4000, -11.8}, Case{-600, -1.9},
+                          Case{-3000, 2.5}, Case{-5000, 2.5}}) {
+        for (const bool rotating : {false, true}) {
+            resetLiveTraffic();
+            LiveAircraft& a = activeFlight(firstHex, {air(0, 5000, 60, 3000), air(0.5, 185000, 60, 3000)});
+            a.stream[1].vs = c.vs;
+            a.pitchStep = 0.5;
+            if (rotating)
+                a.fs = FlightState::take_off;
+            else
+                EXPECT_NEAR(initialPitch(a.stream[1]) * radToDeg, c.degrees, 1e-9);
+            nextPosMain(a);
+            const double pitch = a.pitch + a.pitchStep * (a.stream.front().tick - 5000);
+            if (rotating)
+                EXPECT_EQ(a.pitchStep, 0.5) << "the rotation has its own";
+            else
+                EXPECT_NEAR(pitch * radToDeg, c.degrees, 1e-6) << c.vs;
+        }
+    }
 }
 
 TEST_F(AirMotionTest, BankAndPitchChangeNoFasterThanTheCategory) {
@@ -113,20 +182,33 @@ TEST_F(AirMotionTest, BankAndPitchChangeNoFasterThanTheCategory) {
 TEST_F(AirMotionTest, ATrustedHeadingGoesBeforeTheCourseNearTheGround) {
     struct Case {
         double agl;
-        bool approach, trusted, taken;
+        bool approach, trusted, bank, heading, taken;
     };
-    for (const Case& c : {Case{1900, true, true, true}, Case{1900, false, true, false}, Case{900, false, true, true},
-                          Case{2100, true, true, false}, Case{900, false, false, false}}) {
+    for (const Case& c : {Case{1999, true, true, true, true, true}, Case{1999, false, true, true, true, false},
+                          Case{999, false, true, true, true, true}, Case{2000, true, true, true, true, false},
+                          Case{1000, false, true, true, true, false}, Case{900, false, false, true, true, false},
+                          Case{900, true, true, false, true, false}, Case{900, true, true, true, false, false}}) {
         resetLiveTraffic();
         std::vector<PositionSample> stream{air(0, 5000), air(0.02, 6440), air(0.04, 8000)};
         stream[1].trueHeading = 0.2;
-        stream[1].trueHeadingValid = stream[1].bankValid = true;
+        stream[1].trueHeadingValid = c.heading;
+        stream[1].bankValid = c.bank;
         stream[1].adsbHeading = c.trusted;
         LiveAircraft& a = activeFlight(firstHex, stream);
         a.agl = c.agl;
         a.approach = c.approach;
         nextPosMain(a);
         EXPECT_NEAR(a.headingStep * (a.stream.front().tick - tickCount), c.taken ? 0.2 : 0, 1e-6) << c.agl;
+    }
+    // A place that is not left again, or the last sample, leads nowhere: the heading stays.
+    for (const std::size_t samples : {2U, 3U}) {
+        resetLiveTraffic();
+        std::vector<PositionSample> stream{air(0, 5000), air(0.02, 6440), air(0.02, 8000)};
+        stream.resize(samples);
+        LiveAircraft& a = activeFlight(firstHex, stream);
+        a.heading = 1.0;
+        nextPosMain(a);
+        EXPECT_EQ(a.headingStep, 0) << samples;
     }
 }
 

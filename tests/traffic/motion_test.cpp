@@ -56,6 +56,7 @@ TEST_F(MotionTest, ArrivalTicksStayWithinTheWindow) {
         {"at most ten seconds late", 5, 300, 300, 3000, 0, 4000},
         {"an invented sample keeps to its speed", 5, 300, 300, 3000, 2, 6000},
         {"without speeds in its own time", 5, 0, 0, 6500, 0, 6500},
+        {"without speeds, but not for ever", 0.01, 0, 0, 6000, 2, 3600},
         {"in the past: hurry", 0.01, 300, 300, -500, 0, 25},
         {"long past: at once", 1, 300, 300, -5000, 0, 0},
     };
