@@ -28,6 +28,9 @@ TEST_F(FlightPhasesTest, NoiseIsStandingStillOnTheGroundAndNothingInTheAir) {
         bool airborne, departing;
         double lastGs, gs, metres;
         bool taken, stopped;
+        bool flies = false; ///< the aircraft itself, whatever the report says
+        AircraftStatus st = AircraftStatus::active;
+        double east = 0; ///< degrees
     };
     const Case cases[] = {
         {"no move in the air", true, false, 200, 200, 0, false, false},
@@ -44,22 +47,35 @@ TEST_F(FlightPhasesTest, NoiseIsStandingStillOnTheGroundAndNothingInTheAir) {
         {"speed 0 in the air, after 60", true, false, 60, 0, 100, false, false},
         {"and after 49", true, false, 49, 0, 100, true, false},
         {"speed 0 in a fast run", false, true, 50, 0, 100, false, false},
+        {"no move by a slip of the ground bit", false, false, 10, 10, 0, false, false, true},
+        {"hardly a move by one", false, false, 10, 10, 10, false, false, true},
+        {"who is not driven yet does not fly", false, false, 10, 10, 10, true, true, true, AircraftStatus::adding2sim},
+        {"a run that comes to a stop", false, true, 60, 0, 0, true, true},
+        {"and one that trembles", false, true, 60, 0, 10, true, true},
+        {"jitter to the east", false, false, 10, 10, 0, true, true, false, AircraftStatus::active, 0.000149},
+        {"a move to the east", false, false, 10, 10, 0, true, false, false, AircraftStatus::active, 0.000151},
     };
     for (const Case& c : cases) {
         resetLiveTraffic();
         const PositionSample last = c.airborne ? air(0, 9000, c.lastGs) : ground(0, 9000, c.lastGs);
         LiveAircraft& a = activeFlight(firstHex, {last, last});
         a.departing = c.departing;
+        a.st = c.st;
+        if (c.flies)
+            a.onGround = false;
         a.stream[0].tick = 8000;
-        decodeExisting(a, northOf(last, c.metres, c.gs));
+        PositionSample n = northOf(last, c.metres, c.gs);
+        n.lon += c.east;
+        decodeExisting(a, n);
         EXPECT_EQ(a.sz() == 3, c.taken) << c.what;
         if (!c.taken)
             continue;
         EXPECT_EQ(a.stream[2].stopped, c.stopped) << c.what;
         EXPECT_EQ(a.stream[2].gs, c.stopped ? 0.0 : c.gs) << c.what;
-        const bool copied = c.metres > 0 && c.stopped;
+        const bool copied = (c.metres > 0 || c.east > 0) && c.stopped;
         EXPECT_EQ(a.stream[2].tick, copied ? 9001 : 9500) << c.what << ": a copy follows at once";
         EXPECT_EQ(a.stream[2].lat == last.lat, c.metres == 0 || copied) << c.what;
+        EXPECT_EQ(a.stream[2].lon == last.lon, c.east == 0 || copied) << c.what;
     }
 }
 
@@ -145,17 +161,82 @@ TEST_F(FlightPhasesTest, ALandingNeitherTurnsAroundNorSpeedsUp) {
     }
 }
 
-TEST_F(FlightPhasesTest, AReportEndsTheInventedWayUnlessItLiesBehind) {
-    for (const double metres : {500.0, -500.0}) {
+PositionSample aside(PositionSample s, double metres, double degrees) {
+    const LatLon to = destination(s.position(), degrees * degToRad, metres / metresPerNm * feetPerNm);
+    s.lat = to.lat;
+    s.lon = to.lon;
+    s.tick += 1500;
+    return s;
+}
+
+/// The heading is north.
+TEST_F(FlightPhasesTest, HowFarASampleOfALandingMayLieAside) {
+    struct Case {
+        const char* what;
+        bool approach;
+        std::size_t samples; ///< 100 m apart
+        double degrees;      ///< off the heading, of the new one
+        std::int32_t extrapCount;
+        std::size_t left;
+        bool frontMoved;
+    };
+    const Case cases[] = {
+        {"abeam costs nothing", true, 3, 89, 0, 4, false},
+        {"behind that costs one", true, 3, 91, 0, 3, false},
+        {"the last one before final ends", true, 1, 89, 0, 2, false},
+        {"is not followed by one behind", true, 1, 91, 0, 1, false},
+        {"on the runway it is", false, 1, 149, 0, 2, false},
+        {"and far behind the way begins anew", false, 1, 151, 0, 2, true},
+        {"but not on invented samples", false, 1, 151, 3, 1, false},
+        {"which end otherwise", false, 1, 149, 3, 2, false},
+        {"on final too", true, 1, 10, 3, 2, false},
+    };
+    for (const Case& c : cases) {
         resetLiveTraffic();
-        LiveAircraft& a = activeFlight(firstHex, {air(0, 9000)});
+        PositionSample s = c.approach ? air(0, 9000, 130, 300) : ground(0, 9000, 90);
+        std::vector<PositionSample> stream{s};
+        for (std::size_t i = 1; i < c.samples; ++i)
+            stream.push_back(northOf(stream.back(), 100, s.gs));
+        LiveAircraft& a = activeFlight(firstHex, stream);
+        a.approach = c.approach;
+        a.landingRoll = !c.approach;
+        a.departing = true;
+        a.extrapCount = c.extrapCount;
+        a.lat += 0.0001;
+        a.lon += 0.0002;
+        decodeExisting(a, aside(stream.back(), 200, c.degrees));
+        EXPECT_EQ(a.sz(), c.left) << c.what;
+        EXPECT_EQ(a.stream[0].lat, c.frontMoved ? a.lat : s.lat) << c.what;
+        EXPECT_EQ(a.stream[0].lon, c.frontMoved ? a.lon : s.lon) << c.what;
+        EXPECT_EQ(a.stream[0].tick, c.frontMoved ? tickCount + 1 : 9000) << c.what;
+        const bool resumed = c.extrapCount > 0 && c.left == 2;
+        EXPECT_EQ(a.extrapCount, resumed ? 0 : c.extrapCount) << c.what;
+        EXPECT_EQ(a.lateTicks, resumed ? 5000 : 1000) << c.what;
+        EXPECT_EQ(a.earlyTicks, resumed ? 3000 : 1000) << c.what;
+    }
+}
+
+TEST_F(FlightPhasesTest, AReportEndsTheInventedWayUnlessItLiesBehind) {
+    struct Case {
+        double degrees;
+        bool onGround, departing, resumes;
+    };
+    for (const Case& c : {Case{99, false, false, true}, Case{101, false, false, false}, Case{101, true, false, true},
+                          Case{180, true, false, true}, Case{10, false, true, true}}) {
+        resetLiveTraffic();
+        LiveAircraft& a = activeFlight(firstHex, {c.onGround ? ground(0, 9000) : air(0, 9000)});
         a.extrapCount = 5;
-        decodeExisting(a, northOf(a.stream[0], metres, 300));
-        const bool resumed = metres > 0;
-        EXPECT_EQ(a.sz(), resumed ? 2U : 1U);
-        EXPECT_EQ(a.extrapCount, resumed ? 0 : 5);
-        EXPECT_EQ(a.stream[0].tick, resumed ? tickCount + 1 : 9000);
-        EXPECT_EQ(a.lateTicks, resumed ? 3000 : 1000);
+        a.departing = c.departing;
+        a.holding = true;
+        a.holdStartTick = 77;
+        decodeExisting(a, aside(a.stream[0], 200, c.degrees));
+        EXPECT_EQ(a.sz(), c.resumes ? 2U : 1U) << c.degrees;
+        EXPECT_EQ(a.extrapCount, c.resumes ? 0 : 5) << c.degrees;
+        EXPECT_EQ(a.stream[0].tick, c.resumes ? tickCount + 1 : 9000) << c.degrees;
+        EXPECT_EQ(a.lateTicks, !c.resumes ? 1000 : c.departing ? 5000 : 3000) << c.degrees;
+        EXPECT_EQ(a.earlyTicks, c.resumes ? 3000 : 1000) << c.degrees;
+        EXPECT_EQ(a.holding, !c.resumes) << c.degrees;
+        EXPECT_EQ(a.holdStartTick, c.resumes ? 0 : 77) << c.degrees;
     }
 }
 

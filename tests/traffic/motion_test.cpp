@@ -27,6 +27,7 @@ TEST_F(MotionTest, TicksAddUpToTheLeg) {
     stream[1].vs = 1000;
     stream[1].bank = 0.3;
     stream[1].bankValid = true;
+    stream[1].tas = 350;
     activeFlight(firstHex, stream);
     run(6302); // 6.3 nm at 360 kts
     const LiveAircraft& a = liveAircraft.at(0);
@@ -39,7 +40,7 @@ TEST_F(MotionTest, TicksAddUpToTheLeg) {
     EXPECT_NEAR(a.bank, 0.3, 1e-3);
     EXPECT_NEAR(a.pitch, (-3 - 1000 / 600.0 * 2.2) * degToRad, 1e-3);
     EXPECT_NEAR(a.vsOut, 1000 / 60.0, 1e-9);
-    EXPECT_EQ(a.tasOut, 360);
+    EXPECT_EQ(a.tasOut, 350);
 }
 
 TEST_F(MotionTest, ArrivalTicksStayWithinTheWindow) {
@@ -71,6 +72,81 @@ TEST_F(MotionTest, ArrivalTicksStayWithinTheWindow) {
         EXPECT_TRUE(std::isfinite(a.latStep)) << c.what;
         EXPECT_LE(std::fabs(a.latStep), c.miles / 60 / 25 + 1e-12) << c.what << ": no leg is shorter than 25 ticks";
     }
+}
+
+TEST_F(MotionTest, TheLegToTheGroundTakesTheSpeedItBeginsWith) {
+    struct Case {
+        bool approach, lands;
+        double gs0, gs1;
+        std::int32_t ticks; ///< for 5 nm
+    };
+    for (const Case& c : {Case{true, true, 150, 100, 12000}, Case{true, false, 150, 100, 14400},
+                          Case{false, true, 150, 100, 14400}, Case{true, true, 0, 120, 18000}}) {
+        resetLiveTraffic();
+        LiveAircraft& a = activeFlight(
+            firstHex, {air(0, 5000, c.gs0), c.lands ? ground(5 / 60.0, 9000, c.gs1) : air(5 / 60.0, 9000, c.gs1)});
+        a.approach = c.approach;
+        a.extrapCount = 2; // no window
+        nextPosAir(a);
+        EXPECT_NEAR(a.stream[1].tick - 5000, c.ticks, 1) << c.gs0;
+    }
+    // A hover that is long over ends as late as the window allows, and everybody else's is left alone.
+    for (const bool helicopter : {true, false}) {
+        resetLiveTraffic();
+        LiveAircraft& a = activeFlight(firstHex, {air(0, 4000, 0), air(0, 4010, 0)}, helicopter ? "EC35" : "A320");
+        a.stream[1].stopped = true;
+        nextPosAir(a);
+        EXPECT_EQ(a.stream[1].tick, helicopter ? 5010 : 4010);
+    }
+}
+
+TEST_F(MotionTest, WhatATickDoesWithHeadingAndPlace) {
+    using enum FlightState;
+    struct Case {
+        FlightState fs;
+        bool turning;
+        double turn; ///< of this tick; by the leg's step 0.001, towards the target 0.002
+        bool moves;
+    };
+    for (const Case& c :
+         {Case{flying, true, 0.001, true}, Case{take_off, true, 0.001, true}, Case{parked, true, 0.001, true},
+          Case{birth, true, 0.001, true}, Case{taxi, false, 0, true}, Case{taxi, true, 0.002, true},
+          Case{parking, false, 0.002, true}, Case{pushing_back, false, 0, true}, Case{pushing_back, true, 0.002, true},
+          Case{pushed_back, false, 0, false}, Case{pushed_back, true, 0.002, false}}) {
+        for (const double side : {1.0, -1.0}) {
+            resetLiveTraffic();
+            LiveAircraft& a = activeFlight(firstHex, {air(0, 5000)});
+            a.fs = c.fs;
+            a.turning = c.turning;
+            // Over north and over the date line, to either side.
+            a.heading = side > 0 ? twoPi - 0.0001 : 0.0001;
+            a.headingStep = 0.001 * side;
+            a.targetHeading = normalizeAngle(a.heading + 0.5 * side);
+            a.turnRate = 0.002;
+            a.lon = 179.9999 * side;
+            a.latStep = 0.001;
+            a.lonStep = 0.001 * side;
+            const double heading = normalizeAngle(a.heading + c.turn * side);
+            advancePosition(a);
+            EXPECT_NEAR(a.heading, heading, 1e-12) << text(c.fs) << side;
+            EXPECT_NEAR(a.lat, homeLat + (c.moves ? 0.001 : 0), 1e-12) << text(c.fs) << side;
+            EXPECT_NEAR(a.lon, c.moves ? -179.9991 * side : 179.9999 * side, 1e-9) << text(c.fs) << side;
+        }
+    }
+}
+
+TEST_F(MotionTest, ALegInTheFlareLeavesTheDescentAlone) {
+    LiveAircraft& a = activeFlight(firstHex, {air(0, 5000, 140, 30), air(0.01, 6500, 140, 30)});
+    a.approach = true;
+    a.agl = 20;
+    a.flareStage = 2;
+    a.altStep = -0.05;
+    a.pitchStep = -0.0001;
+    a.stream[1].vs = -700;
+    nextPosMain(a);
+    EXPECT_EQ(a.altStep, -0.05);
+    EXPECT_EQ(a.pitchStep, -0.0001);
+    EXPECT_EQ(a.vsFpm, -700);
 }
 
 TEST_F(MotionTest, CrossesTheDateLineTheShortWay) {
