@@ -42,7 +42,10 @@ void timeStop(LiveAircraft& a) {
     planArrival(a, a.stream[1], std::max(shortestLegTicks, from.tick - now + length));
 }
 
-/// A short leg turns faster and a long one slower, so that a turn neither lags the leg nor snaps round.
+/// The turn rate from the leg's ticks in proportion to those counted for the turn, 57 % of what the base rate takes. A
+/// bend turns the slower the longer its leg, and so runs on into the next one; the more it exceeds 10 degrees or 30
+/// metres, the sooner it is round. A sharp turn goes the other way about: faster on a long leg, up to three times the
+/// base rate, and slower still on one that is too short for it.
 void fitTurnRate(LiveAircraft& a, std::int32_t travel, double distance) {
     const double turn = a.turning ? a.legTurn : a.curveAngle;
     if (turn == 0.0 || distance <= 0.0)
@@ -260,8 +263,8 @@ void applyStaticData(LiveAircraft& aircraft, double staticCg, double staticPitch
         aircraft.staticCg = staticCg;
     else if (par::LOG)
         log(fmt::format("{}: static CG {:.1F}ft wrong?", longLabel(aircraft), staticCg));
-    const bool doubtful = staticPitch <= -1.0 * degToRad || staticPitch > 2.5 * degToRad;
-    aircraft.staticPitch = doubtful ? 0.7 * degToRad : staticPitch;
+    const bool fits = staticPitch > -1.0 * degToRad && staticPitch <= 2.5 * degToRad;
+    aircraft.staticPitch = fits ? staticPitch : 0.7 * degToRad;
 }
 
 } // namespace kes

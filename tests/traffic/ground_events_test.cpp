@@ -38,46 +38,6 @@ struct GroundEventsTest : test::EventTest {
     }
 };
 
-TEST_F(GroundEventsTest, TheInitialSetOnTheGround) {
-    struct Case {
-        const char* what;
-        FlightState fs;
-        bool navWhileParked;
-        const char* wings;
-        const char* rotor;
-    };
-    const Case cases[] = {
-        {"taxiing", FlightState::taxi, true,
-         "gear 1, toggle, toggle, spoilers 0, engines on, lights nb-t-oc, throttle 0, flaps 3072",
-         "toggle, toggle, engines on, lights nb-t-oc, throttle 16383"},
-        {"pushed back", FlightState::pushed_back, true,
-         "gear 1, toggle, toggle, spoilers 0, engines on, lights nb---oc, throttle 0, flaps 0",
-         "toggle, toggle, engines on, lights nb---oc, throttle 16383"},
-        {"parked", FlightState::parked, false,
-         "gear 1, toggle, toggle, spoilers 0, engines off, lights -----oc, throttle 0, flaps 0",
-         "toggle, toggle, engines off, lights -----oc, throttle 16383"},
-        {"parked with its position lights", FlightState::parked, true,
-         "gear 1, toggle, toggle, spoilers 0, engines off, lights n----oc, throttle 0, flaps 0",
-         "toggle, toggle, engines off, lights n----oc, throttle 16383"},
-    };
-    for (const Case& c : cases) {
-        par::NAV_LIGHTS_WHILE_PARKED.value = c.navWhileParked;
-        for (std::size_t category = 0; category < std::size(modelOfCategory); ++category) {
-            LiveAircraft& a =
-                onlyFlight({metresNorth(0, 5000, 0), metresNorth(9, 1 << 28, 5)}, modelOfCategory[category]);
-            a.fs = c.fs;
-            a.st = AircraftStatus::adding2sim;
-            a.spawnTick = tickCount;
-            const std::uint32_t object = std::exchange(a.objectid, 0);
-            addSimReply(reply(ReplyKind::created, object, firstHex, 0, 0));
-            fly(199);
-            ASSERT_EQ(liveAircraft.at(0).st, AircraftStatus::adding2sim) << c.what << " " << a.model;
-            fly(1);
-            EXPECT_EQ(sent(), forCategory(category, c.wings, c.rotor)) << c.what << " " << a.model;
-        }
-    }
-}
-
 TEST_F(GroundEventsTest, PullingOutStartsTheEnginesAtOnce) {
     for (std::size_t category = 0; category < std::size(modelOfCategory); ++category) {
         for (const bool towed : {false, true}) { // a tow shows the same
@@ -235,7 +195,7 @@ TEST_F(GroundEventsTest, ATowThatTakesOffIsTold) {
     EXPECT_TRUE(program.logHas("towed aircraft takes-off? " + longLabel(a)));
 }
 
-TEST_F(GroundEventsTest, TheRollOutResetsWhatTheLandingSet) {
+TEST_F(GroundEventsTest, TheRollOutEndsOffTheRunway) {
     struct Case {
         const char* what;
         double gs, turnedDegrees;

@@ -1,0 +1,228 @@
+// Born on a stand, and away from it.
+#include "airports/stands.h"
+#include "core/clock.h"
+#include "traffic/flight_phases.h"
+#include "traffic/harness.h"
+#include "traffic/parking.h"
+
+namespace kes {
+namespace {
+
+using test::firstHex;
+using test::homeLat;
+using test::homeLon;
+using test::metre;
+
+constexpr std::int32_t sevenDays = 60480000;
+constexpr double metreNm = 1.0 / 1852;
+
+struct StandsTest : test::TrafficTest {
+    void TearDown() override {
+        stands.clear();
+        setAirportRef(std::nullopt);
+        TrafficTest::TearDown();
+    }
+    /// Parked on the only stand for `minutes`, after a flight.
+    LiveAircraft& parkedFlight(const std::string& model, double minutes = 600) {
+        resetLiveTraffic();
+        stands = {{"A1", homeLat, homeLon, 0.5, 30 * metreNm, 1, true}};
+        PositionSample s = ground(0, tickCount - static_cast<std::int32_t>(minutes * 6000) + sevenDays, 0);
+        s.stopped = true;
+        LiveAircraft& a = activeFlight(firstHex, {s}, model);
+        a.fs = FlightState::parked;
+        a.fsPrevious = FlightState::birth;
+        a.sid = 1;
+        a.standLat = homeLat;
+        a.standLon = homeLon;
+        a.extrapCount = 1;
+        a.landedSearch = true;
+        return a;
+    }
+    static PositionSample away(double metres) {
+        PositionSample n = ground(metres * metre, 8000, 3);
+        n.stopped = true;
+        return n;
+    }
+};
+
+TEST_F(StandsTest, AParkedAircraftLeavesWhenItReallyMoves) {
+    enum Ends { stays, leaves, goes };
+    struct Case {
+        const char* what;
+        const char* model;
+        bool arrived;               ///< it drove here, and was not born here
+        std::vector<double> metres; ///< from the stand, of the reports
+        Ends ends;                  ///< with the last one
+    };
+    const Case cases[] = {
+        {"wobbling", "A320", false, {1, 3, 1, 3, 1, 3, 1, 3}, stays},
+        {"three moves, half a span away", "A320", false, {1, 4.5, 8, 11.5}, leaves},
+        {"moves of less than 3 m count when they add up", "A320", false, {1, 3.5, 6, 8.5, 11}, stays},
+        {"two moves", "A320", false, {1, 6, 11}, stays},
+        {"a wide one has farther to go", "B77W", false, {1, 5, 9, 13}, stays},
+        {"to half its span", "B77W", false, {1, 5, 9, 13, 17.2}, leaves},
+        {"less than the span at once", "B77W", false, {1, 32.8}, stays},
+        {"more than the span at once", "B77W", false, {1, 33.2}, leaves},
+        {"out and back again", "A320", false, {1, 5, 9, 5.5, 12.5}, stays},
+        {"hardly back again", "A320", false, {1, 5, 9, 7, 12.5}, leaves},
+        {"in the circle", "A320", false, {84}, stays},
+        {"out of the circle", "A320", false, {86}, leaves},
+        {"in the circle of one that drove here", "A320", true, {169}, stays},
+        {"out of that", "A320", true, {171}, leaves},
+        {"just near enough", "A320", false, {199}, leaves},
+        {"too far", "A320", false, {201}, goes},
+        {"too far for one that drove here", "A320", true, {201}, goes},
+    };
+    for (const Case& c : cases) {
+        LiveAircraft& a = parkedFlight(c.model);
+        a.fsPrevious = c.arrived ? FlightState::parking : FlightState::birth;
+        for (const double metres : c.metres) {
+            ASSERT_EQ(a.sz(), 1U) << c.what << ": too early, before " << metres;
+            a.pullOutDue = true; // of a leaving that was none
+            decodeExisting(a, away(metres));
+        }
+        EXPECT_EQ(a.st == AircraftStatus::removingfromsim, c.ends == goes) << c.what;
+        EXPECT_EQ(a.fs, FlightState::parked) << c.what;
+        EXPECT_TRUE(a.feedAtStand) << c.what;
+        EXPECT_EQ(stands[0].liveOnIt, c.ends == stays) << c.what;
+        if (c.ends == goes)
+            continue;
+        EXPECT_EQ(a.pullOutDue, c.ends == leaves) << c.what;
+        EXPECT_EQ(a.sz(), c.ends == leaves ? 2U : 1U) << c.what;
+        EXPECT_EQ(a.stream[0].tick == tickCount + 1, c.ends == leaves) << c.what << ": the wait is over";
+        EXPECT_EQ(a.extrapCount, c.ends == leaves ? 0 : 1) << c.what;
+        EXPECT_EQ(a.lateTicks, c.ends == leaves ? 3000 : 1000) << c.what;
+        EXPECT_EQ(a.landedSearch, c.ends == stays) << c.what;
+        EXPECT_TRUE(c.ends == stays || !a.stream[1].stopped) << c.what;
+    }
+    LiveAircraft& again = parkedFlight("A320");
+    again.fsPrevious = FlightState::parked;
+    decodeExisting(again, away(86));
+    EXPECT_TRUE(again.pullOutDue);
+    EXPECT_TRUE(stands[0].liveOnIt) << "it left before: the stand may be another's by now";
+    LiveAircraft& seen = parkedFlight("A320");
+    decodeExisting(seen, away(84));
+    EXPECT_GT(seen.parkedTime, 0) << "a report near the stand proves that it stands there";
+}
+
+TEST_F(StandsTest, WhoDrivesPastItsStandTaxiesOn) {
+    for (const double metres : {84.0, 86.0}) {
+        LiveAircraft& a = parkedFlight("A320");
+        a.fs = FlightState::parking;
+        a.fsPrevious = FlightState::taxi;
+        decodeExisting(a, away(metres));
+        EXPECT_EQ(a.fs, metres < 85 ? FlightState::parking : FlightState::taxi);
+        EXPECT_FALSE(a.pullOutDue);
+        EXPECT_EQ(a.sz(), metres < 85 ? 1U : 2U);
+        EXPECT_FALSE(metres > 85 && a.stream.back().stopped);
+    }
+}
+
+TEST_F(StandsTest, AShortStayAfterALandingTellsATow) {
+    struct Case {
+        const char* model;
+        double minutes; ///< a shorter stay is a tow; 0 = none is
+    };
+    for (const Case& c :
+         {Case{"B77W", 60}, Case{"A320", 25}, Case{"C25A", 15}, Case{"C172", 0}, Case{"F16", 0}, Case{"EC35", 0}}) {
+        for (const bool shorter : {true, false}) {
+            for (const bool landed : {true, false}) {
+                LiveAircraft& a = parkedFlight(c.model, std::max(c.minutes + (shorter ? -0.01 : 0.01), 0.5));
+                a.landedSearch = landed;
+                decodeExisting(a, away(86));
+                EXPECT_EQ(a.towed, shorter && landed && c.minutes > 0) << c.model << shorter << landed;
+            }
+        }
+    }
+    LiveAircraft& a = parkedFlight("B77W", 1);
+    a.fs = FlightState::parking;
+    a.fsPrevious = FlightState::taxi;
+    for (const double metres : {1.0, 40.0})
+        decodeExisting(a, away(metres));
+    EXPECT_TRUE(a.pullOutDue);
+    EXPECT_FALSE(a.towed) << "it has not even parked";
+    EXPECT_NE(a.stream[0].tick, tickCount + 1);
+}
+
+TEST_F(StandsTest, BornOnAStandThatFits) {
+    struct Case {
+        const char* what;
+        double metres, backMetres; ///< north of the stand: the first and the last sample
+        double gs1;
+        bool stopped; ///< the first sample
+        BirthPlace place;
+        const char* model = "A320";
+        double radius = 20;
+        bool heli = false, taken = false;
+        double airportNm = 0;
+    };
+    using enum BirthPlace;
+    const Case cases[] = {
+        {"on it", 0, 0, 0, true, parked},
+        {"near it", 54, 54, 0, true, parked},
+        {"too far", 56, 56, 5, true, taxiing},
+        {"too far, and it stands", 56, 56, 0, true, notKnownYet},
+        {"about to stop there", 80, 50, 5, false, parked},
+        {"too fast for that", 80, 50, 5.1, false, taxiing},
+        {"the last one too far off", 80, 44, 5, false, taxiing},
+        {"about to stop elsewhere", 50, 60, 5, false, taxiing},
+        {"hardly too wide", 0, 0, 0, true, parked, "A320", 15.3},
+        {"too wide", 0, 0, 5, true, taxiing, "A320", 15.1},
+        {"a helicopter at a gate", 0, 0, 5, true, taxiing, "EC35"},
+        {"a helicopter on its pad", 0, 0, 0, true, parked, "EC35", 20, true},
+        {"an airliner on that", 0, 0, 5, true, taxiing, "A320", 20, true},
+        {"taken", 0, 0, 5, true, taxiing, "A320", 20, false, true},
+        {"the airport is near", 0, 0, 0, true, parked, "A320", 20, false, false, 4.9},
+        {"it is not", 0, 0, 0, true, taxiing, "A320", 20, false, false, 5.1},
+    };
+    for (const Case& c : cases) {
+        resetLiveTraffic();
+        setAirportRef(AirportRef{"EDDF", "FRA", homeLat + c.airportNm / 60, homeLon, 0});
+        stands = {{"B9", homeLat + 100 * metre, homeLon, 0, 90 * metreNm, 1, true},
+                  {"A1", homeLat, homeLon, 0.5, c.radius * metreNm, 2, c.taken, true, c.heli}};
+        PositionSample first = ground(c.metres * metre, 5000, 7), next = ground(c.metres * metre, 5500, c.gs1);
+        first.stopped = c.stopped;
+        next.stopped = c.gs1 == 0;
+        LiveAircraft& a = activeFlight(firstHex, {first, next, ground(c.backMetres * metre, 6000, 0)}, c.model);
+        a.fs = FlightState::birth;
+        a.lastStandDist = 1;
+        a.awayCount = 2;
+        const std::int64_t before = monotonicMs();
+        EXPECT_EQ(bornOnStand(a), c.place) << c.what;
+        EXPECT_EQ(a.sz(), c.place == parked ? 1U : c.place == notKnownYet ? 2U : 3U) << c.what;
+        EXPECT_EQ(a.fs, c.place == parked ? FlightState::parked : FlightState::birth) << c.what;
+        EXPECT_EQ(stands[1].liveOnIt, c.taken || c.place == parked) << c.what;
+        if (c.place != parked)
+            continue;
+        const PositionSample& s = a.stream.front();
+        EXPECT_EQ(s.lat, homeLat) << c.what;
+        EXPECT_NEAR(s.track, 0.5 * radToDeg, 1e-9) << c.what;
+        EXPECT_EQ(s.gs, 0) << c.what;
+        EXPECT_TRUE(s.stopped) << c.what;
+        EXPECT_EQ(a.sid, 2U) << c.what;
+        EXPECT_EQ(a.standHeading, 0.5) << c.what;
+        EXPECT_TRUE(a.standCargo) << c.what;
+        EXPECT_GE(a.parkedTime, before) << c.what;
+        EXPECT_EQ(a.lastStandDist + a.awayCount, 0) << c.what;
+    }
+    LiveAircraft& a = liveAircraft[0];
+    setAirportRef(std::nullopt);
+    EXPECT_EQ(bornOnStand(a), taxiing) << "no airport";
+    EXPECT_EQ(standName(2) + standName(0) + standName(7), "A1sid==0?unknown");
+}
+
+TEST_F(StandsTest, TheNearestFreeStandIsTaken) {
+    setAirportRef(AirportRef{"EDDF", "FRA", homeLat, homeLon, 0});
+    stands = {{"far", homeLat + 40 * metre, homeLon, 0, 20 * metreNm, 1},
+              {"taken", homeLat, homeLon, 0, 20 * metreNm, 2, true},
+              {"near", homeLat + 30 * metre, homeLon, 0, 20 * metreNm, 3},
+              {"farther", homeLat - 50 * metre, homeLon, 0, 20 * metreNm, 4}};
+    PositionSample s = ground(0, 5000, 0);
+    s.stopped = true;
+    LiveAircraft& a = activeFlight(firstHex, {s, s});
+    EXPECT_EQ(bornOnStand(a), BirthPlace::parked);
+    EXPECT_EQ(standName(a.sid), "near");
+}
+
+} // namespace
+} // namespace kes
