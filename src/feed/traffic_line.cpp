@@ -266,7 +266,7 @@ void TrafficReader::processLine() {
         sample.tick = static_cast<std::int32_t>(static_cast<std::uint32_t>(tickCount.load(std::memory_order_relaxed)) +
                                                 static_cast<std::uint32_t>(showDelayTicks));
         // Copied, not moved: the slot and the scratch record keep the room of their texts.
-        reportQueue.push() = scratch;
+        reportQueue.push(scratch.hexid) = scratch;
     }
 }
 

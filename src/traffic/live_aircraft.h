@@ -94,7 +94,8 @@ extern std::vector<LiveAircraft> liveAircraft;
 LiveAircraft* findLive(std::uint32_t hexid);            ///< null when there is none
 LiveAircraft* findLiveByObject(std::uint32_t objectid); ///< null when there is none
 
-/// Takes at most two reports from the head of `reportQueue`. With `sampleMutex` held.
+/// Takes at most two reports from `reportQueue`, and tells it once a second which aircraft are known. With
+/// `sampleMutex` held, which is free while the reports are worked on.
 void takeReports();
 /// Offers a report to each record; one that nobody claims may become a new record.
 void findOrCreate(AircraftReport& report);

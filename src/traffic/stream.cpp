@@ -1,4 +1,5 @@
 // How a report of the feed enters the table of live aircraft.
+#include "core/run_state.h"
 #include "feed/report_queue.h"
 #include "reference/reference.h"
 #include "traffic/filters.h"
@@ -18,6 +19,7 @@ namespace {
 
 constexpr std::size_t reportsPerTick = 2;
 constexpr std::size_t liveReserve = 512;
+constexpr std::int32_t ticksBetweenTellings = 100;
 
 /// Two readings of which one is a slip: a speed does not grow or shrink tenfold between reports.
 bool speedsContradict(double last, double next) {
@@ -104,9 +106,28 @@ struct Released {
     std::mutex& mutex;
 };
 
+/// Tells the queue once a second whose reports go first. With `sampleMutex` held.
+void tellWhoIsKnown() {
+    // Between the beats of the tick's other jobs.
+    if (tickCount.load(std::memory_order_relaxed) % ticksBetweenTellings != ticksBetweenTellings / 2)
+        return;
+    static KnownAircraft known;
+    {
+        const Released released(sampleMutex);
+        known.shown.clear();
+        known.expected.clear();
+        for (const LiveAircraft& a : liveAircraft)
+            (a.st == AircraftStatus::buffer ? known.expected : known.shown).add(a.hexid);
+        known.shown.sort();
+        known.expected.sort();
+    }
+    reportQueue.known = known;
+}
+
 } // namespace
 
 void takeReports() {
+    tellWhoIsKnown();
     // Texts are swapped, so the queue's slots and these keep their capacity.
     static std::array<AircraftReport, reportsPerTick> taken;
     std::size_t count = 0;

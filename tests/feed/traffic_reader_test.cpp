@@ -234,6 +234,64 @@ TEST(ReportQueueTest, reusesItsSlotsInOrder) {
     EXPECT_EQ(reportQueue.dropped(), 0U);
 }
 
+TEST(ReportQueueTest, knownAircraftGoFirstAndNobodyStarves) {
+    const std::lock_guard lock(sampleMutex);
+    reportQueue.clear();
+    for (const std::uint32_t hexid : {20001U, 20003U, 20000U, 20002U})
+        reportQueue.known.shown.add(hexid);
+    for (std::uint32_t hexid = 40000; hexid > 30000; --hexid) // more than there is room for
+        reportQueue.known.expected.add(hexid);
+    reportQueue.known.shown.sort();
+    reportQueue.known.expected.sort();
+    std::uint32_t number = 0;
+    const auto push = [&](std::uint32_t hexid) {
+        AircraftReport& report = reportQueue.push(hexid);
+        report.hexid = hexid;
+        report.timestamp = ++number;
+        EXPECT_EQ(reportQueue.back(), &report);
+    };
+    // Of the shown, the expected and the unknown 30 each, mixed.
+    for (std::uint32_t i = 0; i < 30; ++i)
+        for (const std::uint32_t hexid : {50000 + i, 40000 - i, 20000 + i % 4})
+            push(hexid);
+    std::string order;
+    double last[3] = {0, 0, 0};
+    while (const AircraftReport* report = reportQueue.front()) {
+        const std::size_t lane = report->hexid < 30000 ? 0 : report->hexid <= 40000 ? 1 : 2;
+        order += "seu"[lane];
+        EXPECT_GT(report->timestamp, last[lane]) << "first-in first-out within a lane";
+        last[lane] = report->timestamp;
+        reportQueue.pop();
+    }
+    EXPECT_EQ(order.substr(0, 31), "sssssssssuessssssssusesssssssus");
+    EXPECT_EQ(order.size(), 90U);
+    EXPECT_EQ(order.substr(order.size() - 20), std::string(20, 'u'));
+    EXPECT_EQ(reportQueue.back(), nullptr);
+
+    // A flood pushes out itself, and shown aircraft push out the flood.
+    for (std::uint32_t i = 0; i < 100; ++i)
+        push(20000 + i % 4);
+    for (std::uint32_t i = 0; i < 2 * ReportQueue::capacity; ++i)
+        push(60000 + i);
+    EXPECT_EQ(reportQueue.size(), ReportQueue::capacity);
+    EXPECT_EQ(reportQueue.dropped(), ReportQueue::capacity + 100);
+    for (std::uint32_t i = 0; i < ReportQueue::capacity; ++i)
+        push(20000);
+    push(60000); // finds no place
+    EXPECT_EQ(reportQueue.back()->hexid, 60000U);
+    push(20001);
+    std::size_t shown = 0;
+    for (; const AircraftReport* report = reportQueue.front(); reportQueue.pop())
+        shown += report->hexid < 30000 ? 1 : 0;
+    EXPECT_EQ(shown, ReportQueue::capacity);
+    reportQueue.known.shown.add(20004);
+    reportQueue.clear();
+    push(50000);
+    push(20000);
+    EXPECT_EQ(reportQueue.front()->hexid, 50000U) << "a cleared queue knows nobody";
+    reportQueue.clear();
+}
+
 // Recordings of real traffic, beside the source folder.
 
 const std::filesystem::path recordings = std::filesystem::path(KES_SOURCE_DIR) / "../shared/data/traffic";
