@@ -178,6 +178,7 @@ TEST_F(LifeCycleTest, ARespawnStartsWhereTheOldObjectStood) {
     const auto rest = std::vector<PositionSample>(a.stream.begin(), a.stream.end());
     a.title = findTitle("BAW A320");
     a.throttleIndex = a.flapsIndex = 1;
+    a.askedTick = tickCount - 20000; // for the old object; the new one has its own time to come
     liveryRespawn(a);
     EXPECT_EQ(a.st, AircraftStatus::liveryrespawn);
     ASSERT_TRUE(runUntil([&] { return created.size() == 1; }));
