@@ -364,6 +364,18 @@ TEST(Report, countsTheLargestGapOfMovingObjectsOnly) {
     EXPECT_EQ(gapMs(), 700.0);
     EXPECT_EQ(world.simulator.counters.positionRecords, 11u);
     EXPECT_EQ(findObject(world.simulator, a)->positionRecords, 6u);
+
+    // Speeds are taken over two seconds, from records that come without a break.
+    put(b, 20);
+    for (int i = 1; i <= 11; ++i) {
+        world.simulator.outsideNs += 400'000'000;
+        put(a, 50.5 + i * 0.4 * 250.0 / 3600.0 / 60.0);
+    }
+    put(b, 50);
+    const auto& speeds = world.simulator.counters.speeds.flights();
+    ASSERT_EQ(speeds.size(), 1U);
+    ASSERT_EQ(speeds.at("A").size(), 1U);
+    EXPECT_NEAR(speeds.at("A").at("0"), 250, 1);
 }
 
 } // namespace

@@ -181,6 +181,28 @@ TEST(RunnerPlan, CommandLine) {
     }
 }
 
+TEST(RunnerPlan, OverspeedComparesWhatWasShownWithWhatWasReportedBefore) {
+    struct Case {
+        const char *what, *reported, *shown;
+        double largest;
+        int dashing, compared;
+    };
+    for (const Case& c : std::initializer_list<Case>{
+             {"as reported", R"({"A":{"100":250,"101":240}})", R"({"A":{"103":250,"104":240}})", 1, 0, 1},
+             {"a dash", R"({"A":{"100":250},"B":{"100":200}})", R"({"A":{"103":300},"B":{"103":500}})", 2.5, 1, 2},
+             {"slow then, fast later", R"({"A":{"100":40,"104":150}})", R"({"A":{"103":100}})", 2.5, 1, 1},
+             {"fast long before", R"({"A":{"10":400,"100":40}})", R"({"A":{"103":100}})", 2.5, 1, 1},
+             {"no report for long", R"({"A":{"10":400}})", R"({"A":{"103":400}})", 1, 0, 1},
+             {"slow ones are noise", R"({"A":{"100":1}})", R"({"A":{"103":25}})", 1.25, 0, 1},
+             {"nobody known", R"({"A":{"100":250}})", R"({"B":{"103":999}})", 0, 0, 0},
+             {"not as it should be", R"({"A":{"x":250,"100":"y"}})", R"({"A":[1]})", 0, 0, 1}}) {
+        const auto r = overspeed(nlohmann::json::parse(c.reported), nlohmann::json::parse(c.shown));
+        EXPECT_DOUBLE_EQ(r["largest"].get<double>(), c.largest) << c.what;
+        EXPECT_EQ(r["objectsAbove1.5"], c.dashing) << c.what;
+        EXPECT_EQ(r["objectsCompared"], c.compared) << c.what;
+    }
+}
+
 TEST(RunnerPlan, ReportJoinsBothSides) {
     const auto source = nlohmann::json::parse(R"({"reportsSent":12,"linesByKind":{"Qs121":3},"weatherSent":1})");
     const auto simulator = nlohmann::json::parse(R"({"objectsCreated":5,"peakObjects":4,"largestGapMs":41.5})");
@@ -192,6 +214,10 @@ TEST(RunnerPlan, ReportJoinsBothSides) {
     EXPECT_TRUE(r["positionRecords"].is_null()) << "a count that nobody gave is not zero";
     EXPECT_EQ(r["exitCode"], 0);
     EXPECT_FALSE(r.contains("problems"));
+    EXPECT_FALSE(r.contains("overspeed"));
+    r = runReport({{"speeds", {{"A", {{"100", 100}}}}}}, {{"speeds", {{"A", {{"103", 120}}}}}}, 0, {});
+    EXPECT_EQ(r["overspeed"]["largest"], 1.2);
+    EXPECT_EQ(r["overspeed"]["callsign"], "A");
     r = runReport(nullptr, nullptr, std::nullopt, {"it broke"});
     EXPECT_TRUE(r["exitCode"].is_null());
     EXPECT_EQ(r["problems"][0], "it broke");

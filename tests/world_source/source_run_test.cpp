@@ -10,6 +10,7 @@
 #include <cmath>
 #include <functional>
 #include <gtest/gtest.h>
+#include <map>
 #include <nlohmann/json.hpp>
 
 using namespace kes;
@@ -188,6 +189,44 @@ TEST(SourceRun, TimesAtRealSpeedKeepTheirDifferences) {
     EXPECT_NEAR(fieldTime(got[2].text) - fieldTime(got[0].text), 1.3, 1e-6);
 }
 
+TEST(SourceRun, ABurstIsOneDatagramPerAircraftWithinMilliseconds) {
+    const TempFolder folder;
+    std::string content;
+    for (int i = 0; i < 500; ++i) // 100 aircraft, each every 4 s
+        content += feedLine(20001 + static_cast<std::uint32_t>(i % 100), 1000.0 + 0.04 * i) + "\n";
+    folder.write("a.txt", content);
+    for (const bool recorded : {true, false}) {
+        Receiver traffic, weather;
+        SourceOptions o = optionsFor(traffic, weather, 1);
+        o.speed = 5;
+        if (recorded) {
+            o.feed = (folder.path / "a.txt").string();
+            o.burst = true;
+        }
+        Running source(o);
+        const std::size_t wanted = recorded ? 400 : 300; // a recording of four cycles
+        ASSERT_TRUE(eventually([&] { return traffic.count() >= wanted; })) << traffic.count();
+        // Cycles are told apart by the times in the lines, which a busy machine does not move.
+        std::map<double, std::vector<std::string>> cycles;
+        for (const Datagram& d : traffic.all())
+            if (d.text.starts_with("RTTFC,"))
+                cycles[fieldTime(d.text)].push_back(std::string(addressOf(d.text)));
+        double before = 0;
+        for (auto& [time, addresses] : cycles) {
+            EXPECT_TRUE(before == 0 || std::abs(time - before - 1.0) < 0.11) << time - before;
+            before = time;
+            std::ranges::sort(addresses);
+            if (recorded) {
+                EXPECT_EQ(addresses.size(), 100U);
+                EXPECT_EQ(std::ranges::adjacent_find(addresses), addresses.end());
+            }
+        }
+        EXPECT_GE(cycles.size(), 3U);
+        EXPECT_LE(cycles.size(), 60U) << "not each line at its own time";
+        EXPECT_FALSE(source.report()["speeds"].empty());
+    }
+}
+
 TEST(SourceRun, WaitsForAPositionWhenTold) {
     const TempFolder folder;
     folder.write("a.txt", feedLine(20001, 500.0) + "\n");
@@ -340,6 +379,11 @@ TEST(SourceOptions, CommandLine) {
     EXPECT_EQ(o.qnh, 991);
     EXPECT_EQ(o.controlPort, 4000);
     EXPECT_TRUE(o.waitForPosition);
+    EXPECT_FALSE(o.burst);
+    EXPECT_EQ(read({"--burst"}, o), "good");
+    EXPECT_EQ(o.burst, true);
+    EXPECT_EQ(read({"--no-burst"}, o), "good");
+    EXPECT_EQ(o.burst, false);
     for (const std::vector<std::string>& bad : {std::vector<std::string>{"--feed"},
                                                 {"--at", "1"},
                                                 {"--at", "91,0"},

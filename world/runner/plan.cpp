@@ -216,6 +216,8 @@ nlohmann::json runReport(const nlohmann::json& source, const nlohmann::json& sim
     take(source, "controlConnections", "controlConnections");
     take(source, "aircraft", "aircraftReported");
     take(simulator, "largestGapMs", "largestGapMs");
+    if (source.is_object() && simulator.is_object() && source.contains("speeds") && simulator.contains("speeds"))
+        report["overspeed"] = overspeed(source["speeds"], simulator["speeds"]);
     report["exitCode"] = exitCode ? nlohmann::json(*exitCode) : nlohmann::json();
     if (!problems.empty()) {
         report["problems"] = problems;

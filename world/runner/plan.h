@@ -58,6 +58,11 @@ struct RunPlan {
 /// when the recording tells no place.
 bool makePlan(const RunOptions& options, const std::vector<Airport>& airports, RunPlan& plan, std::string& error);
 
+/// How much faster flights were shown than they were reported, out of the speeds of both reports: the largest ratio and
+/// its callsign, how many flights went above 1.5 times, how many were compared. A report is shown 30 s later, or some
+/// more when the flight is late. A speed below 20 knots is taken as 20.
+nlohmann::json overspeed(const nlohmann::json& reported, const nlohmann::json& shown);
+
 /// The closing line's object out of the reports of source and simulator; null for a report that is not there.
 nlohmann::json runReport(const nlohmann::json& source, const nlohmann::json& simulator, std::optional<int> exitCode,
                          const std::vector<std::string>& problems);

@@ -274,6 +274,7 @@ std::string reportJson(const Simulator& simulator) {
                          {"refusedCreates", counters.refusedCreates},
                          {"largestGapMs", static_cast<double>(counters.largestGapNs) / 1e6},
                          {"largestGapTail", counters.largestGapTail},
+                         {"speeds", counters.speeds.flights()},
                          {"exceptions", exceptions},
                          {"events", events},
                          {"packetsReceived", counters.packetsReceived},

@@ -1,9 +1,12 @@
 // What a run counted, for the report. Written under the lock that guards the simulator.
 #pragma once
 
+#include "world/speed_slices.h"
+
 #include <cstdint>
 #include <map>
 #include <string>
+#include <unordered_map>
 
 namespace kes::world {
 
@@ -24,6 +27,14 @@ struct Counters {
     std::string largestGapTail;                               ///< tail number of that object
     std::map<std::uint32_t, std::uint64_t> exceptions;        ///< by number
     std::map<std::string, std::uint64_t, std::less<>> events; ///< client events that reached an object, by name
+    /// Speeds over the ground that clients gave to AI objects, taken over two seconds each, by tail number. Of a
+    /// simulator that serves other programs only.
+    SpeedSlices speeds;
+    struct Seen {
+        double lat = 0, lon = 0; ///< degrees
+        std::int64_t ns = 0, lastNs = 0;
+    };
+    std::unordered_map<std::uint32_t, Seen> seen; ///< by object; looked up only
 };
 
 } // namespace kes::world

@@ -329,6 +329,31 @@ void removeObject(Simulator& simulator, SimObject& object) {
     simulator.pending.push_back(std::move(change));
 }
 
+namespace {
+
+/// Over two seconds, since single records come with the frames. After a break of the records it begins anew.
+void noteSpeed(Counters& counters, const SimObject& object, std::int64_t now) {
+    constexpr std::int64_t span = 2'000'000'000, longestBreak = 500'000'000;
+    if (counters.seen.size() > 4096) // numbers are never used again, so those that have gone stay
+        counters.seen.clear();
+    const auto [at, isNew] = counters.seen.try_emplace(object.id);
+    Counters::Seen& seen = at->second;
+    const bool broken = isNew || now - seen.lastNs > longestBreak;
+    seen.lastNs = now;
+    if (!broken && now - seen.ns < span)
+        return;
+    if (!broken) {
+        const double hours = static_cast<double>(now - seen.ns) / 3.6e12;
+        counters.speeds.note(object.tail, static_cast<double>(now) / 1e9,
+                             distanceNm({seen.lat, seen.lon}, {object.lat, object.lon}) / hours);
+    }
+    seen.lat = object.lat;
+    seen.lon = object.lon;
+    seen.ns = now;
+}
+
+} // namespace
+
 void notePosition(Simulator& simulator, SimObject& object) {
     const std::int64_t now = simulator.outsideNs >= 0 ? simulator.outsideNs : simulator.timeNs;
     const bool moved = object.lat != object.recordLat || object.lon != object.recordLon;
@@ -340,6 +365,8 @@ void notePosition(Simulator& simulator, SimObject& object) {
     object.recordLat = object.lat;
     object.recordLon = object.lon;
     object.recordNs = now;
+    if (simulator.outsideNs >= 0)
+        noteSpeed(simulator.counters, object, now);
     ++object.positionRecords;
     ++simulator.counters.positionRecords;
     if (simulator.hooks.position)

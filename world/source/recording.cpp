@@ -15,7 +15,7 @@ namespace {
 
 constexpr double longestGap = 600;  // seconds without a line that a recording may hold
 constexpr double smallStepBack = 5; // seconds by which lines may be out of order
-constexpr std::size_t timeIndex = 14;
+constexpr std::size_t speedIndex = 8, callsignIndex = 9, timeIndex = 14;
 
 /// Begin and length of a field; npos when the line has fewer.
 std::pair<std::size_t, std::size_t> fieldSpan(std::string_view line, std::size_t index) {
@@ -55,6 +55,15 @@ double middleOf(std::vector<double>& values) {
 std::optional<double> timeField(std::string_view line) {
     const auto time = numberField(line, timeIndex);
     return time && *time > 0 ? time : std::nullopt;
+}
+
+std::pair<std::string_view, double> callsignAndSpeed(std::string_view line) {
+    const auto [begin, length] = fieldSpan(line, callsignIndex);
+    const auto knots = numberField(line, speedIndex);
+    if (begin == std::string_view::npos || !knots) {
+        return {};
+    }
+    return {line.substr(begin, length), *knots};
 }
 
 std::string withTime(const std::string& line, double epoch) {

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 struct gzFile_s;
@@ -21,6 +22,8 @@ struct RecordedLine {
 
 /// Field 14, or nothing when there is none or it is no number.
 std::optional<double> timeField(std::string_view line);
+/// Callsign and ground speed in knots of a line; no callsign when it has none, or no speed that is a number.
+std::pair<std::string_view, double> callsignAndSpeed(std::string_view line);
 /// The line with field 14 replaced by a time with one decimal; unchanged when the line has no time of its own.
 std::string withTime(const std::string& line, double epoch);
 

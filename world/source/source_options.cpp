@@ -34,6 +34,7 @@ std::string_view usageText() {
   --at LAT,LON           where the scenario's airport lies (default: Munich)
   --elevation FEET       its elevation
   --seed N               seed of the scenario (default 1)
+  --burst, --no-burst    all lines of 5 s at once, or each at its time (default: the scenario at once, a recording not)
   --speed X              times real time (default 1)
   --minutes N            end after N minutes (default: when told)
   --wait-for-position    no traffic before the program has sent a position
@@ -57,6 +58,10 @@ bool readOptions(std::span<const std::string> arguments, SourceOptions& o, std::
         const std::string& name = arguments[i];
         if (name == "--help" || name == "-h") {
             o.help = true;
+            continue;
+        }
+        if (name == "--burst" || name == "--no-burst") {
+            o.burst = name == "--burst";
             continue;
         }
         if (name == "--wait-for-position") {

@@ -70,6 +70,9 @@ double SourceRun::elapsed() const {
 }
 
 std::optional<SourceRun::Outgoing> SourceRun::nextTraffic(double trafficStart) {
+    if (inBursts()) {
+        return nextOfBurst(trafficStart);
+    }
     Outgoing out;
     if (options_.feed.empty()) {
         const ScenarioReport report = nextReport(scenario_);
@@ -77,13 +80,56 @@ std::optional<SourceRun::Outgoing> SourceRun::nextTraffic(double trafficStart) {
         out.text = lineOf(scenario_, report, beginEpoch_ + out.due);
         return out;
     }
-    auto line = recording_.next();
-    counts_.skippedLines = recording_.skipped();
+    const auto line = nextRecorded();
     if (!line) {
         return std::nullopt;
     }
     out.due = trafficStart + line->time / options_.speed;
     out.text = withTime(line->text, beginEpoch_ + out.due);
+    return out;
+}
+
+std::optional<RecordedLine> SourceRun::nextRecorded() {
+    auto line = recording_.next();
+    counts_.skippedLines = recording_.skipped();
+    return line;
+}
+
+std::optional<SourceRun::Outgoing> SourceRun::nextOfBurst(double trafficStart) {
+    if (burst_.empty()) {
+        double at = 0;
+        if (options_.feed.empty()) {
+            auto burst = scenarioBursts_.gather(
+                [&] { return std::optional(nextReport(scenario_)); }, [](const ScenarioReport& r) { return r.time; },
+                [](const ScenarioReport& r) { return r.flight == 0 ? std::string() : std::to_string(r.flight); });
+            at = burst.at;
+            for (ScenarioReport& r : burst.items) {
+                // What is handed on at the end of the cycle is where they are then.
+                const auto flight = std::ranges::find(scenario_.flights, r.flight, &ScenarioFlight::id);
+                if (flight != scenario_.flights.end() && at <= flight->reportUntil) {
+                    r.report = truthAt(scenario_, *flight, at);
+                }
+                burst_.push_back({0, lineOf(scenario_, r, beginEpoch_ + trafficStart + at / options_.speed)});
+            }
+        } else {
+            const auto burst =
+                recordedBursts_.gather([&] { return nextRecorded(); }, [](const RecordedLine& l) { return l.time; },
+                                       [](const RecordedLine& l) { return std::string(addressOf(l.text)); });
+            at = burst.at;
+            for (const RecordedLine& l : burst.items) {
+                burst_.push_back({0, withTime(l.text, beginEpoch_ + trafficStart + at / options_.speed)});
+            }
+        }
+        for (std::size_t i = 0; i < burst_.size(); ++i) {
+            burst_[i].due = trafficStart + at / options_.speed +
+                            burstLength * static_cast<double>(i) / static_cast<double>(burst_.size());
+        }
+    }
+    if (burst_.empty()) {
+        return std::nullopt;
+    }
+    Outgoing out = std::move(burst_.front());
+    burst_.pop_front();
     return out;
 }
 
@@ -105,6 +151,10 @@ void SourceRun::sendTraffic(std::string_view text) {
         if (address.size() <= 10 && !aircraft_.contains(address)) {
             aircraft_.emplace(address);
         }
+    }
+    if (const auto [callsign, knots] = callsignAndSpeed(text); !callsign.empty() && callsign != "null") {
+        speeds_.note(callsign, std::chrono::duration<double>(Clock::now().time_since_epoch()).count(),
+                     knots * options_.speed);
     }
 }
 
@@ -359,7 +409,8 @@ std::string SourceRun::reportJson() {
          {{"Qs121", c.positions}, {"Qs123", c.times}, {"Qs999", c.versions}, {"exit", c.exits}, {"other", c.others}}},
         {"badLines", {{"Qs121", c.badPositions}, {"Qs123", c.badTimes}}},
         {"lastPosition", {{"lat", c.lat}, {"lon", c.lon}, {"altitude", c.altitude}, {"groundSpeed", c.groundSpeed}}},
-        {"lastSimTime", c.simTimeMs / 1000}};
+        {"lastSimTime", c.simTimeMs / 1000},
+        {"speeds", speeds_.flights()}};
     return report.dump();
 }
 

@@ -2,13 +2,16 @@
 #pragma once
 
 #include "platform/socket.h"
+#include "world/source/burst.h"
 #include "world/source/control_client.h"
 #include "world/source/recording.h"
 #include "world/source/scenario.h"
+#include "world/speed_slices.h"
 
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <mutex>
 #include <optional>
 #include <random>
@@ -35,6 +38,7 @@ struct SourceOptions {
     std::string reportFile;
     int commandPort = -1;         ///< -1 = none, 0 = any free one
     bool waitForPosition = false; ///< no traffic before the first position line
+    std::optional<bool> burst;    ///< all lines of a cycle at once; not told = the scenario does, a recording does not
     bool help = false;
 };
 
@@ -79,7 +83,10 @@ private:
         bool timed = true;
     };
     double elapsed() const;
+    bool inBursts() const { return options_.burst.value_or(options_.feed.empty()); }
     std::optional<Outgoing> nextTraffic(double trafficStart);
+    std::optional<Outgoing> nextOfBurst(double trafficStart);
+    std::optional<RecordedLine> nextRecorded();
     void sendTraffic(std::string_view text);
     void sendWeather();
     void sendGarbage(std::uint64_t count);
@@ -105,6 +112,10 @@ private:
     bool stopping_ = false, trafficOn_ = true, feedEnded_ = false;
     double qnh_ = 1013;
     SourceCounts counts_;
+    Bursts<ScenarioReport> scenarioBursts_;
+    Bursts<RecordedLine> recordedBursts_;
+    std::deque<Outgoing> burst_;                  ///< not yet sent
+    world::SpeedSlices speeds_;                   ///< reported, times the speed of the run
     std::set<std::string, std::less<>> aircraft_; ///< addresses sent, as text
     std::vector<std::string> recent_;             ///< lines to flood with
     std::size_t recentAt_ = 0;
