@@ -1,4 +1,5 @@
 // What happens when the reports of an aircraft end.
+#include "airports/stands.h"
 #include "traffic/harness.h"
 #include "traffic/life_cycle_parts.h"
 
@@ -135,6 +136,17 @@ TEST_F(EndOfStreamTest, SpeedsOnTheGround) {
     }
 }
 
+TEST_F(EndOfStreamTest, TheFlareIsLeftToItsRows) {
+    LiveAircraft& a = activeFlight(firstHex, {air(0, 5000, 0.5, 20)});
+    a.approach = true;
+    a.flareStage = 2;
+    a.stream[0].vs = -300;
+    ASSERT_TRUE(endOfStream(a));
+    EXPECT_EQ(a.stream.back().vs, -300);
+    EXPECT_EQ(a.stream.back().alt, 20);
+    EXPECT_EQ(a.stream.back().gs, 1) << "nobody stands still in the air";
+}
+
 TEST_F(EndOfStreamTest, ATakeOffThatEndsClimbs) {
     LiveAircraft& a = activeFlight(firstHex, {air(0, 5000, 150, 600)});
     a.fs = FlightState::take_off;
@@ -157,25 +169,67 @@ TEST_F(EndOfStreamTest, ATaxiingAircraftHoldsUntilItsMinutesAreUp) {
     EXPECT_EQ(tickCount, 5000 + 3 * 6000 + 1) << "more than two whole minutes";
 }
 
+TEST_F(EndOfStreamTest, WhoHoldsAndHow) {
+    struct Case {
+        FlightState fs;
+        bool departing, landingRoll, holds;
+    };
+    using enum FlightState;
+    for (const Case& c :
+         {Case{taxi, false, false, true}, Case{pushed_back, false, false, true}, Case{taxi, true, false, false},
+          Case{taxi, false, true, false}, Case{take_off, false, false, false}}) {
+        resetLiveTraffic();
+        LiveAircraft& a = activeFlight(firstHex, {ground(0, 5000, 10)});
+        a.fs = c.fs;
+        a.departing = c.departing;
+        a.landingRoll = c.landingRoll;
+        ASSERT_TRUE(endOfStream(a)) << text(c.fs);
+        EXPECT_EQ(a.holding, c.holds) << text(c.fs);
+        EXPECT_EQ(a.extrapCount, c.holds ? 1 : 10) << text(c.fs);
+        EXPECT_EQ(a.stream.back().tick, 5300) << text(c.fs);
+        EXPECT_EQ(a.stream.back().stopped && a.stream.back().gs == 0, !c.departing && !c.landingRoll) << text(c.fs);
+    }
+}
+
 TEST_F(EndOfStreamTest, NobodyHoldsBesideAnother) {
-    LiveAircraft& other = activeFlight(firstHex + 1, {ground(0.00001, 1 << 28), ground(0.1, 1 << 29)});
-    activeFlight(firstHex, {ground(0, 5000, 10)});
-    liveAircraft[1].holding = true;
-    EXPECT_FALSE(endOfStream(liveAircraft[1]));
-    EXPECT_FALSE(liveAircraft[1].holding);
-    liveAircraft[0].fs = FlightState::parked;
-    EXPECT_TRUE(endOfStream(liveAircraft[1])) << "only one that taxies is in the way";
-    liveAircraft[0].fs = FlightState::taxi;
-    liveAircraft[0].lat += 1.2 * 34 / metresPerNm / 60 + 0.001;
-    EXPECT_TRUE(endOfStream(liveAircraft[1]));
-    (void)other;
+    struct Case {
+        const char* what;
+        double metres; ///< both have a half span of 17 m
+        bool onGround;
+        FlightState fs;
+        AircraftStatus st;
+        bool holds;
+    };
+    using enum FlightState;
+    constexpr AircraftStatus active = AircraftStatus::active;
+    for (const Case& c : {Case{"beside it", 40, true, taxi, active, false},
+                          Case{"a fifth more than the spans", 41.5, true, taxi, active, true},
+                          Case{"above it", 10, false, taxi, active, true},
+                          Case{"only one that taxies is in the way", 10, true, parked, active, true},
+                          Case{"not there yet", 10, true, taxi, AircraftStatus::adding2sim, true}}) {
+        resetLiveTraffic();
+        LiveAircraft& other = activeFlight(firstHex + 1, {ground(c.metres * test::metre, 1 << 28)});
+        other.onGround = c.onGround;
+        other.fs = c.fs;
+        other.st = c.st;
+        LiveAircraft& a = activeFlight(firstHex, {ground(0, 5000, 10)});
+        a.holding = true;
+        a.holdStartTick = 4000;
+        EXPECT_EQ(endOfStream(a), c.holds) << c.what;
+        EXPECT_EQ(a.holding, c.holds) << c.what;
+        EXPECT_EQ(a.holdStartTick, 4000) << c.what;
+    }
 }
 
 TEST_F(EndOfStreamTest, AParkedAircraftWaitsSevenDays) {
+    stands.push_back({"A1", homeLat, homeLon, 0.0, 30.0 / 1852, 1, true});
     LiveAircraft& a = activeFlight(firstHex, {ground(0, 5000)});
     a.fs = FlightState::parked;
     a.feedAtStand = true;
+    a.sid = 1;
     run(1000);
+    EXPECT_EQ(liveAircraft.at(0).extrapCount, 1);
+    EXPECT_FALSE(stands[0].liveOnIt);
     ASSERT_EQ(liveAircraft.size(), 1U);
     EXPECT_EQ(liveAircraft[0].st, AircraftStatus::active);
     EXPECT_EQ(liveAircraft[0].stream.front().tick, 5000 + 7 * 24 * 360000);

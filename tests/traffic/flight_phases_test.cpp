@@ -241,13 +241,33 @@ TEST_F(FlightPhasesTest, AReportEndsTheInventedWayUnlessItLiesBehind) {
 }
 
 TEST_F(FlightPhasesTest, ATakeOffRunBeginsWithTheSecondFastSample) {
-    LiveAircraft& a = activeFlight(firstHex, {ground(0, 9000, 30)});
-    decodeExisting(a, northOf(a.stream.back(), 100, 43));
-    EXPECT_FALSE(a.departing);
-    decodeExisting(a, northOf(a.stream.back(), 200, 60));
-    EXPECT_TRUE(a.departing);
-    EXPECT_EQ(a.lateTicks, 5000);
-    EXPECT_EQ(a.fs, FlightState::taxi);
+    struct Case {
+        const char* what;
+        double lastGs, gs;
+        bool airborne;
+        FlightState fs;
+        AircraftStatus st;
+        bool begins;
+    };
+    using enum FlightState;
+    constexpr AircraftStatus active = AircraftStatus::active;
+    for (const Case& c : {Case{"two fast ones", 43, 43, false, taxi, active, true},
+                          Case{"a slow one", 42.9, 50, false, taxi, active, false},
+                          Case{"a second slow one", 50, 42.9, false, taxi, active, false},
+                          Case{"airborne", 30, 80, true, taxi, active, true},
+                          Case{"just come down", 50, 50, false, flying, active, false},
+                          Case{"not in the simulator", 50, 50, false, taxi, AircraftStatus::adding2sim, false}}) {
+        resetLiveTraffic();
+        LiveAircraft& a = activeFlight(firstHex, {ground(0, 9000, c.lastGs)});
+        a.fs = c.fs;
+        a.st = c.st;
+        PositionSample n = northOf(a.stream.back(), 400, c.gs);
+        n.alt = c.airborne ? 100 : 0;
+        n.airborne = c.airborne;
+        decodeExisting(a, n);
+        EXPECT_EQ(a.departing, c.begins) << c.what;
+        EXPECT_EQ(a.lateTicks, c.begins ? 5000 : 1000) << c.what;
+    }
     resetLiveTraffic();
     LiveAircraft& b = activeFlight(firstHex, {ground(0, 9000, 90)});
     b.landingRoll = true;
@@ -255,6 +275,109 @@ TEST_F(FlightPhasesTest, ATakeOffRunBeginsWithTheSecondFastSample) {
     EXPECT_FALSE(b.departing) << "one airborne sample of a landing is noise";
     decodeExisting(b, air(0.004, 10000, 140, 300));
     EXPECT_TRUE(b.departing) << "two are a go-around";
+}
+
+TEST_F(FlightPhasesTest, ThePushIsWatchedForItsSideWhileItRunsStraight) {
+    struct Case {
+        const char* what;
+        bool straightOnly;
+        std::int32_t step;
+        bool headingValid;
+        double headingDegrees, trackDegrees; ///< the aircraft's heading is 350
+        int side;                            ///< 1 = right, -1 = left, 0 = not learnt
+    };
+    for (const Case& c :
+         {Case{"by the heading", false, 2, true, 10, 300, 1}, Case{"to the left", false, 2, true, 340, 10, -1},
+          Case{"by the track", false, 2, false, 340, 10, 1}, Case{"no track", false, 2, false, 10, 0, 0},
+          Case{"a heading is enough", false, 2, true, 10, 0, 1}, Case{"in its curve", false, 1, true, 10, 10, 0},
+          Case{"straight only", true, 2, true, 10, 10, 0}}) {
+        resetLiveTraffic();
+        par::STRAIGHT_PBS_ONLY.value = c.straightOnly;
+        LiveAircraft& a = activeFlight(firstHex, {ground(0, 9000, 3)});
+        a.fs = FlightState::pushing_back;
+        a.pushbackStep = c.step;
+        a.heading = 350 * degToRad;
+        PositionSample n = northOf(a.stream[0], 30, 3);
+        n.trueHeadingValid = c.headingValid;
+        n.trueHeading = c.headingDegrees * degToRad;
+        n.track = c.trackDegrees;
+        decodeExisting(a, n);
+        EXPECT_EQ(a.pushbackTurnRight.has_value(), c.side != 0) << c.what;
+        EXPECT_EQ(a.pushbackTurnRight.value_or(false), c.side > 0) << c.what;
+        EXPECT_EQ(a.sz(), 1U) << c.what;
+    }
+}
+
+TEST_F(FlightPhasesTest, APushedBackAircraftWaitsUntilItDrivesOff) {
+    struct Case {
+        double before, metres; ///< away from the aircraft: the last report, this one. Half the span is 17 m
+        bool driven;
+    };
+    for (const Case& c : {Case{40, 46, false}, Case{40, 47.5, true}, Case{60, 50, false}, Case{1e6, 101, false},
+                          Case{1e6, 103, true}}) {
+        resetLiveTraffic();
+        LiveAircraft& a = activeFlight(firstHex, {ground(0, 60000, 0)});
+        a.fs = FlightState::pushed_back;
+        a.lastAwayDist = c.before / metresPerNm;
+        a.extrapCount = 1;
+        a.pushbackTurnRight = true;
+        a.pushbackStep = 1;
+        a.sid = 5;
+        a.standCargo = true;
+        a.stream[0].stopped = true;
+        PositionSample n = northOf(a.stream[0], c.metres, 5);
+        n.stopped = true;
+        decodeExisting(a, n);
+        ASSERT_EQ(a.sz(), c.driven ? 2U : 1U) << c.metres;
+        EXPECT_EQ(a.fs, c.driven ? FlightState::taxi : FlightState::pushed_back) << c.metres;
+        EXPECT_EQ(a.pushbackTurnRight.has_value(), !c.driven) << c.metres;
+        EXPECT_EQ(a.pushbackStep, c.driven ? 0 : 1) << c.metres;
+        EXPECT_EQ(a.sid, c.driven ? 0U : 5U) << c.metres;
+        EXPECT_EQ(a.standCargo, !c.driven) << c.metres;
+        EXPECT_EQ(a.holding, !c.driven) << c.metres;
+        EXPECT_EQ(a.holdStartTick, c.driven ? 0 : tickCount.load()) << c.metres;
+        EXPECT_EQ(a.stream[0].tick, c.driven ? tickCount + 1 : 60000) << c.metres;
+        EXPECT_EQ(a.extrapCount, c.driven ? 0 : 1) << c.metres;
+        EXPECT_EQ(a.lateTicks, c.driven ? 3000 : 1000) << c.metres;
+        EXPECT_EQ(a.stream.back().stopped, !c.driven) << c.metres;
+        if (c.driven)
+            continue;
+        EXPECT_NEAR(a.lastAwayDist, c.metres / metresPerNm, 1e-4 / metresPerNm * c.metres) << c.metres;
+        tickCount = tickCount + 10;
+        decodeExisting(a, n);
+        EXPECT_EQ(a.holdStartTick, tickCount - 10) << "the hold goes on";
+        tickCount = tickCount - 10;
+    }
+}
+
+TEST_F(FlightPhasesTest, AStandingStreamStaysShort) {
+    for (const FlightState fs : {FlightState::taxi, FlightState::birth}) {
+        resetLiveTraffic();
+        PositionSample s = ground(0, 9000, 7);
+        s.stopped = true;
+        LiveAircraft& a = activeFlight(firstHex, {s, northOf(s, 0, 0), northOf(s, 0, 0, 1000)});
+        a.fs = fs;
+        PositionSample n = northOf(s, 0, 0, 2000);
+        n.gs = 0;
+        decodeExisting(a, n);
+        const bool cut = fs == FlightState::taxi; // one that is not born yet keeps all
+        EXPECT_EQ(a.sz(), cut ? 2U : 4U) << text(fs);
+        EXPECT_EQ(a.stream[0].tick, cut ? tickCount + 1 : 9000) << text(fs);
+        EXPECT_EQ(a.stream[0].gs, cut ? 0 : 7) << text(fs);
+        EXPECT_EQ(a.stream.back().tick, 11000) << text(fs);
+        a.stream.resize(1);
+        a.stream[0].tick = 9000;
+        decodeExisting(a, northOf(s, 0, 0, -500));
+        EXPECT_EQ(a.stream[0].tick, cut ? tickCount + 1 : 9000) << text(fs);
+        EXPECT_EQ(a.stream[1].tick, 9001) << "ticks rise";
+    }
+    // What lifts off after a stop keeps the stop.
+    resetLiveTraffic();
+    LiveAircraft& a = activeFlight(firstHex, {ground(0, 8000), ground(0, 9000), ground(0, 9100)}, "EC35");
+    a.stream[1].stopped = a.stream[2].stopped = true;
+    a.onGround = true;
+    decodeExisting(a, air(0.001, 9500, 20, 50));
+    EXPECT_EQ(a.sz(), 4U);
 }
 
 /// An aircraft that has stood at a stand for some time; the stand is the only one.
@@ -301,6 +424,15 @@ TEST_F(FlightPhasesTest, AParkedAircraftLeavesWhenItReallyMoves) {
         EXPECT_EQ(stands[0].liveOnIt, left == 0) << c.what;
         EXPECT_EQ(liveAircraft[0].stream[0].tick == tickCount + 1, left != 0) << c.what << ": the wait is over";
     }
+    for (const AircraftStatus st : {AircraftStatus::buffer, AircraftStatus::adding2sim}) {
+        resetLiveTraffic();
+        LiveAircraft& a = parkedFlight(*this);
+        a.st = st;
+        decodeExisting(a, ground(150 * metre, 9000, 10));
+        EXPECT_FALSE(a.pullOutDue) << "what is not there cannot leave";
+        EXPECT_EQ(a.sz(), 1U);
+    }
+    resetLiveTraffic();
     parkedFlight(*this);
     decodeExisting(liveAircraft.back(), ground(250 * metre, 9000, 10));
     EXPECT_EQ(liveAircraft.back().st, AircraftStatus::removingfromsim) << "far away it comes back as another record";
