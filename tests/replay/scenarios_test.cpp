@@ -5,6 +5,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <map>
+#include <set>
 
 namespace kes::replay {
 namespace {
@@ -81,6 +82,57 @@ TEST(Scenarios, ReportsFollowThePlan) {
         level += alt == 85 && field(line.text, 5) == 0 && field(line.text, 6) == 1 ? 1 : 0;
     }
     EXPECT_GT(level, 8);
+}
+
+TEST(Scenarios, GroundDataAsTheyAreReallySent) {
+    for (const char* name : {"take-off-heavy+real+2s", "taxi-170+real", "push-back-left+real+2s", "ils-sea+real"}) {
+        const auto s = makeScenario(name);
+        ASSERT_TRUE(s) << name;
+        const ScenarioFlight& f = s->flights.front();
+        const auto lines = reportsOf(*s, 3, 0);
+        EXPECT_EQ(lines.back().text, reportsOf(*s, 3, 0).back().text);
+        std::set<double> headings;
+        double most = 0, silent = 0, before = 0, silentUntil = 0;
+        int ground = 0, slower = 0, faster = 0;
+        for (const ScenarioLine& line : lines) {
+            const Truth t = f.truth(line.seconds);
+            if (line.seconds - before > silent) {
+                silent = line.seconds - before;
+                silentUntil = line.seconds;
+            }
+            before = line.seconds;
+            const double heading = field(line.text, 25), off = field(line.text, 8) - t.gs;
+            if (t.airborne) {
+                EXPECT_NEAR(field(line.text, 7), t.track * radToDeg, 0.006) << name;
+                EXPECT_NEAR(off, 0, 0.006) << name;
+                continue;
+            }
+            ++ground;
+            headings.insert(heading);
+            EXPECT_EQ(field(line.text, 7), 0) << name;
+            EXPECT_NEAR(std::remainder(heading, 2.8125), 0, 0.006) << name << ": " << heading;
+            EXPECT_LT(std::fabs(angleDiff(heading * degToRad, t.heading)) * radToDeg, 1.42) << name;
+            EXPECT_LT(heading, 360);
+            EXPECT_LT(std::fabs(off), t.gs > 0.5 ? 5.01 : 0.51) << name << ": who stands knows it";
+            most = std::max(most, std::fabs(off));
+            slower += off < -0.01 ? 1 : 0;
+            faster += off > 0.01 ? 1 : 0;
+        }
+        EXPECT_GT(ground, 12) << name;
+        EXPECT_GT(most, 3) << name;
+        EXPECT_GT(std::min(slower, faster), 2) << name;
+        if (f.lineUp) {
+            EXPECT_NEAR(silent, 26, 2) << name;
+            EXPECT_NEAR(silentUntil - *f.lineUp, 11, 1.1) << name;
+            EXPECT_EQ(f.truth(*f.lineUp).gs, 0) << name;
+            EXPECT_GT(f.truth(*f.lineUp + 1).gs, 0) << name;
+        } else {
+            EXPECT_LT(silent, 5.1) << name;
+        }
+        if (std::string_view(name).starts_with("taxi")) {
+            EXPECT_GT(headings.size(), 4U) << name;
+        }
+    }
 }
 
 } // namespace

@@ -22,7 +22,7 @@ void writeText(const std::filesystem::path& file, const std::string& text) {
 void listScenarios() {
     for (const std::string& name : scenarioNames())
         fmt::print("{}\n", name);
-    fmt::print("Variants, as in turns+noise+10s: 2s 5s 10s (spacing of the reports), noise, gaps, hover.\n");
+    fmt::print("Variants, as in turns+noise+10s: 2s 5s 10s (spacing of the reports), noise, gaps, hover, real.\n");
 }
 
 int replay(const Options& options) {

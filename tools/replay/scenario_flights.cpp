@@ -110,12 +110,12 @@ FlownTrack climbAndDescent() {
     return f;
 }
 
-FlownTrack instrumentLanding(double elevation, double knots) {
+FlownTrack instrumentLanding(double elevation, double knots, double rollOut) {
     FlownTrack f;
     f.elevation = elevation;
     f.tail = 60;
     std::vector<RoutePoint> route = finalApproach(10, knots);
-    const double touchdown = runwayBegin.x + 350, exit = touchdown + 1900;
+    const double touchdown = runwayBegin.x + 350, exit = touchdown + rollOut;
     route.push_back({.at = {touchdown, 0}, .speed = knots * kt, .accel = 0.5, .decel = 1.7});
     route.push_back({.at = {exit, 0}, .radius = 60, .speed = 15 * kt, .decel = 0.8});
     route.push_back(point(exit, -120, 15, 45));

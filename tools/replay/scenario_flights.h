@@ -25,8 +25,8 @@ struct FlownTrack {
 FlownTrack levelTurns();
 FlownTrack holdingPattern();
 FlownTrack climbAndDescent();
-/// The roll-out ends on a taxiway; `knots` over the threshold.
-FlownTrack instrumentLanding(double elevation, double knots);
+/// The roll-out ends on a taxiway, so many metres behind the touchdown; `knots` over the threshold.
+FlownTrack instrumentLanding(double elevation, double knots, double rollOut);
 FlownTrack goAround(double elevation);
 FlownTrack touchAndGo(double elevation);
 /// Corners of so many degrees, to the right and to the left.

@@ -10,10 +10,13 @@ namespace kes::replay {
 
 namespace {
 
-constexpr double gapEvery = 90.0, gapFrom = 45.0; ///< seconds
-constexpr double hoverUntil = 60.0;               ///< knots
-constexpr double hoverHeight = 75.0;              ///< feet over the field
-constexpr double climbStep = 64.0;                ///< feet per minute, as transponders round
+constexpr double gapEvery = 90.0, gapFrom = 45.0;        ///< seconds
+constexpr double hoverUntil = 60.0;                      ///< knots
+constexpr double hoverHeight = 75.0;                     ///< feet over the field
+constexpr double climbStep = 64.0;                       ///< feet per minute, as transponders round
+constexpr double headingStep = 2.8125;                   ///< degrees, of surface messages
+constexpr double speedNoise = 5.0;                       ///< knots at most
+constexpr double lineUpFrom = -15.0, lineUpUntil = 10.0; ///< seconds of silence around the begin of the run
 constexpr double feetPerMetre = feetPerNm / metresPerNm;
 
 /// 0 to 1; the same on every library.
@@ -38,9 +41,22 @@ LatLon displaced(LatLon at, const ReportPlan& plan, std::mt19937& random) {
     return destination(at, normalizeAngle(std::atan2(east, north)), std::hypot(north, east) * feetPerMetre);
 }
 
-bool inGap(const ReportPlan& plan, double seconds) {
-    const double at = std::fmod(seconds, gapEvery);
+bool inGap(const ReportPlan& plan, const ScenarioFlight& f, double seconds) {
+    if (plan.real && f.lineUp && seconds >= *f.lineUp + lineUpFrom && seconds < *f.lineUp + lineUpUntil)
+        return true;
+    const double at = std::fmod(seconds - f.begin, gapEvery);
     return plan.gapSeconds > 0.0 && at >= gapFrom && at < gapFrom + plan.gapSeconds;
+}
+
+/// A surface message has the nose in steps instead of a track. Standing aircraft are sure of their speed.
+void sendAsTransponder(source::SourceReport& r, std::mt19937& random) {
+    const double noise = (2.0 * uniform(random) - 1.0) * speedNoise;
+    if (r.airborne)
+        return;
+    r.track = 0.0;
+    r.trueHeading = std::fmod(std::round(r.trueHeading / headingStep) * headingStep, 360.0);
+    if (r.groundSpeed > 0.5)
+        r.groundSpeed = std::max(r.groundSpeed + noise, 0.0);
 }
 
 /// The altitude of a landing aircraft freezes over the runway in some feeds.
@@ -76,6 +92,8 @@ source::SourceReport reportAt(const TruthScenario& s, const ScenarioFlight& f, d
     r.roll = r.airborne ? -t.bank * radToDeg : 0.0;
     r.trueHeading = t.heading * radToDeg;
     r.qnh = s.qnh;
+    if (s.plan.real)
+        sendAsTransponder(r, random);
     return r;
 }
 
@@ -88,7 +106,7 @@ std::vector<ScenarioLine> reportsOf(const TruthScenario& s, std::uint32_t seed, 
         const double phase = uniform(random) * std::min(s.plan.spacing, 2.0);
         for (double t = f.begin + phase; t <= f.end; t += s.plan.spacing) {
             const source::SourceReport r = reportAt(s, f, t, random); // drawn in gaps too: the noise stays the same
-            if (!inGap(s.plan, t - f.begin))
+            if (!inGap(s.plan, f, t))
                 lines.push_back({t, source::trafficLine(r, epoch + t, 0.0)});
         }
     }

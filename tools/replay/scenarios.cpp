@@ -22,19 +22,20 @@ constexpr Airframe large{"A320", "A3"}, heavy{"B77W", "A5"}, light{"C172", "A1"}
     highPerf{"F16", "A6"}, helicopter{"EC35", "A7"};
 
 constexpr std::string_view names[] = {
-    "climb-descent",    "go-around",      "helicopter",        "hold-short-10",      "hold-short-20",
-    "holding",          "ils-high",       "ils-high-1043",     "ils-high-983",       "ils-low",
-    "ils-low-1043",     "ils-low-983",    "ils-sea",           "ils-sea-1043",       "ils-sea-983",
-    "parked",           "push-back-left", "push-back-right",   "push-back-straight", "standing",
-    "take-off-buzjets", "take-off-heavy", "take-off-highperf", "take-off-large",     "take-off-light",
-    "taxi-170",         "taxi-45",        "taxi-90",           "touch-and-go",       "turns"};
+    "climb-descent",  "go-around",         "helicopter",         "hold-short-10",  "hold-short-20",
+    "holding",        "ils-buzjets",       "ils-heavy",          "ils-high",       "ils-high-1043",
+    "ils-high-983",   "ils-highperf",      "ils-light",          "ils-low",        "ils-low-1043",
+    "ils-low-983",    "ils-sea",           "ils-sea-1043",       "ils-sea-983",    "parked",
+    "push-back-left", "push-back-right",   "push-back-straight", "standing",       "take-off-buzjets",
+    "take-off-heavy", "take-off-highperf", "take-off-large",     "take-off-light", "taxi-170",
+    "taxi-45",        "taxi-90",           "touch-and-go",       "turns"};
 
 void addFlight(TruthScenario& s, FlownTrack flown, const Airframe& airframe) {
     ScenarioFlight f;
     const auto number = static_cast<std::uint32_t>(s.flights.size() + 1);
     f.hexid = 0x3C0000 + number;
     f.callsign = fmt::format("DLH{}", number);
-    f.regcode = fmt::format("D-AIA{}", static_cast<char>('A' + number - 1));
+    f.regcode = fmt::format("ZZ-K{:02}", number); // nobody's: a known one would bring its own type
     f.model = airframe.model;
     f.emitterCategory = airframe.category;
     f.end = flown.lead + flown.track.duration + flown.tail;
@@ -46,11 +47,24 @@ void addFlight(TruthScenario& s, FlownTrack flown, const Airframe& airframe) {
     s.flights.push_back(std::move(f));
 }
 
-/// Elevation and pressure of "ils-sea-983" and the like.
+/// Elevation and pressure of "ils-sea-983" and the like; "ils-heavy" and the like are at the usual field.
 void addLanding(TruthScenario& s, std::string_view name) {
-    s.elevation = name.starts_with("ils-sea") ? 10 : name.starts_with("ils-high") ? 5400 : -210;
-    s.qnh = name.ends_with("-983") ? 983 : name.ends_with("-1043") ? 1043 : 1013;
-    addFlight(s, instrumentLanding(s.elevation, 140), large);
+    struct Row {
+        std::string_view name;
+        Airframe airframe;
+        double knots, rollOut;
+    };
+    static constexpr Row rows[] = {{"ils-light", light, 65, 450},
+                                   {"ils-buzjets", buzjet, 110, 1200},
+                                   {"ils-heavy", heavy, 148, 2100},
+                                   {"ils-highperf", highPerf, 155, 2300}};
+    if (const auto row = std::ranges::find(rows, name, &Row::name); row != std::end(rows)) {
+        addFlight(s, instrumentLanding(s.elevation, row->knots, row->rollOut), row->airframe);
+    } else {
+        s.elevation = name.starts_with("ils-sea") ? 10 : name.starts_with("ils-high") ? 5400 : -210;
+        s.qnh = name.ends_with("-983") ? 983 : name.ends_with("-1043") ? 1043 : 1013;
+        addFlight(s, instrumentLanding(s.elevation, 140, 1900), large);
+    }
     s.flights.back().landingThreshold = source::placeOf(airport, runwayBegin);
 }
 
@@ -91,6 +105,11 @@ bool addTakeOff(TruthScenario& s, std::string_view category) {
     if (row == std::end(rows))
         return false;
     addFlight(s, takeOff(s.elevation, row->how), row->airframe);
+    ScenarioFlight& f = s.flights.back();
+    for (double t = f.begin; t < f.end && !f.truth(t).airborne; t += 0.1) {
+        if (f.truth(t).gs == 0.0)
+            f.lineUp = t;
+    }
     return true;
 }
 
@@ -137,6 +156,8 @@ bool addVariant(TruthScenario& s, std::string_view base, std::string_view varian
         p.gapSeconds = 31;
     else if (variant == "hover")
         p.hover = true;
+    else if (variant == "real")
+        p.real = true;
     else
         return false;
     return true;

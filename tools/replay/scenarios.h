@@ -39,6 +39,7 @@ struct ScenarioFlight {
     double begin = 0, end = 0;              ///< seconds between which reports are made
     std::optional<ScenarioStand> stand;     ///< where it stands at first
     std::optional<LatLon> landingThreshold; ///< of the runway it lands on
+    std::optional<double> lineUp;           ///< seconds at which it begins its run, lined up on the runway
 };
 
 /// How the receiver sees it.
@@ -48,6 +49,8 @@ struct ReportPlan {
     double outlierMetres = 0; ///< one report in 20 lies 15 to this many metres off; 0 = none
     double gapSeconds = 0;    ///< one gap of this length in the middle of each minute's reports; 0 = none
     bool hover = false;       ///< altitude frozen over the runway, see the scenarios that land
+    bool real = false; ///< on the ground as transponders send it: no track, heading in steps, speed with noise, and
+                       ///< nothing for a while at line-up
 };
 
 struct TruthScenario {
@@ -71,8 +74,8 @@ struct ScenarioLine {
 
 /// Names without variants, sorted.
 std::vector<std::string> scenarioNames();
-/// NAME or NAME followed by variants, each after a '+': "noise", "2s", "5s", "10s", "gaps", "hover". Nothing for a name
-/// that is not known.
+/// NAME or NAME followed by variants, each after a '+': "noise", "2s", "5s", "10s", "gaps", "hover", "real". Nothing
+/// for a name that is not known.
 std::optional<TruthScenario> makeScenario(std::string_view name);
 /// All reports in order of time. `epoch` is the feed's time at second 0.
 std::vector<ScenarioLine> reportsOf(const TruthScenario& scenario, std::uint32_t seed, double epoch);
