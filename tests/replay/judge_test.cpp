@@ -7,6 +7,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
+#include <memory>
 #include <random>
 
 namespace kes::replay {
@@ -35,6 +36,14 @@ TEST(Series, QuantilesComeWithinABinOfTheTruth) {
     }
     EXPECT_EQ(series.count(), 20000U);
     EXPECT_EQ(series.maximum(), values.back());
+    Series whole, part;
+    for (int i = 0; i < 20000; ++i)
+        (i < 13000 ? whole : part).add(values[i], {7, i});
+    whole.add(part);
+    EXPECT_EQ(whole.quantile(0.95), series.quantile(0.95));
+    EXPECT_EQ(whole.maximum(), series.maximum());
+    EXPECT_EQ(values.at(static_cast<std::size_t>(whole.worst().tick)), values.back());
+    EXPECT_EQ(whole.count(), 20000U);
     series.add(std::numeric_limits<double>::quiet_NaN(), {9, 5});
     EXPECT_EQ(series.worst().aircraft, 9U) << "what is no number is the worst there can be";
 }
@@ -73,8 +82,8 @@ TEST(Baselines, DrawWhatTheirNamesSay) {
 
 /// Moves north at a speed for a while and adds what `change` makes of each pose.
 template <typename Change>
-Board judged(Phase phase, double metresPerTick, int ticks, const Reference* r, Change change) {
-    Board board;
+std::unique_ptr<Board> judged(Phase phase, double metresPerTick, int ticks, const Reference* r, Change change) {
+    auto board = std::make_unique<Board>(); // too big for the stack
     Watched w;
     for (int i = 0; i < ticks; ++i) {
         Pose pose;
@@ -83,26 +92,26 @@ Board judged(Phase phase, double metresPerTick, int ticks, const Reference* r, C
         pose.lon = at.lon;
         pose.onGround = phase == Phase::taxi || phase == Phase::parked || phase == Phase::pushBack;
         change(pose, i);
-        watch(board, w, pose, phase, r, {0, i});
+        watch(*board, w, pose, phase, r, {0, i});
     }
     return board;
 }
 
 TEST(Judge, SeesEachFaultAndNothingElse) {
     const auto nothing = [](Pose&, int) {};
-    Board calm = judged(Phase::air, 0.7, 500, nullptr, nothing);
+    const auto calm = judged(Phase::air, 0.7, 500, nullptr, nothing);
     for (const Metric m : {Metric::jump, Metric::turnRate, Metric::nose, Metric::bank})
-        EXPECT_LT(calm.of(m, Phase::air).maximum(), 1e-5) << nameOf(m).key;
+        EXPECT_LT(calm->of(m, Phase::air).maximum(), 1e-5) << nameOf(m).key;
 
-    Board jump =
+    const auto jump =
         judged(Phase::air, 0.7, 500, nullptr, [](Pose& p, int i) { p.lat += i >= 300 ? 5 / metresPerDegree : 0; });
-    EXPECT_NEAR(jump.of(Metric::jump, Phase::air).maximum(), 5, 1e-3);
-    EXPECT_EQ(jump.of(Metric::jump, Phase::air).worst().tick, 300);
+    EXPECT_NEAR(jump->of(Metric::jump, Phase::air).maximum(), 5, 1e-3);
+    EXPECT_EQ(jump->of(Metric::jump, Phase::air).worst().tick, 300);
 
-    Board skew = judged(Phase::taxi, 0.05, 500, nullptr, [](Pose& p, int) { p.heading = 350 * degToRad; });
-    EXPECT_NEAR(skew.of(Metric::nose, Phase::taxi).maximum(), 10, 1e-6);
-    Board tail = judged(Phase::pushBack, 0.015, 500, nullptr, [](Pose& p, int) { p.heading = 178 * degToRad; });
-    EXPECT_NEAR(tail.of(Metric::nose, Phase::pushBack).maximum(), 2, 1e-6) << "tail first is right here";
+    const auto skew = judged(Phase::taxi, 0.05, 500, nullptr, [](Pose& p, int) { p.heading = 350 * degToRad; });
+    EXPECT_NEAR(skew->of(Metric::nose, Phase::taxi).maximum(), 10, 1e-6);
+    const auto tail = judged(Phase::pushBack, 0.015, 500, nullptr, [](Pose& p, int) { p.heading = 178 * degToRad; });
+    EXPECT_NEAR(tail->of(Metric::nose, Phase::pushBack).maximum(), 2, 1e-6) << "tail first is right here";
 
     // 3 degrees a second to the right at 70 m/s want 20.5 degrees of bank.
     const auto turning = [](double bankRight) {
@@ -111,27 +120,36 @@ TEST(Judge, SeesEachFaultAndNothingElse) {
             p.bank = -bankRight * degToRad;
         };
     };
-    Board right = judged(Phase::air, 0.7, 500, nullptr, turning(20.5));
-    EXPECT_LT(right.of(Metric::bank, Phase::air).maximum(), 0.1);
-    EXPECT_EQ(right.of(Metric::wrongBank, Phase::air).maximum(), 0);
-    EXPECT_NEAR(right.of(Metric::turnRate, Phase::air).maximum(), 3, 1e-6);
-    Board wrong = judged(Phase::air, 0.7, 500, nullptr, turning(-20.5));
-    EXPECT_EQ(wrong.of(Metric::wrongBank, Phase::air).mean(), 1);
+    const auto right = judged(Phase::air, 0.7, 500, nullptr, turning(20.5));
+    EXPECT_LT(right->of(Metric::bank, Phase::air).maximum(), 0.1);
+    EXPECT_EQ(right->of(Metric::wrongBank, Phase::air).maximum(), 0);
+    EXPECT_NEAR(right->of(Metric::turnRate, Phase::air).maximum(), 3, 1e-6);
+    const auto wrong = judged(Phase::air, 0.7, 500, nullptr, turning(-20.5));
+    EXPECT_EQ(wrong->of(Metric::wrongBank, Phase::air).mean(), 1);
 
     Reference off;
     off.at = placeAt(0, -3);
-    Board place = judged(Phase::air, 0.0, 100, &off, nothing);
-    EXPECT_NEAR(place.of(Metric::across, Phase::air).maximum(), 3, 1e-3);
-    EXPECT_LT(place.of(Metric::along, Phase::air).maximum(), 1e-3);
+    const auto place = judged(Phase::air, 0.0, 100, &off, nothing);
+    EXPECT_NEAR(place->of(Metric::across, Phase::air).maximum(), 3, 1e-3);
+    EXPECT_LT(place->of(Metric::along, Phase::air).maximum(), 1e-3);
+
+    Board& board = *calm;
+    judgeWay(board, {12, 7}, Phase::taxi, {0, 10});
+    judgeWay(board, {12, -3}, Phase::taxi, {0, 20});
+    const auto means = [&](Metric m) { return board.of(m, Phase::taxi).mean(); };
+    EXPECT_EQ(means(Metric::way), 12);
+    EXPECT_EQ(means(Metric::time), 5);
+    EXPECT_EQ(means(Metric::late), 3.5);
+    EXPECT_EQ(means(Metric::early), 1.5);
 
     Reference rest;
     rest.standing = true;
-    EXPECT_EQ(judged(Phase::parked, 0, 4000, &rest, nothing).of(Metric::restPath, Phase::parked).maximum(), 0);
-    Board twitch = judged(Phase::parked, 0, 4000, &rest, [](Pose& p, int i) {
+    EXPECT_EQ(judged(Phase::parked, 0, 4000, &rest, nothing)->of(Metric::restPath, Phase::parked).maximum(), 0);
+    const auto twitch = judged(Phase::parked, 0, 4000, &rest, [](Pose& p, int i) {
         p.lat += (i / 100 % 2 == 0 ? 0 : (i % 100) * 0.01) / metresPerDegree; // a metre forth, and back at once
     });
-    EXPECT_NEAR(twitch.of(Metric::twitches, Phase::parked).maximum(), 30, 6.1);
-    EXPECT_GT(twitch.of(Metric::restPath, Phase::parked).maximum(), 50);
+    EXPECT_NEAR(twitch->of(Metric::twitches, Phase::parked).maximum(), 30, 6.1);
+    EXPECT_GT(twitch->of(Metric::restPath, Phase::parked).maximum(), 50);
 }
 
 TEST(ReplayOptions, TellWhatIsWrong) {

@@ -1,9 +1,15 @@
 // Whole replays of scenarios: the same bytes for the same seed, and motion that stays as good as it is.
+#include "reference/reference.h"
 #include "support.h"
 #include "tools/replay/replay.h"
+#include "tools/replay/scenarios.h"
+#include "world/source/report_line.h"
 
+#include <fstream>
 #include <gtest/gtest.h>
+#include <map>
 #include <nlohmann/json.hpp>
+#include <set>
 
 namespace kes::replay {
 namespace {
@@ -19,8 +25,9 @@ struct ReplayTest : testing::Test {
         std::error_code ignored;
         std::filesystem::remove_all(folder, ignored);
     }
-    Result replay(const std::string& feed, std::uint32_t seed = 1, const char* out = "out") const {
+    Result replay(const std::string& feed, std::uint32_t seed = 1, const char* out = "out", double minutes = 0) const {
         Options o;
+        o.minutes = minutes;
         o.feed = feed;
         o.seed = seed;
         o.out = folder / out;
@@ -60,7 +67,7 @@ TEST_F(ReplayTest, ALandingIsSoftAndInItsPlaceAtEveryElevation) {
         EXPECT_LT(worst(r, Metric::floatTime, Phase::flare), 10) << feed;
         EXPECT_EQ(worst(r, Metric::belowGround, Phase::flare), 0) << feed;
         EXPECT_LT(worst(r, Metric::jump, Phase::approach), 0.05) << feed;
-        EXPECT_LT(worst(r, Metric::path, Phase::rollOut), 10) << feed;
+        EXPECT_LT(worst(r, Metric::way, Phase::rollOut), 10) << feed;
     }
 }
 
@@ -71,7 +78,7 @@ TEST_F(ReplayTest, TurnsCornersAndRestStayAsGoodAsTheyAre) {
     EXPECT_LT(worst(turns, Metric::jump, Phase::air), 0.01);
     EXPECT_LT(turns.boards[0]->of(Metric::wrongBank, Phase::air).mean(), 0.02);
     const Result corners = replay("taxi-45");
-    EXPECT_LT(worst(corners, Metric::path, Phase::taxi), 8);
+    EXPECT_LT(worst(corners, Metric::way, Phase::taxi), 8);
     EXPECT_LT(worst(corners, Metric::turnRate, Phase::taxi), 15);
     const Result rest = replay("parked+noise");
     const Series& path = rest.boards[0]->of(Metric::restPath, Phase::parked);
@@ -81,6 +88,90 @@ TEST_F(ReplayTest, TurnsCornersAndRestStayAsGoodAsTheyAre) {
     EXPECT_LT(worst(push, Metric::nose, Phase::pushBack), 1);
     for (const Result* r : {&turns, &corners, &rest, &push})
         EXPECT_TRUE(r->faults.empty()) << r->feed;
+}
+
+/// A recording of one aircraft at 15,000 ft: straight for two minutes, then a turn to the right.
+std::string recordedTurn(const std::filesystem::path& file) {
+    std::ofstream out(file);
+    const LatLon begin{50.2, 8.1}, centre = destination(begin, pi / 2, 3 * feetPerNm);
+    for (int t = 0; t <= 240; t += 5) {
+        const double knots = 240, past = (t - 120) * knots / 3600.0; // nautical miles
+        const double turned = std::max(past, 0.0) / 3.0;             // radians
+        const LatLon at = past < 0 ? destination(begin, pi, -past * feetPerNm)
+                                   : destination(centre, normalizeAngle(turned - pi / 2), 3 * feetPerNm);
+        source::SourceReport r;
+        r.hexid = 0x3C1234;
+        r.place = at;
+        r.altitude = 15000;
+        r.airborne = true;
+        r.track = turned * radToDeg;
+        r.groundSpeed = r.trueAirspeed = knots;
+        r.callsign = "DLH77";
+        r.model = "A320";
+        r.regcode = "ZZ-K77";
+        r.origin = r.destination = "null";
+        r.category = "A3";
+        out << source::trafficLine(r, 1.75e9 + t, 0.0) << "\n";
+    }
+    return file.string();
+}
+
+TEST_F(ReplayTest, WayAndTimeAreMeasuredAgainstTheRightLine) {
+    const auto most = [](const Result& r, std::size_t way, Metric metric) {
+        Series all;
+        for (std::size_t p = 0; p < phaseCount; ++p)
+            all.add(r.boards[way]->of(metric, static_cast<Phase>(p)));
+        EXPECT_GT(all.count(), 1000U) << r.feed << " " << wayNames[way];
+        return all.maximum();
+    };
+    const Result recorded = replay(recordedTurn(folder / "turn.txt"));
+    for (const std::size_t straight : {1U, 2U}) {
+        EXPECT_LT(most(recorded, straight, Metric::way), 0.01) << "it is the line itself";
+        EXPECT_LT(most(recorded, straight, Metric::time), 0.01);
+    }
+    // The arc rises by s^2 / 8r over its chord of 617 m: 8.6 m.
+    EXPECT_NEAR(most(recorded, 3, Metric::way), 8.6, 0.5);
+    EXPECT_LT(most(recorded, 3, Metric::time), 0.3);
+    EXPECT_LT(most(recorded, 0, Metric::way), 30);
+    EXPECT_LT(most(recorded, 0, Metric::late), 5);
+
+    const Result known = replay("turns+10s");
+    EXPECT_NEAR(most(known, 1, Metric::way), 84, 10) << "a chord of 1286 m in turns of 2456 m radius";
+    EXPECT_LT(most(known, 1, Metric::time), 1);
+    EXPECT_NEAR(most(known, 3, Metric::way), 10, 5);
+    EXPECT_LT(most(known, 0, Metric::time), 10);
+    EXPECT_EQ(std::max(most(known, 0, Metric::early), most(known, 0, Metric::late)), most(known, 0, Metric::time));
+    const auto json = nlohmann::json::parse(metricsJson(known));
+    EXPECT_NEAR(json["ways"]["A straight"]["way"]["all"]["max"], most(known, 1, Metric::way), 1e-3);
+    EXPECT_EQ(json["flown"][0]["category"], "Large");
+
+    // Ours rolls over a stop of ten seconds that the truth makes: from then on it is early.
+    const Result hold = replay("hold-short-10+2s");
+    EXPECT_GT(worst(hold, Metric::early, Phase::taxi), 4);
+    EXPECT_LT(worst(hold, Metric::way, Phase::taxi), 3);
+}
+
+TEST_F(ReplayTest, EachScenarioFliesItsOwnTypeAndCategory) {
+    const std::map<std::string, std::string> categories{{"A320", "Large"},   {"B77W", "Heavy"},
+                                                        {"C172", "Light"},   {"C25A", "Buzjets"},
+                                                        {"F16", "HighPerf"}, {"EC35", "Rotorcraft"}};
+    std::set<std::string> flown;
+    for (const std::string& name : scenarioNames()) {
+        const Result r = replay(name, 1, "out", 1);
+        const auto s = makeScenario(name);
+        ASSERT_EQ(r.flown.size(), s->flights.size()) << name;
+        for (std::size_t i = 0; i < r.flown.size(); ++i) {
+            const ScenarioFlight& f = s->flights[i];
+            EXPECT_FALSE(lookupRegcode(f.regcode)) << name << ": " << f.regcode << " is somebody's";
+            EXPECT_EQ(r.flown[i].model, f.model) << name;
+            EXPECT_EQ(r.flown[i].category, categories.at(f.model)) << name;
+            EXPECT_NE(r.flown[i].title.find(" " + f.model + " "), std::string::npos)
+                << name << ": " << r.flown[i].title;
+            EXPECT_EQ(r.map.aircraft.at(i).model, f.model) << name;
+            flown.insert(r.flown[i].category);
+        }
+    }
+    EXPECT_EQ(flown.size(), categories.size());
 }
 
 TEST_F(ReplayTest, TellsWhatCannotBeReplayed) {

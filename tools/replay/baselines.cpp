@@ -13,11 +13,22 @@ constexpr double standingSpeed = 1.0;   ///< knots
 constexpr double standingMetres = 25.0; ///< noise of a standing receiver
 constexpr double rollingSpeed = 3.0;    ///< knots
 
+bool stands(const Report& from, const Report& to, double metres) {
+    return !from.airborne && !to.airborne && std::max(from.gs, to.gs) < standingSpeed && metres < standingMetres;
+}
+
 } // namespace
 
 void Baselines::add(const Report& report) {
     if (reports_.empty() || report.tick > reports_.back().tick)
         reports_.push_back(report);
+}
+
+bool Baselines::endsStanding() const {
+    if (reports_.size() < 2)
+        return false;
+    const Report &from = reports_[reports_.size() - 2], &to = reports_.back();
+    return stands(from, to, distanceNm(from.at, to.at) * metresPerNm);
 }
 
 bool Baselines::moveTo(std::int32_t tick) {
@@ -95,9 +106,8 @@ Reference Baselines::reference() const {
     r.track = chord_;
     const double metres = std::hypot(east_, north_);
     r.gs = metres / seconds_ / metresPerSecondPerKnot;
-    const bool ground = !from.airborne && !to.airborne;
-    r.standing = ground && std::max(from.gs, to.gs) < standingSpeed && metres < standingMetres;
-    r.rolling = ground && std::min(from.gs, to.gs) > rollingSpeed;
+    r.standing = stands(from, to, metres);
+    r.rolling = !from.airborne && !to.airborne && std::min(from.gs, to.gs) > rollingSpeed;
     return r;
 }
 

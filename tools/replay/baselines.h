@@ -25,6 +25,8 @@ struct Report {
 class Baselines {
 public:
     void add(const Report& report);
+    /// It stands from the last but one report to the last.
+    bool endsStanding() const;
     /// Moves on to a tick; false while it does not lie between two reports. Ticks must not run backwards.
     bool moveTo(std::int32_t tick);
     /// The three poses at the tick moved to.

@@ -22,7 +22,10 @@ constexpr std::int32_t sinkTicks = 50;
 
 constexpr std::array<MetricName, metricCount> names{{{"across", "m", false},
                                                      {"along", "m", false},
-                                                     {"off path", "m", false},
+                                                     {"way", "m", false},
+                                                     {"time", "s", false},
+                                                     {"early", "s", false},
+                                                     {"late", "s", false},
                                                      {"height", "ft", false},
                                                      {"jump", "m", true},
                                                      {"turn rate", "deg/s", true},
@@ -159,6 +162,13 @@ void watch(Board& board, Watched& w, const Pose& pose, Phase phase, const Refere
     }
     if (reference != nullptr)
         judgeRest(board, w, std::fabs(turn), phase, *reference, place);
+}
+
+void judgeWay(Board& board, const OnWay& on, Phase phase, Place place) {
+    board.add(Metric::way, phase, on.metres, place);
+    board.add(Metric::time, phase, std::fabs(on.late), place);
+    board.add(Metric::early, phase, std::max(-on.late, 0.0), place);
+    board.add(Metric::late, phase, std::max(on.late, 0.0), place);
 }
 
 double recentSink(const Watched& w) {

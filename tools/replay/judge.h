@@ -3,6 +3,7 @@
 
 #include "tools/replay/pose.h"
 #include "tools/replay/series.h"
+#include "tools/replay/way.h"
 
 #include <array>
 #include <memory>
@@ -11,9 +12,12 @@
 namespace kes::replay {
 
 enum class Metric : std::uint8_t {
-    across,            ///< metres off the reference, across its track
-    along,             ///< metres, along its track
-    path,              ///< metres off the true way, whenever the truth was there
+    across, ///< metres off the reference, across its track
+    along,  ///< metres, along its track
+    way,    ///< metres off the way, whenever the reference was there
+    time,   ///< seconds before or after the reference was at that place of the way
+    early,
+    late,              ///< the same, where it is ahead and where it is behind; else 0
     height,            ///< feet off the reference, in the air
     jump,              ///< metres by which a tick moves on farther than the tick before
     turnRate,          ///< degrees per second
@@ -31,7 +35,7 @@ enum class Metric : std::uint8_t {
     floatTime,         ///< seconds from the flare to the touchdown
     belowGround        ///< feet below standing height over the terrain, in the air
 };
-inline constexpr std::size_t metricCount = 19;
+inline constexpr std::size_t metricCount = 22;
 struct MetricName {
     std::string_view key, unit;
     bool everyTick; ///< else every tenth
@@ -67,6 +71,7 @@ struct Watched {
 
 /// Takes one tick. `reference` may be null where nothing is known. A gap in the ticks calls for a fresh Watched.
 void watch(Board& board, Watched& watched, const Pose& pose, Phase phase, const Reference* reference, Place place);
+void judgeWay(Board& board, const OnWay& on, Phase phase, Place place);
 /// Feet per minute down over the last half second, the tick just taken included; nothing before that is known.
 double recentSink(const Watched& watched);
 

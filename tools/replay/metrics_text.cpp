@@ -48,20 +48,29 @@ std::string metricsJson(const Result& result) {
     j["objects"] = result.objects;
     j["overspeed"] = {{"largest", rounded(result.overspeed.worst().ratio)},
                       {"objects_above_1.5", result.overspeed.dashing()}};
+    for (std::size_t i = 0; i < result.flown.size(); ++i) {
+        if (const Flown& f = result.flown[i]; !f.model.empty())
+            j["flown"].push_back(
+                {{"aircraft", result.names[i]}, {"model", f.model}, {"category", f.category}, {"title", f.title}});
+    }
     j["internal_checks"] = result.faults;
     for (std::size_t way = 0; way < wayCount; ++way) {
         Json& ways = j["ways"][std::string(wayNames[way])];
         ways = Json::object();
         for (std::size_t m = 0; m < metricCount; ++m) {
             const auto metric = static_cast<Metric>(m);
+            Series all;
+            Json phases;
             for (std::size_t p = 0; p < phaseCount; ++p) {
                 const Series& s = result.boards[way]->of(metric, static_cast<Phase>(p));
                 if (s.count() == 0)
                     continue;
-                Json& entry = ways[std::string(nameOf(metric).key)];
-                entry["unit"] = nameOf(metric).unit;
-                entry["phases"][std::string(text(static_cast<Phase>(p)))] = seriesJson(result, s);
+                all.add(s);
+                phases[std::string(text(static_cast<Phase>(p)))] = seriesJson(result, s);
             }
+            if (all.count() > 0)
+                ways[std::string(nameOf(metric).key)] = {
+                    {"unit", nameOf(metric).unit}, {"all", seriesJson(result, all)}, {"phases", std::move(phases)}};
         }
     }
     return j.dump(1, ' ', false, Json::error_handler_t::replace) + "\n";

@@ -18,11 +18,17 @@ namespace kes::replay {
 inline constexpr std::size_t wayCount = 4;
 inline constexpr std::array<std::string_view, wayCount> wayNames{"Kestrelune", "A straight", "B reported", "C Hermite"};
 
+/// What the program made of an aircraft.
+struct Flown {
+    std::string model, category, title; ///< of the record; the title is that of the simulator's object
+};
+
 struct Result {
     std::string feed;
     bool truthKnown = false; ///< else the reference of the first two measures is the line between the reports
     std::array<std::unique_ptr<Board>, wayCount> boards;
     std::vector<std::string> names; ///< of the aircraft, by their place
+    std::vector<Flown> flown;       ///< by their place, empty texts for those that never came in
     MapPage map;
     Overspeed overspeed;
     std::int32_t ticks = 0;

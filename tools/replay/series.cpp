@@ -29,6 +29,17 @@ void Series::add(double value, Place place) {
     }
 }
 
+void Series::add(const Series& other) {
+    for (std::size_t i = 0; i < bins_.size(); ++i)
+        bins_[i] += other.bins_[i];
+    count_ += other.count_;
+    sum_ += other.sum_;
+    if (other.maximum_ > maximum_) {
+        maximum_ = other.maximum_;
+        worst_ = other.worst_;
+    }
+}
+
 double Series::quantile(double part) const {
     if (count_ == 0)
         return 0.0;

@@ -3,6 +3,7 @@
 #include "core/run_state.h"
 #include "feed/report_queue.h"
 #include "traffic/life_cycle.h"
+#include "world/simulator/inproc.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,6 +17,7 @@ namespace {
 constexpr std::size_t rowBuffer = 1 << 20;
 constexpr std::int32_t everyForScenario = 10, everyForRecording = 100;
 constexpr std::int32_t mapEvery = 100, sampleEvery = 10;
+constexpr double wayBehind = 90.0;      ///< seconds of a way that are kept behind what is shown
 constexpr double nearGroundAgl = 500.0; ///< feet
 constexpr double knotsPerMetreAndTick = 100.0 * 3600.0 / metresPerNm;
 
@@ -32,8 +34,23 @@ Truth truthAt(const ScenarioFlight& flight, std::int32_t tick) {
     return flight.truth(secondsOf(tick));
 }
 
+bool stands(const Truth& t) {
+    return !t.airborne && t.gs < 0.1;
+}
+
+/// In seconds of the replay at which it is to be shown.
+void layTrueWay(Way& way, const ScenarioFlight& flight) {
+    constexpr int pointsPerSecond = 4;
+    const auto count = static_cast<int>(std::ceil((flight.end - flight.begin) * pointsPerSecond));
+    for (int i = 0; i <= count; ++i) {
+        const double seconds = std::min(flight.begin + static_cast<double>(i) / pointsPerSecond, flight.end);
+        const Truth t = flight.truth(seconds);
+        way.add(seconds + showDelayTicks / 100.0, t.at, stands(t));
+    }
+}
+
 Reference referenceOf(const Truth& t) {
-    return {t.at, t.alt, t.track, t.gs, !t.airborne && t.gs < 0.1, !t.airborne && t.gs > 3.0};
+    return {t.at, t.alt, t.track, t.gs, stands(t), !t.airborne && t.gs > 3.0};
 }
 
 bool inAir(Phase phase) {
@@ -100,10 +117,11 @@ Stage::Seen& Stage::seenOf(std::uint32_t hexid) {
         const auto flight = std::ranges::find(scenario->flights, hexid, &ScenarioFlight::hexid);
         if (flight != scenario->flights.end()) {
             seen.flight = &*flight;
-            seen.path.emplace(*flight);
+            layTrueWay(seen.way, *flight);
         }
     }
     result_.names.push_back(fmt::format("{:06X}", hexid));
+    result_.flown.emplace_back();
     result_.map.aircraft.emplace_back().callsign = result_.names.back();
     return seen;
 }
@@ -128,8 +146,13 @@ void Stage::takeNewestReport(std::int32_t base) {
     r.heading = s.trueHeadingValid ? s.trueHeading : r.track;
     r.bank = s.bankValid ? s.bank : 0.0;
     seen.baselines.add(r);
+    if (seen.flight == nullptr) {
+        seen.way.forgetBefore((r.tick - 2 * showDelayTicks) / 100.0 - wayBehind);
+        seen.way.add(r.tick / 100.0, r.at, seen.baselines.endsStanding());
+    }
     MapAircraft& drawn = result_.map.aircraft[seen.place];
-    drawn.model = newest.model;
+    if (drawn.model.empty())
+        drawn.model = newest.model;
     if (!newest.callsign.empty())
         result_.names[seen.place] = drawn.callsign = newest.callsign;
     drawn.reports.push_back({r.tick / 100.0, s.lat, s.lon, r.alt, s.gs,
@@ -154,9 +177,19 @@ void Stage::look(std::int32_t tick) {
         flushRows();
 }
 
+void Stage::noteFlown(Seen& seen, const LiveAircraft& a) {
+    seen.object = a.objectid;
+    const auto object = world::inprocObject(a.objectid);
+    result_.flown[seen.place] = {a.model, std::string(text(a.category)), object ? object->title : std::string()};
+    result_.map.aircraft[seen.place].model = a.model;
+}
+
 void Stage::lookAt(Seen& seen, const LiveAircraft& a, std::int32_t tick) {
+    if (seen.object != a.objectid)
+        noteFlown(seen, a);
     if (seen.lastTick != tick - 1) {
         seen.watched = {};
+        seen.followers[0] = {};
         seen.wasOnGround = a.onGround;
         seen.flareBegin = -1;
     }
@@ -175,13 +208,15 @@ void Stage::lookAt(Seen& seen, const LiveAircraft& a, std::int32_t tick) {
         known = false;
     watch(*result_.boards[0], seen.watched[0], pose, phase, known ? &reference : nullptr, place);
     if (known)
-        judgePath(seen, 0, pose.position(), phase, place);
+        follow(seen, 0, pose.position(), phase, place);
     judgeLanding(seen, a, pose, phase, place);
-    if (between != seen.baselinesRun)
+    if (between != seen.baselinesRun) {
         std::fill(seen.watched.begin() + 1, seen.watched.end(), Watched{});
+        std::fill(seen.followers.begin() + 1, seen.followers.end(), WayFollower{});
+    }
     seen.baselinesRun = between;
     if (between)
-        judgeBaselines(seen, phase, seen.flight != nullptr && known ? &reference : nullptr, place);
+        judgeBaselines(seen, phase, seen.flight != nullptr && known ? &reference : nullptr, known, place);
     if (tick % every_ == 0)
         writeRow(seen, a, phase, tick);
     if (tick % mapEvery == 0) {
@@ -192,9 +227,11 @@ void Stage::lookAt(Seen& seen, const LiveAircraft& a, std::int32_t tick) {
     }
 }
 
-void Stage::judgePath(const Seen& seen, std::size_t way, LatLon at, Phase phase, Place place) {
-    if (seen.path && place.tick % sampleEvery == 0)
-        result_.boards[way]->add(Metric::path, phase, seen.path->metresOff(at, secondsOf(place.tick)), place);
+void Stage::follow(Seen& seen, std::size_t way, LatLon at, Phase phase, Place place) {
+    if (place.tick % sampleEvery != 0)
+        return;
+    if (const auto on = seen.followers[way].follow(seen.way, at, place.tick / 100.0))
+        judgeWay(*result_.boards[way], *on, phase, place);
 }
 
 void Stage::judgeLanding(Seen& seen, const LiveAircraft& a, const Pose& pose, Phase phase, Place place) {
@@ -219,13 +256,14 @@ void Stage::judgeLanding(Seen& seen, const LiveAircraft& a, const Pose& pose, Ph
     seen.wasOnGround = a.onGround;
 }
 
-void Stage::judgeBaselines(Seen& seen, Phase phase, const Reference* reference, Place place) {
+void Stage::judgeBaselines(Seen& seen, Phase phase, const Reference* reference, bool known, Place place) {
     const bool lands = seen.baselines.touchesDown();
     for (std::size_t i = 0; i < seen.baselines.poses().size(); ++i) {
         const Pose& pose = seen.baselines.poses()[i];
         Board& board = *result_.boards[i + 1];
         watch(board, seen.watched[i + 1], pose, phase, reference, place);
-        judgePath(seen, i + 1, pose.position(), phase, place);
+        if (known)
+            follow(seen, i + 1, pose.position(), phase, place);
         if (!lands)
             continue;
         board.add(Metric::sinkRate, Phase::flare, recentSink(seen.watched[i + 1]), place);

@@ -4,7 +4,7 @@
 #include "tools/replay/baselines.h"
 #include "tools/replay/replay.h"
 #include "tools/replay/replay_feed.h"
-#include "tools/replay/true_path.h"
+#include "tools/replay/way.h"
 #include "traffic/live_aircraft.h"
 #include "world/simulator/terrain.h"
 
@@ -13,7 +13,6 @@
 #include <deque>
 #include <fmt/format.h>
 #include <memory>
-#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -44,15 +43,18 @@ private:
         Baselines baselines;
         std::array<Watched, wayCount> watched;
         std::int32_t lastTick = -1, flareBegin = -1;
+        std::uint32_t object = 0; ///< the simulator's id of what was seen last
         bool wasOnGround = true, baselinesRun = false;
         const ScenarioFlight* flight = nullptr;
-        std::optional<TruePath> path;
+        Way way; ///< the true one, or the line between the reports
+        std::array<WayFollower, wayCount> followers;
     };
     Seen& seenOf(std::uint32_t hexid);
     void lookAt(Seen& seen, const LiveAircraft& aircraft, std::int32_t tick);
+    void noteFlown(Seen& seen, const LiveAircraft& aircraft);
     void judgeLanding(Seen& seen, const LiveAircraft& aircraft, const Pose& pose, Phase phase, Place place);
-    void judgeBaselines(Seen& seen, Phase phase, const Reference* reference, Place place);
-    void judgePath(const Seen& seen, std::size_t way, LatLon at, Phase phase, Place place);
+    void judgeBaselines(Seen& seen, Phase phase, const Reference* reference, bool known, Place place);
+    void follow(Seen& seen, std::size_t way, LatLon at, Phase phase, Place place);
     void writeRow(const Seen& seen, const LiveAircraft& aircraft, Phase phase, std::int32_t tick);
     void flushRows();
 
