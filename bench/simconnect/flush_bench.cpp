@@ -103,16 +103,24 @@ bool measure() {
     Socket plain;
     Drain plainDrain, clientDrain;
     FrameContext frame{nullptr};
-    if (plain.connectTcp("127.0.0.1", port, 1000) != 0 || listener.accept(plainDrain.socket, 1000).bytes != 0 ||
-        failed(SimConnect_Open(&frame.client, "bench")) || listener.accept(clientDrain.socket, 1000).bytes != 0) {
+    if (plain.connectTcp("127.0.0.1", port, 1000) != 0 || listener.accept(plainDrain.socket, 1000).bytes != 0) {
         std::fprintf(stderr, "no connection\n");
+        return false;
+    }
+    std::thread simulator([&] {
+        std::array<DWORD, 77> open{308, 4, 2};
+        if (listener.accept(clientDrain.socket, 5000).bytes == 0)
+            clientDrain.socket.sendAll({reinterpret_cast<const char*>(open.data()), sizeof open}, 1000);
+    });
+    const HRESULT opened = SimConnect_Open(&frame.client, "bench");
+    simulator.join();
+    if (failed(opened)) {
+        std::fprintf(stderr, "no answer\n");
         return false;
     }
     plain.setNoDelay();
     clientDrain.socket.setNoDelay();
-    std::array<DWORD, 77> open{308, 4, 2};
     std::array<DWORD, 8> event{32, 4, 7, unused, 204, 0, 0, 0};
-    clientDrain.socket.sendAll({reinterpret_cast<const char*>(open.data()), sizeof open}, 1000);
     plainDrain.start();
     clientDrain.start();
 

@@ -3,6 +3,7 @@
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/text.h"
+#include "platform/system.h"
 
 #include <algorithm>
 #include <charconv>
@@ -112,7 +113,9 @@ std::optional<ConnectConfig> loadConfig(std::uint32_t index) {
             return std::nullopt;
         ConnectConfig standard;
         standard.port = defaultPort;
-        logWhenNew(fmt::format("No {}, the simulator is looked for at {}:{}", fileName, standard.address, defaultPort));
+        logWhenNew(fmt::format("No {}, the simulator is looked for at {}:{}. On this PC its SimConnect.xml needs a "
+                               "listener with protocol IPv4 and that port, see Manual 3",
+                               fileName, standard.address, defaultPort));
         return standard;
     }
     std::ifstream file(path, std::ios::binary);
@@ -122,6 +125,8 @@ std::optional<ConnectConfig> loadConfig(std::uint32_t index) {
     std::optional<ConnectConfig> config = parseConfig(text, index);
     if (config && config->port.empty())
         config->port = defaultPort;
+    if (config)
+        config->file = platform::pathText(path);
     if (!config)
         logWhenNew(fmt::format("! {} has no section for index {}", fileName, index));
     return config;

@@ -11,7 +11,7 @@
 namespace kes::simconnect {
 
 /// The simulators have no port of their own: it is whatever their SimConnect.xml says. This one, used in most written
-/// examples, is tried on this machine when no file names another, so that a first start needs no file.
+/// examples, is tried on this machine when no file names another, so that a user with one PC needs no file.
 inline constexpr char defaultPort[] = "5111";
 
 struct ConnectConfig {
@@ -20,6 +20,7 @@ struct ConnectConfig {
     std::string port;                     ///< "1" to "65535"; empty = not told
     std::uint32_t maxReceiveSize = 41088; ///< bytes
     bool disableNagle = false;            ///< read for completeness: this client always sends without delay
+    std::string file;                     ///< where this was read, for messages; empty = no file
 };
 
 /// The section of an index; keys and section names without regard to case. Nothing when it is not there.

@@ -1,8 +1,10 @@
 #include "simconnect/connection.h"
 
 #include "core/log.h"
+#include "simconnect/config.h"
 #include "simconnect/wire.h"
 
+#include <chrono>
 #include <cstring>
 #include <fmt/format.h>
 #include <iterator>
@@ -133,11 +135,14 @@ HRESULT finish(Connection& c, DispatchProc proc, void* context) {
     return S_OK;
 }
 
+bool isRefusal(const Recv* message) {
+    return message->dwID == static_cast<DWORD>(RecvId::exception) &&
+           static_cast<const RecvException*>(message)->dwException == static_cast<DWORD>(Exception::versionMismatch);
+}
+
 /// True when the message is the refusal of our version and another connection has taken the place of this one.
 bool handledAsRefusal(Connection& c, const Recv* message) {
-    return message->dwID == static_cast<DWORD>(RecvId::exception) &&
-           static_cast<const RecvException*>(message)->dwException == static_cast<DWORD>(Exception::versionMismatch) &&
-           tryNextAnnounce(c);
+    return isRefusal(message) && tryNextAnnounce(c);
 }
 
 HRESULT dispatchAlone(Connection& c, DispatchProc proc, void* context) {
@@ -249,6 +254,44 @@ HRESULT connectWith(Connection*& result, std::unique_ptr<Transport> transport, c
         return E_FAIL;
     result = connection.release();
     return S_OK;
+}
+
+bool awaitAnswer(Connection& c, const std::function<bool()>& over) {
+    std::string fault;
+    while (!over()) {
+        const std::size_t head = c.stream.head;
+        Recv* message = nullptr;
+        const Cut cut = nextMessage(c.stream, message, fault);
+        if (cut == Cut::message) {
+            const bool refusal = isRefusal(message);
+            if (refusal && tryNextAnnounce(c))
+                continue;
+            if (refusal || message->dwID == static_cast<DWORD>(RecvId::open)) {
+                acceptOpen(c);
+                c.stream.head = head;
+                return true;
+            }
+            continue;
+        }
+        if (cut == Cut::broken) {
+            logWhenNew("! SimConnect: no simulator answers: " + fault);
+            return false;
+        }
+        const std::ptrdiff_t bytes = c.transport ? c.transport->read(room(c.stream)) : -1;
+        if (bytes < 0)
+            return false;
+        if (bytes > 0) {
+            arrived(c.stream, static_cast<std::size_t>(bytes));
+            continue;
+        }
+        {
+            const std::lock_guard lock(c.mutex);
+            if (c.writeEnded)
+                return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return false;
 }
 
 HRESULT dispatch(Connection* connection, DispatchProc proc, void* context) {

@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <span>
@@ -52,6 +53,10 @@ struct Connection {
 /// Makes a connection over a transport and writes OPEN. E_FAIL when that cannot be written; `result` is null then.
 HRESULT connectWith(Connection*& result, std::unique_ptr<Transport> transport, const char* name, DWORD configIndex,
                     Reach reach);
+/// Waits for the simulator's answer to OPEN and leaves it to the first dispatch; a refusal of our version is answered
+/// with the next one, the last refusal is an answer as well. False when the stream ends, makes no sense, or `over` says
+/// true first. Whatever else comes before the answer is for nobody. Only before the first dispatch.
+bool awaitAnswer(Connection& connection, const std::function<bool()>& over);
 /// Numbers and writes one packet of body and data. E_FAIL without a connection. Any thread.
 HRESULT send(Connection* connection, DWORD function, const PacketBody& body, std::span<const std::byte> data = {});
 /// See SimConnect_CallDispatch. While one thread is in here, a further call hands nothing over and gives S_OK.

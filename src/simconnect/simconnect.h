@@ -147,8 +147,9 @@ using DispatchProc = void (*)(const Recv* pData, DWORD cbData, void* pContext);
 // A null handle or a connection that has ended gives E_FAIL. What a dispatch handler sends is gathered and goes out
 // when it returns, at the latest behind the next packet of another thread: send ids and the wire keep one order.
 
-/// Reaches the simulator and announces the client. E_FAIL without a simulator, E_INVALIDARG for a configuration
-/// index that does not exist. Waits at most about a second.
+/// Reaches the simulator, announces the client and waits for the answer, which the first dispatch hands over. E_FAIL
+/// when nobody takes the connection or whoever takes it does not answer as a simulator does, E_INVALIDARG for a
+/// configuration index that does not exist. Waits at most about ten seconds, and no longer once the run is to end.
 HRESULT SimConnect_Open(HANDLE* phSimConnect, const char* szName, DWORD configIndex = 0);
 /// Sends what is left and closes the stream; S_OK for an ended connection as well. No other call may be under way or
 /// follow; a handler may close the connection that called it.

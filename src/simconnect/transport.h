@@ -2,6 +2,7 @@
 // chosen at link time: a TCP connection (transport_net.cpp) or the simulator model in the same process.
 #pragma once
 
+#include "simconnect/open.h"
 #include "simconnect/simconnect.h"
 
 #include <cstddef>
@@ -23,7 +24,8 @@ struct Transport {
     virtual std::ptrdiff_t read(std::span<std::byte> buffer) = 0;
 };
 
-/// Reaches the simulator. Null when there is none; `result` tells why (E_FAIL, E_INVALIDARG). Waits at most a second.
-std::unique_ptr<Transport> openTransport(DWORD configIndex, HRESULT& result);
+/// Reaches the simulator. Null when there is none; `result` tells why (E_FAIL, E_INVALIDARG). Waits at most two
+/// seconds, looking up a name included, and no longer than `attempt` allows; tells there whom it has met.
+std::unique_ptr<Transport> openTransport(DWORD configIndex, HRESULT& result, OpenTry& attempt);
 
 } // namespace kes::simconnect

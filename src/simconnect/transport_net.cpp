@@ -5,6 +5,7 @@
 #include "simconnect/transport.h"
 #include "simconnect/wire.h"
 
+#include <algorithm>
 #include <array>
 #include <fmt/format.h>
 #include <string>
@@ -14,12 +15,12 @@ namespace kes::simconnect {
 
 namespace {
 
-constexpr int connectTimeoutMs = 1000;
+constexpr int connectTimeoutMs = 2000; ///< looking up the name included
 /// A simulator that loads takes nothing for a while, but then nothing much is sent either, and the system's own buffers
 /// hold more than all of it. Full buffers for this long mean that nobody reads any more.
 constexpr int sendTimeoutMs = 2000;
 constexpr std::size_t holdBytes = 64 * 1024;
-constexpr int connectionRefused = 10061, connectionTimedOut = 10060;
+constexpr int connectionRefused = 10061, connectionTimedOut = 10060, interrupted = 10004;
 
 class NetTransport final : public Transport {
 public:
@@ -93,15 +94,19 @@ private:
 
 } // namespace
 
-std::unique_ptr<Transport> openTransport(DWORD configIndex, HRESULT& result) {
+std::unique_ptr<Transport> openTransport(DWORD configIndex, HRESULT& result, OpenTry& attempt) {
     const std::optional<ConnectConfig> config = loadConfig(configIndex);
     if (!config) {
         result = E_INVALIDARG;
         return nullptr;
     }
     result = E_FAIL;
+    attempt.address = config->address + ':' + config->port;
+    attempt.file = config->file;
     if (config->protocol == "Pipe" || config->protocol == "IPv6") {
-        logWhenNew(fmt::format("! SimConnect.cfg: protocol {} is not available, use IPv4", config->protocol));
+        logWhenNew(fmt::format("! SimConnect.cfg: protocol {} is not available, use IPv4, on one PC with address "
+                               "127.0.0.1, see Manual 3",
+                               config->protocol));
         return nullptr;
     }
     if (const int error = platform::startSockets(); error != 0) {
@@ -109,10 +114,12 @@ std::unique_ptr<Transport> openTransport(DWORD configIndex, HRESULT& result) {
         return nullptr;
     }
     platform::Socket socket;
-    if (const int error = socket.connectTcp(config->address, config->port, connectTimeoutMs); error != 0) {
+    if (const int error = socket.connectTcp(config->address, config->port,
+                                            std::min(connectTimeoutMs, attempt.timeoutMs), attempt.giveUp);
+        error != 0) {
         // That nobody listens is the normal state before the simulator starts.
-        if (error != connectionRefused && error != connectionTimedOut)
-            logWhenNew(fmt::format("! SimConnect: {}:{}: {}", config->address, config->port, socketErrorText(error)));
+        if (error != connectionRefused && error != connectionTimedOut && error != interrupted)
+            logWhenNew(fmt::format("! SimConnect: {}: {}", attempt.address, socketErrorText(error)));
         socket.close();
         platform::endSockets();
         return nullptr;
@@ -120,6 +127,7 @@ std::unique_ptr<Transport> openTransport(DWORD configIndex, HRESULT& result) {
     // Packets are small and a frame's worth is sent in one piece: waiting for more would only add delay. A failure
     // costs some milliseconds of delay and nothing else.
     socket.setNoDelay();
+    attempt.reached = true;
     result = S_OK;
     return std::make_unique<NetTransport>(std::move(socket));
 }

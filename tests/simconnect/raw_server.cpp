@@ -2,6 +2,7 @@
 
 #include "core/folders.h"
 #include "core/log.h"
+#include "simconnect/connection.h"
 
 #include <atomic>
 #include <cstring>
@@ -155,8 +156,15 @@ std::size_t ClientTest::logCount(const std::string& part) const {
 }
 
 void ClientTest::connect() {
-    ASSERT_EQ(SimConnect_Open(&client, "Kestrelune"), S_OK);
-    ASSERT_NE(client, nullptr);
+    HRESULT result = E_FAIL;
+    OpenTry attempt;
+    std::unique_ptr<Transport> transport = openTransport(0, result, attempt);
+    ASSERT_EQ(result, S_OK);
+    const Reach again = [](DWORD index, HRESULT& outcome) {
+        OpenTry next;
+        return openTransport(index, outcome, next);
+    };
+    ASSERT_EQ(connectWith(client, std::move(transport), "Kestrelune", 0, again), S_OK);
     peer = accept();
 }
 

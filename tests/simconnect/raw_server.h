@@ -58,7 +58,7 @@ protected:
     void writeConfig(const std::string& text) const;
     std::string logText() const;
     std::size_t logCount(const std::string& part) const;
-    /// Opens the client and takes it in; OPEN is still to be read from the peer.
+    /// Connects the client without waiting for an answer and takes it in; OPEN is still to be read from the peer.
     void connect();
     Peer accept();
     /// Dispatches until `done`, or until a call fails; false after ten seconds.

@@ -149,10 +149,11 @@ TEST_F(Inproc, isNotThereBeforeItStartsOrAfterItQuits) {
 
 TEST_F(Inproc, aNewModelKnowsNoClientOfTheOldOne) {
     sc::HRESULT result = 0;
-    const auto old = sc::openTransport(0, result);
+    sc::OpenTry attempt;
+    const auto old = sc::openTransport(0, result, attempt);
     ASSERT_TRUE(old);
     inprocStart(World::flat());
-    const auto fresh = sc::openTransport(0, result);
+    const auto fresh = sc::openTransport(0, result, attempt);
     std::byte buffer[16];
     EXPECT_FALSE(old->write(openPacket().bytes()));
     EXPECT_EQ(old->read(buffer), -1);

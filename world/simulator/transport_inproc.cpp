@@ -223,7 +223,7 @@ LockedSimulator worldSimulator() {
 
 namespace kes::simconnect {
 
-std::unique_ptr<Transport> openTransport(DWORD configIndex, HRESULT& result) {
+std::unique_ptr<Transport> openTransport(DWORD configIndex, HRESULT& result, OpenTry& attempt) {
     // There is one simulator and it needs no configuration; other sections would name other machines.
     result = configIndex == 0 ? E_FAIL : E_INVALIDARG;
     if (configIndex != 0)
@@ -233,6 +233,8 @@ std::unique_ptr<Transport> openTransport(DWORD configIndex, HRESULT& result) {
     const world::Session* session = world.simulator ? world::openSession(*world.simulator) : nullptr;
     if (!session)
         return nullptr;
+    attempt.reached = true;
+    attempt.address = "this process";
     result = S_OK;
     return std::make_unique<world::InprocTransport>(world.run, session->id);
 }
