@@ -5,6 +5,7 @@
 #include "world/simulator/server.h"
 
 #include <gtest/gtest.h>
+#include <list>
 #include <nlohmann/json.hpp>
 
 namespace kes::world::test {
@@ -13,10 +14,12 @@ namespace {
 using kes::test::waitFor;
 
 struct RunningServer {
-    explicit RunningServer(SimulatorOptions options = World::flat(), bool control = false) {
+    explicit RunningServer(SimulatorOptions options = World::flat(), bool control = false,
+                           std::size_t maxClients = 64) {
         std::string error;
         ServerOptions where;
         where.control = control;
+        where.maxClients = maxClients;
         started = server.start(options, where, error);
         EXPECT_TRUE(started) << error;
     }
@@ -183,6 +186,52 @@ TEST(Server, aClientThatNeverReadsHoldsUpNobody) {
     }));
     const std::size_t frames = other.count(kind::frame);
     EXPECT_TRUE(other.waitForKind(kind::frame, frames + 10));
+}
+
+TEST(Server, closesConnectionsBeyondItsLimit) {
+    RunningServer running(World::flat(), true, 3);
+    std::list<TcpClient> served, refused;
+    for (int i = 0; i < 3; ++i)
+        ASSERT_TRUE(served.emplace_back(running.server.port()).waitForKind(kind::open));
+    for (int i = 0; i < 100; ++i)
+        refused.emplace_back(running.server.port(), false);
+    for (TcpClient& client : refused)
+        EXPECT_TRUE(client.waitForEnd());
+    EXPECT_EQ(running.report()["refusedClients"], 100);
+    EXPECT_EQ(running.report()["clients"], 3);
+    // A place that is left is given to the next one.
+    served.pop_front();
+    EXPECT_TRUE(waitFor([&] {
+        TcpClient next(running.server.port());
+        return waitFor([&] {
+                   next.read();
+                   return next.count(kind::open) == 1 || next.ended;
+               }) &&
+               !next.ended;
+    }));
+    std::list<TcpClient> controls;
+    for (int i = 0; i < 10; ++i)
+        controls.emplace_back(running.server.controlPort(), false);
+    for (int i = 3; i < 10; ++i)
+        EXPECT_TRUE(std::next(controls.begin(), i)->waitForEnd());
+}
+
+TEST(Server, recordsWhatArrives) {
+    RunningServer running;
+    running.server.command("record on");
+    TcpClient client(running.server.port());
+    client.send(Packet(0x17, 2).u32(202).text("ObjectAdded", 256));
+    client.send(createPacket("DLH1"));
+    client.send(Packet(0x6B, 4));
+    ASSERT_TRUE(client.waitForKind(kind::exception)) << "the answer to the last one";
+    EXPECT_EQ(nlohmann::json::parse(running.server.command("wire")),
+              (std::vector<std::string>{"open 'Test'", "subscribe 202 'ObjectAdded'",
+                                        "create 'T' 'DLH1' 50 8 5000 0 0 0 0 0 104", "function 107 of 16 bytes"}));
+    EXPECT_EQ(running.server.command("wire"), "[]") << "told once";
+    running.server.command("record off");
+    client.send(Packet(0x6B, 5));
+    ASSERT_TRUE(client.waitForKind(kind::exception, 2));
+    EXPECT_EQ(running.server.command("wire"), "[]");
 }
 
 TEST(Server, takesCommandsOnItsControlPort) {

@@ -112,11 +112,21 @@ std::string accept(Simulator& simulator, std::string_view argument) {
     return std::string(done);
 }
 
-std::string refuseAll(Simulator& simulator, std::string_view argument) {
+std::string setSwitch(bool& on, std::string_view argument) {
     if (argument != "on" && argument != "off")
-        return wrong("refuse-all wants on or off");
-    simulator.faults.refuseAll = argument == "on";
+        return wrong("this wants on or off");
+    on = argument == "on";
     return std::string(done);
+}
+
+std::string refuseAll(Simulator& simulator, std::string_view argument) {
+    return setSwitch(simulator.faults.refuseAll, argument);
+}
+std::string mute(Simulator& simulator, std::string_view argument) {
+    return setSwitch(simulator.faults.mute, argument);
+}
+std::string hangUp(Simulator& simulator, std::string_view argument) {
+    return setSwitch(simulator.faults.hangUp, argument);
 }
 
 std::string refuseEvery(Simulator& simulator, std::string_view argument) {
@@ -130,6 +140,10 @@ std::string refuseEvery(Simulator& simulator, std::string_view argument) {
 
 std::string report(Simulator& simulator, std::string_view) {
     return reportJson(simulator);
+}
+
+std::string record(Simulator& simulator, std::string_view argument) {
+    return setSwitch(simulator.recordWire, argument);
 }
 
 json describe(const Simulator& simulator, const SimObject& object) {
@@ -161,6 +175,12 @@ json describe(const Simulator& simulator, const SimObject& object) {
 /// Titles and paths come from a client and need not be UTF-8.
 std::string dump(const json& value) {
     return value.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+std::string wire(Simulator& simulator, std::string_view) {
+    const std::string list = dump(json(simulator.wire));
+    simulator.wire.clear();
+    return list;
 }
 
 std::string objects(Simulator& simulator, std::string_view) {
@@ -217,6 +237,10 @@ constexpr Command commands[] = {
     {"accept", accept},
     {"refuse-all", refuseAll},
     {"refuse-every", refuseEvery},
+    {"mute", mute},
+    {"hang-up", hangUp},
+    {"record", record},
+    {"wire", wire},
     {"report", report},
     {"objects", objects},
     {"help", help},
@@ -252,6 +276,10 @@ std::string_view commandHelp() {
            "  refuse TITLE, accept TITLE      creates with this title fail, or work again\n"
            "  refuse-all on|off               all creates fail\n"
            "  refuse-every N                  every N-th create fails, 0 = none\n"
+           "  mute on|off                     take packets and answer none, as while it starts\n"
+           "  hang-up on|off                  end every stream at its first packet\n"
+           "  record on|off                   write down every packet that is taken\n"
+           "  wire                            the packets written down since the last time, as JSON\n"
            "  report                          the counters, as JSON\n"
            "  objects                         the AI objects, as JSON\n"
            "  help                            this list\n";
@@ -280,6 +308,7 @@ std::string reportJson(const Simulator& simulator) {
                          {"packetsReceived", counters.packetsReceived},
                          {"clients", counters.clients},
                          {"overflows", counters.overflows},
+                         {"refusedClients", counters.refusedClients},
                          {"frames", counters.frames},
                          {"seconds", static_cast<double>(simulator.timeNs) / 1e9}};
     return dump(report);

@@ -18,8 +18,9 @@ struct Counters {
     std::uint64_t positionRecords = 0; ///< position data for AI objects
     std::uint64_t refusedCreates = 0;  ///< creates answered with an exception
     std::uint64_t packetsReceived = 0;
-    std::uint64_t clients = 0;   ///< that sent a good OPEN
-    std::uint64_t overflows = 0; ///< clients cut off because they did not read
+    std::uint64_t clients = 0;        ///< that sent a good OPEN
+    std::uint64_t overflows = 0;      ///< clients cut off because they did not read
+    std::uint64_t refusedClients = 0; ///< beyond the most that are served at once
     std::uint64_t frames = 0;
     /// Longest time between two records of one object of which the later moved it. Breaks that the simulator itself
     /// made (stalled frames, "Sim" 0, a new flight) do not count.

@@ -51,6 +51,8 @@ struct Faults {
     bool refuseAll = false;
     std::uint32_t refuseEvery = 0; ///< every n-th create; 0 = none
     std::uint32_t creates = 0;     ///< seen since `refuseEvery` was set
+    bool mute = false;             ///< packets are taken and come to nothing, as while a simulator starts
+    bool hangUp = false;           ///< a stream ends at its first packet
 };
 
 /// Called under the lock, as things happen. An empty one costs nothing.
@@ -92,6 +94,10 @@ struct Simulator {
     bool quitting = false;
     std::string flight = "flights\\other\\start.flt";
     Surroundings clock; ///< zulu time and date of this frame
+
+    bool recordWire = false;
+    std::vector<std::string>
+        wire; ///< while `recordWire` is set: one line for each packet that was taken, see wire_log.h
 
     UserMotion motion;
     SimObject user;

@@ -47,6 +47,8 @@ void setOne(ProgramOptions& options, std::string_view name, std::string_view val
     } else if (name == "--control-port") {
         options.server.control = true;
         options.server.controlPort = portOf(name, value);
+    } else if (name == "--clients") {
+        options.server.maxClients = static_cast<std::size_t>(numberOf(name, value, 1, 1000));
     } else if (name == "--at") {
         setStart(simulator, value);
     } else if (name == "--user") {
@@ -118,6 +120,7 @@ std::string usage() {
                "\n"
                "  --port N                        where clients connect; 0 (default) = any free port, told on stdout\n"
                "  --control-port N                take commands on the loopback, one a line; 0 = any free port\n"
+               "  --clients N                     the most clients at once, default 64\n"
                "  --at LAT,LON,ALT_FT[,HDG]       start of the user's aircraft\n"
                "  --user stand                    it stands (default); without --airfield one lies under it\n"
                "  --user fly:KTS,HDG[,FPM]        it flies straight\n"

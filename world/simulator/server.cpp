@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 #include <list>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -53,11 +54,13 @@ struct ServerState {
     std::list<Client> clients, controls;
     std::thread frames, accepter, controlAccepter;
     bool socketsStarted = false;
+    std::size_t maxClients = 0;
 
     /// Wakes the writers to look for something to do. Not under `mutex`.
     void wakeWriters();
     void runFrames();
     void acceptAll(Socket& from, std::list<Client>& list, void (ServerState::*serve)(Client&));
+    bool admit(Socket fresh, std::list<Client>& list, void (ServerState::*serve)(Client&));
     void reap(std::list<Client>& list, bool all);
     void serveClient(Client& client);
     void writeClient(Client& client);
@@ -132,7 +135,11 @@ void ServerState::serveClient(Client& client) {
             client.sessionId = session->id;
     }
     if (client.sessionId != 0) {
-        client.writer = std::thread([this, &client] { writeClient(client); });
+        try {
+            client.writer = std::thread([this, &client] { writeClient(client); });
+        } catch (const std::system_error&) {
+            client.socket.stop(); // ends the loop below at once
+        }
         std::vector<char> buffer(64 * 1024);
         std::optional<Clock::time_point> end;
         for (;;) {
@@ -164,7 +171,8 @@ void ServerState::serveClient(Client& client) {
         }
         client.output.notify_one();
         client.socket.stop();
-        client.writer.join();
+        if (client.writer.joinable())
+            client.writer.join();
         wakeWriters();
     }
     client.socket.close();
@@ -253,11 +261,27 @@ void ServerState::acceptAll(Socket& from, std::list<Client>& list, void (ServerS
                 std::this_thread::sleep_for(std::chrono::milliseconds(reapMs));
             continue;
         }
-        const std::lock_guard lock(listMutex);
-        Client& client = list.emplace_back();
-        client.socket = std::move(fresh);
-        client.reader = std::thread([this, &client, serve] { (this->*serve)(client); });
+        if (!admit(std::move(fresh), list, serve)) {
+            const std::lock_guard lock(mutex);
+            ++simulator.counters.refusedClients;
+        }
     }
+}
+
+/// False when there is no place, or the system has no thread to give: the connection is closed then.
+bool ServerState::admit(Socket fresh, std::list<Client>& list, void (ServerState::*serve)(Client&)) {
+    const std::lock_guard lock(listMutex);
+    if (list.size() >= maxClients)
+        return false;
+    Client& client = list.emplace_back();
+    client.socket = std::move(fresh);
+    try {
+        client.reader = std::thread([this, &client, serve] { (this->*serve)(client); });
+    } catch (const std::system_error&) {
+        list.pop_back();
+        return false;
+    }
+    return true;
 }
 
 Server::Server() : state_(std::make_unique<ServerState>()) {}
@@ -273,6 +297,7 @@ bool Server::start(const SimulatorOptions& simulator, const ServerOptions& optio
         return false;
     }
     state.socketsStarted = true;
+    state.maxClients = options.maxClients;
     const auto listen = [&error](Socket& socket, std::uint16_t port, bool loopbackOnly) {
         const char* step = "";
         const int code = socket.listenTcp(std::to_string(port), step, loopbackOnly);

@@ -3,6 +3,7 @@
 
 #include "world/simulator/model.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -13,6 +14,7 @@ struct ServerOptions {
     std::uint16_t port = 0;        ///< 0 = any free one
     bool control = false;          ///< listen for commands
     std::uint16_t controlPort = 0; ///< 0 = any free one
+    std::size_t maxClients = 64;   ///< at once, on each of the two ports; a connection beyond is closed
 };
 
 struct ServerState;

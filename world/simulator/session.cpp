@@ -1,5 +1,6 @@
 #include "simconnect/wire.h"
 #include "world/simulator/packet.h"
+#include "world/simulator/wire_log.h"
 
 #include <algorithm>
 
@@ -55,6 +56,12 @@ void carryOut(Simulator& simulator, Session& session, const std::byte* data, std
     packet.function = packet.u32(8) & wire::functionMask;
     packet.sendId = packet.u32(12);
     ++simulator.counters.packetsReceived;
+    if (simulator.recordWire)
+        recordPacket(simulator, packet);
+    if (simulator.faults.hangUp)
+        session.dropped = true;
+    if (simulator.faults.mute || session.dropped)
+        return;
     const auto refuse = [&](Exception exception) {
         sendException(simulator, session, exception, packet.sendId, std::nullopt);
     };
