@@ -5,10 +5,12 @@
 #include "core/run_state.h"
 #include "core/version.h"
 #include "core/window.h"
+#include "sim/from_simulator.h"
 #include "sim/sim_client.h"
 #include "sim/sim_internal.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <fmt/format.h>
 
@@ -26,6 +28,8 @@ constexpr float dropLimitFps = 50.0F;
 /// Above ground, feet: what flies higher needs no ground data.
 constexpr double groundDataLimit = 2500.0;
 constexpr std::size_t reserved = 256;
+/// Replies that wait for the tick. It takes all of them every 10 ms, so only a flood gets there.
+constexpr std::size_t mostReplies = 100000;
 
 // The position double buffer: the worker writes one half without a lock, the thread reads the other under simMutex.
 std::vector<AiPositionRecord> positionBuffer[2];
@@ -44,7 +48,7 @@ struct PendingCreate {
     std::string tailNumber; // as the wire carries it
 };
 std::vector<PendingCreate> pendingCreates;
-std::vector<std::uint32_t> addedObjects;
+ObjectIds addedObjects; // SimClient thread
 int framesUnjoined = 0; // with creates and objects that wait for each other. SimClient thread
 /// Range requests come five times per second: an object unknown for this many frames is out of their reach.
 constexpr int joinLateFrames = 150;
@@ -65,7 +69,7 @@ void createInSim(HANDLE handle, const CreateRequest& request, FlushTrouble& trou
                                                  req::create))) {
         trouble.warnings.push_back(
             fmt::format("! Simcon call to create ac in sim failed, hexid:{}, liv: \"{}\", callsign: {}", request.hexid,
-                        request.title, request.tailNumber));
+                        quoted(request.title), kes::quoted(request.tailNumber)));
         trouble.requestFailed = true;
         return;
     }
@@ -107,15 +111,15 @@ void sendRemovals(HANDLE handle, FlushTrouble& trouble) {
 /// The range may shrink, or the user fly away, while an object is made. No range reply would ever name it, and it would
 /// stay in the simulator for good, so what is still unknown is asked for one by one.
 void askForUnjoined(HANDLE handle) {
-    if (addedObjects.empty() || pendingCreates.empty()) {
+    if (addedObjects.ids.empty() || pendingCreates.empty()) {
         framesUnjoined = 0;
         return;
     }
     ++framesUnjoined;
     if (framesUnjoined < joinLateFrames || framesUnjoined % joinLateStep != 0)
         return;
-    const std::size_t turn = static_cast<std::size_t>(framesUnjoined / joinLateStep) % addedObjects.size();
-    SimConnect_RequestDataOnSimObject(handle, req::joinLate, def::range, addedObjects[turn], Period::once);
+    const std::size_t turn = static_cast<std::size_t>(framesUnjoined / joinLateStep) % addedObjects.ids.size();
+    SimConnect_RequestDataOnSimObject(handle, req::joinLate, def::range, addedObjects.ids[turn], Period::once);
 }
 
 } // namespace
@@ -166,8 +170,14 @@ void queueRemove(std::uint32_t objectid) {
 }
 
 void addSimReply(const SimReply& reply) {
-    const std::lock_guard lock(simEventMutex);
-    replies.push_back(reply);
+    {
+        const std::lock_guard lock(simEventMutex);
+        if (replies.size() < mostReplies) {
+            replies.push_back(reply);
+            return;
+        }
+    }
+    simulatorLog.write("! Reply of the simulator is lost, too many wait");
 }
 
 void drainSimReplies(void (*apply)(const SimReply&)) {
@@ -234,7 +244,6 @@ void prepareSimQueues() {
         createQueue.reserve(reserved);
         removeQueue.reserve(reserved);
         pendingCreates.reserve(reserved);
-        addedObjects.reserve(reserved);
         positionBuffer[0].reserve(reserved);
         positionBuffer[1].reserve(reserved);
     }
@@ -297,13 +306,13 @@ void flushCommands() {
 }
 
 void noteObjectAdded(std::uint32_t objectid) {
-    if (objectid > userObjectId)
-        addedObjects.push_back(objectid);
+    if (objectid > userObjectId && !addedObjects.add(objectid))
+        simulatorLog.write(fmt::format("! More than {} added objects are unknown", ObjectIds::limit));
 }
 
 void noteObjectRemoved(std::uint32_t objectid) {
     // An object that went before its first range reply must not lend its number to a later one.
-    std::erase(addedObjects, objectid);
+    addedObjects.erase(objectid);
     addSimReply({.objectid = objectid, .kind = ReplyKind::removed});
 }
 
@@ -346,9 +355,10 @@ void joinAddedObject(std::uint32_t objectid, std::string_view atcId, const Range
         }
     }
     if (hexid == 0) {
-        log(fmt::format("just spawned, but not by {}, oid: {}, callsign \"{}\", altaboveGnd:{:.0f} ft, onground:{}, "
-                        "gnd_alt:{:.0f} ft ",
-                        programName, objectid, atcId, data.agl, data.onGround, data.groundAltitude));
+        simulatorLog.write(fmt::format("just spawned, but not by {}, oid: {}, callsign \"{}\", altaboveGnd:{:.0f} ft, "
+                                       "onground:{}, gnd_alt:{:.0f} ft ",
+                                       programName, objectid, readable(atcId), data.agl, data.onGround,
+                                       data.groundAltitude));
         return;
     }
     {
@@ -374,10 +384,12 @@ void onObjectDataByType(const RecvSimObjectData& message) {
     const std::uint32_t objectid = message.dwObjectID;
     if (objectid <= userObjectId)
         return;
+    if (!std::isfinite(data.agl) || !std::isfinite(data.groundAltitude)) {
+        simulatorLog.write(fmt::format("! Range reply of object {} is no number, ignored", objectid));
+        return;
+    }
     const std::string_view atcId = textOf(message, sizeof data, 32);
-    const auto it = std::find(addedObjects.begin(), addedObjects.end(), objectid);
-    if (it != addedObjects.end()) {
-        addedObjects.erase(it);
+    if (addedObjects.erase(objectid)) {
         joinAddedObject(objectid, atcId, data);
         return;
     }
@@ -395,6 +407,10 @@ void onStaticData(const RecvSimObjectData& message) {
     if (dataSizeOf(message) < sizeof values)
         return;
     std::memcpy(values, dataOf(message), sizeof values);
+    if (!std::isfinite(values[0]) || !std::isfinite(values[1])) {
+        simulatorLog.write(fmt::format("! Static data of object {} is no number, ignored", message.dwObjectID));
+        return;
+    }
     addSimReply({.objectid = message.dwObjectID, .kind = ReplyKind::staticData, .a = values[0], .b = values[1]});
 }
 

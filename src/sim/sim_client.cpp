@@ -6,13 +6,17 @@
 #include "core/version.h"
 #include "core/window.h"
 #include "platform/system.h"
+#include "sim/from_simulator.h"
 #include "sim/sim_internal.h"
+#include "simconnect/open.h"
 
 #include <cctype>
 #include <chrono>
+#include <cmath>
 #include <cstring>
 #include <fmt/format.h>
 #include <thread>
+#include <utility>
 
 namespace kes {
 
@@ -21,6 +25,7 @@ using namespace simconnect;
 SimHooks simHooks;
 std::atomic<HANDLE> simHandle{nullptr};
 std::atomic<std::uint32_t> userObjectId{2};
+std::atomic<int> simAnswerMs{answerMs};
 
 namespace {
 
@@ -76,14 +81,43 @@ bool dispatchUntilEnd(const std::stop_token& stop) {
     while (!stop.stop_requested()) {
         if (failed(SimConnect_CallDispatch(simHandle, dispatch, nullptr)))
             return true;
+        simulatorLog.tellLeftOut();
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return false;
 }
 
+/// Somebody who takes the connection and says nothing: since when, and what the user has been told of it.
+struct Silence {
+    std::chrono::steady_clock::time_point since;
+    bool lasts = false;
+    std::string told; ///< empty = nothing yet
+};
+
+/// After a try that failed. A simulator that loads is silent for a while; for ever is only what is none.
+void noteSilence(Silence& silence, const OpenTry& attempt, std::chrono::steady_clock::time_point begin) {
+    if (!attempt.reached) {
+        silence = {};
+        return;
+    }
+    if (!std::exchange(silence.lasts, true))
+        silence.since = begin;
+    if (std::chrono::steady_clock::now() - silence.since < std::chrono::milliseconds(simAnswerMs))
+        return;
+    const std::string text =
+        fmt::format("{} ({}) takes the connection but does not answer: is the simulator still starting, is this the "
+                    "port in its SimConnect.xml?",
+                    attempt.address, attempt.file.empty() ? "no SimConnect.cfg" : "from " + attempt.file);
+    // Shown again when the line has aged, logged once.
+    if (const bool isNew = silence.told != text; isNew || statusText().empty())
+        showStatus(text, isNew);
+    silence.told = text;
+}
+
 void connectAndDispatch(const std::stop_token& stop) {
     bool firstPass = true;
     bool connectedBefore = false;
+    Silence silence;
     while (!stopWanted() && !stop.stop_requested()) {
         if (firstPass) {
             showStatus(fmt::format("Waiting for MSFS 20{} ...", par::MSFS_2020 ? "20" : "24"), true);
@@ -91,10 +125,17 @@ void connectAndDispatch(const std::stop_token& stop) {
             firstPass = false;
         }
         HANDLE handle = nullptr;
-        if (failed(SimConnect_Open(&handle, std::string(programName).c_str()))) {
+        OpenTry attempt;
+        attempt.timeoutMs = simAnswerMs;
+        attempt.giveUp = [&stop] { return stop.stop_requested() || stopWanted(); };
+        const auto begin = std::chrono::steady_clock::now();
+        if (failed(openSimulator(handle, std::string(programName).c_str(), 0, attempt))) {
+            if (!attempt.giveUp())
+                noteSilence(silence, attempt, begin);
             sleepUnlessStopped(stop, 1000);
             continue;
         }
+        silence = {};
         if (connectedBefore) {
             // The simulator is a new one: nothing that this run knows of its objects holds any more.
             SimConnect_Close(handle);
@@ -127,22 +168,23 @@ void onOpen(const RecvOpen& open) {
             name.push_back(c);
     }
     if (name.empty()) {
-        log("! Simulator name empty?");
+        simulatorLog.write("! Simulator name empty?");
         return;
     }
     const bool is2020 = name == "KittyHawk";
     const bool is2024 = name == "SunRise";
     if (!is2020 && !is2024)
-        throw nwk::UserErrorException(77, fmt::format("\"{}\" not being MSFS 2020 or MSFS 2024 connects ... ? ", name));
+        throw nwk::UserErrorException(
+            77, fmt::format("\"{}\" not being MSFS 2020 or MSFS 2024 connects ... ? ", kes::quoted(name)));
     if (is2020 != par::MSFS_2020.value)
         throw nwk::UserErrorException(
             71, fmt::format("MSFS 20{} is running ..., switch Sim or toggle the Install path checkbox of {}",
-                            par::MSFS_2020 ? "20" : "24", programName));
+                            is2020 ? "20" : "24", programName));
     const std::string display =
         is2024 ? "MSFS 2024"
                : fmt::format("MSFS 2020 ({}.{}.{}.{})", open.dwApplicationVersionMajor, open.dwApplicationVersionMinor,
                              open.dwApplicationBuildMajor, open.dwApplicationBuildMinor);
-    log(fmt::format("{} connected", display));
+    simulatorLog.write(fmt::format("{} connected", display));
     setReadout(Readout::simName, display);
     readouts.simLight = true;
     clearStatus();
@@ -154,14 +196,14 @@ void onEvent(const RecvEvent& e) {
         simRunning = e.dwData == 1;
         repaint();
     } else if (e.uEventID == 205) {
-        log("Simconnect: flight loaded event");
+        simulatorLog.write("Simconnect: flight loaded event");
         learnUserStandHook();
         requestExit(ExitReason::newFlight, newFlightDelay);
     }
 }
 
 void onFileName() {
-    log("SimConnect: New file event");
+    simulatorLog.write("SimConnect: New file event");
     learnUserStandHook();
     requestExit(ExitReason::newFlight, newFlightDelay);
 }
@@ -179,16 +221,9 @@ void onFrame(const RecvEventFrame& frame) {
     flushCommands();
     if (++frameCount >= framesPerRateSample) {
         frameCount = 0;
-        readouts.simFrameRate = frame.fFrameRate;
+        if (std::isfinite(frame.fFrameRate))
+            readouts.simFrameRate = frame.fFrameRate;
     }
-}
-
-/// Seconds since 1970 of a Gregorian year, its day (from 1) and the second of that day.
-std::int64_t epochOf(std::int64_t year, std::int64_t dayOfYear, std::int64_t secondOfDay) {
-    const std::int64_t y = year - 1;
-    const std::int64_t daysTo1970 = 719162; // days from 1 January of year 1
-    const std::int64_t days = y * 365 + y / 4 - y / 100 + y / 400 - daysTo1970 + dayOfYear - 1;
-    return days * 86400 + secondOfDay;
 }
 
 void showStandAt(const UserAircraft& user) {
@@ -207,6 +242,10 @@ void onUserPosition(const RecvSimObjectData& message) {
     if (dataSizeOf(message) < sizeof now)
         return;
     std::memcpy(static_cast<void*>(&now), dataOf(message), sizeof now);
+    if (!isPlausible(now)) {
+        simulatorLog.write("! Position of your aircraft makes no sense, ignored");
+        return;
+    }
     if (now.alt < 0)
         now.alt = 0;
     UserAircraft last;
@@ -216,7 +255,7 @@ void onUserPosition(const RecvSimObjectData& message) {
     }
     // Between two flights the simulator reports a point near 0, 0: the user has not flown there.
     if (last.known() && now.known() && distanceNm(last.position(), now.position()) > teleportNm) {
-        log("Teleport");
+        simulatorLog.write("Teleport");
         requestExit(ExitReason::newFlight, newFlightDelay);
     }
     {
@@ -224,8 +263,13 @@ void onUserPosition(const RecvSimObjectData& message) {
         userBlock = now;
     }
     showStandAt(now);
-    if (rtProfEdition)
-        simEpoch = epochOf(now.zuluYear, now.zuluDay, now.zuluTime);
+    if (rtProfEdition) {
+        if (const auto epoch = epochOf(now.zuluYear, now.zuluDay, now.zuluTime))
+            simEpoch = *epoch;
+        else
+            simulatorLog.write(fmt::format("! Simulator time of second {}, day {}, year {} makes no sense, ignored",
+                                           now.zuluTime, now.zuluDay, now.zuluYear));
+    }
     userObjectId = message.dwObjectID;
 }
 
@@ -270,27 +314,27 @@ void onException(const RecvException& e) {
     switch (e.dwException) {
     case 3:
         if (userPositionKnown() && !stopWanted())
-            logWarning("SIMCONNECT_EXCEPTION_UNRECOGNIZED_ID");
+            simulatorLog.writeWarning("SIMCONNECT_EXCEPTION_UNRECOGNIZED_ID");
         break;
     case 5:
         throw nwk::UserErrorException(95, fmt::format("Simconnect Version Mismatch, dwindex: {} ", e.dwIndex));
     case 11:
-        showStatus("SimConnect: too many objects (max 1000)", false);
+        showFromSimulator("SimConnect: too many objects (max 1000)", false);
         break;
     case 19:
-        log("SIMCON EXCEP 19");
+        simulatorLog.write("SIMCON EXCEP 19");
         break;
     case 22:
         noteCreateRefused(e.dwSendID);
         break;
     case 23:
-        logWarning("Simconnect exception: load flight plan failed");
+        simulatorLog.writeWarning("Simconnect exception: load flight plan failed");
         break;
     case 24:
-        log("SIMCON EXCEP 24");
+        simulatorLog.write("SIMCON EXCEP 24");
         break;
     default:
-        logWarning(fmt::format("SIMCON EXCEP {}", e.dwException));
+        simulatorLog.writeWarning(fmt::format("SIMCON EXCEP {}", e.dwException));
     }
 }
 
@@ -330,7 +374,7 @@ void dispatch(const Recv* message, DWORD, void*) {
     case RecvId::eventEx1:
         break;
     default:
-        log(fmt::format("! Unknown Dispatch dwID {}", message->dwID));
+        simulatorLog.write(fmt::format("! Unknown Dispatch dwID {}", message->dwID));
     }
 }
 
@@ -353,6 +397,7 @@ void simThread(std::stop_token stop) {
     readouts.simLight = false;
     repaint();
     closeConnection();
+    simulatorLog.finish();
 }
 
 void startSimClient() {

@@ -34,6 +34,9 @@ extern std::atomic<simconnect::HANDLE> simHandle;
 /// Object ids at or below it belong to the user and are never touched. Starts at 2.
 extern std::atomic<std::uint32_t> userObjectId;
 
+/// Milliseconds that a simulator may take to answer before the user is told who was met instead. Tests shorten it.
+extern std::atomic<int> simAnswerMs;
+
 /// Starts the SimClient thread; one that still runs is stopped and joined first. Worker.
 void startSimClient();
 void requestSimClientStop(); ///< returns at once

@@ -1,10 +1,10 @@
 // What the user flies, as far as title and "ATC MODEL" tell it. Add-on aircraft fill the two in many ways, so a type
 // code has to be found in them first. All on the SimClient thread.
 #include "core/errors.h"
-#include "core/log.h"
 #include "core/user_aircraft.h"
 #include "core/window.h"
 #include "reference/reference.h"
+#include "sim/from_simulator.h"
 #include "sim/sim_internal.h"
 
 #include <algorithm>
@@ -88,6 +88,10 @@ std::string_view modelFromTitle() {
     return {};
 }
 
+void logIndentedLimited(const std::string& text) {
+    simulatorLog.write("          " + text);
+}
+
 void showModel(std::string_view model) {
     setReadout(Readout::userModel, model);
     repaint();
@@ -95,7 +99,7 @@ void showModel(std::string_view model) {
 
 void takeEncrypted() {
     showModel("Unknown (encrypted?) aircraft");
-    showStatus("171: No model info from your user aircraft received in SimConnect, CRJ7 is taken instead", true);
+    showFromSimulator("171: No model info from your user aircraft received in SimConnect, CRJ7 is taken instead", true);
     const double span = wingspanOf("CRJ7");
     userSpan = span != 0.0 ? span : maxWingspan();
     userSpanKnown = true;
@@ -106,13 +110,13 @@ void recognise(std::string_view text) {
         takeEncrypted();
         return;
     }
-    logIndented(fmt::format("model raw: {} ", text));
+    logIndentedLimited(fmt::format("model raw: {} ", readable(text)));
     std::string_view model = modelFrom(text);
     // One line tells all that was found out; it is written when the rest of it is known.
-    std::string line = fmt::format("SimConnect: User aircraft model: {}", model);
-    showModel(model);
+    std::string line = fmt::format("SimConnect: User aircraft model: {}", readable(model));
+    showModel(readable(model));
     if (contains(model, "camerapod") || contains(model, "Crew Vessel")) {
-        logIndented(line);
+        logIndentedLimited(line);
         userSpan = wingspanOf("E190");
         userSpanKnown = true;
         return;
@@ -120,14 +124,15 @@ void recognise(std::string_view text) {
     double span = model.size() < 5 ? wingspanOf(model) : maxWingspan();
     if (span == maxWingspan()) {
         if (const std::string_view code = modelFromTitle(); !code.empty()) {
-            logIndented(line);
+            logIndentedLimited(line);
             model = code;
             line = fmt::format("SimConnect: User aircraft model deduced from title: {}", model);
             span = wingspanOf(model);
         }
         if (span == maxWingspan() || span == 0.0) {
             span = maxWingspan();
-            showStatus("User aircraft wing span unknown, max is taken instead, please report in my Forum!", true);
+            showFromSimulator("User aircraft wing span unknown, max is taken instead, please report in my Forum!",
+                              true);
         }
     }
     userSpan = span;
@@ -138,7 +143,7 @@ void recognise(std::string_view text) {
         line += fmt::format(", half wing span: {:.1F} meter", span * metresPerNauticalMile);
     }
     userCategory = categoryOf(model);
-    logIndented(line + fmt::format(", category: {}", kes::text(userCategory)));
+    logIndentedLimited(line + fmt::format(", category: {}", kes::text(userCategory)));
     // Last, because the worker reads the others as soon as this is set.
     if (known)
         userSpanKnown = true;
@@ -148,13 +153,13 @@ void recognise(std::string_view text) {
 
 void onUserTitle(std::string_view title) {
     if (const std::string_view shown = firstCharacters(title, shownCharacters); shown != userTitle) {
-        setReadout(Readout::userTitle, shown);
+        setReadout(Readout::userTitle, readable(shown));
         repaint();
     }
     userTitle = title;
-    logIndented(fmt::format("SimConnect: User aircraft title: {}", title));
+    logIndentedLimited(fmt::format("SimConnect: User aircraft title: {}", readable(title)));
     if (title.empty())
-        log("! title of your ac is empty?");
+        simulatorLog.write("! title of your ac is empty?");
 }
 
 void onUserModel(std::string_view model) {

@@ -4,6 +4,7 @@
 #include "core/window.h"
 #include "sim/ai_commands.h"
 #include "sim/sim_client.h"
+#include "simconnect/open.h"
 #include "support.h"
 #include "world/simulator/inproc.h"
 
@@ -284,7 +285,7 @@ TEST_F(SimClientTest, TheWrongSimulatorIsToldAndTheRunStaysUp) {
     startSimClient();
     ASSERT_TRUE(waitFor([] { return !errorText().empty(); }));
     EXPECT_EQ(errorText(),
-              "71: MSFS 2020 is running ..., switch Sim or toggle the Install path checkbox of Kestrelune");
+              "71: MSFS 2024 is running ..., switch Sim or toggle the Install path checkbox of Kestrelune");
     EXPECT_FALSE(exitRequested);
     clearError();
 }
@@ -304,6 +305,53 @@ TEST_F(SimClientTest, ComesLateGoesAndComesBack) {
     ASSERT_TRUE(waitFor([] { return exitRequested.load(); }));
     EXPECT_EQ(exitReason(), ExitReason::simConnectError)
         << "a new simulator knows none of the old objects: a fresh run";
+}
+
+TEST_F(SimClientTest, WhoTakesTheConnectionAndSaysNothingIsNoSimulator) {
+    const std::string silent = "this process (no SimConnect.cfg) takes the connection but does not answer: is the "
+                               "simulator still starting, is this the port in its SimConnect.xml?";
+    for (const std::string fault : {"mute", "hang-up"}) {
+        SCOPED_TRACE(fault);
+        resetAll();
+        simAnswerMs = 300;
+        const std::size_t before = program.logText().size();
+        const auto logged = [&](std::string_view text) {
+            const std::string lines = program.logText().substr(before);
+            std::size_t count = 0;
+            for (std::size_t at = lines.find(text); at != std::string::npos; at = lines.find(text, at + 1))
+                ++count;
+            return count;
+        };
+        // A simulator that starts: silent at first, then a connection as any other.
+        world::inprocStart(options());
+        world::inprocRunThread(5);
+        world::inprocCommand(fault + " on");
+        startSimClient();
+        ASSERT_TRUE(waitFor([&] { return statusText() == silent; }));
+        clearStatus();
+        ASSERT_TRUE(waitFor([&] { return statusText() == silent; })) << "shown again once the line has aged";
+        EXPECT_EQ(logged(silent), 1U);
+        EXPECT_FALSE(simRunning || readouts.simLight || simHandle != nullptr);
+        world::inprocCommand(fault + " off");
+        ASSERT_TRUE(waitFor([] { return simRunning.load(); }));
+        EXPECT_EQ(statusText(), "");
+
+        // The connection ends and only silence comes back: nobody is gone for good, nobody is back.
+        world::inprocCommand(fault + " on");
+        world::inprocCommand("drop");
+        ASSERT_TRUE(waitFor([&] { return statusText() == silent; }));
+        EXPECT_FALSE(exitRequested);
+        EXPECT_EQ(logged("SimConnect connection has ended"), 1U);
+        EXPECT_EQ(logged("SimConnect closed ok"), 1U);
+        EXPECT_EQ(logged("Flight Simulator"), 0U);
+        world::inprocCommand(fault + " off");
+        ASSERT_TRUE(waitFor([] { return exitRequested.load(); }));
+        EXPECT_EQ(exitReason(), ExitReason::simConnectError);
+        EXPECT_EQ(logged("Flight Simulator is back"), 1U);
+        joinSimClient();
+        world::inprocStop();
+    }
+    simAnswerMs = simconnect::answerMs;
 }
 
 TEST_F(SimClientTest, AFailedRequestEndsTheRunForARestartAndEmptiesTheQueues) {

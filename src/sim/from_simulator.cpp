@@ -1,0 +1,93 @@
+#include "sim/from_simulator.h"
+
+#include "core/log.h"
+#include "platform/system.h"
+
+#include <cmath>
+
+namespace kes {
+
+LogLimiter simulatorLog("simulator");
+
+std::string readable(std::string_view text) {
+    // A message may hold a megabyte; a quote takes 400 bytes of it. The cut leaves no half of a character.
+    if (constexpr std::size_t enough = longestQuote + 8; text.size() > enough) {
+        text = text.substr(0, enough);
+        for (int i = 0; i < 4 && (static_cast<unsigned char>(text.back()) & 0xC0) == 0x80; ++i)
+            text.remove_suffix(1);
+        if (static_cast<unsigned char>(text.back()) >= 0xC0)
+            text.remove_suffix(1);
+    }
+    try {
+        platform::toUtf16(text);
+        return quoted(text);
+    } catch (const win32::Utf8ConversionException&) {
+        std::string converted;
+        converted.reserve(2 * text.size());
+        for (const char c : text) {
+            const auto byte = static_cast<unsigned char>(c);
+            if (byte >= 0x80)
+                converted += static_cast<char>(0xC0 | byte >> 6);
+            converted += byte >= 0x80 ? static_cast<char>(0x80 | (byte & 0x3F)) : c;
+        }
+        return kes::quoted(converted);
+    }
+}
+
+void showFromSimulator(std::string_view text, bool alsoLog) {
+    // A flood of one and the same is drawn once.
+    if (statusText() != text)
+        showStatus(text, false);
+    if (alsoLog && errorText().empty())
+        simulatorLog.writeUnlessClosing(text);
+}
+
+bool isPlausible(const UserAircraft& user) {
+    for (const double value :
+         {user.lat, user.lon, user.pitch, user.bank, user.heading, user.alt, user.agl, user.groundSpeed})
+        if (!std::isfinite(value))
+            return false;
+    return std::abs(user.lat) <= 90.0 && std::abs(user.lon) <= 360.0;
+}
+
+std::optional<std::int64_t> epochOf(std::int64_t year, std::int64_t dayOfYear, std::int64_t secondOfDay) {
+    if (year < 1 || year > 9999 || dayOfYear < 1 || dayOfYear > 366 || secondOfDay < 0 || secondOfDay > 86400)
+        return std::nullopt;
+    const std::int64_t y = year - 1;
+    const std::int64_t daysTo1970 = 719162; // days from 1 January of year 1
+    const std::int64_t days = y * 365 + y / 4 - y / 100 + y / 400 - daysTo1970 + dayOfYear - 1;
+    return days * 86400 + secondOfDay;
+}
+
+bool ObjectIds::add(std::uint32_t id) {
+    if (places.contains(id))
+        return true;
+    if (ids.size() < limit) {
+        places.emplace(id, ids.size());
+        ids.push_back(id);
+        return true;
+    }
+    places.erase(ids[victim]);
+    places.emplace(id, victim);
+    ids[victim] = id;
+    victim = (victim + 1) % limit;
+    return false;
+}
+
+bool ObjectIds::erase(std::uint32_t id) {
+    const auto at = places.find(id);
+    if (at == places.end())
+        return false;
+    // The last one takes its place.
+    ids[at->second] = ids.back();
+    places[ids.back()] = at->second;
+    ids.pop_back();
+    places.erase(id);
+    return true;
+}
+
+void ObjectIds::clear() {
+    *this = {};
+}
+
+} // namespace kes
