@@ -27,7 +27,9 @@ inline bool waitFor(const std::function<bool()>& condition, int ms = 20000) {
     return true;
 }
 
+/// What has been logged so far is in the log's file.
 inline std::string readFile(const std::filesystem::path& file) {
+    flushLog();
     std::ifstream in(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};
 }

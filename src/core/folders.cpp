@@ -1,5 +1,6 @@
 #include "core/folders.h"
 
+#include "core/errors.h"
 #include "core/log.h"
 #include "core/version.h"
 #include "platform/system.h"
@@ -35,6 +36,7 @@ const fs::path learnedSimaddon = learned / "simaddon";
 const fs::path learnedThirdparty = learned / "thirdparty";
 const fs::path callsign2ObjectId = "Callsign2ObjectId.txt";
 const fs::path updateServer = input / "update_server.txt";
+const fs::path instanceLock = "Kestrelune.lock";
 } // namespace path
 
 namespace {
@@ -86,6 +88,15 @@ void createFolders() {
             continue;
         if (!fs::create_directory(*folder, error) && error)
             throw fs::filesystem_error("create_directory", *folder, error);
+    }
+}
+
+void emptyFolder(const fs::path& folder) {
+    try {
+        for (const fs::directory_entry& entry : fs::directory_iterator(folder))
+            fs::remove_all(entry.path());
+    } catch (const fs::filesystem_error& e) {
+        throw nwk::UserErrorException(5, e.what());
     }
 }
 

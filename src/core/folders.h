@@ -10,7 +10,8 @@ namespace path {
 extern const std::filesystem::path docs, log, installNewVersion, input, referenceDocument, aigRegcodes, airports,
     airportsMsfs, airportsMsfsNames, myRegcodes, output, liveriesScanned, outputInfo, outputErrors, myParkAirports,
     mySimaddon, myThirdparty, learned, learnedStock, learnedSimaddon, learnedThirdparty, callsign2ObjectId,
-    updateServer; ///< "input/update_server.txt": one line, the download base
+    updateServer, ///< "input/update_server.txt": one line, the download base
+    instanceLock; ///< held as long as a program works in its folder
 }
 
 /// The user's roaming application data folder; empty (and logged) when it cannot be told.
@@ -25,6 +26,9 @@ std::filesystem::path realTrafficJar();   ///< roaming / "InsideSystems" / "Real
 /// Creates the folders of the tree that do not exist, in a fixed order. Throws filesystem_error ("status",
 /// "create_directory"). Worker.
 void createFolders();
+
+/// Removes all that is in a folder. Throws user error 5 with the file system's text when something stays.
+void emptyFolder(const std::filesystem::path& folder);
 
 /// Number of regular files directly in a folder; 0 when it does not exist.
 std::size_t countFiles(const std::filesystem::path& folder);

@@ -1,24 +1,38 @@
 #include "core/log.h"
 
 #include "core/clock.h"
+#include "core/line_writer.h"
 #include "core/run_state.h"
+#include "core/text.h"
 #include "core/version.h"
 #include "core/window.h"
 #include "platform/system.h"
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <fmt/format.h>
-#include <fstream>
+#include <memory>
 #include <mutex>
 #include <stdexcept>
+#include <thread>
+#include <utility>
 
 namespace kes {
 
 namespace {
 
-std::mutex logMutex;
-std::ofstream logStream; // guarded by logMutex; a failed write leaves its fail state, and later writes are nothing
+/// What waits for the disk at most: twice what foreign input may cause in a minute.
+constexpr std::size_t logQueueBytes = 4 << 20;
+/// The longest that the end of a log waits for the disk.
+constexpr int closeLogMs = 2000;
+
+// Neither is ever destroyed: threads log to the very end of the process.
+std::mutex& logMutex = *new std::mutex;
+std::shared_ptr<LineWriter>& logWriter = *new std::shared_ptr<LineWriter>; // guarded by logMutex, which no write holds
+std::atomic<const LineWriter*> writerAtCrash{nullptr};
 
 std::mutex statusMutex; // guards the four below and the drawing of the line
 std::string statusLine;
@@ -28,12 +42,29 @@ std::int32_t statusShownAt = 0;    // run time at which the status text came up;
 
 constexpr std::int32_t statusLifeSeconds = 25;
 
-void writeLine(std::string_view lead, std::string_view text) {
+std::shared_ptr<LineWriter> currentWriter() {
     const std::lock_guard lock(logMutex);
-    if (!logStream.is_open() || !logStream)
-        return;
-    logStream << lead << text << '\n';
-    logStream.flush();
+    return logWriter;
+}
+
+/// Returns what was in use before.
+std::shared_ptr<LineWriter> useWriter(std::shared_ptr<LineWriter> writer) {
+    const std::lock_guard lock(logMutex);
+    writerAtCrash = writer.get();
+    return std::exchange(logWriter, std::move(writer));
+}
+
+void writeLine(std::string_view lead, std::string_view text) {
+    if (const std::shared_ptr<LineWriter> writer = currentWriter())
+        writer->write(lead, text);
+}
+
+std::string missingLines(std::uint64_t lines, const std::string& reason) {
+    if (reason.empty())
+        return fmt::format("===> {} line{} left out here: they came faster than the log can be written\n", lines,
+                           plural(static_cast<std::int64_t>(lines)));
+    return fmt::format("===> {} line{} lost here, the log could not be written: {}\n", lines,
+                       plural(static_cast<std::int64_t>(lines)), reason);
 }
 
 /// "Log.txt" becomes "Log0.txt", that becomes "Log00.txt".
@@ -171,27 +202,47 @@ constexpr SocketErrorEntry socketErrors[] = {
 
 void openLog(const std::filesystem::path& path) {
     namespace fs = std::filesystem;
+    closeLog();
     const fs::path older = olderName(path);
     const fs::path oldest = olderName(older);
-    const std::lock_guard lock(logMutex);
-    if (logStream.is_open())
-        logStream.close();
+    // What is no file of lines, a device or a pipe, holds none that could be kept.
+    const fs::file_status status = fs::status(path);
+    const bool device = fs::is_fifo(status) || fs::is_character_file(status);
     if (fs::exists(older))
         fs::copy_file(older, oldest, fs::copy_options::overwrite_existing);
-    if (fs::exists(path))
+    if (fs::exists(status) && !device)
         fs::copy_file(path, older, fs::copy_options::overwrite_existing);
-    logStream.clear();
-    logStream.open(path, std::ios::out | std::ios::trunc | std::ios::binary);
-    if (!logStream.is_open())
+    platform::Output file;
+    if (std::string reason; !file.open(path, reason))
         throw std::runtime_error("Failed to write file " + platform::pathText(path));
-    logStream << fmt::format("{} (utc) {} version {} for {}\n", dateTime(wallClock()), programName,
-                             toText(runningVersion()), "MSFS 2020/2024");
-    logStream.flush();
+    // A program that ends without closing its log still has all lines in it.
+    static const int atEnd = std::atexit([] { flushLog(closeLogMs); });
+    static_cast<void>(atEnd);
+    useWriter(
+        std::make_shared<LineWriter>(std::move(file), LineWriter::Limits{logQueueBytes, "Log writer"}, missingLines));
+    log(fmt::format("{} (utc) {} version {} for {}", dateTime(wallClock()), programName, toText(runningVersion()),
+                    "MSFS 2020/2024"));
 }
 
 void closeLog() {
-    const std::lock_guard lock(logMutex);
-    logStream.close();
+    if (const std::shared_ptr<LineWriter> writer = useWriter(nullptr))
+        writer->close(closeLogMs);
+}
+
+bool flushLog(int ms) {
+    const std::shared_ptr<LineWriter> writer = currentWriter();
+    return writer == nullptr || writer->flush(ms);
+}
+
+std::string logTrouble() {
+    const std::shared_ptr<LineWriter> writer = currentWriter();
+    return writer == nullptr ? std::string() : writer->trouble();
+}
+
+void drainLogAtCrash() noexcept {
+    const LineWriter* writer = writerAtCrash;
+    for (int i = 0; i < 500 && writer != nullptr && !writer->idle(); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
 }
 
 void log(std::string_view text) {
@@ -259,6 +310,13 @@ void resetStatus() {
     statusAgeSeconds = 0;
     statusShownAt = 0;
     drawMessageLine({}, false);
+}
+
+std::string exceptionText(std::string_view name, const std::exception& exception) {
+    if (const auto* conversion = dynamic_cast<const win32::Utf8ConversionException*>(&exception))
+        return fmt::format("{} conversion exception {}, error code: {}", name, conversion->what(),
+                           conversion->errorCode);
+    return fmt::format("{} exception {}", name, exception.what());
 }
 
 std::string socketErrorText(int code) {

@@ -5,6 +5,7 @@
 #include "core/errors.h"
 
 #include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -13,10 +14,19 @@ namespace kes {
 
 /// Keeps two older logs ("Log0.txt", "Log00.txt"), opens the file anew and writes the head line.
 /// Throws filesystem_error when a copy fails, runtime_error "Failed to write file {path}" when it cannot be opened.
+/// A thread of its own writes the lines, in the order of the calls, so that no caller ever waits for the disk: up to
+/// 4 MB of lines wait, and a line tells how many did not fit or could not be written.
 void openLog(const std::filesystem::path& path);
+/// All lines are in the file afterwards, unless the disk takes longer than two seconds.
 void closeLog();
+/// Waits until the lines so far are in the file, at most `ms` milliseconds; false when that was too short.
+bool flushLog(int ms = 10000);
+/// Why the log cannot be written at present; empty while it can, or while none is open.
+std::string logTrouble();
+/// The same wait, one second at most, for a handler of the process's last signal.
+void drainLogAtCrash() noexcept;
 
-void log(std::string_view text);              ///< text and line feed, flushed; nothing while no log is open
+void log(std::string_view text);              ///< text and line feed; nothing while no log is open
 void logWarning(std::string_view text);       ///< "===> " in front
 void logIndented(std::string_view text);      ///< ten blanks in front
 void logUnlessClosing(std::string_view text); ///< `log`, unless the run is to end
@@ -34,6 +44,10 @@ std::string errorText();
 void ageStatus();
 /// Run time and status texts back to their start values.
 void resetStatus();
+
+/// What an exception that reached the routine `name` says: "{} exception {}", for a failed conversion between UTF-8 and
+/// UTF-16 "{} conversion exception {}, error code: {}".
+std::string exceptionText(std::string_view name, const std::exception& exception);
 
 /// "{number} {text}" for a socket error in Windows Sockets numbering (10004 to 11004, 0), the number alone if unknown.
 std::string socketErrorText(int code);

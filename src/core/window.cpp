@@ -85,8 +85,9 @@ void resetWindow() {
     readouts.simTimeMark = false;
     readouts.weatherLamp = Lamp::stopped;
     readouts.trafficLamp = Lamp::stopped;
+    // The liveries stay loaded over a restart, so their number stays as well.
     for (std::atomic<std::int32_t>* unknown :
-         {&readouts.liveries, &readouts.simaddonFiles, &readouts.thirdpartyFiles, &readouts.minutesToRenewal})
+         {&readouts.simaddonFiles, &readouts.thirdpartyFiles, &readouts.minutesToRenewal})
         *unknown = -1;
     for (std::atomic<std::int32_t>* counter : {&readouts.live, &readouts.parkedLive, &readouts.parkedStatic,
                                                &readouts.stands, &readouts.updates, &readouts.qnh})
@@ -96,7 +97,8 @@ void resetWindow() {
 
     for (std::atomic<bool>* request :
          {&windowRequests.reRead, &windowRequests.flushStatic, &windowRequests.findCallsign, &windowRequests.blockNow,
-          &windowRequests.parkAdjust, &windowRequests.clearNoMatch, &windowRequests.maxLive})
+          &windowRequests.parkAdjust, &windowRequests.clearNoMatch, &windowRequests.maxLive,
+          &windowRequests.newSettings})
         *request = false;
 }
 

@@ -69,6 +69,8 @@ std::string readoutText(Readout which);
 struct WindowRequests {
     std::atomic<bool> reRead{false}, flushStatic{false}, findCallsign{false}, blockNow{false}, parkAdjust{false},
         clearNoMatch{false}, maxLive{false}; ///< maxLive: MAX_LIVE was changed
+    /// Another install path or simulator was chosen: a run that waits for its error to be read starts again with it.
+    std::atomic<bool> newSettings{false};
 };
 extern WindowRequests windowRequests;
 

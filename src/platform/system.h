@@ -24,6 +24,11 @@ namespace kes::platform {
 /// folder elsewhere). True for the first caller on the machine; the lock is held until the process ends.
 bool takeInstanceLock(std::string_view name);
 
+/// Takes the lock of a program folder: two desktops, or two users, of one machine have an instance lock each, and would
+/// share the folder all the same. `file` is created in it. False when another process holds it; true also where the
+/// file system knows no locks. Held until the process ends.
+bool takeFolderLock(const std::filesystem::path& file);
+
 /// The roaming application data folder: APPDATA on Windows, XDG_CONFIG_HOME or ~/.config elsewhere. Empty = unknown.
 std::filesystem::path roamingFolder();
 /// The local application data folder: LOCALAPPDATA, or XDG_DATA_HOME or ~/.local/share. Empty = unknown.
@@ -44,7 +49,12 @@ std::string pathText(const std::filesystem::path& path);
 std::filesystem::path pathFrom(std::string_view utf8);
 
 /// Calls `onClose` on a thread of its own whenever the user asks the process to end (Ctrl-C, SIGTERM, console close).
+/// Before any other thread is started.
 void watchCloseSignals(void (*onClose)());
+
+/// Calls `beforeEnd` on the failing thread when the process is about to end by a fault of its own; the other threads
+/// still run. It may only wait and read atomics.
+void watchCrashes(void (*beforeEnd)());
 
 /// Names the calling thread for debuggers.
 void nameThread(const char* name);

@@ -1,10 +1,12 @@
 #ifndef _WIN32
 
+#include "platform/output.h"
 #include "platform/system.h"
 #include "platform/system_os.h"
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -30,8 +32,8 @@ class File {
 public:
     explicit File(int handle) : handle_(handle) {}
     ~File() { closeNow(); }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
+    File(File&& other) noexcept : handle_(other.release()) {}
+    File& operator=(File&&) = delete;
 
     int get() const { return handle_; }
     int release() { return std::exchange(handle_, -1); }
@@ -63,7 +65,47 @@ fs::path lockFolder() {
     return error ? fs::path("/tmp") : folder;
 }
 
+/// Takes the lock of an open file and keeps it to the end of the process. False when another process holds it: a lock
+/// that cannot be asked for must not keep the only instance from starting.
+bool keepLock(File file) {
+    if (file.get() < 0)
+        return true;
+    while (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno == EWOULDBLOCK)
+            return false;
+        if (errno != EINTR)
+            return true;
+    }
+    file.release();
+    return true;
+}
+
+constexpr std::array crashSignals{SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
+std::array<struct sigaction, crashSignals.size()> actionsBefore;
+void (*crashHandler)() = nullptr;
+
+void onCrash(int number) {
+    // Once only, and only for the first thread that fails.
+    static std::atomic_flag begun = ATOMIC_FLAG_INIT;
+    if (!begun.test_and_set())
+        crashHandler();
+    for (std::size_t i = 0; i < crashSignals.size(); ++i)
+        if (crashSignals[i] == number)
+            ::sigaction(number, &actionsBefore[i], nullptr);
+    // Comes in as soon as this returns, and then does what it would have done.
+    ::raise(number);
+}
+
 } // namespace
+
+bool takeFolderLock(const fs::path& file) {
+    constexpr int flags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+    File lock(::open(file.c_str(), O_RDWR | O_CREAT | flags, 0666));
+    // Made by another user, it can still be locked.
+    if (lock.get() < 0 && errno == EACCES)
+        return keepLock(File(::open(file.c_str(), O_RDONLY | flags)));
+    return keepLock(std::move(lock));
+}
 
 bool takeInstanceLock(std::string_view name) {
     std::string fileName;
@@ -73,18 +115,7 @@ bool takeInstanceLock(std::string_view name) {
     }
     fileName += "." + std::to_string(::getuid()) + ".lock";
     const fs::path path = lockFolder() / fileName;
-    File file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
-    // A lock that cannot be asked for must not keep the only instance from starting.
-    if (file.get() < 0)
-        return true;
-    while (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
-        if (errno == EWOULDBLOCK)
-            return false;
-        if (errno != EINTR)
-            return true;
-    }
-    file.release(); // held until the process ends
-    return true;
+    return keepLock(File(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600)));
 }
 
 fs::path roamingFolder() {
@@ -164,7 +195,7 @@ void endFineTimer() {}
 
 void watchCloseSignals(void (*onClose)()) {
     // A terminal that has gone must not take the program with it before it has closed down.
-    ::signal(SIGPIPE, SIG_IGN);
+    surviveFailedWrites();
     sigset_t closing;
     sigemptyset(&closing);
     for (const int number : {SIGINT, SIGTERM, SIGHUP})
@@ -179,6 +210,14 @@ void watchCloseSignals(void (*onClose)()) {
                 onClose();
         }
     }).detach();
+}
+
+void watchCrashes(void (*beforeEnd)()) {
+    crashHandler = beforeEnd;
+    struct sigaction action {};
+    action.sa_handler = onCrash;
+    for (std::size_t i = 0; i < crashSignals.size(); ++i)
+        ::sigaction(crashSignals[i], &action, &actionsBefore[i]);
 }
 
 void nameThread(const char* name) {

@@ -12,6 +12,8 @@
 #include <timeapi.h>
 #include <tlhelp32.h>
 // clang-format on
+#include <cstdlib>
+#include <exception>
 #include <system_error>
 
 namespace kes::platform {
@@ -37,6 +39,13 @@ fs::path knownFolder(int folder) {
 
 void (*closeHandler)() = nullptr;
 
+void (*crashHandler)() = nullptr;
+
+LONG WINAPI onCrash(EXCEPTION_POINTERS*) {
+    crashHandler();
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
 BOOL WINAPI onConsole(DWORD) {
     closeHandler();
     // The process is ended as soon as this returns from a close of the console; the close-down needs the time.
@@ -50,6 +59,13 @@ bool takeInstanceLock(std::string_view name) {
     // The handle is kept for the life of the process on purpose.
     const HANDLE mutex = ::CreateMutexW(nullptr, FALSE, wide(name).c_str());
     return mutex == nullptr || ::GetLastError() != ERROR_ALREADY_EXISTS;
+}
+
+bool takeFolderLock(const fs::path& file) {
+    // Opened for nobody else; goes with the handle, which is kept for the life of the process on purpose.
+    const HANDLE lock = ::CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS,
+                                      FILE_ATTRIBUTE_NORMAL | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+    return lock != INVALID_HANDLE_VALUE || ::GetLastError() != ERROR_SHARING_VIOLATION;
 }
 
 fs::path roamingFolder() {
@@ -102,6 +118,16 @@ void endFineTimer() {
 void watchCloseSignals(void (*onClose)()) {
     closeHandler = onClose;
     ::SetConsoleCtrlHandler(onConsole, TRUE);
+}
+
+void watchCrashes(void (*beforeEnd)()) {
+    crashHandler = beforeEnd;
+    ::SetUnhandledExceptionFilter(onCrash);
+    // An exception that nobody catches ends the process by abort(), which the filter does not see.
+    std::set_terminate([] {
+        crashHandler();
+        std::abort();
+    });
 }
 
 void nameThread(const char* name) {

@@ -7,13 +7,13 @@
 #include "core/run_state.h"
 #include "core/version.h"
 #include "core/window.h"
+#include "platform/output.h"
 #include "platform/system.h"
 #include "spine/run.h"
 #include "window/message_pump.h"
 #include "window/terminal_window.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <fmt/format.h>
 #include <thread>
@@ -25,6 +25,11 @@ namespace {
 // UI thread.
 std::thread worker;
 bool closeClicked = false;
+
+/// The longest wait for a terminal that does not read, milliseconds.
+constexpr int endMs = 500;
+/// The longest wait for a disk that takes the first line of the log.
+constexpr int firstLineMs = 3000;
 
 void startWorker() {
     // The old worker's last act was to post this message, so there is next to nothing to wait for.
@@ -57,6 +62,7 @@ void closeProgram() {
     rememberWindowPlace();
     log(dateTime(wallClock()));
     closeLog();
+    closeTerminalWindow(endMs);
     postQuit(0);
 }
 
@@ -80,14 +86,38 @@ void handleMessage(AppMessage message) {
     }
 }
 
+/// For what goes wrong before there is a window. A terminal that does not read costs the line, not the end.
+void complain(const std::string& text) {
+    platform::Output terminal(platform::Output::Standard::error);
+    std::string_view rest = text;
+    while (!rest.empty()) {
+        const platform::Output::Result written = terminal.write(rest, endMs);
+        if (written.bytes == 0)
+            return;
+        rest.remove_prefix(written.bytes);
+    }
+}
+
+/// A full disk takes the log's file, but none of its lines.
+void tellWhenLogFails() {
+    if (flushLog(firstLineMs) && logTrouble().empty())
+        return;
+    const std::string reason = logTrouble();
+    showStatus(fmt::format("{} cannot be written{}{}, is the disk full?", platform::pathText(path::log),
+                           reason.empty() ? "" : ": ", reason),
+               false);
+}
+
 int initInstance() {
-    useTerminalWindow(stdout);
-    platform::watchCloseSignals([] { postMessage(AppMessage::closeClick); });
+    useTerminalWindow(platform::Output(platform::Output::Standard::out));
+    tellWhenLogFails();
     try {
         std::filesystem::create_directories(userDataFolder());
     } catch (const std::filesystem::filesystem_error& e) {
-        log(fmt::format("Failed to create directory: {}", e.what()));
-        return 0;
+        const std::string text = fmt::format("Failed to create directory: {}", e.what());
+        log(text);
+        complain(text + "\n");
+        return 1;
     }
     postMessage(AppMessage::startWorker);
     return runMessagePump(handleMessage);
@@ -96,15 +126,17 @@ int initInstance() {
 } // namespace
 
 int runProcess() {
-    if (!platform::takeInstanceLock("Local\\$Kestrelune$"))
+    if (!platform::takeInstanceLock("Local\\$Kestrelune$") || !platform::takeFolderLock(path::instanceLock))
         return -1;
+    platform::watchCloseSignals([] { postMessage(AppMessage::closeClick); });
     try {
         openLog(path::log);
+        platform::watchCrashes(drainLogAtCrash);
+        return initInstance();
     } catch (const std::exception& e) {
-        std::fprintf(stderr, "%s\n", e.what());
+        complain(fmt::format("{} cannot start: {}\n", programName, e.what()));
         return 1;
     }
-    return initInstance();
 }
 
 } // namespace kes

@@ -3,8 +3,8 @@
 
 namespace kes {
 
-/// The whole program. -1 for a second instance, otherwise the exit code of the message pump; 1 when no log can be
-/// opened.
+/// The whole program. -1 for a second instance, otherwise the exit code of the message pump; 1, with a reason on the
+/// error stream, when the log or the user's data folder cannot be had.
 int runProcess();
 
 } // namespace kes

@@ -1,10 +1,13 @@
 #include "window/terminal_window.h"
 
+#include "core/line_writer.h"
+#include "core/text.h"
 #include "core/window.h"
 
 #include <atomic>
 #include <chrono>
 #include <fmt/format.h>
+#include <memory>
 
 namespace kes {
 
@@ -12,13 +15,16 @@ namespace {
 
 constexpr std::int64_t counterPeriodMs = 10000;
 
-std::FILE* terminal = nullptr;
+/// Some 500 lines. Old news is no use to somebody who lets his terminal go on.
+constexpr std::size_t terminalQueueBytes = 32768;
+
+// Never destroyed: threads may show a line to the very end of the process.
+LineWriter* terminal = nullptr;
 std::atomic<std::int64_t> nextCountersMs{0};
 
-// One write per line, so that lines of different threads do not mix.
-void writeLine(const std::string& line) {
-    std::fwrite(line.data(), 1, line.size(), terminal);
-    std::fflush(terminal);
+std::string missingLines(std::uint64_t lines, const std::string&) {
+    return fmt::format("status: {} line{} left out while the terminal did not read\n", lines,
+                       plural(static_cast<std::int64_t>(lines)));
 }
 
 std::string_view lampText(Lamp lamp) {
@@ -36,7 +42,7 @@ std::string_view lampText(Lamp lamp) {
 
 void terminalMessageLine(std::string_view text, bool isError) {
     if (!text.empty())
-        writeLine(fmt::format("{} {}\n", isError ? "error: " : "status:", text));
+        terminal->write(isError ? "error:  " : "status: ", text);
 }
 
 /// The counters change many times a second; a line every ten seconds is what a reader of a terminal can use.
@@ -48,20 +54,25 @@ void terminalRepaint() {
     std::int64_t due = nextCountersMs;
     if (now < due || !nextCountersMs.compare_exchange_strong(due, now + counterPeriodMs))
         return;
-    writeLine(fmt::format("live: {:3}  parked live: {:3}, parked static: {:3}  qnh: {:4}  Weather {}  Traffic {}  {}\n",
-                          readouts.live.load(), readouts.parkedLive.load(), readouts.parkedStatic.load(),
-                          readouts.qnh.load(), lampText(readouts.weatherLamp), lampText(readouts.trafficLamp),
-                          readoutText(Readout::simName)));
+    terminal->write(
+        {},
+        fmt::format("live: {:3}  parked live: {:3}, parked static: {:3}  qnh: {:4}  Weather {}  Traffic {}  {}",
+                    readouts.live.load(), readouts.parkedLive.load(), readouts.parkedStatic.load(), readouts.qnh.load(),
+                    lampText(readouts.weatherLamp), lampText(readouts.trafficLamp), readoutText(Readout::simName)));
 }
 
 } // namespace
 
-void useTerminalWindow(std::FILE* out) {
-    terminal = out;
+void useTerminalWindow(platform::Output out) {
+    terminal = new LineWriter(std::move(out), {terminalQueueBytes, "Terminal"}, missingLines);
     WindowBackend backend;
     backend.repaint = terminalRepaint;
     backend.drawMessageLine = terminalMessageLine;
     setWindowBackend(backend);
+}
+
+void closeTerminalWindow(int ms) {
+    terminal->close(ms);
 }
 
 } // namespace kes

@@ -1,11 +1,14 @@
 // The window of a machine without a display: status and error lines and the counters, line by line on the terminal.
 #pragma once
 
-#include <cstdio>
+#include "platform/output.h"
 
 namespace kes {
 
-/// Installs the backend. Lines go to `out`, which stays open for the life of the process.
-void useTerminalWindow(std::FILE* out);
+/// Installs the backend. A thread of its own writes the lines: a terminal that does not read holds nobody. What it
+/// misses beyond some hundred lines is left out, and a line tells how many once it reads again.
+void useTerminalWindow(platform::Output out);
+/// Waits until the lines so far are out, at most `ms` milliseconds, and takes no more. UI thread, at the end.
+void closeTerminalWindow(int ms);
 
 } // namespace kes

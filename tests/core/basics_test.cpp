@@ -292,6 +292,25 @@ TEST(Folders, CountsFilesOnly) {
     EXPECT_EQ(countFiles("some/one"), 0u);
 }
 
+TEST(Folders, OneThatCannotBeEmptiedIsAUserError) {
+    const test::ProgramFolder program;
+    std::filesystem::create_directories("full/below");
+    std::ofstream("full/below/file") << "x";
+    std::ofstream("full/file") << "x";
+    emptyFolder("full");
+    EXPECT_TRUE(std::filesystem::is_empty("full"));
+    // Nobody, not even root, removes a file there.
+    for (const char* folder : {"/proc/self/fdinfo", "nowhere"}) {
+        try {
+            emptyFolder(folder);
+            ADD_FAILURE() << folder;
+        } catch (const nwk::UserErrorException& e) {
+            EXPECT_EQ(e.number, 5u);
+            EXPECT_EQ(std::string(e.what()).substr(0, 21), "5: filesystem error: ") << e.what();
+        }
+    }
+}
+
 TEST(Folders, UserDataLiesInTheRoamingFolder) {
     const test::ProgramFolder folder;
     EXPECT_EQ(parametersFile(), folder.folder / "appdata" / "Kestrelune" / "parameters.xml");
@@ -313,6 +332,8 @@ TEST(Window, ANewRunStartsWithFreshReadOuts) {
     readouts.waiting = false;
     setReadout(Readout::foundObject, "text");
     windowRequests.parkAdjust = true;
+    readouts.liveries = 4711;
+    windowRequests.newSettings = true;
     showStatus("old", false);
     resetWindow();
     EXPECT_EQ(readouts.live, 0);
@@ -322,6 +343,8 @@ TEST(Window, ANewRunStartsWithFreshReadOuts) {
     EXPECT_TRUE(readouts.waiting);
     EXPECT_EQ(readoutText(Readout::foundObject), "");
     EXPECT_FALSE(windowRequests.parkAdjust);
+    EXPECT_FALSE(windowRequests.newSettings);
+    EXPECT_EQ(readouts.liveries, 4711) << "they stay loaded";
     EXPECT_EQ(statusText(), "");
 }
 

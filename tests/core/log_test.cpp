@@ -2,14 +2,22 @@
 #include "core/log.h"
 #include "core/run_state.h"
 #include "core/window.h"
+#include "platform/output.h"
+#include "platform/system.h"
 #include "support.h"
 
+#include <cerrno>
 #include <cmath>
 #include <csignal>
+#include <cstdlib>
 #include <ctime>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace kes {
@@ -82,23 +90,83 @@ TEST_F(LogTest, OpeningFailsLoudlyAndTheProgramCanGoOn) {
     EXPECT_TRUE(folder.logHas("again\n"));
 }
 
-TEST_F(LogTest, AFullDiskSilencesTheLogAndNothingElse) {
-    void (*const before)(int) = std::signal(SIGXFSZ, SIG_IGN);
+TEST_F(LogTest, AFullDiskCostsTheLinesThatDidNotFitAndNothingElse) {
+    platform::surviveFailedWrites();
     rlimit free{};
     getrlimit(RLIMIT_FSIZE, &free);
     rlimit tight = free;
     tight.rlim_cur = 200;
+    flushLog();
     setrlimit(RLIMIT_FSIZE, &tight);
     log(std::string(500, 'x'));
-    setrlimit(RLIMIT_FSIZE, &free);
-    std::signal(SIGXFSZ, before);
-    log("skipped");
-    EXPECT_FALSE(folder.logHas("skipped"));
+    log("lost as well");
+    EXPECT_TRUE(flushLog());
+    EXPECT_EQ(logTrouble(), platform::outputErrorText(EFBIG));
     showStatus("still shown", true);
     EXPECT_EQ(statusText(), "still shown");
-    openLog("Other.txt");
-    log("a new log works");
-    EXPECT_NE(test::readFile("Other.txt").find("a new log works"), std::string::npos);
+    EXPECT_TRUE(flushLog());
+    setrlimit(RLIMIT_FSIZE, &free);
+    log("room again");
+    EXPECT_TRUE(folder.logHas("\n===> 3 lines lost here, the log could not be written: File too large\nroom again\n"));
+    EXPECT_EQ(logTrouble(), "");
+    EXPECT_EQ(folder.logCount("lost"), 1u);
+}
+
+TEST_F(LogTest, APipeAsLogHoldsNoOne) {
+    fs::remove("Log.txt");
+    ASSERT_EQ(mkfifo("Log.txt", 0600), 0);
+    EXPECT_THROW(openLog("Log.txt"), std::runtime_error) << "nobody reads";
+    const int reader = open("Log.txt", O_RDONLY | O_NONBLOCK);
+    openLog("Log.txt");
+    EXPECT_EQ(test::readFile("Log0.txt"), "") << "there is nothing to keep";
+    const auto start = std::chrono::steady_clock::now();
+    const std::string line(99, 'x');
+    for (int i = 0; i < 100000; ++i)
+        log(line);
+    EXPECT_FALSE(flushLog(10));
+    closeLog(); // waits two seconds for a reader
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    close(reader);
+}
+
+TEST_F(LogTest, TheLastLinesBeforeACrashAreInIt) {
+    closeLog(); // its thread would not be there in the child
+    const pid_t child = fork();
+    if (child == 0) {
+        const rlimit noCore{};
+        setrlimit(RLIMIT_CORE, &noCore);
+        openLog("Crash.txt");
+        std::signal(SIGABRT, SIG_DFL);
+        platform::watchCrashes(drainLogAtCrash);
+        for (int i = 0; i < 20000; ++i)
+            log("a line before the crash");
+        log("the last line");
+        std::abort();
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT);
+    EXPECT_TRUE(test::readFile("Crash.txt").ends_with("\nthe last line\n"));
+}
+
+TEST_F(LogTest, ADeviceThatTakesNothingIsTold) {
+    fs::remove("Log.txt");
+    fs::create_symlink("/dev/full", "Log.txt");
+    openLog("Log.txt");
+    EXPECT_TRUE(flushLog());
+    EXPECT_EQ(logTrouble(), platform::outputErrorText(ENOSPC));
+    closeLog();
+    EXPECT_EQ(logTrouble(), "");
+}
+
+TEST_F(LogTest, ExceptionsOfTextsTellTheirCode) {
+    EXPECT_EQ(exceptionText("lf_closingDown", std::runtime_error("no window")), "lf_closingDown exception no window");
+    try {
+        platform::toUtf16("\xFF");
+    } catch (const std::exception& e) {
+        EXPECT_EQ(exceptionText("updateLiveAc", e),
+                  "updateLiveAc conversion exception Text is not valid UTF-8, error code: 1113");
+    }
 }
 
 TEST_F(LogTest, LinesKeepTheirLeadAndStayWholeFromManyThreads) {

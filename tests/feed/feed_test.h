@@ -73,6 +73,7 @@ protected:
 
     /// The log without its head line.
     std::vector<std::string> logLines() const {
+        flushLog();
         std::ifstream file(folder / "Log.txt");
         std::vector<std::string> lines;
         for (std::string line; std::getline(file, line);)

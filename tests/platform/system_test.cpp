@@ -146,6 +146,57 @@ TEST(InstanceLock, OneProcessAtATimeAndFreedByItsEnd) {
     }
 }
 
+TEST(FolderLock, OneProcessInAFolderWhateverItsDesktop) {
+    const test::ProgramFolder folder;
+    const auto lock = [] { return takeFolderLock("x.lock") ? 1 : 0; };
+    const auto held = [&] { // in a first process, while a second asks
+        return inProcess([&] { return lock() == 1 ? inProcess(lock) : 2; });
+    };
+    EXPECT_EQ(held(), 0) << "a second process";
+    EXPECT_EQ(inProcess(lock), 1) << "the first is gone, so is its lock";
+    EXPECT_EQ(inProcess([] {
+                  takeFolderLock("x.lock");
+                  return inProcess([] { return takeFolderLock("other.lock") ? 1 : 0; });
+              }),
+              1)
+        << "another folder";
+    // What is no file that could be locked must not keep the only instance from starting, nor hang it.
+    fs::create_directory("folder.lock");
+    ASSERT_EQ(mkfifo("pipe.lock", 0600), 0);
+    EXPECT_TRUE(takeFolderLock("folder.lock"));
+    EXPECT_TRUE(takeFolderLock("nowhere/x.lock"));
+    EXPECT_EQ(inProcess([] { return takeFolderLock("pipe.lock") ? 1 : 0; }), 1);
+}
+
+std::atomic<int> lastWords{0};
+
+TEST(Crashes, RunTheHandlerOnceAndStillEndTheProcess) {
+    for (const int number : {SIGSEGV, SIGABRT, SIGFPE}) {
+        int words[2];
+        ASSERT_EQ(pipe(words), 0);
+        lastWords = words[1];
+        const pid_t child = fork();
+        if (child == 0) {
+            const rlimit noCore{};
+            setrlimit(RLIMIT_CORE, &noCore);
+            for (const int each : {SIGSEGV, SIGABRT, SIGFPE})
+                std::signal(each, SIG_DFL); // sanitizers have their own
+            watchCrashes([] { [[maybe_unused]] const ssize_t told = write(lastWords, "x", 1); });
+            if (number == SIGABRT)
+                std::abort();
+            raise(number);
+            _exit(0);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        close(words[1]);
+        char text[8];
+        EXPECT_EQ(read(words[0], text, sizeof text), 1) << number;
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == number) << number;
+        close(words[0]);
+    }
+}
+
 TEST(KnownFolders, FollowTheEnvironmentAndFallBackToTheHome) {
     const char* const home = std::getenv("HOME");
     const std::string homeBefore = home != nullptr ? home : "";

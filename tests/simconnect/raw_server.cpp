@@ -143,6 +143,7 @@ void ClientTest::writeConfig(const std::string& text) const {
 }
 
 std::string ClientTest::logText() const {
+    flushLog();
     std::ifstream file(folder / "Log.txt", std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }

@@ -1,0 +1,78 @@
+#ifdef _WIN32
+
+#include "platform/output.h"
+
+#include <algorithm>
+#include <system_error>
+#include <utility>
+#include <windows.h>
+
+namespace kes::platform {
+
+namespace {
+
+constexpr std::size_t piece = 65536;
+
+HANDLE handleOf(std::intptr_t value) {
+    return reinterpret_cast<HANDLE>(value);
+}
+
+} // namespace
+
+Output::Output(Standard stream) : mostAtOnce_(piece) {
+    const HANDLE handle = ::GetStdHandle(stream == Standard::out ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
+    // A program without a console has none.
+    handle_ = handle == nullptr || handle == INVALID_HANDLE_VALUE ? -1 : reinterpret_cast<std::intptr_t>(handle);
+}
+
+Output::Output(Output&& other) noexcept
+    : handle_(std::exchange(other.handle_, -1)), owned_(other.owned_), mostAtOnce_(other.mostAtOnce_) {}
+
+Output& Output::operator=(Output&& other) noexcept {
+    if (this != &other) {
+        close();
+        handle_ = std::exchange(other.handle_, -1);
+        owned_ = other.owned_;
+        mostAtOnce_ = other.mostAtOnce_;
+    }
+    return *this;
+}
+
+bool Output::open(const std::filesystem::path& path, std::string& error) {
+    const HANDLE file = ::CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                      CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        error = outputErrorText(static_cast<int>(::GetLastError()));
+        return false;
+    }
+    close();
+    handle_ = reinterpret_cast<std::intptr_t>(file);
+    owned_ = true;
+    mostAtOnce_ = piece;
+    return true;
+}
+
+void Output::close() {
+    if (owned_ && handle_ >= 0)
+        ::CloseHandle(handleOf(handle_));
+    handle_ = -1;
+}
+
+// A console whose text is being marked holds the write itself; the caller is a thread that may be held.
+Output::Result Output::write(std::string_view text, int) {
+    DWORD written = 0;
+    const auto size = static_cast<DWORD>(std::min(text.size(), mostAtOnce_));
+    if (size == 0 || ::WriteFile(handleOf(handle_), text.data(), size, &written, nullptr))
+        return {written, 0};
+    return {written, static_cast<int>(::GetLastError())};
+}
+
+std::string outputErrorText(int error) {
+    return std::system_category().message(error);
+}
+
+void surviveFailedWrites() {}
+
+} // namespace kes::platform
+
+#endif
