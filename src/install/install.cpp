@@ -4,14 +4,17 @@
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/text.h"
+#include "platform/file.h"
 #include "platform/system.h"
 #include "platform/user_folders.h"
 
+#include <cstdint>
 #include <fmt/format.h>
-#include <fstream>
 #include <initializer_list>
 #include <iterator>
+#include <optional>
 #include <system_error>
+#include <vector>
 
 namespace kes {
 
@@ -61,13 +64,15 @@ fs::path localFolder() {
     return folder;
 }
 
-/// The first file that exists; the last one when none does.
-fs::path findUserCfg(const Simulator& simulator, const platform::UserFolders& user) {
+constexpr std::uint64_t longestUserCfg = 1 << 20; ///< bytes; a true one has some hundred lines
+
+/// The bytes of the first file that exists; nothing when none does. One that cannot be read costs only itself.
+std::optional<std::string> readUserCfg(const Simulator& simulator, const platform::UserFolders& user) {
     struct Candidate {
         const char* missing;
         fs::path path;
     };
-    Candidate candidates[] = {
+    const Candidate candidates[] = {
         {"MSFS detection, no Store:{}",
          below(user.local, {"Packages", simulator.storeFamily, "LocalCache", "UserCfg.opt"})},
         {"MSFS detection, no Steam1:{}", below(user.roaming, {simulator.folder, "UserCfg.opt"})},
@@ -76,11 +81,18 @@ fs::path findUserCfg(const Simulator& simulator, const platform::UserFolders& us
         {"MSFS detection, no Boxed:{}", below(user.local, {"MSFSPackages", "UserCfg.opt"})},
     };
     for (const Candidate& candidate : candidates) {
-        if (isThere(candidate.path))
-            return candidate.path;
-        log(fmt::format(fmt::runtime(candidate.missing), platform::pathText(candidate.path)));
+        const std::string name = platform::pathText(candidate.path);
+        if (!isThere(candidate.path)) {
+            log(fmt::format(fmt::runtime(candidate.missing), name));
+            continue;
+        }
+        std::string text;
+        const int error = platform::readFile(name, text, longestUserCfg);
+        if (error == 0)
+            return text;
+        log(fmt::format("{} cannot be read: {}", name, platform::errorText(error)));
     }
-    return std::move(std::end(candidates)[-1].path);
+    return {};
 }
 
 /// Bytes as characters of the same number, for texts in the Western character set that are no UTF-8.
@@ -121,9 +133,8 @@ std::string decoded(std::string text) {
 }
 
 /// The value of the first line that names the packages folder.
-std::string installedPackagesPath(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    const std::string text = decoded({std::istreambuf_iterator<char>(in), {}});
+std::string installedPackagesPath(std::string bytes) {
+    const std::string text = decoded(std::move(bytes));
     for (std::string_view line : split(text, '\n')) {
         if (line.ends_with('\r'))
             line.remove_suffix(1);
@@ -133,12 +144,12 @@ std::string installedPackagesPath(const fs::path& file) {
     return {};
 }
 
-fs::path readUserCfg(const fs::path& file, const fs::path& prefix) {
-    if (!isThere(file)) {
+fs::path pathInUserCfg(std::optional<std::string> bytes, const fs::path& prefix) {
+    if (!bytes) {
         log("No UserCfg.opt found?");
         return {};
     }
-    const std::string value = installedPackagesPath(file);
+    const std::string value = installedPackagesPath(std::move(*bytes));
     fs::path path = prefix.empty() ? platform::pathFrom(value) : platform::pathInPrefix(prefix, value);
     if (!isThere(path))
         path.clear();
@@ -155,7 +166,7 @@ fs::path detectIn(const Simulator& simulator, const platform::UserFolders& user)
         steam.clear();
     if (isPackagesPath(steam))
         return steam;
-    fs::path named = readUserCfg(findUserCfg(simulator, user), user.prefix);
+    fs::path named = pathInUserCfg(readUserCfg(simulator, user), user.prefix);
     return isPackagesPath(named) ? named : fs::path();
 }
 
@@ -171,11 +182,15 @@ std::string detectPackagesPath() {
     const platform::UserFolders native{{}, roamingFolder(), localFolder()};
     if (const fs::path found = detectIn(simulator, native); !found.empty())
         return platform::pathText(found);
-    for (const platform::UserFolders& user : platform::prefixUserFolders(simulator.steamId)) {
+    std::vector<std::string> unreadable;
+    const auto users = platform::prefixUserFolders(simulator.steamId, &unreadable);
+    for (const std::string& line : unreadable)
+        log(line);
+    for (const platform::UserFolders& user : users) {
         try {
             if (const fs::path found = detectIn(simulator, user); !found.empty())
                 return platform::pathText(found);
-        } catch (const fs::filesystem_error& error) {
+        } catch (const std::exception& error) {
             // Somebody else's prefix, or a disk that has gone: the next one may be the right one.
             log(error.what());
         }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -14,8 +15,9 @@ struct UserFolders {
 };
 
 /// The users of the prefixes that the environment names (STEAM_COMPAT_DATA_PATH, WINEPREFIX), of the one that Steam
-/// made for the application `appId` in each library, and of all others, in this order. Each prefix comes once.
-std::vector<UserFolders> prefixUserFolders(std::string_view appId);
+/// made for the application `appId` in each library, and of all others, in this order. Each prefix comes once. A list
+/// of libraries that is there but cannot be read costs a line in `unreadable`, when given.
+std::vector<UserFolders> prefixUserFolders(std::string_view appId, std::vector<std::string>* unreadable = nullptr);
 
 /// The file that a path such as "Z:\\home\\me" names inside a prefix: through its drive links, and in any case where
 /// the exact name does not exist. Empty when the prefix has no such drive.

@@ -1,12 +1,13 @@
 #ifndef _WIN32
 
+#include "platform/file.h"
 #include "platform/system.h"
 #include "platform/system_os.h"
 #include "platform/user_folders.h"
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
+#include <cerrno>
+#include <cstdint>
 #include <set>
 #include <string>
 
@@ -15,6 +16,8 @@ namespace kes::platform {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr std::uint64_t longestKeyFile = 1 << 20; ///< bytes; a true one has some kilobytes
 
 char lower(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
@@ -62,10 +65,12 @@ std::vector<std::string> tokensOf(std::string_view text) {
 
 /// The libraries that a "libraryfolders.vdf" names: "path" inside a numbered block, or in the older form the value of
 /// the number itself. Inside the block, numbers also name applications, but their values are no paths.
-std::vector<fs::path> librariesIn(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(in), {}};
+std::vector<fs::path> librariesIn(const fs::path& file, std::vector<std::string>* unreadable) {
     std::vector<fs::path> libraries;
+    std::string text;
+    const int error = readFile(file.string(), text, longestKeyFile);
+    if (error != 0 && error != ENOENT && unreadable)
+        unreadable->push_back(file.string() + " cannot be read: " + errorText(error));
     const std::vector<std::string> tokens = tokensOf(text);
     for (std::size_t i = 0; i + 1 < tokens.size(); ++i) {
         if (tokens[i].front() != '"' || tokens[i + 1].front() != '"')
@@ -81,7 +86,7 @@ std::vector<fs::path> librariesIn(const fs::path& file) {
 }
 
 /// Steam's libraries, each once: its own folders by the ways in which it gets installed, and what they name.
-std::vector<fs::path> steamLibraries() {
+std::vector<fs::path> steamLibraries(std::vector<std::string>* unreadable) {
     std::vector<fs::path> roots;
     if (const fs::path home = os::homeFolder(); !home.empty()) {
         for (const char* below :
@@ -104,7 +109,7 @@ std::vector<fs::path> steamLibraries() {
     const std::vector<fs::path> installed = libraries;
     for (const fs::path& root : installed) {
         for (const fs::path& folder : {childAnyCase(root, "steamapps"), root / "config"}) {
-            for (const fs::path& library : librariesIn(folder / "libraryfolders.vdf"))
+            for (const fs::path& library : librariesIn(folder / "libraryfolders.vdf", unreadable))
                 add(library);
         }
     }
@@ -136,7 +141,7 @@ void addUsers(const fs::path& prefix, std::set<fs::path>& seen, std::vector<User
 
 } // namespace
 
-std::vector<UserFolders> prefixUserFolders(std::string_view appId) {
+std::vector<UserFolders> prefixUserFolders(std::string_view appId, std::vector<std::string>* unreadable) {
     std::set<fs::path> seen;
     std::vector<UserFolders> result;
     if (const fs::path compat = os::absoluteFrom("STEAM_COMPAT_DATA_PATH"); !compat.empty())
@@ -144,7 +149,7 @@ std::vector<UserFolders> prefixUserFolders(std::string_view appId) {
     if (const fs::path wine = os::absoluteFrom("WINEPREFIX"); !wine.empty())
         addUsers(wine, seen, result);
     std::vector<fs::path> compatFolders;
-    for (const fs::path& library : steamLibraries())
+    for (const fs::path& library : steamLibraries(unreadable))
         compatFolders.push_back(childAnyCase(library, "steamapps") / "compatdata");
     for (const fs::path& folder : compatFolders)
         addUsers(folder / appId / "pfx", seen, result);

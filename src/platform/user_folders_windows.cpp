@@ -5,7 +5,7 @@
 
 namespace kes::platform {
 
-std::vector<UserFolders> prefixUserFolders(std::string_view) {
+std::vector<UserFolders> prefixUserFolders(std::string_view, std::vector<std::string>*) {
     return {};
 }
 

@@ -2,9 +2,9 @@
 #include "core/log.h"
 #include "core/parameters.h"
 #include "install/install.h"
+#include "pipe_guard.h"
 #include "platform/system.h"
 #include "platform/user_folders.h"
-#include "support.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -398,6 +398,42 @@ TEST_F(InstallTest, AUserCfgOfAPrefixIsReadThroughItsDrives) {
     const std::string log = newLog();
     EXPECT_NE(log.find("exists"), std::string::npos) << "the fault of the first prefix is told";
     EXPECT_NE(log.find("InstalledPackagesPath=???\n"), std::string::npos);
+}
+
+TEST_F(InstallTest, WhatCannotBeReadCostsOnlyItself) {
+    // In the places that come before the good one: folders of the names, pipes, endless files.
+    fs::create_directories(storeFile());
+    fs::create_directories(steamFile().parent_path());
+    fs::create_directories(dashboardFile().parent_path());
+    const test::PipeGuard pipe(steamFile());
+    fs::create_symlink("/dev/zero", dashboardFile());
+    const fs::path good = packages(program.folder / "good");
+    write(boxedFile(), names(good));
+    newLog();
+    EXPECT_EQ(detectPackagesPath(), good.string());
+    EXPECT_EQ(newLog(),
+              fmt::format("{} cannot be read: Is a directory\n{} cannot be read: not a regular file\n"
+                          "{} cannot be read: not a regular file\nUserCfg.opt: InstalledPackagesPath={}\n",
+                          storeFile().string(), steamFile().string(), dashboardFile().string(), good.string()));
+    write(boxedFile(), std::string((1 << 20) + 1, ' '));
+    EXPECT_EQ(detectPackagesPath(), "");
+    EXPECT_NE(newLog().find("File too large\nNo UserCfg.opt found?\n"), std::string::npos);
+
+    // The same in prefixes, and the lists of libraries that lead to them.
+    fs::remove(boxedFile());
+    const fs::path steam = home / ".local/share/Steam", compat = steam / "steamapps/compatdata";
+    fs::create_directories(steam / "steamapps/libraryfolders.vdf");
+    fs::create_directories(steam / "config");
+    const test::PipeGuard list(steam / "config/libraryfolders.vdf");
+    fs::create_directories(appData(prefix(compat / "1250410/pfx")) / "Local/MSFSPackages/UserCfg.opt");
+    const fs::path second = prefix(compat / "3000000/pfx");
+    write(appData(second) / "Local/MSFSPackages/UserCfg.opt", "InstalledPackagesPath \"Z:" + good.string() + "\"\r\n");
+    EXPECT_EQ(detectPackagesPath(), good.string());
+    const std::string log = newLog();
+    for (const char* line : {"steamapps/libraryfolders.vdf cannot be read: Is a directory\n",
+                             "config/libraryfolders.vdf cannot be read: not a regular file\n",
+                             "Local/MSFSPackages/UserCfg.opt cannot be read: Is a directory\n"})
+        EXPECT_NE(log.find(line), std::string::npos) << log;
 }
 
 /// What the files of the shared collection name, seen through a prefix whose drives hold those folders.
