@@ -4,6 +4,7 @@
 #include "core/errors.h"
 #include "core/folders.h"
 #include "core/log.h"
+#include "core/xml_file.h"
 #include "platform/system.h"
 
 #include <algorithm>
@@ -66,7 +67,7 @@ void sortTable() {
 
 void readRows(const std::string& pathText) {
     pugi::xml_document document;
-    const pugi::xml_parse_result result = document.load_file(path::airportsMsfs.c_str());
+    const pugi::xml_parse_result result = loadXml(document, path::airportsMsfs);
     if (!result) {
         throw nwk::UserErrorException(88, pathText + " not loaded " + result.description());
     }
@@ -181,7 +182,7 @@ std::optional<AirportEntry> closestAirport(LatLon position) {
 void readAirportNames() {
     airportNames.clear();
     pugi::xml_document document;
-    if (document.load_file(path::airportsMsfsNames.c_str())) {
+    if (loadXml(document, path::airportsMsfsNames)) {
         for (const pugi::xml_node row : document.child("AirportNames").children("airport")) {
             airportNames.try_emplace(row.attribute("ICAO").as_string(), row.attribute("name").as_string());
         }

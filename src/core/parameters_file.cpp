@@ -7,6 +7,7 @@
 #include "core/version.h"
 #include "core/window.h"
 #include "core/xml_file.h"
+#include "platform/file.h"
 #include "platform/system.h"
 
 #include <array>
@@ -14,7 +15,6 @@
 #include <filesystem>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
-#include <fstream>
 #include <mutex>
 #include <system_error>
 
@@ -31,7 +31,7 @@ constexpr const char* parameterElement = "parameter";
 
 // The real file has some 6 kB in three levels. Beyond these sizes it is not ours, and pugixml's recursion on the way
 // down a deep tree would end the process.
-constexpr std::uintmax_t longestFile = 4u << 20;
+constexpr std::uint64_t longestFile = 4u << 20;
 constexpr int deepestLevel = 8;
 
 /// Each change is load, edit, replace; two at a time would lose one of them.
@@ -221,26 +221,13 @@ enum class FileState { good, missing, damaged, unreadable };
 
 /// Reads the file; `reason` tells what is wrong with a damaged or unreadable one.
 FileState loadFile(const fs::path& path, pugi::xml_document& document, std::string& reason) {
-    std::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    if (status.type() == fs::file_type::not_found)
+    std::string content;
+    const int error = platform::readFile(platform::pathText(path), content, longestFile);
+    if (error == ENOENT || error == ENOTDIR)
         return FileState::missing;
-    if (status.type() != fs::file_type::regular) {
-        reason = error ? error.message() : "not a regular file";
-        return FileState::unreadable;
-    }
-    const std::uintmax_t size = fs::file_size(path, error);
-    if (!error && size > longestFile) {
-        reason = "too long";
-        return FileState::damaged;
-    }
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    std::string content(error ? 0 : size, '\0');
-    if (error || !file.is_open() ||
-        (!content.empty() && !file.read(content.data(), static_cast<std::streamsize>(size)))) {
-        reason = error ? error.message() : std::generic_category().message(errno != 0 ? errno : EIO);
-        return FileState::unreadable;
+    if (error != 0) {
+        reason = error == EFBIG ? "too long" : platform::errorText(error);
+        return error == EFBIG ? FileState::damaged : FileState::unreadable;
     }
     return parseParameters(content, document, reason) ? FileState::good : FileState::damaged;
 }

@@ -3,8 +3,10 @@
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/version.h"
+#include "platform/file.h"
 #include "platform/system.h"
 
+#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -36,6 +38,17 @@ std::vector<MetaInfo> metaInfos() {
 }
 
 } // namespace
+
+pugi::xml_parse_result loadXml(pugi::xml_document& document, const std::filesystem::path& path) {
+    std::string text;
+    if (const int error = platform::readFile(platform::pathText(path), text)) {
+        document.reset();
+        pugi::xml_parse_result result;
+        result.status = error == ENOENT ? pugi::status_file_not_found : pugi::status_io_error;
+        return result;
+    }
+    return document.load_buffer(text.data(), text.size());
+}
 
 bool saveXml(const pugi::xml_document& document, const std::filesystem::path& path) {
     TextWriter writer;

@@ -45,7 +45,7 @@ bool writeLiveriesScanned(const std::vector<Livery>& liveries) {
 std::vector<Livery> readLiveriesScanned() {
     const std::string pathText = platform::pathText(path::liveriesScanned);
     pugi::xml_document document;
-    if (!document.load_file(path::liveriesScanned.c_str())) {
+    if (!loadXml(document, path::liveriesScanned)) {
         throw nwk::UserErrorException(51, fmt::format("File {} not found", pathText));
     }
     const pugi::xml_node top = document.child("liveries");

@@ -4,7 +4,7 @@
 #include "core/run_state.h"
 #include "core/window.h"
 #include "core/xml_file.h"
-#include "support.h"
+#include "pipe_guard.h"
 
 #include <algorithm>
 #include <csignal>
@@ -328,6 +328,12 @@ TEST_F(ParametersTest, AFileThatCannotBeReadIsLeftAlone) {
     readParameters();
     save(MAX_FIT);
     EXPECT_TRUE(fs::is_directory(file));
+    fs::remove(file);
+    const test::PipeGuard pipe(file);
+    readParameters();
+    save(MAX_FIT);
+    EXPECT_TRUE(folder.logHas("cannot be read (not a regular file)"));
+    EXPECT_TRUE(fs::is_fifo(file));
 }
 
 TEST_F(ParametersTest, AFailingSaveLeavesFileAndRunAsTheyAre) {
