@@ -2,10 +2,12 @@
 #include "core/parameters.h"
 #include "liveries/regcode_files.h"
 #include "pack_folder.h"
+#include "update/sha256.h"
 #include "update/update.h"
 
 #include <map>
 #include <stdexcept>
+#include <tuple>
 
 namespace kes::test {
 namespace {
@@ -216,7 +218,17 @@ TEST(Pack, TheProgramTakesVersionsAndPackage) {
     plan.simaddonVersion = "2.0.1";
     plan.programVersion = "11.2.3";
     EXPECT_EQ(pack::packUpdates(plan).simaddonFiles, 1u);
-    EXPECT_EQ(parseVersion(readFile("updates/release/version.json")), (Version{11, 2, 3}));
+    EXPECT_EQ(readFile("updates/release/version.json"), "{\"major\":11,\"minor\":2,\"patch\":3}\n");
+    // An installer that lies there is told by its hash as well, so that the program takes no other.
+    std::ofstream("updates/release/setup_Kestrelune_d_v11.2.3.zip") << "installer";
+    pack::packUpdates(plan);
+    for (const auto& [name, zip, version] : {std::tuple{"release", "setup_Kestrelune_d_v11.2.3.zip", Version{11, 2, 3}},
+                                             std::tuple{"mysimaddon24", "my_simaddon2024.zip", Version{2, 0, 1}}}) {
+        const fs::path folder24 = fs::path("updates") / name;
+        const ServerVersion told = parseServerVersion(readFile(folder24 / "version.json"));
+        EXPECT_EQ(told.version, version);
+        EXPECT_EQ(told.sha256, sha256Of(readFile(folder24 / zip))) << name;
+    }
     EXPECT_TRUE(updateMySimaddon());
     EXPECT_EQ(readFile("airports/my_simaddon/EDDM.txt"), "archive/eddm.xml\r\n");
     EXPECT_EQ(par::MYSIMADDON24_VERSION.get(), "2.0.1") << folder.logText();

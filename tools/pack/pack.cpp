@@ -4,6 +4,7 @@
 #include "platform/zip.h"
 #include "tools/pack/document.h"
 #include "tools/pack/sources.h"
+#include "update/sha256.h"
 #include "update/update.h"
 
 #include <algorithm>
@@ -41,7 +42,8 @@ void writeFile(const fs::path& file, const std::string& content) {
 
 using Entries = std::map<std::string, std::string>; ///< name to content
 
-void writeZip(const fs::path& file, Entries entries) {
+/// Returns its SHA-256.
+std::string writeZip(const fs::path& file, Entries entries) {
     makeFolder(file.parent_path());
     struct Beside {
         fs::path path;
@@ -62,6 +64,7 @@ void writeZip(const fs::path& file, Entries entries) {
         throw std::runtime_error("cannot write " + platform::pathText(beside.path));
     }
     writeFile(file, *bytes);
+    return sha256Of(*bytes);
 }
 
 Version wantedVersion(const std::string& text, const std::string& whose) {
@@ -76,9 +79,24 @@ Version wantedVersion(const std::string& text, const std::string& whose) {
     return version;
 }
 
-/// One line, since readers look no further.
-std::string versionJson(const Version& version) {
-    return fmt::format("{{\"major\":{},\"minor\":{},\"patch\":{}}}\n", version.major, version.minor, version.patch);
+/// One line, since readers look no further. Without a hash where there is no zip.
+std::string versionJson(const Version& version, const std::string& sha256) {
+    return fmt::format("{{\"major\":{},\"minor\":{},\"patch\":{}{}}}\n", version.major, version.minor, version.patch,
+                       sha256.empty() ? "" : fmt::format(",\"sha256\":\"{}\"", sha256));
+}
+
+/// Of the installer that somebody has put into the folder; empty when there is none.
+std::string installerHash(const fs::path& folder, const Version& program) {
+    const fs::path file = folder / fmt::format("setup_{}_d_v{}.zip", programName, toText(program));
+    std::error_code error;
+    if (!fs::exists(file, error)) {
+        return {};
+    }
+    const std::string hash = sha256OfFile(file);
+    if (hash.empty()) {
+        throw std::runtime_error("cannot read " + platform::pathText(file));
+    }
+    return hash;
 }
 
 /// The airport files of the package for the simulator of 2024, and its version.
@@ -164,10 +182,11 @@ PackCount packUpdates(const PackPlan& plan) {
     writeZip(plan.out / "AIG-regcodes.zip", {{"AIG-regcodes.xml", std::move(regcodes)}});
     if (!package.files.empty()) {
         // The package first: who has read the new version must not get the old files.
-        writeZip(plan.out / "mysimaddon24" / "my_simaddon2024.zip", std::move(package.files));
-        writeFile(plan.out / "mysimaddon24" / "version.json", versionJson(package.version));
+        const std::string hash = writeZip(plan.out / "mysimaddon24" / "my_simaddon2024.zip", std::move(package.files));
+        writeFile(plan.out / "mysimaddon24" / "version.json", versionJson(package.version, hash));
     }
-    writeFile(plan.out / "release" / "version.json", versionJson(program));
+    const fs::path release = plan.out / "release";
+    writeFile(release / "version.json", versionJson(program, installerHash(release, program)));
     if (!plan.ourAirports.empty()) {
         const fs::path folder = plan.airportsOut.empty() ? plan.out : plan.airportsOut;
         writeFile(folder / "airports_msfs.xml", airportTable(airports));
