@@ -1,12 +1,14 @@
 #include "reference/airframes.h"
 
 #include "core/log.h"
+#include "core/run_state.h"
 #include "reference/scramble.h"
 
 #include <algorithm>
 #include <array>
 #include <fmt/format.h>
 #include <iterator>
+#include <stdexcept>
 
 namespace kes::reference {
 
@@ -62,8 +64,11 @@ void AirframeReader::read(pugi::xml_node section) {
     if (failure)
         return;
     try {
-        for (const pugi::xml_node element : section.children("db"))
+        for (const pugi::xml_node element : section.children("db")) {
+            if (stopWanted())
+                throw std::runtime_error("the run was ended");
             readOne(element);
+        }
     } catch (const std::exception&) {
         failure = std::current_exception();
     }
@@ -106,6 +111,8 @@ bool readInPieces(std::string_view body, std::size_t pieceSize, AirframeReader& 
     pugi::xml_document document;
     std::size_t from = 0, size = pieceSize;
     while (from < body.size()) {
+        if (stopWanted())
+            throw std::runtime_error("the run was ended");
         std::size_t to = body.size();
         if (size < body.size() - from)
             to = std::min(to, body.find(elementStart, from + size));

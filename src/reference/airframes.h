@@ -53,7 +53,7 @@ std::optional<AirframeSection> findAirframeSection(std::string_view text);
 
 constexpr std::size_t usualPiece = 65536; ///< bytes; its tree fits the processor's cache
 /// Parses the body piece by piece, each of `pieceSize` bytes or a little more. False when that does not work out, which
-/// does not say that the document is wrong.
+/// does not say that the document is wrong. Throws std::runtime_error once the run is to end.
 bool readInPieces(std::string_view body, std::size_t pieceSize, AirframeReader& reader);
 
 } // namespace kes::reference

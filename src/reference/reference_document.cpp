@@ -28,6 +28,8 @@ namespace {
 
 using reference::Tables;
 
+/// Bytes; a tree takes many times as much memory. All aircraft of the world need a third of it.
+constexpr std::uint64_t longestDocument = 256 << 20;
 constexpr double milesPerMetre = 0.0005399568034557236; // 1 / 1852
 
 using Decode = std::function<std::string(std::string_view)>;
@@ -218,7 +220,7 @@ void readDocumentText(std::string text, const std::filesystem::path& path, Road 
 
 void readReferenceDocument(const std::filesystem::path& file) {
     std::string text;
-    if (const int error = platform::readFile(platform::pathText(file), text)) {
+    if (const int error = platform::readFile(platform::pathText(file), text, longestDocument)) {
         // In the words of the library that reads what can be opened.
         pugi::xml_parse_result result;
         result.status = error == ENOENT ? pugi::status_file_not_found : pugi::status_io_error;

@@ -1,6 +1,8 @@
 // What is read from a document, and what is told about it.
 #include "core/errors.h"
+#include "core/run_state.h"
 #include "document_text.h"
+#include "pipe_guard.h"
 
 #include <functional>
 
@@ -134,6 +136,21 @@ TEST_F(Document, whatIsNoXmlIsUserError60) {
               "60: \"absent.xml\" not read because of File was not found");
     EXPECT_EQ(failureOf([] { readReferenceDocument("appdata"); }, 60),
               "60: \"appdata\" not read because of Error reading from file/stream");
+}
+
+TEST_F(Document, aCloseEndsTheReading) {
+    const std::string text = DocumentText().set("dbase", db("G-ABCD", "BAW", "A320")).xml();
+    userClosed = true;
+    for (const reference::Road road : {reference::Road::pieces, reference::Road::whole})
+        EXPECT_EQ(failureOf([&] { reference::readDocumentText(text, "input/temp2.xml", road); }), "the run was ended");
+    resetRunFlags();
+    // What is no file, and what would fill the memory.
+    const PipeGuard pipe("pipe.xml");
+    std::ofstream("long.xml") << text;
+    std::filesystem::resize_file("long.xml", (256 << 20) + 1); // a hole on the disk
+    for (const char* name : {"pipe.xml", "long.xml"})
+        EXPECT_EQ(failureOf([&] { readReferenceDocument(name); }, 60),
+                  fmt::format("60: \"{}\" not read because of Error reading from file/stream", name));
 }
 
 TEST_F(Document, aFailedReadingLeavesTheTablesAsTheyWere) {
