@@ -1,4 +1,5 @@
-// Counts what a thread takes from the heap. In a file of its own, so that no compiler pairs the calls by inlining them.
+// Counts what a thread takes from the heap, or lets it fail. In a file of its own, so that no compiler pairs the calls
+// by inlining them.
 #include "count_allocations.h"
 
 #include <cstdlib>
@@ -6,11 +7,14 @@
 
 namespace kes::test {
 thread_local std::size_t allocations = 0;
-}
+std::atomic<std::size_t> failingAllocation{0};
+} // namespace kes::test
 
 // The plain forms reach every allocation of the standard containers.
 void* operator new(std::size_t size) {
     ++kes::test::allocations;
+    if (size != 0 && size == kes::test::failingAllocation.load(std::memory_order_relaxed))
+        throw std::bad_alloc();
     if (void* room = std::malloc(size == 0 ? 1 : size))
         return room;
     throw std::bad_alloc();

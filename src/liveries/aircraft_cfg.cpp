@@ -1,6 +1,7 @@
 // The normal "aircraft.cfg".
 #include "liveries/aircraft_cfg.h"
 
+#include "core/run_state.h"
 #include "core/text.h"
 #include "liveries/cfg_judge.h"
 #include "liveries/cfg_line.h"
@@ -321,6 +322,8 @@ void lf_searchLiveriesinFile(const CfgRules& rules, const CfgSource& source, Cfg
     const std::span<const std::string_view> lines = text.lines;
     std::optional<std::size_t> begin;
     for (const std::uint32_t number : text.brackets) {
+        if (stopWanted())
+            return;
         const bool header = isHeader(lines[number]);
         if (!header && lines[number].substr(0, bracketReach).find('[') == std::string_view::npos)
             continue;

@@ -140,12 +140,17 @@ bool readCfg(const CfgSource& source, CfgJudgement& result, FileText& text) {
     if (source.bytes)
         text.bytes = *source.bytes;
     else if (source.folder)
-        error = source.folder->read(result.path.substr(result.folder.size() + 1), text.bytes);
+        error = source.folder->read(result.path.substr(result.folder.size() + 1), text.bytes, longestCfg);
     else
-        error = platform::readFile(result.path, text.bytes);
+        error = platform::readFile(result.path, text.bytes, longestCfg);
     if (error != 0) {
         if (error == ENOENT)
             return false; // it went away since the walk saw it
+        if (error == EFBIG) {
+            report(result, &ScanReports::invalidCfgFiles,
+                   fmt::format("{} has more than {} bytes, skipped", result.path, longestCfg));
+            return false;
+        }
         result.log.push_back(fmt::format("cannot open file {} for character encoding, err: {}", result.path,
                                          platform::errorText(error)));
         if (result.ivao)

@@ -16,7 +16,8 @@ struct FileText {
         brackets; ///< numbers of the lines that hold a '[', ascending: nothing else bounds a section
     std::vector<std::int32_t> numbers; ///< of the sections; scratch of `sectionNumbersAreGood`
 };
-/// Reads the file of `result`; false when it cannot be read, which is logged.
+inline constexpr std::uint64_t longestCfg = 8 << 20; ///< bytes; the largest true ones have some hundred thousand
+/// Reads the file of `result`; false when it cannot be read, which is logged, or is too long, which is reported.
 bool readCfg(const CfgSource& source, CfgJudgement& result, FileText& text);
 
 /// Section numbers run from 0 without a gap; anything else is told in the reports and fails the file.

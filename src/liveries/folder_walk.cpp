@@ -44,6 +44,8 @@ bool isCfgName(std::string_view name) {
     return equalsNoCase(name, "aircraft.cfg");
 }
 
+constexpr const char* outOfMemory = "out of memory";
+
 /// A folder of the walk, and what was found in it, in the order of names.
 struct Node {
     struct Item {
@@ -54,7 +56,9 @@ struct Node {
     std::string path;
     std::vector<Item> items;
     std::size_t closedFolders = 0;
-    int error = 0; ///< the folder could not be read to its end
+    std::size_t lost = 0;   ///< entries that failed outside the judgement of a file, for want of memory
+    const char* fault = ""; ///< why the folder could not be read to its end, when its reading itself failed
+    int error = 0;          ///< the folder could not be read to its end
     bool done = false;
 };
 
@@ -73,8 +77,12 @@ class Walk {
 public:
     Walk(const CfgRules& rules, const std::function<void(CfgJudgement&)>& take) : rules_(rules), take_(take) {
         // The caller's thread helps while it waits, so it counts.
-        for (unsigned i = 1; i < hardwareThreads(); ++i)
-            threads_.emplace_back([this] { work(); });
+        try {
+            for (unsigned i = 1; i < hardwareThreads(); ++i)
+                threads_.emplace_back([this] { work(); });
+        } catch (const std::exception& e) {
+            log(fmt::format("liveries search with {} threads: {}", threads_.size() + 1, e.what()));
+        }
     }
     ~Walk() {
         {
@@ -112,6 +120,10 @@ private:
             log(fmt::format("liveries search in folder {} aborted because of iterator problem: {}", node.path,
                             platform::errorText(node.error)));
         }
+        if (*node.fault != '\0')
+            log(fmt::format("liveries search in {} aborted, cause: {}", node.path, node.fault));
+        if (node.lost > 0)
+            log(fmt::format("{} of the entries of {} could not be searched", node.lost, node.path));
         count_.closedFolders += node.closedFolders;
         for (Node::Item& item : node.items) {
             if (item.file) {
@@ -157,20 +169,40 @@ private:
         Node& node = *open_.back();
         open_.pop_back();
         lock.unlock();
-        if (!stopWanted())
-            search(node);
-        lock.lock();
-        // The first folder is taken next, since its judgements are wanted first.
-        const std::size_t before = open_.size();
-        for (auto item = node.items.rbegin(); item != node.items.rend(); ++item) {
-            if (item->folder && !item->isLink)
-                open_.push_back(item->folder.get());
+        // Nothing may leave a thread: that would end the process.
+        try {
+            if (!stopWanted())
+                search(node);
+        } catch (const std::exception&) {
+            node.fault = outOfMemory;
         }
+        lock.lock();
+        const std::size_t before = open_.size();
+        openFolders(node);
         node.done = true;
         if (awaited_ && (awaited_ == &node || open_.size() > before))
             nodeDone_.notify_one();
         if (open_.size() > before + 1)
             workDue_.notify_one();
+    }
+
+    /// Puts the folders of a searched one on the list; the lock is held.
+    void openFolders(Node& node) {
+        try {
+            open_.reserve(open_.size() + node.items.size());
+        } catch (const std::exception&) {
+            node.fault = outOfMemory;
+            for (Node::Item& item : node.items) {
+                if (item.folder && !item.isLink)
+                    item.folder->done = true; // nobody will come
+            }
+            return;
+        }
+        // The first folder is taken next, since its judgements are wanted first.
+        for (auto item = node.items.rbegin(); item != node.items.rend(); ++item) {
+            if (item->folder && !item->isLink)
+                open_.push_back(item->folder.get());
+        }
     }
 
     void search(Node& node) const {
@@ -184,21 +216,30 @@ private:
         for (const platform::FolderEntry& entry : entries) {
             if (stopWanted())
                 return;
-            if (entry.isFolder) {
-                std::string inner = join(node.path, entry.name);
-                // The words hold no separator, so the folders above need no second look.
-                if (rootIsClosed_ || inner.size() >= tooLong || holdsClosedWord(entry.name)) {
-                    ++node.closedFolders;
-                    continue;
-                }
-                Node::Item& item = node.items.emplace_back();
-                item.folder = std::make_unique<Node>();
-                item.folder->path = std::move(inner);
-                item.isLink = entry.isLink;
-            } else if (entry.isFile && isCfgName(entry.name)) {
-                node.items.emplace_back().file =
-                    std::make_unique<CfgJudgement>(judgeFile(rules_, join(node.path, entry.name), {&folder}));
+            try {
+                take(node, folder, entry);
+            } catch (const std::exception&) {
+                ++node.lost;
             }
+        }
+    }
+
+    void take(Node& node, const platform::Folder& folder, const platform::FolderEntry& entry) const {
+        if (entry.isFolder) {
+            std::string inner = join(node.path, entry.name);
+            // The words hold no separator, so the folders above need no second look.
+            if (rootIsClosed_ || inner.size() >= tooLong || holdsClosedWord(entry.name)) {
+                ++node.closedFolders;
+                return;
+            }
+            auto opened = std::make_unique<Node>();
+            opened->path = std::move(inner);
+            Node::Item& item = node.items.emplace_back();
+            item.folder = std::move(opened);
+            item.isLink = entry.isLink;
+        } else if (entry.isFile && isCfgName(entry.name)) {
+            auto judged = std::make_unique<CfgJudgement>(judgeFile(rules_, join(node.path, entry.name), {&folder}));
+            node.items.emplace_back().file = std::move(judged);
         }
     }
 

@@ -1,4 +1,5 @@
 // The "aircraft.cfg" of the IVAO packages: the folder names the model, the title names the airline.
+#include "core/run_state.h"
 #include "core/text.h"
 #include "liveries/cfg_judge.h"
 #include "liveries/cfg_line.h"
@@ -242,6 +243,8 @@ void lf_searchLiveriesinIvaoFile(const CfgRules& rules, const CfgSource& source,
     const std::span<const std::string_view> lines = text.lines;
     std::optional<std::size_t> begin;
     for (const std::uint32_t number : text.brackets) {
+        if (stopWanted())
+            return;
         if (begin)
             processSection(rules, result, lines.subspan(*begin, number - *begin));
         begin = isHeader(lines[number]) ? std::optional<std::size_t>(number) : std::nullopt;

@@ -2,6 +2,7 @@
 
 #include "core/folders.h"
 #include "core/log.h"
+#include "core/run_state.h"
 #include "core/text.h"
 #include "liveries/folder_walk.h"
 #include "liveries/scan_reports.h"
@@ -20,7 +21,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t shortest = 3, longest = 12; ///< characters of a registration
+constexpr std::size_t shortest = 3, longest = 12;    ///< characters of a registration
+constexpr std::uint64_t longestDocument = 256 << 20; ///< bytes
+constexpr std::uint64_t longestTextFile = 64 << 20;  ///< bytes
 
 /// The pieces of a comma list, stripped; a separator at the end opens no further piece.
 std::vector<std::string_view> listPieces(std::string_view list) {
@@ -73,13 +76,16 @@ bool readRegcodeDocument(const fs::path& file, std::vector<RegcodeEntry>& entrie
     const std::string path = platform::pathText(file);
     pugi::xml_document document;
     std::string text;
-    if (platform::readFile(path, text) != 0 || !document.load_buffer_inplace(text.data(), text.size())) {
+    if (platform::readFile(path, text, longestDocument) != 0 ||
+        !document.load_buffer_inplace(text.data(), text.size())) {
         log(fmt::format("Failed to load {}", path));
         return false;
     }
     std::vector<RegcodeEntry> read;
     try {
         for (const pugi::xml_node node : document.child("AIG-regcodes").children("livery")) {
+            if (stopWanted())
+                break;
             RegcodeEntry entry;
             entry.title = node.attribute("title").value();
             if (entry.title.empty())
@@ -105,6 +111,8 @@ bool readRegcodeText(std::string_view text, const std::string& file, std::vector
     if (text.starts_with("\xEF\xBB\xBF"))
         text.remove_prefix(3);
     for (const std::string_view whole : split(text, '\n')) {
+        if (stopWanted())
+            break;
         const std::string_view line = strip(whole);
         if (line.empty())
             continue;
@@ -143,7 +151,7 @@ bool readMyRegcodes(std::vector<RegcodeEntry>& entries) {
     for (const std::string& file : files) {
         log(fmt::format("Processing regcodes file \"{}\"", file));
         std::string text;
-        if (const int fault = platform::readFile(file, text)) {
+        if (const int fault = platform::readFile(file, text, longestTextFile)) {
             log(fmt::format("Error in reading regcode file {}, what: {}", file, platform::errorText(fault)));
             good = false;
             continue;

@@ -1,6 +1,7 @@
 #include "liveries/scan.h"
 
 #include "core/errors.h"
+#include "core/foreign_log.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/run_state.h"
@@ -25,18 +26,20 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int lowestPriority = 10;
+constexpr std::size_t longestLine = 2000; ///< bytes of a line about a file
 
 struct Scan {
     std::vector<Livery> list;
     TextSet seenTitles; ///< a title names one livery in the whole scan
     TextSet dontUse;
     std::vector<FolderSummary> folders;
+    LogLimiter complaints{"aircraft.cfg files"};
 };
 
 /// Moves a judgement into the scan: here titles become unique, in the order of the walk.
 void takeJudgement(Scan& scan, CfgJudgement& judgement, FolderSummary& folder) {
     for (const std::string& line : judgement.log)
-        log(line);
+        scan.complaints.write(quoted(line, longestLine)); // parts of it are the file's own words
     for (auto& [list, line] : judgement.reports)
         (scanReports.*list).push_back(std::move(line));
     const std::size_t before = scan.list.size();
@@ -187,6 +190,7 @@ bool scanFolders(const std::vector<fs::path>& folders) {
     for (const fs::path& folder : folders) {
         number = std::min(number + 1, lowestPriority);
         scanFolder(scan, number, folder);
+        scan.complaints.finish();
         if (stopWanted())
             return true;
     }

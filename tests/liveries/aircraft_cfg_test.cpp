@@ -1,7 +1,9 @@
 // What one file gives: character sets, section numbers, models, sections, and every line that tells why there is
 // nothing.
 #include "core/parameters.h"
+#include "core/run_state.h"
 #include "liveries/aircraft_cfg.h"
+#include "liveries/regcode_files.h"
 #include "platform/system.h"
 #include "reference_text.h"
 #include "support.h"
@@ -28,7 +30,10 @@ struct AircraftCfg : testing::Test {
         rules.dontUse = &dontUse;
         rules.folderNumber = 3;
     }
-    void TearDown() override { resetReference(); }
+    void TearDown() override {
+        resetReference();
+        resetRunFlags();
+    }
 
     CfgJudgement judge(const std::string& bytes, const fs::path& path = "pack/aircraft.cfg") {
         fs::create_directories(path.parent_path());
@@ -221,6 +226,24 @@ TEST_F(AircraftCfg, judgesFilesThatCannotBeReadWithoutHarm) {
               "cannot open file folder/aircraft.cfg for character encoding, err: Is a directory");
     EXPECT_EQ(judge(std::string(300000, '[')).reports.size(), 1u);
     EXPECT_EQ(judge("").reports.size(), 1u);
+}
+
+TEST_F(AircraftCfg, aCloseEndsTheReadingOfAFile) {
+    const std::string path = "packs/IVAO_MTL/SimObjects/Airplanes/IVAO_A320/aircraft.cfg";
+    fs::create_directories("packs/IVAO_MTL/SimObjects/Airplanes/IVAO_A320/texture.a");
+    std::string bytes = "[GENERAL]\nicao_type_designator=A320\n";
+    for (int i = 0; i < 3; ++i)
+        bytes += fmt::format("[fltsim.{0}]\ntitle=A320DLH {0}\ntexture=a\nicao_airline=DLH\n", i);
+    for (const bool closed : {false, true}) {
+        userClosed = closed;
+        EXPECT_EQ(judge(bytes).liveries.size(), closed ? 0u : 3u);
+        EXPECT_EQ(judge(bytes, path).liveries.size(), closed ? 0u : 3u);
+        std::vector<RegcodeEntry> entries;
+        readRegcodeText("title;D-AIPA\n", "file", entries);
+        std::ofstream("doc.xml") << "<AIG-regcodes><livery title=\"title\"/></AIG-regcodes>";
+        readRegcodeDocument("doc.xml", entries);
+        EXPECT_EQ(entries.size(), closed ? 0u : 2u);
+    }
 }
 
 TEST_F(AircraftCfg, ivaoFilesTakeModelAndAirlineFromNames) {

@@ -3,13 +3,14 @@
 #include "core/parameters.h"
 #include "core/run_state.h"
 #include "core/window.h"
+#include "count_allocations.h"
 #include "liveries/folder_walk.h"
 #include "liveries/package_finders.h"
 #include "liveries/scan.h"
 #include "liveries/store.h"
+#include "pipe_guard.h"
 #include "platform/zip.h"
 #include "reference_text.h"
-#include "support.h"
 
 namespace kes::test {
 namespace {
@@ -20,7 +21,7 @@ struct LiveryScan : testing::Test {
     ProgramFolder program;
 
     void SetUp() override {
-        for (const char* folder : {"input", "output/info", "output/errors"})
+        for (const char* folder : {"input/my_regcodes", "output/info", "output/errors"})
             fs::create_directories(folder);
         ReferenceText text;
         text.types = {{AircraftCategory::large, {"A320", "A20N"}}, {AircraftCategory::heavy, {"B77W"}}};
@@ -217,6 +218,50 @@ TEST_F(LiveryScan, refusesToStartWithNothing) {
     EXPECT_EQ(errorOf(scanLiveries), 43u);
     EXPECT_TRUE(program.logHas("holds none of the packages that the automatic scan knows"));
     EXPECT_TRUE(par::SCAN_LIVERIES) << "a scan that found nothing is tried again";
+}
+
+TEST_F(LiveryScan, aFailureOutsideAJudgementCostsTheFileOrTheFolder) {
+    const std::string unlucky = "packs/b" + std::string(200, 'n');
+    put("packs/a", {"DLH first"});
+    put(unlucky, {"DLH lost"});
+    put(unlucky + "/in", {"DLH in"});
+    put("packs/c-full/in", {"DLH hidden"});
+    for (int i = 0; i < 4200; ++i)
+        std::ofstream(fmt::format("packs/c-full/{}", i));
+    put("packs/d", {"AFR last"});
+    const std::string lost = "1 of the entries of " + unlucky + " could not be searched\n";
+    // The text of the file's path, and then the list of the folder's entries.
+    for (const auto& [bytes, found] : {std::pair{unlucky.size() + sizeof "/aircraft.cfg", 4u},
+                                       std::pair{8192 * sizeof(platform::FolderEntry), 4u}}) {
+        failingAllocation = bytes;
+        const bool scannedSome = scanFolders({"packs"});
+        failingAllocation = 0;
+        EXPECT_TRUE(scannedSome);
+        EXPECT_EQ(readLiveriesScanned().size(), found) << bytes << program.logText();
+    }
+    EXPECT_TRUE(program.logHas(lost)) << program.logText();
+    EXPECT_TRUE(program.logHas("liveries search in packs/c-full aborted, cause: out of memory\n"));
+    EXPECT_EQ(program.logCount(lost), 1u);
+    EXPECT_TRUE(scanFolders({"packs"}));
+    EXPECT_EQ(readLiveriesScanned().size(), 5u);
+}
+
+TEST_F(LiveryScan, skipsWhatIsNoFileAndWhatIsTooLong) {
+    put("packs/a", {"DLH first"});
+    put("packs/long", {"DLH long"});
+    fs::resize_file("packs/long/aircraft.cfg", (8 << 20) + 1);
+    put("packs/just", {"DLH just"});
+    fs::resize_file("packs/just/aircraft.cfg", 8 << 20);
+    fs::create_directories("packs/pipe");
+    fs::create_directories("packs/folder/aircraft.cfg");
+    const PipeGuard pipe("packs/pipe/aircraft.cfg"), texts("input/my_regcodes/x.txt");
+    ASSERT_TRUE(scanFolders({"packs"}));
+    EXPECT_EQ(scanned(), "DLH/A320/first DLH/A320/just ");
+    EXPECT_EQ(readFile("output/errors/InvalidAircraftCfgFiles.txt"),
+              "packs/long/aircraft.cfg has more than 8388608 bytes, skipped\n");
+    fs::remove(path::liveriesScanned);
+    const PipeGuard list(path::liveriesScanned);
+    EXPECT_EQ(errorOf([] { (void)readLiveriesScanned(); }), 51u);
 }
 
 TEST_F(LiveryScan, stopsWhenTheRunIsClosed) {
