@@ -1,4 +1,4 @@
-// The first line of a version file: any bytes give a version, none, or the one error that is told.
+// The first line of a version file: any bytes give a version and perhaps a hash, none, or the one error that is told.
 #include "update/update.h"
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     try {
-        (void)kes::parseVersion({reinterpret_cast<const char*>(data), size});
+        (void)kes::parseServerVersion({reinterpret_cast<const char*>(data), size});
     } catch (const std::out_of_range&) {
     }
     return 0;

@@ -16,7 +16,7 @@ constexpr std::size_t firstPiece = 65536; ///< most configuration files are smal
 
 fs::path asideOf(const fs::path& target) {
     fs::path aside = target;
-    aside += ".old";
+    aside += ".before-exchange"; // a name that nobody gives to a copy of his own
     return aside;
 }
 
@@ -80,9 +80,9 @@ void restoreFolder(const fs::path& target) {
     if (!fs::is_directory(aside, error))
         return;
     // The next start may have made an empty folder in its place already; one with content is the new one.
-    if (fs::exists(target, error))
+    if (!isLink(target) && fs::is_directory(target, error) && fs::is_empty(target, error))
         fs::remove(target, error);
-    if (!fs::exists(target, error))
+    if (!fs::exists(fs::symlink_status(target, error)))
         fs::rename(aside, target, error);
     else
         fs::remove_all(aside, error);

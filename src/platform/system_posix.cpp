@@ -147,7 +147,8 @@ fs::path homeFolder() {
 }
 
 bool writeThrough(const fs::path& path, std::string_view content, std::string& error) {
-    File file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0666));
+    // Without waiting: in the place of the file may be a pipe that nobody reads.
+    File file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666));
     if (file.get() < 0) {
         error = reason("open");
         return false;

@@ -84,7 +84,7 @@ std::optional<std::string> localFile(const std::string& url) {
         return std::string();
     std::string path = text;
     curl_free(text);
-    if (path.size() > 2 && path[2] == ':') // "/C:/updates/..."
+    if (fs::path::preferred_separator == '\\' && path.size() > 2 && path[2] == ':') // "/C:/updates/..."
         path.erase(0, 1);
     return path;
 }

@@ -73,7 +73,7 @@ std::optional<std::size_t> unpackAirportFiles(const fs::path& folder) {
     std::vector<platform::ZipEntry> entries;
     if (!openPackage(zip, simaddonZip, fmt::format("could not open {}", simaddonZip), entries))
         return {};
-    LogLimiter complaints("unzipping airport files");
+    LogLimiter complaints("zip of the airport files");
     std::size_t count = 0, missing = 0;
     for (const platform::ZipEntry& entry : entries) {
         if (stopWanted())
@@ -110,7 +110,7 @@ std::optional<std::size_t> unpackAirportFiles(const fs::path& folder) {
 /// Puts the airport files of the downloaded package into the place of the old ones, all or none.
 bool replaceAirportFiles() {
     fs::path fresh = path::mySimaddon;
-    fresh += ".new";
+    fresh += ".unpacking";
     removeFolder(fresh);
     std::error_code error;
     if (!fs::create_directories(fresh, error)) {
@@ -171,7 +171,8 @@ int unpackTo(const platform::ZipEntry& entry, const fs::path& path) {
     part += ".part";
     removeQuietly(part); // a pipe of that name would wait for a reader
     std::ofstream out(part, std::ios::binary | std::ios::trunc);
-    int error = entry.readContent(out);
+    constexpr std::uint64_t longestPiece = 0x80000;
+    int error = entry.readContent(out, static_cast<std::size_t>(std::min(longestPiece, entry.getSize() + 1)));
     out.close();
     std::error_code moved;
     if (error == 0 && out)
@@ -205,7 +206,7 @@ bool fetchZipAsText(const std::string& zipName, const fs::path& outPath) {
         return false;
     }
     // A zip holds one document. Of several the last good one counts, so the others need not be unpacked.
-    LogLimiter complaints("unzipping a document");
+    LogLimiter complaints("zip of a document");
     for (auto entry = entries.rbegin(); entry != entries.rend() && !stopWanted(); ++entry) {
         if (entry->getName().ends_with('/'))
             continue;
@@ -220,6 +221,7 @@ bool fetchZipAsText(const std::string& zipName, const fs::path& outPath) {
         }
         complaints.write(fmt::format("{} in {} is damaged", kes::quoted(entry->getName()), zipName));
     }
+    complaints.finish();
     return false;
 }
 

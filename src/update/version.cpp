@@ -155,7 +155,7 @@ bool installNewVersion(const Version& version, const std::optional<std::string>&
         std::erase_if(entries, [&](const auto& entry) { return !isNamed(entry); });
     removeQuietly(installerFile);
     // The last good one stays.
-    LogLimiter complaints("unzipping the installer");
+    LogLimiter complaints("installer's zip");
     for (auto entry = entries.rbegin(); entry != entries.rend() && !stopWanted(); ++entry) {
         if (const int error = unpackTo(*entry, installerFile)) {
             complaints.write(fmt::format("unzipping error code : {}", error));
@@ -164,6 +164,7 @@ bool installNewVersion(const Version& version, const std::optional<std::string>&
         log(fmt::format("{} unzipped to {}", kes::quoted(entry->getName()), installerFile));
         return true;
     }
+    complaints.finish();
     return false;
 }
 

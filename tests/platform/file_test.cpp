@@ -1,6 +1,7 @@
 // Reading what may be no file, and two folders that change places.
 #include "pipe_guard.h"
 #include "platform/file.h"
+#include "platform/system.h"
 
 #include <cerrno>
 #include <sys/socket.h>
@@ -65,6 +66,16 @@ TEST(InputFile, readsFilesAndNothingElse) {
     ::close(socket);
 }
 
+TEST(ReplaceFile, waitsForNoPipe) {
+    const ProgramFolder program;
+    const PipeGuard target("file"), temporary("file.tmp0");
+    std::string error;
+    EXPECT_FALSE(platform::replaceFile("file", "new", error));
+    EXPECT_TRUE(error.starts_with("open: ")) << error;
+    EXPECT_TRUE(platform::replaceFile("file", "new", error)) << "the pipe has gone";
+    EXPECT_EQ(readFile("file"), "new");
+}
+
 TEST(Folders, changePlaces) {
     for (const auto exchange : {platform::exchangeFolders, platform::exchangeInSteps}) {
         const ProgramFolder program;
@@ -74,32 +85,32 @@ TEST(Folders, changePlaces) {
         EXPECT_EQ(readFile("target/new"), "n");
         EXPECT_FALSE(fs::exists("fresh"));
         put("fresh/newer", "nn");
-        put("target.old/of a crash", "");
+        put("target.before-exchange/of a crash", "");
         EXPECT_TRUE(exchange("fresh", "target", error));
         EXPECT_EQ(readFile("target/newer"), "nn");
         EXPECT_EQ(readFile("fresh/new"), "n");
         EXPECT_FALSE(fs::exists("target/new"));
-        fs::remove_all("target.old");
+        fs::remove_all("target.before-exchange");
         EXPECT_FALSE(exchange("nowhere", "target", error));
         EXPECT_EQ(readFile("target/newer"), "nn") << "what was there comes back";
         EXPECT_FALSE(error.empty());
-        EXPECT_FALSE(fs::exists("target.old"));
+        EXPECT_FALSE(fs::exists("target.before-exchange"));
     }
 }
 
 TEST(Folders, comeBackAfterACrash) {
     const ProgramFolder program;
     const auto after = [](bool aside, const char* target) { // of a target: null = none
-        for (const char* folder : {"target", "target.old"})
+        for (const char* folder : {"target", "target.before-exchange"})
             fs::remove_all(folder);
         if (aside)
-            put("target.old/file", "old");
+            put("target.before-exchange/file", "old");
         if (target)
             fs::create_directory("target");
         if (target && *target)
             put("target/file", target);
         platform::restoreFolder("target");
-        EXPECT_FALSE(fs::exists("target.old"));
+        EXPECT_FALSE(fs::exists("target.before-exchange"));
         return fs::exists("target") ? "folder " + readFile("target/file") : "none";
     };
     EXPECT_EQ(after(true, nullptr), "folder old");
@@ -108,7 +119,10 @@ TEST(Folders, comeBackAfterACrash) {
     EXPECT_EQ(after(false, "new"), "folder new");
     EXPECT_EQ(after(false, ""), "folder ");
     EXPECT_EQ(after(false, nullptr), "none");
+    put("link.before-exchange/file", "old");
     fs::create_directory_symlink("gone", "link");
+    platform::restoreFolder("link");
+    EXPECT_TRUE(fs::is_symlink("link")) << "somebody's own";
     EXPECT_TRUE(platform::isLink("link"));
     EXPECT_FALSE(platform::isLink(".") || platform::isLink("nothing"));
 }

@@ -119,14 +119,14 @@ TEST_F(Hostile, unpackingHearsTheClose) {
     fs::create_directories(path::mySimaddon);
     std::ofstream(path::mySimaddon / "EDDF.txt") << "eddf";
     std::thread closer([] {
-        EXPECT_TRUE(waitFor([] { return fs::exists("airports/my_simaddon.new/1.txt"); }));
+        EXPECT_TRUE(waitFor([] { return fs::exists("airports/my_simaddon.unpacking/1.txt"); }));
         userClosed = true;
     });
     EXPECT_TRUE(updateMySimaddon());
     closer.join();
     EXPECT_EQ(par::MYSIMADDON24_VERSION.get(), "");
     EXPECT_EQ(countFiles(path::mySimaddon), 1u);
-    EXPECT_FALSE(fs::exists("airports/my_simaddon.new"));
+    EXPECT_FALSE(fs::exists("airports/my_simaddon.unpacking"));
     EXPECT_FALSE(program.logHas("damaged")) << program.logText();
 }
 
@@ -155,7 +155,7 @@ TEST_F(Hostile, pipesInThePlacesOfItsFiles) {
     offerInstaller(zipOf({{"setup.exe", "installer"}}));
     offer("doc.zip", zipOf({{"doc.xml", "text"}}));
     const PipeGuard document("input/doc.xml"), part("input/doc.xml.part"), half("install_new_version.exe.part"),
-        fresh("airports/my_simaddon.new");
+        fresh("airports/my_simaddon.unpacking");
     EXPECT_TRUE(fetchZipAsText("doc.zip", "input/doc.xml"));
     EXPECT_EQ(readFile("input/doc.xml"), "text");
     EXPECT_TRUE(installNewVersion({11, 0, 0}));

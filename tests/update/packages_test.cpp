@@ -202,10 +202,10 @@ TEST_F(Packages, neverEmptiesALinkedFolderAndMendsAfterACrash) {
     EXPECT_EQ(readFile("precious/photo"), "mine");
     fs::remove(path::mySimaddon);
     // A link where the new files are unpacked goes, and not what it leads to.
-    fs::create_directory_symlink(fs::absolute("precious"), "airports/my_simaddon.new");
+    fs::create_directory_symlink(fs::absolute("precious"), "airports/my_simaddon.unpacking");
     // The last exchange was cut between its two moves, and the start has made the folder anew.
-    fs::create_directories("airports/my_simaddon.old");
-    std::ofstream("airports/my_simaddon.old/EDDM.txt") << "eddm";
+    fs::create_directories("airports/my_simaddon.before-exchange");
+    std::ofstream("airports/my_simaddon.before-exchange/EDDM.txt") << "eddm";
     fs::create_directories(path::mySimaddon);
     userClosed = true; // so that nothing is fetched
     EXPECT_FALSE(updateMySimaddon());
