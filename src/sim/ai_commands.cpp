@@ -50,8 +50,9 @@ struct PendingCreate {
 std::vector<PendingCreate> pendingCreates;
 ObjectIds addedObjects; // SimClient thread
 int framesUnjoined = 0; // with creates and objects that wait for each other. SimClient thread
-/// Range requests come five times per second: an object unknown for this many frames is out of their reach.
-constexpr int joinLateFrames = 150;
+/// Range requests come five times per second: an object unknown for this many frames is out of their reach. An
+/// aircraft whose object is joined late is late on its way and has to make up for it.
+constexpr int joinLateFrames = 30;
 constexpr int joinLateStep = 10; ///< frames between two such objects, so that one reply is in before the next request
 
 /// What went wrong during a flush; told after the lock is released, since telling takes other locks.

@@ -90,6 +90,25 @@ TEST_F(BurstTest, NobodyDashesAfterItsBirth) {
     EXPECT_FALSE(program.logHas("has not come into the simulator"));
 }
 
+TEST_F(BurstTest, AnObjectBeyondARangeThatShrinksIsNotLateEither) {
+    par::AUTO_RANGE.value = false;
+    // The first in the table is asked for last, and only it is out of reach when it comes.
+    for (; tick < 5500; ++tick) {
+        for (const std::uint32_t n : {200U, 50U, 51U, 52U, 53U, 54U, 55U, 56U, 57U, 58U, 60U}) {
+            if (tick % 500 != 0 || tick > 2500)
+                break;
+            world::virtualDatagram(flight(n, tick / 100.0).line(tick / 100.0));
+            overspeed.takeNewestReport(0);
+        }
+        ASSERT_TRUE(world::virtualTick());
+        overspeed.lookAtAll(tick + 1);
+        if (!spawnQueue.empty())
+            setRange(10);
+    }
+    EXPECT_EQ(active(), 11U);
+    EXPECT_LT(overspeed.worst().ratio, 1.2) << overspeedText(overspeed);
+}
+
 TEST_F(BurstTest, TheLimitOfLiveAircraftIsNeverPassed) {
     par::MAX_LIVE.value = maxLive = 5;
     fly(50, 9000, [] { ASSERT_LE(active(), 5U); });
