@@ -397,6 +397,11 @@ TEST_F(AirEventsTest, AWindowNarrowsOnceALeg) {
     EXPECT_TRUE(a.approach);
     EXPECT_EQ(a.earlyTicks, 3000);
     EXPECT_EQ(a.lateTicks, 3000);
+    a.earlyTicks = 1050;
+    a.lateTicks = 900;
+    shrinkWindow(a);
+    EXPECT_EQ(a.earlyTicks, 1000);
+    EXPECT_EQ(a.lateTicks, 900) << "only what is above 1000";
 }
 
 } // namespace

@@ -212,39 +212,6 @@ TEST_F(AirMotionTest, ATrustedHeadingGoesBeforeTheCourseNearTheGround) {
     }
 }
 
-TEST_F(AirMotionTest, GoesOnFinalAndAroundAgain) {
-    setAirportRef(AirportRef{"EDDF", "FRA", homeLat, homeLon, 0});
-    std::vector<PositionSample> stream;
-    for (int i = 0; i < 12; ++i)
-        stream.push_back(air(0.005 * i, 5000 + 720 * i, 150, 1800 - 50.0 * i));
-    for (PositionSample& s : stream)
-        s.vs = -700;
-    LiveAircraft& a = activeFlight(firstHex, stream);
-    a.agl = 2100;
-    a.sid = 7;
-    nextPosMain(a);
-    EXPECT_FALSE(a.approach) << "2050 ft is the limit for an airliner";
-    EXPECT_EQ(a.sid, 7U);
-    a.agl = 2000;
-    nextPosMain(a);
-    EXPECT_TRUE(a.approach);
-    EXPECT_EQ(a.sid, 0U);
-    EXPECT_EQ(a.flapsIndex, 3);
-    EXPECT_EQ(a.throttleIndex, 1);
-    EXPECT_EQ(a.lateTicks, 3000);
-    EXPECT_EQ(landingList.back(), a.hexid);
-    a.stream[0].vs = 700;
-    nextPosMain(a);
-    EXPECT_FALSE(a.approach);
-    EXPECT_TRUE(a.climbing);
-    EXPECT_EQ(a.throttleIndex, 4);
-    EXPECT_EQ(a.flapsIndex, 0);
-    setAirportRef(std::nullopt);
-    a.stream[0].vs = -700;
-    nextPosMain(a);
-    EXPECT_FALSE(a.approach) << "there is nothing to land on";
-}
-
 /// From 150 ft above the field, 3 degrees down, on data that end in the air.
 TEST_F(AirMotionTest, FlaresInFourStagesAndTouchesDownSoftly) {
     for (const double elevation : {-210.0, 0.0, 5400.0}) {

@@ -101,6 +101,8 @@ TEST_F(EndOfStreamTest, AnApproachSinksAndKeepsItsSpeedAtTheEnd) {
         EXPECT_NEAR(gs[static_cast<std::size_t>(i)], 140 * std::pow(0.9, std::min(i + 1, 5)), 1e-9) << i;
     EXPECT_NEAR(alt[0], 500 - 8 * 10.005, 1e-9);
     EXPECT_EQ(alt[6], 0) << "never below 0";
+    EXPECT_EQ(a.extrapCount, -1);
+    EXPECT_FALSE(endOfStream(a)) << "and nothing more";
 }
 
 TEST_F(EndOfStreamTest, SpeedsOnTheGround) {
@@ -132,6 +134,7 @@ TEST_F(EndOfStreamTest, SpeedsOnTheGround) {
         EXPECT_EQ(s.tick, 5300);
         EXPECT_EQ(s.stopped, c.expected == 0);
         EXPECT_NEAR(distanceNm({s.lat, s.lon}, a.position()), c.expected * 3 / 3600, 1e-9);
+        EXPECT_NEAR(s.lat, homeLat, 1e-6) << "ahead is east";
         EXPECT_EQ(a.extrapCount, 10);
     }
 }

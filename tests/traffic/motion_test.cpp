@@ -250,20 +250,6 @@ TEST_F(MotionTest, TaxiTurnsAtItsRateAndHoldsItsAttitude) {
     }
 }
 
-TEST_F(MotionTest, WidenedWindowsNarrowLegByLeg) {
-    LiveAircraft& a =
-        activeFlight(firstHex, {ground(0, 5000), ground(0.01, 6000), ground(0.01, 7000), ground(0.01, 8000)});
-    a.earlyTicks = 1150;
-    a.lateTicks = 900;
-    a.stream[2].stopped = true;
-    nextPosMain(a);
-    EXPECT_EQ(a.earlyTicks, 1050);
-    nextPosMain(a);
-    EXPECT_EQ(a.earlyTicks, 1000);
-    EXPECT_EQ(a.latStep, 0);
-    EXPECT_EQ(a.lateTicks, 900) << "only what is above 1000";
-}
-
 TEST_F(MotionTest, StaticDataOfTheModel) {
     struct Case {
         double cg, pitchDegrees, expectedCg, expectedDegrees;
