@@ -250,13 +250,6 @@ TEST_F(AirMotionTest, FlaresInFourStagesAndTouchesDownSoftly) {
         EXPECT_TRUE(liveAircraft[0].landingRoll);
         EXPECT_TRUE(liveAircraft[0].derotating);
         EXPECT_FALSE(liveAircraft[0].approach);
-        const double pitch = liveAircraft[0].pitch;
-        run(100);
-        EXPECT_GT(liveAircraft[0].pitch, pitch) << "the nose comes down slowly";
-        EXPECT_LT(liveAircraft[0].pitch, 0);
-        run(400);
-        EXPECT_EQ(liveAircraft[0].pitch, liveAircraft[0].staticPitch);
-        EXPECT_EQ(liveAircraft[0].flareStage, 0);
     }
 }
 
