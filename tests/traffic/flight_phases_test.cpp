@@ -325,6 +325,7 @@ TEST_F(FlightPhasesTest, APushedBackAircraftWaitsUntilItDrivesOff) {
         a.sid = 5;
         a.standCargo = true;
         a.stream[0].stopped = true;
+        a.holding = c.driven; // since an earlier report
         PositionSample n = northOf(a.stream[0], c.metres, 5);
         n.stopped = true;
         decodeExisting(a, n);
