@@ -16,7 +16,7 @@ namespace kes {
 
 namespace {
 
-constexpr double straight = 3.0;    ///< degrees; a smaller turn is not worth one
+constexpr double straight = 3.0;    ///< degrees; up to this much is no turn
 constexpr double uTurn = 160.0;     ///< degrees; a larger one has no curve
 constexpr double sharpTurn = 45.0;  ///< degrees
 constexpr double fullCorner = 90.0; ///< degrees
@@ -27,9 +27,9 @@ constexpr double speedChangeLeg = 100.0 / metresPerNm;
 constexpr std::int32_t cornerWindow = 2000; ///< ticks
 constexpr double crawling = 5.0;            ///< knots
 constexpr double stopNear = 35.0 / metresPerNm;
-constexpr double runwayTurn = 15.0;   ///< degrees; who has turned more has left the runway
+constexpr double runwayTurn = 15.0;   ///< degrees; who has turned this far has left the runway
 constexpr double rollOutSpeed = 90.0; ///< knots
-constexpr double levelOff = 256.0;    ///< feet per minute; less is no climb
+constexpr double levelOff = 256.0;    ///< feet per minute; up to this much is no climb
 constexpr double leastRise = 0.1;     ///< feet
 
 /// Knots; in the order of AircraftCategory.
@@ -83,7 +83,7 @@ void planCorner(LiveAircraft& a) {
     const double turn = degreesBetween(a.heading, bearingRad(s1.position(), s2.position()));
     if (turn > sharpTurn && s0.gs <= takeOffSpeed && s1.tick - s0.tick >= longLegTicks &&
         distanceNm(s0.position(), s1.position()) > longLeg)
-        insertMidpoint(a); // the curve begins half-way to the corner
+        insertMidpoint(a); // the curve begins nearer to the corner
     else if (turn > straight && turn <= uTurn && (s0.lat != s2.lat || s0.lon != s2.lon))
         setUpCurve(a, turn);
     else

@@ -27,7 +27,8 @@ void beginRotation(LiveAircraft& aircraft);
 /// One tick of take_off: the nose comes up, then the aircraft climbs away.
 void advanceRotation(LiveAircraft& aircraft);
 
-/// A parked aircraft begins to move, forwards or tail first; its stream is replaced.
+/// A parked aircraft begins to move, forwards or tail first; its stream is replaced. Nobody is pushed back from a stand
+/// that is not in the list.
 void pullOut(LiveAircraft& aircraft);
 void pushBack(LiveAircraft& aircraft);
 /// A push-back reaches the next of its samples, and with the last one its end.

@@ -24,7 +24,7 @@ void noteDeparture(LiveAircraft& aircraft);
 void releaseStand(const AiAircraft& aircraft);
 /// The record forgets its stand.
 void emptyStand(AiAircraft& aircraft);
-/// A parked aircraft entered the simulator: note, log, drop static plans for the stand.
+/// A parked aircraft entered the simulator: notes the half-hour and logs it.
 void noteParked(LiveAircraft& aircraft);
 /// The name of a stand for messages; "unknown" for an unknown one, "sid==0?" for none.
 std::string standName(std::uint32_t sid);
