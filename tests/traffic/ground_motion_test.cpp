@@ -59,6 +59,7 @@ TEST_F(GroundMotionTest, WhichCornersGetACurve) {
         PositionSample s1, s2;
         Does does;
         double gs0 = 10;
+        double headingDegrees = 0;
     };
     PositionSample stop = at(240, 0, 9500, 0);
     stop.stopped = true;
@@ -75,6 +76,7 @@ TEST_F(GroundMotionTest, WhichCornersGetACurve) {
         {"nearly back", at(40, 0, 5800), at(0.5, 17, 6600), curve},
         {"a U-turn", at(40, 0, 5800), at(0.5, 13, 6600), nothing},
         {"there and back", at(40, 0, 5800), at(0, 0, 6600), nothing},
+        {"the same, out of a turn", at(40, 0, 5800), at(0, 0, 6600), nothing, 10, 40},
         {"a change of speed over a long leg", at(102, 0, 8000, 16), at(240, 0, 9500, 16), midpoint},
         {"a small one", at(102, 0, 8000, 15), at(240, 0, 9500, 16), nothing},
         {"over a short leg", at(98, 0, 8000, 16), at(240, 0, 9500, 16), nothing},
@@ -83,10 +85,11 @@ TEST_F(GroundMotionTest, WhichCornersGetACurve) {
     for (const Case& c : cases) {
         resetLiveTraffic();
         LiveAircraft& a = activeFlight(firstHex, {at(0, 0, 5000, c.gs0), c.s1, c.s2});
+        a.heading = c.headingDegrees * degToRad;
         a.turning = true; // what the leg before did
         nextPosGround(a);
         EXPECT_EQ(curveRuns(a), c.does == curve) << c.what;
-        EXPECT_FALSE(a.turning) << c.what;
+        EXPECT_EQ(a.turning, c.headingDegrees != 0) << c.what;
         EXPECT_EQ(a.sz(), c.does == curve ? 2U : c.does == midpoint ? 4U : 3U) << c.what;
         const double next = metresOf(a.stream[1].position()).north, first = metresOf(c.s1.position()).north;
         EXPECT_TRUE(c.does != midpoint || std::fabs(next - first / 2) < 0.01) << c.what;
@@ -216,7 +219,7 @@ TEST_F(GroundMotionTest, ACurveLeadsTheNoseAlongItsTangent) {
     for (const bool pushed : {false, true}) {
         for (const double lon : {homeLon, 179.9998}) {
             resetLiveTraffic();
-            std::vector<PositionSample> stream{at(0, 0, 5000, 8), at(26, 0, 5500, 4), at(26, 60, 6100, 0)};
+            std::vector<PositionSample> stream{at(0, 0, 5000, 8), at(26, 0, 5500, 4), at(40, 60, 6100, 0)};
             for (PositionSample& s : stream)
                 s.lon = std::remainder(s.lon - homeLon + lon, 360);
             LiveAircraft& a = activeFlight(firstHex, stream);
@@ -230,9 +233,9 @@ TEST_F(GroundMotionTest, ACurveLeadsTheNoseAlongItsTangent) {
                 advanceOnCurve(a);
                 const double t = i / 100.0, w = 1 - t;
                 const Metres m = metresOf({a.lat, std::remainder(a.lon - lon, 360) + homeLon});
-                ASSERT_NEAR(m.north, 2 * w * t * 26 + t * t * 26, 0.05) << i;
+                ASSERT_NEAR(m.north, 2 * w * t * 26 + t * t * 40, 0.05) << i;
                 ASSERT_NEAR(m.east, t * t * 60, 0.05) << i;
-                const double tangent = std::atan2(t * 60, w * 26) + (pushed ? pi : 0);
+                const double tangent = std::atan2(t * 60, t * 14 + w * 26) + (pushed ? pi : 0);
                 ASSERT_NEAR(angleDiff(tangent, a.heading) * radToDeg, 0, 0.6) << i;
             }
         }
@@ -545,11 +548,13 @@ TEST_F(GroundMotionTest, ATakeOffIsOneRotationAndAGrowingClimb) {
     }
 }
 
-TEST_F(GroundMotionTest, ARotationEndsTheCurve) {
+TEST_F(GroundMotionTest, ARotationEndsTurnAndBank) {
     LiveAircraft& a = activeFlight(firstHex, {at(0, 0, 5000, 100), at(60, 0, 5600, 100)});
     a.curve.fill(1.0);
+    a.bank = a.bankStep = a.headingStep = 0.1;
     beginRotation(a);
     EXPECT_FALSE(curveRuns(a));
+    EXPECT_EQ(a.bank + a.bankStep + a.headingStep, 0);
 }
 
 } // namespace
