@@ -317,21 +317,10 @@ TEST_F(GroundMotionTest, HeightAndPitchOnTheGroundAreTheSimulators) {
         EXPECT_EQ(a.agl, 33) << c.what;
         EXPECT_EQ(a.onGround, c.after) << c.what;
     }
-    struct Static {
-        double cg, pitchDegrees, cgTaken, pitchTaken;
-    };
-    LiveAircraft& a = liveAircraft[0];
-    for (const Static& c : {Static{1, -0.99, 1, -0.99}, Static{35, 2.5, 35, 2.5}, Static{0.99, 2.51, 9, 0.7},
-                            Static{35.1, -1, 9, 0.7}, Static{NAN, NAN, 9, 0.7}}) {
-        a.staticCg = 9;
-        par::LOG.value = true;
-        const std::size_t lines = program.logCount("static CG");
-        applyStaticData(a, c.cg, c.pitchDegrees * degToRad);
-        EXPECT_EQ(a.staticCg, c.cgTaken) << c.cg;
-        EXPECT_NEAR(a.staticPitch * radToDeg, c.pitchTaken, 1e-9) << c.pitchDegrees;
-        EXPECT_EQ(program.logCount("static CG") - lines, c.cgTaken == 9 ? 1U : 0U) << c.cg;
-    }
-    EXPECT_TRUE(program.logHas(longLabel(a) + ": static CG 1.0ft wrong?"));
+    liveAircraft[0].staticCg = 9;
+    applyStaticData(liveAircraft[0], NAN, NAN);
+    EXPECT_EQ(liveAircraft[0].staticCg, 9);
+    EXPECT_NEAR(liveAircraft[0].staticPitch * radToDeg, 0.7, 1e-9) << "what is no number is doubtful";
 }
 
 /// Parked with the nose to the north, the feed having shown the way out.
