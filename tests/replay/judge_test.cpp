@@ -80,6 +80,26 @@ TEST(Baselines, DrawWhatTheirNamesSay) {
     EXPECT_FALSE(b.moveTo(2000));
 }
 
+TEST(Baselines, KnowStandingFromCreeping) {
+    const struct {
+        double metres, knots;
+        bool airborne, stands;
+    } rows[] = {{0, 0, false, true},
+                {20, 0.9, false, true},
+                {20, 1.1, false, false},
+                {30, 0, false, false},
+                {0, 0, true, false}};
+    for (const auto& row : rows) {
+        Baselines b;
+        Report from = report(0, 0, 0, row.knots, 0), to = report(500, row.metres, 0, 0, 0);
+        from.airborne = to.airborne = row.airborne;
+        b.add(from);
+        EXPECT_FALSE(b.endsStanding());
+        b.add(to);
+        EXPECT_EQ(b.endsStanding(), row.stands) << row.metres << " m, " << row.knots << " kn";
+    }
+}
+
 /// Moves north at a speed for a while and adds what `change` makes of each pose.
 template <typename Change>
 std::unique_ptr<Board> judged(Phase phase, double metresPerTick, int ticks, const Reference* r, Change change) {

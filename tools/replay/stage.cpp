@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t rowBuffer = 1 << 20;
 constexpr std::int32_t everyForScenario = 10, everyForRecording = 100;
-constexpr std::int32_t mapEvery = 100, sampleEvery = 10;
+constexpr std::int32_t mapEvery = 100, sampleEvery = 10, wayEvery = 50;
 constexpr double wayBehind = 90.0;      ///< seconds of a way that are kept behind what is shown
 constexpr double nearGroundAgl = 500.0; ///< feet
 constexpr double knotsPerMetreAndTick = 100.0 * 3600.0 / metresPerNm;
@@ -228,10 +228,14 @@ void Stage::lookAt(Seen& seen, const LiveAircraft& a, std::int32_t tick) {
 }
 
 void Stage::follow(Seen& seen, std::size_t way, LatLon at, Phase phase, Place place) {
-    if (place.tick % sampleEvery != 0)
+    if (place.tick % wayEvery != 0)
         return;
-    if (const auto on = seen.followers[way].follow(seen.way, at, place.tick / 100.0))
-        judgeWay(*result_.boards[way], *on, phase, place);
+    // The second of the baselines is always where the first is.
+    constexpr std::size_t reported = 2;
+    if (way != reported)
+        seen.onWay = seen.followers[way].follow(seen.way, at, place.tick / 100.0);
+    if (seen.onWay)
+        judgeWay(*result_.boards[way], *seen.onWay, phase, place);
 }
 
 void Stage::judgeLanding(Seen& seen, const LiveAircraft& a, const Pose& pose, Phase phase, Place place) {

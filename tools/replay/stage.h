@@ -13,6 +13,7 @@
 #include <deque>
 #include <fmt/format.h>
 #include <memory>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -48,6 +49,7 @@ private:
         const ScenarioFlight* flight = nullptr;
         Way way; ///< the true one, or the line between the reports
         std::array<WayFollower, wayCount> followers;
+        std::optional<OnWay> onWay; ///< of the way of drawing looked at last
     };
     Seen& seenOf(std::uint32_t hexid);
     void lookAt(Seen& seen, const LiveAircraft& aircraft, std::int32_t tick);

@@ -14,8 +14,8 @@ constexpr double stillMetres = 0.02;        ///< a line as short as that is stan
 constexpr double slack = 12.0;              ///< metres along the way that a place may leap for nothing
 constexpr double forwardCost = 0.2, backwardCost = 1.0;
 constexpr double startCost = 1.0;   ///< metres per second of time, while nothing is known
-constexpr double atItsPlace = 10.0; ///< metres from where it stands count as there
-constexpr double nearby = 15.0;     ///< metres along the way to a place of standing
+constexpr double atItsPlace = 25.0; ///< metres from where it stands count as there
+constexpr double nearby = 30.0;     ///< metres along the way to a place of standing
 constexpr double infinite = std::numeric_limits<double>::infinity();
 
 double outside(double value, double low, double high) {
@@ -65,7 +65,8 @@ WayFollower::Found WayFollower::nearestIn(const Way& way, std::size_t segment) c
     const double high = std::clamp((now_ + ahead - a.seconds) / length, 0.0, end);
     part = std::clamp(part, std::clamp((now_ - back - a.seconds) / length, 0.0, high), high);
     Found f;
-    f.metres = std::hypot(toNorth - part * north, toEast - part * east);
+    const double offNorth = toNorth - part * north, offEast = toEast - part * east;
+    f.metres = std::sqrt(offNorth * offNorth + offEast * offEast);
     f.seconds = a.seconds + part * length;
     f.along = a.metres + part * (b.metres - a.metres);
     f.segment = segment;
@@ -143,24 +144,30 @@ std::optional<OnWay> WayFollower::follow(const Way& way, LatLon at, double secon
     at_ = at;
     now_ = seconds;
     const auto& points = way.points_;
-    const auto begin = std::ranges::lower_bound(points, seconds - back, {}, &Way::Point::seconds);
-    std::size_t i = begin == points.begin() ? 0 : static_cast<std::size_t>(begin - points.begin()) - 1;
-    i = std::min(i, points.size() - 2);
-    Found best = nearestIn(way, i);
-    for (++i; i + 1 < points.size() && points[i].seconds <= seconds + ahead; ++i) {
-        // What is too far along the way cannot win, however near it lies.
-        if (begun_ && i + 2 < points.size() &&
-            (forwardCost * (points[i].metres - along_ - moved_ - slack) > best.cost ||
-             backwardCost * (along_ - points[i + 1].metres - slack) > best.cost))
-            continue;
-        const Found there = nearestIn(way, i);
-        if (there.cost < best.cost)
+    // From where it was last, outwards; what is too far along the way cannot win, however near it lies.
+    const double from = std::clamp(begun_ ? then_ : seconds, seconds - back, seconds + ahead);
+    const auto after = std::ranges::upper_bound(points, from, {}, &Way::Point::seconds);
+    const std::size_t last = points.size() - 2;
+    const auto index = static_cast<std::size_t>(after - points.begin());
+    const std::size_t start = std::min(index > 0 ? index - 1 : 0, last);
+    Found best = nearestIn(way, start);
+    for (std::size_t i = start + 1; i <= last && inReach(way, i); ++i) {
+        if (begun_ && forwardCost * (points[i].metres - along_ - moved_ - slack) > best.cost)
+            break;
+        if (const Found there = nearestIn(way, i); there.cost < best.cost)
+            best = there;
+    }
+    for (std::size_t i = start; i-- > 0 && inReach(way, i);) {
+        if (begun_ && backwardCost * (along_ - points[i + 1].metres - slack) > best.cost)
+            break;
+        if (const Found there = nearestIn(way, i); there.cost < best.cost)
             best = there;
     }
     descend(way, best);
     preferStanding(way, best);
     begun_ = true;
     along_ = best.along;
+    then_ = best.seconds;
     return OnWay{best.metres, seconds - best.seconds};
 }
 

@@ -56,6 +56,7 @@ private:
 
     bool begun_ = false;
     double along_ = 0, moved_ = 0; ///< metres: place on the way found last; motion since
+    double then_ = 0;              ///< seconds of that place
     LatLon at_;
     double now_ = 0;
     double metresPerLon_ = 0, lonFor_ = 1e9; ///< at the latitude `lonFor_`
