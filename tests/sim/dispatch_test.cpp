@@ -236,6 +236,9 @@ TEST_F(DispatchTest, ObjectsWithoutEndAreForgottenInTurn) {
     EXPECT_EQ(takeReplies().size(), 1U);
     EXPECT_EQ(program.logCount("just spawned"), 0U) << "the first 500 lines of ten seconds are taken";
     EXPECT_EQ(program.logCount("! More than 4096 added objects are unknown"), LogLimiter::linesPerWindow);
+    for (std::uint32_t id = 10; id < 10 + 100500; ++id) // more than a tick that stands still may leave waiting
+        giveObject(203, id);
+    EXPECT_EQ(takeReplies().size(), 100000U);
 }
 
 TEST_F(DispatchTest, ThePositionBlock) {
@@ -361,8 +364,11 @@ TEST_F(DispatchTest, EventsAndFrames) {
         give(RecvId::eventFrame, frame);
     }
     EXPECT_EQ(readouts.simFrameRate, 42.0F);
+    frame.fFrameRate = 50;
+    give(RecvId::eventFrame, frame);
+    EXPECT_EQ(readouts.simFrameRate, 42.0F) << "until 30 more have come";
     frame.fFrameRate = std::numeric_limits<float>::quiet_NaN();
-    for (int i = 0; i < 30; ++i)
+    for (int i = 0; i < 29; ++i)
         give(RecvId::eventFrame, frame);
     EXPECT_EQ(readouts.simFrameRate, 42.0F);
 

@@ -170,46 +170,6 @@ TEST_F(SimClientTest, AnObjectOutOfTheRangeRequestIsJoinedAllTheSame) {
     EXPECT_TRUE(world::inprocCounters().exceptions.empty());
 }
 
-TEST_F(SimClientTest, GroundDataOnlyOfLowLiveAircraft) {
-    connect();
-    struct Case {
-        const char* tail;
-        double alt;
-        bool reported;
-    };
-    // What flies high needs none, and a tail ending in '*' is a static aircraft.
-    for (const Case& c : {Case{"LOW1", 2000, true}, Case{"HIGH1", 30000, false}, Case{"STAT*", 1500, false}}) {
-        seenReplies.clear();
-        CreateRequest r = request(c.tail);
-        r.lat = lat + 0.001;
-        r.alt = c.alt;
-        queueCreate(r);
-        ASSERT_NE(replyByRange(ReplyKind::created), nullptr) << c.tail;
-        const std::uint32_t id = reply(ReplyKind::created)->objectid;
-        seenReplies.clear();
-        // A second object gives the sign that a later range reply has been handled.
-        if (c.reported) {
-            const SimReply* ground = replyByRange(ReplyKind::ground);
-            ASSERT_NE(ground, nullptr);
-            EXPECT_EQ(ground->objectid, id);
-            EXPECT_GT(ground->b, 0);
-            EXPECT_LT(ground->b, 2500);
-        } else {
-            const auto before = world::inprocCounters().packetsReceived;
-            for (int i = 0; i < 5; ++i)
-                requestRange();
-            ASSERT_TRUE(waitFor([&] { return world::inprocCounters().packetsReceived >= before + 5; }));
-            ASSERT_TRUE(waitFor([] { return world::inprocWaiting() == 0; }));
-            drainSimReplies(keepReply);
-            EXPECT_TRUE(std::none_of(seenReplies.begin(), seenReplies.end(), [&](const SimReply& s) {
-                return s.kind == ReplyKind::ground && s.objectid == id;
-            })) << c.tail;
-        }
-        queueRemove(id);
-        ASSERT_TRUE(waitFor([&] { return !world::inprocObject(id); }));
-    }
-}
-
 TEST_F(SimClientTest, RefusedCreateComesBackWithItsHexid) {
     connect();
     queueCreate(request("DLH1", "Nobody Has This Title"));
@@ -237,13 +197,6 @@ TEST_F(SimClientTest, AnAircraftOfAnotherProgramIsLoggedOnceAndLeftAlone) {
     EXPECT_EQ(reply(ReplyKind::created), nullptr);
     EXPECT_EQ(program.logCount("just spawned, but not by"), 1U);
     simconnect::SimConnect_Close(other);
-}
-
-TEST_F(SimClientTest, TheUsersOwnObjectIsNeverRemoved) {
-    connect();
-    queueRemove(world::userId);
-    ASSERT_TRUE(waitFor([&] { return program.logHas("===> Simconnect call to remove ac with objectid 1"); }));
-    EXPECT_TRUE(world::inprocCounters().exceptions.empty());
 }
 
 TEST_F(SimClientTest, TeleportAndNewFlightEndTheRun) {
@@ -392,7 +345,7 @@ TEST_F(SimClientTest, ABusyLockDropsATickAtLowFrameRatesAndIsWaitedForAtHighOnes
             done = true;
         });
         if (fps <= 50.0F) {
-            EXPECT_TRUE(waitFor([&] { return done.load(); }));
+            EXPECT_TRUE(waitFor([&] { return done.load(); }, 5000)) << "while the lock is held";
         } else {
             // It must still be waiting after a time in which the other case is long done.
             EXPECT_FALSE(waitFor([&] { return done.load(); }, 100));

@@ -25,8 +25,11 @@ Lines takeWire() {
 
 Lines seenReplies;
 void keepReply(const SimReply& r) {
-    seenReplies.push_back(
-        fmt::format("kind {} object {} hexid {}", static_cast<std::uint32_t>(r.kind), r.objectid, r.hexid));
+    std::string line =
+        fmt::format("kind {} object {} hexid {}", static_cast<std::uint32_t>(r.kind), r.objectid, r.hexid);
+    if (r.kind == ReplyKind::created)
+        line += fmt::format(" {:.0f} ft above ground", r.b);
+    seenReplies.push_back(line);
 }
 
 CreateRequest request(std::string tail, std::uint32_t hexid, double north) {
@@ -179,8 +182,9 @@ const Step steps[] = {
      },
      {"range 101 404 74080 2", fmt::format("release {} 103", first), fmt::format("release {} 103", second),
       fmt::format("release {} 103", third)},
-     {fmt::format("kind 0 object {} hexid 4195971", first), fmt::format("kind 1 object {} hexid 10000", second),
-      fmt::format("kind 0 object {} hexid 10001", third)}},
+     {fmt::format("kind 0 object {} hexid 4195971 2000 ft above ground", first),
+      fmt::format("kind 1 object {} hexid 10000", second),
+      fmt::format("kind 0 object {} hexid 10001 2000 ft above ground", third)}},
     {"... and frozen in the next frame",
      frame,
      [] {
@@ -246,7 +250,7 @@ TEST(Wire, EverythingThatMustArrive) {
     options.lat = 48.35;
     options.lon = 11.78;
     options.altFeet = 5000;
-    options.terrain.airfields.push_back({48.35, 11.78, 1000.0});
+    options.terrain.airfields.push_back({48.35, 11.78, 1000.0, 60}); // all the land around
     world::inprocStart(options);
     world::worldSimulator()->recordWire = true;
 
