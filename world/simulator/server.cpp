@@ -60,7 +60,7 @@ struct ServerState {
     void wakeWriters();
     void runFrames();
     void acceptAll(Socket& from, std::list<Client>& list, void (ServerState::*serve)(Client&));
-    bool admit(Socket fresh, std::list<Client>& list, void (ServerState::*serve)(Client&));
+    bool admit(Socket& fresh, std::list<Client>& list, void (ServerState::*serve)(Client&));
     void reap(std::list<Client>& list, bool all);
     void serveClient(Client& client);
     void writeClient(Client& client);
@@ -261,15 +261,15 @@ void ServerState::acceptAll(Socket& from, std::list<Client>& list, void (ServerS
                 std::this_thread::sleep_for(std::chrono::milliseconds(reapMs));
             continue;
         }
-        if (!admit(std::move(fresh), list, serve)) {
+        if (!admit(fresh, list, serve)) {
             const std::lock_guard lock(mutex);
             ++simulator.counters.refusedClients;
         }
     }
 }
 
-/// False when there is no place, or the system has no thread to give: the connection is closed then.
-bool ServerState::admit(Socket fresh, std::list<Client>& list, void (ServerState::*serve)(Client&)) {
+/// False when there is no place, or the system has no thread to give: the caller closes the connection then.
+bool ServerState::admit(Socket& fresh, std::list<Client>& list, void (ServerState::*serve)(Client&)) {
     const std::lock_guard lock(listMutex);
     if (list.size() >= maxClients)
         return false;
