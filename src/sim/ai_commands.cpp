@@ -409,7 +409,7 @@ void onStaticData(const RecvSimObjectData& message) {
         return;
     std::memcpy(values, dataOf(message), sizeof values);
     if (!std::isfinite(values[0]) || !std::isfinite(values[1])) {
-        simulatorLog.write(fmt::format("! Static data of object {} is no number, ignored", message.dwObjectID));
+        simulatorLog.write(fmt::format("! Static data of object {} is no number, ignored", DWORD{message.dwObjectID}));
         return;
     }
     addSimReply({.objectid = message.dwObjectID, .kind = ReplyKind::staticData, .a = values[0], .b = values[1]});

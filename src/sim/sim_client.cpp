@@ -182,8 +182,9 @@ void onOpen(const RecvOpen& open) {
                             is2020 ? "20" : "24", programName));
     const std::string display =
         is2024 ? "MSFS 2024"
-               : fmt::format("MSFS 2020 ({}.{}.{}.{})", open.dwApplicationVersionMajor, open.dwApplicationVersionMinor,
-                             open.dwApplicationBuildMajor, open.dwApplicationBuildMinor);
+               : fmt::format("MSFS 2020 ({}.{}.{}.{})", DWORD{open.dwApplicationVersionMajor},
+                             DWORD{open.dwApplicationVersionMinor}, DWORD{open.dwApplicationBuildMajor},
+                             DWORD{open.dwApplicationBuildMinor});
     simulatorLog.write(fmt::format("{} connected", display));
     setReadout(Readout::simName, display);
     readouts.simLight = true;
@@ -317,7 +318,7 @@ void onException(const RecvException& e) {
             simulatorLog.writeWarning("SIMCONNECT_EXCEPTION_UNRECOGNIZED_ID");
         break;
     case 5:
-        throw nwk::UserErrorException(95, fmt::format("Simconnect Version Mismatch, dwindex: {} ", e.dwIndex));
+        throw nwk::UserErrorException(95, fmt::format("Simconnect Version Mismatch, dwindex: {} ", DWORD{e.dwIndex}));
     case 11:
         showFromSimulator("SimConnect: too many objects (max 1000)", false);
         break;
@@ -334,12 +335,14 @@ void onException(const RecvException& e) {
         simulatorLog.write("SIMCON EXCEP 24");
         break;
     default:
-        simulatorLog.writeWarning(fmt::format("SIMCON EXCEP {}", e.dwException));
+        simulatorLog.writeWarning(fmt::format("SIMCON EXCEP {}", DWORD{e.dwException}));
     }
 }
 
 } // namespace
 
+// A message lies where it arrived, at any address. Its numbers are copied (`DWORD{...}`) before a format refers to
+// them.
 void dispatch(const Recv* message, DWORD, void*) {
     switch (static_cast<RecvId>(message->dwID)) {
     case RecvId::exception:
@@ -374,7 +377,7 @@ void dispatch(const Recv* message, DWORD, void*) {
     case RecvId::eventEx1:
         break;
     default:
-        simulatorLog.write(fmt::format("! Unknown Dispatch dwID {}", message->dwID));
+        simulatorLog.write(fmt::format("! Unknown Dispatch dwID {}", DWORD{message->dwID}));
     }
 }
 
