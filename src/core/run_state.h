@@ -23,7 +23,7 @@ enum class ExitReason : std::uint32_t {
 std::string_view exitReasonText(ExitReason reason);
 
 extern std::atomic<bool> exitRequested;    ///< the run must end; tested by every long loop
-extern std::atomic<bool> userClosed;       ///< the close button was clicked, or a scan was aborted
+extern std::atomic<bool> userClosed;       ///< the user's close click, and nothing else
 extern std::atomic<bool> readerFailed;     ///< a feed reader stopped with an error
 extern std::atomic<bool> simRunning;       ///< the simulator reports a running flight
 extern std::atomic<bool> simRequestFailed; ///< a SimConnect request failed; no more are sent in this run

@@ -10,6 +10,7 @@
 #include "core/window.h"
 #include "feed/control_link.h"
 #include "feed/qnh_reader.h"
+#include "feed/report_queue.h"
 #include "feed/traffic_reader.h"
 #include "liveries/matching.h"
 #include "sim/ai_commands.h"
@@ -47,8 +48,13 @@ void stopThreads() {
     joinSimClient();
 }
 
+/// A failed run stays on the window until the user has seen why. Settings that may be the cure start the next one.
 void waitUntilErrorIsRead() {
     while (runSleep(500, true)) {
+        if (windowRequests.newSettings) {
+            setExitReason(ExitReason::newSettings);
+            return;
+        }
     }
     showStatus(fmt::format("User closed {}", programName), false);
 }
@@ -116,7 +122,7 @@ void lf_closingDown() {
     } catch (const std::exception& e) {
         // Nothing was reset, so another run would close at once, and again for ever when the cause stays.
         restarting = false;
-        showStatus(fmt::format("{} exception {}", "lf_closingDown", e.what()), false);
+        showStatus(exceptionText("lf_closingDown", e), false);
     }
     postMessage(restarting ? AppMessage::startWorker : AppMessage::closeProgram);
 }
@@ -133,8 +139,17 @@ void restartCountdown() {
     }
 }
 
+void restartWithNewSettings(std::int32_t delaySeconds) {
+    requestExit(ExitReason::newSettings, delaySeconds);
+    windowRequests.newSettings = true;
+}
+
 void resetRun() {
     resetReaders();
+    {
+        const std::lock_guard lock(sampleMutex);
+        reportQueue.clear();
+    }
     currentQnh = 1013;
     resetSimQueues();
     resetSimClient();

@@ -19,6 +19,10 @@ void restartCountdown();
 /// All state of a run back to its start values, after every other thread of the run has ended.
 void resetRun();
 
+/// For the window, when the user has chosen another install path or simulator (stored already): the run ends and starts
+/// again after `delaySeconds`, also one that has failed and waits for its error to be read. Any thread.
+void restartWithNewSettings(std::int32_t delaySeconds);
+
 /// UDP ports of the two readers. RealTraffic sends to fixed ones; tests take free ones.
 struct FeedPorts {
     std::uint16_t traffic, weather;

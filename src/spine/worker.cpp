@@ -133,11 +133,8 @@ void runBody() {
         scanAddonAirports();
     }
     showAddonCounts();
-    if (stopWanted()) {
-        userClosed = true;
-        exitRequested = true;
+    if (stopWanted())
         return;
-    }
     prepareFlightPlanFolders();
     readMyParkAirports();
     enableControl(par::reRead, true);

@@ -5,17 +5,23 @@
 #include "feed/report_queue.h"
 #include "feed/traffic_reader.h"
 #include "flight_folder.h"
+#include "platform/output.h"
 #include "platform/socket.h"
 #include "platform/system.h"
 #include "spine/main_tick.h"
 #include "spine/run.h"
 #include "traffic/live_aircraft.h"
+#include "window/terminal_window.h"
 #include "world/simulator/inproc.h"
 
 #include <atomic>
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <mutex>
 #include <thread>
+#include <unistd.h>
+#include <utility>
 
 namespace kes {
 namespace {
@@ -45,6 +51,9 @@ struct LinkClient {
     void send(std::string_view text) { socket.sendAll(text, 1000); }
 };
 
+std::mutex statusGuard;
+std::string statuses; ///< all lines that came up on the window since the start of the test
+
 /// A UDP port that nobody uses at this moment.
 std::uint16_t freeUdpPort() {
     platform::Socket socket;
@@ -64,9 +73,17 @@ struct RunTest : testing::Test {
         restarting = false;
         resetRun();
         feedPorts = {freeUdpPort(), freeUdpPort()};
+        statuses.clear();
+        WindowBackend backend;
+        backend.drawMessageLine = [](std::string_view text, bool) {
+            const std::lock_guard lock(statusGuard);
+            statuses += std::string(text) + "\n";
+        };
+        setWindowBackend(backend);
     }
     void TearDown() override {
         endRun();
+        setWindowBackend({});
         world::inprocStop();
         resetRun();
         restarting = false;
@@ -109,6 +126,10 @@ struct RunTest : testing::Test {
             const std::lock_guard lock(sampleMutex);
             return acceptSamples;
         }));
+    }
+    static bool shown(std::string_view lines) {
+        const std::lock_guard lock(statusGuard);
+        return statuses.find(lines) != std::string::npos;
     }
     /// Lets stream time pass. The worker may be writing the count at the same moment, so the jump is repeated until it
     /// holds.
@@ -256,11 +277,24 @@ TEST_F(RunTest, HowARunEndsDecidesWhatFollows) {
         bool restarts;
         bool scansStay;
         const char* logged;
+        const char* shown;
     };
-    for (const Case& c : {Case{ExitReason::simConnectError, 9, true, false, "Restarting after 9 seconds\n\n\n\n\n"},
-                          Case{ExitReason::newSettings, 3, true, true, "Restarting after 3 seconds\n\n\n\n\n"},
-                          Case{ExitReason::newFlight, 45, false, true, "Exiting: NEW FLIGHT"},
-                          Case{ExitReason::simWasClosed, 0, false, true, "Exiting: SIM WAS CLOSED"}}) {
+    for (const Case& c :
+         {Case{ExitReason::simConnectError, 9, true, false, "Restarting after 9 seconds\n\n\n\n\n",
+               "Restarting after 9 seconds\nRestarting after 8 seconds\nRestarting after 7 seconds\n"
+               "Restarting after 6 seconds\nRestarting after 5 seconds\nRestarting after 4 seconds\n"
+               "Restarting after 3 seconds\nRestarting after 2 seconds\nRestarting after 1 second\n"},
+          Case{ExitReason::newSettings, 3, true, true, "Restarting after 3 seconds\n\n\n\n\n",
+               "Prepare for a restart ...\nRestarting after 3 seconds\nRestarting after 2 seconds\n"},
+          Case{ExitReason::readerError, 0, true, false, "Exiting: READER ERROR", "Prepare for a restart ...\n"},
+          Case{ExitReason::userClosedSim, 5, false, true, "Exiting: USER CLOSED SIM", ""},
+          Case{ExitReason::newFlight, 45, false, true, "Exiting: NEW FLIGHT",
+               "New flight detected, Kestrelune will close, please restart manually ...\n"},
+          Case{ExitReason::simWasClosed, 0, false, true, "Exiting: SIM WAS CLOSED", ""}}) {
+        {
+            const std::lock_guard lock(statusGuard);
+            statuses.clear();
+        }
         startSimulator();
         startRun();
         ASSERT_TRUE(waitFor([] { return statusText() == "Waiting for RealTraffic to connect to Kestrelune ..."; }));
@@ -276,12 +310,125 @@ TEST_F(RunTest, HowARunEndsDecidesWhatFollows) {
         EXPECT_EQ(par::SCAN_AIRPORTS, c.scansStay);
         EXPECT_TRUE(par::DESTINATION.empty());
         EXPECT_TRUE(program.logHas(c.logged)) << c.logged;
+        EXPECT_TRUE(shown(c.shown)) << c.shown;
+        EXPECT_EQ(shown("Restarting after 0"), false);
         EXPECT_EQ(exitRequested, !c.restarts) << "a restart begins with clear flags";
         world::inprocStop();
         program.writeParameters("");
         restarting = false;
         resetRun();
     }
+}
+
+/// What the test does while the scans of a run go on.
+void (*duringScan)() = nullptr;
+
+void actNow() {
+    if (duringScan != nullptr)
+        std::exchange(duringScan, nullptr)();
+}
+
+TEST_F(RunTest, AnEndDuringTheScansKeepsItsReason) {
+    struct Case {
+        void (*act)();
+        bool restarts;
+    };
+    for (const Case& c : {Case{[] { requestExit(ExitReason::newSettings, 2); }, true},
+                          Case{[] { requestExit(ExitReason::simWasClosed, 0); }, false}, Case{click, false}}) {
+        for (const bool liveries : {true, false}) {
+            WindowBackend backend;
+            if (liveries)
+                backend.drawMessageLine = [](std::string_view text, bool) {
+                    if (text.starts_with("Scanning "))
+                        actNow();
+                };
+            else
+                backend.repaint = [] {
+                    if (readouts.thirdpartyFiles == 0)
+                        actNow();
+                };
+            duringScan = c.act;
+            setWindowBackend(backend);
+            program.writeParameters("");
+            if (liveries)
+                std::filesystem::rename(path::liveriesScanned, "kept.xml"); // which starts a scan
+            startRun();
+            ASSERT_TRUE(waitFor([&] { return ended.load(); }));
+            worker.join();
+            EXPECT_EQ(duringScan, nullptr);
+            EXPECT_EQ(restarting, c.restarts) << liveries;
+            if (liveries)
+                std::filesystem::rename("kept.xml", path::liveriesScanned);
+            setWindowBackend({});
+            restarting = false;
+            resetRun();
+        }
+    }
+}
+
+TEST_F(RunTest, AGoodInstallPathCuresAStartThatHasFailed) {
+    for (const bool userError : {false, true}) {
+        program.writeParameters("", !userError);
+        if (!userError)
+            std::ofstream(path::updateServer) << "no such folder\n";
+        startRun();
+        ASSERT_TRUE(waitFor([] { return !errorText().empty(); }));
+        EXPECT_FALSE(waitFor([&] { return ended.load(); }, 100)) << "waits for the user";
+        program.writeParameters("");
+        std::filesystem::remove(path::updateServer);
+        restartWithNewSettings(3);
+        ASSERT_TRUE(waitFor([&] { return ended.load(); }));
+        worker.join();
+        EXPECT_TRUE(restarting);
+        EXPECT_EQ(errorText(), "");
+        EXPECT_FALSE(shown("User closed Kestrelune"));
+        EXPECT_TRUE(shown("Prepare for a restart ...\n"));
+        EXPECT_EQ(shown("Restarting after 3 seconds"), userError) << "another failure has set its own delay";
+        EXPECT_FALSE(stopWanted());
+        startRun();
+        EXPECT_TRUE(waitFor([] { return statusText() == "Waiting for MSFS 2020 ..."; })) << "the next run comes up";
+        endRun();
+        restarting = false;
+        resetRun();
+    }
+}
+
+TEST_F(RunTest, ANewRunBeginsWithoutTheReportsOfTheOldOne) {
+    {
+        const std::lock_guard lock(sampleMutex);
+        for (int i = 0; i < 100; ++i)
+            reportQueue.push();
+    }
+    readouts.liveries = 4711;
+    resetRun();
+    EXPECT_EQ(readouts.liveries, 4711) << "the liveries stay loaded";
+    const std::lock_guard lock(sampleMutex);
+    EXPECT_EQ(reportQueue.size(), 0u);
+}
+
+TEST_F(RunTest, ATerminalThatDoesNotReadLeavesTheTickAlone) {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    useTerminalWindow(platform::Output::own(ends[1]));
+    LinkClient link;
+    fly(link);
+    std::string seen;
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < 5000; ++i)
+        showStatus(fmt::format("a line that nobody reads: {}", i), false);
+    const std::int32_t before = tickCount;
+    EXPECT_TRUE(waitFor([&] { return tickCount > before + 100; }, 5000));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(6));
+    char buffer[65536];
+    fcntl(ends[0], F_SETFL, O_NONBLOCK);
+    EXPECT_TRUE(waitFor([&] {
+        const ssize_t n = read(ends[0], buffer, sizeof buffer);
+        seen.append(buffer, static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
+        return seen.find(" lines left out while the terminal did not read\n") != std::string::npos;
+    }));
+    EXPECT_LT(endRun(), 5000);
+    closeTerminalWindow(5000);
+    close(ends[0]);
 }
 
 TEST_F(RunTest, AClickDuringTheCountdownCloses) {

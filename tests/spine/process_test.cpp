@@ -1,0 +1,124 @@
+// The real program, started as a user starts it, on a machine that does not play along.
+#include "flight_folder.h"
+#include "platform/output.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace kes {
+namespace {
+
+namespace fs = std::filesystem;
+using std::chrono::steady_clock;
+
+struct ProcessTest : testing::Test {
+    test::FlightFolder program{false};
+    std::vector<pid_t> started;
+
+    ProcessTest() {
+        closeLog(); // the folder is the program's
+        fs::remove("Log.txt");
+    }
+    ~ProcessTest() override {
+        for (const pid_t pid : started) {
+            kill(pid, SIGKILL);
+            waitpid(pid, nullptr, 0);
+        }
+    }
+    /// The program in this folder, on desktop `desktop`, with its output in the descriptor `out` or a file.
+    pid_t start(const char* desktop = "a", int out = -1, const char* appData = "appdata") {
+        const fs::path runtime = program.folder / desktop;
+        fs::create_directories(runtime);
+        const std::string runtimeFolder = runtime, roaming = program.folder / appData;
+        const pid_t pid = fork();
+        if (pid == 0) {
+            setenv("XDG_RUNTIME_DIR", runtimeFolder.c_str(), 1);
+            setenv("XDG_CONFIG_HOME", roaming.c_str(), 1);
+            for (const auto& [stream, name] : {std::pair(1, "out.txt"), {2, "err.txt"}}) {
+                const int file = open(name, O_WRONLY | O_CREAT | O_APPEND, 0600);
+                dup2(stream == 1 && out >= 0 ? out : file, stream);
+            }
+            execl(KES_PROGRAM, KES_PROGRAM, nullptr);
+            _exit(99);
+        }
+        started.push_back(pid);
+        return pid;
+    }
+    /// The exit code; -1 when it does not end within 10 seconds, or by a signal.
+    int codeOf(pid_t pid) {
+        int status = 0;
+        if (!test::waitFor([&] { return waitpid(pid, &status, WNOHANG) == pid; }, 10000))
+            return -1;
+        std::erase(started, pid);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    static bool waitForLog(std::string_view text) {
+        return test::waitFor([&] { return test::readFile("Log.txt").find(text) != std::string::npos; });
+    }
+    static bool has(const char* file, std::string_view text) {
+        return test::readFile(file).find(text) != std::string::npos;
+    }
+};
+
+constexpr std::string_view up = "RealTraffic not detected at this PC";
+
+TEST_F(ProcessTest, ATerminalThatIsNeverReadHoldsNeitherTheRunNorItsEnd) {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    fcntl(ends[1], F_SETFL, O_NONBLOCK);
+    while (write(ends[1], "full\n", 5) > 0) {
+    }
+    fcntl(ends[1], F_SETFL, 0);
+    const pid_t pid = start("a", ends[1]);
+    EXPECT_TRUE(waitForLog(up));
+    kill(pid, SIGTERM);
+    EXPECT_EQ(codeOf(pid), 0);
+    EXPECT_TRUE(has("Log.txt", "Exiting: "));
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST_F(ProcessTest, AnotherDesktopDoesNotShareTheFolder) {
+    const pid_t first = start("a");
+    ASSERT_TRUE(waitForLog(up));
+    for (const char* desktop : {"a", "b"}) {
+        EXPECT_EQ(codeOf(start(desktop)), 255) << desktop;
+        EXPECT_FALSE(fs::exists("Log0.txt")) << "the log of the first is not touched";
+    }
+    EXPECT_EQ(waitpid(first, nullptr, WNOHANG), 0) << "it goes on";
+    kill(first, SIGTERM);
+    EXPECT_EQ(codeOf(first), 0);
+    const pid_t later = start("b");
+    EXPECT_TRUE(test::waitFor([] { return fs::exists("Log0.txt"); })) << "the lock goes with its process";
+    kill(later, SIGTERM);
+    EXPECT_EQ(codeOf(later), 0);
+}
+
+TEST_F(ProcessTest, WhatCannotStartSaysWhyOnTheErrorStream) {
+    std::ofstream("nofolder") << "a file";
+    EXPECT_EQ(codeOf(start("a", -1, "nofolder")), 1);
+    EXPECT_TRUE(has("err.txt", "Failed to create directory: ")) << test::readFile("err.txt");
+    EXPECT_TRUE(has("Log.txt", "Failed to create directory: "));
+    fs::remove_all("Log.txt");
+    fs::create_directory("Log.txt");
+    EXPECT_EQ(codeOf(start()), 1);
+    EXPECT_TRUE(has("err.txt", "Kestrelune cannot start: ")) << test::readFile("err.txt");
+}
+
+TEST_F(ProcessTest, AFullDiskIsToldOnTheStatus) {
+    fs::create_symlink("/dev/full", "Log.txt");
+    const pid_t pid = start();
+    EXPECT_TRUE(test::waitFor([] {
+        return has("out.txt", "status: Log.txt cannot be written: No space left on device, is the disk full?\n");
+    })) << test::readFile("out.txt");
+    EXPECT_TRUE(test::waitFor([] { return has("out.txt", up); })) << "the run goes on without a log";
+    kill(pid, SIGTERM);
+    EXPECT_EQ(codeOf(pid), 0);
+}
+
+} // namespace
+} // namespace kes
