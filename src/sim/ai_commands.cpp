@@ -170,6 +170,14 @@ void queueRemove(std::uint32_t objectid) {
     removeQueue.push_back(objectid);
 }
 
+void takeQueuedCommands(std::vector<CreateRequest>& creates, std::vector<std::uint32_t>& removals) {
+    const std::lock_guard lock(simMutex);
+    creates = std::move(createQueue);
+    removals = std::move(removeQueue);
+    createQueue.clear();
+    removeQueue.clear();
+}
+
 void addSimReply(const SimReply& reply) {
     {
         const std::lock_guard lock(simEventMutex);

@@ -77,6 +77,9 @@ void setCabinLights(std::uint32_t objectid, bool on);
 void queueCreate(const CreateRequest& request);
 void queueRemove(std::uint32_t objectid);
 
+/// Takes what waits for the next frame and hands nothing to a simulator; for tests without one.
+void takeQueuedCommands(std::vector<CreateRequest>& creates, std::vector<std::uint32_t>& removals);
+
 /// Hands all waiting replies to `apply`, holding `simEventMutex` meanwhile. Worker.
 void drainSimReplies(void (*apply)(const SimReply&));
 void addSimReply(const SimReply& reply); ///< SimClient thread; tests

@@ -86,26 +86,6 @@ void moveQueues(std::int32_t tick) {
         createNextStatic();
 }
 
-void runningTickBody() {
-    const std::int32_t tick = tickCount;
-    applySimReplies();
-    updateLiveAircraft();
-    publishPositions();
-    moveQueues(tick);
-    {
-        const std::lock_guard lock(sampleMutex);
-        takeReports();
-    }
-    spawnNext();
-    if (tick % 20 == 0 && !simRequestFailed)
-        requestRange();
-    if (tick % 100 == 0) {
-        sendQs121(userAircraft);
-        userAircraft = readUserPosition();
-    }
-    tickCount = tick + 1;
-}
-
 void replaceNextLanded() {
     if (landingList.empty())
         return;
@@ -270,6 +250,26 @@ void sleepUntil(SteadyClock::time_point until) {
 }
 
 } // namespace
+
+void runningTickBody() {
+    const std::int32_t tick = tickCount;
+    applySimReplies();
+    updateLiveAircraft();
+    publishPositions();
+    moveQueues(tick);
+    {
+        const std::lock_guard lock(sampleMutex);
+        takeReports();
+    }
+    spawnNext();
+    if (tick % 20 == 0 && !simRequestFailed)
+        requestRange();
+    if (tick % 100 == 0) {
+        sendQs121(userAircraft);
+        userAircraft = readUserPosition();
+    }
+    tickCount = tick + 1;
+}
 
 void computeHhNow() {
     const double traffic = trafficReader.timestamp;

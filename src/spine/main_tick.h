@@ -7,6 +7,8 @@ namespace kes {
 void mainLoop();
 /// One pass; false when the run has to end.
 bool mainTick();
+/// What each pass of a running flight does before it looks at the clock: replies, aircraft, queues, reports, requests.
+void runningTickBody();
 /// LATERAL_RANGE from the user's flight state, with AUTO_RANGE on.
 void rangeRule();
 /// The present half-hour from the wall clock, or from the traffic clock when RealTraffic takes a time.

@@ -61,13 +61,8 @@ TEST_F(AllocationTest, NoneBetweenSamples) {
     for (std::uint32_t i = 0; i < 50; ++i)
         activeFlight(test::firstHex + i, {air(0.001 * i, 5000), air(0.5, 41000), air(1, 80000)});
     const auto ticks = [](int count) {
-        for (int i = 0; i < count; ++i) {
-            applySimReplies();
-            updateLiveAircraft();
-            publishPositions();
-            spawnNext();
-            ++tickCount;
-        }
+        for (int i = 0; i < count; ++i)
+            runningTickBody();
     };
     ticks(10); // both position buffers reach their size
     const double lat = liveAircraft[0].lat;

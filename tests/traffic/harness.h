@@ -17,6 +17,7 @@
 #include "reference/reference.h"
 #include "sim/ai_commands.h"
 #include "small_reference.h"
+#include "spine/main_tick.h"
 #include "support.h"
 #include "traffic/conflicts.h"
 #include "traffic/filters.h"
@@ -145,29 +146,27 @@ struct TrafficTest : testing::Test {
 
     void tick() {
         const std::int32_t now = tickCount;
-        applySimReplies();
-        updateLiveAircraft();
-        publishPositions();
-        if (now % 10 == 0 && !removalQueue.empty()) {
-            removed.push_back(removalQueue.front());
-            removalQueue.pop_front();
-            if (simulator)
-                queueRemove(removed.back());
-            else if (simAnswers)
-                addSimReply(reply(ReplyKind::removed, removed.back(), 0));
-        }
-        if (now % 50 == 0 && !liveCreateQueue.empty()) {
-            created.push_back(liveCreateQueue.front());
-            handOverNextCreate();
-            if (simAnswers && !simulator)
-                addSimReply(reply(ReplyKind::created, nextObject++, created.back().hexid, 0, 2500));
-        }
-        take();
-        spawnNext();
-        if (simulator && now % 20 == 0)
-            requestRange();
-        tickCount = now + 1;
+        const UserAircraft user = userAircraft; // no simulator knows it
+        runningTickBody();
+        userAircraft = user;
+        if (!simulator)
+            answerRequests();
         ASSERT_EQ(checkLiveTables(), "") << "at tick " << now;
+    }
+    void answerRequests() {
+        std::vector<CreateRequest> creates;
+        std::vector<std::uint32_t> removals;
+        takeQueuedCommands(creates, removals);
+        for (const std::uint32_t objectid : removals) {
+            removed.push_back(objectid);
+            if (simAnswers)
+                addSimReply(reply(ReplyKind::removed, objectid, 0));
+        }
+        for (const CreateRequest& request : creates) {
+            created.push_back(request);
+            if (simAnswers)
+                addSimReply(reply(ReplyKind::created, nextObject++, request.hexid, 0, 2500));
+        }
     }
     void run(int ticks) {
         for (int i = 0; i < ticks; ++i) {
