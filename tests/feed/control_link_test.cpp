@@ -2,6 +2,7 @@
 #include "feed/link_clients.h"
 #include "feed_test.h"
 
+#include <algorithm>
 #include <atomic>
 #include <future>
 
@@ -219,10 +220,11 @@ TEST_F(ControlLinkTest, aSilentClientCountsAsTheStandardEditionUntilItAnswers) {
     client.send(prof.substr(9));
     EXPECT_TRUE(sendUntil([] { return rtProfEdition.load(); }));
     EXPECT_EQ(readoutText(Readout::edition), "RT prof edition: 10.1");
-    client.send(R"({"level":1})");
-    client.send(std::string(1 << 20, 'x'));
-    for (int i = 0; i < 20; ++i)
-        sendQs121(user);
+    for (const std::string& unasked : {std::string(R"({"level":1})"), std::string(1 << 20, 'x')}) {
+        client.send(unasked);
+        for (int i = 0; i < 20; ++i)
+            sendQs121(user);
+    }
     EXPECT_TRUE(rtProfEdition) << "it was asked once";
 }
 
@@ -246,7 +248,9 @@ TEST_F(ControlLinkTest, whoKnocksAndGoesCostsNothing) {
     ASSERT_TRUE(sendUntil([] { return goneCalls == 1; }));
     knockAndGo(30);
     Client again;
+    waitCalls = 0;
     auto waiting = std::async(std::launch::async, [this] { sendQs121(user); });
+    EXPECT_TRUE(eventually([] { return waitCalls > 0; })) << "none of them is a return";
     again.connectAsked();
     waiting.get();
     expectServed(again);
@@ -264,6 +268,8 @@ TEST_F(ControlLinkTest, aClientThatGoesBeforeItAnswersIsNotWaitedFor) {
         Client stranger;
         stranger.connectAsked();
     }
+    const int before = waitCalls;
+    EXPECT_TRUE(eventually([&] { return waitCalls > before; })) << "the wait goes on";
     Client client;
     client.connectAsked();
     client.send(prof);
@@ -283,15 +289,6 @@ TEST_F(ControlLinkTest, strangersDoNotKeepRealTrafficOut) {
     client.send(prof);
     waiting.get();
     EXPECT_TRUE(rtProfEdition);
-    // More than are kept.
-    std::vector<Client> strangers(2 * LinkClients::most);
-    for (Client& stranger : strangers)
-        stranger.connect();
-    strangers.back().send("GET / HTTP/1.1\r\n\r\n");
-    ASSERT_TRUE(sendUntil([&] { return strangers.back().line(1) == Client::question; }));
-    expectServed(client);
-    EXPECT_TRUE(first.closed() && later.closed()) << "the oldest have given way";
-    EXPECT_TRUE(rtProfEdition);
     // Started anew, while its old connection hangs.
     Client again;
     again.connect();
@@ -300,6 +297,15 @@ TEST_F(ControlLinkTest, strangersDoNotKeepRealTrafficOut) {
     expectServed(again);
     EXPECT_TRUE(client.closed());
     EXPECT_EQ(again.pending, "");
+    // More than are kept.
+    std::vector<Client> strangers(2 * LinkClients::most);
+    for (Client& stranger : strangers)
+        stranger.connect();
+    strangers.back().send("GET / HTTP/1.1\r\n\r\n");
+    ASSERT_TRUE(sendUntil([&] { return strangers.back().line(1) == Client::question; }));
+    expectServed(again);
+    EXPECT_TRUE(first.closed() && later.closed()) << "the oldest have given way";
+    EXPECT_EQ(readoutText(Readout::edition), "RT stnd edition: 11");
     // Only when nobody is left the traffic leaves.
     again.socket.close();
     ASSERT_TRUE(sendUntil([&] { return strangers.back().line(1).starts_with("Qs121="); }));
@@ -311,17 +317,24 @@ TEST_F(ControlLinkTest, strangersDoNotKeepRealTrafficOut) {
 
 TEST_F(ControlLinkTest, amongClientsThatNeverAnswerTheNewestIsServed) {
     Client older, newer;
-    connect(older, "no json");
+    connect(older, "[2]"); // not the answer that RealTraffic gives
     newer.connect();
     ASSERT_TRUE(sendUntil([&] { return newer.line(1) == Client::question; }));
+    expectServed(newer);
+    Client newest; // stops reading, and the others are still there
+    newest.connect();
+    ASSERT_TRUE(sendUntil([&] { return newest.line(1) == Client::question; }));
+    ASSERT_TRUE(eventually([] { return !sendDataPacket(std::string(1 << 20, 'x')); }));
     expectServed(newer);
     older.send(prof); // late, on the connection that had given way
     ASSERT_TRUE(sendUntil([] { return rtProfEdition.load(); }));
     expectServed(older);
+    EXPECT_EQ(goneCalls, 0);
 }
 
 TEST_F(ControlLinkTest, aClientGoesAndComesBack) {
     // By a close, by a reset (unread bytes at the close), and found by the line with the time.
+    int losses = 0;
     for (const std::string how : {"close", "reset", "found by Qs123"}) {
         SCOPED_TRACE(how);
         goneCalls = 0;
@@ -348,7 +361,7 @@ TEST_F(ControlLinkTest, aClientGoesAndComesBack) {
         EXPECT_EQ(trafficReader.timestamp, 0.0) << "the readers start anew";
         EXPECT_TRUE(statusText().ends_with(" RealTraffic gone? Wait for RealTraffic to re-connect ..."))
             << statusText();
-        EXPECT_TRUE(logged("RealTraffic client socket closed"));
+        EXPECT_EQ(std::ranges::count(logLines(), "RealTraffic client socket closed"), ++losses);
 
         auto waiting = std::async(std::launch::async, [this] { sendQs121(user); });
         Client again;

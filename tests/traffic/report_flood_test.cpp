@@ -37,9 +37,10 @@ TEST_F(ReportFloodTest, TwentyTrueAircraftKeepTheirReportsBesideTwentyThousandIn
             // Each of them every five seconds, spread over the time.
             for (std::uint32_t i = 0; i < count; ++i)
                 if (now % 500 == static_cast<int>(25 * i)) {
-                    missed += awaited.count(test::firstHex + i) != 0 ? 1 : 0;
-                    awaited[test::firstHex + i] = {now, 1.7e9 + now / 100.0};
-                    line(test::firstHex + i, now / 100.0, 0.02 * i);
+                    const std::uint32_t hexid = test::firstHex + count - i;
+                    missed += awaited.count(hexid) != 0 ? 1 : 0;
+                    awaited[hexid] = {now, 1.7e9 + now / 100.0};
+                    line(hexid, now / 100.0, 0.02 * i);
                 }
             // Each once a second: who is reported again is an expected aircraft.
             for (int i = 0; i < flood / 100; ++i)
@@ -71,6 +72,14 @@ TEST_F(ReportFloodTest, TwentyTrueAircraftKeepTheirReportsBesideTwentyThousandIn
     for (const LiveAircraft& a : liveAircraft)
         newcomers += a.hexid >= test::firstHex + 100 ? 1 : 0;
     EXPECT_GT(newcomers, 180U) << "who is not known has a tenth of the reports all the same";
+    const auto isKnown = [] {
+        const std::lock_guard lock(sampleMutex);
+        return reportQueue.known.shown.contains(test::firstHex + 1);
+    };
+    EXPECT_TRUE(isKnown());
+    std::erase_if(liveAircraft, [](const LiveAircraft& a) { return a.hexid == test::firstHex + 1; });
+    run(100);
+    EXPECT_FALSE(isKnown()) << "who has left is not known any more";
     RecordProperty("taken", taken);
     RecordProperty("latest", latest);
     RecordProperty("newcomers", static_cast<int>(newcomers));
