@@ -171,9 +171,11 @@ TEST_F(ReplayTest, WayAndTimeAreMeasuredAgainstTheRightLine) {
     EXPECT_EQ(json["flown"][0]["category"], "Large");
 
     // Ours rolls over a stop of ten seconds that the truth makes: from then on it is early.
-    const Result hold = replay("hold-short-10+2s");
+    // Noise is in the reports, and so in the baselines, but not in the truth.
+    const Result hold = replay("hold-short-10+2s+noise");
+    EXPECT_GT(most(hold, 1, Metric::way), 4);
     EXPECT_GT(worst(hold, Metric::early, Phase::taxi), 4);
-    EXPECT_LT(worst(hold, Metric::way, Phase::taxi), 3);
+    EXPECT_LT(worst(hold, Metric::way, Phase::taxi), 10);
 }
 
 TEST_F(ReplayTest, EachScenarioFliesItsOwnTypeAndCategory) {
