@@ -442,6 +442,14 @@ TEST_F(RunTest, AClickDuringTheCountdownCloses) {
     EXPECT_FALSE(restarting);
 }
 
+TEST_F(RunTest, AClickBeforeTheCloseDownPreparesNoRestart) {
+    requestExit(ExitReason::simConnectError, 9);
+    click();
+    lf_closingDown();
+    EXPECT_FALSE(restarting);
+    EXPECT_FALSE(shown("Prepare for a restart ..."));
+}
+
 TEST_F(RunTest, ACloseDownThatFailsClosesInsteadOfStartingAgainForEver) {
     WindowBackend broken;
     broken.drawMessageLine = [](std::string_view text, bool) {
