@@ -27,7 +27,6 @@ PackageLimits packageLimits;
 namespace {
 
 constexpr long mostRedirects = 5;
-constexpr std::size_t mostHeadBytes = 1 << 20;   ///< of an answer; the library keeps all of it
 constexpr std::uint64_t longestBaseFile = 65536; ///< bytes of "input/update_server.txt"
 
 bool isUrl(std::string_view text) {
@@ -56,7 +55,6 @@ std::string fileUrl(const fs::path& folder) {
 struct Sink {
     std::ofstream file;
     std::uint64_t bytes = 0;
-    std::size_t headBytes = 0;
 };
 
 std::size_t write(char* data, std::size_t size, std::size_t count, void* target) {
@@ -66,11 +64,6 @@ std::size_t write(char* data, std::size_t size, std::size_t count, void* target)
         return 0;
     sink.file.write(data, static_cast<std::streamsize>(size * count));
     return sink.file ? size * count : 0;
-}
-
-std::size_t countHead(char*, std::size_t size, std::size_t count, void* target) {
-    auto& sink = *static_cast<Sink*>(target);
-    return (sink.headBytes += size * count) <= mostHeadBytes ? size * count : 0;
 }
 
 /// What a "file:" URL names, nothing for another one.
@@ -98,8 +91,6 @@ CURLcode perform(CURL* curl, const std::string& url, Sink& sink) {
     curl_easy_setopt(curl, CURLOPT_USERAGENT, "KLUN");
     curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, write);
     curl_easy_setopt(curl, CURLOPT_WRITEDATA, &sink);
-    curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, countHead);
-    curl_easy_setopt(curl, CURLOPT_HEADERDATA, &sink);
     curl_easy_setopt(curl, CURLOPT_FAILONERROR, 1L);
     // A dead server costs seconds, and closing the program ends a download at once.
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);

@@ -76,8 +76,6 @@ std::optional<std::size_t> unpackAirportFiles(const fs::path& folder) {
     LogLimiter complaints("zip of the airport files");
     std::size_t count = 0, missing = 0;
     for (const platform::ZipEntry& entry : entries) {
-        if (stopWanted())
-            return {};
         if (entry.getName().ends_with('/'))
             continue;
         const std::string stem = entryStem(entry.getName());

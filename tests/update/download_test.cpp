@@ -101,7 +101,7 @@ TEST_F(Download, takesNoMoreThanItsLimits) {
     for (int i = 0; i < 40; ++i)
         head += "X-Line: " + std::string(50'000, 'h') + "\r\n";
     server.put("head", {"x", 200, "", 0, 0, 0, false, true, head});
-    EXPECT_FALSE(downloadToFile(curl, server.base() + "head", "file", true));
+    EXPECT_FALSE(downloadToFile(curl, server.base() + "head", "file", true)) << "the library has a limit of its own";
 
     downloadLimits.totalSeconds = 1;
     downloadLimits.stallBytes = 1;
