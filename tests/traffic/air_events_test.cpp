@@ -57,6 +57,7 @@ TEST_F(AirEventsTest, EnteringTheSimulator) {
             a.stream[0].tick = 9000;
             a.fs = c.fs;
             a.st = AircraftStatus::adding2sim;
+            a.askedTick = tickCount;
             const std::uint32_t object = std::exchange(a.objectid, 0);
             par::NAV_LIGHTS_WHILE_PARKED.value = c.navWhileParked;
             addSimReply(reply(ReplyKind::created, object, a.hexid, 0, c.agl));
