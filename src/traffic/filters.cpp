@@ -6,6 +6,8 @@
 #include "core/parameters.h"
 #include "core/user_aircraft.h"
 #include "core/window.h"
+#include "platform/output.h"
+#include "platform/system.h"
 #include "reference/reference.h"
 #include "traffic/life_cycle.h"
 #include "traffic/parking.h"
@@ -13,7 +15,6 @@
 #include <algorithm>
 #include <cmath>
 #include <fmt/format.h>
-#include <fstream>
 
 namespace kes {
 
@@ -127,9 +128,11 @@ void writeCallsignList() {
                                     a.objectid, stand));
     }
     std::ranges::sort(lines);
-    std::ofstream file(path::callsign2ObjectId, std::ios::binary | std::ios::trunc);
+    std::string content, error;
     for (const std::string& line : lines)
-        file << line << '\n';
+        content += line + '\n';
+    if (!platform::writeSmallFile(path::callsign2ObjectId, content, error))
+        log(fmt::format("{} could not be written: {}", platform::pathText(path::callsign2ObjectId), error));
 }
 
 void findCallsign(std::string_view text) {

@@ -3,12 +3,12 @@
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/parameters.h"
+#include "platform/output.h"
 #include "platform/system.h"
 #include "sim/ai_commands.h"
 
 #include <filesystem>
 #include <fmt/format.h>
-#include <fstream>
 #include <system_error>
 
 namespace kes {
@@ -50,12 +50,10 @@ std::string escaped(std::string_view text) {
 }
 
 bool writePlan(const LiveAircraft& a, const std::filesystem::path& file) {
-    std::ofstream out(file, std::ios::binary | std::ios::trunc);
-    if (!out)
-        return false;
-    out << fmt::format(planText, fliesByInstruments(a.category) ? "IFR" : "VFR", escaped(a.orig), escaped(a.dest));
-    out.close();
-    return static_cast<bool>(out);
+    std::string error;
+    return platform::writeSmallFile(
+        file, fmt::format(planText, fliesByInstruments(a.category) ? "IFR" : "VFR", escaped(a.orig), escaped(a.dest)),
+        error);
 }
 
 bool writeAndSet(const LiveAircraft& a) {

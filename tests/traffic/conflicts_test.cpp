@@ -1,5 +1,6 @@
 // Limits, ghosts, blocking, the user's surroundings, and how the user finds an object.
 #include "airports/stands.h"
+#include "pipe_guard.h"
 #include "traffic/harness.h"
 
 namespace kes {
@@ -160,6 +161,12 @@ TEST_F(ConflictsTest, TheCallsignListIsSortedAndReplaced) {
     std::filesystem::create_directory(path::callsign2ObjectId);
     writeCallsignList();
     EXPECT_TRUE(std::filesystem::is_empty(path::callsign2ObjectId)) << "what cannot be opened is left alone";
+    std::filesystem::remove(path::callsign2ObjectId);
+    {
+        const test::PipeGuard pipe(path::callsign2ObjectId); // must not hold the tick
+        writeCallsignList();
+    }
+    EXPECT_TRUE(program.logHas("could not be written"));
 }
 
 TEST_F(ConflictsTest, TheUserFindsAnObjectByItsCallsign) {

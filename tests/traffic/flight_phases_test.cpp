@@ -381,64 +381,6 @@ TEST_F(FlightPhasesTest, AStandingStreamStaysShort) {
     EXPECT_EQ(a.sz(), 4U);
 }
 
-/// An aircraft that has stood at a stand for some time; the stand is the only one.
-LiveAircraft& parkedFlight(FlightPhasesTest& test) {
-    stands.push_back({"A1", homeLat, homeLon, 0.0, 30.0 / 1852, 1, true});
-    PositionSample s = FlightPhasesTest::ground(0, 60480000 + 5000, 0);
-    s.stopped = true;
-    LiveAircraft& a = test.activeFlight(firstHex, {s});
-    a.fs = a.fsPrevious = FlightState::birth;
-    setFlightState(a, FlightState::parked);
-    a.sid = 1;
-    a.standLat = homeLat;
-    a.standLon = homeLon;
-    a.extrapCount = 1;
-    return a;
-}
-
-TEST_F(FlightPhasesTest, AParkedAircraftLeavesWhenItReallyMoves) {
-    struct Case {
-        const char* what;
-        std::vector<double> metres; ///< from the stand, of the reports
-        int leavesAt;               ///< with the n-th report; 0 = never
-    };
-    const Case cases[] = {
-        {"wobbling", {1, 3, 1, 3, 1, 3, 1, 3}, 0},
-        {"small steps add up at the third beyond half the span", {1, 5, 9, 13, 17}, 4},
-        {"more than the span at once", {1, 25}, 2},
-        {"out and back again", {1, 5, 9, 3, 7, 11, 3}, 0},
-        {"out of the circle", {1, 150}, 2},
-    };
-    for (const Case& c : cases) {
-        resetLiveTraffic();
-        stands.clear();
-        parkedFlight(*this);
-        int left = 0;
-        for (std::size_t i = 0; i < c.metres.size() && left == 0; ++i) {
-            PositionSample n = ground(c.metres[i] * metre, 8000 + 500 * static_cast<std::int32_t>(i), 3);
-            decodeExisting(liveAircraft[0], n);
-            if (liveAircraft[0].pullOutDue)
-                left = static_cast<int>(i) + 1;
-        }
-        EXPECT_EQ(left, c.leavesAt) << c.what;
-        EXPECT_EQ(liveAircraft[0].sz(), left == 0 ? 1U : 2U) << c.what;
-        EXPECT_EQ(stands[0].liveOnIt, left == 0) << c.what;
-        EXPECT_EQ(liveAircraft[0].stream[0].tick == tickCount + 1, left != 0) << c.what << ": the wait is over";
-    }
-    for (const AircraftStatus st : {AircraftStatus::buffer, AircraftStatus::adding2sim}) {
-        resetLiveTraffic();
-        LiveAircraft& a = parkedFlight(*this);
-        a.st = st;
-        decodeExisting(a, ground(150 * metre, 9000, 10));
-        EXPECT_FALSE(a.pullOutDue) << "what is not there cannot leave";
-        EXPECT_EQ(a.sz(), 1U);
-    }
-    resetLiveTraffic();
-    parkedFlight(*this);
-    decodeExisting(liveAircraft.back(), ground(250 * metre, 9000, 10));
-    EXPECT_EQ(liveAircraft.back().st, AircraftStatus::removingfromsim) << "far away it comes back as another record";
-}
-
 TEST_F(FlightPhasesTest, AHeldAircraftThatMovedFarAwayGoes) {
     for (const double metres : {240.0, 260.0}) {
         resetLiveTraffic();

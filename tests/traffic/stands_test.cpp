@@ -100,6 +100,13 @@ TEST_F(StandsTest, AParkedAircraftLeavesWhenItReallyMoves) {
     decodeExisting(again, away(86));
     EXPECT_TRUE(again.pullOutDue);
     EXPECT_TRUE(stands[0].liveOnIt) << "it left before: the stand may be another's by now";
+    for (const AircraftStatus st : {AircraftStatus::buffer, AircraftStatus::adding2sim}) {
+        LiveAircraft& a = parkedFlight("A320");
+        a.st = st;
+        decodeExisting(a, away(150));
+        EXPECT_FALSE(a.pullOutDue) << "what is not there cannot leave";
+        EXPECT_EQ(a.sz(), 1U);
+    }
     LiveAircraft& seen = parkedFlight("A320");
     decodeExisting(seen, away(84));
     EXPECT_GT(seen.parkedTime, 0) << "a report near the stand proves that it stands there";
