@@ -7,9 +7,10 @@
 namespace kes {
 
 namespace {
-std::mutex pumpMutex;
-std::condition_variable pumpSignal;
-// Never destroyed: the thread that waits for signals of the user goes on to the very end of the process.
+// None of the three is ever destroyed: the thread that waits for signals of the user goes on to the very end of the
+// process.
+std::mutex& pumpMutex = *new std::mutex;
+std::condition_variable& pumpSignal = *new std::condition_variable;
 std::deque<AppMessage>& pumpQueue = *new std::deque<AppMessage>;
 int quitCode = 0;
 } // namespace
