@@ -31,7 +31,7 @@ function(kes_test folder)
   target_link_libraries(test_${name} PRIVATE ${ARG_DEPENDS} GTest::gtest_main)
   # One CTest entry per program: the tests of one folder share process-wide tables and fixed ports.
   add_test(NAME ${name} COMMAND test_${name} --gtest_brief=1)
-  set_tests_properties(${name} PROPERTIES TIMEOUT 240)
+  set_tests_properties(${name} PROPERTIES TIMEOUT 900)
 endfunction()
 
 # kes_bench(name sources... DEPENDS targets...)
