@@ -1,6 +1,26 @@
 #include "platform/output.h"
 
+#include <system_error>
+#include <utility>
+
 namespace kes::platform {
+
+Output::Output(Output&& other) noexcept
+    : handle_(std::exchange(other.handle_, -1)), owned_(other.owned_), mostAtOnce_(other.mostAtOnce_) {}
+
+Output& Output::operator=(Output&& other) noexcept {
+    if (this != &other) {
+        close();
+        handle_ = std::exchange(other.handle_, -1);
+        owned_ = other.owned_;
+        mostAtOnce_ = other.mostAtOnce_;
+    }
+    return *this;
+}
+
+std::string outputErrorText(int error) {
+    return std::system_category().message(error);
+}
 
 bool writeSmallFile(const std::filesystem::path& path, std::string_view content, std::string& error) {
     Output file;

@@ -9,9 +9,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
-#include <utility>
 
 namespace kes::platform {
 
@@ -31,19 +29,6 @@ std::size_t pieceOf(int descriptor) {
 
 Output::Output(Standard stream) : handle_(stream == Standard::out ? STDOUT_FILENO : STDERR_FILENO) {
     mostAtOnce_ = pieceOf(static_cast<int>(handle_));
-}
-
-Output::Output(Output&& other) noexcept
-    : handle_(std::exchange(other.handle_, -1)), owned_(other.owned_), mostAtOnce_(other.mostAtOnce_) {}
-
-Output& Output::operator=(Output&& other) noexcept {
-    if (this != &other) {
-        close();
-        handle_ = std::exchange(other.handle_, -1);
-        owned_ = other.owned_;
-        mostAtOnce_ = other.mostAtOnce_;
-    }
-    return *this;
 }
 
 bool Output::open(const std::filesystem::path& path, std::string& error) {
@@ -79,10 +64,6 @@ Output::Result Output::write(std::string_view text, int waitMs) {
     if (written >= 0)
         return {static_cast<std::size_t>(written), 0};
     return {0, errno == EINTR || errno == EAGAIN ? 0 : errno};
-}
-
-std::string outputErrorText(int error) {
-    return std::system_category().message(error);
 }
 
 void surviveFailedWrites() {

@@ -3,8 +3,6 @@
 #include "platform/output.h"
 
 #include <algorithm>
-#include <system_error>
-#include <utility>
 #include <windows.h>
 
 namespace kes::platform {
@@ -23,19 +21,6 @@ Output::Output(Standard stream) : mostAtOnce_(piece) {
     const HANDLE handle = ::GetStdHandle(stream == Standard::out ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
     // A program without a console has none.
     handle_ = handle == nullptr || handle == INVALID_HANDLE_VALUE ? -1 : reinterpret_cast<std::intptr_t>(handle);
-}
-
-Output::Output(Output&& other) noexcept
-    : handle_(std::exchange(other.handle_, -1)), owned_(other.owned_), mostAtOnce_(other.mostAtOnce_) {}
-
-Output& Output::operator=(Output&& other) noexcept {
-    if (this != &other) {
-        close();
-        handle_ = std::exchange(other.handle_, -1);
-        owned_ = other.owned_;
-        mostAtOnce_ = other.mostAtOnce_;
-    }
-    return *this;
 }
 
 bool Output::open(const std::filesystem::path& path, std::string& error) {
@@ -65,10 +50,6 @@ Output::Result Output::write(std::string_view text, int) {
     if (size == 0 || ::WriteFile(handleOf(handle_), text.data(), size, &written, nullptr))
         return {written, 0};
     return {written, static_cast<int>(::GetLastError())};
-}
-
-std::string outputErrorText(int error) {
-    return std::system_category().message(error);
 }
 
 void surviveFailedWrites() {}
