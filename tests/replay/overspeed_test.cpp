@@ -25,11 +25,7 @@ struct BurstTest : testing::Test {
     std::size_t mostWaiting = 0, mostLive = 0, mostObjects = 0;
 
     void SetUp() override {
-        setParameterDefaults();
-        readDataBase();
-        processScannedLiveries();
-        airportTable.clear();
-        airportTable.push_back({"EDDM", "MUC", test::fieldLat, test::fieldLon, test::fieldElevation});
+        program.readContent();
         world::SimulatorOptions options = test::overTheField();
         options.altFeet = 20000; // a wide range, and nobody's way
         tickCount = 0;

@@ -1,9 +1,12 @@
 // A program folder with the least content that lets a run fly, and lines to fly in it.
 #pragma once
 
+#include "airports/airport_table.h"
 #include "core/geo.h"
 #include "core/parameters.h"
 #include "core/xml_file.h"
+#include "liveries/store.h"
+#include "reference/reference.h"
 #include "small_reference.h"
 #include "support.h"
 #include "world/simulator/model.h"
@@ -41,6 +44,14 @@ struct FlightFolder : ProgramFolder {
                        {"ZZZ", "B738", "Test B738 ZZZ"},
                        {"PVT", "C172", "Test C172 PVT"}});
         writeParameters("");
+    }
+    /// What a start would have read of this folder, with the one airport; default parameters.
+    static void readContent() {
+        setParameterDefaults();
+        readDataBase();
+        processScannedLiveries();
+        airportTable.clear();
+        airportTable.push_back({"EDDM", "MUC", fieldLat, fieldLon, fieldElevation});
     }
     /// Airline, model and title of each livery.
     static void writeLiveries(const std::vector<std::array<const char*, 3>>& liveries) {

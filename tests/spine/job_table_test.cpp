@@ -28,11 +28,7 @@ struct JobTableTest : testing::Test {
     test::FlightFolder program;
 
     void SetUp() override {
-        setParameterDefaults();
-        readDataBase();
-        processScannedLiveries();
-        airportTable.clear();
-        airportTable.push_back({"EDDM", "MUC", test::fieldLat, test::fieldLon, test::fieldElevation});
+        program.readContent();
         world::startVirtualFlight(test::overTheField());
         enabled.clear();
         WindowBackend backend;

@@ -29,11 +29,7 @@ struct VirtualFlightTest : testing::Test {
     double now = 0; ///< virtual seconds since the start
 
     void SetUp() override {
-        setParameterDefaults();
-        readDataBase();
-        processScannedLiveries();
-        airportTable.clear();
-        airportTable.push_back({"EDDM", "MUC", test::fieldLat, test::fieldLon, test::fieldElevation});
+        program.readContent();
         world::startVirtualFlight(test::overTheField());
     }
     void TearDown() override { world::endVirtualFlight(); }
