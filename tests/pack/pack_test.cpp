@@ -1,11 +1,15 @@
 #include "core/geo.h"
 #include "core/parameters.h"
+#include "liveries/livery.h"
 #include "liveries/regcode_files.h"
+#include "liveries/store.h"
 #include "pack_folder.h"
 #include "update/sha256.h"
 #include "update/update.h"
 
+#include <fmt/ranges.h>
 #include <map>
+#include <random>
 #include <stdexcept>
 #include <tuple>
 
@@ -134,6 +138,28 @@ TEST(Pack, BadRowsAreListedAndTheRestHolds) {
         EXPECT_EQ(count.*c.counter, c.good) << c.file;
         EXPECT_FALSE(folder.logHas("skipped") || folder.logHas("already exists")) << c.file << folder.logText();
     }
+}
+
+TEST(Pack, DoubtfulRowsAreToldAndKept) {
+    PackFolder folder;
+    folder.source("similar_types.csv", "types\nA320 A321 B77W\nA1 A321\nA320 EC35\nF16 C172\n");
+    folder.source("airlines.csv", "code,name\nDLH,Lufthansa\nBAW,British \\Airways\nGEC,LUFTHANSA\nPVT,\nZZZ,\n");
+    folder.source(
+        "registrations.csv",
+        "reg,airline,type,operator,cargo,checked\nD-AIZA,DLH,A320,,,\nD-AIZB,DLH,A320,,,\nD-AIZC,BAW,A320,,,\n"
+        "D-AIZD,DLH,A320,,,\nD-AIZE,DLH,A320,,,\nN98UP,GEC,B77W,,yes,\nN99UP,GEC,B77W,,yes,\n"
+        "N100UP,GEC,B77W,,,\nN101UP,GEC,B77W,,yes,\nN102UP,GEC,B77W,,yes,\nG-XYV,BAW,A320,,,\n"
+        "G-XYW,BAW,A320,,,\nG-XYX,DLH,A320,,,yes\nG-XYY,BAW,A320,,,\nG-XYZ,BAW,A320,,,\n");
+    const pack::PackCount count = folder.packAndRead(folder.plan());
+    EXPECT_EQ(fmt::format("{}", fmt::join(count.doubts, "\n")),
+              "similar_types.csv: A321 may get the group \"A1 A321\" instead of its family \"A320 A321 B77W\"\n"
+              "registrations.csv: D-AIZC is BAW A320, but its neighbours are DLH A320\n"
+              "registrations.csv: N100UP is GEC B77W, but its neighbours are GEC B77W cargo\n"
+              "airlines.csv: BAW has an odd name, \"British \\Airways\"\n"
+              "airlines.csv: DLH and GEC have one name, \"LUFTHANSA\"");
+    EXPECT_EQ(folder.badText(count), "");
+    EXPECT_EQ(count.registrations, 15u);
+    EXPECT_EQ(count.similarGroups, 4u);
 }
 
 TEST(Pack, WhatTheProgramWouldRefuseIsNeverWritten) {
@@ -276,6 +302,49 @@ TEST(Pack, OwnSourcesHaveNoBadRow) {
     EXPECT_TRUE(airlineExists("ZZZ") && airlineExists("PVT"));
     for (const char* bad : {"skipped", "already exists", "not a valid model", "nencrypted"})
         EXPECT_FALSE(folder.logHas(bad)) << folder.logText();
+}
+
+/// Whatever is installed, a type is shown by its own family, when that has anything to show.
+TEST(Pack, EveryTypeKeepsItsFamily) {
+    PackFolder folder;
+    pack::PackPlan plan = folder.plan();
+    plan.data = fs::path(KES_SOURCE_DIR) / "data";
+    folder.packAndRead(plan);
+    fs::create_directories("output/info");
+    std::map<std::string, std::vector<std::string>> families; // the largest group of a type; of equals the first
+    for (const std::vector<std::string>& group : referenceData().similarGroups) {
+        for (const std::string& type : group) {
+            std::vector<std::string>& family = families[type];
+            if (group.size() > family.size() || (group.size() == family.size() && group < family))
+                family = group;
+        }
+    }
+    std::mt19937 chance(7);
+    for (int round = 0; round < 60; ++round) {
+        const unsigned percent = std::array{2u, 10u, 30u, 70u}[round % 4];
+        std::vector<Livery> liveries{{"ZZZ", "C172", "always one", "", 0, false}};
+        for (const auto& [type, family] : families) {
+            if (chance() % 100 < percent)
+                liveries.push_back({"ZZZ", type, type, "", 0, false});
+        }
+        sortLiveries(liveries);
+        ASSERT_TRUE(writeLiveriesScanned(liveries));
+        resetLiveries();
+        processScannedLiveries();
+        for (const auto& [type, family] : families) {
+            std::vector<std::string> installed;
+            for (const std::string& other : family) {
+                if (other != type && hasModel(other))
+                    installed.push_back(other);
+            }
+            if (installed.empty())
+                continue;
+            const auto shown = liveryTables().similarInstalled.find(type);
+            ASSERT_NE(shown, liveryTables().similarInstalled.end()) << type;
+            EXPECT_EQ(shown->second, installed) << type << ", round " << round;
+        }
+    }
+    resetLiveries();
 }
 
 } // namespace

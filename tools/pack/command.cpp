@@ -188,6 +188,9 @@ void tell(const Command& command, const PackCount& count, std::string& out) {
     for (const std::string& remark : count.remarks) {
         out += "remark: " + remark + "\n";
     }
+    for (const std::string& doubt : count.doubts) {
+        out += "doubt: " + doubt + "\n";
+    }
     tellBadRows(command, count, out);
     if (count.overruled > 0) {
         out += fmt::format("{} of imports gave way to an earlier source\n", counted(count.overruled, "row"));

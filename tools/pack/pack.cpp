@@ -3,6 +3,7 @@
 #include "platform/system.h"
 #include "platform/zip.h"
 #include "tools/pack/document.h"
+#include "tools/pack/doubts.h"
 #include "tools/pack/sources.h"
 #include "update/sha256.h"
 #include "update/update.h"
@@ -158,6 +159,7 @@ PackCount packUpdates(const PackPlan& plan) {
         importTypeList(*plan.typeList, sources, count);
     }
     readOtherSources(plan.data, sources, count);
+    count.doubts = doubtsOf(sources); // imports are not ours to mend
     for (const AircraftImport& import : plan.aircraft) {
         importAircraft(import, sources, count);
     }

@@ -219,7 +219,7 @@ bool readRegistrations(const fs::path& file, Sources& sources, PackCount& count)
     const auto airlineFault = [&](std::string_view code) {
         return code.empty() || sources.airlineCodes.contains(code) ? std::string() : unknownAirline(code);
     };
-    return readList(file, {"reg", "airline", "type", "operator", "?cargo"}, count, [&](const CsvRow& row) {
+    return readList(file, {"reg", "airline", "type", "operator", "?cargo", "?checked"}, count, [&](const CsvRow& row) {
         if (!isLegalRegcode(row[0])) {
             return fmt::format("\"{}\" is no registration", row[0]);
         }
@@ -241,8 +241,8 @@ bool readRegistrations(const fs::path& file, Sources& sources, PackCount& count)
             fault = twice(row[0]);
         }
         if (fault.empty()) {
-            sources.airframes.push_back(
-                {std::string(row[0]), std::string(row[1]), std::string(row[2]), std::string(row[3]), *cargo});
+            sources.airframes.push_back({std::string(row[0]), std::string(row[1]), std::string(row[2]),
+                                         std::string(row[3]), *cargo, flagOf(row[5]).value_or(false)});
         }
         return fault;
     });

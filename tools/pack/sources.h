@@ -24,6 +24,7 @@ struct TypeRow {
 struct Airframe {
     std::string reg, airl, type, opr;
     bool cargo = false;
+    bool checked = false; ///< right although it contradicts its neighbours
 };
 struct ThirdParty {
     std::string pub;
