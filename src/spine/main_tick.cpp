@@ -15,6 +15,7 @@
 #include "liveries/matching.h"
 #include "platform/system.h"
 #include "sim/ai_commands.h"
+#include "sim/orders.h"
 #include "sim/sim_client.h"
 #include "traffic/conflicts.h"
 #include "traffic/filters.h"
@@ -67,22 +68,11 @@ void updateCounters() {
     repaint();
 }
 
-void moveQueues(std::int32_t tick) {
-    if (tick % 10 != 0)
-        return;
-    if (!removalQueue.empty()) {
-        queueRemove(removalQueue.front());
-        removalQueue.pop_front();
-    }
-    if (tick % 50 != 0)
-        return;
-    if (handOverNextCreate())
-        return;
-    if (!staticCreateQueue.empty()) {
-        queueCreate(staticCreateQueue.front());
-        staticCreateQueue.pop_front();
-    }
-    if (staticAircraftWait())
+void moveOrders(std::int32_t tick) {
+    const Moved moved = moveOne(tick);
+    if (moved.createdLive != 0)
+        noteAsked(moved.createdLive);
+    if (moved.staticTurn && staticAircraftWait())
         createNextStatic();
 }
 
@@ -256,7 +246,7 @@ void runningTickBody() {
     applySimReplies();
     updateLiveAircraft();
     publishPositions();
-    moveQueues(tick);
+    moveOrders(tick);
     {
         const std::lock_guard lock(sampleMutex);
         takeReports();

@@ -11,6 +11,7 @@
 #include "feed/traffic_reader.h"
 #include "liveries/store.h"
 #include "sim/ai_commands.h"
+#include "sim/orders.h"
 #include "sim/sim_client.h"
 #include "spine/main_tick.h"
 #include "spine/run.h"
@@ -28,15 +29,14 @@ namespace {
 
 std::atomic<double> sleepScale{1.0};
 
+constexpr std::int32_t onlyRemovals = 10; ///< a tick in which no creation is due
+
 /// The worker stands in the wait for RealTraffic, but what is to leave the simulator still leaves it: about every
 /// 100 ms, the time of ten ticks, objects under way are followed and one is removed.
 void removeWhileWaiting() {
     for (int tick = 0; tick < 10; ++tick)
         applySimReplies();
-    if (removalQueue.empty())
-        return;
-    queueRemove(removalQueue.front());
-    removalQueue.pop_front();
+    moveOne(onlyRemovals);
 }
 
 void wireFloors() {

@@ -4,6 +4,7 @@
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/run_state.h"
+#include "sim/orders.h"
 #include "traffic/conflicts.h"
 #include "traffic/life_cycle_parts.h"
 #include "traffic/tick_check.h"
@@ -14,10 +15,6 @@
 
 namespace kes {
 
-std::vector<std::uint32_t> spawnQueue;
-std::deque<CreateRequest> liveCreateQueue;
-std::deque<CreateRequest> staticCreateQueue;
-std::deque<std::uint32_t> removalQueue;
 std::deque<std::uint32_t> landingList;
 NoMatchList noMatchList;
 
@@ -96,10 +93,7 @@ void writeNoMatchReport() {
 
 void resetLiveTraffic() {
     liveAircraft.clear();
-    spawnQueue.clear();
-    liveCreateQueue.clear();
-    staticCreateQueue.clear();
-    removalQueue.clear();
+    clearOrders();
     landingList.clear();
     noMatchList.clear();
     abandoned.clear();

@@ -13,12 +13,7 @@
 
 namespace kes {
 
-/// Queues of the worker in front of those of the simulator client.
-extern std::vector<std::uint32_t> spawnQueue;       ///< hexids, last-in first-out, one per tick
-extern std::deque<CreateRequest> liveCreateQueue;   ///< one per 50 ticks
-extern std::deque<CreateRequest> staticCreateQueue; ///< one per 50 ticks when the live one is empty
-extern std::deque<std::uint32_t> removalQueue;      ///< objectids, one per 10 ticks
-extern std::deque<std::uint32_t> landingList;       ///< hexids, one per second
+extern std::deque<std::uint32_t> landingList; ///< hexids that may make a static aircraft leave, one per second
 
 /// Keys without livery, in order of finding. The oldest makes room when there are too many.
 class NoMatchList {
@@ -46,10 +41,10 @@ void removeAircraftFromSim(AiAircraft& parked);
 void liveryRespawn(LiveAircraft& aircraft);
 bool checkIdentity(LiveAircraft& aircraft, const AircraftReport& report);
 void nextPosMain(LiveAircraft& aircraft);
-/// Pops one hexid of `spawnQueue` and makes its create request.
+/// Makes the create request of the next birth.
 void spawnNext();
-/// Hands one create request of a live aircraft to the simulator client. False = none waits.
-bool handOverNextCreate();
+/// The simulator has been asked for the object of this aircraft.
+void noteAsked(std::uint32_t hexid);
 /// The traffic source has gone: live aircraft leave the simulator, waiting ones are dropped.
 void removeAllLiveForLostSource();
 /// The list of keys without livery into the log, when LOG is on.

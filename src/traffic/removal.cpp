@@ -2,6 +2,7 @@
 #include "core/log.h"
 #include "core/run_state.h"
 #include "core/window.h"
+#include "sim/orders.h"
 #include "traffic/life_cycle.h"
 #include "traffic/life_cycle_parts.h"
 #include "traffic/parking.h"
@@ -13,36 +14,11 @@ namespace kes {
 
 namespace {
 
-bool takeOut(std::deque<CreateRequest>& queue, std::uint32_t hexid) {
-    const auto it = std::ranges::find(queue, hexid, &CreateRequest::hexid);
-    if (it == queue.end())
-        return false;
-    queue.erase(it);
-    return true;
-}
-
-/// Takes back what asks for the object: the entry of the spawn queue or the create request. False = it is under way.
-bool withdraw(std::uint32_t hexid) {
-    if (hexid <= lastStaticHexid)
-        return takeOut(staticCreateQueue, hexid);
-    const auto it = std::ranges::find(spawnQueue, hexid);
-    if (it != spawnQueue.end()) {
-        spawnQueue.erase(it);
-        return true;
-    }
-    return takeOut(liveCreateQueue, hexid);
-}
-
 void withdrawOrMark(AiAircraft& a) {
-    if (withdraw(a.hexid))
+    if (withdrawCreate(a.hexid))
         a.deleteQueued = true;
     else
         a.removeWhenReady = true;
-}
-
-void askRemoval(std::uint32_t objectid) {
-    if (std::ranges::find(removalQueue, objectid) == removalQueue.end())
-        removalQueue.push_back(objectid);
 }
 
 void removeFromSim(AiAircraft& a) {
@@ -66,7 +42,7 @@ void removeFromSim(AiAircraft& a) {
         a.deleteNow = true; // no object will be reported as gone
     }
     if (!ordered)
-        askRemoval(a.objectid);
+        orderRemoval(a.objectid);
 }
 
 void respawn(LiveAircraft& a) {
@@ -95,7 +71,7 @@ void respawn(LiveAircraft& a) {
         log(fmt::format("{} removing act {} with objectid=0 ?", "liveryRespawn", longLabel(a)));
         a.deleteNow = true; // no object will be reported as gone
     }
-    askRemoval(a.objectid);
+    orderRemoval(a.objectid);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "core/parameters.h"
 #include "core/run_state.h"
 #include "liveries/matching.h"
+#include "sim/orders.h"
 #include "traffic/flight_plans.h"
 #include "traffic/ground_motion.h"
 #include "traffic/life_cycle.h"
@@ -120,7 +121,7 @@ void onCreated(const SimReply& reply) {
     LiveAircraft* a = findLive(reply.hexid);
     const bool asked = a != nullptr && a->st == AircraftStatus::adding2sim && a->askedTick >= 0;
     if (takeAbandoned(reply.hexid) || !asked || (a->objectid != 0 && a->objectid != reply.objectid)) {
-        removalQueue.push_back(reply.objectid); // nobody would ever move it or take it away
+        orderRemoval(reply.objectid); // nobody would ever move it or take it away
         return;
     }
     a->objectid = reply.objectid;
@@ -143,7 +144,7 @@ void onCreatedStatic(const SimReply& reply) {
     if (reply.objectid < firstAiObject)
         return;
     if (parked == nullptr) {
-        removalQueue.push_back(reply.objectid); // withdrawn too late
+        orderRemoval(reply.objectid); // withdrawn too late
         return;
     }
     parked->objectid = reply.objectid;
@@ -152,7 +153,7 @@ void onCreatedStatic(const SimReply& reply) {
 
 void onRemoved(std::uint32_t objectid) {
     std::erase_if(lightSequences, [&](const LightSequence& s) { return s.objectid == objectid; });
-    std::erase(removalQueue, objectid);
+    forgetRemoval(objectid);
     LiveAircraft* a = findLiveByObject(objectid);
     if (a == nullptr) {
         if (AiAircraft* parked = objectid == 0 ? nullptr : findParkedByObject(objectid))

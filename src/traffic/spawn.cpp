@@ -4,6 +4,7 @@
 #include "core/run_state.h"
 #include "liveries/matching.h"
 #include "reference/reference.h"
+#include "sim/orders.h"
 #include "traffic/air_motion.h"
 #include "traffic/conflicts.h"
 #include "traffic/filters.h"
@@ -42,7 +43,7 @@ bool mixedStream(const LiveAircraft& a) {
 bool mustWait(const LiveAircraft& a) {
     if (isAbandoned(a.hexid))
         return true;
-    return a.fs == FlightState::birth && spawnQueue.size() + liveCreateQueue.size() > waitingBirths;
+    return a.fs == FlightState::birth && birthsUnderWay() > waitingBirths;
 }
 
 bool isBlocked(const LiveAircraft& a) {
@@ -183,17 +184,14 @@ void spawnLiveAc(LiveAircraft& aircraft) {
     aircraft.st = AircraftStatus::adding2sim;
     aircraft.askedTick = -1;
     aircraft.userConflictSeen = false;
-    spawnQueue.push_back(aircraft.hexid);
+    orderBirth(aircraft.hexid);
     if (!isGhost(aircraft.callsign))
         removeGhostOf(aircraft);
 }
 
 void spawnNext() {
-    if (spawnQueue.empty())
-        return;
-    const std::uint32_t hexid = spawnQueue.back();
-    spawnQueue.pop_back();
-    LiveAircraft* a = findLive(hexid);
+    const auto hexid = takeBirth();
+    LiveAircraft* a = hexid ? findLive(*hexid) : nullptr;
     if (a == nullptr)
         return;
     if (a->callsign.empty()) {
@@ -211,17 +209,12 @@ void spawnNext() {
     request.tailNumber = a->callsign;
     request.title = a->title;
     request.hexid = a->hexid;
-    liveCreateQueue.push_back(std::move(request));
+    orderCreate(std::move(request));
 }
 
-bool handOverNextCreate() {
-    if (liveCreateQueue.empty())
-        return false;
-    if (LiveAircraft* a = findLive(liveCreateQueue.front().hexid))
+void noteAsked(std::uint32_t hexid) {
+    if (LiveAircraft* a = findLive(hexid))
         a->askedTick = tickCount;
-    queueCreate(liveCreateQueue.front());
-    liveCreateQueue.pop_front();
-    return true;
 }
 
 } // namespace kes

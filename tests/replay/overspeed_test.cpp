@@ -5,6 +5,7 @@
 #include "core/window.h"
 #include "liveries/store.h"
 #include "reference/reference.h"
+#include "sim/orders.h"
 #include "spine/flight_folder.h"
 #include "tools/replay/overspeed.h"
 #include "tools/replay/replay_feed.h"
@@ -62,7 +63,7 @@ struct BurstTest : testing::Test {
             }
             ASSERT_TRUE(world::virtualTick());
             overspeed.lookAtAll(tick + 1);
-            mostWaiting = std::max(mostWaiting, spawnQueue.size() + liveCreateQueue.size());
+            mostWaiting = std::max(mostWaiting, birthsUnderWay());
             mostLive = std::max(mostLive, active());
             mostObjects = std::max(mostObjects, world::inprocObjects().size());
             each();
@@ -98,7 +99,7 @@ TEST_F(BurstTest, AnObjectBeyondARangeThatShrinksIsNotLateEither) {
         }
         ASSERT_TRUE(world::virtualTick());
         overspeed.lookAtAll(tick + 1);
-        if (!spawnQueue.empty())
+        if (!waitingOrders().spawnQueue.empty())
             setRange(10);
     }
     EXPECT_EQ(active(), 11U);
@@ -115,7 +116,7 @@ TEST_F(BurstTest, TheLimitOfLiveAircraftIsNeverPassed) {
 TEST_F(BurstTest, ALimitSetDuringTheRunHoldsForThoseUnderWayToo) {
     fly(50, 4000);
     ASSERT_GT(active(), 5U);
-    ASSERT_FALSE(liveCreateQueue.empty());
+    ASSERT_FALSE(waitingOrders().liveCreateQueue.empty());
     par::MAX_LIVE.value = 5;
     windowRequests.maxLive = true;
     fly(50, 1500);

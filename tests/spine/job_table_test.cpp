@@ -10,6 +10,7 @@
 #include "flight_folder.h"
 #include "liveries/store.h"
 #include "reference/reference.h"
+#include "sim/orders.h"
 #include "spine/main_tick.h"
 #include "traffic/life_cycle.h"
 #include "traffic/life_cycle_parts.h"
@@ -102,7 +103,8 @@ TEST_F(JobTableTest, EachJobRunsAtItsSecondsAndAtNoOther) {
              ++trafficReader.datagramCount;
          },
          [] { return readouts.trafficLamp == Lamp::receiving; }},
-        {"twins", between(61), placeTwin, [] { return !removalQueue.empty() && removalQueue.back() == 77; }},
+        {"twins", between(61), placeTwin,
+         [] { return !waitingOrders().removalQueue.empty() && waitingOrders().removalQueue.back() == 77; }},
         {"callsign list", between(62),
          [] {
              par::CALLSIGN_OBJECTIDS.value = par::MSFS_2020.value = true;
@@ -134,7 +136,7 @@ TEST_F(JobTableTest, EachJobRunsAtItsSecondsAndAtNoOther) {
     };
     for (const Job& job : jobs) {
         for (int s = 1; s <= 250; ++s) {
-            removalQueue.clear();
+            clearOrders();
             parkedAircraft.clear();
             job.prepare();
             ASSERT_TRUE(beat(s));

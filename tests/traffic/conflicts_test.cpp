@@ -1,6 +1,7 @@
 // Limits, ghosts, blocking, the user's surroundings, and how the user finds an object.
 #include "airports/stands.h"
 #include "pipe_guard.h"
+#include "sim/orders.h"
 #include "traffic/harness.h"
 
 namespace kes {
@@ -102,21 +103,21 @@ TEST_F(ConflictsTest, ANewLimitTakesTheFarthest) {
     for (std::uint32_t i = 0; i < 6; ++i)
         activeFlight(firstHex + i, {air((i + 1) * 0.01, far), air(1, far + 1)});
     applyMaxLive();
-    EXPECT_TRUE(removalQueue.empty()) << "no limit";
+    EXPECT_TRUE(waitingOrders().removalQueue.empty()) << "no limit";
     maxLive = 4;
     applyMaxLive();
-    EXPECT_EQ(std::vector(removalQueue.begin(), removalQueue.end()),
+    EXPECT_EQ(std::vector(waitingOrders().removalQueue.begin(), waitingOrders().removalQueue.end()),
               (std::vector{liveAircraft[5].objectid, liveAircraft[4].objectid}));
     maxLive = 0;
     applyMaxLive();
-    EXPECT_EQ(removalQueue.size(), 6U);
+    EXPECT_EQ(waitingOrders().removalQueue.size(), 6U);
 }
 
 TEST_F(ConflictsTest, ALimitChangedDuringARunAlsoMeetsThoseStillComing) {
     for (std::uint32_t i = 0; i < 4; ++i)
         activeFlight(firstHex + i, {air((i + 1) * 0.01, far), air(1, far + 1)});
     liveAircraft[3].st = AircraftStatus::adding2sim;
-    const auto leaving = [] { return removalQueue.size(); };
+    const auto leaving = [] { return waitingOrders().removalQueue.size(); };
     par::MAX_LIVE.value = 2;
     windowRequests.maxLive = true;
     takeNewMaxLive();
@@ -198,7 +199,7 @@ TEST_F(ConflictsTest, BlockingTakesTheFirstActiveAircraft) {
     windowRequests.blockNow = true;
     applyBlocking();
     EXPECT_FALSE(windowRequests.blockNow) << "an empty text only clears the request";
-    EXPECT_TRUE(removalQueue.empty());
+    EXPECT_TRUE(waitingOrders().removalQueue.empty());
     par::BLOCK_CALLSIGN.set("DLH1");
     applyBlocking();
     EXPECT_EQ(liveAircraft[0].st, AircraftStatus::buffer);
@@ -333,10 +334,10 @@ TEST_F(ConflictsTest, AStaticAircraftIsTakenBackFromItsQueueOrAfterItsSequence) 
     }
     CreateRequest request;
     request.hexid = 1;
-    staticCreateQueue.push_back(request);
+    orderCreate(request);
     removeAircraftFromSim(parkedAircraft[0]);
     removeAircraftFromSim(parkedAircraft[1]);
-    EXPECT_TRUE(staticCreateQueue.empty());
+    EXPECT_TRUE(waitingOrders().staticCreateQueue.empty());
     EXPECT_TRUE(parkedAircraft[0].deleteQueued);
     EXPECT_TRUE(parkedAircraft[1].removeWhenReady);
     addSimReply(reply(ReplyKind::createdStatic, 700, 2));

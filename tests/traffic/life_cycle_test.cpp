@@ -1,5 +1,6 @@
 // What the simulator's answers do, and how aircraft leave it.
 #include "core/errors.h"
+#include "sim/orders.h"
 #include "traffic/harness.h"
 
 namespace kes {
@@ -12,8 +13,8 @@ constexpr std::int32_t far = 1 << 28;
 
 TEST_F(LifeCycleTest, RemovalBeforeTheRequestLeavesMakesNoObject) {
     feedFlight(firstHex);
-    ASSERT_TRUE(runUntil([] { return !spawnQueue.empty() || !liveCreateQueue.empty(); }));
-    ASSERT_EQ(liveCreateQueue.size(), 1U);
+    ASSERT_TRUE(runUntil([] { return birthsUnderWay() > 0; }));
+    ASSERT_EQ(waitingOrders().liveCreateQueue.size(), 1U);
     removeAircraftFromSim(liveAircraft.at(0));
     EXPECT_TRUE(liveAircraft[0].deleteQueued);
     run(300);
@@ -23,9 +24,9 @@ TEST_F(LifeCycleTest, RemovalBeforeTheRequestLeavesMakesNoObject) {
 
     feedFlight(firstHex + 1);
     liveAircraft.at(0).st = AircraftStatus::adding2sim;
-    spawnQueue.push_back(firstHex + 1);
+    orderBirth(firstHex + 1);
     removeAircraftFromSim(liveAircraft.at(0));
-    EXPECT_TRUE(spawnQueue.empty());
+    EXPECT_TRUE(waitingOrders().spawnQueue.empty());
     EXPECT_TRUE(liveAircraft[0].deleteQueued);
 }
 
@@ -86,18 +87,19 @@ TEST_F(LifeCycleTest, CreatedReplies) {
     EXPECT_EQ(a.rotationCount, 1);
     addSimReply(reply(ReplyKind::created, 900, firstHex + 77));
     applySimReplies();
-    EXPECT_EQ(removalQueue.back(), 900U) << "an object whose record has gone would stand there for ever";
+    EXPECT_EQ(waitingOrders().removalQueue.back(), 900U)
+        << "an object whose record has gone would stand there for ever";
 }
 
 TEST_F(LifeCycleTest, ACreationIsGivenUpTwoMinutesAfterItsHandOver) {
     simAnswers = false;
     feedFlight(firstHex, 20);
-    ASSERT_TRUE(runUntil([] { return liveCreateQueue.size() == 1; }));
+    ASSERT_TRUE(runUntil([] { return waitingOrders().liveCreateQueue.size() == 1; }));
     LiveAircraft& a = liveAircraft.at(0);
     tickCount = tickCount + 20001; // its request waits behind others; no tick of its own passes
     updateLiveAircraft();
     ASSERT_EQ(liveAircraft.size(), 1U) << "the simulator has not been asked yet";
-    handOverNextCreate();
+    noteAsked(moveOne(50).createdLive);
     const std::int32_t asked = tickCount;
     EXPECT_EQ(a.askedTick, asked);
     tickCount = asked + 12000;
@@ -140,7 +142,7 @@ TEST_F(LifeCycleTest, AnObjectOfACreationGivenUpIsNeverJoinedToTheNextRecord) {
             addSimReply(reply(ReplyKind::created, 500, firstHex));
             applySimReplies();
             EXPECT_EQ(liveAircraft[0].objectid, 0U);
-            EXPECT_EQ(removalQueue.back(), 500U);
+            EXPECT_EQ(waitingOrders().removalQueue.back(), 500U);
         }
         ASSERT_TRUE(runUntil([&] { return created.size() == 2; }));
         addSimReply(reply(ReplyKind::created, 501, firstHex));
@@ -156,7 +158,7 @@ TEST_F(LifeCycleTest, RemovedRepliesKeepTheTablesTogether) {
     removeAircraftFromSim(liveAircraft[1]);
     removeAircraftFromSim(liveAircraft[1]);
     EXPECT_EQ(readouts.selectedObject, 0U);
-    EXPECT_EQ(removalQueue.size(), 1U) << "the simulator takes a second order as an error";
+    EXPECT_EQ(waitingOrders().removalQueue.size(), 1U) << "the simulator takes a second order as an error";
     addSimReply(reply(ReplyKind::removed, liveAircraft[1].objectid, 0));
     addSimReply(reply(ReplyKind::removed, 12345, 0));
     applySimReplies();
@@ -164,7 +166,7 @@ TEST_F(LifeCycleTest, RemovedRepliesKeepTheTablesTogether) {
     for (const LiveAircraft& a : liveAircraft)
         order.push_back(a.hexid - firstHex);
     EXPECT_EQ(order, (std::vector<std::uint32_t>{0, 3, 2})) << "the last record moves into the gap";
-    EXPECT_TRUE(removalQueue.empty());
+    EXPECT_TRUE(waitingOrders().removalQueue.empty());
     liveAircraft[1].deleteNow = true;
     updateLiveAircraft();
     ASSERT_EQ(liveAircraft.size(), 2U);
@@ -210,7 +212,7 @@ TEST_F(LifeCycleTest, ARespawnAtAStandKeepsOneStoppedSample) {
     EXPECT_NEAR(a.stream[1].track, 57.2958, 1e-3);
     removeAircraftFromSim(a);
     EXPECT_EQ(a.st, AircraftStatus::removingfromsim);
-    EXPECT_EQ(removalQueue.size(), 1U);
+    EXPECT_EQ(waitingOrders().removalQueue.size(), 1U);
     a.stream.clear();
     liveryRespawn(a);
     EXPECT_TRUE(program.logHas("liveryRespawn: ")) << "an impossible state is told, not fatal";
@@ -258,10 +260,10 @@ TEST_F(LifeCycleTest, WhenTheSourceHasGoneSoHaveTheAircraft) {
         activeFlight(firstHex + i, {air(0, far), air(1, far + 1)});
     liveAircraft[1].st = liveAircraft[2].st = liveAircraft[4].st = AircraftStatus::adding2sim;
     liveAircraft[3].st = AircraftStatus::buffer;
-    spawnQueue.push_back(firstHex + 1);
+    orderBirth(firstHex + 1);
     CreateRequest request;
     request.hexid = firstHex + 4;
-    liveCreateQueue.push_back(request);
+    orderCreate(request);
     userClosed = true;
     removeAllLiveForLostSource();
     EXPECT_EQ(liveAircraft.size(), 5U) << "the close-down takes care of them";
@@ -272,7 +274,7 @@ TEST_F(LifeCycleTest, WhenTheSourceHasGoneSoHaveTheAircraft) {
     EXPECT_EQ(liveAircraft[1].hexid, firstHex + 2);
     EXPECT_TRUE(liveAircraft[1].removeWhenReady);
     EXPECT_EQ(liveAircraft[2].st, AircraftStatus::buffer);
-    EXPECT_TRUE(spawnQueue.empty() && liveCreateQueue.empty());
+    EXPECT_TRUE(birthsUnderWay() == 0);
 }
 
 TEST_F(LifeCycleTest, OneBadRecordDoesNotStopTheOthers) {

@@ -1,5 +1,6 @@
 // From buffer into the simulator.
 #include "core/errors.h"
+#include "sim/orders.h"
 #include "traffic/harness.h"
 
 namespace kes {
@@ -115,7 +116,7 @@ TEST_F(SpawnTest, WhoIsRefused) {
         const LiveAircraft* a = findLive(firstHex);
         EXPECT_EQ(a == nullptr ? "" : a->callsign + " " + a->airline + " " + std::string(a->title), c.spawned)
             << c.what;
-        EXPECT_EQ(a == nullptr, spawnQueue.empty()) << c.what;
+        EXPECT_EQ(a == nullptr, waitingOrders().spawnQueue.empty()) << c.what;
     }
     EXPECT_EQ(noMatchList.keys(), std::deque<std::string>{"DLH A388 X-XXXX"});
 }
@@ -177,18 +178,18 @@ TEST_F(SpawnTest, TheTitleOfAHexidIsKeptUntilItFails) {
 
 TEST_F(SpawnTest, ManyWaitingRequestsHoldBackBirthsAlongTheirRoute) {
     feedFlight(firstHex, 4);
-    liveCreateQueue.resize(5); // births in both queues are under way
-    spawnQueue.assign(6, firstHex + 1);
+    for (std::uint32_t i = 1; i <= 11; ++i) // births in both queues are under way
+        i <= 5 ? orderCreate({.tailNumber = {}, .title = {}, .hexid = firstHex + i}) : orderBirth(firstHex + i);
     LiveAircraft& a = liveAircraft.at(0);
     tickCount = a.stream.front().tick - 100;
     updateLiveAc(a);
     EXPECT_EQ(a.st, AircraftStatus::buffer);
     EXPECT_EQ(a.sz(), 3U);
-    spawnQueue.pop_back();
+    takeBirth();
     tickCount = a.stream.front().tick - 100;
     updateLiveAc(a);
     EXPECT_EQ(a.st, AircraftStatus::adding2sim) << "ten wait";
-    spawnQueue.push_back(firstHex + 1);
+    orderBirth(firstHex + 1);
     a.st = AircraftStatus::buffer;
     a.fs = FlightState::flying; // a respawn does not wait
     tickCount = a.stream.front().tick - 100;
@@ -203,7 +204,7 @@ TEST_F(SpawnTest, OneTickWithManyBirthsLetsElevenWait) {
     std::size_t most = 0;
     for (int i = 0; i < 100; ++i) {
         tick();
-        most = std::max(most, spawnQueue.size() + liveCreateQueue.size());
+        most = std::max(most, birthsUnderWay());
     }
     EXPECT_EQ(most, 11U);
 }
@@ -211,19 +212,19 @@ TEST_F(SpawnTest, OneTickWithManyBirthsLetsElevenWait) {
 TEST_F(SpawnTest, TheLastOfTheSpawnQueueGoesFirstAndAnEmptyCallsignIsTold) {
     for (std::uint32_t i = 0; i < 3; ++i) {
         activeFlight(firstHex + i, {air(0, 0), air(0, 9)});
-        spawnQueue.push_back(firstHex + i);
+        orderBirth(firstHex + i);
     }
     spawnNext();
     spawnNext();
-    EXPECT_EQ(liveCreateQueue.at(0).hexid, firstHex + 2);
-    EXPECT_EQ(liveCreateQueue.at(1).hexid, firstHex + 1);
+    EXPECT_EQ(waitingOrders().liveCreateQueue.at(0).hexid, firstHex + 2);
+    EXPECT_EQ(waitingOrders().liveCreateQueue.at(1).hexid, firstHex + 1);
     liveAircraft[0].callsign.clear();
     spawnNext();
-    EXPECT_EQ(liveCreateQueue.size(), 2U);
+    EXPECT_EQ(waitingOrders().liveCreateQueue.size(), 2U);
     EXPECT_TRUE(program.logHas("operator () objectid = 0?"));
     EXPECT_FALSE(liveAircraft[0].deleteNow) << "it has an object";
     liveAircraft[0].st = AircraftStatus::adding2sim;
-    spawnQueue.push_back(firstHex);
+    orderBirth(firstHex);
     spawnNext();
     EXPECT_TRUE(liveAircraft[0].deleteNow) << "its place would be taken for good";
 }
