@@ -3,7 +3,7 @@
 #include "core/parameters.h"
 #include "core/run_state.h"
 #include "liveries/matching.h"
-#include "reference/reference.h"
+#include "reference/identity.h"
 #include "sim/orders.h"
 #include "traffic/air_motion.h"
 #include "traffic/conflicts.h"
@@ -51,27 +51,14 @@ bool isBlocked(const LiveAircraft& a) {
     return !blocked.empty() && a.callsign == blocked;
 }
 
-/// What the registration is known to be goes before what the feed says.
-void takeReferenceEntry(LiveAircraft& a) {
-    if (const auto entry = lookupRegcode(a.regcode)) {
-        a.airline = entry->opr.empty() ? entry->airl : entry->opr;
-        a.cargo = entry->cargo;
-        takeModel(a, entry->type);
-    }
-    if (!isValidCallsign(a.callsign))
-        a.callsign = a.regcode;
-}
-
 /// False = the record is dropped.
 bool completeIdentity(LiveAircraft& a) {
-    if (!a.regcode.empty())
-        takeReferenceEntry(a);
-    if (!isValidCallsign(a.callsign))
+    const std::string reported = a.model;
+    const bool known = takeKnownIdentity(a);
+    if (a.model != reported)
+        applyModel(a);
+    if (!known)
         return false;
-    if (a.airline.empty())
-        a.airline = airlineFromCallsign(a.callsign);
-    if (a.airline.empty())
-        a.airline = "PVT";
     if (noMatchList.contains(noMatchKey(a)))
         return false;
     return !(isGhost(a.callsign) && hasRealTwin(a.callsign));

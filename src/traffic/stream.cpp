@@ -1,7 +1,7 @@
 // How a report of the feed enters the table of live aircraft.
 #include "core/run_state.h"
 #include "feed/report_queue.h"
-#include "reference/reference.h"
+#include "reference/identity.h"
 #include "traffic/filters.h"
 #include "traffic/flight_phases.h"
 #include "traffic/life_cycle.h"
@@ -77,11 +77,6 @@ bool secondTransponder(const AircraftReport& report) {
     });
 }
 
-std::string modelOfRegcode(std::string_view regcode) {
-    const auto entry = lookupRegcode(regcode);
-    return entry ? entry->type : std::string();
-}
-
 void create(const AircraftReport& report) {
     if (liveAircraft.capacity() < liveReserve)
         liveAircraft.reserve(liveReserve);
@@ -153,13 +148,8 @@ void findOrCreate(AircraftReport& report) {
     }
     if (secondTransponder(report))
         return;
-    if (report.model.empty())
-        report.model = modelOfRegcode(report.regcode);
-    if (!modelExists(report.model)) {
-        report.model = modelOfRegcode(report.regcode);
-        if (report.model.empty())
-            return;
-    }
+    if (!takeKnownModel(report))
+        return;
     if (!passesCategorySwitch(report.model, report.sample.alt))
         return;
     create(report);
