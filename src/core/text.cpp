@@ -42,6 +42,12 @@ std::string_view strip(std::string_view text) {
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
+std::string_view withoutLast(std::string_view list, char separator) {
+    if (list.ends_with(separator))
+        list.remove_suffix(1);
+    return list;
+}
+
 std::vector<std::string_view> split(std::string_view text, char separator) {
     std::vector<std::string_view> pieces;
     for (;;) {

@@ -16,6 +16,8 @@ std::string_view strip(std::string_view text);
 /// What stands between the first double quote and the next one; empty when there is no next one. All of a value without
 /// quotes.
 std::string_view unquoted(std::string_view value);
+/// A separator at the end of a list opens no further piece: the list without it.
+std::string_view withoutLast(std::string_view list, char separator);
 /// The pieces between separators; an empty text gives one empty piece.
 std::vector<std::string_view> split(std::string_view text, char separator);
 /// "s" unless n is 1, for messages.

@@ -1,6 +1,7 @@
 // What the two kinds of file task share. Only for the readers of "aircraft.cfg".
 #pragma once
 
+#include "core/text.h"
 #include "liveries/aircraft_cfg.h"
 
 #include <optional>
@@ -43,11 +44,10 @@ std::string commonRegcodeFault(const CfgJudgement& result, std::string_view head
 bool isLeftOut(const CfgRules& rules, CfgJudgement& result, std::string_view header, std::string_view title);
 
 /// The one registration of a comma list. Several stand for a whole fleet and give none, and so does a piece for which
-/// `fault` has a line; that line is logged unless it is one blank. A separator at the end opens no further piece.
+/// `fault` has a line; that line is logged unless it is one blank.
 template <class Fault>
 std::string_view onlyRegcode(CfgJudgement& result, std::string_view header, std::string_view list, Fault&& fault) {
-    if (list.ends_with(','))
-        list.remove_suffix(1);
+    list = withoutLast(list, ',');
     for (std::size_t begin = 0; begin <= list.size();) {
         const std::string_view piece = list.substr(begin, list.find(',', begin) - begin);
         begin += piece.size() + 1;

@@ -56,7 +56,7 @@ std::string modelFromPath(CfgJudgement& result) {
     for (const std::string_view package : {"IVAO_MTL", "ivao_x-csl"}) {
         const std::string_view word = modelFolder(result.path, package);
         if (!word.empty())
-            return judgedModel(result, word.substr(0, longestModel));
+            return judgedModel(result, upper(word.substr(0, longestModel)));
     }
     report(result, &ScanReports::invalidModels, fmt::format("{:16} in {}", "  ", result.path));
     return {};

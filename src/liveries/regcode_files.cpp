@@ -25,13 +25,11 @@ constexpr std::size_t shortest = 3, longest = 12;    ///< characters of a regist
 constexpr std::uint64_t longestDocument = 256 << 20; ///< bytes
 constexpr std::uint64_t longestTextFile = 64 << 20;  ///< bytes
 
-/// The pieces of a comma list, stripped; a separator at the end opens no further piece.
-std::vector<std::string_view> listPieces(std::string_view list) {
+/// The pieces of a list, stripped; an empty one has none.
+std::vector<std::string_view> pieces(std::string_view list, char separator) {
     if (list.empty())
         return {};
-    if (list.ends_with(','))
-        list.remove_suffix(1);
-    std::vector<std::string_view> all = split(list, ',');
+    std::vector<std::string_view> all = split(withoutLast(list, separator), separator);
     for (std::string_view& piece : all)
         piece = strip(piece);
     return all;
@@ -48,14 +46,14 @@ std::string_view liverieMark(std::size_t n) {
 /// One line with two or three fields; false when something is wrong with it.
 bool readRegcodes(std::string_view title, std::string_view list, bool marked, const std::string& file,
                   std::vector<RegcodeEntry>& entries) {
-    const auto pieces = listPieces(list);
-    if (pieces.empty())
+    const auto codes = pieces(list, ',');
+    if (codes.empty())
         return true;
     RegcodeEntry entry;
     entry.title = title;
-    entry.special = pieces.size() == 1 || marked;
+    entry.special = codes.size() == 1 || marked;
     bool good = true;
-    for (const std::string_view piece : pieces) {
+    for (const std::string_view piece : codes) {
         if (piece.size() >= shortest && piece.size() <= longest) {
             entry.regs.emplace_back(piece);
         } else {
@@ -65,7 +63,7 @@ bool readRegcodes(std::string_view title, std::string_view list, bool marked, co
     }
     if (!entry.regs.empty())
         entries.push_back(std::move(entry));
-    else if (pieces.size() > 1)
+    else if (codes.size() > 1)
         log(fmt::format("{} ; regs empty? ", title));
     return good;
 }
@@ -90,7 +88,7 @@ bool readRegcodeDocument(const fs::path& file, std::vector<RegcodeEntry>& entrie
             entry.title = node.attribute("title").value();
             if (entry.title.empty())
                 continue;
-            for (const std::string_view reg : listPieces(node.attribute("reg").value())) {
+            for (const std::string_view reg : pieces(node.attribute("reg").value(), ',')) {
                 if (!reg.empty())
                     entry.regs.push_back(decryptRegcode(reg));
             }
@@ -116,9 +114,7 @@ bool readRegcodeText(std::string_view text, const std::string& file, std::vector
         const std::string_view line = strip(whole);
         if (line.empty())
             continue;
-        std::vector<std::string_view> fields = split(line, ';');
-        for (std::string_view& field : fields)
-            field = strip(field);
+        const std::vector<std::string_view> fields = pieces(line, ';');
         if (fields.size() > 3) {
             log(fmt::format("{}: wrong format \"{}\"", file, line));
             good = false;

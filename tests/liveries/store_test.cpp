@@ -141,14 +141,14 @@ TEST_F(StoreFolder, regcodeFilesWinOverLiveriesAndLaterFilesOverEarlier) {
                          "b ; D-AIPB , D-AIPE\r\n\r\nb;D-AIPF\r\n");
     putRegcodes("a.txt",
                 "c;D-AIPB;D-AIPG;#\nc;D-AIPB\nd; D-AIPH,D-AIPI ; #\ne;D-AIPJ,D-AIPK;x\nnot installed;D-AIPZ\n;D-AIPZ\n"
-                "a;xx\na;D-AIPL,1,1234567890123\na;,1\n");
+                "a;xx\na;D-AIPL,1,1234567890123\na;,1\na;D-AIPM,;\nd;D-AIPM,D-AIPN,;#;\nd;;#\n");
     putRegcodes("ignored.csv", "a;D-AIPQ\n");
     install({livery("DLH", "A320", "a"), livery("DLH", "A320", "b", "D-AIPA"), livery("DLH", "A320", "c"),
              livery("DLH", "A320", "d"), livery("DLH", "A320", "e")});
     std::string found;
-    for (const char c : std::string("ABCEFGHIJKLQXZ"))
+    for (const char c : std::string("ABCEFGHIJKLMNQXZ"))
         found += fmt::format("{}{} ", c, searchRegcode(std::string("D-AIP") + c));
-    EXPECT_EQ(found, "Aa Bb Ca Eb Fb G Hd Id Je Ke La Q X Z ");
+    EXPECT_EQ(found, "Aa Bb Ca Eb Fb G Hd Id Je Ke La Md Nd Q X Z ");
     EXPECT_TRUE(isSpecial("a") && isSpecial("b") && isSpecial("c") && isSpecial("d") && !isSpecial("e"));
     EXPECT_EQ(readFile("output/info/OfflineRegcodes.txt"),
               "Processing file input/AIG-regcodes.xml\n"
@@ -156,15 +156,16 @@ TEST_F(StoreFolder, regcodeFilesWinOverLiveriesAndLaterFilesOverEarlier) {
               "2 new regcodes added, 1 regcode replaced, 1 regcode defined as special\n"
               "Processing files in input/my_regcodes\n"
               "   regcode D-AIPB for \"c\", instead of the same for \"a\"\n"
+              "   regcode D-AIPM for \"d\", instead of the same for \"a\"\n"
               "   regcode D-AIPB for \"b\", instead of the same for \"c\"\n"
-              "7 new regcodes added, 2 regcodes replaced, 3 regcodes defined as special\n"
+              "9 new regcodes added, 3 regcodes replaced, 5 regcodes defined as special\n"
               "There were errors in processing the regcode files in folder \"input/my_regcodes\", see the Log.txt\n");
     EXPECT_FALSE(fs::exists(path::aigRegcodes)) << "nothing of the server's document stays";
     for (const char* line :
          {"4 liveries read from input/AIG-regcodes.xml\n", "Processing regcodes file \"input/my_regcodes/a.txt\"\n",
           "input/my_regcodes/a.txt: wrong format \"c;D-AIPB;D-AIPG;#\"",
           "wrong regcode length \"xx\" in input/my_regcodes/a.txt", "wrong regcode length \"1234567890123\" in",
-          "a ; regs empty? ", "4 special liveries\n"})
+          "a ; regs empty? ", "6 special liveries\n"})
         EXPECT_TRUE(program.logHas(line)) << line << "\n" << program.logText();
 }
 
@@ -185,12 +186,12 @@ TEST_F(StoreFolder, goesOnWithoutOrWithBrokenRegcodeDocuments) {
 TEST_F(StoreFolder, collectsTitlesThatMustNotBeUsed) {
     putDocument("<AIG-regcodes><livery title=\"no &amp; never\"/><livery title=\"x\" reg=\"" +
                 encryptRegcode("D-AIPA") + "\"/></AIG-regcodes>");
-    putRegcodes("mine.txt", "not this\nbut;D-ABCD\n");
+    putRegcodes("mine.txt", "not this\nnor this;\r\nbut;D-ABCD\nand;;\n;\n");
     dontUseTitles = {"of an earlier scan"};
     readDontUseTitles();
-    EXPECT_EQ(joined(dontUseTitles), "no & never not this ");
+    EXPECT_EQ(joined(dontUseTitles), "no & never not this nor this ");
     EXPECT_TRUE(program.logHas("1 don't use title read\n"));
-    EXPECT_TRUE(program.logHas("1 don't use title read from files in input/my_regcodes\n"));
+    EXPECT_TRUE(program.logHas("2 don't use titles read from files in input/my_regcodes\n"));
 }
 
 TEST_F(StoreFolder, writesTheReportsOfAScan) {
