@@ -80,12 +80,17 @@ std::string findModel(CfgJudgement& result, const FileText& text) {
         if (leadingCharacter(line) != 'b')
             continue;
         const std::string_view code = stockModel(unquoted(keyValue(line, "base_container").value_or("")));
-        if (!code.empty())
-            return judgedModel(result, upper(code));
+        if (code.empty())
+            continue;
+        std::string model = judgedModel(result, upper(code));
+        if (!model.empty())
+            return model;
     }
     for (const char* payware : {"pmdg-aircraft-7", "fnx-aircraft-3"}) {
-        if (result.path.find(payware) != std::string::npos)
+        if (result.path.find(payware) != std::string::npos) {
+            report(result, &ScanReports::notUsed, fmt::format("{}: {}", result.path, words(SectionFate::payware)));
             return {};
+        }
     }
     report(result, &ScanReports::invalidCfgFiles,
            "Line icao_type_designator= is missing in [General] section of " + result.path);

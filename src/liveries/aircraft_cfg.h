@@ -15,12 +15,12 @@
 
 namespace kes {
 
-/// Why a section became no livery. The silent ones stand in no report.
+/// Why a section became no livery, and the report that tells it.
 enum class SectionFate : std::uint8_t {
-    stub,           ///< silent: a title that ends in "-STUB"
-    payware,        ///< silent: a model that only its owner may fly
-    dontUse,        ///< silent: a regcode file forbids the title
-    blockedAirline, ///< silent
+    stub,           ///< notUsed, as the next three: a title that ends in "-STUB"
+    payware,        ///< a model that only its owner may fly
+    dontUse,        ///< a regcode file forbids the title
+    blockedAirline, ///< an airline that is never shown
     twoTitles,      ///< incompleteSections, as all below
     twoAirlines,
     twoParkingTypes,
@@ -32,12 +32,15 @@ enum class SectionFate : std::uint8_t {
     noTexture,
     titleExists,
     unknownAirline, ///< invalidAirlines
-    failed,         ///< the log
+    failed,         ///< notUsed
 };
-std::string_view text(SectionFate fate);
+std::string_view text(SectionFate fate);  ///< the enumerator's name; empty for another value
+std::string_view words(SectionFate fate); ///< for a person
 
-/// How far the reading of a file came.
-enum class FileFate : std::uint8_t { unreadable, noSections, badNumbers, noModel, sectionsRead };
+/// How far the reading of a file came. A report tells all but the good one.
+enum class FileFate : std::uint8_t { unreadable, noSections, badNumbers, noModel, sectionsRead, failed };
+std::string_view text(FileFate fate);
+std::string_view words(FileFate fate);
 
 struct FoundLivery {
     Livery livery;

@@ -79,42 +79,65 @@ void cutLines(std::string_view text, cfg::FileText& out) {
 
 } // namespace
 
+namespace {
+
+struct FateText {
+    std::string_view name, words;
+};
+// In the order of their enumerations.
+constexpr FateText sectionFates[] = {
+    {"stub", "a stub, left out while SUPPRESS_STUB is on"},
+    {"payware", "an add-on for its owner's own flights, not for AI traffic"},
+    {"dontUse", "a regcode file forbids this title"},
+    {"blockedAirline", "its airline code RFO is never shown"},
+    {"twoTitles", "more than one title key"},
+    {"twoAirlines", "more than one icao_airline key"},
+    {"twoParkingTypes", "more than one atc_parking_types key"},
+    {"twoAtcIds", "more than one atc_id key"},
+    {"noTitle", "no title"},
+    {"titleNotUsable", "a zero byte in the title, which cannot reach the simulator"},
+    {"unknownRegcode", "no airline, and a registration that tells none"},
+    {"noRegcode", "neither airline nor registration"},
+    {"noTexture", "its texture folder is missing"},
+    {"titleExists", "the title was found before"},
+    {"unknownAirline", "the airline code in its title is none"},
+    {"failed", "could not be judged, see the log"},
+};
+constexpr FateText fileFates[] = {
+    {"unreadable", "could not be read"},
+    {"noSections", "no [fltsim.x] section"},
+    {"badNumbers", "section numbers that do not run 0, 1, 2 and so on"},
+    {"noModel", "no known aircraft type"},
+    {"sectionsRead", ""},
+    {"failed", "could not be judged, see the log"},
+};
+
+template <class Fate, std::size_t N> FateText textsOf(Fate fate, const FateText (&texts)[N]) {
+    const auto at = static_cast<std::size_t>(fate);
+    return at < N ? texts[at] : FateText();
+}
+
+/// Fates that none of the other reports tells.
+bool isSilent(SectionFate fate) {
+    return fate <= SectionFate::blockedAirline || fate == SectionFate::failed;
+}
+
+} // namespace
+
 std::string_view text(SectionFate fate) {
-    switch (fate) {
-    case SectionFate::stub:
-        return "stub";
-    case SectionFate::payware:
-        return "payware";
-    case SectionFate::dontUse:
-        return "dontUse";
-    case SectionFate::blockedAirline:
-        return "blockedAirline";
-    case SectionFate::twoTitles:
-        return "twoTitles";
-    case SectionFate::twoAirlines:
-        return "twoAirlines";
-    case SectionFate::twoParkingTypes:
-        return "twoParkingTypes";
-    case SectionFate::twoAtcIds:
-        return "twoAtcIds";
-    case SectionFate::noTitle:
-        return "noTitle";
-    case SectionFate::titleNotUsable:
-        return "titleNotUsable";
-    case SectionFate::unknownRegcode:
-        return "unknownRegcode";
-    case SectionFate::noRegcode:
-        return "noRegcode";
-    case SectionFate::noTexture:
-        return "noTexture";
-    case SectionFate::titleExists:
-        return "titleExists";
-    case SectionFate::unknownAirline:
-        return "unknownAirline";
-    case SectionFate::failed:
-        return "failed";
-    }
-    return "";
+    return textsOf(fate, sectionFates).name;
+}
+
+std::string_view words(SectionFate fate) {
+    return textsOf(fate, sectionFates).words;
+}
+
+std::string_view text(FileFate fate) {
+    return textsOf(fate, fileFates).name;
+}
+
+std::string_view words(FileFate fate) {
+    return textsOf(fate, fileFates).words;
 }
 
 std::string_view decodeCfg(std::string_view bytes, std::string& converted, std::string& charset) {
@@ -220,6 +243,10 @@ std::string judgedModel(CfgJudgement& result, std::string_view code) {
 
 void drop(CfgJudgement& result, std::string_view header, std::string_view title, SectionFate fate) {
     result.dropped.push_back({std::string(header), std::string(title), fate});
+    if (!isSilent(fate))
+        return;
+    const std::string named = title.empty() ? std::string() : fmt::format(" \"{}\"", title);
+    report(result, &ScanReports::notUsed, fmt::format("{} {}{}: {}", result.path, header, named, words(fate)));
 }
 
 void report(CfgJudgement& result, ReportList list, std::string line) {
@@ -272,8 +299,13 @@ CfgJudgement judgeFile(const CfgRules& rules, const std::string& path, const Cfg
         (result.ivao ? lf_searchLiveriesinIvaoFile : lf_searchLiveriesinFile)(rules, source, result);
     } catch (const std::exception& e) {
         result.liveries.clear();
+        result.dropped.clear();
+        result.reports.clear();
+        result.fate = FileFate::failed;
         result.log.push_back(fmt::format("exception in {} {}: {}", task, path, e.what()));
     }
+    if (result.fate != FileFate::sectionsRead && result.reports.empty())
+        cfg::report(result, &ScanReports::notUsed, fmt::format("{}: {}", path, words(result.fate)));
     return result;
 }
 

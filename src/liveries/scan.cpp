@@ -126,7 +126,13 @@ void dropLowerPriorities(std::vector<Livery>& list) {
         if (!isNew)
             place->second = std::min(place->second, livery.priority);
     }
-    std::erase_if(list, [&](const Livery& livery) { return livery.priority > best.find(key(livery))->second; });
+    std::erase_if(list, [&](const Livery& livery) {
+        if (livery.priority == best.find(key(livery))->second)
+            return false;
+        scanReports.notUsed.push_back(
+            fmt::format("\"{}\": an earlier folder has liveries of {} {}", livery.title, livery.airline, livery.model));
+        return true;
+    });
 }
 
 void dropRepeated(std::vector<Livery>& list) {
@@ -195,6 +201,7 @@ bool scanFolders(const std::vector<fs::path>& folders) {
             return true;
     }
     if (scan.list.empty()) {
+        writeReportFiles(); // the run ends here, and they alone tell what to put right
         scanReports = {};
         readouts.liveries = 0;
         repaint();

@@ -48,6 +48,9 @@ const Report infoReports[] = {
      "{} liveries updated with real live data from dbase, see {}",
      "{} liveries updated with real live data from dbase, see {}"},
 };
+const Report leftOutReports[] = {{&ScanReports::notUsed, path::outputInfo, "LiveriesNotUsed.txt", Sorted::yes,
+                                  "{} file, section or title left out, see {}",
+                                  "{} files, sections and titles left out, see {}"}};
 
 /// True when one of the reports has a line.
 template <std::size_t N> bool anyLine(const Report (&reports)[N]) {
@@ -86,22 +89,29 @@ bool writeReport(const fs::path& file, const std::vector<std::string>& lines) {
 }
 
 void writeScanReports() {
+    if (!anyLine(errorReports))
+        log("\nNo errors");
+    writeReportFiles();
+}
+
+void writeReportFiles() {
     if (anyLine(errorReports)) {
         log("\nErrors:");
         writeReports(errorReports);
-    } else {
-        log("\nNo errors");
     }
     if (anyLine(infoReports)) {
         log("\nInformation:");
         writeReports(infoReports);
     }
+    writeReports(leftOutReports);
 }
 
 void removeScanReports() {
     for (const Report& report : errorReports)
         fs::remove(report.folder / report.file);
     for (const Report& report : infoReports)
+        fs::remove(report.folder / report.file);
+    for (const Report& report : leftOutReports)
         fs::remove(report.folder / report.file);
     for (const fs::path& file : {path::outputErrors / "InlineRegcodes.txt", path::outputInfo / "OfflineRegcodes.txt",
                                  path::outputInfo / "LiveriesSkippedOnPriority.txt", path::liveriesScanned})

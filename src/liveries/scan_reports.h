@@ -16,6 +16,7 @@ struct ScanReports {
     std::vector<std::string> invalidModels;      ///< invalid model code, file
     std::vector<std::string> modelFixLines;      ///< wrong model codes that were put right
     std::vector<std::string> conversionLines;    ///< corrections from the data base
+    std::vector<std::string> notUsed;            ///< what was left out for a reason that no other list tells
 };
 extern ScanReports scanReports;
 using ReportList = std::vector<std::string> ScanReports::*; ///< one of its lists
@@ -27,6 +28,8 @@ extern std::vector<std::string> dontUseTitles;
 bool writeReport(const std::filesystem::path& file, const std::vector<std::string>& lines);
 /// Writes the report files below "output" and logs their summary; nothing is cleared.
 void writeScanReports();
+/// The same without the line that tells of no errors, for a scan that is one.
+void writeReportFiles();
 /// Removes the report files of an earlier scan and makes the errors folder. Throws filesystem_error.
 void removeScanReports();
 /// Fills `dontUseTitles` anew from the update server's regcode document and the user's regcode files. Never throws for

@@ -29,6 +29,7 @@ void FolderSummary::add(const CfgJudgement& judgement, std::size_t newLiveries) 
     liveries += newLiveries;
     switch (judgement.fate) {
     case FileFate::unreadable:
+    case FileFate::failed:
         ++unreadable;
         return;
     case FileFate::noSections:

@@ -57,6 +57,7 @@ TEST_F(AircraftCfg, readsTheKeysOfASection) {
     struct Row {
         std::string lines, wanted;
     };
+    const std::string left = "pack/aircraft.cfg [fltsim.0]", own = " for its owner's own flights, not for AI traffic|";
     const std::vector<Row> table{
         {"title=A\nicao_airline=DLH", "DLH/A//0"},
         {"TITLE = \"A B\" ; name\nicao_airline=\"dlh\"\nui_title=x", "DLH/A B//0"},
@@ -66,6 +67,8 @@ TEST_F(AircraftCfg, readsTheKeysOfASection) {
         {"title=A\nicao_airline=\"\"\natc_id=D-AIPA", "ZZZ/A//0"},
         {"title=A\nicao_airline=ZZZZ\natc_id=D-AIPA", "ZZZ/A//0"},
         {"title=A\nicao_airline=DLH\natc_id=D-AIPA;x", "DLH/A/D-AIPA/0"},
+        {"title=A\nicao_airline=DLH\natc_id=D-AIPA,;x", "DLH/A/D-AIPA/0"},
+        {"title=A\nicao_airline=DLH\natc_id=D-AIPA,", "DLH/A/D-AIPA/0"},
         {"title=A\nicao_airline=DLH\natc_id=D-AIPA,D-AIPB", "DLH/A//0"},
         {"title=A\nicao_airline=DLH\natc_id=D-AI", "DLH/A//0"},
         {"title=A\nicao_airline=DLH\natc_id=1234567890123", "DLH/A//0"},
@@ -85,15 +88,15 @@ TEST_F(AircraftCfg, readsTheKeysOfASection) {
         {"title=A\natc_id=G-NONE",
          "\"pack\" \"[fltsim.0]\" has no airline and its regcode is not in my dbase (very old liv?)|"},
         {"title=A", "\"pack\" \"[fltsim.0]\" has no airline and no regcode info|"},
-        {"title=FenixA320 x\nicao_airline=DLH", ""},
-        {"title=x PMDG 737 y\nicao_airline=DLH", ""},
-        {"title=A-STUB\nicao_airline=DLH", ""},
-        {"title=Forbidden\nicao_airline=DLH", ""},
-        {"title=A\nicao_airline=RFO", ""},
+        {"title=FenixA320 x\nicao_airline=DLH", left + " \"FenixA320 x\": an add-on" + own},
+        {"title=x PMDG 737 y\nicao_airline=DLH", left + " \"x PMDG 737 y\": an add-on" + own},
+        {"title=A-STUB\nicao_airline=DLH", left + " \"A-STUB\": a stub, left out while SUPPRESS_STUB is on|"},
+        {"title=Forbidden\nicao_airline=DLH", left + " \"Forbidden\": a regcode file forbids this title|"},
+        {"icao_airline=RFO\ntitle=A", left + ": its airline code RFO is never shown|"},
     };
     for (const Row& row : table) {
         const CfgJudgement got = section(row.lines);
-        std::string text = only(got, &ScanReports::incompleteSections);
+        std::string text = only(got, &ScanReports::incompleteSections) + only(got, &ScanReports::notUsed);
         for (const FoundLivery& found : got.liveries) {
             const Livery& l = found.livery;
             text += fmt::format("{}/{}/{}/{:d}", l.airline, l.title, l.regcode, l.cargo);
@@ -148,7 +151,10 @@ TEST_F(AircraftCfg, checksTheSectionNumbers) {
         EXPECT_EQ(only(got, &ScanReports::emptyCfgFiles) + only(got, &ScanReports::invalidCfgFiles), wanted) << text;
         EXPECT_TRUE(got.liveries.empty());
     }
-    EXPECT_EQ(judge("[fltsim.3000000000]").log.at(0), "fltsim num 3000000000 incorrect");
+    const CfgJudgement tooBig = judge("[fltsim.3000000000]");
+    EXPECT_EQ(tooBig.log.at(0), "fltsim num 3000000000 incorrect");
+    EXPECT_EQ(only(tooBig, &ScanReports::notUsed),
+              "pack/aircraft.cfg: section numbers that do not run 0, 1, 2 and so on|");
     const auto good = judge("icao_type_designator=A320\n[fltsim.1]\ntitle=b\nicao_airline=DLH\n [FltSim.00] \ntitle=a\n"
                             "icao_airline=AFR\n[END]\ntitle=no\n");
     ASSERT_EQ(good.liveries.size(), 2u);
@@ -165,6 +171,7 @@ TEST_F(AircraftCfg, endsASectionAtABracketNearTheBegin) {
 
 TEST_F(AircraftCfg, findsTheModel) {
     const std::string tail = "\n[fltsim.0]\ntitle=A\nicao_airline=DLH\n";
+    const std::string missing = "Line icao_type_designator= is missing in [General] section of pack/aircraft.cfg|";
     const std::vector<std::array<std::string, 3>> table{
         {"icao_type_designator=a320", "A320", ""},
         {"icao_type_designator=\"A320neo\"", "A320", ""},
@@ -172,9 +179,11 @@ TEST_F(AircraftCfg, findsTheModel) {
         {"icao_type_designator=737", "B738", "Model fix: 737 found in pack/aircraft.cfg changed into B738|"},
         {"icao_type_designator=XXX\nbase_container=\"..\\Asobo_DA40_NG\"", "",
          "XXX              in pack/aircraft.cfg|"},
+        {"base_container=\"..\\Asobo_Icon\"\nbase_container=\"..\\Asobo_A320_NEO\"", "A20N",
+         "A5               in pack/aircraft.cfg|"},
         {"base_container=\"..\\Nobody\"\nbase_container=\"..\\Asobo_A320_NEO\"", "A20N", ""},
-        {"base_container=\"..\\Asobo_Icon\"", "", "A5               in pack/aircraft.cfg|"},
-        {"base_container=..", "", "Line icao_type_designator= is missing in [General] section of pack/aircraft.cfg|"}};
+        {"base_container=\"..\\Asobo_Icon\"", "", "A5               in pack/aircraft.cfg|" + missing},
+        {"base_container=..", "", missing}};
     for (const auto& [head, model, report] : table) {
         const CfgJudgement got = judge(head + tail);
         EXPECT_EQ(got.model, model) << head;
@@ -184,7 +193,10 @@ TEST_F(AircraftCfg, findsTheModel) {
             << head;
         EXPECT_EQ(got.liveries.size(), model.empty() ? 0u : 1u);
     }
-    EXPECT_TRUE(judge("x=1" + tail, "pmdg-aircraft-77w/aircraft.cfg").reports.empty()) << "payware is no error";
+    const CfgJudgement payware = judge("x=1" + tail, "pmdg-aircraft-77w/aircraft.cfg");
+    EXPECT_EQ(payware.reports.size(), 1u) << "no error";
+    EXPECT_EQ(only(payware, &ScanReports::notUsed),
+              "pmdg-aircraft-77w/aircraft.cfg: an add-on for its owner's own flights, not for AI traffic|");
 }
 
 TEST_F(AircraftCfg, readsEveryCharacterSet) {
@@ -222,8 +234,9 @@ TEST_F(AircraftCfg, readsEveryCharacterSet) {
 TEST_F(AircraftCfg, judgesFilesThatCannotBeReadWithoutHarm) {
     EXPECT_TRUE(judgeFile(rules, "nowhere/aircraft.cfg").log.empty());
     fs::create_directories("folder/aircraft.cfg");
-    EXPECT_EQ(judgeFile(rules, "folder/aircraft.cfg").log.at(0),
-              "cannot open file folder/aircraft.cfg for character encoding, err: Is a directory");
+    const CfgJudgement folder = judgeFile(rules, "folder/aircraft.cfg");
+    EXPECT_EQ(folder.log.at(0), "cannot open file folder/aircraft.cfg for character encoding, err: Is a directory");
+    EXPECT_EQ(only(folder, &ScanReports::notUsed), "folder/aircraft.cfg: could not be read|");
     EXPECT_EQ(judge(std::string(300000, '[')).reports.size(), 1u);
     EXPECT_EQ(judge("").reports.size(), 1u);
 }
@@ -267,6 +280,7 @@ TEST_F(AircraftCfg, ivaoFilesTakeModelAndAirlineFromNames) {
         {"IVAO_A320", "title=A320 DLH\ntitle=A320 AFR", at + " has more than one title key|"},
         {"IVAO_A320", "texture=none\ntitle=A320 DLH", "DLH/A320/"},
         {"IVAO_A320", "title=A320 DLH-STUB", ""},
+        {"ivao_a320", "title=A320 DLH\natc_id=D-AIPA,", "DLH/A320/D-AIPA"},
         {"IVAO_A320", "x=y [z]\ntitle=A320 DLH", at + " misses title|"},
         {"IVAO_QQQQ", "title=A320 DLH", "QQQQ             in " + (packages / "IVAO_QQQQ/aircraft.cfg").string() + "|"},
         {"A320", "title=A320 DLH", "                 in " + (packages / "A320/aircraft.cfg").string() + "|"}};

@@ -138,6 +138,7 @@ TEST_F(LiveryScan, prioritizesFolders) {
     par::LIG_PRIORITIZE.value = true;
     ASSERT_TRUE(scanFolders({"nowhere", "one", "two", "one/aircraft.cfg"}));
     EXPECT_EQ(scanned(), "AFR/A320/three DLH/A320/one ");
+    EXPECT_EQ(readFile("output/info/LiveriesNotUsed.txt"), "\"two\": an earlier folder has liveries of DLH A320\n");
     EXPECT_TRUE(program.logHas("nowhere does not exist, skipped!"));
     EXPECT_TRUE(program.logHas("one/aircraft.cfg is not a folder name, skipped!"));
     EXPECT_TRUE(program.logHas("1 liverie found in one\n"));
@@ -209,8 +210,19 @@ TEST_F(LiveryScan, refusesToStartWithNothing) {
         program.logHas("No livery in \"empty\": there is no aircraft.cfg in it (1 folder of airports and other scenery "
                        "not looked into)"));
     EXPECT_EQ(readouts.liveries, 0);
+    put("empty/stubs", {"DLH b-STUB", "RFO a"});
+    put("empty/other", {"QQQ c"});
+    EXPECT_EQ(errorOf(scanLiveries), 53u);
+    EXPECT_EQ(readFile("output/info/LiveriesNotUsed.txt"),
+              "empty/stubs/aircraft.cfg [fltsim.0] \"b-STUB\": a stub, left out while SUPPRESS_STUB is on\n"
+              "empty/stubs/aircraft.cfg [fltsim.1] \"a\": its airline code RFO is never shown\n");
+    EXPECT_EQ(readFile("output/errors/InvalidAirlineCodes.txt"),
+              "QQQ          in empty/other/aircraft.cfg [fltsim.0]\n");
+    EXPECT_TRUE(program.logHas("2 files, sections and titles left out, see output/info/LiveriesNotUsed.txt\n"));
+    EXPECT_FALSE(program.logHas("No errors")) << program.logText();
     par::LIG_AUTOMATIC.value = true;
     EXPECT_EQ(errorOf(scanLiveries), 43u) << "no install path";
+    EXPECT_FALSE(fs::exists("output/info/LiveriesNotUsed.txt")) << "of the scan before";
     par::MSFS_2020.value = true;
     par::MSFS_INSTALL_PATH.set((fs::current_path() / "packages").string());
     EXPECT_EQ(errorOf(scanLiveries), 43u) << "no Community folder";

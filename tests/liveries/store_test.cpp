@@ -203,13 +203,15 @@ TEST_F(StoreFolder, writesTheReportsOfAScan) {
     scanReports.invalidModels = {"x"};
     scanReports.modelFixLines = {"z", "y"};
     scanReports.emptyCfgFiles = {"f"};
+    scanReports.notUsed = {"u"};
     fs::remove_all("output/errors");
     writeScanReports();
     EXPECT_EQ(readFile("output/errors/InvalidAirlineCodes.txt"), "a\nb\n");
     EXPECT_EQ(readFile("output/errors/Fixes.txt"), "z\ny\n") << "in the order of the scan";
     for (const char* line :
          {"\nErrors:\n2 invalid airline codes, see output/errors/InvalidAirlineCodes.txt\n1 invalid model code, see ",
-          "2 code fixes, see ", "\nInformation:\n1 empty aircraft.cfg files, see "})
+          "2 code fixes, see ", "\nInformation:\n1 empty aircraft.cfg files, see ",
+          "1 file, section or title left out, see output/info/LiveriesNotUsed.txt\n"})
         EXPECT_TRUE(program.logHas(line)) << line;
     std::ofstream("output/info/LiveriesSkippedOnPriority.txt") << "old";
     std::ofstream(path::liveriesScanned) << "old";

@@ -1,12 +1,14 @@
 #include "tools/inspect/inspect.h"
 
 #include "core/folders.h"
+#include "core/parameters.h"
 #include "core/text.h"
 #include "liveries/folder_walk.h"
 #include "liveries/matching.h"
 #include "liveries/scan_summary.h"
 #include "liveries/store.h"
 #include "platform/system.h"
+#include "reference/identity.h"
 #include "reference/reference.h"
 
 #include <fmt/format.h>
@@ -52,6 +54,8 @@ std::string_view listName(ReportList list) {
         return "invalidAirlines";
     if (list == &ScanReports::invalidModels)
         return "invalidModels";
+    if (list == &ScanReports::notUsed)
+        return "notUsed";
     return list == &ScanReports::modelFixLines ? "modelFixLines" : "conversionLines";
 }
 
@@ -62,6 +66,9 @@ Json describe(const CfgJudgement& judgement) {
     file["lines"] = judgement.lines;
     file["sections"] = judgement.sections;
     file["model"] = judgement.model;
+    file["fate"] = text(judgement.fate);
+    if (judgement.fate != FileFate::sectionsRead)
+        file["reason"] = words(judgement.fate);
     file["liveries"] = Json::array();
     for (const FoundLivery& found : judgement.liveries) {
         Json livery;
@@ -75,8 +82,10 @@ Json describe(const CfgJudgement& judgement) {
     }
     Json dropped = Json::array();
     for (const DroppedSection& section : judgement.dropped) {
-        dropped.push_back(
-            {{"section", shown(section.header)}, {"why", text(section.fate)}, {"title", shown(section.title)}});
+        dropped.push_back({{"section", shown(section.header)},
+                           {"why", text(section.fate)},
+                           {"reason", words(section.fate)},
+                           {"title", shown(section.title)}});
     }
     if (!dropped.empty())
         file["dropped"] = std::move(dropped);
@@ -99,6 +108,28 @@ void dropSeenTitles(CfgJudgement& judgement, TextSet& seen) {
         judgement.reports.emplace_back(&ScanReports::incompleteSections, repeatedTitleLine(judgement, found));
         return true;
     });
+}
+
+/// Why a search found nothing.
+std::string whyNone(const AiAircraft& a) {
+    const std::int32_t depth = par::MATCHING_DEPTH;
+    if (depth < 2)
+        return fmt::format("depth {} looks for the registration only", depth);
+    const bool wide = depth >= 3; // similar types, and other airlines for small aircraft
+    if (!hasModel(a.model)) {
+        return fmt::format("no livery of type {} is installed, and {}", a.model,
+                           wide ? "none of a similar type fits" : fmt::format("depth {} looks no further", depth));
+    }
+    if (hasLivery(a.airline, a.model)) {
+        return fmt::format("{} {} is installed, but only for {}other registrations", a.airline, a.model,
+                           a.cargo ? "" : "cargo or for ");
+    }
+    const std::string text = fmt::format("{} is installed, but not for {}", a.model, a.airline);
+    const bool small = a.category == AircraftCategory::light || a.category == AircraftCategory::buzjets ||
+                       a.category == AircraftCategory::rotorcraft;
+    if (!small)
+        return fmt::format("{}; category {} takes no other airline's paint", text, kes::text(a.category));
+    return wide ? text + ", and no other livery fits" : fmt::format("{}; depth {} looks no further", text, depth);
 }
 
 } // namespace
@@ -128,10 +159,10 @@ Json inspectLiveries(const std::vector<fs::path>& folders, bool suppressStub) {
     dontUse.insert(dontUseTitles.begin(), dontUseTitles.end());
     Json result;
     result["folders"] = Json::array();
-    std::size_t files = 0, liveries = 0, sections = 0, droppedSections = 0;
+    std::size_t files = 0, liveries = 0, sections = 0, droppedSections = 0, foldersNotRead = 0;
     Json totals = Json::object();
     for (const char* list : {"emptyCfgFiles", "invalidCfgFiles", "incompleteSections", "invalidAirlines",
-                             "invalidModels", "modelFixLines"})
+                             "invalidModels", "modelFixLines", "notUsed"})
         totals[list] = 0;
     Json fates = Json::object();
     CfgRules rules;
@@ -148,6 +179,7 @@ Json inspectLiveries(const std::vector<fs::path>& folders, bool suppressStub) {
         std::error_code error;
         if (!fs::is_directory(path, error)) {
             folder["problem"] = fs::exists(path, error) ? "not a folder" : "does not exist";
+            ++foldersNotRead;
             result["folders"].push_back(std::move(folder));
             continue;
         }
@@ -172,6 +204,7 @@ Json inspectLiveries(const std::vector<fs::path>& folders, bool suppressStub) {
         result["folders"].push_back(std::move(folder));
     }
     Json& sum = result["totals"];
+    sum["foldersNotRead"] = foldersNotRead;
     sum["files"] = files;
     sum["sections"] = sections;
     sum["liveries"] = liveries;
@@ -198,18 +231,17 @@ std::optional<MatchQuery> parseQuery(std::string_view line) {
 
 MatchAnswer answer(const MatchQuery& query) {
     AiAircraft aircraft;
+    aircraft.callsign = "-"; // valid, and tells no airline
     aircraft.airline = query.airline;
     aircraft.model = query.model;
     aircraft.regcode = query.regcode;
     aircraft.cargo = query.cargo;
-    // As for an aircraft of the feed: the data base fills in what a report leaves open.
-    if (const auto known = query.regcode.empty() ? std::nullopt : lookupRegcode(query.regcode)) {
-        if (aircraft.airline.empty())
-            aircraft.airline = known->opr.empty() ? known->airl : known->opr;
-        if (aircraft.model.empty())
-            aircraft.model = known->type;
-        aircraft.cargo = aircraft.cargo || known->cargo;
+    if (!takeKnownModel(aircraft)) {
+        return {0, "",
+                query.model.empty() ? "no aircraft type is told, and the data base knows none"
+                                    : fmt::format("\"{}\" is no known aircraft type", query.model)};
     }
+    takeKnownIdentity(aircraft);
     aircraft.category = categoryOf(aircraft.model);
     MatchAnswer result;
     result.step = matchLive(aircraft);
@@ -221,17 +253,10 @@ MatchAnswer answer(const MatchQuery& query) {
                                                  "generic livery of the type",
                                                  "the type under another airline",
                                                  "a similar type under another airline"};
-    if (result.step > 0) {
-        result.reason = found[result.step];
-    } else if (!modelExists(aircraft.model)) {
-        result.reason = fmt::format("\"{}\" is no known aircraft type", aircraft.model);
-    } else if (!hasModel(aircraft.model)) {
-        result.reason =
-            fmt::format("no livery of type {} is installed, and none of a similar type fits", aircraft.model);
-    } else {
-        result.reason =
-            fmt::format("{} is installed, but not for {}; category {} takes no other airline's paint", aircraft.model,
-                        aircraft.airline.empty() ? "an unknown airline" : aircraft.airline, text(aircraft.category));
+    result.reason = result.step > 0 ? std::string(found[result.step]) : whyNone(aircraft);
+    if (aircraft.airline != query.airline || aircraft.model != query.model || aircraft.cargo != query.cargo) {
+        result.reason +=
+            fmt::format(", taken as {} {}{}", aircraft.airline, aircraft.model, aircraft.cargo ? " cargo" : "");
     }
     return result;
 }

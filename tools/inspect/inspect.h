@@ -26,7 +26,8 @@ private:
 };
 
 /// What a scan of the folders says about each file, in the order of the walk, and totals. Titles that were seen before
-/// are dropped.
+/// are dropped. A folder that cannot be read or gives nothing has a "problem"; the total "foldersNotRead" counts those
+/// of the first kind.
 nlohmann::ordered_json inspectLiveries(const std::vector<std::filesystem::path>& folders, bool suppressStub);
 
 struct MatchQuery {
@@ -41,7 +42,9 @@ struct MatchAnswer {
     int step = 0; ///< 0 = no livery
     std::string title, reason;
 };
-/// Asks the matcher; the tables must be built.
+/// Asks the matcher about an aircraft with this report and a callsign that tells no airline, as the traffic does: what
+/// the data base knows of the registration goes before the query, which alone tells of freight otherwise. The tables
+/// must be built.
 MatchAnswer answer(const MatchQuery& query);
 
 } // namespace kes::inspect

@@ -21,13 +21,14 @@ using namespace kes;
 
 constexpr std::string_view help =
     R"(kestrelune-inspect liveries [options] FOLDER...
-    Reads every aircraft.cfg below the folders, as a scan does, and writes JSON: per file its liveries, or the names of the
-    report lists that say why there are none, and totals.
+    Reads every aircraft.cfg below the folders, as a scan does, and writes JSON: per file its liveries, per file and section
+    why it gives none, and totals. Ends with 1 when one of the folders is not there.
       --keep-stubs         do not leave out titles that end in -STUB
 
 kestrelune-inspect match [options] --liveries LiveriesScanned.xml < lines
     For each line "AIRLINE MODEL REG [cargo]" ('-' = not known) writes a line with the step that found a livery (0 = none), the
-    title, and the reason, separated by tabs.
+    title, and the reason, separated by tabs. As in the traffic, what the data base knows of REG goes before the line, and an
+    aircraft without an airline is a private owner's.
       --liveries FILE      the list that a scan wrote to the output folder
       --depth N            how far the search goes, 1 to 4 (4)
       --random             choose among several liveries by chance (the first one)
@@ -141,6 +142,12 @@ int run(const Arguments& arguments) {
         readDontUseTitles();
         const auto result = inspect::inspectLiveries(arguments.folders, !arguments.keepStubs);
         std::cout << result.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+        for (const auto& folder : result["folders"]) {
+            if (folder.contains("problem"))
+                std::cerr << fmt::format("kestrelune-inspect: {}: {}\n", folder["path"].get<std::string>(),
+                                         folder["problem"].get<std::string>());
+        }
+        code = result["totals"]["foldersNotRead"].get<std::size_t>() > 0 ? 1 : 0;
         std::cerr << fmt::format("{} liveries in {} files\n", result["totals"]["liveries"].get<std::size_t>(),
                                  result["totals"]["files"].get<std::size_t>());
     }
