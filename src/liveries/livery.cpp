@@ -45,10 +45,15 @@ bool writeLiveriesScanned(const std::vector<Livery>& liveries) {
 std::vector<Livery> readLiveriesScanned() {
     const std::string pathText = platform::pathText(path::liveriesScanned);
     pugi::xml_document document;
-    if (!loadXml(document, path::liveriesScanned)) {
+    const pugi::xml_parse_result result = loadXml(document, path::liveriesScanned);
+    if (result.status == pugi::status_file_not_found || result.status == pugi::status_io_error) {
         throw nwk::UserErrorException(51, fmt::format("File {} not found", pathText));
     }
-    const pugi::xml_node top = document.child("liveries");
+    if (!result) {
+        log(fmt::format("{}: {} at byte {}", pathText, result.description(), result.offset));
+    }
+    // The part that could be read of a damaged file is no list.
+    const pugi::xml_node top = result ? document.child("liveries") : pugi::xml_node();
     if (!top) {
         throw nwk::UserErrorException(52, fmt::format("{} does not contain a <liveries> section", pathText));
     }

@@ -177,7 +177,31 @@ std::vector<fs::path> manualFolders() {
     return folders;
 }
 
+void switchScanTo(bool on) {
+    par::SCAN_LIVERIES.value = on;
+    save(par::SCAN_LIVERIES);
+    setCheck(par::SCAN_LIVERIES, on);
+}
+
 std::string foundText; ///< what the last scan found, for the status line; worker
+
+/// Builds the tables. A list that cannot be used ends the run, but nothing in it is the user's own: the next start
+/// makes a new one, and the error says so.
+void takeList() {
+    try {
+        processScannedLiveries();
+    } catch (const nwk::UserErrorException& e) {
+        constexpr std::uint32_t noFile = 51, withoutNumber = 99;
+        switchScanTo(true);
+        std::string text = e.what();
+        if (e.number != withoutNumber)
+            text.erase(0, fmt::format("{}: ", e.number).size());
+        text += text.ends_with('?') ? " " : ". ";
+        text += e.number == noFile ? "The next start scans the liveries anew"
+                                   : "The list of liveries is damaged, the next start scans anew";
+        throw nwk::UserErrorException(e.number, text);
+    }
+}
 
 } // namespace
 
@@ -224,7 +248,7 @@ bool scanFolders(const std::vector<fs::path>& folders) {
 
 void scanLiveries() {
     if (!par::SCAN_LIVERIES) {
-        processScannedLiveries();
+        takeList();
         return;
     }
     const bool automatic = par::LIG_AUTOMATIC;
@@ -242,11 +266,9 @@ void scanLiveries() {
         throw nwk::UserErrorException(43, "Automatic scan has not found any liveries, switch off automatic and set "
                                           "lfolder parameter(-s), Manual 5.1");
     }
-    par::SCAN_LIVERIES.value = false;
-    save(par::SCAN_LIVERIES);
-    setCheck(par::SCAN_LIVERIES, false);
+    switchScanTo(false);
     log("\n++++++++++++++++++++++++ liveries scan ends ++++++++++++++++++++++++++++++++\n");
-    processScannedLiveries();
+    takeList();
     showStatus(foundText, true);
 }
 

@@ -60,6 +60,10 @@ TEST_F(StoreFolder, refusesListFilesThatAreNone) {
     const auto put = [](const char* xml) { std::ofstream(path::liveriesScanned, std::ios::binary) << xml; };
     put("<other/>");
     EXPECT_EQ(errorOf([] { (void)readLiveriesScanned(); }), 52u);
+    ASSERT_TRUE(writeLiveriesScanned({livery("DLH", "A320", "x"), livery("DLH", "A320", "y")}));
+    fs::resize_file(path::liveriesScanned, fs::file_size(path::liveriesScanned) - 20);
+    EXPECT_EQ(errorOf([] { (void)readLiveriesScanned(); }), 52u) << "cut in two";
+    EXPECT_TRUE(program.logHas("output/LiveriesScanned.xml: ")) << program.logText();
     put("<liveries><liv airl=\"DLH\" type=\"A320\" title=\"x\"/></liveries>");
     EXPECT_EQ(errorOf([] { (void)readLiveriesScanned(); }), 99u);
     ASSERT_TRUE(writeLiveriesScanned({}));

@@ -120,5 +120,40 @@ TEST_F(StartUpTest, WithoutReferenceDataTheRunEndsAndTellsWhereItLooked) {
     worker.join();
 }
 
+TEST_F(StartUpTest, ADamagedListOfLiveriesIsToldAndTheNextStartScansAnew) {
+    const std::string list = test::readFile(path::liveriesScanned), damaged = "The list of liveries is damaged, ";
+    const std::string noSection = "52: output/LiveriesScanned.xml does not contain a <liveries> section. " + damaged;
+    fs::create_directories("packs");
+    std::ofstream("packs/aircraft.cfg") << "icao_type_designator=A320\n[fltsim.0]\ntitle=Found\nicao_airline=DLH\n";
+    test::writeSmallReference({.types = "A320,Large,34.1\n", .airlines = "DLH,Lufthansa\n"});
+    for (const auto& [content, told] :
+         {std::pair{list.substr(0, list.size() / 2), noSection},
+          {"", noSection},
+          {"\x1F\x8B garbage", noSection},
+          {"<liveries><liv airl=\"DLH\" type=\"A320\" title=\"x\"/></liveries>", "meta data incorrect? " + damaged},
+          {list.substr(0, list.find("<liv ")) + "</liveries>",
+           "533: output/LiveriesScanned.xml does not contain liveries. " + damaged}}) {
+        program.writeParameters("<parameter name=\"LIG_AUTOMATIC\" value=\"false\"/>"
+                                "<parameter name=\"lfolder0\" value=\"packs\"/>");
+        std::ofstream(path::liveriesScanned, std::ios::binary) << content;
+        for (const bool next : {false, true}) {
+            setParameterDefaults();
+            const std::string ready = "1 liverie ready: 1 in packs\n";
+            const std::size_t before = program.logCount(ready);
+            std::thread worker(workerMain);
+            EXPECT_TRUE(waitFor([&] { return next ? program.logCount(ready) > before : !errorText().empty(); }))
+                << content;
+            EXPECT_EQ(errorText(), next ? "" : told + "the next start scans anew");
+            userClosed = true;
+            exitRequested = true;
+            worker.join();
+            clearError();
+            resetRun();
+        }
+        EXPECT_FALSE(par::SCAN_LIVERIES);
+        resetLiveries();
+    }
+}
+
 } // namespace
 } // namespace kes
