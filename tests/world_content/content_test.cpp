@@ -1,12 +1,15 @@
 // What the builder makes, read back by the program's own readers.
 #include "content_folder.h"
 #include "core/geo.h"
+#include "core/text.h"
 #include "liveries/livery.h"
 #include "liveries/scan.h"
 
+#include <algorithm>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <sstream>
 
 namespace kes::test {
 namespace {
@@ -173,6 +176,37 @@ TEST(Content, CommunityMustHaveItsName) {
     plan.community = "Community";
     EXPECT_GT(world::makeContent(plan).liveries, 500u);
     EXPECT_TRUE(fs::is_directory(empty.folder / "Community" / world::aiPackage));
+}
+
+// A registration that is wrong or out of date repaints a right livery, so no correction of these packages is accepted.
+TEST(Content, RegistrationsLeaveRealPackagesAsTheyAre) {
+    const fs::path shared = fs::path(KES_SOURCE_DIR) / ".." / "shared" / "data" / "liveries" / "Community";
+    if (!fs::is_directory(shared)) {
+        GTEST_SKIP() << "no packages beside the project";
+    }
+    ContentFolder content;
+    ASSERT_TRUE(readDataBase());
+    ASSERT_TRUE(scanFolders({fs::canonical(shared)}));
+    const std::vector<Livery> scanned = readLiveriesScanned();
+    EXPECT_GE(std::ranges::count_if(scanned, [](const Livery& l) { return lookupRegcode(l.regcode).has_value(); }), 100)
+        << "hardly a registration is known, so nothing could be corrected";
+    EXPECT_EQ(readFile("output/info/AirlineModelConversions.txt"), "");
+}
+
+TEST(Content, EveryRegistrationNamesItsGround) {
+    const std::set<std::string_view> grounds{"register", "fleet+list", "fleet"};
+    std::istringstream rows(readFile(dataFolder() / "registrations.csv"));
+    std::string row, before;
+    std::getline(rows, row);
+    ASSERT_EQ(row, "reg,airline,type,operator,cargo,basis");
+    while (std::getline(rows, row)) {
+        const std::vector<std::string_view> fields = split(row, ',');
+        ASSERT_EQ(fields.size(), 6u) << row;
+        EXPECT_LT(before, fields[0]) << "not sorted";
+        EXPECT_FALSE(fields[1].empty() || fields[2].empty()) << row << ": takes away what the feed says";
+        EXPECT_TRUE(grounds.contains(fields[5])) << row;
+        before = fields[0];
+    }
 }
 
 TEST(Content, WellKnownTypes) {
