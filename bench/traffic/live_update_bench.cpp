@@ -56,7 +56,7 @@ void planOneLeg(benchmark::State& state) {
         if (a.sz() < 3)
             a = fresh;
         kes::tickCount = a.stream.front().tick;
-        kes::nextPosMain(a);
+        kes::nextPosMain(a, motionNow());
     }
 }
 BENCHMARK(planOneLeg);

@@ -153,6 +153,13 @@ void queueEvent(std::uint32_t objectid, std::uint32_t eventId, std::uint32_t val
     eventQueue.push_back({objectid, eventId, value});
 }
 
+void queueEvents(std::span<const AiEvent> events) {
+    if (events.empty())
+        return;
+    const std::lock_guard lock(simMutex);
+    eventQueue.insert(eventQueue.end(), events.begin(), events.end());
+}
+
 void setNavLights(std::uint32_t objectid, bool on) {
     queueEvent(objectid, event::navLights, on ? 1 : 0);
 }
@@ -189,7 +196,7 @@ void addSimReply(const SimReply& reply) {
     simulatorLog.write("! Reply of the simulator is lost, too many wait");
 }
 
-void drainSimReplies(void (*apply)(const SimReply&)) {
+void drainSimReplies(const std::function<void(const SimReply&)>& apply) {
     // Swapped out first: applying a reply sends events, and no lock is taken inside another.
     static std::vector<SimReply> taken;
     taken.clear();

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <mutex>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -72,6 +74,7 @@ void clearPositionBuffers(); ///< both halves, under `simMutex`
 
 // Any thread; each takes `simMutex` for the append.
 void queueEvent(std::uint32_t objectid, std::uint32_t eventId, std::uint32_t value);
+void queueEvents(std::span<const AiEvent> events);
 void setNavLights(std::uint32_t objectid, bool on);
 void setCabinLights(std::uint32_t objectid, bool on);
 void queueCreate(const CreateRequest& request);
@@ -80,8 +83,8 @@ void queueRemove(std::uint32_t objectid);
 /// Takes what waits for the next frame and hands nothing to a simulator; for tests without one.
 void takeQueuedCommands(std::vector<CreateRequest>& creates, std::vector<std::uint32_t>& removals);
 
-/// Hands all waiting replies to `apply`, holding `simEventMutex` meanwhile. Worker.
-void drainSimReplies(void (*apply)(const SimReply&));
+/// Hands all waiting replies to `apply`, in their order and without a lock. Worker.
+void drainSimReplies(const std::function<void(const SimReply&)>& apply);
 void addSimReply(const SimReply& reply); ///< SimClient thread; tests
 
 // Direct calls, each under `simMutex`. False after a failure; what follows a failure is told at each.

@@ -20,6 +20,7 @@
 #include "traffic/conflicts.h"
 #include "traffic/filters.h"
 #include "traffic/life_cycle.h"
+#include "traffic/motion.h"
 
 #include <chrono>
 #include <cmath>
@@ -71,7 +72,7 @@ void updateCounters() {
 void moveOrders(std::int32_t tick) {
     const Moved moved = moveOne(tick);
     if (moved.createdLive != 0)
-        noteAsked(moved.createdLive);
+        noteAsked(moved.createdLive, tick);
     if (moved.staticTurn && staticAircraftWait())
         createNextStatic();
 }
@@ -203,6 +204,7 @@ void idleTick() {
         log(fmt::format("{} Flight not running", timeStamp()));
     }
     applySimReplies();
+    flushOutbox();
     --idleCountdown;
     if (idleCountdown % idlePeriodTicks == 0) {
         rereadStep();
@@ -254,6 +256,7 @@ void runningTickBody() {
     spawnNext();
     if (tick % 20 == 0 && !simRequestFailed)
         requestRange();
+    flushOutbox();
     if (tick % 100 == 0) {
         sendQs121(userAircraft);
         userAircraft = readUserPosition();

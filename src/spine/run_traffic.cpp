@@ -16,6 +16,7 @@
 #include "spine/main_tick.h"
 #include "spine/run.h"
 #include "traffic/life_cycle.h"
+#include "traffic/motion.h"
 
 #include <chrono>
 #include <fmt/format.h>
@@ -36,6 +37,7 @@ constexpr std::int32_t onlyRemovals = 10; ///< a tick in which no creation is du
 void removeWhileWaiting() {
     for (int tick = 0; tick < 10; ++tick)
         applySimReplies();
+    flushOutbox();
     moveOne(onlyRemovals);
 }
 

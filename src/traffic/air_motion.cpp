@@ -1,8 +1,5 @@
 #include "traffic/air_motion.h"
 
-#include "airports/airport_ref.h"
-#include "core/run_state.h"
-#include "feed/qnh_reader.h"
 #include "traffic/air_setup.h"
 #include "traffic/ground_motion.h"
 #include "traffic/life_cycle.h"
@@ -16,9 +13,7 @@ namespace kes {
 namespace {
 
 constexpr std::int32_t normalWindow = 1000; ///< ticks
-constexpr double standardPressure = 1013.0; ///< hectopascal
 constexpr double feetPerMinutePerHectopascal = 6.0;
-constexpr double ticksPerMinute = 6000.0;
 constexpr double landingSpeed = 100.0; ///< knots, where the data tell none
 constexpr double lowAgl = 1000.0;      ///< feet
 constexpr double lowAglFinal = 2000.0; ///< feet
@@ -56,10 +51,10 @@ double pitchFor(double vs) {
 }
 
 /// Feet per minute, for a landing whose data no longer tell a height.
-double descentRate(const LiveAircraft& a, const PositionSample& from, const PositionSample& to) {
+double descentRate(const LiveAircraft& a, const PositionSample& from, const PositionSample& to, const Motion& m) {
     if (a.agl <= 100.0)
         return -600.0;
-    const double forPressure = (currentQnh - standardPressure) * feetPerMinutePerHectopascal;
+    const double forPressure = (m.in.qnh - standardPressure) * feetPerMinutePerHectopascal;
     return std::min((from.vs + to.vs) / 2.0 - forPressure, -leastRate);
 }
 
@@ -74,7 +69,8 @@ void climbAwayTo(LiveAircraft& a, const PositionSample& next, std::int32_t ticks
 }
 
 /// From air to air.
-void planFlight(LiveAircraft& a, const PositionSample& from, PositionSample& next, std::int32_t ticks) {
+void planFlight(LiveAircraft& a, const PositionSample& from, PositionSample& next, std::int32_t ticks,
+                const Motion& m) {
     a.altStep = (next.alt - a.alt) / ticks;
     if (!a.approach) {
         a.altStep = std::min(a.altStep, a.climbStepMax);
@@ -82,7 +78,7 @@ void planFlight(LiveAircraft& a, const PositionSample& from, PositionSample& nex
         if (a.agl <= lowAgl)
             a.altStep = std::max(a.altStep, leastClimb);
     } else if (from.alt == next.alt && a.agl <= lowAgl && from.vs + next.vs <= meansToClimb) {
-        changeAltitudeAt(a, next, descentRate(a, from, next)); // a frozen altitude cannot stop the landing
+        changeAltitudeAt(a, next, descentRate(a, from, next, m)); // a frozen altitude cannot stop the landing
     }
 }
 
@@ -99,16 +95,16 @@ bool skipToAirborne(LiveAircraft& a) {
 }
 
 /// Both samples on the ground, though the aircraft flies.
-void planWithoutAltitude(LiveAircraft& a) {
-    setGear(a, true);
+void planWithoutAltitude(LiveAircraft& a, const Motion& m) {
+    setGear(a, true, m);
     double vs = 0.0;
     for (const PositionSample& s : a.stream)
         vs += s.vs;
     if (a.approach || vs <= meansToClimb) {
-        changeAltitudeAt(a, a.stream[1], descentRate(a, a.stream[0], a.stream[1]));
+        changeAltitudeAt(a, a.stream[1], descentRate(a, a.stream[0], a.stream[1], m));
     } else if (skipToAirborne(a)) {
-        nextPosAir(a);
-        const std::int32_t ticks = ticksToGo(a.stream[1]);
+        nextPosAir(a, m);
+        const std::int32_t ticks = ticksToGo(a.stream[1], m);
         aimAt(a, a.stream[1], ticks);
         climbAwayTo(a, a.stream[1], ticks);
     } else {
@@ -116,21 +112,21 @@ void planWithoutAltitude(LiveAircraft& a) {
     }
 }
 
-void planAltitude(LiveAircraft& a, std::int32_t ticks) {
+void planAltitude(LiveAircraft& a, std::int32_t ticks, const Motion& m) {
     const PositionSample& from = a.stream[0];
     PositionSample& next = a.stream[1];
     if (from.airborne && next.airborne) {
-        planFlight(a, from, next, ticks);
+        planFlight(a, from, next, ticks, m);
     } else if (from.airborne) { // the data land here
-        if (airportRef && currentQnh <= standardPressure)
-            a.altStep = (airportRef->elevation - a.alt) / ticks;
+        if (m.in.airport && m.in.qnh <= standardPressure)
+            a.altStep = (m.in.airport->elevation - a.alt) / ticks;
         else
-            changeAltitudeAt(a, next, currentQnh <= standardPressure ? -leastRate : descentRate(a, from, next));
-        setGear(a, true);
+            changeAltitudeAt(a, next, m.in.qnh <= standardPressure ? -leastRate : descentRate(a, from, next, m));
+        setGear(a, true, m);
     } else if (next.airborne) {
         climbAwayTo(a, next, ticks);
     } else {
-        planWithoutAltitude(a);
+        planWithoutAltitude(a, m);
     }
 }
 
@@ -168,25 +164,25 @@ constexpr std::array<FlareRow, 4> flareRows{
     {{30, -0.1, -601}, {20, -0.075, -450}, {10, -0.05, -300}, {3, -0.025, -150}}};
 
 /// Feet above the runway while the flare has not begun: the terrain on the way in may lie lower.
-double heightForFlare(LiveAircraft& a) {
-    if (!a.runwayElevation && airportRef)
-        a.runwayElevation = airportRef->elevation;
+double heightForFlare(LiveAircraft& a, const Motion& m) {
+    if (!a.runwayElevation && m.in.airport)
+        a.runwayElevation = m.in.airport->elevation;
     a.flareHeight = a.runwayElevation ? a.alt - *a.runwayElevation : a.agl;
     return std::min(a.agl, a.flareHeight);
 }
 
-void flare(LiveAircraft& a) {
+void flare(LiveAircraft& a, const Motion& m) {
     if (a.flareStage < 0 || a.flareStage >= static_cast<std::int32_t>(flareRows.size()))
         return; // waits for the touchdown
     const FlareRow& row = flareRows[static_cast<std::size_t>(a.flareStage)];
-    if ((a.flareStage == 0 ? heightForFlare(a) : a.agl) > a.staticCg + row.height)
+    if ((a.flareStage == 0 ? heightForFlare(a, m) : a.agl) > a.staticCg + row.height)
         return;
     if (a.flareStage == 0)
         a.pitchStep = (flarePitch - a.pitch) / a.flareTicks;
     else
         a.runwayElevation.reset();
     if (a.flareStage == 2)
-        setThrottleLevel(a, 0);
+        setThrottleLevel(a, 0, m);
     a.altStep = row.altStep;
     if (!a.stream.empty())
         a.stream.front().vs = row.vs;
@@ -205,9 +201,9 @@ void derotate(LiveAircraft& a) {
     }
 }
 
-void advanceAttitude(LiveAircraft& a) {
+void advanceAttitude(LiveAircraft& a, const Motion& m) {
     if (a.agl <= flareAgl && a.approach && !a.onGround)
-        flare(a);
+        flare(a, m);
     if (a.derotating) {
         derotate(a);
     } else if (a.flareStage == 0 && a.onGround) {
@@ -244,8 +240,8 @@ double initialPitch(const PositionSample& sample) {
     return pitchFor(sample.vs);
 }
 
-std::int32_t ticksToGo(const PositionSample& to) {
-    return std::max(to.tick - tickCount.load(), shortestLegTicks);
+std::int32_t ticksToGo(const PositionSample& to, const Motion& m) {
+    return std::max(to.tick - m.in.tick, shortestLegTicks);
 }
 
 void aimAt(LiveAircraft& aircraft, const PositionSample& to, std::int32_t ticks) {
@@ -265,8 +261,8 @@ std::int32_t travelTicks(const PositionSample& from, const PositionSample& to) {
     return ticksAt(distance, legSpeed(from, to, distance));
 }
 
-void planArrival(const LiveAircraft& aircraft, PositionSample& to, std::int32_t ticks) {
-    const std::int32_t now = tickCount;
+void planArrival(const LiveAircraft& aircraft, PositionSample& to, std::int32_t ticks, const Motion& m) {
+    const std::int32_t now = m.in.tick;
     std::int32_t arrival = now + ticks;
     if (aircraft.extrapCount < 1) {
         if (arrival > to.tick + aircraft.lateTicks)
@@ -277,12 +273,12 @@ void planArrival(const LiveAircraft& aircraft, PositionSample& to, std::int32_t 
     to.tick = std::max(arrival, now);
 }
 
-void nextPosAir(LiveAircraft& aircraft) {
+void nextPosAir(LiveAircraft& aircraft, const Motion& m) {
     const PositionSample& from = aircraft.stream[0];
     PositionSample& to = aircraft.stream[1];
     if (to.stopped) {
         if (aircraft.category == AircraftCategory::rotorcraft)
-            setLegTiming(aircraft);
+            setLegTiming(aircraft, m);
         return;
     }
     std::int32_t ticks = 0;
@@ -290,22 +286,22 @@ void nextPosAir(LiveAircraft& aircraft) {
         ticks = ticksAt(distanceNm(from.position(), to.position()), from.gs > 0.0 ? from.gs : landingSpeed);
     else
         ticks = travelTicks(from, to);
-    planArrival(aircraft, to, ticks);
+    planArrival(aircraft, to, ticks, m);
 }
 
-void setupAirLeg(LiveAircraft& aircraft) {
+void setupAirLeg(LiveAircraft& aircraft, const Motion& m) {
     if (aircraft.fs != FlightState::take_off)
         setFlightState(aircraft, FlightState::flying);
     aircraft.tasLeg = aircraft.stream[1].tas;
     aircraft.vsFpm = aircraft.stream[1].vs;
     if (aircraft.flareStage == 0)
-        planAltitude(aircraft, ticksToGo(aircraft.stream[1]));
-    planAttitude(aircraft, ticksToGo(aircraft.stream[1]));
+        planAltitude(aircraft, ticksToGo(aircraft.stream[1], m), m);
+    planAttitude(aircraft, ticksToGo(aircraft.stream[1], m));
     shrinkWindow(aircraft); // before the configuration, which may widen it for the legs to come
-    setAirConfiguration(aircraft, aircraft.stream[0]);
+    setAirConfiguration(aircraft, aircraft.stream[0], m);
 }
 
-void advancePosition(LiveAircraft& aircraft) {
+void advancePosition(LiveAircraft& aircraft, const Motion& m) {
     if (curveRuns(aircraft)) {
         advanceOnCurve(aircraft);
     } else {
@@ -323,27 +319,27 @@ void advancePosition(LiveAircraft& aircraft) {
     else if (aircraft.heading >= twoPi)
         aircraft.heading -= twoPi;
     if (aircraft.fs == FlightState::take_off)
-        advanceRotation(aircraft);
+        advanceRotation(aircraft, m);
     else
-        advanceAttitude(aircraft);
+        advanceAttitude(aircraft, m);
     if (aircraft.lon > 180.0)
         aircraft.lon -= 360.0;
     else if (aircraft.lon < -180.0)
         aircraft.lon += 360.0;
 }
 
-void touchdown(LiveAircraft& aircraft) {
+void touchdown(LiveAircraft& aircraft, const Motion& m) {
     if (aircraft.st == AircraftStatus::removingfromsim || aircraft.fs == FlightState::take_off)
         return;
     if (aircraft.flareStage != 0 || aircraft.approach) {
         aircraft.derotating = aircraft.landingRoll = aircraft.landedSearch = true;
         aircraft.approach = false;
         aircraft.touchdownHeading = aircraft.heading;
-        setSpoilers(aircraft, spoilersOut);
-        setRollOutControls(aircraft, 100.0, aircraft.reverseThrust ? -100.0 : 100.0);
+        setSpoilers(aircraft, spoilersOut, m);
+        setRollOutControls(aircraft, 100.0, aircraft.reverseThrust ? -100.0 : 100.0, m);
         aircraft.bankStep = -aircraft.bank / aircraft.derotateTicks;
         aircraft.pitchStep = (aircraft.staticPitch - aircraft.pitch) / aircraft.derotateTicks;
-        landingList.push_back(aircraft.hexid);
+        m.out.landings.push_back(aircraft.hexid);
     }
     aircraft.onGround = true;
     aircraft.altStep = 0.0;

@@ -1,6 +1,5 @@
 #include "traffic/air_setup.h"
 
-#include "airports/airport_ref.h"
 #include "traffic/flight_phases.h"
 #include "traffic/life_cycle.h"
 #include "traffic/parking.h"
@@ -27,42 +26,42 @@ double lowAgl(AircraftCategory category) {
     return airliner ? lowAglAirliner : lowAglOthers;
 }
 
-bool nearReference(const LiveAircraft& a) {
-    return airportRef && distanceNm(a.position(), airportRef->position()) <= finalWithinNm;
+bool nearReference(const LiveAircraft& a, const Motion& m) {
+    return m.in.airport && distanceNm(a.position(), m.in.airport->position) <= finalWithinNm;
 }
 
-void setHigh(LiveAircraft& a) {
+void setHigh(LiveAircraft& a, const Motion& m) {
     a.cruiseLights = true;
     a.lowLights = false;
-    sendLights(a.objectid, {.cabin = true});
-    setEngineLevel(a, 3);
-    setGear(a, false);
-    setFlapsLevel(a, 0);
+    sendLights(a.objectid, {.cabin = true}, m);
+    setEngineLevel(a, 3, m);
+    setGear(a, false, m);
+    setFlapsLevel(a, 0, m);
 }
 
-void setMid(LiveAircraft& a, double vs) {
-    setCabin(a, true);
+void setMid(LiveAircraft& a, double vs, const Motion& m) {
+    setCabin(a, true, m);
     a.departing = a.approach = false;
     if (vs <= sinking && a.throttleIndex == 3)
-        setEngineLevel(a, 2);
+        setEngineLevel(a, 2, m);
     if (vs > 400.0 && a.throttleIndex == 4 && hasWings(a))
-        setThrottleLevel(a, 3);
+        setThrottleLevel(a, 3, m);
     if (a.agl >= gearUpAgl) {
-        setGear(a, false);
-        setFlapsLevel(a, 0);
+        setGear(a, false, m);
+        setFlapsLevel(a, 0, m);
     } else if (vs <= 100.0) {
         if (a.flapsIndex == 0)
-            setFlapsLevel(a, 1);
+            setFlapsLevel(a, 1, m);
         else if (a.agl < flapsAgl && a.flapsIndex == 1)
-            setFlapsLevel(a, 2);
+            setFlapsLevel(a, 2, m);
     }
 }
 
-void goOnFinal(LiveAircraft& a) {
-    setEngineLevel(a, 1);
-    setFlapsLevel(a, 3);
-    setGear(a, true);
-    landingList.push_back(a.hexid);
+void goOnFinal(LiveAircraft& a, const Motion& m) {
+    setEngineLevel(a, 1, m);
+    setFlapsLevel(a, 3, m);
+    setGear(a, true, m);
+    m.out.landings.push_back(a.hexid);
     a.approach = true;
     a.climbing = false;
     emptyStand(a);
@@ -70,42 +69,42 @@ void goOnFinal(LiveAircraft& a) {
     a.rotationCount = 1;
 }
 
-void climbOut(LiveAircraft& a) {
-    setThrottleLevel(a, 4);
-    setGear(a, false);
+void climbOut(LiveAircraft& a, const Motion& m) {
+    setThrottleLevel(a, 4, m);
+    setGear(a, false, m);
     a.climbing = true;
     a.approach = false;
-    setFlapsLevel(a, 0);
+    setFlapsLevel(a, 0, m);
     a.flareStage = 0;
 }
 
-void setLow(LiveAircraft& a, double vs) {
-    setCabin(a, false);
-    if (vs <= sinking && !a.approach && nearReference(a))
-        goOnFinal(a);
-    if (vs > 600.0 || (vs > sinking && a.approach && !nearReference(a))) {
+void setLow(LiveAircraft& a, double vs, const Motion& m) {
+    setCabin(a, false, m);
+    if (vs <= sinking && !a.approach && nearReference(a, m))
+        goOnFinal(a, m);
+    if (vs > 600.0 || (vs > sinking && a.approach && !nearReference(a, m))) {
         if (!a.climbing)
-            climbOut(a);
+            climbOut(a, m);
     }
 }
 
 } // namespace
 
-void setAirConfiguration(LiveAircraft& a, const PositionSample& from) {
+void setAirConfiguration(LiveAircraft& a, const PositionSample& from, const Motion& m) {
     if (from.alt >= highAltitude) {
         if (!a.cruiseLights)
-            setHigh(a);
+            setHigh(a, m);
         return;
     }
     if (!a.lowLights) {
         a.lowLights = true;
         a.cruiseLights = false;
-        sendLights(a.objectid, {.landing = true, .taxi = true, .strobes = true, .logo = true, .cabin = true});
+        sendLights(a.objectid, {.landing = true, .taxi = true, .strobes = true, .logo = true, .cabin = true}, m);
     }
     if (a.agl > lowAgl(a.category))
-        setMid(a, from.vs);
+        setMid(a, from.vs, m);
     else
-        setLow(a, from.vs);
+        setLow(a, from.vs, m);
 }
 
 } // namespace kes

@@ -2,10 +2,11 @@
 #pragma once
 
 #include "traffic/live_aircraft.h"
+#include "traffic/motion.h"
 
 namespace kes {
 
 /// At the start of a leg whose front sample is `from`.
-void setAirConfiguration(LiveAircraft& aircraft, const PositionSample& from);
+void setAirConfiguration(LiveAircraft& aircraft, const PositionSample& from, const Motion& m);
 
 } // namespace kes

@@ -23,56 +23,56 @@ bool hasWings(const LiveAircraft& a) {
 
 } // namespace
 
-void setThrottleLevel(LiveAircraft& aircraft, std::int32_t level) {
+void setThrottleLevel(LiveAircraft& aircraft, std::int32_t level, const Motion& m) {
     if (level == 0 && !hasWings(aircraft))
         level = rotorRuns;
     if (!hasObject(aircraft) || level == aircraft.throttleIndex)
         return;
-    queueEvent(aircraft.objectid, event::throttle, throttleValues.at(static_cast<std::size_t>(level)));
+    m.out.event(aircraft.objectid, event::throttle, throttleValues.at(static_cast<std::size_t>(level)));
     aircraft.throttleIndex = level;
 }
 
-void setFlapsLevel(LiveAircraft& aircraft, std::int32_t level) {
+void setFlapsLevel(LiveAircraft& aircraft, std::int32_t level, const Motion& m) {
     if (!hasObject(aircraft) || !hasWings(aircraft) || level == aircraft.flapsIndex)
         return;
-    queueEvent(aircraft.objectid, event::flaps, flapsValues.at(static_cast<std::size_t>(level)));
+    m.out.event(aircraft.objectid, event::flaps, flapsValues.at(static_cast<std::size_t>(level)));
     aircraft.flapsIndex = level;
 }
 
-void setGear(LiveAircraft& aircraft, bool down) {
+void setGear(LiveAircraft& aircraft, bool down, const Motion& m) {
     if (hasObject(aircraft) && hasWings(aircraft))
-        queueEvent(aircraft.objectid, event::gear, down ? 1 : 0);
+        m.out.event(aircraft.objectid, event::gear, down ? 1 : 0);
 }
 
-void setSpoilers(LiveAircraft& aircraft, std::uint32_t value) {
+void setSpoilers(LiveAircraft& aircraft, std::uint32_t value, const Motion& m) {
     if (hasObject(aircraft) && hasWings(aircraft))
-        queueEvent(aircraft.objectid, event::spoilers, value);
+        m.out.event(aircraft.objectid, event::spoilers, value);
 }
 
-void setEngineLevel(LiveAircraft& aircraft, std::int32_t level) {
-    setThrottleLevel(aircraft, hasWings(aircraft) ? level : rotorRuns);
+void setEngineLevel(LiveAircraft& aircraft, std::int32_t level, const Motion& m) {
+    setThrottleLevel(aircraft, hasWings(aircraft) ? level : rotorRuns, m);
 }
 
-void setRollOutControls(const LiveAircraft& aircraft, double spoilers, double throttle) {
+void setRollOutControls(const LiveAircraft& aircraft, double spoilers, double throttle, const Motion& m) {
     if (hasObject(aircraft) && hasWings(aircraft) && aircraft.category != AircraftCategory::light)
-        setControlData(aircraft.objectid, spoilers, throttle, throttle);
+        m.out.controls.push_back({aircraft.objectid, spoilers, throttle});
 }
 
-void setCabin(const LiveAircraft& aircraft, bool lit) {
+void setCabin(const LiveAircraft& aircraft, bool lit, const Motion& m) {
     if (hasObject(aircraft))
-        setCabinLights(aircraft.objectid, lit);
+        m.out.event(aircraft.objectid, event::cabinLights, lit);
 }
 
-void sendLights(std::uint32_t objectid, const Lights& lights) {
+void sendLights(std::uint32_t objectid, const Lights& lights, const Motion& m) {
     if (objectid == 0)
         return;
-    setNavLights(objectid, lights.nav);
-    queueEvent(objectid, event::beaconLights, lights.beacon);
-    queueEvent(objectid, event::landingLights, lights.landing);
-    queueEvent(objectid, event::taxiLights, lights.taxi);
-    queueEvent(objectid, event::strobes, lights.strobes);
-    queueEvent(objectid, event::logoLights, lights.logo);
-    setCabinLights(objectid, lights.cabin);
+    m.out.event(objectid, event::navLights, lights.nav);
+    m.out.event(objectid, event::beaconLights, lights.beacon);
+    m.out.event(objectid, event::landingLights, lights.landing);
+    m.out.event(objectid, event::taxiLights, lights.taxi);
+    m.out.event(objectid, event::strobes, lights.strobes);
+    m.out.event(objectid, event::logoLights, lights.logo);
+    m.out.event(objectid, event::cabinLights, lights.cabin);
 }
 
 } // namespace kes

@@ -23,38 +23,38 @@ double climbPart(std::int32_t count) {
 
 } // namespace
 
-void startTakeOffRun(LiveAircraft& a) {
+void startTakeOffRun(LiveAircraft& a, const Motion& m) {
     if (a.towed)
         log(fmt::format("towed aircraft takes-off? {}", longLabel(a)));
     a.departing = true;
-    setThrottleLevel(a, 0);
-    setSpoilers(a, 0);
-    setFlapsLevel(a, 1);
+    setThrottleLevel(a, 0, m);
+    setSpoilers(a, 0, m);
+    setFlapsLevel(a, 1, m);
     a.approach = a.landedSearch = a.climbing = false;
-    sendLights(a.objectid, {.landing = true, .taxi = true, .strobes = true, .logo = true});
+    sendLights(a.objectid, {.landing = true, .taxi = true, .strobes = true, .logo = true}, m);
     widenWindow(a);
     if (!a.airline.empty())
         learnStand(a, true);
 }
 
-void beginRotation(LiveAircraft& a) {
+void beginRotation(LiveAircraft& a, const Motion& m) {
     a.rotationCount = a.rotateTicks;
     a.bank = a.bankStep = 0.0;
     a.pitchStep = (a.rotatePitch - a.pitch) / a.rotateTicks;
     if (!a.departing)
-        startTakeOffRun(a);
+        startTakeOffRun(a, m);
     setFlightState(a, FlightState::take_off);
     a.headingStep = 0.0;
     clearCurve(a);
     if (a.landingRoll) { // a touch-and-go
         a.landingRoll = a.approach = a.landedSearch = false;
-        setThrottleLevel(a, 4);
-        setSpoilers(a, spoilersOut);
-        setFlapsLevel(a, 1);
+        setThrottleLevel(a, 4, m);
+        setSpoilers(a, spoilersOut, m);
+        setFlapsLevel(a, 1, m);
     }
 }
 
-void advanceRotation(LiveAircraft& a) {
+void advanceRotation(LiveAircraft& a, const Motion& m) {
     const std::int32_t count = --a.rotationCount;
     if (count >= 1) {
         a.onGround = false;
@@ -67,11 +67,11 @@ void advanceRotation(LiveAircraft& a) {
         a.pitch += (a.climbPitch - a.rotatePitch) / a.climbOutTicks;
     a.alt += a.altStep * climbPart(count);
     if (count == gearUp)
-        setGear(a, false);
+        setGear(a, false, m);
     if (count < gearUp && a.pitch <= a.climbPitch) {
         a.pitchStep = 0.0;
         if (a.agl >= climbEstablishedAgl) {
-            setEngineLevel(a, 3);
+            setEngineLevel(a, 3, m);
             setFlightState(a, FlightState::flying);
             a.rotationCount = 1;
         }

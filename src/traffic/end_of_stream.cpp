@@ -15,8 +15,6 @@ namespace {
 
 constexpr std::int32_t groundSampleTicks = 300;
 constexpr std::int32_t airSampleTicks = 800;
-constexpr std::int32_t sevenDaysTicks = 60480000;
-constexpr std::int32_t ticksPerMinute = 6000;
 constexpr std::int32_t samplesInAir = 8;
 constexpr std::int32_t samplesOnGround = 10;
 constexpr double holdingMargin = 1.2;            ///< of the two half spans
@@ -36,12 +34,12 @@ bool crowded(const LiveAircraft& a) {
     });
 }
 
-bool hold(LiveAircraft& a) {
+bool hold(LiveAircraft& a, const Motion& m) {
     if (crowded(a)) {
         a.holding = false;
         return false;
     }
-    const std::int32_t now = tickCount;
+    const std::int32_t now = m.in.tick;
     if (a.holding && (now - a.holdStartTick) / ticksPerMinute > par::MAX_HOLDING_MINUTES)
         return false;
     if (!a.holding) {
@@ -116,7 +114,7 @@ void inventSample(LiveAircraft& a, std::int32_t count) {
     }
     if (parked) {
         // A parked aircraft waits for nothing further from the feed.
-        s.tick += sevenDaysTicks;
+        s.tick += parkedForTicks;
         a.feedAtStand = false;
         releaseStand(a);
     } else {
@@ -132,7 +130,7 @@ bool inSightOfUser(const LiveAircraft& a) {
 
 } // namespace
 
-bool endOfStream(LiveAircraft& a) {
+bool endOfStream(LiveAircraft& a, const Motion& m) {
     if (a.stream.empty()) {
         reportEmptyStream("endOfStream", a);
         return false;
@@ -140,7 +138,7 @@ bool endOfStream(LiveAircraft& a) {
     if (a.fs == FlightState::parking)
         arriveAtStand(a);
     else if (mayHold(a))
-        return hold(a);
+        return hold(a, m);
     if (a.extrapCount < 0)
         return false;
     if (a.extrapCount == 1) {

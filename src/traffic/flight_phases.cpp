@@ -2,7 +2,6 @@
 
 #include "core/log.h"
 #include "core/parameters.h"
-#include "core/run_state.h"
 #include "traffic/ground_motion.h"
 #include "traffic/life_cycle.h"
 #include "traffic/life_cycle_parts.h"
@@ -69,20 +68,20 @@ bool filterNewPos(const LiveAircraft& a, PositionSample& n) {
 }
 
 /// A report for an aircraft that flies on invented samples. False: it finishes its invented way.
-bool checkExtendingSituations(LiveAircraft& a, const PositionSample& n) {
+bool checkExtendingSituations(LiveAircraft& a, const PositionSample& n, const Motion& m) {
     if (emptyStream(a, "checkExtendingSituations"))
         return false;
     if (!a.onGround && courseOff(a, a.stream.back(), n) >= 100.0)
         return false;
     endInvention(a);
-    a.stream.front().tick = tickCount + 1;
+    a.stream.front().tick = m.in.tick + 1;
     a.holding = false;
     a.holdStartTick = 0;
     return true;
 }
 
 /// The last part of a landing shows much noise, and a new position must not turn the aircraft around.
-bool checkNewPosDuringLanding(LiveAircraft& a, PositionSample& n) {
+bool checkNewPosDuringLanding(LiveAircraft& a, PositionSample& n, const Motion& m) {
     if (emptyStream(a, "checkNewPosDuringLanding") || sameSpot(n, a.stream.back()))
         return false;
     if (a.sz() >= 2 && courseOff(a, a.stream.back(), n) >= 90.0) {
@@ -100,7 +99,7 @@ bool checkNewPosDuringLanding(LiveAircraft& a, PositionSample& n) {
             PositionSample& front = a.stream.front();
             front.lat = a.lat;
             front.lon = a.lon;
-            front.tick = tickCount + 1;
+            front.tick = m.in.tick + 1;
         }
     }
     if (a.extrapCount > 0)
@@ -156,12 +155,12 @@ void learnPushbackSide(LiveAircraft& a, const PositionSample& n) {
 }
 
 /// True = it has driven off far enough for its push-back to be over.
-bool drivesOff(LiveAircraft& a, PositionSample& n) {
+bool drivesOff(LiveAircraft& a, PositionSample& n, const Motion& m) {
     const double d = distanceNm(n.position(), a.position());
     if (!((d > a.wingspan * awaySpans && d > a.lastAwayDist) || d > a.wingspan * awaySpansAtOnce)) {
         if (!a.holding) {
             a.holding = true;
-            a.holdStartTick = tickCount;
+            a.holdStartTick = m.in.tick;
         }
         a.lastAwayDist = d;
         return false;
@@ -169,7 +168,7 @@ bool drivesOff(LiveAircraft& a, PositionSample& n) {
     n.stopped = false;
     if (a.extrapCount > 0) {
         endInvention(a);
-        a.stream.front().tick = tickCount + 1;
+        a.stream.front().tick = m.in.tick + 1;
     }
     a.pushbackTurnRight.reset();
     a.pushbackStep = 0;
@@ -182,22 +181,22 @@ bool drivesOff(LiveAircraft& a, PositionSample& n) {
 }
 
 /// What the flight state makes of a sample. False = it does not join the stream.
-bool takenByState(LiveAircraft& a, PositionSample& n) {
+bool takenByState(LiveAircraft& a, PositionSample& n, const Motion& m) {
     switch (a.fs) {
     case FlightState::birth:
         return !a.stream.empty() && filterNewPos(a, n);
     case FlightState::parking:
     case FlightState::parked:
-        return a.st != AircraftStatus::buffer && a.st != AircraftStatus::adding2sim && checkAtStand(a, n);
+        return a.st != AircraftStatus::buffer && a.st != AircraftStatus::adding2sim && checkAtStand(a, n, m);
     case FlightState::pushing_back:
         learnPushbackSide(a, n);
         return false;
     case FlightState::pushed_back:
-        return drivesOff(a, n);
+        return drivesOff(a, n, m);
     default:
         if (a.approach || a.landingRoll)
-            return checkNewPosDuringLanding(a, n);
-        return !a.stream.empty() && filterNewPos(a, n) && (a.extrapCount <= 0 || checkExtendingSituations(a, n));
+            return checkNewPosDuringLanding(a, n, m);
+        return !a.stream.empty() && filterNewPos(a, n) && (a.extrapCount <= 0 || checkExtendingSituations(a, n, m));
     }
 }
 
@@ -210,30 +209,30 @@ void editStops(LiveAircraft& a, const PositionSample& n) {
         a.stream.resize(1);
 }
 
-void goAroundFromRunway(LiveAircraft& a) {
+void goAroundFromRunway(LiveAircraft& a, const Motion& m) {
     setFlightState(a, FlightState::taxi);
     a.departing = true;
-    setThrottleLevel(a, 3);
-    setSpoilers(a, spoilersOut);
-    setFlapsLevel(a, 1);
+    setThrottleLevel(a, 3, m);
+    setSpoilers(a, spoilersOut, m);
+    setFlapsLevel(a, 1, m);
     a.approach = a.landedSearch = a.climbing = false;
-    sendLights(a.objectid, {.landing = true, .taxi = true, .strobes = true, .logo = true});
+    sendLights(a.objectid, {.landing = true, .taxi = true, .strobes = true, .logo = true}, m);
     widenWindow(a);
 }
 
-void lookForTakeOff(LiveAircraft& a, const PositionSample& n) {
+void lookForTakeOff(LiveAircraft& a, const PositionSample& n, const Motion& m) {
     if (a.departing || !a.onGround || a.st != AircraftStatus::active || a.stream.empty())
         return;
     const PositionSample& last = a.stream.back();
     if (a.landingRoll) {
         if (last.airborne && n.airborne)
-            goAroundFromRunway(a);
+            goAroundFromRunway(a, m);
     } else if (a.fs == FlightState::taxi && (n.airborne || (n.gs >= takeOffSpeed && last.gs >= takeOffSpeed))) {
-        startTakeOffRun(a);
+        startTakeOffRun(a, m);
     }
 }
 
-void decode(LiveAircraft& a, PositionSample& n) {
+void decode(LiveAircraft& a, PositionSample& n, const Motion& m) {
     if (a.sz() > longestStream)
         removeAircraftFromSim(a); // such a stream cannot be flown any more
     if (a.holding && !a.stream.empty() &&
@@ -244,17 +243,17 @@ void decode(LiveAircraft& a, PositionSample& n) {
         return;
     }
     const bool newborn = a.fs == FlightState::birth;
-    if (!takenByState(a, n))
+    if (!takenByState(a, n, m))
         return;
     if (!newborn)
         editStops(a, n);
     if (!a.stream.empty() && a.stream.back().tick >= n.tick)
         n.tick = a.stream.back().tick + 1;
     if (!newborn)
-        lookForTakeOff(a, n);
+        lookForTakeOff(a, n, m);
     a.stream.push_back(n);
     if (!newborn && a.sz() == 2 && a.stream[0].stopped && a.stream[1].stopped) {
-        a.stream[0].tick = tickCount + 1;
+        a.stream[0].tick = m.in.tick + 1;
         a.stream[0].gs = a.stream[1].gs;
     }
 }
@@ -275,9 +274,9 @@ void endInvention(LiveAircraft& aircraft) {
     widenWindow(aircraft);
 }
 
-void decodeExisting(LiveAircraft& aircraft, PositionSample sample) {
+void decodeExisting(LiveAircraft& aircraft, PositionSample sample, const Motion& m) {
     try {
-        decode(aircraft, sample);
+        decode(aircraft, sample, m);
     } catch (const nwk::UserErrorException&) {
         throw;
     } catch (const std::exception& e) {

@@ -3,15 +3,16 @@
 #pragma once
 
 #include "traffic/live_aircraft.h"
+#include "traffic/motion.h"
 
 namespace kes {
 
 /// The last step of taking a report. The sample may be altered, or dropped, before it joins the stream. Throws
 /// runtime_error "{} exception {}" with its name.
-void decodeExisting(LiveAircraft& aircraft, PositionSample sample);
+void decodeExisting(LiveAircraft& aircraft, PositionSample sample, const Motion& m);
 
 /// A parked or parking aircraft: true = the sample joins the stream, for the feed shows it leaving.
-bool checkAtStand(LiveAircraft& aircraft, PositionSample& sample);
+bool checkAtStand(LiveAircraft& aircraft, PositionSample& sample, const Motion& m);
 
 /// A report for an aircraft that lived on invented samples: they end, and the arrival window is wide for a while.
 void endInvention(LiveAircraft& aircraft);

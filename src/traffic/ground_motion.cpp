@@ -2,7 +2,6 @@
 
 #include "core/log.h"
 #include "core/parameters.h"
-#include "core/run_state.h"
 #include "traffic/air_motion.h"
 #include "traffic/flight_phases.h"
 #include "traffic/life_cycle.h"
@@ -35,11 +34,11 @@ constexpr double leastRise = 0.1;     ///< feet
 /// Knots; in the order of AircraftCategory.
 constexpr std::array<double, 6> liftOffSpeed{90, 110, 140, 150, 220, 0};
 
-void timeStop(LiveAircraft& a) {
+void timeStop(LiveAircraft& a, const Motion& m) {
     const PositionSample& from = a.stream[0];
-    const std::int32_t now = tickCount;
+    const std::int32_t now = m.in.tick;
     const std::int32_t length = std::max(a.stream[1].tick - from.tick, shortestLegTicks);
-    planArrival(a, a.stream[1], std::max(shortestLegTicks, from.tick - now + length));
+    planArrival(a, a.stream[1], std::max(shortestLegTicks, from.tick - now + length), m);
 }
 
 /// The turn rate from the leg's ticks in proportion to those counted for the turn, 57 % of what the base rate takes. A
@@ -117,53 +116,55 @@ void lookForStand(LiveAircraft& a) {
         try2Park(a, false);
 }
 
-void planDeparture(LiveAircraft& a) {
+void planDeparture(LiveAircraft& a, const Motion& m) {
     widenWindow(a);
     if (!a.pullOutDue)
         return;
     const double exit = bearingRad({a.standLat, a.standLon}, a.stream.back().position());
     if (std::round(degreesBetween(a.standHeading, exit)) < 90.0)
-        pullOut(a);
+        pullOut(a, m);
     else
-        pushBack(a);
+        pushBack(a, m);
 }
 
-void rollOut(LiveAircraft& a) {
+void rollOut(LiveAircraft& a, const Motion& m) {
     if (degreesBetween(a.touchdownHeading, a.heading) < runwayTurn) {
         if (a.stream[0].gs <= rollOutSpeed) {
-            setSpoilers(a, 0);
-            setRollOutControls(a, 0.0, 0.0);
-            setFlapsLevel(a, 1);
+            setSpoilers(a, 0, m);
+            setRollOutControls(a, 0.0, 0.0, m);
+            setFlapsLevel(a, 1, m);
         }
         return;
     }
-    setFlapsLevel(a, 0);
+    setFlapsLevel(a, 0, m);
     a.landingRoll = false;
     a.touchdownHeading = 0.0;
-    setEngineLevel(a, 0);
-    setSpoilers(a, 0);
-    setRollOutControls(a, 0.0, 0.0);
-    sendLights(a.objectid, {.taxi = true, .logo = true, .cabin = true});
+    setEngineLevel(a, 0, m);
+    setSpoilers(a, 0, m);
+    setRollOutControls(a, 0.0, 0.0, m);
+    sendLights(a.objectid, {.taxi = true, .logo = true, .cabin = true}, m);
 }
 
-void setGroundThrottle(LiveAircraft& a) {
+void setGroundThrottle(LiveAircraft& a, const Motion& m) {
     if (a.landingRoll) {
-        rollOut(a);
+        rollOut(a, m);
     } else if (!a.departing) {
-        setEngineLevel(a, 0);
+        setEngineLevel(a, 0, m);
     } else if (a.category == AircraftCategory::rotorcraft) {
-        setThrottleLevel(a, 4);
+        setThrottleLevel(a, 4, m);
     } else {
         const double from = a.stream[0].gs, to = a.stream[1].gs;
-        setThrottleLevel(a, from >= 25.0 || to >= 30.0   ? 4
-                            : from >= 20.0 || to >= 25.0 ? 2
-                            : from >= 15.0 || to >= 20.0 ? 1
-                                                         : 0);
+        setThrottleLevel(a,
+                         from >= 25.0 || to >= 30.0   ? 4
+                         : from >= 20.0 || to >= 25.0 ? 2
+                         : from >= 15.0 || to >= 20.0 ? 1
+                                                      : 0,
+                         m);
     }
 }
 
 /// The samples ahead tell whether the aircraft lifts off on this leg.
-void lookForLiftOff(LiveAircraft& a) {
+void lookForLiftOff(LiveAircraft& a, const Motion& m) {
     bool airborne = true, fast = true, level = false;
     for (std::size_t i = 1; i < a.sz(); ++i) {
         const PositionSample& s = a.stream[i];
@@ -174,8 +175,8 @@ void lookForLiftOff(LiveAircraft& a) {
     if (level && !(airborne && fast))
         return;
     const PositionSample& next = a.stream[1];
-    a.altStep = !level && airborne ? std::max(next.alt - a.alt, leastRise) / ticksToGo(next) : a.climbStepMax;
-    beginRotation(a);
+    a.altStep = !level && airborne ? std::max(next.alt - a.alt, leastRise) / ticksToGo(next, m) : a.climbStepMax;
+    beginRotation(a, m);
 }
 
 } // namespace
@@ -197,29 +198,29 @@ void insertMidpoint(LiveAircraft& a) {
     a.stream.insert(a.stream.begin() + 1, middle);
 }
 
-void setLegTiming(LiveAircraft& aircraft) {
+void setLegTiming(LiveAircraft& aircraft, const Motion& m) {
     const PositionSample& from = aircraft.stream[0];
     PositionSample& to = aircraft.stream[1];
     if (to.stopped) {
-        timeStop(aircraft);
+        timeStop(aircraft, m);
         return;
     }
     aircraft.turnRate = aircraft.turnRateBase;
     const std::int32_t travel = travelTicks(from, to);
     if (aircraft.turning || curveRuns(aircraft))
         fitTurnRate(aircraft, travel, distanceNm(from.position(), to.position()));
-    planArrival(aircraft, to, travel);
+    planArrival(aircraft, to, travel, m);
 }
 
-void nextPosGround(LiveAircraft& aircraft) {
+void nextPosGround(LiveAircraft& aircraft, const Motion& m) {
     switch (aircraft.fs) {
     case FlightState::pushing_back:
-        continuePushBack(aircraft);
+        continuePushBack(aircraft, m);
         break;
     case FlightState::pushed_back:
         break;
     case FlightState::parked:
-        planDeparture(aircraft);
+        planDeparture(aircraft, m);
         break;
     default:
         if (!aircraft.stream[1].stopped)
@@ -227,15 +228,15 @@ void nextPosGround(LiveAircraft& aircraft) {
         lookForStand(aircraft);
     }
     if (aircraft.sz() > 1)
-        setLegTiming(aircraft);
+        setLegTiming(aircraft, m);
 }
 
-void setupGroundLeg(LiveAircraft& aircraft) {
+void setupGroundLeg(LiveAircraft& aircraft, const Motion& m) {
     // An aircraft whose livery was to be chosen anew, but stayed, is still in birth.
     if (aircraft.fs == FlightState::parked || aircraft.fs == FlightState::flying || aircraft.fs == FlightState::birth)
         setFlightState(aircraft, FlightState::taxi);
     else
-        setGroundThrottle(aircraft);
+        setGroundThrottle(aircraft, m);
     if (!aircraft.landingRoll && !aircraft.departing)
         shrinkWindow(aircraft);
     if (aircraft.flareStage == 0 && aircraft.fs != FlightState::take_off) {
@@ -244,15 +245,15 @@ void setupGroundLeg(LiveAircraft& aircraft) {
     }
     const PositionSample& next = aircraft.stream[1];
     if (curveRuns(aircraft))
-        aircraft.curveStep = 1.0 / ticksToGo(next);
+        aircraft.curveStep = 1.0 / ticksToGo(next, m);
     aircraft.tasLeg = aircraft.fs == FlightState::pushing_back ? -next.gs : next.gs;
     if (aircraft.departing && aircraft.fs != FlightState::take_off && aircraft.stream[0].gs >= takeOffSpeed)
-        lookForLiftOff(aircraft);
+        lookForLiftOff(aircraft, m);
 }
 
-void applyGroundData(LiveAircraft& aircraft, bool simOnGround, double groundAltitude, double agl) {
+void applyGroundData(LiveAircraft& aircraft, bool simOnGround, double groundAltitude, double agl, const Motion& m) {
     if (simOnGround && !aircraft.onGround && aircraft.rotationCount < 2)
-        touchdown(aircraft);
+        touchdown(aircraft, m);
     aircraft.agl = agl;
     if (aircraft.onGround || aircraft.rotationCount >= 2)
         aircraft.alt = aircraft.staticCg + groundAltitude;

@@ -1,7 +1,5 @@
 // Whether the feed shows a parked aircraft leaving its stand.
 #include "core/clock.h"
-#include "core/hh_now.h"
-#include "core/run_state.h"
 #include "traffic/flight_phases.h"
 #include "traffic/life_cycle.h"
 #include "traffic/parking.h"
@@ -19,8 +17,6 @@ constexpr double circleParking = nm(170.0);
 constexpr double beyondDoubt = nm(200.0);
 constexpr double realMove = nm(3.0);
 constexpr std::uint32_t movesAway = 3;
-constexpr std::int32_t sevenDaysTicks = 60480000;
-constexpr double ticksPerMinute = 6000.0;
 
 /// A shorter stay than this tells a tow: no airline turns an aircraft around as fast. Minutes; 0 = any stay will do.
 double shortestStay(AircraftCategory category) {
@@ -55,16 +51,16 @@ bool movedAway(LiveAircraft& a, double d) {
 }
 
 /// The first time a parked aircraft shows movement.
-void leave(LiveAircraft& a) {
+void leave(LiveAircraft& a, const Motion& m) {
     if (a.extrapCount >= 1) {
         if (a.fs == FlightState::parked && a.landedSearch && !a.stream.empty()) {
-            const std::int32_t parked = tickCount - (a.stream.front().tick - sevenDaysTicks);
-            if (parked / ticksPerMinute < shortestStay(a.category))
+            const std::int32_t parked = m.in.tick - (a.stream.front().tick - parkedForTicks);
+            if (static_cast<double>(parked) / ticksPerMinute < shortestStay(a.category))
                 a.towed = true;
         }
         a.landedSearch = false;
         if (a.fs == FlightState::parked && !a.stream.empty())
-            a.stream.front().tick = tickCount + 1;
+            a.stream.front().tick = m.in.tick + 1;
         endInvention(a);
     }
     noteDeparture(a);
@@ -73,7 +69,7 @@ void leave(LiveAircraft& a) {
 
 } // namespace
 
-bool checkAtStand(LiveAircraft& a, PositionSample& n) {
+bool checkAtStand(LiveAircraft& a, PositionSample& n, const Motion& m) {
     const double d = distanceNm({a.standLat, a.standLon}, n.position());
     a.feedAtStand = true;
     if (d <= (a.fsPrevious == FlightState::parking ? circleParking : circle)) {
@@ -95,7 +91,7 @@ bool checkAtStand(LiveAircraft& a, PositionSample& n) {
     n.stopped = false;
     a.pullOutDue = true;
     if (a.fsPrevious != FlightState::parked) {
-        leave(a);
+        leave(a, m);
         setFlightState(a, FlightState::parked);
     }
     return true;

@@ -94,6 +94,7 @@ void writeNoMatchReport() {
 void resetLiveTraffic() {
     liveAircraft.clear();
     clearOrders();
+    clearOutbox();
     landingList.clear();
     noMatchList.clear();
     abandoned.clear();

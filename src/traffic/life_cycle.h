@@ -3,6 +3,7 @@
 
 #include "sim/ai_commands.h"
 #include "traffic/live_aircraft.h"
+#include "traffic/motion.h"
 
 #include <cstdint>
 #include <deque>
@@ -34,17 +35,17 @@ extern NoMatchList noMatchList;
 void applySimReplies();
 /// `updateLiveAc` for each record front to back; drops the marked ones. An exception costs one aircraft its tick.
 void updateLiveAircraft();
-bool updateLiveAc(LiveAircraft& aircraft);
-void spawnLiveAc(LiveAircraft& aircraft);
+bool updateLiveAc(LiveAircraft& aircraft, const Motion& m);
+void spawnLiveAc(LiveAircraft& aircraft, const Motion& m);
 void removeAircraftFromSim(LiveAircraft& aircraft);
 void removeAircraftFromSim(AiAircraft& parked);
 void liveryRespawn(LiveAircraft& aircraft);
 bool checkIdentity(LiveAircraft& aircraft, const AircraftReport& report);
-void nextPosMain(LiveAircraft& aircraft);
+void nextPosMain(LiveAircraft& aircraft, const Motion& m);
 /// Makes the create request of the next birth.
 void spawnNext();
 /// The simulator has been asked for the object of this aircraft.
-void noteAsked(std::uint32_t hexid);
+void noteAsked(std::uint32_t hexid, std::int32_t tick);
 /// The traffic source has gone: live aircraft leave the simulator, waiting ones are dropped.
 void removeAllLiveForLostSource();
 /// The list of keys without livery into the log, when LOG is on.
@@ -58,19 +59,19 @@ void resetLiveTraffic();
 struct Lights {
     bool nav = true, beacon = true, landing = false, taxi = false, strobes = false, logo = false, cabin = false;
 };
-void sendLights(std::uint32_t objectid, const Lights& lights);
-void setCabin(const LiveAircraft& aircraft, bool lit);
+void sendLights(std::uint32_t objectid, const Lights& lights, const Motion& m);
+void setCabin(const LiveAircraft& aircraft, bool lit, const Motion& m);
 
 /// A level is sent only when it differs from the last one sent; 0 to 4 and 0 to 3. A Rotorcraft gets no flaps, gear or
 /// spoilers, and throttle 4 for 0.
-void setThrottleLevel(LiveAircraft& aircraft, std::int32_t level);
-void setFlapsLevel(LiveAircraft& aircraft, std::int32_t level);
-void setGear(LiveAircraft& aircraft, bool down);
-void setSpoilers(LiveAircraft& aircraft, std::uint32_t value);
+void setThrottleLevel(LiveAircraft& aircraft, std::int32_t level, const Motion& m);
+void setFlapsLevel(LiveAircraft& aircraft, std::int32_t level, const Motion& m);
+void setGear(LiveAircraft& aircraft, bool down, const Motion& m);
+void setSpoilers(LiveAircraft& aircraft, std::uint32_t value, const Motion& m);
 inline constexpr std::uint32_t spoilersOut = 16383;
 /// `level`, or 4 for a Rotorcraft.
-void setEngineLevel(LiveAircraft& aircraft, std::int32_t level);
+void setEngineLevel(LiveAircraft& aircraft, std::int32_t level, const Motion& m);
 /// Spoilers and throttles of the object itself, in percent; nothing for Light and Rotorcraft.
-void setRollOutControls(const LiveAircraft& aircraft, double spoilers, double throttle);
+void setRollOutControls(const LiveAircraft& aircraft, double spoilers, double throttle, const Motion& m);
 
 } // namespace kes

@@ -3,6 +3,7 @@
 
 #include "core/errors.h"
 #include "traffic/live_aircraft.h"
+#include "traffic/motion.h"
 
 #include <concepts>
 #include <cstdint>
@@ -23,7 +24,7 @@ void applyModel(LiveAircraft& aircraft);
 void takeModel(LiveAircraft& aircraft, const std::string& model);
 
 /// Decides whether an aircraft in buffer enters the simulator now.
-void spawnDecision(LiveAircraft& aircraft);
+void spawnDecision(LiveAircraft& aircraft, const Motion& m);
 
 /// The object of a creation that was given up may still come. Until it has, or until that is too long ago, nobody with
 /// its hexid is asked for: the two objects could not be told apart.
@@ -41,7 +42,7 @@ void eraseLive(LiveAircraft& aircraft);
 void compactLive();
 
 /// The stream has run out. True = a sample was added, the leg can begin.
-bool endOfStream(LiveAircraft& aircraft);
+bool endOfStream(LiveAircraft& aircraft, const Motion& m);
 
 /// Forgets the light sequences of all objects.
 void clearLightSequences();

@@ -2,7 +2,6 @@
 #include "airports/stands.h"
 #include "core/log.h"
 #include "core/parameters.h"
-#include "core/run_state.h"
 #include "traffic/air_motion.h"
 #include "traffic/ground_motion.h"
 #include "traffic/life_cycle.h"
@@ -25,47 +24,49 @@ std::int32_t ticksFor(const LiveAircraft& a, double distance) {
 }
 
 /// A sample `distance` nautical miles from `from`, `ticks` from now.
-PositionSample sampleAt(const LiveAircraft& a, LatLon from, double direction, double distance, std::int32_t ticks) {
+PositionSample sampleAt(const LiveAircraft& a, LatLon from, double direction, double distance, std::int32_t ticks,
+                        const Motion& m) {
     PositionSample s = a.stream.front();
     const LatLon at = destination(from, direction, distance * feetPerNm);
     s.lat = at.lat;
     s.lon = at.lon;
     s.gs = a.taxiSpeed;
-    s.tick = tickCount + ticks;
+    s.tick = m.in.tick + ticks;
     s.stopped = false;
     return s;
 }
 
-void startEngines(LiveAircraft& a) {
+void startEngines(LiveAircraft& a, const Motion& m) {
     if (a.objectid != 0) // which is the user's own aircraft
-        queueEvent(a.objectid, event::engineStart, 0);
-    setThrottleLevel(a, 0);
-    setFlapsLevel(a, 1);
+        m.out.event(a.objectid, event::engineStart, 0);
+    setThrottleLevel(a, 0, m);
+    setFlapsLevel(a, 1, m);
 }
 
-void leaveStandLights(LiveAircraft& a) {
-    sendLights(a.objectid, {.taxi = true, .logo = true});
+void leaveStandLights(LiveAircraft& a, const Motion& m) {
+    sendLights(a.objectid, {.taxi = true, .logo = true}, m);
 }
 
 } // namespace
 
-void pullOut(LiveAircraft& a) {
+void pullOut(LiveAircraft& a, const Motion& m) {
     a.pullOutDue = false;
     a.extrapCount = 0;
     const double distance = a.wingspan * pullOutSpans;
-    const PositionSample ahead = sampleAt(a, {a.standLat, a.standLon}, a.standHeading, distance, ticksFor(a, distance));
+    const PositionSample ahead =
+        sampleAt(a, {a.standLat, a.standLon}, a.standHeading, distance, ticksFor(a, distance), m);
     a.stream.resize(1);
     a.stream.front().gs = a.taxiSpeed;
     a.stream.push_back(ahead);
     setFlightState(a, FlightState::taxi);
     a.targetHeading = a.heading;
-    leaveStandLights(a);
-    startEngines(a);
+    leaveStandLights(a, m);
+    startEngines(a, m);
     if (par::LOG)
         log(fmt::format("{:8}: {:8} pulling out", standName(a.sid), a.callsign));
 }
 
-void pushBack(LiveAircraft& a) {
+void pushBack(LiveAircraft& a, const Motion& m) {
     a.extrapCount = 0;
     const double back = a.standHeading + pi;
     const Stand* stand = findStand(a.sid);
@@ -73,7 +74,7 @@ void pushBack(LiveAircraft& a) {
         return;
     const double distance = stand->radius * pushBackRadii;
     const std::int32_t ticks = ticksFor(a, distance);
-    const PositionSample behind = sampleAt(a, a.position(), back, distance, ticks);
+    const PositionSample behind = sampleAt(a, a.position(), back, distance, ticks, m);
     a.targetHeading = a.heading;
     a.turning = false; // a turn of the way in
     a.stream.resize(1);
@@ -82,18 +83,18 @@ void pushBack(LiveAircraft& a) {
     insertMidpoint(a);
     const LatLon middle = a.stream[1].position();
     const auto aside = [&](double direction) {
-        PositionSample s = sampleAt(a, behind.position(), direction, a.wingspan, 0);
+        PositionSample s = sampleAt(a, behind.position(), direction, a.wingspan, 0, m);
         s.tick += ticks / 2 + ticksFor(a, distanceNm(middle, s.position()));
         return s;
     };
     a.pushbackTail = aside(back + pi / 2.0);
     a.stream.push_back(aside(back - pi / 2.0));
-    leaveStandLights(a);
+    leaveStandLights(a, m);
     setFlightState(a, FlightState::pushing_back);
     a.pushbackStep = 2;
 }
 
-void continuePushBack(LiveAircraft& a) {
+void continuePushBack(LiveAircraft& a, const Motion& m) {
     --a.pushbackStep;
     if (a.pushbackStep == 1) {
         if (!a.pushbackTurnRight) {
@@ -107,7 +108,7 @@ void continuePushBack(LiveAircraft& a) {
         }
     } else if (a.pushbackStep < 1) {
         a.targetHeading = a.heading;
-        startEngines(a);
+        startEngines(a, m);
         setFlightState(a, FlightState::pushed_back);
         a.pushbackStep = 1;
         a.lastAwayDist = farAway;

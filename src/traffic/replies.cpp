@@ -34,28 +34,28 @@ struct LightSequence {
 };
 std::vector<LightSequence> lightSequences;
 
-void sendInitialSet(LiveAircraft& a) {
+void sendInitialSet(LiveAircraft& a, const Motion& m) {
     const std::int32_t idle = a.category == AircraftCategory::rotorcraft ? 4 : 0;
     if (!a.stream.empty() && a.stream.front().airborne) {
-        queueEvent(a.objectid, event::engineStart, 0);
-        setSpoilers(a, 0);
+        m.out.event(a.objectid, event::engineStart, 0);
+        setSpoilers(a, 0, m);
         const bool low = a.alt <= lowAltitude;
-        sendLights(a.objectid, {.landing = low, .strobes = true, .logo = low, .cabin = a.agl >= cabinLightAgl});
+        sendLights(a.objectid, {.landing = low, .strobes = true, .logo = low, .cabin = a.agl >= cabinLightAgl}, m);
         return;
     }
-    setSpoilers(a, 0);
+    setSpoilers(a, 0, m);
     if (a.fs == FlightState::parked) {
-        queueEvent(a.objectid, event::engineShutdown, 0);
-        sendLights(a.objectid, {.nav = par::NAV_LIGHTS_WHILE_PARKED, .beacon = false, .logo = true, .cabin = true});
-        setThrottleLevel(a, idle);
-        setFlapsLevel(a, 0);
+        m.out.event(a.objectid, event::engineShutdown, 0);
+        sendLights(a.objectid, {.nav = par::NAV_LIGHTS_WHILE_PARKED, .beacon = false, .logo = true, .cabin = true}, m);
+        setThrottleLevel(a, idle, m);
+        setFlapsLevel(a, 0, m);
         return;
     }
     const bool taxiing = a.fs == FlightState::taxi;
-    queueEvent(a.objectid, event::engineStart, 0);
-    sendLights(a.objectid, {.taxi = taxiing, .logo = true, .cabin = true});
-    setThrottleLevel(a, idle);
-    setFlapsLevel(a, taxiing ? 1 : 0);
+    m.out.event(a.objectid, event::engineStart, 0);
+    sendLights(a.objectid, {.taxi = taxiing, .logo = true, .cabin = true}, m);
+    setThrottleLevel(a, idle, m);
+    setFlapsLevel(a, taxiing ? 1 : 0, m);
 }
 
 template <typename Record> void becomeActive(Record& a) {
@@ -82,24 +82,24 @@ void eraseParked(AiAircraft& a) {
     parkedAircraft.pop_back();
 }
 
-void endStaticSequence(AiAircraft& a) {
-    queueEvent(a.objectid, event::engineShutdown, 0);
-    sendLights(a.objectid,
-               {.nav = par::NAV_LIGHTS_WHILE_PARKED, .beacon = false, .logo = true, .cabin = !a.standCargo});
+void endStaticSequence(AiAircraft& a, const Motion& m) {
+    m.out.event(a.objectid, event::engineShutdown, 0);
+    sendLights(a.objectid, {.nav = par::NAV_LIGHTS_WHILE_PARKED, .beacon = false, .logo = true, .cabin = !a.standCargo},
+               m);
     if (par::LOG)
         log(fmt::format("{:8}: {:8} parked", standName(a.sid), a.callsign));
     becomeActive(a);
 }
 
 /// False = the sequence is over, or its aircraft has gone.
-bool advanceSequence(LightSequence& sequence) {
+bool advanceSequence(LightSequence& sequence, const Motion& m) {
     if (sequence.hexid <= lastStaticHexid) {
         AiAircraft* parked = findParked(sequence.hexid);
         if (parked == nullptr || parked->objectid != sequence.objectid)
             return false;
         if (++sequence.ticks < sequenceTicks)
             return true;
-        endStaticSequence(*parked);
+        endStaticSequence(*parked, m);
         return false;
     }
     LiveAircraft* live = findLive(sequence.hexid);
@@ -110,12 +110,12 @@ bool advanceSequence(LightSequence& sequence) {
         sendAllLightsToggle(sequence.objectid);
     if (sequence.ticks < sequenceTicks)
         return true;
-    sendInitialSet(*live);
+    sendInitialSet(*live, m);
     becomeActive(*live);
     return false;
 }
 
-void onCreated(const SimReply& reply) {
+void onCreated(const SimReply& reply, const Motion& m) {
     if (reply.objectid < firstAiObject)
         return;
     LiveAircraft* a = findLive(reply.hexid);
@@ -128,7 +128,7 @@ void onCreated(const SimReply& reply) {
     a->agl = reply.b;
     if (!a->stream.empty() && !a->stream.front().airborne) {
         a->onGround = true;
-        setGear(*a, true);
+        setGear(*a, true, m);
         a->altStep = 0.0;
     }
     if (a->fs == FlightState::parked)
@@ -203,10 +203,10 @@ void onCreateFailed(std::uint32_t hexid) {
         stopForRefusals();
 }
 
-void applyReply(const SimReply& reply) {
+void applyReply(const SimReply& reply, const Motion& m) {
     switch (reply.kind) {
     case ReplyKind::created:
-        onCreated(reply);
+        onCreated(reply, m);
         break;
     case ReplyKind::createdStatic:
         onCreatedStatic(reply);
@@ -216,7 +216,7 @@ void applyReply(const SimReply& reply) {
         break;
     case ReplyKind::ground:
         if (LiveAircraft* a = findLiveByObject(reply.objectid))
-            applyGroundData(*a, reply.hexid != 0, reply.a, reply.b);
+            applyGroundData(*a, reply.hexid != 0, reply.a, reply.b, m);
         break;
     case ReplyKind::staticData:
         if (LiveAircraft* a = findLiveByObject(reply.objectid))
@@ -235,10 +235,11 @@ void clearLightSequences() {
 }
 
 void applySimReplies() {
-    drainSimReplies(applyReply);
+    const Motion m = motionNow();
+    drainSimReplies([&m](const SimReply& reply) { applyReply(reply, m); });
     std::size_t kept = 0;
     for (LightSequence& sequence : lightSequences) {
-        if (advanceSequence(sequence))
+        if (advanceSequence(sequence, m))
             lightSequences[kept++] = sequence;
     }
     lightSequences.resize(kept);

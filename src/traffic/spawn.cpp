@@ -123,14 +123,14 @@ void setInitialPose(LiveAircraft& a) {
 
 } // namespace
 
-void spawnDecision(LiveAircraft& a) {
+void spawnDecision(LiveAircraft& a, const Motion& m) {
     if (a.stream.empty()) {
         a.deleteNow = true;
         return;
     }
     const PositionSample& front = a.stream.front();
     const std::int32_t lead = !front.airborne && front.gs != 0.0 ? leadTaxiing : leadOthers;
-    if (tickCount < front.tick - lead)
+    if (m.in.tick < front.tick - lead)
         return;
     if (a.sz() == 1 || (isGhost(a.callsign) && contains(ghostList, a.callsign))) {
         a.deleteNow = true;
@@ -144,10 +144,10 @@ void spawnDecision(LiveAircraft& a) {
         a.deleteNow = true;
         return;
     }
-    spawnLiveAc(a);
+    spawnLiveAc(a, m);
 }
 
-void spawnLiveAc(LiveAircraft& aircraft) {
+void spawnLiveAc(LiveAircraft& aircraft, const Motion& m) {
     if (aircraft.sz() < 2) {
         log(fmt::format("{} sz:{}", "spawnLiveAc", aircraft.sz()));
         return;
@@ -166,7 +166,7 @@ void spawnLiveAc(LiveAircraft& aircraft) {
     }
     if (aircraft.deleteNow)
         return;
-    landingList.push_back(aircraft.hexid);
+    m.out.landings.push_back(aircraft.hexid);
     setInitialPose(aircraft);
     aircraft.st = AircraftStatus::adding2sim;
     aircraft.askedTick = -1;
@@ -199,9 +199,9 @@ void spawnNext() {
     orderCreate(std::move(request));
 }
 
-void noteAsked(std::uint32_t hexid) {
+void noteAsked(std::uint32_t hexid, std::int32_t tick) {
     if (LiveAircraft* a = findLive(hexid))
-        a->askedTick = tickCount;
+        a->askedTick = tick;
 }
 
 } // namespace kes

@@ -58,7 +58,7 @@ bool thinnedOut(const LiveAircraft& aircraft, const AircraftReport& report) {
     return aircraft.extrapCount < 1 && tooDense(last, report.sample, seconds);
 }
 
-void takeOwnReport(LiveAircraft& aircraft, const AircraftReport& report) {
+void takeOwnReport(LiveAircraft& aircraft, const AircraftReport& report, const Motion& m) {
     if (aircraft.st == AircraftStatus::liveryrespawn || aircraft.st == AircraftStatus::removingfromsim)
         return;
     if (!aircraft.stream.empty() && thinnedOut(aircraft, report))
@@ -68,7 +68,7 @@ void takeOwnReport(LiveAircraft& aircraft, const AircraftReport& report) {
     if (!checkIdentity(aircraft, report))
         return;
     aircraft.lastReportTime = report.timestamp;
-    decodeExisting(aircraft, report.sample);
+    decodeExisting(aircraft, report.sample, m);
 }
 
 bool secondTransponder(const AircraftReport& report) {
@@ -143,7 +143,7 @@ void takeReports() {
 
 void findOrCreate(AircraftReport& report) {
     if (LiveAircraft* known = findLive(report.hexid)) {
-        takeOwnReport(*known, report);
+        takeOwnReport(*known, report, motionNow());
         return;
     }
     if (secondTransponder(report))

@@ -22,7 +22,7 @@ bool isMarked(const LiveAircraft& a) {
     return a.deleteNow || a.deleteQueued;
 }
 
-void nextPos(LiveAircraft& a) {
+void nextPos(LiveAircraft& a, const Motion& m) {
     clearCurve(a);
     const PositionSample& front = a.stream[0];
     PositionSample& next = a.stream[1];
@@ -31,9 +31,9 @@ void nextPos(LiveAircraft& a) {
     if (!next.stopped)
         a.targetHeading = bearingRad({front.lat, front.lon}, {next.lat, next.lon});
     if (a.onGround)
-        named("nextPosGround", a, [&] { nextPosGround(a); });
+        named("nextPosGround", a, [&] { nextPosGround(a, m); });
     else
-        named("nextPosAir", a, [&] { nextPosAir(a); });
+        named("nextPosAir", a, [&] { nextPosAir(a, m); });
     if (a.sz() < 2) { // the ground logic may cut a stream
         reportEmptyStream("nextPos", a);
         throw std::runtime_error("stream is empty");
@@ -45,26 +45,26 @@ void nextPos(LiveAircraft& a) {
         if (!a.landingRoll && !a.departing)
             shrinkWindow(a);
     } else {
-        aimAt(a, target, ticksToGo(target));
+        aimAt(a, target, ticksToGo(target, m));
         if (a.onGround)
-            setupGroundLeg(a);
+            setupGroundLeg(a, m);
         else
-            setupAirLeg(a);
+            setupAirLeg(a, m);
     }
     a.stream.pop_front();
 }
 
-void beginLegs(LiveAircraft& a) {
+void beginLegs(LiveAircraft& a, const Motion& m) {
     for (;;) {
         if (a.sz() >= 2) {
             if (!a.onGround && a.stream[1].stopped && a.category != AircraftCategory::rotorcraft) {
                 a.stream.erase(a.stream.begin() + 1);
                 continue;
             }
-            named("nextPos", a, [&] { nextPos(a); });
+            named("nextPos", a, [&] { nextPos(a, m); });
             return;
         }
-        if (endOfStream(a))
+        if (endOfStream(a, m))
             continue;
         if (a.fs != FlightState::parked) {
             learnStand(a, a.fs != FlightState::flying);
@@ -74,7 +74,7 @@ void beginLegs(LiveAircraft& a) {
     }
 }
 
-void advanceOneTick(LiveAircraft& a) {
+void advanceOneTick(LiveAircraft& a, const Motion& m) {
     if (a.stream.empty()) {
         const std::string place = fmt::format("{:.6f},{:.6f}", a.lat, a.lon);
         log(fmt::format("{} stream empty ? {}, hexid:{}, objectid:{}, alt:{:.0f} ft, lalo:{}, TAS:{:.0f}",
@@ -82,15 +82,15 @@ void advanceOneTick(LiveAircraft& a) {
         removeAircraftFromSim(a);
         return;
     }
-    if (tickCount >= a.stream.front().tick) {
-        nextPosMain(a);
+    if (m.in.tick >= a.stream.front().tick) {
+        nextPosMain(a, m);
         a.vsOut = a.vsFpm / 60.0;
         a.tasOut = a.stream.empty() || a.stream.front().stopped ? 0.0 : a.tasLeg;
     }
     if (a.st != AircraftStatus::active || a.stream.empty())
         return;
     if (!a.stream.front().stopped)
-        advancePosition(a);
+        advancePosition(a, m);
     if (a.objectid == 0) {
         log(fmt::format("{} objectid=0? hexid: {},cs:{}, reg:{}, aimo:{} sz:{}", "updateLiveAc", a.hexid, a.callsign,
                         a.regcode, aimo(a), a.sz()));
@@ -111,26 +111,27 @@ void giveUpCreation(LiveAircraft& a) {
 
 } // namespace
 
-void nextPosMain(LiveAircraft& aircraft) {
-    named("nextPosMain", aircraft, [&] { beginLegs(aircraft); });
+void nextPosMain(LiveAircraft& aircraft, const Motion& m) {
+    named("nextPosMain", aircraft, [&] { beginLegs(aircraft, m); });
 }
 
-bool updateLiveAc(LiveAircraft& aircraft) {
+bool updateLiveAc(LiveAircraft& aircraft, const Motion& m) {
     if (aircraft.st == AircraftStatus::active)
-        advanceOneTick(aircraft);
+        advanceOneTick(aircraft, m);
     else if (aircraft.st == AircraftStatus::buffer)
-        spawnDecision(aircraft);
+        spawnDecision(aircraft, m);
     else if (aircraft.st == AircraftStatus::adding2sim && aircraft.objectid == 0 && aircraft.askedTick >= 0 &&
-             tickCount - aircraft.askedTick > longestCreation)
+             m.in.tick - aircraft.askedTick > longestCreation)
         giveUpCreation(aircraft);
     return isMarked(aircraft);
 }
 
 void updateLiveAircraft() {
+    const Motion m = motionNow();
     bool dropAsked = false;
     for (LiveAircraft& a : liveAircraft) {
         try {
-            if (updateLiveAc(a))
+            if (updateLiveAc(a, m))
                 dropAsked = true;
         } catch (const nwk::UserErrorException&) {
             throw;

@@ -20,7 +20,7 @@ struct AirEventsTest : test::EventTest {
         a.stream = {air(0, tickCount, 200, alt), air(0.01, tickCount + 1000, 200, alt)};
         a.stream[0].vs = vs;
         a.agl = agl;
-        nextPosMain(a);
+        nextPosMain(a, motionNow());
         return sent();
     }
 };
@@ -179,7 +179,7 @@ TEST_F(AirEventsTest, ByTheDataOnTheGroundTheGearComesDown) {
             a.alt = 300;
             a.agl = 100;
             a.lowLights = true;
-            nextPosMain(a);
+            nextPosMain(a, motionNow());
             EXPECT_EQ(sent(), kindOf[category] == rotor ? "cabin 0" : "gear 1, cabin 0") << category;
         }
     }
@@ -205,7 +205,7 @@ TEST_F(AirEventsTest, TakeOffRunAndGoAroundFromTheRunway) {
             LiveAircraft& a = onlyFlight({ground(0, 5000, 140), sample(0.002, 9000)}, modelOfCategory[category]);
             a.landingRoll = a.landedSearch = c.landingRoll;
             a.climbing = true;
-            decodeExisting(a, sample(0.004, 9500));
+            decodeExisting(a, sample(0.004, 9500), motionNow());
             const std::string& expected = kindOf[category] == rotor ? c.rotor : c.wings;
             EXPECT_EQ(sent(), expected) << c.what << category;
             EXPECT_EQ(a.departing, !expected.empty()) << c.what;
@@ -309,7 +309,7 @@ TEST_F(AirEventsTest, FromTheFlareToTheTaxiway) {
         for (const Roll& r : rolls) {
             a.stream = {ground(0, tickCount, r.gs), ground(0.001, tickCount + 500, r.gs)};
             a.heading = normalizeAngle(0.3 + r.turned * degToRad);
-            nextPosMain(a);
+            nextPosMain(a, motionNow());
             EXPECT_EQ(sent(), r.told[kind]) << r.gs << " kn, " << category;
         }
         EXPECT_FALSE(a.landingRoll) << category;
@@ -385,7 +385,7 @@ TEST_F(AirEventsTest, AWindowNarrowsOnceALeg) {
         a.agl = c.agl;
         a.earlyTicks = 2000;
         a.lateTicks = 5000;
-        nextPosMain(a);
+        nextPosMain(a, motionNow());
         EXPECT_EQ(a.earlyTicks, 2000 - c.fall) << c.what;
         EXPECT_EQ(a.lateTicks, 5000 - c.fall) << c.what;
         EXPECT_EQ(a.climbing, c.vs > 600) << c.what;
@@ -394,7 +394,7 @@ TEST_F(AirEventsTest, AWindowNarrowsOnceALeg) {
     LiveAircraft& a = onlyFlight({air(0, 5000, 140, 1500), air(0.01, 6000, 140, 1400)});
     a.stream[0].vs = -700;
     a.agl = 1500;
-    nextPosMain(a);
+    nextPosMain(a, motionNow());
     EXPECT_TRUE(a.approach);
     EXPECT_EQ(a.earlyTicks, 3000);
     EXPECT_EQ(a.lateTicks, 3000);

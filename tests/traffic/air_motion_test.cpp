@@ -70,7 +70,7 @@ TEST_F(AirMotionTest, WhatALegDoesWithTheHeight) {
         a.alt = 1000;
         a.agl = c.agl;
         a.approach = c.approach;
-        nextPosMain(a);
+        nextPosMain(a, motionNow());
         EXPECT_NEAR(a.altStep, c.altStep, 1e-3) << c.what;
         if (c.byRate) {
             EXPECT_NEAR(a.altStep, c.altStep, 1e-12) << c.what;
@@ -105,7 +105,7 @@ TEST_F(AirMotionTest, SamplesOnTheGroundAreSkippedByOneThatClimbed) {
         LiveAircraft& a = activeFlight(firstHex, stream);
         a.onGround = false;
         a.alt = 500;
-        nextPosMain(a);
+        nextPosMain(a, motionNow());
         EXPECT_EQ(a.sz(), c.skipped ? c.after + 1 : stream.size() - 1) << c.what;
         EXPECT_EQ(a.stream.front().alt, c.skipped ? 700 : 0) << c.what;
         if (!c.skipped)
@@ -134,7 +134,7 @@ TEST_F(AirMotionTest, TheNoseFollowsTheVerticalSpeed) {
                 a.fs = FlightState::take_off;
             else
                 EXPECT_NEAR(initialPitch(a.stream[1]) * radToDeg, c.degrees, 1e-9);
-            nextPosMain(a);
+            nextPosMain(a, motionNow());
             const double pitch = a.pitch + a.pitchStep * (a.stream.front().tick - 5000);
             if (rotating)
                 EXPECT_EQ(a.pitchStep, 0.5) << "the rotation has its own";
@@ -159,7 +159,7 @@ TEST_F(AirMotionTest, BankAndPitchChangeNoFasterThanTheCategory) {
             stream[1].vs = 2400;
             LiveAircraft& a = activeFlight(firstHex, stream, c.model);
             a.pitch = 10 * degToRad;
-            nextPosMain(a);
+            nextPosMain(a, motionNow());
             EXPECT_NEAR(a.bankStep * radToDeg, -c.bankStep * east, 1e-9) << c.model << ": right is negative";
             EXPECT_NEAR(a.pitchStep * radToDeg, -c.pitchStep, 1e-9) << c.model;
             EXPECT_NEAR(angleDiff(a.heading, a.heading + a.headingStep * (a.stream.front().tick - tickCount)) *
@@ -172,7 +172,7 @@ TEST_F(AirMotionTest, BankAndPitchChangeNoFasterThanTheCategory) {
             stream[2] = air(0.5, 60000);
             stream[2].lon += 0.1 * east;
             LiveAircraft& b = activeFlight(firstHex, stream, c.model);
-            nextPosMain(b);
+            nextPosMain(b, motionNow());
             const double bank = b.bankStep * (b.stream.front().tick - tickCount) * radToDeg;
             EXPECT_NEAR(bank, -std::min(c.most, 90.0) * east, 0.5) << c.model;
         }
@@ -197,7 +197,7 @@ TEST_F(AirMotionTest, ATrustedHeadingGoesBeforeTheCourseNearTheGround) {
         LiveAircraft& a = activeFlight(firstHex, stream);
         a.agl = c.agl;
         a.approach = c.approach;
-        nextPosMain(a);
+        nextPosMain(a, motionNow());
         EXPECT_NEAR(a.headingStep * (a.stream.front().tick - tickCount), c.taken ? 0.2 : 0, 1e-6) << c.agl;
     }
     // A place that is not left again, or the last sample, leads nowhere: the heading stays.
@@ -207,7 +207,7 @@ TEST_F(AirMotionTest, ATrustedHeadingGoesBeforeTheCourseNearTheGround) {
         stream.resize(samples);
         LiveAircraft& a = activeFlight(firstHex, stream);
         a.heading = 1.0;
-        nextPosMain(a);
+        nextPosMain(a, motionNow());
         EXPECT_EQ(a.headingStep, 0) << samples;
     }
 }

@@ -41,7 +41,7 @@ TEST_F(ConflictsTest, TheNearestStayUnderMaxLive) {
         LiveAircraft& newcomer = activeFlight(firstHex + 90, {air(c.miles / 60, 5000), air(1, far)});
         newcomer.st = AircraftStatus::buffer;
         newcomer.fs = FlightState::birth;
-        updateLiveAc(newcomer);
+        updateLiveAc(newcomer, motionNow());
         EXPECT_EQ(newcomer.st == AircraftStatus::adding2sim, c.spawns) << c.limit << " " << c.miles;
         EXPECT_EQ(newcomer.deleteNow, !c.spawns) << c.limit << " " << c.miles;
         std::vector<std::uint32_t> left;

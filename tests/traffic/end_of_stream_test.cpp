@@ -78,7 +78,7 @@ TEST_F(EndOfStreamTest, WhoGetsInventedSamples) {
             a.fs = FlightState::parked;
         userAircraft.lat = c.userKnown ? homeLat : 0;
         userAircraft.lon = c.userKnown ? homeLon : 0;
-        EXPECT_EQ(endOfStream(a), c.samples == 1) << c.what;
+        EXPECT_EQ(endOfStream(a, motionNow()), c.samples == 1) << c.what;
         EXPECT_EQ(a.sz(), 1 + c.samples) << c.what;
     }
 }
@@ -88,7 +88,7 @@ TEST_F(EndOfStreamTest, AnApproachSinksAndKeepsItsSpeedAtTheEnd) {
     a.approach = true;
     std::vector<double> gs;
     std::vector<double> alt;
-    while (endOfStream(a)) {
+    while (endOfStream(a, motionNow())) {
         const PositionSample s = a.stream.back();
         gs.push_back(s.gs);
         alt.push_back(s.alt);
@@ -102,7 +102,7 @@ TEST_F(EndOfStreamTest, AnApproachSinksAndKeepsItsSpeedAtTheEnd) {
     EXPECT_NEAR(alt[0], 500 - 8 * 10.005, 1e-9);
     EXPECT_EQ(alt[6], 0) << "never below 0";
     EXPECT_EQ(a.extrapCount, -1);
-    EXPECT_FALSE(endOfStream(a)) << "and nothing more";
+    EXPECT_FALSE(endOfStream(a, motionNow())) << "and nothing more";
 }
 
 TEST_F(EndOfStreamTest, SpeedsOnTheGround) {
@@ -127,7 +127,7 @@ TEST_F(EndOfStreamTest, SpeedsOnTheGround) {
         a.stream[0].stopped = c.stopped;
         a.stream[0].vs = 77;
         a.heading = pi / 2;
-        ASSERT_TRUE(endOfStream(a));
+        ASSERT_TRUE(endOfStream(a, motionNow()));
         const PositionSample& s = a.stream.back();
         EXPECT_EQ(s.gs, c.expected) << c.what << c.gs;
         EXPECT_EQ(s.vs, c.vs) << c.what << c.gs;
@@ -144,7 +144,7 @@ TEST_F(EndOfStreamTest, TheFlareIsLeftToItsRows) {
     a.approach = true;
     a.flareStage = 2;
     a.stream[0].vs = -300;
-    ASSERT_TRUE(endOfStream(a));
+    ASSERT_TRUE(endOfStream(a, motionNow()));
     EXPECT_EQ(a.stream.back().vs, -300);
     EXPECT_EQ(a.stream.back().alt, 20);
     EXPECT_EQ(a.stream.back().gs, 1) << "nobody stands still in the air";
@@ -153,7 +153,7 @@ TEST_F(EndOfStreamTest, TheFlareIsLeftToItsRows) {
 TEST_F(EndOfStreamTest, ATakeOffThatEndsClimbs) {
     LiveAircraft& a = activeFlight(firstHex, {air(0, 5000, 150, 600)});
     a.fs = FlightState::take_off;
-    ASSERT_TRUE(endOfStream(a));
+    ASSERT_TRUE(endOfStream(a, motionNow()));
     EXPECT_EQ(a.stream.back().vs, 1500);
     EXPECT_EQ(a.stream.back().alt, 800);
 }
@@ -186,7 +186,7 @@ TEST_F(EndOfStreamTest, WhoHoldsAndHow) {
         a.fs = c.fs;
         a.departing = c.departing;
         a.landingRoll = c.landingRoll;
-        ASSERT_TRUE(endOfStream(a)) << text(c.fs);
+        ASSERT_TRUE(endOfStream(a, motionNow())) << text(c.fs);
         EXPECT_EQ(a.holding, c.holds) << text(c.fs);
         EXPECT_EQ(a.extrapCount, c.holds ? 1 : 10) << text(c.fs);
         EXPECT_EQ(a.stream.back().tick, 5300) << text(c.fs);
@@ -218,7 +218,7 @@ TEST_F(EndOfStreamTest, NobodyHoldsBesideAnother) {
         LiveAircraft& a = activeFlight(firstHex, {ground(0, 5000, 10)});
         a.holding = true;
         a.holdStartTick = 4000;
-        EXPECT_EQ(endOfStream(a), c.holds) << c.what;
+        EXPECT_EQ(endOfStream(a, motionNow()), c.holds) << c.what;
         EXPECT_EQ(a.holding, c.holds) << c.what;
         EXPECT_EQ(a.holdStartTick, 4000) << c.what;
     }

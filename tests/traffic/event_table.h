@@ -70,6 +70,7 @@ struct EventTest : TrafficTest {
 
     /// Hands all that waits to the simulator; `fly` does so after each tick.
     void collect() {
+        flushOutbox();
         {
             const auto model = world::worldSimulator();
             for (const world::SimObject& object : model->objects) {

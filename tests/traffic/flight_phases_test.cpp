@@ -66,7 +66,7 @@ TEST_F(FlightPhasesTest, NoiseIsStandingStillOnTheGroundAndNothingInTheAir) {
         a.stream[0].tick = 8000;
         PositionSample n = northOf(last, c.metres, c.gs);
         n.lon += c.east;
-        decodeExisting(a, n);
+        decodeExisting(a, n, motionNow());
         EXPECT_EQ(a.sz() == 3, c.taken) << c.what;
         if (!c.taken)
             continue;
@@ -82,7 +82,7 @@ TEST_F(FlightPhasesTest, NoiseIsStandingStillOnTheGroundAndNothingInTheAir) {
 TEST_F(FlightPhasesTest, AHelicopterMayHover) {
     const PositionSample last = air(0, 9000, 5, 600);
     LiveAircraft& a = activeFlight(firstHex, {last, last}, "EC35");
-    decodeExisting(a, northOf(last, 0, 0));
+    decodeExisting(a, northOf(last, 0, 0), motionNow());
     ASSERT_EQ(a.sz(), 3U);
     EXPECT_TRUE(a.stream[2].stopped);
 }
@@ -105,12 +105,12 @@ TEST_F(FlightPhasesTest, ShortStopsAreTakenOut) {
         LiveAircraft& a = activeFlight(firstHex, {northOf(rolling, -100, 10, -1000), rolling});
         for (int i = 1; i <= 3; ++i) {
             const auto later = static_cast<std::int32_t>(std::lround(c.seconds * 100 / 3 * i));
-            decodeExisting(a, northOf(rolling, c.jitter[i - 1], 0, later));
+            decodeExisting(a, northOf(rolling, c.jitter[i - 1], 0, later), motionNow());
             EXPECT_EQ(a.stream.back().tick, c.jitter[i - 1] == 0 ? 9000 + later : 9000 + i) << c.what;
             EXPECT_EQ(a.stream.back().lat, rolling.lat) << c.what;
         }
         ASSERT_EQ(a.sz(), 5U) << c.what;
-        decodeExisting(a, northOf(rolling, c.metres, 10, 9000));
+        decodeExisting(a, northOf(rolling, c.metres, 10, 9000), motionNow());
         EXPECT_EQ(a.sz(), c.kept ? 6U : 3U) << c.what;
         EXPECT_FALSE(a.stream.back().stopped) << c.what;
         EXPECT_EQ(a.stream[1].tick, 9000) << c.what << ": the last moving sample stays";
@@ -127,7 +127,7 @@ TEST_F(FlightPhasesTest, OnlyTheLastFiveSamplesOfAStopAreLookedAt) {
             stream.back().stopped = true;
         }
         LiveAircraft& a = activeFlight(firstHex, stream);
-        decodeExisting(a, northOf(stream[1], 60, 10, 2000));
+        decodeExisting(a, northOf(stream[1], 60, 10, 2000), motionNow());
         EXPECT_EQ(a.sz(), stops <= 5 ? 3U : stops + 3) << stops;
     }
 }
@@ -155,7 +155,7 @@ TEST_F(FlightPhasesTest, ALandingNeitherTurnsAroundNorSpeedsUp) {
         a.approach = c.approach;
         a.landingRoll = !c.approach;
         a.heading = 0;
-        decodeExisting(a, northOf(s, 200 + c.metres, c.gs, 1500));
+        decodeExisting(a, northOf(s, 200 + c.metres, c.gs, 1500), motionNow());
         EXPECT_EQ(a.sz(), c.left) << c.what;
         EXPECT_EQ(a.stream.back().gs, c.expectedGs) << c.what;
     }
@@ -204,7 +204,7 @@ TEST_F(FlightPhasesTest, HowFarASampleOfALandingMayLieAside) {
         a.extrapCount = c.extrapCount;
         a.lat += 0.0001;
         a.lon += 0.0002;
-        decodeExisting(a, aside(stream.back(), 200, c.degrees));
+        decodeExisting(a, aside(stream.back(), 200, c.degrees), motionNow());
         EXPECT_EQ(a.sz(), c.left) << c.what;
         EXPECT_EQ(a.stream[0].lat, c.frontMoved ? a.lat : s.lat) << c.what;
         EXPECT_EQ(a.stream[0].lon, c.frontMoved ? a.lon : s.lon) << c.what;
@@ -229,7 +229,7 @@ TEST_F(FlightPhasesTest, AReportEndsTheInventedWayUnlessItLiesBehind) {
         a.departing = c.departing;
         a.holding = true;
         a.holdStartTick = 77;
-        decodeExisting(a, aside(a.stream[0], 200, c.degrees));
+        decodeExisting(a, aside(a.stream[0], 200, c.degrees), motionNow());
         EXPECT_EQ(a.sz(), c.resumes ? 2U : 1U) << c.degrees;
         EXPECT_EQ(a.extrapCount, c.resumes ? 0 : 5) << c.degrees;
         EXPECT_EQ(a.stream[0].tick, c.resumes ? tickCount + 1 : 9000) << c.degrees;
@@ -264,16 +264,16 @@ TEST_F(FlightPhasesTest, ATakeOffRunBeginsWithTheSecondFastSample) {
         PositionSample n = northOf(a.stream.back(), 400, c.gs);
         n.alt = c.airborne ? 100 : 0;
         n.airborne = c.airborne;
-        decodeExisting(a, n);
+        decodeExisting(a, n, motionNow());
         EXPECT_EQ(a.departing, c.begins) << c.what;
         EXPECT_EQ(a.lateTicks, c.begins ? 5000 : 1000) << c.what;
     }
     resetLiveTraffic();
     LiveAircraft& b = activeFlight(firstHex, {ground(0, 9000, 90)});
     b.landingRoll = true;
-    decodeExisting(b, air(0.002, 9500, 140, 100));
+    decodeExisting(b, air(0.002, 9500, 140, 100), motionNow());
     EXPECT_FALSE(b.departing) << "one airborne sample of a landing is noise";
-    decodeExisting(b, air(0.004, 10000, 140, 300));
+    decodeExisting(b, air(0.004, 10000, 140, 300), motionNow());
     EXPECT_TRUE(b.departing) << "two are a go-around";
 }
 
@@ -301,7 +301,7 @@ TEST_F(FlightPhasesTest, ThePushIsWatchedForItsSideWhileItRunsStraight) {
         n.trueHeadingValid = c.headingValid;
         n.trueHeading = c.headingDegrees * degToRad;
         n.track = c.trackDegrees;
-        decodeExisting(a, n);
+        decodeExisting(a, n, motionNow());
         EXPECT_EQ(a.pushbackTurnRight.has_value(), c.side != 0) << c.what;
         EXPECT_EQ(a.pushbackTurnRight.value_or(false), c.side > 0) << c.what;
         EXPECT_EQ(a.sz(), 1U) << c.what;
@@ -328,7 +328,7 @@ TEST_F(FlightPhasesTest, APushedBackAircraftWaitsUntilItDrivesOff) {
         a.holding = c.driven; // since an earlier report
         PositionSample n = northOf(a.stream[0], c.metres, 5);
         n.stopped = true;
-        decodeExisting(a, n);
+        decodeExisting(a, n, motionNow());
         ASSERT_EQ(a.sz(), c.driven ? 2U : 1U) << c.metres;
         EXPECT_EQ(a.fs, c.driven ? FlightState::taxi : FlightState::pushed_back) << c.metres;
         EXPECT_EQ(a.pushbackTurnRight.has_value(), !c.driven) << c.metres;
@@ -345,7 +345,7 @@ TEST_F(FlightPhasesTest, APushedBackAircraftWaitsUntilItDrivesOff) {
             continue;
         EXPECT_NEAR(a.lastAwayDist, c.metres / metresPerNm, 1e-4 / metresPerNm * c.metres) << c.metres;
         tickCount = tickCount + 10;
-        decodeExisting(a, n);
+        decodeExisting(a, n, motionNow());
         EXPECT_EQ(a.holdStartTick, tickCount - 10) << "the hold goes on";
         tickCount = tickCount - 10;
     }
@@ -360,7 +360,7 @@ TEST_F(FlightPhasesTest, AStandingStreamStaysShort) {
         a.fs = fs;
         PositionSample n = northOf(s, 0, 0, 2000);
         n.gs = 0;
-        decodeExisting(a, n);
+        decodeExisting(a, n, motionNow());
         const bool cut = fs == FlightState::taxi; // one that is not born yet keeps all
         EXPECT_EQ(a.sz(), cut ? 2U : 4U) << text(fs);
         EXPECT_EQ(a.stream[0].tick, cut ? tickCount + 1 : 9000) << text(fs);
@@ -368,7 +368,7 @@ TEST_F(FlightPhasesTest, AStandingStreamStaysShort) {
         EXPECT_EQ(a.stream.back().tick, 11000) << text(fs);
         a.stream.resize(1);
         a.stream[0].tick = 9000;
-        decodeExisting(a, northOf(s, 0, 0, -500));
+        decodeExisting(a, northOf(s, 0, 0, -500), motionNow());
         EXPECT_EQ(a.stream[0].tick, cut ? tickCount + 1 : 9000) << text(fs);
         EXPECT_EQ(a.stream[1].tick, 9001) << "ticks rise";
     }
@@ -377,7 +377,7 @@ TEST_F(FlightPhasesTest, AStandingStreamStaysShort) {
     LiveAircraft& a = activeFlight(firstHex, {ground(0, 8000), ground(0, 9000), ground(0, 9100)}, "EC35");
     a.stream[1].stopped = a.stream[2].stopped = true;
     a.onGround = true;
-    decodeExisting(a, air(0.001, 9500, 20, 50));
+    decodeExisting(a, air(0.001, 9500, 20, 50), motionNow());
     EXPECT_EQ(a.sz(), 4U);
 }
 
@@ -389,7 +389,7 @@ TEST_F(FlightPhasesTest, AHeldAircraftThatMovedFarAwayGoes) {
         LiveAircraft& a = activeFlight(firstHex, {s});
         a.holding = true;
         a.extrapCount = 1;
-        decodeExisting(a, northOf(s, metres, 10));
+        decodeExisting(a, northOf(s, metres, 10), motionNow());
         EXPECT_EQ(a.st == AircraftStatus::removingfromsim, metres > 250) << metres;
         EXPECT_FALSE(a.holding) << metres;
     }

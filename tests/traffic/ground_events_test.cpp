@@ -47,7 +47,7 @@ TEST_F(GroundEventsTest, PullingOutStartsTheEnginesAtOnce) {
             EXPECT_EQ(sent(), forCategory(category, "lights nb-t-o-, engines on, throttle 0, flaps 3072",
                                           "lights nb-t-o-, engines on, throttle 16383"))
                 << modelOfCategory[category];
-            decodeExisting(liveAircraft[0], metresNorth(300, tickCount + 6000, 12));
+            decodeExisting(liveAircraft[0], metresNorth(300, tickCount + 6000, 12), motionNow());
             fly(3000);
             EXPECT_EQ(sent(), "") << modelOfCategory[category] << ": once";
         }
@@ -69,7 +69,7 @@ TEST_F(GroundEventsTest, APushBackIsSilentUntilItsEndAndThenStartsTheEngines) {
         EXPECT_EQ(sent(), forCategory(category, "engines on, flaps 3072", "engines on")) << model;
         fly(400);
         for (const double metres : {-230.0, -255.0})
-            decodeExisting(liveAircraft[0], metresNorth(metres, tickCount + 6000, 12));
+            decodeExisting(liveAircraft[0], metresNorth(metres, tickCount + 6000, 12), motionNow());
         fly(1000);
         EXPECT_EQ(liveAircraft[0].fs, FlightState::taxi) << model;
         EXPECT_EQ(sent(), "") << model << ": it drives off as it stands";
@@ -79,10 +79,10 @@ TEST_F(GroundEventsTest, APushBackIsSilentUntilItsEndAndThenStartsTheEngines) {
 TEST_F(GroundEventsTest, WithoutAnObjectNothingIsSaid) {
     for (const double exit : {30.0, -30.0}) {
         leavingFlight(2, exit).objectid = 0;
-        nextPosMain(liveAircraft[0]);
+        nextPosMain(liveAircraft[0], motionNow());
         liveAircraft[0].pushbackStep = 1;
-        continuePushBack(liveAircraft[0]);
-        startTakeOffRun(liveAircraft[0]);
+        continuePushBack(liveAircraft[0], motionNow());
+        startTakeOffRun(liveAircraft[0], motionNow());
         EXPECT_EQ(sent(), "") << "object 0 is the user's own aircraft";
     }
 }
@@ -125,15 +125,15 @@ TEST_F(GroundEventsTest, ATakeOffFromTheTaxiwayToTheClimb) {
         fly(1);
         EXPECT_EQ(sent(), forCategory(category, "throttle 0", "throttle 16383")) << model << ": taxi out";
         first.stream.front().gs = 12;
-        decodeExisting(first, metresNorth(200, 6600, 43));
+        decodeExisting(first, metresNorth(200, 6600, 43), motionNow());
         EXPECT_EQ(sent(), "") << model << ": a fast taxi";
-        decodeExisting(first, metresNorth(450, 7400, 60));
+        decodeExisting(first, metresNorth(450, 7400, 60), motionNow());
         EXPECT_EQ(sent(), forCategory(category, "spoilers 0, flaps 3072, lights nbltso-", "lights nbltso-"))
             << model << ": line-up";
         for (int i = 0; i < 25; ++i) {
             PositionSample s = air((1000 + 600.0 * i) * metre, 8400 + 500 * i, 230, 100 + 150.0 * i);
             s.vs = 1800;
-            decodeExisting(first, s);
+            decodeExisting(first, s, motionNow());
         }
         EXPECT_EQ(sent(), "") << model;
         std::string all, last; // since the line before, and of the last tick
@@ -169,7 +169,7 @@ TEST_F(GroundEventsTest, ARotationTakesWhatIsMissingForTheTakeOff) {
             onlyFlight({metresNorth(0, 5000, 100), metresNorth(60, 5600, 100)}, modelOfCategory[category]);
         a.approach = a.landedSearch = a.climbing = true;
         a.earlyTicks = a.lateTicks = 1000;
-        beginRotation(a);
+        beginRotation(a, motionNow());
         EXPECT_EQ(sent(), forCategory(category, "throttle 0, spoilers 0, flaps 3072, lights nbltso-",
                                       "throttle 16383, lights nbltso-"))
             << a.model;
@@ -180,7 +180,7 @@ TEST_F(GroundEventsTest, ARotationTakesWhatIsMissingForTheTakeOff) {
         a.landingRoll = a.approach = a.landedSearch = true;
         a.flapsIndex = 3;
         a.throttleIndex = category == rotorcraftIndex ? 4 : 3;
-        beginRotation(a);
+        beginRotation(a, motionNow());
         EXPECT_EQ(sent(), forCategory(category, "throttle 16383, spoilers 16383, flaps 3072", "")) << a.model;
         EXPECT_FALSE(a.landingRoll || a.approach || a.landedSearch) << a.model;
     }
@@ -188,10 +188,10 @@ TEST_F(GroundEventsTest, ARotationTakesWhatIsMissingForTheTakeOff) {
 
 TEST_F(GroundEventsTest, ATowThatTakesOffIsTold) {
     LiveAircraft& a = onlyFlight({metresNorth(0, 5000, 100), metresNorth(60, 5600, 100)});
-    startTakeOffRun(a);
+    startTakeOffRun(a, motionNow());
     EXPECT_FALSE(program.logHas("towed"));
     a.towed = true;
-    startTakeOffRun(a);
+    startTakeOffRun(a, motionNow());
     EXPECT_TRUE(program.logHas("towed aircraft takes-off? " + longLabel(a)));
 }
 
@@ -220,7 +220,7 @@ TEST_F(GroundEventsTest, TheRollOutEndsOffTheRunway) {
             a.flapsIndex = 3;
             a.touchdownHeading = 1.0;
             a.heading = 1.0 + c.turnedDegrees * degToRad;
-            nextPosMain(a);
+            nextPosMain(a, motionNow());
             const bool object = c.controls && category != 0 && category != rotorcraftIndex;
             EXPECT_EQ(sent(), (object ? "controls 0 0, " : "") + forCategory(category, c.wings, c.rotor))
                 << c.what << " " << a.model;
@@ -230,7 +230,7 @@ TEST_F(GroundEventsTest, TheRollOutEndsOffTheRunway) {
             if (!off)
                 continue;
             a.stream.push_back(metresNorth(120, 6000, 10));
-            nextPosMain(a);
+            nextPosMain(a, motionNow());
             EXPECT_EQ(sent(), "") << c.what << ": taxi in";
         }
     }

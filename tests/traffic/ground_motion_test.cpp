@@ -87,7 +87,7 @@ TEST_F(GroundMotionTest, WhichCornersGetACurve) {
         LiveAircraft& a = activeFlight(firstHex, {at(0, 0, 5000, c.gs0), c.s1, c.s2});
         a.heading = c.headingDegrees * degToRad;
         a.turning = true; // what the leg before did
-        nextPosGround(a);
+        nextPosGround(a, motionNow());
         EXPECT_EQ(curveRuns(a), c.does == curve) << c.what;
         EXPECT_EQ(a.turning, c.headingDegrees != 0) << c.what;
         EXPECT_EQ(a.sz(), c.does == curve ? 2U : c.does == midpoint ? 4U : 3U) << c.what;
@@ -103,7 +103,7 @@ TEST_F(GroundMotionTest, ALegTurnsByMoreThanThreeDegrees) {
     for (const double off : {2.9, -3.1, 170.0}) {
         LiveAircraft& a = activeFlight(firstHex, {at(0, 0, 5000), at(40, 0, 5800)});
         a.heading = normalizeAngle(off * degToRad);
-        nextPosGround(a);
+        nextPosGround(a, motionNow());
         EXPECT_EQ(a.turning, off != 2.9) << off;
         EXPECT_NEAR(a.legTurn, std::fabs(off), 1e-9);
     }
@@ -114,7 +114,7 @@ TEST_F(GroundMotionTest, SpeedStepsAtTheEndOfTheStreamUnlessItIsInvented) {
         resetLiveTraffic();
         LiveAircraft& a = activeFlight(firstHex, {at(0, 0, 5000), at(102, 0, 8000, 16)});
         a.extrapCount = invented;
-        nextPosGround(a);
+        nextPosGround(a, motionNow());
         EXPECT_EQ(a.sz(), invented == 0 ? 3U : 2U);
     }
 }
@@ -179,7 +179,7 @@ TEST_F(GroundMotionTest, TheTurnRateFitsTheLeg) {
             if (curve)
                 a.curve.fill(1.0);
             a.turnRate = 9; // of the leg before
-            setLegTiming(a);
+            setLegTiming(a, motionNow());
             EXPECT_NEAR(a.turnRate / a.turnRateBase, c.times, 0.003 * c.times) << c.what;
             EXPECT_EQ(a.earlyTicks, c.window) << c.what;
             EXPECT_EQ(a.lateTicks, c.window) << c.what;
@@ -189,10 +189,10 @@ TEST_F(GroundMotionTest, TheTurnRateFitsTheLeg) {
     a.legTurn = 135;
     a.earlyTicks = a.lateTicks = 3000;
     a.turning = true;
-    setLegTiming(a);
+    setLegTiming(a, motionNow());
     EXPECT_EQ(a.earlyTicks + a.lateTicks, 6000) << "a wider window stays";
     a.turning = false;
-    setLegTiming(a);
+    setLegTiming(a, motionNow());
     EXPECT_EQ(a.turnRate, a.turnRateBase);
 }
 
@@ -210,7 +210,7 @@ TEST_F(GroundMotionTest, AStopTakesItsTimeFromTheSampleBefore) {
         stop.stopped = true;
         LiveAircraft& a = activeFlight(firstHex, {at(0, 0, 5000 + c.from, 0), stop});
         a.extrapCount = c.extrap;
-        setLegTiming(a);
+        setLegTiming(a, motionNow());
         EXPECT_EQ(a.stream[1].tick - 5000, c.arrives) << c.what;
     }
 }
@@ -277,7 +277,7 @@ TEST_F(GroundMotionTest, ALegOnTheGroundSetsAttitudeWindowAndSpeed) {
         a.earlyTicks = a.lateTicks = 1500;
         a.staticPitch = 0.01;
         a.pitch = a.bank = a.pitchStep = a.bankStep = 0.2;
-        nextPosMain(a);
+        nextPosMain(a, motionNow());
         EXPECT_EQ(a.earlyTicks, c.window) << c.what;
         EXPECT_EQ(a.lateTicks, c.window) << c.what;
         EXPECT_EQ(a.pitch, c.flareStage == 0 ? 0.01 : 0.2) << c.what;
@@ -287,7 +287,7 @@ TEST_F(GroundMotionTest, ALegOnTheGroundSetsAttitudeWindowAndSpeed) {
     }
     resetLiveTraffic();
     LiveAircraft& a = activeFlight(firstHex, {at(0, 0, 5000), at(26, 0, 3000), at(26, 26, 3100)});
-    nextPosMain(a);
+    nextPosMain(a, motionNow());
     ASSERT_TRUE(curveRuns(a));
     EXPECT_EQ(a.curveStep, 1 / 25.0) << "also where the data are long past";
 }
@@ -312,7 +312,7 @@ TEST_F(GroundMotionTest, HeightAndPitchOnTheGroundAreTheSimulators) {
         a.fs = c.rotation == 1 ? FlightState::taxi : FlightState::take_off;
         a.alt = 77;
         a.staticCg = 9;
-        applyGroundData(a, c.simOnGround, 400, 33);
+        applyGroundData(a, c.simOnGround, 400, 33, motionNow());
         EXPECT_EQ(a.alt, c.alt) << c.what;
         EXPECT_EQ(a.agl, 33) << c.what;
         EXPECT_EQ(a.onGround, c.after) << c.what;
@@ -378,7 +378,7 @@ TEST_F(GroundMotionTest, APushBackGoesTailFirstAndSwingsAsTheFeedSays) {
         n.trueHeadingValid = c.noseDegrees >= 0;
         n.trueHeading = c.noseDegrees * degToRad;
         n.track = c.trackDegrees;
-        decodeExisting(liveAircraft[0], n);
+        decodeExisting(liveAircraft[0], n, motionNow());
         double north = 0;
         ASSERT_TRUE(runUntil([&] {
             const double now = metresOf(liveAircraft[0].position()).north;
@@ -396,7 +396,7 @@ TEST_F(GroundMotionTest, APushBackGoesTailFirstAndSwingsAsTheFeedSays) {
         run(400);
         EXPECT_EQ(a.lat, still.lat) << c.what;
         EXPECT_TRUE(a.holding) << c.what;
-        decodeExisting(a, at(-100, 120, tickCount + 3000, 12));
+        decodeExisting(a, at(-100, 120, tickCount + 3000, 12), motionNow());
         EXPECT_EQ(a.fs, FlightState::taxi) << c.what;
         EXPECT_EQ(a.sid, 0U) << c.what;
         EXPECT_EQ(a.standLat, 0) << c.what;
@@ -437,7 +437,7 @@ TEST_F(GroundMotionTest, AnExitAheadIsDrivenAndOneBehindIsPushed) {
     waits.pullOutDue = false;
     for (const bool departing : {false, true}) {
         waits.departing = departing;
-        nextPosGround(waits);
+        nextPosGround(waits, motionNow());
         EXPECT_EQ(waits.fs, FlightState::parked);
         EXPECT_EQ(waits.earlyTicks, 3000);
         EXPECT_EQ(waits.lateTicks, departing ? 5000 : 3000);
@@ -481,9 +481,9 @@ TEST_F(GroundMotionTest, RotatesWhenTheSamplesAheadSayThatItFlies) {
         LiveAircraft& a = activeFlight(firstHex, {ground(0, 5000, c.gs0), s1, s2}, c.model);
         a.departing = true;
         a.alt = 10;
-        nextPosMain(a);
+        nextPosMain(a, motionNow());
         ASSERT_EQ(a.fs == FlightState::take_off, c.climb != none) << c.what;
-        const double ticks = ticksToGo(a.stream.front());
+        const double ticks = ticksToGo(a.stream.front(), motionNow());
         if (c.climb != none) {
             EXPECT_NEAR(a.altStep, c.climb == most ? a.climbStepMax : (c.climb == least ? 0.1 : c.alt1 - 10) / ticks,
                         1e-9)
@@ -541,7 +541,7 @@ TEST_F(GroundMotionTest, ARotationEndsTurnAndBank) {
     LiveAircraft& a = activeFlight(firstHex, {at(0, 0, 5000, 100), at(60, 0, 5600, 100)});
     a.curve.fill(1.0);
     a.bank = a.bankStep = a.headingStep = 0.1;
-    beginRotation(a);
+    beginRotation(a, motionNow());
     EXPECT_FALSE(curveRuns(a));
     EXPECT_EQ(a.bank + a.bankStep + a.headingStep, 0);
 }

@@ -99,7 +99,7 @@ TEST_F(LifeCycleTest, ACreationIsGivenUpTwoMinutesAfterItsHandOver) {
     tickCount = tickCount + 20001; // its request waits behind others; no tick of its own passes
     updateLiveAircraft();
     ASSERT_EQ(liveAircraft.size(), 1U) << "the simulator has not been asked yet";
-    noteAsked(moveOne(50).createdLive);
+    noteAsked(moveOne(50).createdLive, tickCount);
     const std::int32_t asked = tickCount;
     EXPECT_EQ(a.askedTick, asked);
     tickCount = asked + 12000;

@@ -61,7 +61,7 @@ TEST_F(MotionPropertyTest, NothingJumpsWhateverComes) {
                 nextTime += seconds * 100;
                 s = nextReport(s, seconds);
                 s.tick = static_cast<std::int32_t>(nextTime);
-                decodeExisting(a, s);
+                decodeExisting(a, s, motionNow());
             }
             if (a.st != AircraftStatus::active)
                 break;

@@ -66,9 +66,9 @@ TEST_F(MotionTest, ArrivalTicksStayWithinTheWindow) {
         LiveAircraft& a =
             activeFlight(firstHex, {air(0, 5000, c.gs0), air(c.miles / 60, 5000 + c.due, c.gs1), air(1, 1 << 28)});
         a.extrapCount = c.extrap;
-        nextPosAir(a);
+        nextPosAir(a, motionNow());
         EXPECT_NEAR(a.stream[1].tick - 5000, c.arrives, 1) << c.what;
-        nextPosMain(a);
+        nextPosMain(a, motionNow());
         EXPECT_TRUE(std::isfinite(a.latStep)) << c.what;
         EXPECT_LE(std::fabs(a.latStep), c.miles / 60 / 25 + 1e-12) << c.what << ": no leg is shorter than 25 ticks";
     }
@@ -87,7 +87,7 @@ TEST_F(MotionTest, TheLegToTheGroundTakesTheSpeedItBeginsWith) {
             firstHex, {air(0, 5000, c.gs0), c.lands ? ground(5 / 60.0, 9000, c.gs1) : air(5 / 60.0, 9000, c.gs1)});
         a.approach = c.approach;
         a.extrapCount = 2; // no window
-        nextPosAir(a);
+        nextPosAir(a, motionNow());
         EXPECT_NEAR(a.stream[1].tick - 5000, c.ticks, 1) << c.gs0;
     }
     // A hover that is long over ends as late as the window allows, and everybody else's is left alone.
@@ -95,7 +95,7 @@ TEST_F(MotionTest, TheLegToTheGroundTakesTheSpeedItBeginsWith) {
         resetLiveTraffic();
         LiveAircraft& a = activeFlight(firstHex, {air(0, 4000, 0), air(0, 4010, 0)}, helicopter ? "EC35" : "A320");
         a.stream[1].stopped = true;
-        nextPosAir(a);
+        nextPosAir(a, motionNow());
         EXPECT_EQ(a.stream[1].tick, helicopter ? 5010 : 4010);
     }
 }
@@ -127,7 +127,7 @@ TEST_F(MotionTest, WhatATickDoesWithHeadingAndPlace) {
             a.latStep = 0.001;
             a.lonStep = 0.001 * side;
             const double heading = normalizeAngle(a.heading + c.turn * side);
-            advancePosition(a);
+            advancePosition(a, motionNow());
             EXPECT_NEAR(a.heading, heading, 1e-12) << text(c.fs) << side;
             EXPECT_NEAR(a.lat, homeLat + (c.moves ? 0.001 : 0), 1e-12) << text(c.fs) << side;
             EXPECT_NEAR(a.lon, c.moves ? -179.9991 * side : 179.9999 * side, 1e-9) << text(c.fs) << side;
@@ -143,7 +143,7 @@ TEST_F(MotionTest, ALegInTheFlareLeavesTheDescentAlone) {
     a.altStep = -0.05;
     a.pitchStep = -0.0001;
     a.stream[1].vs = -700;
-    nextPosMain(a);
+    nextPosMain(a, motionNow());
     EXPECT_EQ(a.altStep, -0.05);
     EXPECT_EQ(a.pitchStep, -0.0001);
     EXPECT_EQ(a.vsFpm, -700);
@@ -200,7 +200,7 @@ TEST_F(MotionTest, LandsWhereTheGroundIs) {
                                            ground(0.05, 12000, 150)};
         stream[0].vs = stream[1].vs = -800;
         LiveAircraft& a = activeFlight(firstHex, stream);
-        nextPosMain(a);
+        nextPosMain(a, motionNow());
         EXPECT_NEAR(a.altStep, c.altStep, 1e-4) << c.what;
         EXPECT_EQ(a.stream.front().vs, c.vs == 0 ? -800 : c.vs) << c.what;
         a.staticCg = 10;
@@ -215,7 +215,7 @@ TEST_F(MotionTest, LandsWhereTheGroundIs) {
         EXPECT_EQ(a.altStep, 0) << c.what;
         EXPECT_EQ(a.alt, 610) << "on the ground it rests on the simulator's terrain: " << c.what;
         tickCount = a.stream.front().tick;
-        nextPosMain(a);
+        nextPosMain(a, motionNow());
         EXPECT_EQ(a.fs, FlightState::taxi) << c.what;
         EXPECT_EQ(a.tasLeg, 150) << c.what;
         tickCount = 5000;

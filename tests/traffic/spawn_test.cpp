@@ -52,23 +52,23 @@ TEST_F(SpawnTest, LeadTimesAndTheFateOfPoorStreams) {
             s.gs = c.gs;
         }
         tickCount = first - c.lead - 1;
-        updateLiveAc(a);
+        updateLiveAc(a, motionNow());
         EXPECT_EQ(a.st, AircraftStatus::buffer) << c.what;
         tickCount = first - c.lead;
-        updateLiveAc(a);
+        updateLiveAc(a, motionNow());
         EXPECT_EQ(a.st, AircraftStatus::adding2sim) << c.what;
     }
     a.st = AircraftStatus::buffer;
     a.stream.resize(3);
     a.stream[2].airborne = false;
-    EXPECT_FALSE(updateLiveAc(a));
+    EXPECT_FALSE(updateLiveAc(a, motionNow()));
     EXPECT_EQ(a.sz(), 2U) << "half in the air: the front sample goes";
     a.stream.pop_back();
     tickCount = a.stream.front().tick;
-    EXPECT_TRUE(updateLiveAc(a)) << "a single report never enters the simulator";
+    EXPECT_TRUE(updateLiveAc(a, motionNow())) << "a single report never enters the simulator";
     a.deleteNow = false;
     a.stream.clear();
-    EXPECT_TRUE(updateLiveAc(a));
+    EXPECT_TRUE(updateLiveAc(a, motionNow()));
 }
 
 TEST_F(SpawnTest, ASingleReportNeverGetsAnObject) {
@@ -162,7 +162,7 @@ TEST_F(SpawnTest, TheTitleOfAHexidIsKeptUntilItFails) {
         a.title = {};
         a.airline = a.callsign = "BAW1"; // would now find another livery
         a.fs = FlightState::birth;
-        spawnLiveAc(a);
+        spawnLiveAc(a, motionNow());
         return std::string(a.title);
     };
     EXPECT_EQ(spawnAgain(), "FSLTL_DLH");
@@ -172,7 +172,7 @@ TEST_F(SpawnTest, TheTitleOfAHexidIsKeptUntilItFails) {
     liveAircraft[0].airline = "BAW";
     liveAircraft[0].title = {};
     liveAircraft[0].fs = FlightState::birth;
-    spawnLiveAc(liveAircraft[0]);
+    spawnLiveAc(liveAircraft[0], motionNow());
     EXPECT_EQ(liveAircraft[0].title, "BAW A320");
 }
 
@@ -182,18 +182,18 @@ TEST_F(SpawnTest, ManyWaitingRequestsHoldBackBirthsAlongTheirRoute) {
         i <= 5 ? orderCreate({.tailNumber = {}, .title = {}, .hexid = firstHex + i}) : orderBirth(firstHex + i);
     LiveAircraft& a = liveAircraft.at(0);
     tickCount = a.stream.front().tick - 100;
-    updateLiveAc(a);
+    updateLiveAc(a, motionNow());
     EXPECT_EQ(a.st, AircraftStatus::buffer);
     EXPECT_EQ(a.sz(), 3U);
     takeBirth();
     tickCount = a.stream.front().tick - 100;
-    updateLiveAc(a);
+    updateLiveAc(a, motionNow());
     EXPECT_EQ(a.st, AircraftStatus::adding2sim) << "ten wait";
     orderBirth(firstHex + 1);
     a.st = AircraftStatus::buffer;
     a.fs = FlightState::flying; // a respawn does not wait
     tickCount = a.stream.front().tick - 100;
-    updateLiveAc(a);
+    updateLiveAc(a, motionNow());
     EXPECT_EQ(a.st, AircraftStatus::adding2sim);
 }
 
@@ -236,7 +236,7 @@ TEST_F(SpawnTest, StopsAtTheStartOfTheStreamAreMadeConsistent) {
         a.st = AircraftStatus::buffer;
         a.fs = FlightState::birth;
         a.stream[0].track = 90;
-        spawnLiveAc(a);
+        spawnLiveAc(a, motionNow());
         return a;
     };
     std::vector<PositionSample> stream{ground(0, 100), ground(0, 200), ground(0, 300)};

@@ -79,7 +79,7 @@ TEST_F(StandsTest, AParkedAircraftLeavesWhenItReallyMoves) {
         for (const double metres : c.metres) {
             ASSERT_EQ(a.sz(), 1U) << c.what << ": too early, before " << metres;
             a.pullOutDue = true; // of a leaving that was none
-            decodeExisting(a, away(metres));
+            decodeExisting(a, away(metres), motionNow());
         }
         EXPECT_EQ(a.st == AircraftStatus::removingfromsim, c.ends == goes) << c.what;
         EXPECT_EQ(a.fs, FlightState::parked) << c.what;
@@ -97,18 +97,18 @@ TEST_F(StandsTest, AParkedAircraftLeavesWhenItReallyMoves) {
     }
     LiveAircraft& again = parkedFlight("A320");
     again.fsPrevious = FlightState::parked;
-    decodeExisting(again, away(86));
+    decodeExisting(again, away(86), motionNow());
     EXPECT_TRUE(again.pullOutDue);
     EXPECT_TRUE(stands[0].liveOnIt) << "it left before: the stand may be another's by now";
     for (const AircraftStatus st : {AircraftStatus::buffer, AircraftStatus::adding2sim}) {
         LiveAircraft& a = parkedFlight("A320");
         a.st = st;
-        decodeExisting(a, away(150));
+        decodeExisting(a, away(150), motionNow());
         EXPECT_FALSE(a.pullOutDue) << "what is not there cannot leave";
         EXPECT_EQ(a.sz(), 1U);
     }
     LiveAircraft& seen = parkedFlight("A320");
-    decodeExisting(seen, away(84));
+    decodeExisting(seen, away(84), motionNow());
     EXPECT_GT(seen.parkedTime, 0) << "a report near the stand proves that it stands there";
 }
 
@@ -117,7 +117,7 @@ TEST_F(StandsTest, WhoDrivesPastItsStandTaxiesOn) {
         LiveAircraft& a = parkedFlight("A320");
         a.fs = FlightState::parking;
         a.fsPrevious = FlightState::taxi;
-        decodeExisting(a, away(metres));
+        decodeExisting(a, away(metres), motionNow());
         EXPECT_EQ(a.fs, metres < 85 ? FlightState::parking : FlightState::taxi);
         EXPECT_FALSE(a.pullOutDue);
         EXPECT_EQ(a.sz(), metres < 85 ? 1U : 2U);
@@ -136,7 +136,7 @@ TEST_F(StandsTest, AShortStayAfterALandingTellsATow) {
             for (const bool landed : {true, false}) {
                 LiveAircraft& a = parkedFlight(c.model, std::max(c.minutes + (shorter ? -0.01 : 0.01), 0.5));
                 a.landedSearch = landed;
-                decodeExisting(a, away(86));
+                decodeExisting(a, away(86), motionNow());
                 EXPECT_EQ(a.towed, shorter && landed && c.minutes > 0) << c.model << shorter << landed;
             }
         }
@@ -145,7 +145,7 @@ TEST_F(StandsTest, AShortStayAfterALandingTellsATow) {
     a.fs = FlightState::parking;
     a.fsPrevious = FlightState::taxi;
     for (const double metres : {1.0, 40.0})
-        decodeExisting(a, away(metres));
+        decodeExisting(a, away(metres), motionNow());
     EXPECT_TRUE(a.pullOutDue);
     EXPECT_FALSE(a.towed) << "it has not even parked";
     EXPECT_NE(a.stream[0].tick, tickCount + 1);

@@ -194,39 +194,32 @@ TEST_F(StreamTest, TakesTwoReportsPerTick) {
     EXPECT_EQ(sizes, (std::vector<std::size_t>{2, 4, 5, 5}));
 }
 
-/// A report that starts a take-off sends events. While another thread holds up that sending, the feed reader gets its
-/// lock; afterwards the caller has it as before.
+bool readerGetsLock() {
+    bool got = false;
+    std::thread([&] { got = sampleMutex.try_lock() && (sampleMutex.unlock(), true); }).join();
+    return got;
+}
+
+/// A report that ends an aircraft's life touches the window. Meanwhile the feed reader gets its lock; afterwards the
+/// caller has it as before.
 TEST_F(StreamTest, DecodesOutsideTheLock) {
-    LiveAircraft& a = activeFlight(firstHex, {groundReport(firstHex, -10).sample, groundReport(firstHex, 0).sample});
-    a.stream[1].gs = 50;
-    AircraftReport r = groundReport(firstHex, 10, 0.01);
+    LiveAircraft& a = activeFlight(firstHex, {report(firstHex, 0).sample});
+    a.stream.resize(201, a.stream.front());
+    readouts.selectedObject = a.objectid;
+    AircraftReport r = report(firstHex, 10);
     r.callsign = a.callsign;
-    r.sample.gs = 50;
     push(r);
-    std::atomic<bool> sendingIsHeldUp = false, callerHasLock = false;
-    bool readerGotIn = false, sent = true;
-    std::thread reader([&] {
-        const std::lock_guard held(simMutex);
-        sendingIsHeldUp = true;
-        test::waitFor([&] { return callerHasLock.load(); });
-        readerGotIn = test::waitFor([] { return sampleMutex.try_lock(); });
-        if (readerGotIn) {
-            sent = a.throttleIndex != 5;
-            sampleMutex.unlock();
-        }
-    });
-    test::waitFor([&] { return sendingIsHeldUp.load(); });
-    std::unique_lock lock(sampleMutex);
-    callerHasLock = true;
-    takeReports();
-    bool freeAfter = true;
-    std::thread([&] { freeAfter = sampleMutex.try_lock() && (sampleMutex.unlock(), true); }).join();
-    lock.unlock();
-    reader.join();
-    EXPECT_TRUE(readerGotIn);
-    EXPECT_FALSE(sent) << "the decoding had not ended yet";
-    EXPECT_FALSE(freeAfter) << "the caller's lock is given back as it was";
-    EXPECT_TRUE(a.departing);
+    static bool duringDecoding;
+    duringDecoding = false;
+    setWindowBackend({.repaint = [] { duringDecoding = readerGetsLock(); }});
+    {
+        const std::lock_guard lock(sampleMutex);
+        takeReports();
+        EXPECT_FALSE(readerGetsLock()) << "the caller's lock is given back as it was";
+    }
+    setWindowBackend({});
+    EXPECT_EQ(a.st, AircraftStatus::removingfromsim);
+    EXPECT_TRUE(duringDecoding);
 }
 
 TEST_F(StreamTest, AStreamOfMoreThanTwoHundredSamplesGoes) {

@@ -1,0 +1,58 @@
+// What a decision of motion may know besides its aircraft, and what it may ask for. The input is taken once for all
+// aircraft, so no decision sees two values of one thing; what is asked for gathers in the outbox and goes out once a
+// tick, under one lock. So planning and advancing need neither a clock, nor a simulator, nor a table. Worker only.
+#pragma once
+
+#include "core/geo.h"
+#include "sim/ai_commands.h"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace kes {
+
+inline constexpr std::int32_t ticksPerMinute = 6000;
+/// The sample of a parked aircraft lies this far ahead, as it waits for nothing further from the feed: a week.
+inline constexpr std::int32_t parkedForTicks = 7 * 24 * 60 * ticksPerMinute;
+inline constexpr double standardPressure = 1013.0; ///< hectopascal
+
+struct MotionAirport {
+    LatLon position;
+    double elevation = 0; ///< feet
+};
+
+struct MotionInput {
+    std::int32_t tick = 0;
+    double qnh = standardPressure;          ///< hectopascal, where the user is
+    std::optional<MotionAirport> airport{}; ///< the reference airport of all ground logic
+};
+
+/// Spoilers and throttles of an object, percent.
+struct ControlData {
+    std::uint32_t objectid = 0;
+    double spoilers = 0, throttle = 0;
+};
+
+struct Outbox {
+    std::vector<AiEvent> events; ///< in the order in which the simulator gets them
+    std::vector<ControlData> controls;
+    std::vector<std::uint32_t> landings; ///< hexids for the landing list
+
+    void event(std::uint32_t objectid, std::uint32_t eventId, std::uint32_t value) {
+        events.push_back({objectid, eventId, value});
+    }
+};
+
+struct Motion {
+    MotionInput in;
+    Outbox& out;
+};
+
+/// This tick's input, with the worker's outbox.
+Motion motionNow();
+/// Hands over what has gathered in the worker's outbox. Control data that the simulator refuses are lost.
+void flushOutbox();
+void clearOutbox();
+
+} // namespace kes
