@@ -89,7 +89,7 @@ void scanFolder(Scan& scan, int number, const fs::path& path) {
         log(fmt::format("{} liverie{} {}", added, plural(added), foundIn));
     }
     if (scan.list.size() == before && !stopWanted())
-        log(whyNoLivery(folder));
+        log(whyNoLivery(folder) + (folder.files > 0 ? ". The reports in the output folder name each of them" : ""));
 }
 
 /// The data base knows better than a livery what an airframe is. A field that it leaves empty says nothing.

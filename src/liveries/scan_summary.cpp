@@ -86,8 +86,8 @@ std::string whyNoLivery(const FolderSummary& folder) {
     add(folder.incomplete, "section is incomplete", "sections are incomplete");
     add(folder.leftOut, "section is not meant for AI traffic", "sections are not meant for AI traffic");
     add(folder.repeatedTitles, "title was found before", "titles were found before");
-    return fmt::format("No livery in \"{}\": {} read, {}. The reports in the output folder name each of them",
-                       folder.path, counted(folder.files, "aircraft.cfg", "aircraft.cfg files"),
+    return fmt::format("No livery in \"{}\": {} read, {}", folder.path,
+                       counted(folder.files, "aircraft.cfg", "aircraft.cfg files"),
                        reasons.empty() ? "none has a section that can be used" : reasons);
 }
 

@@ -126,6 +126,8 @@ TEST_F(StartUpTest, ADamagedListOfLiveriesIsToldAndTheNextStartScansAnew) {
     fs::create_directories("packs");
     std::ofstream("packs/aircraft.cfg") << "icao_type_designator=A320\n[fltsim.0]\ntitle=Found\nicao_airline=DLH\n";
     test::writeSmallReference({.types = "A320,Large,34.1\n", .airlines = "DLH,Lufthansa\n"});
+    dataBaseRead = false;
+    resetLiveries();
     for (const auto& [content, told] :
          {std::pair{list.substr(0, list.size() / 2), noSection},
           {"", noSection},

@@ -1,4 +1,5 @@
 // kestrelune-inspect: what installed packages give, and which livery an aircraft gets.
+#include "core/errors.h"
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/parameters.h"
@@ -13,6 +14,7 @@
 #include <fmt/format.h>
 #include <iostream>
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 
 namespace {
 
@@ -105,10 +107,16 @@ Arguments parse(int argc, char** argv) {
 }
 
 int match(const Arguments& arguments) {
-    fs::copy_file(platform::pathFrom(arguments.liveries), path::liveriesScanned);
+    std::error_code error;
+    if (!fs::copy_file(platform::pathFrom(arguments.liveries), path::liveriesScanned, error))
+        throw std::runtime_error(fmt::format("{}: {}", arguments.liveries, error.message()));
     par::MATCHING_DEPTH.value = arguments.depth;
     par::RANDOM.value = arguments.random;
-    processScannedLiveries();
+    try {
+        processScannedLiveries();
+    } catch (const nwk::UserErrorException& e) {
+        throw std::runtime_error(fmt::format("{} was read as {}", arguments.liveries, e.what()));
+    }
     std::size_t lines = 0, found = 0;
     for (std::string line; std::getline(std::cin, line);) {
         if (const auto query = inspect::parseQuery(line)) {
