@@ -130,12 +130,12 @@ bool holdsNoCase(std::string_view text, std::string_view word) {
 /// One section while it is read.
 class Section {
 public:
-    /// `lines` begin with the header.
-    Section(const CfgRules& rules, CfgJudgement& result, std::span<const std::string_view> lines)
-        : rules_(rules), result_(result), header_(lines.front()), lines_(lines) {}
+    /// `lines` begin with the header and are picked from a text that ends at `end`.
+    Section(const CfgRules& rules, CfgJudgement& result, std::span<const std::string_view> lines, const char* end)
+        : rules_(rules), result_(result), header_(lines.front()), lines_(withoutTrailingComments(lines, end)) {}
 
     void read() {
-        for (const std::string_view line : withoutTrailingComments(lines_)) {
+        for (const std::string_view line : lines_) {
             if (!take(line))
                 return;
         }
@@ -298,9 +298,10 @@ private:
     std::string airline_;
 };
 
-void lf_procesFltSimSection(const CfgRules& rules, CfgJudgement& result, std::span<const std::string_view> lines) {
+void lf_procesFltSimSection(const CfgRules& rules, CfgJudgement& result, std::span<const std::string_view> lines,
+                            const char* end) {
     try {
-        Section(rules, result, lines).read();
+        Section(rules, result, lines, end).read();
     } catch (const std::exception& e) {
         result.log.push_back(fmt::format("exception in lf_procesFltSimSection: {}, file: {}", e.what(), result.path));
         drop(result, lines.front(), "", SectionFate::failed);
@@ -333,11 +334,11 @@ void lf_searchLiveriesinFile(const CfgRules& rules, const CfgSource& source, Cfg
         if (!header && lines[number].substr(0, bracketReach).find('[') == std::string_view::npos)
             continue;
         if (begin)
-            lf_procesFltSimSection(rules, result, lines.subspan(*begin, number - *begin));
+            lf_procesFltSimSection(rules, result, lines.subspan(*begin, number - *begin), lines[number].data());
         begin = header ? std::optional<std::size_t>(number) : std::nullopt;
     }
     if (begin)
-        lf_procesFltSimSection(rules, result, lines.subspan(*begin));
+        lf_procesFltSimSection(rules, result, lines.subspan(*begin), text.end);
 }
 
 std::string repeatedTitleLine(const CfgJudgement& judgement, const FoundLivery& found) {

@@ -73,6 +73,7 @@ struct CfgRules {
 struct CfgSource {
     const platform::Folder* folder = nullptr; ///< its open folder, so that it is found without a walk along the path
     const std::string* bytes = nullptr;       ///< the bytes themselves; the file need not exist
+    const platform::FolderEntry* entry = nullptr; ///< the file in `folder`
 };
 
 /// Judges the file at a path, normal or of the other family by `isIvaoPath`. Throws nothing but std::bad_alloc.

@@ -77,6 +77,29 @@ void cutLines(std::string_view text, cfg::FileText& out) {
     }
 }
 
+/// Nine lines of ten say nothing to a scan; only the others become lines. The number of all.
+std::size_t pickLines(std::string_view text, cfg::FileText& out) {
+    findMarks<platform::Bytes16>(text, out.marks);
+    out.end = text.data() + text.size();
+    out.lines.clear();
+    out.brackets.clear();
+    std::size_t picked = 0; // up to here
+    for (const std::uint32_t mark : std::span(out.marks.at).first(out.marks.count)) {
+        if (mark >= picked) {
+            std::size_t begin = mark;
+            while (begin > picked && text[begin - 1] != '\n')
+                --begin;
+            picked = std::min(text.find('\n', mark), text.size());
+            const std::size_t end = text[picked - 1] == '\r' ? picked - 1 : picked;
+            out.lines.push_back(text.substr(begin, end - begin));
+        }
+        const auto number = static_cast<std::uint32_t>(out.lines.size() - 1);
+        if (text[mark] == '[' && (out.brackets.empty() || out.brackets.back() != number))
+            out.brackets.push_back(number);
+    }
+    return out.marks.feeds + (text.empty() || text.back() == '\n' ? 0 : 1);
+}
+
 } // namespace
 
 namespace {
@@ -160,11 +183,9 @@ namespace cfg {
 
 bool readCfg(const CfgSource& source, CfgJudgement& result, FileText& text) {
     int error = 0;
-    if (source.bytes)
-        text.bytes = *source.bytes;
-    else if (source.folder)
-        error = source.folder->read(result.path.substr(result.folder.size() + 1), text.bytes, longestCfg);
-    else
+    if (source.folder)
+        error = source.folder->read(*source.entry, text.bytes, longestCfg);
+    else if (!source.bytes)
         error = platform::readFile(result.path, text.bytes, longestCfg);
     if (error != 0) {
         if (error == ENOENT)
@@ -180,8 +201,11 @@ bool readCfg(const CfgSource& source, CfgJudgement& result, FileText& text) {
             result.log.push_back(fmt::format("no character set found for {}", result.path));
         return false;
     }
-    cutLines(decodeCfg(text.bytes, text.converted, result.charset), text);
-    result.lines = text.lines.size();
+    const std::string_view bytes = source.bytes ? *source.bytes : text.bytes.view();
+    const std::string_view decoded = decodeCfg(bytes, text.converted, result.charset);
+    if (result.ivao)
+        cutLines(decoded, text);
+    result.lines = result.ivao ? text.lines.size() : pickLines(decoded, text);
     return true;
 }
 
@@ -257,6 +281,28 @@ std::span<const std::string_view> withoutTrailingComments(std::span<const std::s
     while (!section.empty() && (section.back().empty() || section.back().starts_with("//")))
         section = section.first(section.size() - 1);
     return section;
+}
+
+std::span<const std::string_view> withoutTrailingComments(std::span<const std::string_view> picked, const char* end) {
+    const auto onlyComments = [](std::string_view behind) {
+        while (!behind.empty()) {
+            const std::size_t feed = std::min(behind.find('\n'), behind.size());
+            const std::string_view line = behind.substr(0, feed);
+            if (!line.empty() && line != "\r" && !line.starts_with("//"))
+                return false;
+            behind.remove_prefix(std::min(feed + 1, behind.size()));
+        }
+        return true;
+    };
+    // What is no comment itself ends the search, and so does what was not picked.
+    while (!picked.empty() && picked.back().starts_with("//")) {
+        const char* const behind = picked.back().data() + picked.back().size();
+        if (!onlyComments(std::string_view(behind, static_cast<std::size_t>(end - behind))))
+            break;
+        end = picked.back().data();
+        picked = picked.first(picked.size() - 1);
+    }
+    return picked;
 }
 
 std::string commonRegcodeFault(const CfgJudgement& result, std::string_view header, std::string_view piece) {

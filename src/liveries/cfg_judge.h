@@ -3,6 +3,7 @@
 
 #include "core/text.h"
 #include "liveries/aircraft_cfg.h"
+#include "liveries/cfg_pick.h"
 
 #include <optional>
 #include <span>
@@ -11,8 +12,11 @@ namespace kes::cfg {
 
 /// A file as lines. One per thread, so that its room is used again.
 struct FileText {
-    std::string bytes, converted;
-    std::vector<std::string_view> lines;
+    platform::FileBytes bytes;
+    std::string converted;
+    std::vector<std::string_view> lines; ///< of a normal file those alone that can say anything
+    const char* end = nullptr;           ///< of the text that they are picked from
+    Marks marks;                         ///< scratch of the picking
     std::vector<std::uint32_t>
         brackets; ///< numbers of the lines that hold a '[', ascending: nothing else bounds a section
     std::vector<std::int32_t> numbers; ///< of the sections; scratch of `sectionNumbersAreGood`
@@ -31,6 +35,8 @@ std::string judgedModel(CfgJudgement& result, std::string_view code);
 
 /// Without what the end of a section does not hold: empty lines and comments.
 std::span<const std::string_view> withoutTrailingComments(std::span<const std::string_view> section);
+/// The same where the lines are picked from a section whose text ends at `end`.
+std::span<const std::string_view> withoutTrailingComments(std::span<const std::string_view> picked, const char* end);
 
 void drop(CfgJudgement& result, std::string_view header, std::string_view title, SectionFate fate);
 void report(CfgJudgement& result, ReportList list, std::string line);

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <condition_variable>
 #include <filesystem>
 #include <fmt/format.h>
@@ -46,6 +47,17 @@ bool isCfgName(std::string_view name) {
 
 constexpr const char* outOfMemory = "out of memory";
 
+/// A folder that stays open until the folders in it were opened, so that none is found by a walk along its path.
+struct OpenFolder {
+    explicit OpenFolder(std::atomic<int>& count) : openFolders(count) { ++openFolders; }
+    ~OpenFolder() { --openFolders; }
+    OpenFolder(const OpenFolder&) = delete;
+    OpenFolder& operator=(const OpenFolder&) = delete;
+    platform::Folder folder;
+    std::atomic<int>& openFolders;
+};
+constexpr int mostOpenFolders = 128; ///< the system gives a program a few hundred; beyond, paths have to do
+
 /// A folder of the walk, and what was found in it, in the order of names.
 struct Node {
     struct Item {
@@ -54,6 +66,8 @@ struct Node {
         bool isLink = false; ///< the folder is a link and nobody works on it yet
     };
     std::string path;
+    std::size_t nameAt = 0;             ///< in `path`
+    std::shared_ptr<OpenFolder> parent; ///< null: opened by its path
     std::vector<Item> items;
     std::size_t closedFolders = 0;
     std::size_t lost = 0;   ///< entries that failed outside the judgement of a file, for want of memory
@@ -205,26 +219,28 @@ private:
         }
     }
 
-    void search(Node& node) const {
-        platform::Folder folder;
+    void search(Node& node) {
+        const auto open = std::make_shared<OpenFolder>(openFolders_);
         std::vector<platform::FolderEntry> entries;
-        node.error = folder.open(node.path);
+        node.error = node.parent ? open->folder.openIn(node.parent->folder, node.path.c_str() + node.nameAt)
+                                 : open->folder.open(node.path);
+        node.parent = nullptr;
         if (node.error == 0)
-            node.error = folder.list(entries);
+            node.error = open->folder.list(entries);
         std::sort(entries.begin(), entries.end(),
                   [](const auto& a, const auto& b) { return nameComesFirst(a.name, b.name); });
         for (const platform::FolderEntry& entry : entries) {
             if (stopWanted())
                 return;
             try {
-                take(node, folder, entry);
+                take(node, open, entry);
             } catch (const std::exception&) {
                 ++node.lost;
             }
         }
     }
 
-    void take(Node& node, const platform::Folder& folder, const platform::FolderEntry& entry) const {
+    void take(Node& node, const std::shared_ptr<OpenFolder>& open, const platform::FolderEntry& entry) const {
         if (entry.isFolder) {
             std::string inner = join(node.path, entry.name);
             // The words hold no separator, so the folders above need no second look.
@@ -234,11 +250,15 @@ private:
             }
             auto opened = std::make_unique<Node>();
             opened->path = std::move(inner);
+            opened->nameAt = opened->path.size() - entry.name.size();
+            if (!entry.isLink && openFolders_ <= mostOpenFolders)
+                opened->parent = open;
             Node::Item& item = node.items.emplace_back();
             item.folder = std::move(opened);
             item.isLink = entry.isLink;
         } else if (entry.isFile && isCfgName(entry.name)) {
-            auto judged = std::make_unique<CfgJudgement>(judgeFile(rules_, join(node.path, entry.name), {&folder}));
+            auto judged = std::make_unique<CfgJudgement>(
+                judgeFile(rules_, join(node.path, entry.name), {&open->folder, nullptr, &entry}));
             node.items.emplace_back().file = std::move(judged);
         }
     }
@@ -258,6 +278,7 @@ private:
     const CfgRules& rules_;
     const std::function<void(CfgJudgement&)>& take_;
     bool rootIsClosed_ = false;
+    std::atomic<int> openFolders_ = 0;
     Node root_;                  // outlives the threads, whatever the caller's thread meets
     WalkCount count_;            // caller's thread
     std::set<fs::path> entered_; // caller's thread: real paths of the root and of linked folders

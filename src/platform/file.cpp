@@ -55,6 +55,46 @@ int readFile(const std::string& path, std::string& content, std::uint64_t most) 
     return error != 0 ? error : os::readAll(file, content, most);
 }
 
+void FileBytes::grow() {
+    const std::size_t capacity = std::max(firstPiece, 2 * capacity_);
+    auto room = std::make_unique_for_overwrite<char[]>(capacity);
+    std::copy_n(room_.get(), size_, room.get());
+    room_ = std::move(room);
+    capacity_ = capacity;
+}
+
+int FileBytes::readAll(InputFile& file, std::uint64_t most) {
+    // Only a reading of nothing tells the end: one of less than asked for may have met an error.
+    for (std::int64_t got = 1; got > 0; size_ += static_cast<std::size_t>(got)) {
+        if (size_ > most) {
+            size_ = 0;
+            return EFBIG;
+        }
+        if (size_ == capacity_)
+            grow();
+        got = file.read(room_.get() + size_, capacity_ - size_);
+        if (got < 0) {
+            size_ = 0;
+            return errno != 0 ? errno : EIO;
+        }
+    }
+    return 0;
+}
+
+int readFile(const std::string& path, FileBytes& content, std::uint64_t most) {
+    content.size_ = 0;
+    InputFile file;
+    const int error = file.open(path);
+    return error != 0 ? error : content.readAll(file, most);
+}
+
+int Folder::read(const FolderEntry& entry, FileBytes& content, std::uint64_t most) const {
+    content.size_ = 0;
+    InputFile file;
+    const int error = openFile(file, entry);
+    return error != 0 ? error : content.readAll(file, most);
+}
+
 bool exchangeInSteps(const fs::path& fresh, const fs::path& target, std::string& error) {
     const fs::path aside = asideOf(target);
     std::error_code failed;

@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <filesystem>
 #include <limits>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kes::platform {
@@ -34,14 +36,31 @@ public:
 
 private:
     friend class Folder;
-    int openIn(const void* folder, const std::string& path); ///< `folder` is a handle of the operating system, or null
-    std::intptr_t handle_ = -1;                              ///< of the operating system; -1 = none
+    /// Within a folder, which is a handle of the operating system. A file that is known to be regular is not asked, and
+    /// its size stays unknown. Not on Windows.
+    int openIn(std::intptr_t folder, const char* name, bool isRegular);
+    std::intptr_t handle_ = -1; ///< of the operating system; -1 = none
     std::uint64_t size_ = 0;
+};
+
+/// The bytes of one file after the other. Their room is kept and never cleared.
+class FileBytes {
+public:
+    std::string_view view() const { return {room_.get(), size_}; }
+
+private:
+    friend int readFile(const std::string& path, FileBytes& content, std::uint64_t most);
+    friend class Folder;
+    int readAll(InputFile& file, std::uint64_t most);
+    void grow();
+    std::unique_ptr<char[]> room_;
+    std::size_t capacity_ = 0, size_ = 0;
 };
 
 /// Reads a file into `content`, whose room is kept between calls. 0 = done, else the error number of the C library or
 /// `notRegular`; `content` is then empty. A file of more than `most` bytes gives EFBIG and is not read.
 int readFile(const std::string& path, std::string& content, std::uint64_t most = noLimit);
+int readFile(const std::string& path, FileBytes& content, std::uint64_t most = noLimit);
 
 struct FolderEntry {
     std::string name;
@@ -59,15 +78,19 @@ public:
     Folder& operator=(const Folder&) = delete;
 
     int open(const std::string& path); ///< 0 = done, else an error number of the C library
+    /// The same for a folder in an open one.
+    int openIn(const Folder& parent, const char* name);
     /// Appends the entries in the order of the file system, without "." and "..". 0 = done, else an error number; what
     /// was read until then is in `entries`.
     int list(std::vector<FolderEntry>& entries);
-    /// `readFile` for a file in the folder.
-    int read(const std::string& name, std::string& content, std::uint64_t most = noLimit) const;
+    /// `readFile` for an entry of the folder. What `list` has told is believed, so that a file takes no call to ask for
+    /// its kind; one that has changed since is still never waited for, nor read beyond `most`.
+    int read(const FolderEntry& entry, FileBytes& content, std::uint64_t most = noLimit) const;
 
 private:
-    std::string path_;
-    void* handle_ = nullptr; ///< of the operating system
+    int openFile(InputFile& file, const FolderEntry& entry) const;
+    std::string path_;          ///< Windows
+    std::intptr_t handle_ = -1; ///< of the operating system; -1 = none
 };
 
 /// True for a symbolic link and, on Windows, a junction; also when what it leads to is gone.

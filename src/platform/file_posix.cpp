@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <dirent.h>
 #include <fcntl.h>
+#include <memory>
 #include <string_view>
 #include <sys/stat.h>
 #include <system_error>
@@ -15,17 +16,19 @@
 namespace kes::platform {
 
 int InputFile::open(const std::string& path) {
-    return openIn(nullptr, path);
+    return openIn(AT_FDCWD, path.c_str(), false);
 }
 
-int InputFile::openIn(const void* folder, const std::string& path) {
+int InputFile::openIn(std::intptr_t folder, const char* name, bool isRegular) {
     close();
-    const int base = folder ? ::dirfd(static_cast<DIR*>(const_cast<void*>(folder))) : AT_FDCWD;
+    size_ = 0;
     // Without waiting: a pipe would be opened only when somebody writes to it.
-    const int file = ::openat(base, path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    const int file = ::openat(static_cast<int>(folder), name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (file < 0)
         return errno == ENXIO ? notRegular : errno; // a socket cannot even be opened
     handle_ = file;
+    if (isRegular)
+        return 0;
     struct stat status {};
     int error = ::fstat(file, &status) == 0 ? 0 : errno;
     if (error == 0 && !S_ISREG(status.st_mode))
@@ -55,56 +58,55 @@ void InputFile::close() {
 }
 
 Folder::~Folder() {
-    if (handle_)
-        ::closedir(static_cast<DIR*>(handle_));
+    if (handle_ >= 0)
+        ::close(static_cast<int>(handle_));
 }
 
 int Folder::open(const std::string& path) {
-    path_ = path;
-    handle_ = ::opendir(path.c_str());
-    return handle_ ? 0 : errno;
+    handle_ = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    return handle_ >= 0 ? 0 : errno;
 }
 
-int Folder::read(const std::string& name, std::string& content, std::uint64_t most) const {
-    content.clear();
-    InputFile file;
-    const int error = file.openIn(handle_, name);
-    return error != 0 ? error : os::readAll(file, content, most);
+int Folder::openIn(const Folder& parent, const char* name) {
+    handle_ = ::openat(static_cast<int>(parent.handle_), name, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    return handle_ >= 0 ? 0 : errno;
+}
+
+int Folder::openFile(InputFile& file, const FolderEntry& entry) const {
+    return file.openIn(handle_, entry.name.c_str(), entry.isFile && !entry.isLink);
 }
 
 int Folder::list(std::vector<FolderEntry>& entries) {
-    DIR* const folder = static_cast<DIR*>(handle_);
-    if (!folder)
-        return EBADF;
-    int error = 0;
+    constexpr std::size_t room = 65536;
+    thread_local const auto buffer = std::make_unique_for_overwrite<char[]>(room);
+    const int folder = static_cast<int>(handle_);
     while (true) {
-        errno = 0;
-        const dirent* const found = ::readdir(folder);
-        if (!found) {
-            error = errno;
-            break;
-        }
-        const std::string_view name = found->d_name;
-        if (name == "." || name == "..")
-            continue;
-        FolderEntry& entry = entries.emplace_back();
-        entry.name = name;
-        entry.isFolder = found->d_type == DT_DIR;
-        entry.isFile = found->d_type == DT_REG;
-        entry.isLink = found->d_type == DT_LNK;
-        if (found->d_type == DT_LNK || found->d_type == DT_UNKNOWN) {
-            // Not every file system tells the kind with the name.
-            struct stat status {};
-            if (::fstatat(::dirfd(folder), found->d_name, &status, 0) == 0) {
-                entry.isFolder = S_ISDIR(status.st_mode);
-                entry.isFile = S_ISREG(status.st_mode);
+        const ssize_t got = ::getdents64(folder, buffer.get(), room);
+        if (got <= 0)
+            return got == 0 ? 0 : errno;
+        for (ssize_t at = 0; at < got;) {
+            const auto* const found = reinterpret_cast<const dirent64*>(buffer.get() + at);
+            at += found->d_reclen;
+            const std::string_view name = found->d_name;
+            if (name == "." || name == "..")
+                continue;
+            FolderEntry& entry = entries.emplace_back();
+            entry.name = name;
+            entry.isFolder = found->d_type == DT_DIR;
+            entry.isFile = found->d_type == DT_REG;
+            entry.isLink = found->d_type == DT_LNK;
+            if (found->d_type == DT_LNK || found->d_type == DT_UNKNOWN) {
+                // Not every file system tells the kind with the name.
+                struct stat status {};
+                if (::fstatat(folder, found->d_name, &status, 0) == 0) {
+                    entry.isFolder = S_ISDIR(status.st_mode);
+                    entry.isFile = S_ISREG(status.st_mode);
+                }
+                if (found->d_type == DT_UNKNOWN && ::fstatat(folder, found->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0)
+                    entry.isLink = S_ISLNK(status.st_mode);
             }
-            if (found->d_type == DT_UNKNOWN &&
-                ::fstatat(::dirfd(folder), found->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0)
-                entry.isLink = S_ISLNK(status.st_mode);
         }
     }
-    return error;
 }
 
 bool isLink(const std::filesystem::path& path) {

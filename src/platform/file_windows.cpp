@@ -35,10 +35,6 @@ int lastError() {
 } // namespace
 
 int InputFile::open(const std::string& path) {
-    return openIn(nullptr, path);
-}
-
-int InputFile::openIn(const void*, const std::string& path) {
     close();
     const fs::path name = pathFrom(path);
     const DWORD attributes = ::GetFileAttributesW(name.c_str());
@@ -90,6 +86,14 @@ int Folder::open(const std::string& path) {
     return error ? error.default_error_condition().value() : 0;
 }
 
+int Folder::openIn(const Folder& parent, const char* name) {
+    return open(parent.path_ + '\\' + name);
+}
+
+int Folder::openFile(InputFile& file, const FolderEntry& entry) const {
+    return file.open(path_ + '\\' + entry.name);
+}
+
 int Folder::list(std::vector<FolderEntry>& entries) {
     std::error_code error;
     for (fs::directory_iterator walk(pathFrom(path_), error), end; !error && walk != end; walk.increment(error)) {
@@ -98,10 +102,6 @@ int Folder::list(std::vector<FolderEntry>& entries) {
                            walk->is_regular_file(ignored), isLink(walk->path())});
     }
     return error ? error.default_error_condition().value() : 0;
-}
-
-int Folder::read(const std::string& name, std::string& content, std::uint64_t most) const {
-    return readFile(path_ + '\\' + name, content, most);
 }
 
 bool isLink(const fs::path& path) {
