@@ -302,6 +302,7 @@ TEST(Pack, OwnSourcesHaveNoBadRow) {
     EXPECT_TRUE(airlineExists("ZZZ") && airlineExists("PVT"));
     for (const char* bad : {"skipped", "already exists", "not a valid model", "nencrypted"})
         EXPECT_FALSE(folder.logHas(bad)) << folder.logText();
+    EXPECT_TRUE(count.doubts.empty()) << fmt::format("{}", fmt::join(count.doubts, "\n"));
 }
 
 /// Whatever is installed, a type is shown by its own family, when that has anything to show.
