@@ -245,13 +245,28 @@ TEST(Content, WellKnownAirports) {
     };
     // Reference points in degrees and minutes as published.
     const Airport known[] = {
-        {"LEBL", "BCN", 41 + 17.8 / 60, 2 + 4.7 / 60, 14},     {"LFBO", "TLS", 43 + 38.1 / 60, 1 + 22.1 / 60, 499},
-        {"EGLL", "LHR", 51 + 28.7 / 60, -(0 + 27.7 / 60), 83}, {"LSZH", "ZRH", 47 + 27.5 / 60, 8 + 32.9 / 60, 1416},
-        {"LSGG", "GVA", 46 + 14.3 / 60, 6 + 6.6 / 60, 1411},   {"EDDF", "FRA", 50 + 2.0 / 60, 8 + 34.2 / 60, 364},
-        {"EDDM", "MUC", 48 + 21.2 / 60, 11 + 47.2 / 60, 1487}, {"EHAM", "AMS", 52 + 18.5 / 60, 4 + 45.8 / 60, -11},
-        {"LFPG", "CDG", 49 + 0.6 / 60, 2 + 32.9 / 60, 392},    {"LEMD", "MAD", 40 + 28.3 / 60, -(3 + 33.7 / 60), 2000},
-        {"LOWI", "INN", 47 + 15.6 / 60, 11 + 20.6 / 60, 1907}, {"KJFK", "JFK", 40 + 38.4 / 60, -(73 + 46.7 / 60), 13},
-        {"RJTT", "HND", 35 + 33.1 / 60, 139 + 46.8 / 60, 21},  {"YSSY", "SYD", -(33 + 56.8 / 60), 151 + 10.6 / 60, 21},
+        {"LEBL", "BCN", 41 + 17.8 / 60, 2 + 4.7 / 60, 14},
+        {"LFBO", "TLS", 43 + 38.1 / 60, 1 + 22.1 / 60, 499},
+        {"EGLL", "LHR", 51 + 28.7 / 60, -(0 + 27.7 / 60), 83},
+        {"LSZH", "ZRH", 47 + 27.5 / 60, 8 + 32.9 / 60, 1416},
+        {"LSGG", "GVA", 46 + 14.3 / 60, 6 + 6.6 / 60, 1411},
+        {"EDDF", "FRA", 50 + 2.0 / 60, 8 + 34.2 / 60, 364},
+        {"EDDM", "MUC", 48 + 21.2 / 60, 11 + 47.2 / 60, 1487},
+        {"EHAM", "AMS", 52 + 18.5 / 60, 4 + 45.8 / 60, -11},
+        {"LFPG", "CDG", 49 + 0.6 / 60, 2 + 32.9 / 60, 392},
+        {"LEMD", "MAD", 40 + 28.3 / 60, -(3 + 33.7 / 60), 2000},
+        {"LOWI", "INN", 47 + 15.6 / 60, 11 + 20.6 / 60, 1907},
+        {"KJFK", "JFK", 40 + 38.4 / 60, -(73 + 46.7 / 60), 13},
+        {"RJTT", "HND", 35 + 33.1 / 60, 139 + 46.8 / 60, 21},
+        {"YSSY", "SYD", -(33 + 56.8 / 60), 151 + 10.6 / 60, 21},
+        {"SPJC", "LIM", -(12 + 1.3 / 60), -(77 + 6.9 / 60), 113},
+        {"OKKK", "KWI", 29 + 13.6 / 60, 47 + 58.8 / 60, 206},
+        {"UCFM", "BSZ", 43 + 3.7 / 60, 74 + 28.7 / 60, 2058},
+        {"WAHH", "JOG", -(7 + 47.3 / 60), 110 + 25.9 / 60, 379},
+        {"VNPR", "PHH", 28 + 11.0 / 60, 84 + 0.9 / 60, 2595},
+        {"ZURK", "RKZ", 29 + 21.1 / 60, 89 + 18.0 / 60, 12408},
+        {"ZSLQ", "HYN", 28 + 33.7 / 60, 121 + 25.7 / 60, 10},
+        {"SAOL", "", -(34 + 8.1 / 60), -(63 + 21.7 / 60), 449},
     };
     for (const Airport& airport : known) {
         const auto entry = findAirport(airport.code);
@@ -259,6 +274,9 @@ TEST(Content, WellKnownAirports) {
         EXPECT_EQ(entry->iata, airport.iata);
         EXPECT_LT(distanceNm({entry->lat, entry->lon}, {airport.lat, airport.lon}), 1.0) << airport.code;
         EXPECT_NEAR(entry->alt, airport.feet, 50) << airport.code;
+    }
+    for (const char* former : {"SPIM", "OKBK", "UAFM", "WARJ", "FVHA", "KUNV"}) {
+        EXPECT_FALSE(findAirport(former)) << former;
     }
     for (std::size_t i = 1; i < airportTable.size(); ++i) {
         EXPECT_LT(airportTable[i - 1].code, airportTable[i].code);
