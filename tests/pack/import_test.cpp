@@ -1,4 +1,5 @@
 #include "pack_folder.h"
+#include "tools/pack/airport_check.h"
 #include "tools/pack/command.h"
 #include "tools/pack/sources.h"
 
@@ -166,6 +167,9 @@ TEST(Import, OurAirports) {
     plan.ourAirports = "airports.csv";
     plan.airportsOut = "input";
     const pack::PackCount count = folder.packAndRead(plan);
+    ASSERT_EQ(count.doubtful.size(), 1u);
+    EXPECT_EQ(count.doubtful[0].reason, "EDXX and LKX are at one place");
+    EXPECT_EQ(count.doubtful[0].line, 11u);
     EXPECT_EQ(count.airports, 4u);
     EXPECT_EQ(count.airportsLeftOut, 3u);
     EXPECT_EQ(count.airportsAtSeaLevel, 1u);
@@ -182,6 +186,57 @@ TEST(Import, OurAirports) {
     EXPECT_NE(readFile("input/airports_msfs_names.xml")
                   .find("<airport ICAO=\"EDDM\" name=\"Munich &quot;F. J. Strauss&quot; &amp; more\"/>"),
               std::string::npos);
+}
+
+TEST(AirportCheck, DoublesAndElevations) {
+    using Rows = std::vector<pack::AirportRow>;
+    const auto row = [](std::string code, double lat, double lon, std::string feet) {
+        return pack::AirportRow{std::move(code), "", std::to_string(lat), std::to_string(lon), std::move(feet), ""};
+    };
+    // Three neighbours with the median 200 and a relief of 200, so 900 ft from the median are too many.
+    const auto among = [&](const char* feet, double thirdLat = 50.2, const char* third = "300") {
+        return Rows{row("SUBJ", 50, 8, feet), row("AAAA", 50.1, 8, "100"), row("BBBB", 49.9, 8, "200"),
+                    row("CCCC", thirdLat, 8, third)};
+    };
+    Rows crowd{row("SUBJ", 50, 8, "1500"), row("HIGH", 50.3, 8, "9000")};
+    for (int i = 1; i <= 9; ++i)
+        crowd.push_back(row("LOW" + std::to_string(i), 50 + 0.01 * i, 8, "200"));
+    const char* const tooHigh = "SUBJ has the elevation 1101 ft, 3 airports around it have 100 to 300;";
+    const char* const atOnePlace = "AAAA and BBBB are at one place;";
+    struct Case {
+        const char* what;
+        Rows rows;
+        std::string expected;
+        std::vector<pack::AirportOddity> oddities{};
+    };
+    const Case cases[] = {
+        {"0.29 nm", {row("BBBB", 0, 8, ""), row("AAAA", 0.00483, 8, "")}, atOnePlace},
+        {"0.31 nm", {row("AAAA", 0, 8, ""), row("BBBB", 0.00517, 8, "")}, ""},
+        {"across the date line", {row("AAAA", 60, 179.997, ""), row("BBBB", 60, -179.998, "")}, atOnePlace},
+        {"known", {row("AAAA", 0, 8, ""), row("BBBB", 0, 8, "")}, "", {{"BBBB", "AAAA", 2}}},
+        {"known elsewhere", {row("AAAA", 0, 8, ""), row("BBBB", 0, 8, "")}, atOnePlace, {{"AAAA", "CCCC", 2}}},
+        {"high", among("1100"), ""},
+        {"too high", among("1101"), tooHigh},
+        {"low", among("-700"), ""},
+        {"too low", among("-701"), "SUBJ has the elevation -701 ft, 3 airports around it have 100 to 300;"},
+        {"known elevation", among("1101"), "", {{"SUBJ", "", 2}}},
+        {"known double only", among("1101"), tooHigh, {{"SUBJ", "AAAA", 2}}},
+        {"third neighbour beyond 20 nm", among("5000", 50.34), ""},
+        {"third neighbour of unknown elevation", among("5000", 50.2, ""), ""},
+        {"unknown elevation", among(""), ""},
+        {"a tenth neighbour makes no relief", crowd,
+         "HIGH has the elevation 9000 ft, 9 airports around it have 200 to 200;"
+         "SUBJ has the elevation 1500 ft, 9 airports around it have 200 to 200;"},
+    };
+    for (const Case& c : cases) {
+        pack::PackCount count;
+        auto oddities = c.oddities;
+        pack::checkAirports(c.rows, "airports.csv", oddities, count);
+        std::string text;
+        for (const pack::BadRow& doubt : count.doubtful)
+            text += doubt.reason + ";";
+        EXPECT_EQ(text, c.expected) << c.what;
+    }
 }
 
 TEST(Command, WrongArguments) {
@@ -217,24 +272,36 @@ TEST(Command, TellsWhatWasWrittenAndWhatWasBad) {
     for (int i = 0; i < 30; ++i)
         base << "\"D,\",A320\n";
     base.close();
+    const std::string head = "icao,iata,lat,lon,elev_ft,name\n";
+    folder.source("airports.csv", head + "SPIM,,-12.02,-77.11,113,\nSPJC,LIM,-12.02,-77.11,113,\nSPJC,,1,1,1,\n");
+    folder.source("airport_oddities.csv", "icao,beside,reason\nSPJC,,high\nSPIM,SPJC,\n");
     const std::vector<std::string> arguments{
         "--data", "data",       "--out",   "updates",      "--aircraft", "base.csv",      "--show-bad",
         "3",      "--bad-rows", "bad.csv", "--reg-column", "r",          "--type-column", "t"};
     std::string out, error;
     EXPECT_EQ(pack::runCommand(arguments, out, error), 0) << error;
-    EXPECT_NE(out.find("30 bad rows:\n  base.csv:2: \"D,\" is no registration\n  base.csv:3:"), std::string::npos)
+    EXPECT_NE(out.find("32 bad rows:\n  base.csv:2: \"D,\" is no registration\n  base.csv:3:"), std::string::npos)
+        << out;
+    EXPECT_NE(out.find("2 doubtful rows:\n  data/airports.csv:3: SPIM and SPJC are at one place\n"
+                       "  data/airport_oddities.csv:2: SPJC is not odd\n"),
+              std::string::npos)
         << out;
     EXPECT_EQ(out.find("base.csv:5:"), std::string::npos);
-    EXPECT_NE(out.find("  and 27 more\n"), std::string::npos);
+    EXPECT_NE(out.find("  and 29 more\n"), std::string::npos);
     EXPECT_NE(out.find("remark: fixes.csv is absent"), std::string::npos);
     const std::size_t last = out.rfind('\n', out.size() - 2);
     EXPECT_EQ(out.substr(last + 1), "written to updates: 8 types, 4 airlines, 2 registrations, 0 similar groups, 0 "
                                     "publishers, 0 lists of publishers' airports, 0 regcode entries, 0 airport files; "
-                                    "30 bad rows\n");
+                                    "32 bad rows\n");
     const std::string bad = readFile("bad.csv");
     EXPECT_TRUE(bad.starts_with("file,line,reason\nbase.csv,2,\"\"\"D,\"\" is no registration\"\nbase.csv,3,\""))
         << bad;
-    EXPECT_EQ(std::count(bad.begin(), bad.end(), '\n'), 31);
+    EXPECT_NE(bad.find("data/airport_oddities.csv,3,an oddity needs a code and a reason\n"
+                       "data/airports.csv,4,SPJC stands twice\n"
+                       "data/airports.csv,3,SPIM and SPJC are at one place\n"),
+              std::string::npos)
+        << bad;
+    EXPECT_EQ(std::count(bad.begin(), bad.end(), '\n'), 35);
 
     out.clear();
     EXPECT_EQ(pack::runCommand({"--data", "nowhere", "--out", "updates"}, out, error), 1);

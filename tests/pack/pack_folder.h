@@ -42,9 +42,10 @@ struct PackFolder : ProgramFolder {
         EXPECT_TRUE(readDataBase());
         return count;
     }
-    static std::string badText(const pack::PackCount& count) {
+    static std::string badText(const pack::PackCount& count) { return text(count.bad); }
+    static std::string text(const std::vector<pack::BadRow>& rows) {
         std::string text;
-        for (const pack::BadRow& row : count.bad)
+        for (const pack::BadRow& row : rows)
             text += std::filesystem::path(row.file).filename().string() + ":" + std::to_string(row.line) + ": " +
                     row.reason + "\n";
         return text;

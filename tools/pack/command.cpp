@@ -39,7 +39,8 @@ constexpr std::string_view usage =
     "  --ourairports FILE        airports.csv of OurAirports; writes airports_msfs.xml and\n"
     "                            airports_msfs_names.xml for the program's input folder\n"
     "    --airports-out DIR      where (default: the folder of --out)\n\n"
-    "Bad rows are counted, listed and left out.\n\n"
+    "Bad rows are counted, listed and left out. Doubtful ones are listed and kept: airports at\n"
+    "one place, and elevations far from those around.\n\n"
     "  --bad-rows FILE           gets all of them (columns file, line, reason)\n"
     "  --show-bad N              how many are listed here (default 20)\n"
     "  --help                    this text\n\n"
@@ -158,25 +159,27 @@ std::string badRowText(const BadRow& row) {
     return fmt::format("{}:{}: {}", row.file, row.line, row.reason);
 }
 
-void tellBadRows(const Command& command, const PackCount& count, std::string& out) {
-    if (count.bad.empty()) {
+void tellRows(const Command& command, const std::vector<BadRow>& rows, std::string_view noun, std::string& out) {
+    if (rows.empty()) {
         return;
     }
-    const std::size_t shown = std::min(command.badRowsShown, count.bad.size());
-    out += fmt::format("{}{}\n", counted(count.bad.size(), "bad row"), shown > 0 ? ":" : "");
+    const std::size_t shown = std::min(command.badRowsShown, rows.size());
+    out += fmt::format("{}{}\n", counted(rows.size(), noun), shown > 0 ? ":" : "");
     for (std::size_t i = 0; i < shown; ++i) {
-        out += "  " + badRowText(count.bad[i]) + "\n";
+        out += "  " + badRowText(rows[i]) + "\n";
     }
-    if (shown < count.bad.size()) {
-        out += fmt::format("  and {} more{}\n", count.bad.size() - shown,
+    if (shown < rows.size()) {
+        out += fmt::format("  and {} more{}\n", rows.size() - shown,
                            command.badRows.empty() ? "; --bad-rows FILE keeps all of them" : "");
     }
 }
 
 void writeBadRows(const Command& command, const PackCount& count) {
     std::string text = "file,line,reason\n";
-    for (const BadRow& row : count.bad) {
-        text += fmt::format("{},{},{}\n", csvField(row.file), row.line, csvField(row.reason));
+    for (const std::vector<BadRow>* rows : {&count.bad, &count.doubtful}) {
+        for (const BadRow& row : *rows) {
+            text += fmt::format("{},{},{}\n", csvField(row.file), row.line, csvField(row.reason));
+        }
     }
     std::string reason;
     if (!platform::replaceFile(command.badRows, text, reason)) {
@@ -188,10 +191,8 @@ void tell(const Command& command, const PackCount& count, std::string& out) {
     for (const std::string& remark : count.remarks) {
         out += "remark: " + remark + "\n";
     }
-    for (const std::string& doubt : count.doubts) {
-        out += "doubt: " + doubt + "\n";
-    }
-    tellBadRows(command, count, out);
+    tellRows(command, count.bad, "bad row", out);
+    tellRows(command, count.doubtful, "doubtful row", out);
     if (count.overruled > 0) {
         out += fmt::format("{} of imports gave way to an earlier source\n", counted(count.overruled, "row"));
     }

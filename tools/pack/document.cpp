@@ -160,8 +160,8 @@ void appendEscaped(std::string& text, std::string_view value) {
 std::string referenceDocument(const Sources& sources) {
     std::string text;
     appendTypes(text, sources);
-    appendList(text, "similar_types", "similar", sources.similar, [&](const Codes& group) {
-        appendAttribute(text, "types", joined(group, 0, group.size(), encryptModel));
+    appendList(text, "similar_types", "similar", sources.similar, [&](const Sources::Similar& group) {
+        appendAttribute(text, "types", joined(group.types, 0, group.types.size(), encryptModel));
     });
     appendSet(text, {"ICAO_airlines", "ICAO", "codes", "airlines.csv has no good row"}, sources.airlines,
               encryptAirline);

@@ -11,15 +11,15 @@
 namespace kes::pack {
 namespace {
 
-using Group = std::vector<std::string>; ///< sorted
+using Group = Sources::Similar;
 
 /// The program keeps one list of similar types for a type: of all its groups the one whose installed members sort
 /// first. The largest group of a type is its family, and it comes first with whatever is installed only when the
 /// members of all its other groups sort behind the family's.
-void doubtFamilies(const Sources& sources, std::vector<std::string>& doubts) {
+void doubtFamilies(const Sources& sources, std::vector<BadRow>& doubts) {
     std::map<std::string_view, std::vector<const Group*>> groupsOf;
     for (const Group& group : sources.similar) {
-        for (const std::string& type : group)
+        for (const std::string& type : group.types)
             groupsOf[type].push_back(&group);
     }
     for (auto& [type, groups] : groupsOf) {
@@ -27,17 +27,17 @@ void doubtFamilies(const Sources& sources, std::vector<std::string>& doubts) {
             continue;
         // Of equals the one that sorts first, since that one comes first anyway.
         std::sort(groups.begin(), groups.end(), [](const Group* a, const Group* b) {
-            return a->size() != b->size() ? a->size() > b->size() : *a < *b;
+            return a->types.size() != b->types.size() ? a->types.size() > b->types.size() : a->types < b->types;
         });
-        const Group& family = *groups.front();
-        const auto lastBut = [&](const Group& group) { return group[group.size() - (group.back() == type ? 2 : 1)]; };
+        const std::vector<std::string>& family = groups.front()->types;
+        const std::string& last = family[family.size() - (family.back() == type ? 2 : 1)];
         for (std::size_t i = 1; i < groups.size(); ++i) {
-            const Group& other = *groups[i];
-            const std::string& first = other[other.front() == type ? 1 : 0];
-            if (first <= lastBut(family)) {
-                doubts.push_back(fmt::format("similar_types.csv: {} may get the group \"{}\" instead of its family "
-                                             "\"{}\"",
-                                             type, fmt::join(other, " "), fmt::join(family, " ")));
+            const std::vector<std::string>& other = groups[i]->types;
+            if (other[other.front() == type ? 1 : 0] <= last) {
+                doubts.push_back({"similar_types.csv", groups[i]->line,
+                                  fmt::format("{} may get the group \"{}\" instead of its family "
+                                              "\"{}\"",
+                                              type, fmt::join(other, " "), fmt::join(family, " "))});
             }
         }
     }
@@ -64,7 +64,7 @@ std::string neighbourOf(std::string_view reg, int step) {
 }
 
 /// An airframe that differs from four neighbours which agree with each other.
-void doubtRegistrations(const Sources& sources, std::vector<std::string>& doubts) {
+void doubtRegistrations(const Sources& sources, std::vector<BadRow>& doubts) {
     const auto what = [](const Airframe& a) { return fmt::format("{} {}{}", a.airl, a.type, a.cargo ? " cargo" : ""); };
     for (const Airframe& airframe : sources.airframes) {
         std::vector<std::string> around;
@@ -76,14 +76,14 @@ void doubtRegistrations(const Sources& sources, std::vector<std::string>& doubts
         const std::string own = what(airframe);
         if (around.size() == 4 && own != around.front() &&
             std::equal(around.begin() + 1, around.end(), around.begin()) && !airframe.checked) {
-            doubts.push_back(fmt::format("registrations.csv: {} is {}, but its neighbours are {}", airframe.reg, own,
-                                         around.front()));
+            doubts.push_back({"registrations.csv", airframe.line,
+                              fmt::format("{} is {}, but its neighbours are {}", airframe.reg, own, around.front())});
         }
     }
 }
 
 /// A code that changed hands keeps its old holder's name in many lists, and the holder stands under its new code, too.
-void doubtAirlineNames(const Sources& sources, std::vector<std::string>& doubts) {
+void doubtAirlineNames(const Sources& sources, std::vector<BadRow>& doubts) {
     std::map<std::string, std::string> codeOf;
     for (std::size_t i = 0; i < sources.airlines.size(); ++i) {
         const std::string& name = sources.airlineNames[i];
@@ -92,17 +92,19 @@ void doubtAirlineNames(const Sources& sources, std::vector<std::string>& doubts)
         const auto [place, isNew] = codeOf.try_emplace(upper(name), sources.airlines[i]);
         if (!isNew) {
             doubts.push_back(
-                fmt::format("airlines.csv: {} and {} have one name, \"{}\"", place->second, sources.airlines[i], name));
+                {"airlines.csv", sources.airlineLines[i],
+                 fmt::format("{} and {} have one name, \"{}\"", place->second, sources.airlines[i], name)});
         }
         if (name.find_first_of("\\\"|;") != std::string::npos)
-            doubts.push_back(fmt::format("airlines.csv: {} has an odd name, \"{}\"", sources.airlines[i], name));
+            doubts.push_back({"airlines.csv", sources.airlineLines[i],
+                              fmt::format("{} has an odd name, \"{}\"", sources.airlines[i], name)});
     }
 }
 
 } // namespace
 
-std::vector<std::string> doubtsOf(const Sources& sources) {
-    std::vector<std::string> doubts;
+std::vector<BadRow> doubtsOf(const Sources& sources) {
+    std::vector<BadRow> doubts;
     doubtFamilies(sources, doubts);
     doubtRegistrations(sources, doubts);
     doubtAirlineNames(sources, doubts);

@@ -6,8 +6,8 @@
 
 namespace kes::pack {
 
-/// One line for each doubt, each beginning with the name of the file: types that lose their family, registrations that
-/// contradict their neighbours, names of airlines that stand under several codes. Pure.
-std::vector<std::string> doubtsOf(const Sources& sources);
+/// Types that lose their family, registrations that contradict their neighbours, names of airlines that stand under
+/// several codes. Pure.
+std::vector<BadRow> doubtsOf(const Sources& sources);
 
 } // namespace kes::pack

@@ -287,7 +287,8 @@ std::vector<AirportRow> importOurAirports(const fs::path& file, PackCount& count
             return fmt::format("{} has the elevation \"{}\"", code, row[5]);
         }
         AirportRow airport{
-            code, upper(row[6]), std::string(row[3]), std::string(row[4]), std::string(row[5]), std::string(row[2])};
+            code,    upper(row[6]), std::string(row[3]), std::string(row[4]), std::string(row[5]), std::string(row[2]),
+            row.line};
         const auto [place, isNew] = places.try_emplace(code, Place{airports.size(), kind->rank});
         if (!isNew && kind->rank > place->second.rank) {
             place->second.rank = kind->rank;
@@ -300,16 +301,19 @@ std::vector<AirportRow> importOurAirports(const fs::path& file, PackCount& count
         airports.push_back(std::move(airport));
         return {};
     });
+    std::sort(airports.begin(), airports.end(),
+              [](const AirportRow& a, const AirportRow& b) { return a.code < b.code; });
+    count.airports = airports.size();
+    return airports;
+}
+
+void putAtSeaLevel(std::vector<AirportRow>& airports, PackCount& count) {
     for (AirportRow& airport : airports) {
         if (airport.alt.empty()) {
             airport.alt = "0";
             ++count.airportsAtSeaLevel;
         }
     }
-    std::sort(airports.begin(), airports.end(),
-              [](const AirportRow& a, const AirportRow& b) { return a.code < b.code; });
-    count.airports = airports.size();
-    return airports;
 }
 
 } // namespace kes::pack

@@ -2,6 +2,7 @@
 
 #include "platform/system.h"
 #include "platform/zip.h"
+#include "tools/pack/airport_check.h"
 #include "tools/pack/document.h"
 #include "tools/pack/doubts.h"
 #include "tools/pack/sources.h"
@@ -159,12 +160,17 @@ PackCount packUpdates(const PackPlan& plan) {
         importTypeList(*plan.typeList, sources, count);
     }
     readOtherSources(plan.data, sources, count);
-    count.doubts = doubtsOf(sources); // imports are not ours to mend
+    count.doubtful = doubtsOf(sources); // of ours alone, since imports are not ours to mend
     for (const AircraftImport& import : plan.aircraft) {
         importAircraft(import, sources, count);
     }
-    const auto airports =
-        plan.ourAirports.empty() ? std::vector<AirportRow>() : importOurAirports(plan.ourAirports, count);
+    std::vector<AirportOddity> oddities = checkPlainAirports(plan.data, count);
+    std::vector<AirportRow> airports;
+    if (!plan.ourAirports.empty()) {
+        airports = importOurAirports(plan.ourAirports, count);
+        checkAirports(airports, plan.ourAirports, oddities, count);
+        putAtSeaLevel(airports, count);
+    }
     Package package = readPackage(plan);
     const Version program = wantedVersion(plan.programVersion, "the program");
     count.types = sources.types.size();

@@ -54,7 +54,7 @@ struct PackCount {
     std::size_t overruled = 0;          ///< rows of imports that gave way to a source before them
     std::vector<std::string> remarks;   ///< sources that are absent, and what that means
     std::vector<BadRow> bad;
-    std::vector<std::string> doubts; ///< rows that are written, but ought to be looked at again
+    std::vector<BadRow> doubtful; ///< rows that are kept, but ought to be looked at again
 };
 
 /// Packs everything: dbase.zip, AIG-regcodes.zip, release/version.json, when data/my_simaddon holds files

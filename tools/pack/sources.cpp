@@ -18,26 +18,6 @@ namespace fs = std::filesystem;
 
 constexpr double longestSpan = 150; ///< metres; nothing that flies is wider
 
-/// Reads one list; bad rows go to the count. False when the file is absent.
-bool readList(const fs::path& file, const std::vector<std::string>& columns, PackCount& count, const CsvTake& take) {
-    std::error_code error;
-    if (!fs::exists(file, error)) {
-        return false;
-    }
-    std::string problem;
-    const std::string name = platform::pathText(file);
-    const auto result = readCsv(
-        file, columns, take,
-        [&](std::size_t line, std::string reason) {
-            count.bad.push_back({name, line, std::move(reason)});
-        },
-        problem);
-    if (!result) {
-        throw std::runtime_error(problem);
-    }
-    return true;
-}
-
 std::vector<std::string> words(std::string_view text) {
     std::vector<std::string> list;
     for (std::size_t at = text.find_first_not_of(" \t"); at != std::string_view::npos;) {
@@ -122,7 +102,7 @@ bool readSimilar(const fs::path& file, Sources& sources, PackCount& count) {
         if (!seen.insert(fmt::format("{}", fmt::join(group, " "))).second) {
             return "the group stands twice";
         }
-        sources.similar.push_back(std::move(group));
+        sources.similar.push_back({std::move(group), row.line});
         return {};
     });
 }
@@ -242,7 +222,7 @@ bool readRegistrations(const fs::path& file, Sources& sources, PackCount& count)
         }
         if (fault.empty()) {
             sources.airframes.push_back({std::string(row[0]), std::string(row[1]), std::string(row[2]),
-                                         std::string(row[3]), *cargo, flagOf(row[5]).value_or(false)});
+                                         std::string(row[3]), *cargo, row.line, flagOf(row[5]).value_or(false)});
         }
         return fault;
     });
@@ -274,6 +254,47 @@ bool readRegcodes(const fs::path& file, Sources& sources, PackCount& count) {
 }
 
 } // namespace
+
+bool readList(const fs::path& file, const std::vector<std::string>& columns, PackCount& count, const CsvTake& take) {
+    std::error_code error;
+    if (!fs::exists(file, error)) {
+        return false;
+    }
+    std::string problem;
+    const std::string name = platform::pathText(file);
+    const auto result = readCsv(
+        file, columns, take,
+        [&](std::size_t line, std::string reason) {
+            count.bad.push_back({name, line, std::move(reason)});
+        },
+        problem);
+    if (!result) {
+        throw std::runtime_error(problem);
+    }
+    return true;
+}
+
+std::optional<std::vector<AirportRow>> readAirports(const fs::path& data, PackCount& count) {
+    std::vector<AirportRow> airports;
+    TextSet seen;
+    const bool present = readList(
+        data / "airports.csv", {"icao", "iata", "lat", "lon", "elev_ft", "name"}, count,
+        [&](const CsvRow& row) -> std::string {
+            if (!isAirportCode(row[0])) {
+                return fmt::format("\"{}\" is no airport code", row[0]);
+            }
+            if (!seen.emplace(row[0]).second) {
+                return twice(row[0]);
+            }
+            if (!isNumber(row[2], -90, 90) || !isNumber(row[3], -180, 180) || !isNumber(row[4], -1500, 16000)) {
+                return "the position or elevation is no good number";
+            }
+            airports.push_back({std::string(row[0]), std::string(row[1]), std::string(row[2]), std::string(row[3]),
+                                std::string(row[4]), std::string(row[5]), row.line});
+            return {};
+        });
+    return present ? std::optional(std::move(airports)) : std::nullopt;
+}
 
 bool isLegalCode(std::string_view code, std::size_t least, std::size_t most) {
     return code.size() >= least && code.size() <= most &&
@@ -326,6 +347,7 @@ void readFirstSources(const fs::path& data, Sources& sources, PackCount& count) 
         }
         sources.airlines.emplace_back(row[0]);
         sources.airlineNames.emplace_back(row[1]);
+        sources.airlineLines.push_back(row.line);
         return {};
     };
     if (!readList(data / "airlines.csv", {"code", "?name"}, count, airlines)) {

@@ -24,6 +24,7 @@ struct TypeRow {
 struct Airframe {
     std::string reg, airl, type, opr;
     bool cargo = false;
+    std::size_t line = 0;
     bool checked = false; ///< right although it contradicts its neighbours
 };
 struct ThirdParty {
@@ -37,14 +38,20 @@ struct RegcodeRow {
 };
 struct AirportRow {
     std::string code, iata, lat, lon, alt, name; ///< degrees and feet, as written
+    std::size_t line = 0;                        ///< in its file, from 1
 };
 
 struct Sources {
     std::vector<TypeRow> types;
     TextSet typeCodes;
     std::vector<std::string> airlines, airlineNames; ///< codes, and as many names
+    std::vector<std::size_t> airlineLines;           ///< and as many lines of the file
     TextSet airlineCodes;
-    std::vector<std::vector<std::string>> similar;
+    struct Similar {
+        std::vector<std::string> types; ///< sorted
+        std::size_t line = 0;
+    };
+    std::vector<Similar> similar;
     std::vector<std::string> cargoTypes, cargoOperators, simaddons20;
     std::vector<std::vector<std::string>> publishers;
     std::vector<std::pair<std::string, std::string>> fixes; ///< wrong, correct
@@ -59,10 +66,19 @@ void readFirstSources(const std::filesystem::path& data, Sources& sources, PackC
 /// All others. A file that is absent leaves a remark.
 void readOtherSources(const std::filesystem::path& data, Sources& sources, PackCount& count);
 
+/// The airports of the plain sources, in their order; nothing when there is no file.
+std::optional<std::vector<AirportRow>> readAirports(const std::filesystem::path& data, PackCount& count);
+
+/// Reads one list; bad rows go to the count. False when the file is absent. Throws when it lacks a column.
+bool readList(const std::filesystem::path& file, const std::vector<std::string>& columns, PackCount& count,
+              const CsvTake& take);
+
 void importTypeList(const TypeListImport& import, Sources& sources, PackCount& count);
 void importAircraft(const AircraftImport& import, Sources& sources, PackCount& count);
-/// Sorted by code.
+/// Sorted by code. One without an elevation has an empty text for it.
 std::vector<AirportRow> importOurAirports(const std::filesystem::path& file, PackCount& count);
+/// Puts those without an elevation at sea level.
+void putAtSeaLevel(std::vector<AirportRow>& airports, PackCount& count);
 
 /// The category of a type that is known by its wake class (J, H, M, L, or several of them), its description ("L2J", or
 /// the word for its kind) and, when the description has no letters for them, engine type and number. Nothing without a

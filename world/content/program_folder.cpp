@@ -3,6 +3,7 @@
 #include "core/xml_file.h"
 #include "platform/system.h"
 #include "tools/pack/csv.h"
+#include "tools/pack/document.h"
 #include "tools/pack/pack.h"
 #include "world/content/content.h"
 #include "world/content/files.h"
@@ -14,25 +15,6 @@ namespace kes::world {
 namespace {
 
 namespace fs = std::filesystem;
-
-void writeAirports(const Tables& tables, const fs::path& folder) {
-    pugi::xml_document table, names;
-    pugi::xml_node airports = table.append_child("airports");
-    pugi::xml_node airportNames = names.append_child("AirportNames");
-    for (const AirportRow& row : tables.airports) {
-        pugi::xml_node airport = airports.append_child("airport");
-        airport.append_attribute("code") = row.icao.c_str();
-        airport.append_attribute("alt") = row.elevation.c_str();
-        airport.append_attribute("lat") = row.lat.c_str();
-        airport.append_attribute("lon") = row.lon.c_str();
-        airport.append_attribute("iata") = row.iata.c_str();
-        pugi::xml_node name = airportNames.append_child("airport");
-        name.append_attribute("ICAO") = row.icao.c_str();
-        name.append_attribute("name") = row.name.c_str();
-    }
-    writeXml(folder / path::airportsMsfs, table);
-    writeXml(folder / path::airportsMsfsNames, names);
-}
 
 /// The manual lies beside the data folder in a source tree; a folder without it gets a page of its own.
 void writeDocs(const fs::path& data, const fs::path& target) {
@@ -73,7 +55,8 @@ void writeUpdates(const ContentPlan& plan) {
 void writeProgramFolder(const Tables& tables, const ContentPlan& plan) {
     const fs::path& folder = plan.programFolder;
     writeDocs(plan.data, folder / path::docs);
-    writeAirports(tables, folder);
+    writeFile(folder / path::airportsMsfs, pack::airportTable(tables.airports));
+    writeFile(folder / path::airportsMsfsNames, pack::airportNames(tables.airports));
     if (!fs::exists(folder / path::updateServer)) { // the user may have named another
         writeFile(folder / path::updateServer, "updates\n");
     }

@@ -2,7 +2,6 @@
 
 #include "platform/system.h"
 #include "tools/pack/csv.h"
-#include "tools/pack/sources.h"
 
 #include <fmt/format.h>
 #include <stdexcept>
@@ -55,10 +54,16 @@ void readPacked(const std::filesystem::path& folder, Tables& tables) {
         throw std::runtime_error(platform::pathText(folder / "airlines.csv") + " has no rows");
     }
     pack::readOtherSources(folder, sources, count);
+    auto airports = pack::readAirports(folder, count);
     if (!count.bad.empty()) {
         const pack::BadRow& bad = count.bad.front();
         throw std::runtime_error(fmt::format("{}:{}: {}", bad.file, bad.line, bad.reason));
     }
+    if (!airports || airports->empty()) {
+        throw std::runtime_error(platform::pathText(folder / "airports.csv") +
+                                 (airports ? " has no rows" : " not found"));
+    }
+    tables.airports = std::move(*airports);
     for (pack::TypeRow& row : sources.types) {
         tables.typeIndex.emplace(row.code, tables.types.size());
         tables.types.push_back(
@@ -79,20 +84,6 @@ void readPacked(const std::filesystem::path& folder, Tables& tables) {
 Tables readTables(const std::filesystem::path& folder) {
     Tables tables;
     readPacked(folder, tables);
-    TextSet airports;
-    readList(folder / "airports.csv", {"icao", "iata", "lat", "lon", "elev_ft", "name"},
-             [&](const CsvRow& f) -> std::string {
-                 if (f[0].size() != 4 || !airports.insert(std::string(f[0])).second) {
-                     return "the code has not four characters or stands twice";
-                 }
-                 if (!pack::isNumber(f[2], -90, 90) || !pack::isNumber(f[3], -180, 180) ||
-                     !pack::isNumber(f[4], -1500, 16000)) {
-                     return "the position or elevation is no good number";
-                 }
-                 tables.airports.push_back({std::string(f[0]), std::string(f[1]), std::string(f[2]), std::string(f[3]),
-                                            std::string(f[4]), std::string(f[5])});
-                 return {};
-             });
     TextSet pairs;
     readList(folder / "liveries.csv", {"airline", "type", "?cargo"}, [&](const CsvRow& f) -> std::string {
         LiveryRow row{std::string(f[0]), std::string(f[1])};

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "reference/text_map.h"
+#include "tools/pack/sources.h"
 
 #include <filesystem>
 #include <string>
@@ -15,9 +16,6 @@ struct TypeRow {
 struct AirlineRow {
     std::string code, name;
 };
-struct AirportRow {
-    std::string icao, iata, lat, lon, elevation, name; ///< degrees and feet, as written
-};
 struct RegistrationRow {
     std::string reg, airline, type, operatingAirline;
     bool cargo = false;
@@ -30,7 +28,7 @@ struct LiveryRow {
 struct Tables {
     std::vector<TypeRow> types;
     std::vector<AirlineRow> airlines;
-    std::vector<AirportRow> airports;
+    std::vector<pack::AirportRow> airports;
     std::vector<RegistrationRow> registrations;
     std::vector<LiveryRow> liveries;
     TextMap<std::size_t> typeIndex, airlineIndex; ///< code to place in the list
