@@ -117,6 +117,9 @@ TEST_F(SpawnTest, WhoIsRefused) {
         EXPECT_EQ(a == nullptr ? "" : a->callsign + " " + a->airline + " " + std::string(a->title), c.spawned)
             << c.what;
         EXPECT_EQ(a == nullptr, waitingOrders().spawnQueue.empty()) << c.what;
+        if (a != nullptr) {
+            EXPECT_EQ(a->category, categoryOf(a->model)) << c.what;
+        }
     }
     EXPECT_EQ(noMatchList.keys(), std::deque<std::string>{"DLH A388 X-XXXX"});
 }
