@@ -10,7 +10,7 @@
 #include "reference/reference.h"
 #include "spine/main_tick.h"
 #include "tests/small_reference.h"
-#include "traffic/life_cycle.h"
+#include "traffic/live_table.h"
 #include "world/replay/virtual_flight.h"
 
 #include <algorithm>

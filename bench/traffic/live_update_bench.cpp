@@ -1,8 +1,11 @@
 // What a tick of many live aircraft costs: between samples only steps are added, at a sample a leg is planned.
 #include "core/run_state.h"
 #include "sim/ai_commands.h"
-#include "traffic/life_cycle.h"
-#include "traffic/live_aircraft.h"
+#include "traffic/leg.h"
+#include "traffic/live_table.h"
+#include "traffic/motion.h"
+#include "traffic/reset.h"
+#include "traffic/update.h"
 
 #include <benchmark/benchmark.h>
 

@@ -7,11 +7,29 @@
 #include "core/parameters.h"
 #include "core/user_aircraft.h"
 
+#include <algorithm>
 #include <fmt/format.h>
+#include <utility>
 
 namespace kes {
 
 std::vector<AiAircraft> parkedAircraft;
+
+AiAircraft* findParked(std::uint32_t hexid) {
+    const auto it = std::ranges::find(parkedAircraft, hexid, &AiAircraft::hexid);
+    return it == parkedAircraft.end() ? nullptr : &*it;
+}
+
+AiAircraft* findParkedByObject(std::uint32_t objectid) {
+    const auto it = std::ranges::find(parkedAircraft, objectid, &AiAircraft::objectid);
+    return it == parkedAircraft.end() ? nullptr : &*it;
+}
+
+void eraseParked(AiAircraft& aircraft) {
+    if (&aircraft != &parkedAircraft.back())
+        aircraft = std::move(parkedAircraft.back());
+    parkedAircraft.pop_back();
+}
 
 void parkingTick(bool) {
     std::optional<AirportEntry> nearest;

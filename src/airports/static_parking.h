@@ -4,6 +4,7 @@
 
 #include "core/ai_aircraft.h"
 
+#include <cstdint>
 #include <set>
 #include <string>
 #include <vector>
@@ -11,6 +12,10 @@
 namespace kes {
 
 extern std::vector<AiAircraft> parkedAircraft;
+AiAircraft* findParked(std::uint32_t hexid);            ///< null when there is none
+AiAircraft* findParkedByObject(std::uint32_t objectid); ///< null when there is none
+/// Erases one record by moving the last one into its place.
+void eraseParked(AiAircraft& aircraft);
 
 /// Every 16 seconds and once at the start: picks the reference airport, the nearest within AIRPORT_RANGE of the user.
 void parkingTick(bool first);

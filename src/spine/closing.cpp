@@ -19,7 +19,9 @@
 #include "spine/run.h"
 #include "traffic/conflicts.h"
 #include "traffic/flight_plans.h"
-#include "traffic/life_cycle.h"
+#include "traffic/no_match.h"
+#include "traffic/reset.h"
+#include "traffic/title_table.h"
 #include "window/message_pump.h"
 
 #include <fmt/format.h>

@@ -1,5 +1,3 @@
-#include "spine/main_tick.h"
-
 #include "airports/park_airports.h"
 #include "airports/static_parking.h"
 #include "core/clock.h"
@@ -17,10 +15,18 @@
 #include "sim/ai_commands.h"
 #include "sim/orders.h"
 #include "sim/sim_client.h"
+#include "spine/main_tick.h"
 #include "traffic/conflicts.h"
 #include "traffic/filters.h"
-#include "traffic/life_cycle.h"
+#include "traffic/live_table.h"
 #include "traffic/motion.h"
+#include "traffic/no_match.h"
+#include "traffic/replies.h"
+#include "traffic/spawn.h"
+#include "traffic/stream.h"
+#include "traffic/title_table.h"
+#include "traffic/update.h"
+#include "traffic/user_conflicts.h"
 
 #include <chrono>
 #include <cmath>

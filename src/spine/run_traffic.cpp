@@ -15,8 +15,9 @@
 #include "sim/sim_client.h"
 #include "spine/main_tick.h"
 #include "spine/run.h"
-#include "traffic/life_cycle.h"
 #include "traffic/motion.h"
+#include "traffic/removal.h"
+#include "traffic/replies.h"
 
 #include <chrono>
 #include <fmt/format.h>

@@ -1,8 +1,10 @@
+
+
 #include "traffic/air_motion.h"
 
 #include "traffic/air_setup.h"
-#include "traffic/ground_motion.h"
-#include "traffic/life_cycle.h"
+#include "traffic/controls.h"
+#include "traffic/leg_timing.h"
 
 #include <algorithm>
 #include <array>
@@ -12,7 +14,6 @@ namespace kes {
 
 namespace {
 
-constexpr std::int32_t normalWindow = 1000; ///< ticks
 constexpr double feetPerMinutePerHectopascal = 6.0;
 constexpr double landingSpeed = 100.0; ///< knots, where the data tell none
 constexpr double lowAgl = 1000.0;      ///< feet
@@ -21,8 +22,6 @@ constexpr double leastClimb = 0.2;     ///< feet per tick near the ground
 constexpr double meansToClimb = 100.0; ///< feet per minute, summed over samples
 constexpr std::size_t climbSearch = 10;
 constexpr double leastRate = 601.0; ///< feet per minute
-constexpr double flareAgl = 400.0;  ///< feet
-constexpr double flarePitch = -4.0 * degToRad;
 
 /// Degrees turned into radians: steps per tick, and the bank.
 struct AttitudeLimits {
@@ -155,122 +154,10 @@ void planAttitude(LiveAircraft& a, std::int32_t ticks) {
                                 : within((-within(turn, most.bank) - a.bank) / ticks, most.bankStep);
 }
 
-struct FlareRow {
-    double height;  ///< feet above the standing aircraft
-    double altStep; ///< feet per tick
-    double vs;      ///< feet per minute
-};
-constexpr std::array<FlareRow, 4> flareRows{
-    {{30, -0.1, -601}, {20, -0.075, -450}, {10, -0.05, -300}, {3, -0.025, -150}}};
-
-/// Feet above the runway while the flare has not begun: the terrain on the way in may lie lower.
-double heightForFlare(LiveAircraft& a, const Motion& m) {
-    if (!a.runwayElevation && m.in.airport)
-        a.runwayElevation = m.in.airport->elevation;
-    a.flareHeight = a.runwayElevation ? a.alt - *a.runwayElevation : a.agl;
-    return std::min(a.agl, a.flareHeight);
-}
-
-void flare(LiveAircraft& a, const Motion& m) {
-    if (a.flareStage < 0 || a.flareStage >= static_cast<std::int32_t>(flareRows.size()))
-        return; // waits for the touchdown
-    const FlareRow& row = flareRows[static_cast<std::size_t>(a.flareStage)];
-    if ((a.flareStage == 0 ? heightForFlare(a, m) : a.agl) > a.staticCg + row.height)
-        return;
-    if (a.flareStage == 0)
-        a.pitchStep = (flarePitch - a.pitch) / a.flareTicks;
-    else
-        a.runwayElevation.reset();
-    if (a.flareStage == 2)
-        setThrottleLevel(a, 0, m);
-    a.altStep = row.altStep;
-    if (!a.stream.empty())
-        a.stream.front().vs = row.vs;
-    ++a.flareStage;
-}
-
-void derotate(LiveAircraft& a) {
-    a.pitch += a.pitchStep;
-    a.bank += a.bankStep;
-    if (a.pitch > a.staticPitch) {
-        a.pitch = a.staticPitch;
-        a.bank = 0.0;
-        a.pitchStep = a.bankStep = 0.0;
-        a.derotating = false;
-        a.flareStage = 0;
-    }
-}
-
-void advanceAttitude(LiveAircraft& a, const Motion& m) {
-    if (a.agl <= flareAgl && a.approach && !a.onGround)
-        flare(a, m);
-    if (a.derotating) {
-        derotate(a);
-    } else if (a.flareStage == 0 && a.onGround) {
-        a.pitch = a.staticPitch;
-        a.bank = 0.0;
-    } else {
-        a.pitch += a.pitchStep;
-        if (a.flareStage != 0)
-            a.pitch = std::max(a.pitch, flarePitch);
-        a.bank += a.bankStep;
-        a.alt += a.altStep;
-    }
-}
-
-bool turnsByStep(FlightState fs) {
-    return fs == FlightState::flying || fs == FlightState::take_off || fs == FlightState::parked ||
-           fs == FlightState::birth;
-}
-
-double legSpeed(const PositionSample& from, const PositionSample& to, double distance) {
-    if (from.gs == 0.0 && to.gs == 0.0)
-        return std::max(distance * ticksPerHour / std::max(to.tick - from.tick, shortestLegTicks), 1.0);
-    return (from.gs + to.gs) / 2.0;
-}
-
-std::int32_t ticksAt(double distance, double knots) {
-    const double ticks = std::round(distance * ticksPerHour / knots);
-    return ticks > shortestLegTicks ? static_cast<std::int32_t>(std::min(ticks, 1e8)) : shortestLegTicks;
-}
-
 } // namespace
 
 double initialPitch(const PositionSample& sample) {
     return pitchFor(sample.vs);
-}
-
-std::int32_t ticksToGo(const PositionSample& to, const Motion& m) {
-    return std::max(to.tick - m.in.tick, shortestLegTicks);
-}
-
-void aimAt(LiveAircraft& aircraft, const PositionSample& to, std::int32_t ticks) {
-    aircraft.latStep = (to.lat - aircraft.lat) / ticks;
-    aircraft.lonStep = lonDifference(aircraft.lon, to.lon) / ticks;
-}
-
-void shrinkWindow(LiveAircraft& aircraft) {
-    for (std::int32_t* ticks : {&aircraft.earlyTicks, &aircraft.lateTicks}) {
-        if (*ticks > normalWindow)
-            *ticks = std::max(*ticks - 100, normalWindow);
-    }
-}
-
-std::int32_t travelTicks(const PositionSample& from, const PositionSample& to) {
-    const double distance = distanceNm(from.position(), to.position());
-    return ticksAt(distance, legSpeed(from, to, distance));
-}
-
-void planArrival(const LiveAircraft& aircraft, PositionSample& to, std::int32_t ticks, const Motion& m) {
-    const std::int32_t now = m.in.tick;
-    std::int32_t arrival = now + ticks;
-    if (aircraft.extrapCount < 1) {
-        if (arrival > to.tick + aircraft.lateTicks)
-            arrival = to.tick + aircraft.lateTicks;
-        else
-            arrival = std::max(arrival, to.tick - aircraft.earlyTicks);
-    }
-    to.tick = std::max(arrival, now);
 }
 
 void nextPosAir(LiveAircraft& aircraft, const Motion& m) {
@@ -299,51 +186,6 @@ void setupAirLeg(LiveAircraft& aircraft, const Motion& m) {
     planAttitude(aircraft, ticksToGo(aircraft.stream[1], m));
     shrinkWindow(aircraft); // before the configuration, which may widen it for the legs to come
     setAirConfiguration(aircraft, aircraft.stream[0], m);
-}
-
-void advancePosition(LiveAircraft& aircraft, const Motion& m) {
-    if (curveRuns(aircraft)) {
-        advanceOnCurve(aircraft);
-    } else {
-        if (turnsByStep(aircraft.fs))
-            aircraft.heading += aircraft.headingStep;
-        else if (aircraft.fs == FlightState::parking || aircraft.turning)
-            turnTowards(aircraft, aircraft.targetHeading);
-        if (aircraft.fs != FlightState::pushed_back) {
-            aircraft.lat += aircraft.latStep;
-            aircraft.lon += aircraft.lonStep;
-        }
-    }
-    if (aircraft.heading < 0.0)
-        aircraft.heading += twoPi;
-    else if (aircraft.heading >= twoPi)
-        aircraft.heading -= twoPi;
-    if (aircraft.fs == FlightState::take_off)
-        advanceRotation(aircraft, m);
-    else
-        advanceAttitude(aircraft, m);
-    if (aircraft.lon > 180.0)
-        aircraft.lon -= 360.0;
-    else if (aircraft.lon < -180.0)
-        aircraft.lon += 360.0;
-}
-
-void touchdown(LiveAircraft& aircraft, const Motion& m) {
-    if (aircraft.st == AircraftStatus::removingfromsim || aircraft.fs == FlightState::take_off)
-        return;
-    if (aircraft.flareStage != 0 || aircraft.approach) {
-        aircraft.derotating = aircraft.landingRoll = aircraft.landedSearch = true;
-        aircraft.approach = false;
-        aircraft.touchdownHeading = aircraft.heading;
-        setSpoilers(aircraft, spoilersOut, m);
-        setRollOutControls(aircraft, 100.0, aircraft.reverseThrust ? -100.0 : 100.0, m);
-        aircraft.bankStep = -aircraft.bank / aircraft.derotateTicks;
-        aircraft.pitchStep = (aircraft.staticPitch - aircraft.pitch) / aircraft.derotateTicks;
-        m.out.landings.push_back(aircraft.hexid);
-    }
-    aircraft.onGround = true;
-    aircraft.altStep = 0.0;
-    aircraft.rotationCount = 1;
 }
 
 } // namespace kes

@@ -1,7 +1,9 @@
+
+
 #include "traffic/air_setup.h"
 
-#include "traffic/flight_phases.h"
-#include "traffic/life_cycle.h"
+#include "traffic/controls.h"
+#include "traffic/leg_timing.h"
 #include "traffic/parking.h"
 
 namespace kes {

@@ -1,11 +1,13 @@
+
 #include "traffic/conflicts.h"
 
 #include "airports/static_parking.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/window.h"
-#include "traffic/life_cycle.h"
+#include "traffic/live_table.h"
 #include "traffic/parking.h"
+#include "traffic/removal.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -79,6 +81,10 @@ void removeParkedTwins() {
         if (it != parkedAircraft.end())
             removeAircraftFromSim(*it);
     }
+}
+
+void resetConflicts() {
+    ghostList.clear();
 }
 
 } // namespace kes

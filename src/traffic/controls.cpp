@@ -1,6 +1,5 @@
-// Throttle, flaps, gear, spoilers and lights of one live aircraft, as events for the simulator. What a helicopter has
-// not got is left out here, so that no phase of a flight has to think of it.
-#include "traffic/life_cycle.h"
+
+#include "traffic/controls.h"
 
 #include <array>
 

@@ -1,8 +1,10 @@
 // From the take-off run to the climb.
+#include "traffic/departure.h"
+
 #include "core/log.h"
-#include "traffic/flight_phases.h"
-#include "traffic/ground_motion.h"
-#include "traffic/life_cycle.h"
+#include "traffic/controls.h"
+#include "traffic/ground_curve.h"
+#include "traffic/leg_timing.h"
 #include "traffic/parking.h"
 
 #include <fmt/format.h>

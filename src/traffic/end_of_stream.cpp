@@ -1,11 +1,13 @@
 // What an aircraft does when its reports end: it holds, runs on for a while on invented samples, or goes.
+#include "traffic/end_of_stream.h"
+
 #include "core/parameters.h"
 #include "core/run_state.h"
 #include "core/user_aircraft.h"
 #include "traffic/filters.h"
-#include "traffic/life_cycle.h"
-#include "traffic/life_cycle_parts.h"
+#include "traffic/live_table.h"
 #include "traffic/parking.h"
+#include "traffic/trouble.h"
 
 #include <algorithm>
 

@@ -1,3 +1,4 @@
+
 #include "traffic/filters.h"
 
 #include "airports/airport_ref.h"
@@ -9,8 +10,9 @@
 #include "platform/output.h"
 #include "platform/system.h"
 #include "reference/reference.h"
-#include "traffic/life_cycle.h"
+#include "traffic/live_table.h"
 #include "traffic/parking.h"
+#include "traffic/removal.h"
 
 #include <algorithm>
 #include <cmath>

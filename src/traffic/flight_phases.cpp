@@ -1,11 +1,15 @@
+
 #include "traffic/flight_phases.h"
 
 #include "core/log.h"
 #include "core/parameters.h"
+#include "traffic/controls.h"
+#include "traffic/departure.h"
 #include "traffic/ground_motion.h"
-#include "traffic/life_cycle.h"
-#include "traffic/life_cycle_parts.h"
+#include "traffic/leaving_stand.h"
+#include "traffic/leg_timing.h"
 #include "traffic/parking.h"
+#include "traffic/removal.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,9 +20,7 @@ namespace kes {
 namespace {
 
 constexpr std::size_t longestStream = 200;
-constexpr std::int32_t wideWindow = 3000;          ///< ticks
-constexpr std::int32_t wideWindowDeparting = 5000; ///< ticks
-constexpr double jitter = 0.00015;                 ///< degrees
+constexpr double jitter = 0.00015; ///< degrees
 constexpr double shortStopSeconds = 15.0;
 constexpr double shortStopMetres = 22.0;
 constexpr std::ptrdiff_t stopSearch = 5; ///< samples before the last
@@ -259,20 +261,6 @@ void decode(LiveAircraft& a, PositionSample& n, const Motion& m) {
 }
 
 } // namespace
-
-double degreesBetween(double a, double b) {
-    return std::fabs(angleDiff(a, b)) * radToDeg;
-}
-
-void widenWindow(LiveAircraft& aircraft) {
-    aircraft.lateTicks = aircraft.departing ? wideWindowDeparting : wideWindow;
-    aircraft.earlyTicks = wideWindow;
-}
-
-void endInvention(LiveAircraft& aircraft) {
-    aircraft.extrapCount = 0;
-    widenWindow(aircraft);
-}
 
 void decodeExisting(LiveAircraft& aircraft, PositionSample sample, const Motion& m) {
     try {

@@ -1,3 +1,4 @@
+
 #include "traffic/flight_plans.h"
 
 #include "core/folders.h"

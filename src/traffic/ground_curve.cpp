@@ -1,6 +1,7 @@
 // Corners on the ground, flown as quadratic Bezier curves.
+#include "traffic/ground_curve.h"
+
 #include "core/log.h"
-#include "traffic/ground_motion.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,11 +1,14 @@
+
 #include "traffic/ground_motion.h"
 
 #include "core/log.h"
 #include "core/parameters.h"
-#include "traffic/air_motion.h"
-#include "traffic/flight_phases.h"
-#include "traffic/life_cycle.h"
+#include "traffic/controls.h"
+#include "traffic/departure.h"
+#include "traffic/ground_curve.h"
+#include "traffic/leg_timing.h"
 #include "traffic/parking.h"
+#include "traffic/push_back.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,16 +18,13 @@ namespace kes {
 
 namespace {
 
-constexpr double straight = 3.0;    ///< degrees; up to this much is no turn
-constexpr double uTurn = 160.0;     ///< degrees; a larger one has no curve
-constexpr double sharpTurn = 45.0;  ///< degrees
-constexpr double fullCorner = 90.0; ///< degrees
+constexpr double straight = 3.0; ///< degrees; up to this much is no turn
+constexpr double uTurn = 160.0;  ///< degrees; a larger one has no curve
 constexpr double longLeg = 50.0 / metresPerNm;
 constexpr std::int32_t longLegTicks = 600;
 constexpr double speedChange = 5.0; ///< knots
 constexpr double speedChangeLeg = 100.0 / metresPerNm;
-constexpr std::int32_t cornerWindow = 2000; ///< ticks
-constexpr double crawling = 5.0;            ///< knots
+constexpr double crawling = 5.0; ///< knots
 constexpr double stopNear = 35.0 / metresPerNm;
 constexpr double runwayTurn = 15.0;   ///< degrees; who has turned this far has left the runway
 constexpr double rollOutSpeed = 90.0; ///< knots
@@ -33,38 +33,6 @@ constexpr double leastRise = 0.1;     ///< feet
 
 /// Knots; in the order of AircraftCategory.
 constexpr std::array<double, 6> liftOffSpeed{90, 110, 140, 150, 220, 0};
-
-void timeStop(LiveAircraft& a, const Motion& m) {
-    const PositionSample& from = a.stream[0];
-    const std::int32_t now = m.in.tick;
-    const std::int32_t length = std::max(a.stream[1].tick - from.tick, shortestLegTicks);
-    planArrival(a, a.stream[1], std::max(shortestLegTicks, from.tick - now + length), m);
-}
-
-/// The turn rate from the leg's ticks in proportion to those counted for the turn, 57 % of what the base rate takes. A
-/// bend turns the slower the longer its leg, and so runs on into the next one; the more it exceeds 10 degrees or 30
-/// metres, the sooner it is round. A sharp turn goes the other way about: faster on a long leg, up to three times the
-/// base rate, and slower still on one that is too short for it.
-void fitTurnRate(LiveAircraft& a, std::int32_t travel, double distance) {
-    const double turn = a.turning ? a.legTurn : a.curveAngle;
-    if (turn == 0.0 || distance <= 0.0)
-        return;
-    const double turnTicks = std::max(std::round(turn / a.turnRate / 100.0), 1.0);
-    const double ratio = travel / turnTicks;
-    if (turn > sharpTurn) {
-        a.turnRate *= std::min(ratio, std::min(turn, fullCorner) / 30.0);
-        if (turn >= fullCorner) {
-            a.earlyTicks = std::max(a.earlyTicks, cornerWindow);
-            a.lateTicks = std::max(a.lateTicks, cornerWindow);
-        }
-        return;
-    }
-    double divisor = ratio;
-    if (ratio >= 1.2)
-        divisor = std::min({ratio, ratio * 10.0 / turn, ratio * 30.0 / metresPerNm / distance});
-    if (divisor != 0.0)
-        a.turnRate /= divisor;
-}
 
 /// A speed that changes much over a long leg changes in two steps.
 void changeSpeedInSteps(LiveAircraft& a) {
@@ -181,37 +149,6 @@ void lookForLiftOff(LiveAircraft& a, const Motion& m) {
 
 } // namespace
 
-void insertMidpoint(LiveAircraft& a) {
-    const PositionSample& s0 = a.stream[0];
-    const PositionSample& s1 = a.stream[1];
-    PositionSample middle = s0;
-    double lonHalf = (s1.lon - s0.lon) / 2.0;
-    if (std::fabs(lonHalf) > 90.0) // across the date line
-        lonHalf -= std::copysign(180.0, lonHalf);
-    middle.lat = (s0.lat + s1.lat) / 2.0;
-    middle.lon = s0.lon + lonHalf;
-    middle.gs = (s0.gs + s1.gs) / 2.0;
-    middle.alt = std::max((s0.alt + s1.alt) / 2.0, 0.0);
-    middle.tick = s0.tick + (s1.tick - s0.tick) / 2;
-    middle.airborne = middle.alt > 0.0;
-    middle.stopped = false;
-    a.stream.insert(a.stream.begin() + 1, middle);
-}
-
-void setLegTiming(LiveAircraft& aircraft, const Motion& m) {
-    const PositionSample& from = aircraft.stream[0];
-    PositionSample& to = aircraft.stream[1];
-    if (to.stopped) {
-        timeStop(aircraft, m);
-        return;
-    }
-    aircraft.turnRate = aircraft.turnRateBase;
-    const std::int32_t travel = travelTicks(from, to);
-    if (aircraft.turning || curveRuns(aircraft))
-        fitTurnRate(aircraft, travel, distanceNm(from.position(), to.position()));
-    planArrival(aircraft, to, travel, m);
-}
-
 void nextPosGround(LiveAircraft& aircraft, const Motion& m) {
     switch (aircraft.fs) {
     case FlightState::pushing_back:
@@ -249,23 +186,6 @@ void setupGroundLeg(LiveAircraft& aircraft, const Motion& m) {
     aircraft.tasLeg = aircraft.fs == FlightState::pushing_back ? -next.gs : next.gs;
     if (aircraft.departing && aircraft.fs != FlightState::take_off && aircraft.stream[0].gs >= takeOffSpeed)
         lookForLiftOff(aircraft, m);
-}
-
-void applyGroundData(LiveAircraft& aircraft, bool simOnGround, double groundAltitude, double agl, const Motion& m) {
-    if (simOnGround && !aircraft.onGround && aircraft.rotationCount < 2)
-        touchdown(aircraft, m);
-    aircraft.agl = agl;
-    if (aircraft.onGround || aircraft.rotationCount >= 2)
-        aircraft.alt = aircraft.staticCg + groundAltitude;
-}
-
-void applyStaticData(LiveAircraft& aircraft, double staticCg, double staticPitch) {
-    if (staticCg >= 1.0 && staticCg <= 35.0)
-        aircraft.staticCg = staticCg;
-    else if (par::LOG)
-        log(fmt::format("{}: static CG {:.1F}ft wrong?", longLabel(aircraft), staticCg));
-    const bool fits = staticPitch > -1.0 * degToRad && staticPitch <= 2.5 * degToRad;
-    aircraft.staticPitch = fits ? staticPitch : 0.7 * degToRad;
 }
 
 } // namespace kes

@@ -1,12 +1,14 @@
 // A report of a known aircraft may tell another route, registration or flight than the record holds.
+#include "traffic/identity.h"
+
 #include "airports/airport_ref.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "liveries/matching.h"
 #include "reference/reference.h"
 #include "traffic/conflicts.h"
-#include "traffic/life_cycle.h"
-#include "traffic/life_cycle_parts.h"
+#include "traffic/removal.h"
+#include "traffic/title_table.h"
 
 #include <fmt/format.h>
 

@@ -1,8 +1,10 @@
 // Whether the feed shows a parked aircraft leaving its stand.
+#include "traffic/leaving_stand.h"
+
 #include "core/clock.h"
-#include "traffic/flight_phases.h"
-#include "traffic/life_cycle.h"
+#include "traffic/leg_timing.h"
 #include "traffic/parking.h"
+#include "traffic/removal.h"
 
 namespace kes {
 

@@ -1,16 +1,14 @@
+
 #include "traffic/live_aircraft.h"
 
 #include "core/parameters.h"
 #include "core/random.h"
 #include "reference/reference.h"
-#include "traffic/life_cycle.h"
-#include "traffic/life_cycle_parts.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace kes {
-
-std::vector<LiveAircraft> liveAircraft;
 
 namespace {
 
@@ -87,34 +85,21 @@ void takeModel(LiveAircraft& aircraft, const std::string& model) {
     applyModel(aircraft);
 }
 
-LiveAircraft* findLive(std::uint32_t hexid) {
-    const auto it = std::ranges::find(liveAircraft, hexid, &LiveAircraft::hexid);
-    return it == liveAircraft.end() ? nullptr : &*it;
-}
-
-LiveAircraft* findLiveByObject(std::uint32_t objectid) {
-    if (objectid == 0) // what waits in buffer has no object
-        return nullptr;
-    const auto it = std::ranges::find(liveAircraft, objectid, &LiveAircraft::objectid);
-    return it == liveAircraft.end() ? nullptr : &*it;
-}
-
-void eraseLive(LiveAircraft& aircraft) {
-    // An entry of a record that has gone would hold up the landing list for good.
-    std::erase(landingList, aircraft.hexid);
-    LiveAircraft& last = liveAircraft.back();
-    if (&aircraft != &last)
-        aircraft = std::move(last);
-    liveAircraft.pop_back();
-}
-
-void compactLive() {
-    std::erase_if(liveAircraft, [](const LiveAircraft& a) {
-        const bool gone = a.deleteNow || a.deleteQueued;
-        if (gone)
-            std::erase(landingList, a.hexid);
-        return gone;
-    });
+void insertMidpoint(LiveAircraft& a) {
+    const PositionSample& s0 = a.stream[0];
+    const PositionSample& s1 = a.stream[1];
+    PositionSample middle = s0;
+    double lonHalf = (s1.lon - s0.lon) / 2.0;
+    if (std::fabs(lonHalf) > 90.0) // across the date line
+        lonHalf -= std::copysign(180.0, lonHalf);
+    middle.lat = (s0.lat + s1.lat) / 2.0;
+    middle.lon = s0.lon + lonHalf;
+    middle.gs = (s0.gs + s1.gs) / 2.0;
+    middle.alt = std::max((s0.alt + s1.alt) / 2.0, 0.0);
+    middle.tick = s0.tick + (s1.tick - s0.tick) / 2;
+    middle.airborne = middle.alt > 0.0;
+    middle.stopped = false;
+    a.stream.insert(a.stream.begin() + 1, middle);
 }
 
 } // namespace kes

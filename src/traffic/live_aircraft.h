@@ -1,4 +1,5 @@
-// The record of one live aircraft with its stream, and the table of all of them. Worker only.
+// The record of one live aircraft: who it is, its stream of samples to fly to, where it is now, and the steps by which
+// each tick moves it. Worker only.
 #pragma once
 
 #include "core/ai_aircraft.h"
@@ -89,15 +90,12 @@ struct CategoryRow {
 };
 const CategoryRow& categoryRow(AircraftCategory category);
 
-/// Walked front to back each tick. Records move when others are dropped: nothing keeps a pointer across ticks.
-extern std::vector<LiveAircraft> liveAircraft;
-LiveAircraft* findLive(std::uint32_t hexid);            ///< null when there is none
-LiveAircraft* findLiveByObject(std::uint32_t objectid); ///< null when there is none
+/// Span, category and the category's motion values from `model`; draws the two random pitch spreads.
+void applyModel(LiveAircraft& aircraft);
+/// Another model than the record's brings its own category and values; an empty one changes nothing.
+void takeModel(LiveAircraft& aircraft, const std::string& model);
 
-/// Takes at most two reports from `reportQueue`, and tells it once a second which aircraft are known. With
-/// `sampleMutex` held, which is free while the reports are worked on.
-void takeReports();
-/// Offers a report to each record; one that nobody claims may become a new record.
-void findOrCreate(AircraftReport& report);
+/// Puts a sample between the first two of the stream, half-way in place, time, speed and height.
+void insertMidpoint(LiveAircraft& aircraft);
 
 } // namespace kes

@@ -1,9 +1,10 @@
+
 #include "traffic/motion.h"
 
 #include "airports/airport_ref.h"
 #include "core/run_state.h"
 #include "feed/qnh_reader.h"
-#include "traffic/life_cycle.h"
+#include "traffic/live_table.h"
 
 namespace kes {
 

@@ -6,6 +6,7 @@
 #include "core/geo.h"
 #include "sim/ai_commands.h"
 
+#include <cmath>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -16,6 +17,11 @@ inline constexpr std::int32_t ticksPerMinute = 6000;
 /// The sample of a parked aircraft lies this far ahead, as it waits for nothing further from the feed: a week.
 inline constexpr std::int32_t parkedForTicks = 7 * 24 * 60 * ticksPerMinute;
 inline constexpr double standardPressure = 1013.0; ///< hectopascal
+
+/// Degrees between two directions in radians, 0 to 180.
+inline double degreesBetween(double a, double b) {
+    return std::fabs(angleDiff(a, b)) * radToDeg;
+}
 
 struct MotionAirport {
     LatLon position;

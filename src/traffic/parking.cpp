@@ -1,3 +1,4 @@
+
 #include "traffic/parking.h"
 
 #include "airports/airport_ref.h"

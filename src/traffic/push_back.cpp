@@ -1,10 +1,12 @@
 // Out of a stand: ahead under own power, or pushed back.
+#include "traffic/push_back.h"
+
 #include "airports/stands.h"
 #include "core/log.h"
 #include "core/parameters.h"
-#include "traffic/air_motion.h"
-#include "traffic/ground_motion.h"
-#include "traffic/life_cycle.h"
+#include "traffic/controls.h"
+#include "traffic/ground_curve.h"
+#include "traffic/leg_timing.h"
 #include "traffic/parking.h"
 
 #include <cmath>

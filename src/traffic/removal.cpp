@@ -1,10 +1,11 @@
 // How an aircraft leaves the simulator, for good or for another livery.
+#include "traffic/removal.h"
+
 #include "core/log.h"
 #include "core/run_state.h"
 #include "core/window.h"
 #include "sim/orders.h"
-#include "traffic/life_cycle.h"
-#include "traffic/life_cycle_parts.h"
+#include "traffic/live_table.h"
 #include "traffic/parking.h"
 
 #include <algorithm>

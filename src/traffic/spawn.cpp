@@ -1,16 +1,20 @@
-// How a live aircraft enters the simulator: the decision, the preparation, the create request.
+#include "traffic/spawn.h"
+
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/run_state.h"
 #include "liveries/matching.h"
 #include "reference/identity.h"
 #include "sim/orders.h"
+#include "traffic/abandoned.h"
 #include "traffic/air_motion.h"
 #include "traffic/conflicts.h"
 #include "traffic/filters.h"
-#include "traffic/life_cycle.h"
-#include "traffic/life_cycle_parts.h"
+#include "traffic/live_table.h"
+#include "traffic/no_match.h"
 #include "traffic/parking.h"
+#include "traffic/title_table.h"
+#include "traffic/user_conflicts.h"
 
 #include <algorithm>
 #include <fmt/format.h>

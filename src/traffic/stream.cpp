@@ -1,12 +1,14 @@
 // How a report of the feed enters the table of live aircraft.
+#include "traffic/stream.h"
+
 #include "core/run_state.h"
 #include "feed/report_queue.h"
 #include "reference/identity.h"
 #include "traffic/filters.h"
 #include "traffic/flight_phases.h"
-#include "traffic/life_cycle.h"
-#include "traffic/life_cycle_parts.h"
-#include "traffic/live_aircraft.h"
+#include "traffic/identity.h"
+#include "traffic/live_table.h"
+#include "traffic/motion.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,8 @@
+
 #include "traffic/tick_check.h"
 
 #include "core/log.h"
-#include "traffic/live_aircraft.h"
+#include "traffic/live_table.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,12 +1,16 @@
 // One tick of the live aircraft.
+#include "traffic/update.h"
+
 #include "core/log.h"
 #include "core/run_state.h"
-#include "traffic/air_motion.h"
-#include "traffic/ground_motion.h"
-#include "traffic/life_cycle.h"
-#include "traffic/life_cycle_parts.h"
-#include "traffic/parking.h"
+#include "traffic/abandoned.h"
+#include "traffic/advance.h"
+#include "traffic/leg.h"
+#include "traffic/live_table.h"
+#include "traffic/removal.h"
+#include "traffic/spawn.h"
 #include "traffic/tick_check.h"
+#include "traffic/trouble.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -20,58 +24,6 @@ constexpr std::int32_t longestCreation = 12000;
 
 bool isMarked(const LiveAircraft& a) {
     return a.deleteNow || a.deleteQueued;
-}
-
-void nextPos(LiveAircraft& a, const Motion& m) {
-    clearCurve(a);
-    const PositionSample& front = a.stream[0];
-    PositionSample& next = a.stream[1];
-    if (!next.stopped && next.lat == front.lat && next.lon == front.lon)
-        next.stopped = true;
-    if (!next.stopped)
-        a.targetHeading = bearingRad({front.lat, front.lon}, {next.lat, next.lon});
-    if (a.onGround)
-        named("nextPosGround", a, [&] { nextPosGround(a, m); });
-    else
-        named("nextPosAir", a, [&] { nextPosAir(a, m); });
-    if (a.sz() < 2) { // the ground logic may cut a stream
-        reportEmptyStream("nextPos", a);
-        throw std::runtime_error("stream is empty");
-    }
-    PositionSample& target = a.stream[1];
-    if (target.stopped) {
-        a.latStep = 0.0;
-        a.lonStep = 0.0;
-        if (!a.landingRoll && !a.departing)
-            shrinkWindow(a);
-    } else {
-        aimAt(a, target, ticksToGo(target, m));
-        if (a.onGround)
-            setupGroundLeg(a, m);
-        else
-            setupAirLeg(a, m);
-    }
-    a.stream.pop_front();
-}
-
-void beginLegs(LiveAircraft& a, const Motion& m) {
-    for (;;) {
-        if (a.sz() >= 2) {
-            if (!a.onGround && a.stream[1].stopped && a.category != AircraftCategory::rotorcraft) {
-                a.stream.erase(a.stream.begin() + 1);
-                continue;
-            }
-            named("nextPos", a, [&] { nextPos(a, m); });
-            return;
-        }
-        if (endOfStream(a, m))
-            continue;
-        if (a.fs != FlightState::parked) {
-            learnStand(a, a.fs != FlightState::flying);
-            removeAircraftFromSim(a);
-        }
-        return;
-    }
 }
 
 void advanceOneTick(LiveAircraft& a, const Motion& m) {
@@ -110,10 +62,6 @@ void giveUpCreation(LiveAircraft& a) {
 }
 
 } // namespace
-
-void nextPosMain(LiveAircraft& aircraft, const Motion& m) {
-    named("nextPosMain", aircraft, [&] { beginLegs(aircraft, m); });
-}
 
 bool updateLiveAc(LiveAircraft& aircraft, const Motion& m) {
     if (aircraft.st == AircraftStatus::active)

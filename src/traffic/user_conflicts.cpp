@@ -1,12 +1,13 @@
 // Live aircraft too near the user's aircraft, and live aircraft that taxi into static ones.
+#include "traffic/user_conflicts.h"
+
 #include "airports/static_parking.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/user_aircraft.h"
-#include "traffic/conflicts.h"
-#include "traffic/life_cycle.h"
-#include "traffic/life_cycle_parts.h"
+#include "traffic/live_table.h"
 #include "traffic/parking.h"
+#include "traffic/removal.h"
 
 #include <algorithm>
 #include <cmath>
@@ -166,8 +167,7 @@ void checkParkedCollisions() {
     }
 }
 
-void resetConflicts() {
-    ghostList.clear();
+void resetUserConflicts() {
     lastUserPosition.reset();
 }
 

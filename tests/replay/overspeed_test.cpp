@@ -10,7 +10,7 @@
 #include "tools/replay/overspeed.h"
 #include "tools/replay/replay_feed.h"
 #include "traffic/filters.h"
-#include "traffic/life_cycle.h"
+#include "traffic/live_table.h"
 #include "world/replay/virtual_flight.h"
 #include "world/simulator/inproc.h"
 

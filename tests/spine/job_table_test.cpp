@@ -12,8 +12,8 @@
 #include "reference/reference.h"
 #include "sim/orders.h"
 #include "spine/main_tick.h"
-#include "traffic/life_cycle.h"
-#include "traffic/life_cycle_parts.h"
+#include "traffic/live_table.h"
+#include "traffic/title_table.h"
 #include "world/replay/virtual_flight.h"
 
 #include <functional>

@@ -9,7 +9,7 @@
 #include "liveries/store.h"
 #include "reference/reference.h"
 #include "support.h"
-#include "traffic/life_cycle.h"
+#include "traffic/live_table.h"
 #include "traffic/tick_check.h"
 #include "world/content/content.h"
 #include "world/replay/virtual_flight.h"

@@ -13,7 +13,7 @@
 #include "reference/reference.h"
 #include "sim/ai_commands.h"
 #include "spine/main_tick.h"
-#include "traffic/life_cycle.h"
+#include "traffic/live_table.h"
 #include "world/replay/virtual_flight.h"
 #include "world/simulator/inproc.h"
 

@@ -1,7 +1,6 @@
 // What happens when the reports of an aircraft end.
 #include "airports/stands.h"
 #include "traffic/harness.h"
-#include "traffic/life_cycle_parts.h"
 
 namespace kes {
 namespace {

@@ -1,7 +1,6 @@
-#include "tools/replay/overspeed.h"
-
 #include "feed/report_queue.h"
-#include "traffic/live_aircraft.h"
+#include "tools/replay/overspeed.h"
+#include "traffic/live_table.h"
 
 #include <algorithm>
 #include <fmt/format.h>

@@ -1,8 +1,9 @@
-#include "tools/replay/stage.h"
-
 #include "core/run_state.h"
 #include "feed/report_queue.h"
-#include "traffic/life_cycle.h"
+#include "tools/replay/stage.h"
+#include "traffic/flare.h"
+#include "traffic/live_table.h"
+#include "traffic/push_back.h"
 #include "world/simulator/inproc.h"
 
 #include <algorithm>

@@ -1,0 +1,12 @@
+// What an aircraft does when its reports end: it holds, runs on for a while on invented samples, or goes. Worker only.
+#pragma once
+
+#include "traffic/live_aircraft.h"
+#include "traffic/motion.h"
+
+namespace kes {
+
+/// The stream has run out. True = a sample was added, the leg can begin.
+bool endOfStream(LiveAircraft& aircraft, const Motion& m);
+
+} // namespace kes

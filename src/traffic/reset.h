@@ -1,0 +1,9 @@
+// Everything of live traffic that a run leaves behind, put back at once. Worker only.
+#pragma once
+
+namespace kes {
+
+/// All tables, queues and lists of live traffic back to their start values; stands and static aircraft are not touched.
+void resetLiveTraffic();
+
+} // namespace kes
