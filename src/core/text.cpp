@@ -91,7 +91,7 @@ std::string shortest(double value) {
 }
 
 std::string_view unquoted(std::string_view value) {
-    const std::size_t first = value.find('"');
+    const std::size_t first = value.starts_with('"') ? 0 : value.find('"');
     if (first == std::string_view::npos)
         return value;
     const std::size_t next = value.find('"', first + 1);

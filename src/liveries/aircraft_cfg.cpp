@@ -69,16 +69,18 @@ std::string_view stockModel(std::string_view baseContainer) {
 }
 
 std::string findModel(CfgJudgement& result, const FileText& text) {
-    for (const std::string_view line : text.lines) {
-        if (leadingCharacter(line) != 'i')
+    for (std::size_t i = 0; i < text.lines.size(); ++i) {
+        if ((text.letters[i] & typeLetters) == 0)
             continue;
+        const std::string_view line = text.lines[i];
         const std::string_view code = unquoted(keyValue(line, "icao_type_designator").value_or(""));
         if (!code.empty())
             return judgedModel(result, upper(code.substr(0, longestModel)));
     }
-    for (const std::string_view line : text.lines) {
-        if (leadingCharacter(line) != 'b')
+    for (std::size_t i = 0; i < text.lines.size(); ++i) {
+        if ((text.letters[i] & baseContainerLetters) == 0)
             continue;
+        const std::string_view line = text.lines[i];
         const std::string_view code = stockModel(unquoted(keyValue(line, "base_container").value_or("")));
         if (code.empty())
             continue;
@@ -98,25 +100,8 @@ std::string findModel(CfgJudgement& result, const FileText& text) {
 }
 
 /// The keys that must not stand twice are told from a second one by their name alone, wherever it stands in a line.
-struct KeyNames {
-    bool airline = false, parkingTypes = false, atcId = false;
-};
-
-KeyNames keyNamesIn(std::string_view line) {
-    KeyNames found;
-    // Underscores are common and these names are not, so the letter before and the one behind decide first.
-    for (std::size_t at = line.find('_'); at != std::string_view::npos; at = line.find('_', at + 1)) {
-        if (at < 3 || at + 1 == line.size())
-            continue;
-        const char before = line[at - 1], behind = line[at + 1];
-        if (before == 'c' && behind == 'p')
-            found.parkingTypes = found.parkingTypes || line.substr(at - 3).starts_with("atc_parking_types");
-        else if (before == 'c' && behind == 'i')
-            found.atcId = found.atcId || line.substr(at - 3).starts_with("atc_id=");
-        else if (before == 'o' && behind == 'a' && at > 3)
-            found.airline = found.airline || line.substr(at - 4).starts_with("icao_airline");
-    }
-    return found;
+bool holds(std::string_view line, std::string_view name) {
+    return line.find(name) != std::string_view::npos;
 }
 
 bool holdsNoCase(std::string_view text, std::string_view word) {
@@ -130,13 +115,15 @@ bool holdsNoCase(std::string_view text, std::string_view word) {
 /// One section while it is read.
 class Section {
 public:
-    /// `lines` begin with the header and are picked from a text that ends at `end`.
-    Section(const CfgRules& rules, CfgJudgement& result, std::span<const std::string_view> lines, const char* end)
-        : rules_(rules), result_(result), header_(lines.front()), lines_(withoutTrailingComments(lines, end)) {}
+    /// `lines` begin with the header and are picked from a text that ends at `end`; `letters` are theirs.
+    Section(const CfgRules& rules, CfgJudgement& result, std::span<const std::string_view> lines,
+            const std::uint8_t* letters, const char* end)
+        : rules_(rules), result_(result), header_(lines.front()), lines_(withoutTrailingComments(lines, end)),
+          letters_(letters) {}
 
     void read() {
-        for (const std::string_view line : lines_) {
-            if (!take(line))
+        for (std::size_t i = 0; i < lines_.size(); ++i) {
+            if (!take(lines_[i], letters_[i]))
                 return;
         }
         finish();
@@ -153,12 +140,11 @@ private:
     }
 
     /// False ends the section.
-    bool take(std::string_view line) {
-        const char first = leadingCharacter(line);
-        const bool maySecond = !airline_.empty() || !parkingTypes_.empty() || !regcode_.empty();
-        const KeyNames names = maySecond ? keyNamesIn(line) : KeyNames();
-        return (first != 't' || takeTitle(line)) && takeAirline(line, first, names.airline) &&
-               takeParkingTypes(line, first, names.parkingTypes) && takeAtcId(line, first, names.atcId);
+    bool take(std::string_view line, std::uint8_t letters) {
+        return ((letters & titleLetters) == 0 || takeTitle(line)) &&
+               ((letters & airlineLetters) == 0 || takeAirline(line)) &&
+               ((letters & parkingTypesLetters) == 0 || takeParkingTypes(line)) &&
+               ((letters & atcIdLetters) == 0 || takeAtcId(line));
     }
 
     bool takeTitle(std::string_view line) {
@@ -173,14 +159,14 @@ private:
         return !isLeftOut(rules_, result_, header_, title_);
     }
 
-    bool takeAirline(std::string_view line, char first, bool named) {
+    bool takeAirline(std::string_view line) {
         if (!airline_.empty()) {
-            if (!named)
+            if (!holds(line, "icao_airline"))
                 return true;
             return end(SectionFate::twoAirlines,
                        fmt::format("{} {} has more than one icao_airline key", result_.folder, header_));
         }
-        const auto value = first == 'i' ? keyValue(line, "icao_airline") : std::nullopt;
+        const auto value = keyValue(line, "icao_airline");
         if (!value)
             return true;
         const std::string_view code = unquoted(*value);
@@ -196,26 +182,26 @@ private:
         return true;
     }
 
-    bool takeParkingTypes(std::string_view line, char first, bool named) {
+    bool takeParkingTypes(std::string_view line) {
         if (!parkingTypes_.empty()) {
-            if (!named)
+            if (!holds(line, "atc_parking_types"))
                 return true;
             return end(SectionFate::twoParkingTypes,
                        fmt::format("{} {} has more than one atc_parking_types key", result_.folder, header_));
         }
-        if (const auto value = first == 'a' ? keyValue(line, "atc_parking_types") : std::nullopt)
+        if (const auto value = keyValue(line, "atc_parking_types"))
             parkingTypes_ = unquoted(*value);
         return true;
     }
 
-    bool takeAtcId(std::string_view line, char first, bool named) {
+    bool takeAtcId(std::string_view line) {
         if (!regcode_.empty()) {
-            if (!named)
+            if (!holds(line, "atc_id="))
                 return true;
             return end(SectionFate::twoAtcIds,
                        fmt::format("{}, {}, has more than one atc_id key", result_.folder, header_));
         }
-        const auto value = first == 'a' ? keyValue(line, "atc_id") : std::nullopt;
+        const auto value = keyValue(line, "atc_id");
         const std::string_view whole = unquoted(value.value_or(""));
         if (whole.size() >= shortestRegcode)
             regcode_ = regcodeOf(whole.substr(0, whole.find(';')));
@@ -294,14 +280,15 @@ private:
     CfgJudgement& result_;
     std::string_view header_;
     std::span<const std::string_view> lines_;
+    const std::uint8_t* letters_;
     std::string_view title_, regcode_, parkingTypes_;
     std::string airline_;
 };
 
 void lf_procesFltSimSection(const CfgRules& rules, CfgJudgement& result, std::span<const std::string_view> lines,
-                            const char* end) {
+                            const std::uint8_t* letters, const char* end) {
     try {
-        Section(rules, result, lines, end).read();
+        Section(rules, result, lines, letters, end).read();
     } catch (const std::exception& e) {
         result.log.push_back(fmt::format("exception in lf_procesFltSimSection: {}, file: {}", e.what(), result.path));
         drop(result, lines.front(), "", SectionFate::failed);
@@ -334,11 +321,12 @@ void lf_searchLiveriesinFile(const CfgRules& rules, const CfgSource& source, Cfg
         if (!header && lines[number].substr(0, bracketReach).find('[') == std::string_view::npos)
             continue;
         if (begin)
-            lf_procesFltSimSection(rules, result, lines.subspan(*begin, number - *begin), lines[number].data());
+            lf_procesFltSimSection(rules, result, lines.subspan(*begin, number - *begin), &text.letters[*begin],
+                                   lines[number].data());
         begin = header ? std::optional<std::size_t>(number) : std::nullopt;
     }
     if (begin)
-        lf_procesFltSimSection(rules, result, lines.subspan(*begin), text.end);
+        lf_procesFltSimSection(rules, result, lines.subspan(*begin), &text.letters[*begin], text.end);
 }
 
 std::string repeatedTitleLine(const CfgJudgement& judgement, const FoundLivery& found) {

@@ -82,6 +82,7 @@ std::size_t pickLines(std::string_view text, cfg::FileText& out) {
     findMarks<platform::Bytes16>(text, out.marks);
     out.end = text.data() + text.size();
     out.lines.clear();
+    out.letters.clear();
     out.brackets.clear();
     std::size_t picked = 0; // up to here
     for (const std::uint32_t mark : std::span(out.marks.at).first(out.marks.count)) {
@@ -92,9 +93,14 @@ std::size_t pickLines(std::string_view text, cfg::FileText& out) {
             picked = std::min(text.find('\n', mark), text.size());
             const std::size_t end = text[picked - 1] == '\r' ? picked - 1 : picked;
             out.lines.push_back(text.substr(begin, end - begin));
+            out.letters.push_back(0);
+        }
+        if (text[mark] != '[') {
+            out.letters.back() |= cfg::lettersAt(text, mark);
+            continue;
         }
         const auto number = static_cast<std::uint32_t>(out.lines.size() - 1);
-        if (text[mark] == '[' && (out.brackets.empty() || out.brackets.back() != number))
+        if (out.brackets.empty() || out.brackets.back() != number)
             out.brackets.push_back(number);
     }
     return out.marks.feeds + (text.empty() || text.back() == '\n' ? 0 : 1);

@@ -15,6 +15,7 @@ struct FileText {
     platform::FileBytes bytes;
     std::string converted;
     std::vector<std::string_view> lines; ///< of a normal file those alone that can say anything
+    std::vector<std::uint8_t> letters;   ///< of each line; normal files
     const char* end = nullptr;           ///< of the text that they are picked from
     Marks marks;                         ///< scratch of the picking
     std::vector<std::uint32_t>

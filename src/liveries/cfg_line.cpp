@@ -27,11 +27,6 @@ std::size_t behindWord(std::string_view line, std::size_t at, std::string_view w
 
 } // namespace
 
-char leadingCharacter(std::string_view line) {
-    const std::size_t at = behindSpace(line, 0);
-    return at < line.size() ? lower(line[at]) : '\0';
-}
-
 std::optional<std::string_view> keyValue(std::string_view line, std::string_view key) {
     std::size_t at = behindWord(line, behindSpace(line, 0), key);
     if (at == 0)

@@ -15,9 +15,6 @@ std::optional<std::string_view> keyValue(std::string_view line, std::string_view
 /// \s*(\[fltsim\.)(\d+)\]\s*, group 2; empty when the line does not match.
 std::string_view headerDigits(std::string_view line);
 
-/// The first character behind white space in lower case, 0 when there is none.
-char leadingCharacter(std::string_view line);
-
 /// The white space of the expressions.
 constexpr bool isSpace(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');

@@ -12,15 +12,39 @@
 
 namespace kes::cfg {
 
+/// Which keys may stand in a line, by three letters of each.
+enum KeyLetters : std::uint8_t {
+    titleLetters = 1,         ///< tit
+    airlineLetters = 2,       ///< o_a
+    parkingTypesLetters = 4,  ///< c_p
+    atcIdLetters = 8,         ///< c_i
+    typeLetters = 16,         ///< o_t
+    baseContainerLetters = 32 ///< e_c
+};
+
+/// The letters around a mark that is no bracket.
+inline std::uint8_t lettersAt(std::string_view text, std::size_t mark) {
+    if (text[mark] != '_')
+        return titleLetters;
+    const char right = static_cast<char>(text[mark + 1] | ' ');
+    switch (text[mark - 1] | ' ') {
+    case 'c':
+        return right == 'p' ? parkingTypesLetters : atcIdLetters;
+    case 'o':
+        return right == 'a' ? airlineLetters : typeLetters;
+    default:
+        return baseContainerLetters;
+    }
+}
+
 /// Places in a text, and how many line feeds it holds.
 struct Marks {
     std::vector<std::uint32_t> at; ///< ascending; only the first `count` count, the rest is kept room
     std::size_t count = 0, feeds = 0;
 };
 
-/// Marks each '[' and the middle of each three letters, in any case, that no key of a normal file is without: "tit" of
-/// title, "o_a", "c_p", "c_i" of the keys of a section, "o_t", "e_c" of those that name the model. One pass, whatever
-/// the text holds; a few marks more are no harm. `text` has less than 4 GiB.
+/// Marks each '[' and the middle of the letters above, in any case: no key of a normal file is without them. One pass,
+/// whatever the text holds, which has less than 4 GiB.
 template <class Bytes> void findMarks(std::string_view text, Marks& out) {
     constexpr std::size_t block = 64, mostBlocks = 63; // a byte counts four feeds of a block
     const Bytes lowerCase = Bytes::of(' '), feed = Bytes::of('\n'), bracket = Bytes::of('[');

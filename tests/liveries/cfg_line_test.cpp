@@ -1,7 +1,10 @@
 // One line at a time against the regular expressions that define it.
 #include "core/text.h"
 #include "liveries/cfg_line.h"
+#include "liveries/cfg_pick.h"
 
+#include <algorithm>
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <map>
 #include <random>
@@ -121,6 +124,47 @@ TEST(CfgLine, takesTheTextBetweenTheFirstTwoQuotes) {
         {"x\"\"y\"z\"", ""}, {"\" a \"", " a "},     {"\"a\"\"b\"", "a"}, {"", ""}};
     for (const auto& [value, wanted] : table)
         EXPECT_EQ(unquoted(value), wanted) << value;
+}
+
+/// Each place that the pass must mark, found byte by byte.
+std::string plainMarks(std::string_view text) {
+    std::string all;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const std::string three = at > 0 ? upper(text.substr(at - 1, 3)) : "";
+        const std::string_view letters = "TIT O_A C_P C_I O_T E_C";
+        if (text[at] == '[' || (three.size() == 3 && letters.find(three) != std::string_view::npos &&
+                                three.find(' ') == std::string::npos))
+            all += fmt::format("{} ", at);
+    }
+    return all + fmt::format("{}", std::count(text.begin(), text.end(), '\n'));
+}
+
+TEST(CfgLine, theVectorPassMarksWhatAPassByBytesMarks) {
+    std::mt19937 random(7);
+    cfg::Marks marks;
+    const auto found = [&] {
+        std::string all;
+        for (std::size_t i = 0; i < marks.count; ++i)
+            all += fmt::format("{} ", marks.at[i]);
+        return all + fmt::format("{}", marks.feeds);
+    };
+    std::vector<std::string> texts{std::string(70000, '\n'), std::string(300, '['), "tit", "Tit_o_a[", "ti", "_a"};
+    for (std::size_t size = 0; size < 400; ++size) {
+        for (std::string& text = texts.emplace_back(size, '\0'); char& c : text)
+            c = "[\n\r_tTiIoOaAcCpPeE= \xF4\x7F"[random() % 22];
+    }
+    for (const std::string& text : texts) {
+        const std::string wanted = plainMarks(text);
+        for (std::size_t shift = 0; shift < 16; ++shift) {
+            // What lies around the text would make marks of its ends.
+            const std::string around = std::string(shift, 't') + 'o' + text + "a_";
+            const std::string_view view = std::string_view(around).substr(shift + 1, text.size());
+            cfg::findMarks<platform::Bytes16>(view, marks);
+            ASSERT_EQ(found(), wanted) << text << shift;
+        }
+        cfg::findMarks<platform::PlainBytes16>(text, marks);
+        ASSERT_EQ(found(), wanted) << text;
+    }
 }
 
 TEST(CfgLine, takesLinesOfAnyLength) {

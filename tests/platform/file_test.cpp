@@ -59,6 +59,14 @@ TEST(InputFile, readsFilesAndNothingElse) {
         const int changed = folder.read({c.name, false, true}, bytes, std::min<std::uint64_t>(c.most, 100000));
         EXPECT_TRUE(changed == c.error || bytes.view().empty()) << c.name << changed;
     }
+    for (const std::size_t size : {65535u, 65536u, 65537u, 131072u, 300000u}) { // around the room for bytes
+        std::string written(size, 'x');
+        written.back() = 'y';
+        put("in/sized", written);
+        EXPECT_EQ(folder.read({"sized", false, true}, bytes, size), 0);
+        EXPECT_TRUE(bytes.view() == written) << size;
+        EXPECT_EQ(folder.read({"sized", false, true}, bytes, size - 1), EFBIG);
+    }
     std::string content;
     EXPECT_EQ(platform::readFile("/proc/self/status", content), 0) << "a file that does not know its size";
     EXPECT_NE(content.find("Threads:"), std::string::npos);
