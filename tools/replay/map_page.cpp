@@ -20,7 +20,7 @@ namespace {
 
 using Numbers = std::vector<std::int64_t>;
 
-/// Steps of the whole numbers; map_page_script.cpp knows them too.
+/// Steps of the whole numbers; page/data.js knows them too.
 constexpr double perSecond = 100, perDegree = 1e6, perFoot = 1, perKnot = 10, perHeadingDegree = 10;
 constexpr double decimetresPerNm = 18520;
 /// Anything beyond is no number of this world, and its differences would leave what a script's number holds.
@@ -130,7 +130,7 @@ void writeMapPage(const std::filesystem::path& file, const MapPage& page) {
     out << "],\n\"aircraft\":[";
     for (std::size_t i = 0; i < page.aircraft.size(); ++i)
         out << (i == 0 ? "\n" : ",\n") << aircraftJson(page.aircraft[i]);
-    out << "]}" << mapPageBody << mapScriptData << mapScriptMap << mapScriptProfile << mapScriptControls;
+    out << "]}" << mapPageTail;
     out.close();
     if (!out)
         throw std::runtime_error(fmt::format("{} cannot be written", file.string()));

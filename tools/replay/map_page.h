@@ -1,4 +1,5 @@
-// The page that shows a replay: one file of HTML with its data and its program inside, no network needed.
+// The page that shows a replay: one file of HTML with its data and its program inside, no network needed. The page's
+// own policy keeps it from loading anything when somebody passes it on.
 #pragma once
 
 #include <cstdint>
