@@ -2,6 +2,7 @@
 #include "core/run_state.h"
 #include "feed/traffic_reader.h"
 
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <string>
@@ -41,14 +42,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         trafficReader.setReferenceAirport(FeedAirport{{41.3, 2.08}, 12.0});
         trafficReader.setCollectCallsigns();
         setRange(20000.0F);
-        acceptSamples = true;
+        reportQueue.setAccepting(true);
         return true;
     }();
     (void)prepared;
     trafficReader.text = {reinterpret_cast<const char*>(data), size};
     trafficReader.onDatagram();
-    const std::lock_guard lock(sampleMutex);
-    for (; const AircraftReport* report = reportQueue.front(); reportQueue.pop())
-        checkReport(*report);
+    static std::array<AircraftReport, 1> report;
+    while (reportQueue.take(report) != 0)
+        checkReport(report[0]);
     return 0;
 }

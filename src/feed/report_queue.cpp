@@ -1,11 +1,10 @@
 #include "feed/report_queue.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kes {
 
-std::mutex sampleMutex;
-bool acceptSamples = false;
 ReportQueue reportQueue;
 
 void HexidSet::add(std::uint32_t hexid) {
@@ -21,16 +20,72 @@ bool HexidSet::contains(std::uint32_t hexid) const {
     return std::binary_search(hexids_.begin(), hexids_.begin() + size_, hexid);
 }
 
-void ReportQueue::prepare() {
-    // Never given back: the slots and the capacity of their texts serve every run of the process.
-    slots_ = new AircraftReport[capacity + 1];
-    clear();
+void ReportQueue::setAccepting(bool on) {
+    const std::lock_guard lock(sampleMutex);
+    acceptSamples = on;
 }
 
-AircraftReport& ReportQueue::push(std::uint32_t hexid) {
-    if (slots_ == nullptr)
-        prepare();
-    const std::size_t lane = known.shown.contains(hexid) ? 0 : known.expected.contains(hexid) ? 1 : 2;
+bool ReportQueue::accepting() const {
+    const std::lock_guard lock(sampleMutex);
+    return acceptSamples;
+}
+
+void ReportQueue::push(const AircraftReport& report) {
+    const std::lock_guard lock(sampleMutex);
+    // Copied, not moved: the slot and the caller's record keep the room of their texts.
+    if (acceptSamples)
+        slotFor(report.hexid) = report;
+}
+
+std::size_t ReportQueue::take(std::span<AircraftReport> room) {
+    const std::lock_guard lock(sampleMutex);
+    std::size_t count = 0;
+    for (; count < room.size() && size_ != 0; ++count) {
+        const std::size_t lane = nextLane();
+        std::swap(room[count], slots_[lanes_[lane].head]);
+        freeHead(lane);
+        passBy(lane);
+    }
+    return count;
+}
+
+void ReportQueue::setKnown(const KnownAircraft& known) {
+    const std::lock_guard lock(sampleMutex);
+    known_ = known;
+}
+
+bool ReportQueue::copyNewest(AircraftReport& report) const {
+    const std::lock_guard lock(sampleMutex);
+    if (last_ == none)
+        return false;
+    report = slots_[last_];
+    return true;
+}
+
+std::size_t ReportQueue::size() const {
+    const std::lock_guard lock(sampleMutex);
+    return size_;
+}
+
+std::size_t ReportQueue::dropped() const {
+    const std::lock_guard lock(sampleMutex);
+    return dropped_;
+}
+
+void ReportQueue::clear() {
+    const std::lock_guard lock(sampleMutex);
+    freeAll();
+    known_.shown.clear();
+    known_.expected.clear();
+}
+
+AircraftReport& ReportQueue::slotFor(std::uint32_t hexid) {
+    if (slots_ == nullptr) {
+        // Never given back: the slots and the capacity of their texts serve every run of the process.
+        slots_ = new AircraftReport[capacity + 1];
+        freeAll();
+    }
+    const std::size_t lane = known_.shown.contains(hexid) ? 0 : known_.expected.contains(hexid) ? 1 : 2;
     if (free_ == none) {
         ++dropped_;
         std::size_t last = laneCount - 1;
@@ -38,7 +93,7 @@ AircraftReport& ReportQueue::push(std::uint32_t hexid) {
             --last;
         if (last < lane)
             return slots_[last_ = spare];
-        takeHead(last);
+        freeHead(last);
     }
     const std::uint16_t slot = free_;
     free_ = next_[slot];
@@ -60,15 +115,7 @@ std::size_t ReportQueue::nextLane() const {
     return lane;
 }
 
-AircraftReport* ReportQueue::front() {
-    return size_ == 0 ? nullptr : slots_ + lanes_[nextLane()].head;
-}
-
-const AircraftReport* ReportQueue::back() const {
-    return last_ == none ? nullptr : slots_ + last_;
-}
-
-void ReportQueue::takeHead(std::size_t lane) {
+void ReportQueue::freeHead(std::size_t lane) {
     Lane& from = lanes_[lane];
     const std::uint16_t slot = from.head;
     from.head = next_[slot];
@@ -79,26 +126,20 @@ void ReportQueue::takeHead(std::size_t lane) {
         last_ = none;
 }
 
-void ReportQueue::pop() {
-    if (size_ == 0)
-        return;
-    const std::size_t lane = nextLane();
-    takeHead(lane);
+void ReportQueue::passBy(std::size_t lane) {
     lanes_[lane].passes = 0;
     for (std::size_t waiting = lane + 1; waiting < laneCount; ++waiting)
         if (lanes_[waiting].head != none)
             ++lanes_[waiting].passes;
 }
 
-void ReportQueue::clear() {
+void ReportQueue::freeAll() {
     lanes_ = {};
     for (std::uint16_t slot = 0; slot < capacity; ++slot)
         next_[slot] = slot + 1 == capacity ? none : static_cast<std::uint16_t>(slot + 1);
     free_ = slots_ == nullptr ? none : std::uint16_t{0};
     last_ = none;
     size_ = dropped_ = 0;
-    known.shown.clear();
-    known.expected.clear();
 }
 
 } // namespace kes

@@ -1,4 +1,5 @@
-// Hand-over of reports from the traffic reader to the main tick.
+// Hand-over of reports from the traffic reader to the main tick. The queue locks by itself, for some copies of a report
+// at most, and calls nobody meanwhile: no operation can be met with its lock held.
 #pragma once
 
 #include "feed/aircraft_report.h"
@@ -7,13 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
+#include <span>
 
 namespace kes {
-
-/// Guards `acceptSamples` and the queue. Held for one append or one tick's consumption, never with another lock.
-extern std::mutex sampleMutex;
-/// The traffic reader may queue reports. Guarded by `sampleMutex`.
-extern bool acceptSamples;
 
 /// A set of hexids of fixed room.
 struct HexidSet {
@@ -28,7 +25,7 @@ private:
     std::size_t size_ = 0;
 };
 
-/// The aircraft whose reports go before those of others. Any thread of its own copy; the queue's under `sampleMutex`.
+/// The aircraft whose reports go before those of others.
 struct KnownAircraft {
     HexidSet shown;    ///< in the simulator or on the way into it
     HexidSet expected; ///< reported, not yet shown
@@ -38,24 +35,29 @@ struct KnownAircraft {
 /// each first-in first-out: shown aircraft go first, then expected ones, then those nobody knows; yet a lane that waits
 /// gets every tenth report at least. Bounded: a report is due 3000 ticks after it came, so what does not fit into 6000
 /// places would be late anyway. Slots are reused, so a steady queue allocates nothing.
+/// All operations from any thread.
 class ReportQueue {
 public:
     static constexpr std::size_t capacity = 6000;
     static constexpr std::uint32_t mostPasses = 9; ///< so often others go before a lane that waits
 
-    /// A slot to fill with a report of this aircraft. When the queue is full the oldest report of the last lane gives
-    /// way, or the new one when all that wait go before it. Under `sampleMutex`.
-    AircraftReport& push(std::uint32_t hexid = 0);
-    /// The report that is next, or null. Stays valid until `pop` and `push`. Under `sampleMutex`.
-    AircraftReport* front();
-    /// The report pushed last, or null when it has left. Under `sampleMutex`.
-    const AircraftReport* back() const;
-    void pop();
-    std::size_t size() const { return size_; }
-    void clear();                                    ///< forgets the known aircraft, too
-    std::size_t dropped() const { return dropped_; } ///< reports that gave way since the last `clear`
-
-    KnownAircraft known; ///< kept by the worker, under `sampleMutex`
+    /// Whether reports are taken in; not from the start. What waits stays.
+    void setAccepting(bool on);
+    bool accepting() const;
+    /// Copies a report into the queue; does nothing while none are accepted. When the queue is full the oldest report
+    /// of the last lane gives way, or the new one when all that wait go before it.
+    void push(const AircraftReport& report);
+    /// Takes out the reports that are next, as many as there are and as there is room for, and returns how many.
+    /// Reports are swapped, so a caller who brings the same room again and again keeps the capacity of all texts in
+    /// use.
+    std::size_t take(std::span<AircraftReport> room);
+    /// Whose reports go first from now on. Both sets sorted.
+    void setKnown(const KnownAircraft& known);
+    /// Copies the report pushed last, also one that found no place. False when it has been taken.
+    bool copyNewest(AircraftReport& report) const;
+    std::size_t size() const;
+    std::size_t dropped() const; ///< reports that gave way since the last `clear`
+    void clear();                ///< forgets the known aircraft, too; goes on accepting, or not
 
 private:
     static constexpr std::uint16_t none = capacity + 1;
@@ -65,10 +67,16 @@ private:
         std::uint32_t passes = 0; ///< how often others went before it while it waited
     };
     static constexpr std::size_t laneCount = 3;
-    void prepare();
+    // With the lock held.
+    void freeAll();
+    AircraftReport& slotFor(std::uint32_t hexid);
     std::size_t nextLane() const; ///< `laneCount` when nothing waits
-    void takeHead(std::size_t lane);
+    void freeHead(std::size_t lane);
+    void passBy(std::size_t lane); ///< counts for those who wait behind it
 
+    mutable std::mutex sampleMutex; ///< guards all that follows
+    bool acceptSamples = false;     ///< the traffic reader may queue reports
+    KnownAircraft known_;
     AircraftReport* slots_ = nullptr; ///< allocated at the first use, kept for the life of the process
     std::array<std::uint16_t, capacity> next_{};
     std::array<Lane, laneCount> lanes_;

@@ -1,14 +1,15 @@
-// The traffic line: fields, filters, and the record built from it.
-#include "core/run_state.h"
-#include "feed/traffic_reader.h"
+#include "feed/traffic_line.h"
+
+#include "core/foreign_log.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstring>
 #include <fmt/format.h>
-#include <stdexcept>
+#include <utility>
 
 namespace kes {
 
@@ -42,8 +43,10 @@ constexpr std::size_t longestRegcode = 12;
 constexpr double airportRadiusNm = 5.0;
 constexpr double noElevation = -1000.0;
 
-template <typename... Args> [[noreturn]] void reject(fmt::format_string<Args...> text, Args&&... args) {
-    throw std::runtime_error(fmt::format(text, std::forward<Args>(args)...));
+template <typename... Args> ParsedLine complain(ParsedLine& line, fmt::format_string<Args...> text, Args&&... args) {
+    line.outcome = LineOutcome::complaint;
+    line.complaint = fmt::format(text, std::forward<Args>(args)...);
+    return std::move(line);
 }
 
 /// Reads the number at the start of a field; what follows it is ignored.
@@ -88,12 +91,8 @@ double airspeedForAltitude(double alt) {
     return alt <= 2000.0 ? 180.0 : alt <= 5000.0 ? 220.0 : alt <= 10000.0 ? 250.0 : alt <= 20000.0 ? 350.0 : 430.0;
 }
 
-void readHeading(std::string_view field, PositionSample& sample) {
-    double heading = 0;
-    if (!readNumber(field, heading) || std::isnan(heading))
-        reject("true heading:{}", quoted(field));
-    if (heading > 360.0)
-        reject("true heading:{:.2F}", heading);
+/// Takes a heading of 0 to 360 degrees. What is below means that there is none.
+void takeHeading(double heading, PositionSample& sample) {
     if (heading < 0.0)
         return;
     // 0 stands for "no heading" elsewhere, so north is a full turn.
@@ -103,14 +102,17 @@ void readHeading(std::string_view field, PositionSample& sample) {
 
 } // namespace
 
-void splitFields(std::string_view line, std::vector<std::string_view>& fields) {
-    fields.clear();
+std::size_t splitFields(std::string_view line, std::span<std::string_view> fields) {
     const char* const begin = line.data();
-    std::size_t start = 0;
+    std::size_t start = 0, count = 0;
+    // False when there is no room for a further one.
     const auto endField = [&](std::size_t comma) {
-        fields.emplace_back(begin + start, comma - start);
+        fields[count++] = {begin + start, comma - start};
         start = comma + 1;
+        return count < fields.size();
     };
+    if (fields.empty())
+        return 0;
     std::size_t at = 0;
     // Fields are short, so a call per field costs more than the search: eight bytes are looked at in one step.
     if constexpr (std::endian::native == std::endian::little) {
@@ -122,14 +124,16 @@ void splitFields(std::string_view line, std::vector<std::string_view>& fields) {
             word ^= commas;
             // The top bit of each byte that is a comma.
             for (std::uint64_t found = ~(((word & low7) + low7) | word | low7); found != 0; found &= found - 1)
-                endField(at + static_cast<std::size_t>(std::countr_zero(found)) / 8);
+                if (!endField(at + static_cast<std::size_t>(std::countr_zero(found)) / 8))
+                    return count;
         }
     }
     for (; at < line.size(); ++at)
-        if (begin[at] == ',')
-            endField(at);
+        if (begin[at] == ',' && !endField(at))
+            return count;
     if (start < line.size())
         endField(line.size());
+    return count;
 }
 
 bool isOnGround(double alt, double gs, double elevation) {
@@ -157,99 +161,105 @@ bool categoryFilter(const AircraftReport& report, std::string_view categoryCode)
     return !holds(typeExclusions, report.model);
 }
 
-void TrafficReader::processLine() {
+ParsedLine parse(std::string_view datagram, const FeedInputs& inputs, AircraftReport& report) {
+    ParsedLine parsed;
+    // Ground vehicles under way announce themselves in the callsign.
+    if (datagram.find(" VEH") != std::string_view::npos)
+        return parsed;
+    // A sender that ends its lines would otherwise put the line end into the last field.
+    std::string_view line = datagram;
+    while (!line.empty() && (line.back() == '\n' || line.back() == '\r'))
+        line.remove_suffix(1);
+    std::array<std::string_view, neededFields> fields;
     // Other tags on the same port have fewer fields.
-    if (fields.size() < neededFields)
-        return;
-    PositionSample& sample = scratch.sample;
+    if (splitFields(line, fields) < neededFields)
+        return parsed;
+    PositionSample& sample = report.sample;
     sample = {};
 
     double time = 0;
     if (!readNumber(fields[timestampField], time) || !(std::fabs(time) <= largestTimestamp))
-        reject("timestamp:{}", quoted(fields[timestampField]));
-    timestamp.store(time, std::memory_order_relaxed);
-    scratch.timestamp = time;
+        return complain(parsed, "timestamp:{}", quoted(fields[timestampField]));
+    parsed.timestamp = report.timestamp = time;
 
     if (!readNumber(fields[latField], sample.lat))
-        reject("lat:{}", quoted(fields[latField]));
+        return complain(parsed, "lat:{}", quoted(fields[latField]));
     if (!readNumber(fields[lonField], sample.lon))
-        reject("lon:{}", quoted(fields[lonField]));
+        return complain(parsed, "lon:{}", quoted(fields[lonField]));
     if (!(std::fabs(sample.lat) <= 90.0) || !(std::fabs(sample.lon) <= 180.0) || inStartUpBox(sample.lat, sample.lon))
-        reject("lalo:{}", quoted(fmt::format("{:.6f},{:.6f}", sample.lat, sample.lon)));
+        return complain(parsed, "lalo:{}", quoted(fmt::format("{:.6f},{:.6f}", sample.lat, sample.lon)));
 
-    LatLon user;
-    std::optional<FeedAirport> airport;
-    {
-        const std::lock_guard lock(inputMutex);
-        user = userPosition;
-        airport = referenceAirport;
-    }
     const LatLon position{sample.lat, sample.lon};
-    if (!(distanceNm(user, position) <= static_cast<double>(rangeNm.load(std::memory_order_relaxed))))
-        return;
+    if (!(distanceNm(inputs.userPosition, position) <= inputs.rangeNm))
+        return parsed;
 
-    if (fields[regcodeField].size() > longestRegcode || !readText(fields[regcodeField], scratch.regcode))
-        return;
+    if (fields[regcodeField].size() > longestRegcode || !readText(fields[regcodeField], report.regcode))
+        return parsed;
 
     const std::string_view callsign = fields[callsignField];
     const bool marked = callsign.find('@') != std::string_view::npos;
-    if (collectCallsigns.load(std::memory_order_relaxed) && callsign != unknown && !callsign.empty() && !marked &&
-        isPlain(callsign))
-        collectCallsign(callsign);
+    if (callsign != unknown && !marked && isPlain(callsign))
+        parsed.callsign = callsign;
 
-    scratch.airline.clear();
-    scratch.model.clear();
+    report.airline.clear();
+    report.model.clear();
     const std::string_view model = fields[modelField];
-    if (model != "0" && model != "ZZZZ" && !readText(model, scratch.model))
-        return;
-    if (!categoryFilter(scratch, fields[categoryField]))
-        return;
+    if (model != "0" && model != "ZZZZ" && !readText(model, report.model))
+        return parsed;
+    if (!categoryFilter(report, fields[categoryField]))
+        return parsed;
 
-    if (fields[sourceField] == "adsb_icao")
-        readHeading(fields[headingField], sample);
+    if (fields[sourceField] == "adsb_icao") {
+        double heading = 0;
+        if (!readNumber(fields[headingField], heading) || std::isnan(heading))
+            return complain(parsed, "true heading:{}", quoted(fields[headingField]));
+        if (heading > 360.0)
+            return complain(parsed, "true heading:{:.2F}", heading);
+        takeHeading(heading, sample);
+    }
 
     const std::string_view hexid = fields[hexidField];
-    if (std::from_chars(hexid.data(), hexid.data() + hexid.size(), scratch.hexid).ec != std::errc{})
-        reject("hexid incorrect{}", quoted(hexid));
-    if (scratch.hexid <= lastStaticHexid)
-        return;
+    if (std::from_chars(hexid.data(), hexid.data() + hexid.size(), report.hexid).ec != std::errc{})
+        return complain(parsed, "hexid incorrect{}", quoted(hexid));
+    if (report.hexid <= lastStaticHexid)
+        return parsed;
 
     if (!readMeasure(fields[gsField], sample.gs, speedBounds))
-        reject("gs:{}", quoted(fields[gsField]));
+        return complain(parsed, "gs:{}", quoted(fields[gsField]));
     if (!readMeasure(fields[altField], sample.alt, altitudeBounds))
-        reject("altitude {} incorrect, from: {}", quoted(fields[altField]), quoted(text));
+        return complain(parsed, "altitude {} incorrect, from: {}", quoted(fields[altField]), quoted(datagram));
 
-    if (isOnGround(sample.alt, sample.gs, airport ? airport->elevation : noElevation))
+    if (isOnGround(sample.alt, sample.gs, inputs.airport ? inputs.airport->elevation : noElevation))
         sample.alt = 0.0;
     sample.airborne = sample.alt > 0.0;
 
-    if (!readText(callsign, scratch.callsign))
-        return;
+    if (!readText(callsign, report.callsign))
+        return parsed;
     if (marked)
-        scratch.callsign.clear();
-    if (scratch.callsign == "ERARMTR0" || scratch.callsign == "AIRPORT1")
-        return;
-    if (scratch.callsign.empty() && scratch.regcode.empty())
-        return;
+        report.callsign.clear();
+    if (report.callsign == "ERARMTR0" || report.callsign == "AIRPORT1")
+        return parsed;
+    if (report.callsign.empty() && report.regcode.empty())
+        return parsed;
 
-    if (!sample.airborne && !(airport && distanceNm(airport->position, position) <= airportRadiusNm))
-        return;
+    if (!sample.airborne && !(inputs.airport && distanceNm(inputs.airport->position, position) <= airportRadiusNm))
+        return parsed;
 
     if (!fields[trackField].empty() && !readMeasure(fields[trackField], sample.track, trackBounds))
-        reject("track incorrect {}", quoted(fields[trackField]));
+        return complain(parsed, "track incorrect {}", quoted(fields[trackField]));
     if (sample.track == 0.0 && sample.trueHeadingValid)
         sample.track = sample.trueHeading * radToDeg;
 
     if (!readMeasure(fields[vsField], sample.vs, climbBounds))
-        reject("vs:{}", quoted(fields[vsField]));
+        return complain(parsed, "vs:{}", quoted(fields[vsField]));
 
-    readAirport(fields[origField], scratch.orig);
-    readAirport(fields[destField], scratch.dest);
+    readAirport(fields[origField], report.orig);
+    readAirport(fields[destField], report.dest);
 
     if (sample.airborne) {
         double roll = 0;
         if (!readMeasure(fields[rollField], roll, rollBounds))
-            reject("roll:{}", quoted(fields[rollField]));
+            return complain(parsed, "roll:{}", quoted(fields[rollField]));
         if (roll != -1.0 && roll != 0.0) {
             sample.bank = -roll * degToRad;
             sample.bankValid = true;
@@ -257,17 +267,12 @@ void TrafficReader::processLine() {
     }
 
     if (!readMeasure(fields[tasField], sample.tas, speedBounds))
-        reject("TAS incorrect{}", quoted(fields[tasField]));
+        return complain(parsed, "TAS incorrect{}", quoted(fields[tasField]));
     if (sample.tas == -1.0)
         sample.tas = airspeedForAltitude(sample.alt);
 
-    const std::lock_guard lock(sampleMutex);
-    if (acceptSamples) {
-        sample.tick = static_cast<std::int32_t>(static_cast<std::uint32_t>(tickCount.load(std::memory_order_relaxed)) +
-                                                static_cast<std::uint32_t>(showDelayTicks));
-        // Copied, not moved: the slot and the scratch record keep the room of their texts.
-        reportQueue.push(scratch.hexid) = scratch;
-    }
+    parsed.outcome = LineOutcome::kept;
+    return parsed;
 }
 
 } // namespace kes

@@ -1,6 +1,7 @@
 #include "feed/traffic_reader.h"
 
 #include "core/log.h"
+#include "core/run_state.h"
 #include "feed/qnh_reader.h"
 
 #include <fmt/format.h>
@@ -18,19 +19,27 @@ ReaderThread thread(trafficReader);
 } // namespace
 
 void TrafficReader::onDatagram() {
-    // Ground vehicles under way announce themselves in the callsign.
-    if (text.find(" VEH") != std::string_view::npos)
-        return;
-    // A sender that ends its lines would otherwise put the line end into the last field.
-    std::string_view line = text;
-    while (!line.empty() && (line.back() == '\n' || line.back() == '\r'))
-        line.remove_suffix(1);
     try {
-        splitFields(line, fields);
         processLine();
     } catch (const std::exception& error) {
         complaints.write(fmt::format("exception in processLine: {}", error.what()));
     }
+}
+
+void TrafficReader::processLine() {
+    const ParsedLine line = parse(text, inputs(), scratch);
+    if (line.timestamp)
+        timestamp.store(*line.timestamp, std::memory_order_relaxed);
+    if (!line.callsign.empty() && collecting())
+        collectCallsign(line.callsign);
+    if (line.outcome == LineOutcome::complaint)
+        complaints.write(fmt::format("exception in processLine: {}", line.complaint));
+    if (line.outcome != LineOutcome::kept)
+        return;
+    scratch.sample.tick =
+        static_cast<std::int32_t>(static_cast<std::uint32_t>(tickCount.load(std::memory_order_relaxed)) +
+                                  static_cast<std::uint32_t>(showDelayTicks));
+    reportQueue.push(scratch);
 }
 
 void TrafficReader::onStopped() {
@@ -47,6 +56,12 @@ void TrafficReader::setUserPosition(double lat, double lon) {
 void TrafficReader::setReferenceAirport(const std::optional<FeedAirport>& airport) {
     const std::lock_guard lock(inputMutex);
     referenceAirport = airport;
+}
+
+FeedInputs TrafficReader::inputs() const {
+    const double range = static_cast<double>(rangeNm.load(std::memory_order_relaxed));
+    const std::lock_guard lock(inputMutex);
+    return {userPosition, range, referenceAirport};
 }
 
 void TrafficReader::clearCallsigns() {

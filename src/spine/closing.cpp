@@ -37,10 +37,7 @@ void switchOff(BoolBox& box) {
 }
 
 void stopThreads() {
-    {
-        const std::lock_guard lock(sampleMutex);
-        acceptSamples = false;
-    }
+    reportQueue.setAccepting(false);
     requestSimClientStop();
     stopQnhReader();
     stopTrafficReader();
@@ -148,10 +145,7 @@ void restartWithNewSettings(std::int32_t delaySeconds) {
 
 void resetRun() {
     resetReaders();
-    {
-        const std::lock_guard lock(sampleMutex);
-        reportQueue.clear();
-    }
+    reportQueue.clear();
     currentQnh = 1013;
     resetSimQueues();
     resetSimClient();

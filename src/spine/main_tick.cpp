@@ -9,6 +9,7 @@
 #include "core/window.h"
 #include "feed/control_link.h"
 #include "feed/qnh_reader.h"
+#include "feed/report_queue.h"
 #include "feed/traffic_reader.h"
 #include "liveries/matching.h"
 #include "platform/system.h"
@@ -50,11 +51,6 @@ int idleCountdown = 0;
 int ticksSinceStopWanted = 0;
 bool renewalBetweenPasses = false;
 
-void setAcceptSamples(bool on) {
-    const std::lock_guard lock(sampleMutex);
-    acceptSamples = on;
-}
-
 void handOverUserPosition() {
     trafficReader.setUserPosition(userAircraft.lat, userAircraft.lon);
 }
@@ -94,7 +90,7 @@ void secondJobs() {
     if (flightStopped) {
         flightStopped = false;
         log(fmt::format("{} Flight resumed", timeStamp()));
-        setAcceptSamples(true);
+        reportQueue.setAccepting(true);
     }
     ageStatus();
     updateCounters();
@@ -203,7 +199,7 @@ void oddSecondJobs() {
 
 void idleTick() {
     if (!flightStopped) {
-        setAcceptSamples(false);
+        reportQueue.setAccepting(false);
         flightStopped = true;
         idleCountdown = idlePeriodTicks;
         clearPositionBuffers();
@@ -255,10 +251,7 @@ void runningTickBody() {
     updateLiveAircraft();
     publishPositions();
     moveOrders(tick);
-    {
-        const std::lock_guard lock(sampleMutex);
-        takeReports();
-    }
+    takeReports();
     spawnNext();
     if (tick % 20 == 0 && !simRequestFailed)
         requestRange();
@@ -332,7 +325,7 @@ void mainLoop() {
     secondCounter = 0;
     auto next = SteadyClock::now() + tickLength;
     computeHhNow();
-    setAcceptSamples(true);
+    reportQueue.setAccepting(true);
     enableControl(par::CALLSIGN_2_OBJECTID, true);
     platform::beginFineTimer();
     struct GiveBack {

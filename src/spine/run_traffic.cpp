@@ -8,6 +8,7 @@
 #include "core/window.h"
 #include "feed/control_link.h"
 #include "feed/qnh_reader.h"
+#include "feed/report_queue.h"
 #include "feed/traffic_reader.h"
 #include "liveries/store.h"
 #include "sim/ai_commands.h"
@@ -137,10 +138,7 @@ void runTraffic() {
     }
     if (stopWanted())
         return;
-    {
-        const std::lock_guard lock(sampleMutex);
-        acceptSamples = false;
-    }
+    reportQueue.setAccepting(false);
     startQnhReader(feedPorts.weather);
     runSleep(2000);
     startTrafficReader(feedPorts.traffic);

@@ -94,51 +94,27 @@ void create(const AircraftReport& report) {
     a.stream.push_back(report.sample);
 }
 
-/// Gives a lock that the caller holds free for a scope.
-struct Released {
-    explicit Released(std::mutex& m) : mutex(m) { mutex.unlock(); }
-    ~Released() { mutex.lock(); }
-    Released(const Released&) = delete;
-    Released& operator=(const Released&) = delete;
-    std::mutex& mutex;
-};
-
-/// Tells the queue once a second whose reports go first. With `sampleMutex` held.
+/// Tells the queue once a second whose reports go first.
 void tellWhoIsKnown() {
     // Between the beats of the tick's other jobs.
     if (tickCount.load(std::memory_order_relaxed) % ticksBetweenTellings != ticksBetweenTellings / 2)
         return;
     static KnownAircraft known;
-    {
-        const Released released(sampleMutex);
-        known.shown.clear();
-        known.expected.clear();
-        for (const LiveAircraft& a : liveAircraft)
-            (a.st == AircraftStatus::buffer ? known.expected : known.shown).add(a.hexid);
-        known.shown.sort();
-        known.expected.sort();
-    }
-    reportQueue.known = known;
+    known.shown.clear();
+    known.expected.clear();
+    for (const LiveAircraft& a : liveAircraft)
+        (a.st == AircraftStatus::buffer ? known.expected : known.shown).add(a.hexid);
+    known.shown.sort();
+    known.expected.sort();
+    reportQueue.setKnown(known);
 }
 
 } // namespace
 
 void takeReports() {
     tellWhoIsKnown();
-    // Texts are swapped, so the queue's slots and these keep their capacity.
     static std::array<AircraftReport, reportsPerTick> taken;
-    std::size_t count = 0;
-    while (count < taken.size()) {
-        AircraftReport* head = reportQueue.front();
-        if (head == nullptr)
-            break;
-        std::swap(taken[count++], *head);
-        reportQueue.pop();
-    }
-    if (count == 0)
-        return;
-    // What a report leads to sends events and touches the window, each under a lock of its own; locks are never nested.
-    const Released released(sampleMutex);
+    const std::size_t count = reportQueue.take(taken);
     for (std::size_t i = 0; i < count; ++i)
         findOrCreate(taken[i]);
 }

@@ -6,8 +6,7 @@
 
 namespace kes {
 
-/// Takes at most two reports from `reportQueue`, and tells it once a second which aircraft are known. With
-/// `sampleMutex` held, which is free while the reports are worked on.
+/// Takes at most two reports from `reportQueue`, and tells it once a second which aircraft are known.
 void takeReports();
 /// Offers a report to each record; one that nobody claims may become a new record.
 void findOrCreate(AircraftReport& report);

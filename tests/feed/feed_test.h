@@ -55,9 +55,8 @@ protected:
         trafficReader.setUserPosition(41.3, 2.08);
         trafficReader.setReferenceAirport(FeedAirport{{41.3, 2.08}, 1150.0});
         controlLinkHooks = {};
-        const std::lock_guard lock(sampleMutex);
         reportQueue.clear();
-        acceptSamples = true;
+        reportQueue.setAccepting(true);
         openLog(folder / "Log.txt");
     }
     void TearDown() override {
@@ -118,12 +117,8 @@ inline void feed(UdpReader& reader, std::string_view datagram) {
 
 /// Takes all reports that wait.
 inline std::vector<AircraftReport> takeReports() {
-    std::vector<AircraftReport> reports;
-    const std::lock_guard lock(sampleMutex);
-    while (const AircraftReport* report = reportQueue.front()) {
-        reports.push_back(*report);
-        reportQueue.pop();
-    }
+    std::vector<AircraftReport> reports(reportQueue.size());
+    reports.resize(reportQueue.take(reports));
     return reports;
 }
 

@@ -1,6 +1,7 @@
 #include "count_allocations.h"
 #include "feed_test.h"
 
+#include <array>
 #include <atomic>
 #include <zlib.h>
 
@@ -95,16 +96,12 @@ TEST_F(TrafficReaderTest, aFloodIsBoundedAndTheNewestStay) {
     UdpSender sender(startedTrafficReader());
     std::uint32_t sent = 0;
     // The queue overflows only with what was received, whatever the system threw away.
-    const auto overflow = [] {
-        const std::lock_guard lock(sampleMutex);
-        return reportQueue.dropped();
-    };
     ASSERT_TRUE(eventually([&] {
         for (int i = 0; i < 500; ++i)
             sender.send(feedLine({{1, std::to_string(100000 + ++sent)}}));
-        return overflow() > 1000;
+        return reportQueue.dropped() > 1000;
     }));
-    const std::size_t gaveWay = overflow();
+    const std::size_t gaveWay = reportQueue.dropped();
     stopTrafficReader();
     const auto reports = takeReports();
     EXPECT_EQ(reports.size(), ReportQueue::capacity);
@@ -135,18 +132,21 @@ TEST_F(TrafficReaderTest, steadyTrafficAllocatesNothing) {
     const std::string full = feedLine({{9, "CALLSIGN-OF-SOME-LENGTH"}});
     const std::string lines[] = {full, feedLine({{2, "10"}}), feedLine({{28, "C1"}}), "RTPARK,76cd72,1,2",
                                  feedLine({{9, "A VEH"}})};
+    std::array<AircraftReport, 2> room; // more than there are
+    std::size_t taken = 0;
     const auto round = [&] {
         for (const std::string& line : lines)
             feed(trafficReader, line);
-        const std::lock_guard lock(sampleMutex);
-        reportQueue.pop();
+        taken += reportQueue.take(room);
     };
     for (std::size_t i = 0; i <= ReportQueue::capacity; ++i)
         round();
     const std::size_t before = allocations;
+    taken = 0;
     for (int i = 0; i < 100; ++i)
         round();
     EXPECT_EQ(allocations, before);
+    EXPECT_EQ(taken, 100U);
 }
 
 TEST_F(TrafficReaderTest, collectsCallsignsWhileAsked) {
@@ -205,68 +205,79 @@ TEST_F(TrafficReaderTest, resetBringsBackTheStartValues) {
     EXPECT_EQ(qnhReader.datagramCount + qnhReader.lastSeenCount, 0U);
     EXPECT_EQ(qnhReader.lastQnh, 1013);
     EXPECT_EQ(currentQnh, 1013);
-    EXPECT_TRUE(trafficReader.collectCallsigns) << "a renewal that has begun goes on";
+    EXPECT_TRUE(trafficReader.collecting()) << "a renewal that has begun goes on";
     EXPECT_TRUE(trafficReader.takeCallsigns().empty());
 }
 
-TEST(ReportQueueTest, reusesItsSlotsInOrder) {
-    const std::lock_guard lock(sampleMutex);
-    reportQueue.clear();
-    EXPECT_EQ(reportQueue.front(), nullptr);
-    reportQueue.pop();
+struct ReportQueueTest : ::testing::Test {
+    void SetUp() override {
+        reportQueue.clear();
+        reportQueue.setAccepting(true);
+    }
+    void TearDown() override { reportQueue.clear(); }
+    static void push(std::uint32_t hexid, double timestamp = 0) {
+        AircraftReport report;
+        report.hexid = hexid;
+        report.timestamp = timestamp;
+        reportQueue.push(report);
+    }
+};
+
+TEST_F(ReportQueueTest, reusesItsSlotsInOrder) {
+    std::vector<AircraftReport> room(500);
+    EXPECT_EQ(reportQueue.take(room), 0U);
     // Twice round the ring with a varying fill.
     std::uint32_t in = 0, out = 0;
     for (int round = 0; round < 40; ++round) {
         for (int i = 0; i < 500; ++i)
-            reportQueue.push().hexid = in++;
-        for (int i = 0; i < (round < 20 ? 250 : 500); ++i, reportQueue.pop())
-            ASSERT_EQ(reportQueue.front()->hexid, out++);
+            push(in++);
+        room.resize(round < 20 ? 250 : 500);
+        ASSERT_EQ(reportQueue.take(room), room.size());
+        for (const AircraftReport& report : room)
+            ASSERT_EQ(report.hexid, out++);
         ASSERT_EQ(reportQueue.size(), in - out);
     }
     EXPECT_EQ(reportQueue.dropped(), 0U);
     reportQueue.clear();
     EXPECT_EQ(reportQueue.size(), 0U);
     for (std::uint32_t i = 0; i < ReportQueue::capacity + 3; ++i)
-        reportQueue.push().hexid = i;
+        push(i);
     EXPECT_EQ(reportQueue.dropped(), 3U);
-    EXPECT_EQ(reportQueue.front()->hexid, 3U);
+    EXPECT_EQ(takeReports().front().hexid, 3U);
     reportQueue.clear();
     EXPECT_EQ(reportQueue.dropped(), 0U);
 }
 
-TEST(ReportQueueTest, knownAircraftGoFirstAndNobodyStarves) {
-    const std::lock_guard lock(sampleMutex);
-    reportQueue.clear();
+TEST_F(ReportQueueTest, knownAircraftGoFirstAndNobodyStarves) {
+    KnownAircraft known;
     for (const std::uint32_t hexid : {20001U, 20003U, 20000U, 20002U})
-        reportQueue.known.shown.add(hexid);
+        known.shown.add(hexid);
     for (std::uint32_t hexid = 40000; hexid > 30000; --hexid) // more than there is room for
-        reportQueue.known.expected.add(hexid);
-    reportQueue.known.shown.sort();
-    reportQueue.known.expected.sort();
-    std::uint32_t number = 0;
-    const auto push = [&](std::uint32_t hexid) {
-        AircraftReport& report = reportQueue.push(hexid);
-        report.hexid = hexid;
-        report.timestamp = ++number;
-        EXPECT_EQ(reportQueue.back(), &report);
-    };
+        known.expected.add(hexid);
+    known.shown.sort();
+    known.expected.sort();
+    reportQueue.setKnown(known);
+    AircraftReport newest;
     // Of the shown, the expected and the unknown 30 each, mixed.
+    std::uint32_t number = 0;
     for (std::uint32_t i = 0; i < 30; ++i)
-        for (const std::uint32_t hexid : {50000 + i, 40000 - 35 * i, 20000 + i % 4})
-            push(hexid);
+        for (const std::uint32_t hexid : {50000 + i, 40000 - 35 * i, 20000 + i % 4}) {
+            push(hexid, ++number);
+            ASSERT_TRUE(reportQueue.copyNewest(newest));
+            ASSERT_EQ(newest.timestamp, number);
+        }
     std::string order;
     double last[3] = {0, 0, 0};
-    while (const AircraftReport* report = reportQueue.front()) {
-        const std::size_t lane = report->hexid < 30000 ? 0 : report->hexid <= 40000 ? 1 : 2;
+    for (const AircraftReport& report : takeReports()) {
+        const std::size_t lane = report.hexid < 30000 ? 0 : report.hexid <= 40000 ? 1 : 2;
         order += "seu"[lane];
-        EXPECT_GT(report->timestamp, last[lane]) << "first-in first-out within a lane";
-        last[lane] = report->timestamp;
-        reportQueue.pop();
+        EXPECT_GT(report.timestamp, last[lane]) << "first-in first-out within a lane";
+        last[lane] = report.timestamp;
     }
     EXPECT_EQ(order.substr(0, 31), "sssssssssuessssssssusesssssssus");
     EXPECT_EQ(order.size(), 90U);
     EXPECT_EQ(order.substr(order.size() - 20), std::string(20, 'u'));
-    EXPECT_EQ(reportQueue.back(), nullptr);
+    EXPECT_FALSE(reportQueue.copyNewest(newest));
 
     // A flood pushes out itself, and shown aircraft push out the flood.
     for (std::uint32_t i = 0; i < 100; ++i)
@@ -278,17 +289,16 @@ TEST(ReportQueueTest, knownAircraftGoFirstAndNobodyStarves) {
     for (std::uint32_t i = 0; i < ReportQueue::capacity; ++i)
         push(20000);
     push(60000); // finds no place
-    EXPECT_EQ(reportQueue.back()->hexid, 60000U);
+    EXPECT_TRUE(reportQueue.copyNewest(newest));
+    EXPECT_EQ(newest.hexid, 60000U);
     std::size_t shown = 0;
-    for (; const AircraftReport* report = reportQueue.front(); reportQueue.pop())
-        shown += report->hexid < 30000 ? 1 : 0;
+    for (const AircraftReport& report : takeReports())
+        shown += report.hexid < 30000 ? 1 : 0;
     EXPECT_EQ(shown, ReportQueue::capacity);
-    reportQueue.known.shown.add(20004);
     reportQueue.clear();
     push(50000);
     push(20000);
-    EXPECT_EQ(reportQueue.front()->hexid, 50000U) << "a cleared queue knows nobody";
-    reportQueue.clear();
+    EXPECT_EQ(takeReports().front().hexid, 50000U) << "a cleared queue knows nobody";
 }
 
 // Recordings of real traffic, beside the source folder.
@@ -352,11 +362,10 @@ TEST_F(TrafficReaderTest, recordingsComeThroughARealSocket) {
         ASSERT_EQ(lines.size(), c.lines);
         std::size_t expected = 0, received = 0, excluded = 0;
         std::uint32_t count = trafficReader.datagramCount;
-        std::vector<std::string_view> fields;
+        std::array<std::string_view, 64> fields;
         LatLon airport;
         for (std::size_t i = 0; i < lines.size(); ++i) {
-            splitFields(lines[i], fields);
-            ASSERT_GE(fields.size(), 43U) << "the last is often empty";
+            ASSERT_GE(splitFields(lines[i], fields), 43U) << "the last is often empty";
             const auto number = [&](std::size_t field) { return std::stod(std::string(fields[field])); };
             const LatLon here{number(2), number(3)};
             // The user and the airport travel with the recording.

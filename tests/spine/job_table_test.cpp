@@ -118,7 +118,7 @@ TEST_F(JobTableTest, EachJobRunsAtItsSecondsAndAtNoOther) {
          },
          [] { return std::filesystem::exists(path::callsign2ObjectId); }},
         {"user's position", every(15), [] { trafficReader.setUserPosition(0, 0); },
-         [] { return trafficReader.userPosition.lat == userAircraft.lat && userAircraft.lat != 0; }},
+         [] { return trafficReader.inputs().userPosition.lat == userAircraft.lat && userAircraft.lat != 0; }},
         {"range", every(30),
          [] {
              par::AUTO_RANGE.value = true;
@@ -188,18 +188,26 @@ TEST_F(JobTableTest, EachRequestOfTheWindowIsTakenOnceAtItsBeat) {
 }
 
 TEST_F(JobTableTest, ARenewalTakesTwoPassesAndHoldsTheParkingMeanwhile) {
-    showError("old");
-    windowRequests.parkAdjust = true;
-    trafficReader.callsigns = {"OLD1"};
-    for (int s = 1; s <= 45; ++s) {
-        setAirportRef(std::nullopt);
-        ASSERT_TRUE(beat(s));
-        EXPECT_EQ(trafficReader.collectCallsigns, s >= 15 && s < 30) << s;
-        EXPECT_EQ(windowRequests.parkAdjust, s < 30) << s;
-        EXPECT_EQ(errorText(), s < 30 ? "old" : "") << s;
-        EXPECT_EQ(airportRef.has_value(), s == 32) << "not at 16, between the passes: " << s;
-        if (s == 15) {
-            EXPECT_TRUE(trafficReader.callsigns.empty());
+    for (const bool collected : {false, true}) { // before the renewal begins
+        showError("old");
+        windowRequests.parkAdjust = true;
+        if (collected) {
+            trafficReader.setCollectCallsigns();
+            world::virtualDatagram(test::Straight{}.line(0));
+        }
+        for (int s = 1; s <= 45; ++s) {
+            setAirportRef(std::nullopt);
+            ASSERT_TRUE(beat(s));
+            EXPECT_EQ(trafficReader.collecting(), s < 30 && (collected || s >= 15)) << s;
+            EXPECT_EQ(windowRequests.parkAdjust, s < 30) << s;
+            EXPECT_EQ(errorText(), s < 30 ? "old" : "") << s;
+            EXPECT_EQ(airportRef.has_value(), s == 32) << "not at 16, between the passes: " << s;
+            if (collected && (s == 14 || s == 15)) {
+                EXPECT_EQ(trafficReader.takeCallsigns().size(), s == 14 ? 1u : 0u);
+                trafficReader.setCollectCallsigns();
+                if (s == 14)
+                    world::virtualDatagram(test::Straight{}.line(0));
+            }
         }
     }
 }

@@ -107,8 +107,8 @@ struct TrafficTest : testing::Test {
         resetStatus();
         resetRunFlags();
         maxLive = -1;
-        const std::lock_guard lock(sampleMutex);
         reportQueue.clear();
+        reportQueue.setAccepting(true);
     }
 
     /// An airliner at 300 kts that flies north, `seconds` after time 0, `lat0` degrees north of home.
@@ -135,14 +135,8 @@ struct TrafficTest : testing::Test {
         r.sample.gs = r.sample.tas = 10;
         return r;
     }
-    static void push(const AircraftReport& r) {
-        const std::lock_guard lock(sampleMutex);
-        reportQueue.push() = r;
-    }
-    static void take() {
-        const std::lock_guard lock(sampleMutex);
-        takeReports();
-    }
+    static void push(const AircraftReport& r) { reportQueue.push(r); }
+    static void take() { takeReports(); }
     static void feed(const AircraftReport& r) {
         push(r);
         take();

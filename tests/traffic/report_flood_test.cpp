@@ -12,8 +12,6 @@ struct ReportFloodTest : test::TrafficTest {
         TrafficTest::SetUp();
         trafficReader.setUserPosition(test::homeLat, test::homeLon);
         trafficReader.setReferenceAirport(std::nullopt);
-        const std::lock_guard lock(sampleMutex);
-        acceptSamples = true;
     }
     /// A line about an airliner that has flown north for `seconds`.
     static void line(std::uint32_t hexid, double seconds, double east) {
@@ -72,9 +70,13 @@ TEST_F(ReportFloodTest, TwentyTrueAircraftKeepTheirReportsBesideTwentyThousandIn
     for (const LiveAircraft& a : liveAircraft)
         newcomers += a.hexid >= test::firstHex + 100 ? 1 : 0;
     EXPECT_GT(newcomers, 180U) << "who is not known has a tenth of the reports all the same";
-    const auto isKnown = [] {
-        const std::lock_guard lock(sampleMutex);
-        return reportQueue.known.shown.contains(test::firstHex + 1);
+    std::vector<AircraftReport> room(ReportQueue::capacity);
+    const auto isKnown = [&] {
+        reportQueue.take(room);
+        for (const std::uint32_t hexid : {test::firstHex + 50000, test::firstHex + 1})
+            push(report(hexid, 0));
+        reportQueue.take(room);
+        return room[0].hexid == test::firstHex + 1;
     };
     EXPECT_TRUE(isKnown());
     std::erase_if(liveAircraft, [](const LiveAircraft& a) { return a.hexid == test::firstHex + 1; });

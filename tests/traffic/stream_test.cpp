@@ -1,9 +1,6 @@
 // How reports enter the table of live aircraft.
 #include "traffic/harness.h"
 
-#include <atomic>
-#include <thread>
-
 namespace kes {
 namespace {
 
@@ -192,34 +189,6 @@ TEST_F(StreamTest, TakesTwoReportsPerTick) {
         sizes.push_back(liveAircraft.size());
     }
     EXPECT_EQ(sizes, (std::vector<std::size_t>{2, 4, 5, 5}));
-}
-
-bool readerGetsLock() {
-    bool got = false;
-    std::thread([&] { got = sampleMutex.try_lock() && (sampleMutex.unlock(), true); }).join();
-    return got;
-}
-
-/// A report that ends an aircraft's life touches the window. Meanwhile the feed reader gets its lock; afterwards the
-/// caller has it as before.
-TEST_F(StreamTest, DecodesOutsideTheLock) {
-    LiveAircraft& a = activeFlight(firstHex, {report(firstHex, 0).sample});
-    a.stream.resize(201, a.stream.front());
-    readouts.selectedObject = a.objectid;
-    AircraftReport r = report(firstHex, 10);
-    r.callsign = a.callsign;
-    push(r);
-    static bool duringDecoding;
-    duringDecoding = false;
-    setWindowBackend({.repaint = [] { duringDecoding = readerGetsLock(); }});
-    {
-        const std::lock_guard lock(sampleMutex);
-        takeReports();
-        EXPECT_FALSE(readerGetsLock()) << "the caller's lock is given back as it was";
-    }
-    setWindowBackend({});
-    EXPECT_EQ(a.st, AircraftStatus::removingfromsim);
-    EXPECT_TRUE(duringDecoding);
 }
 
 TEST_F(StreamTest, AStreamOfMoreThanTwoHundredSamplesGoes) {

@@ -185,13 +185,13 @@ TEST(ReferenceAirport, FollowsTheUser) {
     EXPECT_EQ(fly(48.40, 11.70), "EDDM");
     EXPECT_EQ(airportRef->iata, "MUC");
     EXPECT_EQ(referenceElevation(), 1487);
-    ASSERT_TRUE(trafficReader.referenceAirport);
-    EXPECT_EQ(trafficReader.referenceAirport->elevation, 1487);
+    ASSERT_TRUE(trafficReader.inputs().airport);
+    EXPECT_EQ(trafficReader.inputs().airport->elevation, 1487);
     EXPECT_EQ(fly(48.36, 11.75), "EDDM");
     EXPECT_EQ(content.logCount("The park airport is EDDM (MUC)"), 1u);
     EXPECT_EQ(fly(40.70, -74.00), "KLGA") << "of New York's airports the one that is nearest";
     EXPECT_EQ(fly(45.0, -40.0), "");
-    EXPECT_FALSE(trafficReader.referenceAirport);
+    EXPECT_FALSE(trafficReader.inputs().airport);
     EXPECT_TRUE(content.logHas("KLGA is out of sight"));
     par::AIRPORT_RANGE.value = 8;
     EXPECT_EQ(fly(48.354 - 8.2 / 60, 11.786), "");

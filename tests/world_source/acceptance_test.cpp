@@ -6,6 +6,7 @@
 #include "world/source/scenario.h"
 
 #include <algorithm>
+#include <array>
 #include <gtest/gtest.h>
 #include <map>
 
@@ -19,15 +20,13 @@ TEST(Acceptance, TheReaderTakesTheScenarioWithoutAWord) {
     rtOnThisPc = true;
     trafficReader.setUserPosition(munichPosition.lat, munichPosition.lon);
     trafficReader.setReferenceAirport(FeedAirport{munichPosition, munichElevation});
-    {
-        std::lock_guard lock(sampleMutex);
-        acceptSamples = true;
-        reportQueue.clear();
-    }
+    reportQueue.clear();
+    reportQueue.setAccepting(true);
     const std::string logBefore = folder.logText();
     Scenario scenario;
     startScenario(scenario, {});
     std::map<LineKind, int> taken, sent;
+    std::array<AircraftReport, 1> room;
     int airborneFlips = 0, airborneLines = 0;
     for (int i = 0; i < 30000; ++i) {
         const ScenarioReport r = nextReport(scenario);
@@ -35,21 +34,20 @@ TEST(Acceptance, TheReaderTakesTheScenarioWithoutAWord) {
         trafficReader.text = line;
         trafficReader.onDatagram();
         ++sent[r.kind];
-        std::lock_guard lock(sampleMutex);
-        if (const AircraftReport* got = reportQueue.front()) {
+        if (reportQueue.take(room) != 0) {
+            const AircraftReport& got = room[0];
             ++taken[r.kind];
-            ASSERT_EQ(got->hexid, r.report.hexid) << line;
-            ASSERT_EQ(got->model, r.report.model);
-            ASSERT_EQ(got->callsign, r.report.callsign == "null" ? "" : r.report.callsign);
-            ASSERT_EQ(got->regcode, r.report.regcode == "null" ? "" : r.report.regcode);
-            ASSERT_NEAR(got->sample.lat, r.report.place.lat, 1e-5);
-            ASSERT_NEAR(got->sample.gs, r.report.groundSpeed, 0.01);
+            ASSERT_EQ(got.hexid, r.report.hexid) << line;
+            ASSERT_EQ(got.model, r.report.model);
+            ASSERT_EQ(got.callsign, r.report.callsign == "null" ? "" : r.report.callsign);
+            ASSERT_EQ(got.regcode, r.report.regcode == "null" ? "" : r.report.regcode);
+            ASSERT_NEAR(got.sample.lat, r.report.place.lat, 1e-5);
+            ASSERT_NEAR(got.sample.gs, r.report.groundSpeed, 0.01);
             if (r.report.airborne && r.report.dataSource == "adsb_icao") {
-                ASSERT_TRUE(got->sample.adsbHeading) << line;
+                ASSERT_TRUE(got.sample.adsbHeading) << line;
             }
             airborneLines += r.report.airborne;
-            airborneFlips += got->sample.airborne != r.report.airborne;
-            reportQueue.pop();
+            airborneFlips += got.sample.airborne != r.report.airborne;
             ASSERT_EQ(reportQueue.size(), 0U);
         }
     }
@@ -59,10 +57,7 @@ TEST(Acceptance, TheReaderTakesTheScenarioWithoutAWord) {
     EXPECT_EQ(taken[LineKind::Traffic], sent[LineKind::Traffic]);
     // Only the first and last feet above the runway, and a helicopter's slow start, are judged otherwise.
     EXPECT_LT(airborneFlips, airborneLines / 200);
-    {
-        std::lock_guard lock(sampleMutex);
-        acceptSamples = false;
-    }
+    reportQueue.setAccepting(false);
     trafficReader.setReferenceAirport(std::nullopt);
     resetReaders();
     rangeNm = before;

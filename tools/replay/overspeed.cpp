@@ -54,9 +54,9 @@ void Overspeed::look(std::uint32_t hexid, std::int32_t tick, LatLon at) {
 }
 
 void Overspeed::takeNewestReport(std::int32_t base) {
-    const std::lock_guard lock(sampleMutex);
-    if (const AircraftReport* newest = reportQueue.back())
-        report(newest->hexid, newest->sample.tick - base, newest->sample.gs);
+    AircraftReport newest;
+    if (reportQueue.copyNewest(newest))
+        report(newest.hexid, newest.sample.tick - base, newest.sample.gs);
 }
 
 void Overspeed::lookAtAll(std::int32_t tick) {

@@ -103,7 +103,6 @@ Stage::~Stage() {
 }
 
 std::size_t Stage::reportsQueued() const {
-    const std::lock_guard lock(sampleMutex);
     return reportQueue.size() + reportQueue.dropped();
 }
 
@@ -129,11 +128,7 @@ Stage::Seen& Stage::seenOf(std::uint32_t hexid) {
 
 void Stage::takeNewestReport(std::int32_t base) {
     AircraftReport newest;
-    {
-        const std::lock_guard lock(sampleMutex);
-        if (const AircraftReport* report = reportQueue.back())
-            newest = *report;
-    }
+    reportQueue.copyNewest(newest);
     Seen& seen = seenOf(newest.hexid);
     const PositionSample& s = newest.sample;
     Report r;

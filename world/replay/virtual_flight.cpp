@@ -49,8 +49,7 @@ void startVirtualFlight(const SimulatorOptions& options) {
     parkingTick(true);
     secondCounter = 0;
     computeHhNow();
-    const std::lock_guard lock(sampleMutex);
-    acceptSamples = true;
+    reportQueue.setAccepting(true);
 }
 
 void virtualSimulatorStep() {
