@@ -30,9 +30,8 @@ bool userStandReserved() {
     return false;
 }
 void userStandStep() {}
-void learnUserStand() {}
+void learnUserStand(const UserAircraft&) {}
 
-// The table is complete before the SimClient thread starts and never changes while it runs.
 std::string standNameAt(double lat, double lon) {
     const auto nearest = nearestAirport({lat, lon}, atAirportNm);
     return nearest ? nearest->code : std::string();

@@ -1,7 +1,8 @@
-// The list of park airports and the user's stand. Worker only, unless told otherwise.
+// The list of park airports and the user's stand. Worker only.
 #pragma once
 
 #include "core/geo.h"
+#include "core/user_aircraft.h"
 
 #include <string>
 
@@ -13,9 +14,9 @@ bool reReadParkAirports(bool showChange, std::string& message);
 double nearestCandidateNm(LatLon user);
 bool userStandReserved(); ///< `reservedStand` holds text
 void userStandStep();     ///< clears the user's stand of other aircraft
-/// Learns the stand of the user's aircraft. SimClient thread.
-void learnUserStand();
-/// Name of the stand or airport at a position; empty when none. SimClient thread.
+/// Learns the stand at which the user's aircraft stood.
+void learnUserStand(const UserAircraft& user);
+/// Name of the stand or airport at a position, degrees; empty when none.
 std::string standNameAt(double lat, double lon);
 void scanAddonAirports();
 

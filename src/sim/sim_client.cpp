@@ -22,7 +22,6 @@ namespace kes {
 
 using namespace simconnect;
 
-SimHooks simHooks;
 std::atomic<HANDLE> simHandle{nullptr};
 std::atomic<std::uint32_t> userObjectId{2};
 std::atomic<int> simAnswerMs{answerMs};
@@ -30,6 +29,7 @@ std::atomic<int> simAnswerMs{answerMs};
 namespace {
 
 constexpr double teleportNm = 10.0;
+constexpr double fastestStanding = 2.0; ///< knots
 constexpr int newFlightDelay = 45;
 constexpr int requestErrorDelay = 9;
 constexpr int framesPerRateSample = 30;
@@ -39,14 +39,16 @@ std::jthread simClientThread;
 // The block of the last position reply. A lock of its own, never held with another, so that no copy is half old.
 std::mutex userBlockMutex;
 UserAircraft userBlock;
+UserMoves userMoves; ///< under the same lock
 
 // SimClient thread only.
 int frameCount = 0;
-std::string lastStandName;
 
-void learnUserStandHook() {
-    if (simHooks.learnUserStand != nullptr)
-        simHooks.learnUserStand();
+/// A flight or the connection ends. What moves leaves no stand to be learned, and does not undo one that is noted.
+void noteWhereUserStood() {
+    const std::lock_guard lock(userBlockMutex);
+    if (userBlock.known() && userBlock.groundSpeed <= fastestStanding)
+        userMoves.stoodAt = userBlock;
 }
 
 void simGone() {
@@ -198,14 +200,14 @@ void onEvent(const RecvEvent& e) {
         repaint();
     } else if (e.uEventID == 205) {
         simulatorLog.write("Simconnect: flight loaded event");
-        learnUserStandHook();
+        noteWhereUserStood();
         requestExit(ExitReason::newFlight, newFlightDelay);
     }
 }
 
 void onFileName() {
     simulatorLog.write("SimConnect: New file event");
-    learnUserStandHook();
+    noteWhereUserStood();
     requestExit(ExitReason::newFlight, newFlightDelay);
 }
 
@@ -225,17 +227,6 @@ void onFrame(const RecvEventFrame& frame) {
         if (std::isfinite(frame.fFrameRate))
             readouts.simFrameRate = frame.fFrameRate;
     }
-}
-
-void showStandAt(const UserAircraft& user) {
-    std::string name;
-    if (simHooks.standNameAt != nullptr)
-        name = simHooks.standNameAt(user.lat, user.lon);
-    if (name == lastStandName)
-        return;
-    lastStandName = name;
-    setReadout(Readout::userStand, name);
-    repaint();
 }
 
 void onUserPosition(const RecvSimObjectData& message) {
@@ -262,8 +253,8 @@ void onUserPosition(const RecvSimObjectData& message) {
     {
         const std::lock_guard lock(userBlockMutex);
         userBlock = now;
+        userMoves.seenAt = now.position();
     }
-    showStandAt(now);
     if (rtProfEdition) {
         if (const auto epoch = epochOf(now.zuluYear, now.zuluDay, now.zuluTime))
             simEpoch = *epoch;
@@ -396,7 +387,7 @@ void simThread(std::stop_token stop) {
         simRunning = false;
         simGone();
     }
-    learnUserStandHook();
+    noteWhereUserStood();
     readouts.simLight = false;
     repaint();
     closeConnection();
@@ -429,6 +420,11 @@ UserAircraft readUserPosition() {
         requestError();
     const std::lock_guard lock(userBlockMutex);
     return userBlock;
+}
+
+UserMoves takeUserMoves() {
+    const std::lock_guard lock(userBlockMutex);
+    return std::exchange(userMoves, {});
 }
 
 bool requestOnGroundBeat() {
@@ -464,10 +460,10 @@ void resetSimClient() {
     simHandle = nullptr;
     userObjectId = 2;
     frameCount = 0;
-    lastStandName.clear();
     resetUserRecognition();
     const std::lock_guard lock(userBlockMutex);
     userBlock = {};
+    userMoves = {};
 }
 
 } // namespace kes

@@ -6,8 +6,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <stop_token>
-#include <string>
 
 namespace kes {
 
@@ -21,13 +21,6 @@ inline constexpr std::uint32_t range = 101, staticData = 102, release = 103, cre
                                model = 107, onGround = 108, userPosition = 109, flightPlan = 110, joinLate = 111;
 }
 inline constexpr std::uint32_t notificationGroup = 301;
-
-/// What this floor asks of higher ones; called on the SimClient thread. Null = nothing.
-struct SimHooks {
-    void (*learnUserStand)() = nullptr;
-    std::string (*standNameAt)(double lat, double lon) = nullptr; ///< stand or airport, empty = none
-};
-extern SimHooks simHooks;
 
 /// Null while not open. Set and cleared by the SimClient thread, cleared under `simMutex`.
 extern std::atomic<simconnect::HANDLE> simHandle;
@@ -49,6 +42,16 @@ void dispatch(const simconnect::Recv* message, simconnect::DWORD size, void* con
 
 /// Asks for the user's position and returns the block of the last reply, one request behind. Worker.
 UserAircraft readUserPosition();
+/// What the SimClient thread has seen of the user's aircraft and others have to act on: who knows the stands is the
+/// worker.
+struct UserMoves {
+    std::optional<LatLon> seenAt; ///< of the newest position reply
+    /// The aircraft as it was when a flight was loaded or the connection ended while it stood: its stand is to be
+    /// learned.
+    std::optional<UserAircraft> stoodAt;
+};
+/// Takes what has come since the last call. Worker.
+UserMoves takeUserMoves();
 /// Asks for the on-ground state once per second; false after a failure, which ends the run for a restart. Worker.
 bool requestOnGroundBeat();
 /// Asks for the user aircraft's title and model. Worker.

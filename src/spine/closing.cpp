@@ -1,6 +1,7 @@
 // The end of a run: everything stops, what is to be saved is saved, and the next run or the end of the process follows.
 #include "airports/park_airports.h"
 #include "airports/static_parking.h"
+#include "airports/user_stand.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/run_state.h"
@@ -45,6 +46,8 @@ void stopThreads() {
     runPause(500);
     closeControlLink();
     joinSimClient();
+    // The last word of the thread was where the user stood.
+    followUserStand();
 }
 
 /// A failed run stays on the window until the user has seen why. Settings that may be the cure start the next one.

@@ -1,5 +1,6 @@
 #include "airports/park_airports.h"
 #include "airports/static_parking.h"
+#include "airports/user_stand.h"
 #include "core/clock.h"
 #include "core/hh_now.h"
 #include "core/log.h"
@@ -298,6 +299,7 @@ void rangeRule() {
 }
 
 bool mainTick() {
+    followUserStand();
     if (!simRunning || simRequestFailed) {
         idleTick();
         return !stopWanted();

@@ -1,6 +1,6 @@
 // The connections of a run, one after the other, and the main loop.
-#include "airports/park_airports.h"
 #include "airports/static_parking.h"
+#include "airports/user_stand.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/run_state.h"
@@ -35,8 +35,9 @@ std::atomic<double> sleepScale{1.0};
 constexpr std::int32_t onlyRemovals = 10; ///< a tick in which no creation is due
 
 /// The worker stands in the wait for RealTraffic, but what is to leave the simulator still leaves it: about every
-/// 100 ms, the time of ten ticks, objects under way are followed and one is removed.
-void removeWhileWaiting() {
+/// 100 ms, the time of ten ticks, objects under way are followed and one is removed. The user's stand stays shown.
+void workWhileWaiting() {
+    followUserStand();
     for (int tick = 0; tick < 10; ++tick)
         applySimReplies();
     flushOutbox();
@@ -45,9 +46,7 @@ void removeWhileWaiting() {
 
 void wireFloors() {
     controlLinkHooks.clientGone = removeAllLiveForLostSource;
-    controlLinkHooks.whileWaiting = removeWhileWaiting;
-    simHooks.learnUserStand = learnUserStand;
-    simHooks.standNameAt = standNameAt;
+    controlLinkHooks.whileWaiting = workWhileWaiting;
 }
 
 bool waitForPosition(std::int32_t pauseMs) {
@@ -79,6 +78,7 @@ bool runSleep(std::int32_t ms, bool onlyUserClose) {
     const auto end =
         steady_clock::now() + duration_cast<steady_clock::duration>(duration<double, std::milli>(ms * sleepScale));
     for (;;) {
+        followUserStand();
         if (stop())
             return false;
         const auto left = end - steady_clock::now();

@@ -113,7 +113,6 @@ struct DispatchTest : testing::Test {
         setWallClockMs(-1);
     }
     static void reset() {
-        simHooks = {};
         resetSimClient();
         resetSimQueues();
         resetUserAircraft();
@@ -319,14 +318,39 @@ TEST_F(DispatchTest, TheSimulatorsClock) {
     }
 }
 
-TEST_F(DispatchTest, TheStandIsShownWhenItChanges) {
-    simHooks.standNameAt = [](double lat, double) {
-        return std::string(lat < 48.05 ? "A12" : lat < 48.1 ? "A13" : "");
+TEST_F(DispatchTest, WhereTheUserIsAndStoodIsLeftForTheWorker) {
+    const auto standing = [](double lat, double knots) {
+        UserAircraft user = userAt(lat, 11);
+        user.groundSpeed = knots;
+        return user;
     };
-    for (const auto& [lat, shown] : {std::pair{48.0, "A12"}, {48.08, "A13"}, {48.15, ""}}) {
-        giveUser(userAt(lat, 11));
-        EXPECT_EQ(readoutText(Readout::userStand), shown);
-    }
+    const auto load = [] {
+        RecvEvent loaded{};
+        loaded.uEventID = 205;
+        give(RecvId::event, loaded);
+    };
+    load();
+    EXPECT_FALSE(takeUserMoves().stoodAt) << "nothing is known of the user";
+    giveUser(standing(48.00, 0));
+    giveUser(standing(48.01, 2));
+    UserMoves moves = takeUserMoves();
+    ASSERT_TRUE(moves.seenAt);
+    EXPECT_EQ(moves.seenAt->lat, 48.01) << "the newest";
+    EXPECT_FALSE(moves.stoodAt) << "the flight goes on";
+    load();
+    giveUser(standing(48.02, 2.1));
+    give(RecvId::eventFilename, RecvEventFilename{});
+    moves = takeUserMoves();
+    ASSERT_TRUE(moves.stoodAt);
+    EXPECT_EQ(moves.stoodAt->lat, 48.01) << "the place of the event, and who moves leaves none";
+    EXPECT_EQ(moves.seenAt->lat, 48.02);
+    moves = takeUserMoves();
+    EXPECT_FALSE(moves.seenAt || moves.stoodAt) << "once each";
+    giveUser(standing(48.03, 0));
+    give(RecvId::eventFilename, RecvEventFilename{});
+    resetSimClient();
+    moves = takeUserMoves();
+    EXPECT_FALSE(moves.seenAt || moves.stoodAt) << "nothing of the run before";
 }
 
 TEST_F(DispatchTest, OnGroundRepliesCountOnceTheUserIsSomewhere) {
@@ -372,13 +396,13 @@ TEST_F(DispatchTest, EventsAndFrames) {
         give(RecvId::eventFrame, frame);
     EXPECT_EQ(readouts.simFrameRate, 42.0F);
 
-    static int learned;
-    simHooks.learnUserStand = [] { ++learned; };
+    giveUser(userAt(48, 11));
+    takeUserMoves();
     const auto expectNewFlight = [](const char* what) {
         EXPECT_TRUE(exitRequested) << what;
         EXPECT_EQ(exitReason(), ExitReason::newFlight);
         EXPECT_EQ(restartDelay(), 45);
-        EXPECT_EQ(std::exchange(learned, 0), 1);
+        EXPECT_TRUE(takeUserMoves().stoodAt);
         resetRunFlags();
     };
     RecvEvent loaded{};

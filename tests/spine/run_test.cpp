@@ -178,6 +178,7 @@ TEST_F(RunTest, FromADatagramToAMovingObjectAndBackToNothing) {
     EXPECT_EQ(world::inprocObject("DLH4AB")->title, "Test A320 DLH");
 
     EXPECT_LT(endRun(), 5000);
+    EXPECT_FALSE(takeUserMoves().stoodAt) << "the worker has heard the client's last word";
     EXPECT_TRUE(link.waitForText("exit\r\n"));
     EXPECT_TRUE(program.logHas("Exiting: NOT YET SET"));
     EXPECT_TRUE(waitFor([] { return world::inprocObjects().empty(); }))
@@ -209,6 +210,7 @@ TEST_F(RunTest, WaitsForASimulatorThatComesLate) {
     ASSERT_TRUE(waitFor([] { return statusText() == "Waiting for MSFS 2020 ..."; }));
     startSimulator();
     ASSERT_TRUE(waitFor([] { return statusText() == "Waiting for RealTraffic to connect to Kestrelune ..."; }));
+    ASSERT_TRUE(waitFor([] { return readoutText(Readout::userStand) == "EDDM"; })) << "also while the worker waits";
     EXPECT_LT(endRun(), 2000) << "the wait for the traffic source ends on the close click";
 }
 

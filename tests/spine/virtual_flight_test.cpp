@@ -12,6 +12,7 @@
 #include "liveries/store.h"
 #include "reference/reference.h"
 #include "sim/ai_commands.h"
+#include "sim/sim_client.h"
 #include "spine/main_tick.h"
 #include "traffic/live_table.h"
 #include "world/replay/virtual_flight.h"
@@ -153,6 +154,22 @@ TEST_F(VirtualFlightTest, AStoppedFlightIdlesAndResumes) {
     EXPECT_FALSE(flightStopped);
     EXPECT_TRUE(program.logHas("Flight resumed"));
     EXPECT_TRUE(reportQueue.accepting());
+}
+
+TEST_F(VirtualFlightTest, TheUsersStandFollowsThePosition) {
+    for (const bool running : {true, false}) {
+        world::inprocCommand(running ? "sim 1" : "sim 0");
+        setReadout(Readout::userStand, "elsewhere");
+        readUserPosition();
+        for (int i = 0; i < 100; ++i)
+            ASSERT_TRUE(world::virtualTick());
+        EXPECT_EQ(readoutText(Readout::userStand), "EDDM") << running;
+    }
+    airportTable.clear();
+    readUserPosition();
+    for (int i = 0; i < 100; ++i)
+        ASSERT_TRUE(world::virtualTick());
+    EXPECT_EQ(readoutText(Readout::userStand), "");
 }
 
 TEST_F(VirtualFlightTest, TheRangeFollowsTheUsersFlight) {
