@@ -1,5 +1,6 @@
 #include "simconnect/connection.h"
 
+#include "core/byte_reader.h"
 #include "core/log.h"
 #include "simconnect/config.h"
 #include "simconnect/wire.h"
@@ -48,8 +49,7 @@ void recordPacket(Connection& c, std::span<const std::byte> packet) {
 /// Under the lock. Writes all recorded packets to a new transport in their order, with their old send ids.
 bool replay(Connection& c, Transport& fresh) {
     for (std::size_t at = 0; at < c.record.size();) {
-        DWORD size = 0;
-        std::memcpy(&size, c.record.data() + at, sizeof size);
+        const DWORD size = ByteReader(std::span(c.record)).u32(at);
         announceIn(c.record.data() + at, wire::announces[c.announce], at == 0);
         if (!fresh.writeHeld(std::span(c.record).subspan(at, size)))
             return false;

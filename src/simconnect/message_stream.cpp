@@ -1,9 +1,9 @@
 #include "simconnect/message_stream.h"
 
+#include "core/byte_reader.h"
 #include "simconnect/wire.h"
 
 #include <algorithm>
-#include <cstring>
 #include <fmt/format.h>
 
 namespace kes::simconnect {
@@ -45,10 +45,8 @@ const Kind& kindOf(DWORD id) {
     return found != std::end(kinds) ? *found : other;
 }
 
-DWORD wordAt(const MessageStream& stream, std::size_t offset) {
-    DWORD word = 0;
-    std::memcpy(&word, stream.buffer.data() + stream.head + offset, sizeof word);
-    return word;
+ByteReader waiting(const MessageStream& stream) {
+    return ByteReader(std::span(stream.buffer).subspan(stream.head, stream.tail - stream.head));
 }
 
 } // namespace
@@ -58,24 +56,24 @@ DWORD minimumSize(DWORD kind) {
 }
 
 Cut nextMessage(MessageStream& stream, Recv*& message, std::string& fault) {
-    const std::size_t waiting = stream.tail - stream.head;
-    if (waiting < sizeof(DWORD))
+    const ByteReader bytes = waiting(stream);
+    if (bytes.size() < sizeof(DWORD))
         return Cut::incomplete;
-    const DWORD size = wordAt(stream, 0);
+    const DWORD size = bytes.u32(0);
     if (size < wire::serverHeaderSize || size > wire::maxServerPacket) {
         fault = fmt::format("a message cannot have {} bytes", size);
         return Cut::broken;
     }
     // The kind stands in the header: a wrong size shows before a body is waited for that may never come.
-    if (waiting < wire::serverHeaderSize)
+    if (bytes.size() < wire::serverHeaderSize)
         return Cut::incomplete;
-    const DWORD id = wordAt(stream, 8);
+    const DWORD id = bytes.u32(8);
     const Kind& kind = kindOf(id);
     if (size < kind.minimum) {
         fault = fmt::format("message of kind {} ({}) has {} bytes instead of {}", id, kind.name, size, kind.minimum);
         return Cut::broken;
     }
-    if (waiting < size)
+    if (bytes.size() < size)
         return Cut::incomplete;
     std::byte* start = stream.buffer.data() + stream.head;
     // A text that fills its field would let its reader run on into what lies behind.
@@ -96,7 +94,7 @@ std::span<std::byte> room(MessageStream& stream) {
     }
     std::size_t needed = firstBuffer;
     if (stream.tail >= sizeof(DWORD))
-        needed = std::max<std::size_t>(needed, wordAt(stream, 0));
+        needed = std::max<std::size_t>(needed, waiting(stream).u32(0));
     if (stream.buffer.size() < needed)
         stream.buffer.resize(std::max<std::size_t>(needed, 2 * stream.buffer.size()));
     return std::span(stream.buffer).subspan(stream.tail);

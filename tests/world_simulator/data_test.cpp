@@ -143,7 +143,7 @@ TEST(Data, wholeNumbersAreHeldAtTheirLimits) {
     for (std::size_t i = 0; i < std::size(values); ++i) {
         field.type = simconnect::DataType::int32;
         packNumber(field, values[i], bytes);
-        EXPECT_EQ(unpackNumber(field, bytes), narrow[i]) << values[i];
+        EXPECT_EQ(unpackNumber(field, ByteReader(bytes)), narrow[i]) << values[i];
         field.type = simconnect::DataType::int64;
         packNumber(field, values[i], bytes);
         std::int64_t whole;

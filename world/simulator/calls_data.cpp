@@ -49,31 +49,30 @@ std::size_t waitingRequests(const Simulator& simulator, const Session& session) 
 }
 
 /// Sets one text; only the tail number can be set.
-void writeText(SimObject& object, const Field& field, const std::byte* from) {
-    const auto* text = reinterpret_cast<const char*>(from);
-    object.tail.assign(text, std::min(strnlen(text, field.size), sc::tailNumberChars));
+void writeText(SimObject& object, ByteReader field) {
+    object.tail = field.text(0, std::min(field.size(), sc::tailNumberChars));
 }
 
 /// One element in definition order; its size was checked. All or nothing.
-bool setElement(Session& session, const Definition& definition, SimObject& object, const std::byte* from) {
+bool setElement(Session& session, const Definition& definition, SimObject& object, ByteReader element) {
     std::vector<double>& values = session.scratch;
     values.resize(definition.fields.size());
-    const std::byte* at = from;
+    std::size_t at = 0;
     double* value = values.data();
     for (const Field& field : definition.fields) {
         if (!field.text) {
-            *value = storedValue(field, unpackNumber(field, at));
+            *value = storedValue(field, unpackNumber(field, element.part(at, field.size)));
             if (!acceptable(field, *value))
                 return false;
         }
         ++value;
         at += field.size;
     }
-    at = from;
+    at = 0;
     value = values.data();
     for (const Field& field : definition.fields) {
         if (field.text)
-            writeText(object, field, at);
+            writeText(object, element.part(at, field.size));
         else
             writeNumber(object, field, *value);
         ++value;
@@ -83,28 +82,26 @@ bool setElement(Session& session, const Definition& definition, SimObject& objec
 }
 
 /// Pairs of datum id and value. The first pair that cannot be taken ends the packet.
-Exception setTaggedPairs(const Definition& definition, SimObject& object, const std::byte* at, const std::byte* end) {
-    while (at != end) {
-        if (end - at < 4)
+Exception setTaggedPairs(const Definition& definition, SimObject& object, ByteReader pairs) {
+    for (ByteCursor at(pairs); !at.ended();) {
+        if (at.left() < sizeof(std::uint32_t))
             return Exception::invalidDataSize;
-        std::uint32_t id;
-        std::memcpy(&id, at, sizeof id);
-        at += sizeof id;
+        const std::uint32_t id = at.u32();
         const auto field = std::find_if(definition.fields.begin(), definition.fields.end(),
                                         [id](const Field& candidate) { return candidate.datumId == id; });
         if (field == definition.fields.end())
             return fault::datumId;
-        if (end - at < static_cast<std::ptrdiff_t>(field->size))
+        if (at.left() < field->size)
             return Exception::invalidDataSize;
+        const ByteReader bytes = at.part(field->size);
         if (field->text) {
-            writeText(object, *field, at);
+            writeText(object, bytes);
         } else {
-            const double value = storedValue(*field, unpackNumber(*field, at));
+            const double value = storedValue(*field, unpackNumber(*field, bytes));
             if (!acceptable(*field, value))
                 return Exception::dataError;
             writeNumber(object, *field, value);
         }
-        at += field->size;
     }
     return Exception::none;
 }
@@ -233,17 +230,17 @@ void callSetData(Simulator& simulator, Session& session, const Packet& packet) {
     if (!definition->settable)
         return refuse(Exception::dataError, 1);
     constexpr std::uint32_t head = 36;
-    const std::uint32_t bytes = packet.size - head;
+    const std::size_t bytes = packet.size() - head;
     const std::uint32_t count = std::max(packet.u32(28), 1u);
     const std::uint32_t unit = packet.u32(32);
     const bool tagged = (packet.u32(24) & setTagged) != 0;
     if (std::uint64_t{count} * unit != bytes || unit == 0 || (!tagged && unit != definition->fixedSize))
         return refuse(Exception::invalidDataSize, 5);
     for (std::uint32_t i = 0; i < count; ++i) {
-        const std::byte* element = packet.data + head + i * unit;
+        const ByteReader element = packet.part(head + std::size_t{i} * unit, unit);
         Exception result = Exception::none;
         if (tagged)
-            result = setTaggedPairs(*definition, *object, element, element + unit);
+            result = setTaggedPairs(*definition, *object, element);
         else if (!setElement(session, *definition, *object, element))
             result = Exception::dataError;
         if (result != Exception::none)

@@ -373,20 +373,16 @@ void packNumber(const Field& field, double value, std::byte* to) {
     }
 }
 
-double unpackNumber(const Field& field, const std::byte* from) {
-    const auto get = [from](auto number) {
-        std::memcpy(&number, from, sizeof number);
-        return static_cast<double>(number);
-    };
+double unpackNumber(const Field& field, ByteReader bytes) {
     switch (field.type) {
     case DataType::int32:
-        return get(std::int32_t{});
+        return bytes.i32(0);
     case DataType::int64:
-        return get(std::int64_t{});
+        return static_cast<double>(bytes.i64(0));
     case DataType::float32:
-        return get(float{});
+        return bytes.f32(0);
     default:
-        return get(double{});
+        return bytes.f64(0);
     }
 }
 

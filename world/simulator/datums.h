@@ -2,6 +2,7 @@
 // written to an object. Names compare without regard to case. Any thread; the tables are constant.
 #pragma once
 
+#include "core/byte_reader.h"
 #include "simconnect/simconnect.h"
 #include "world/simulator/object.h"
 
@@ -85,7 +86,7 @@ std::string_view readText(const SimObject& object, const Field& field);
 
 /// Packs a number in the field's type; whole number types are rounded, and held at their limits.
 void packNumber(const Field& field, double value, std::byte* to);
-double unpackNumber(const Field& field, const std::byte* from);
+double unpackNumber(const Field& field, ByteReader bytes);
 
 /// A wire value in the unit in which the object keeps it.
 inline double storedValue(const Field& field, double wireValue) {

@@ -62,7 +62,8 @@ std::byte* pack(std::byte* to, const Field& field, const SimObject& object, cons
 bool differs(const Field& field, const std::byte* now, const std::byte* before) {
     if (field.text || field.epsilon <= 0.0f)
         return std::memcmp(now, before, field.size) != 0;
-    return std::abs(unpackNumber(field, now) - unpackNumber(field, before)) > static_cast<double>(field.epsilon);
+    const auto number = [&](const std::byte* at) { return unpackNumber(field, ByteReader(std::span(at, field.size))); };
+    return std::abs(number(now) - number(before)) > static_cast<double>(field.epsilon);
 }
 
 Surroundings surroundingsOf(const Simulator& simulator, const Definition& definition, const SimObject& object) {

@@ -1,30 +1,18 @@
 // A complete packet of a client, and the table of calls. Only for the files that carry calls out.
 #pragma once
 
+#include "core/byte_reader.h"
 #include "world/simulator/model.h"
 
 #include <cstdint>
-#include <cstring>
-#include <string_view>
 
 namespace kes::world {
 
 /// Lies in the session's buffer; offsets count from its first byte. The size was checked against the call.
-struct Packet {
-    const std::byte* data = nullptr;
-    std::uint32_t size = 0, version = 0, function = 0, sendId = 0;
+struct Packet : ByteReader {
+    explicit Packet(ByteReader bytes) : ByteReader(bytes) {}
 
-    template <typename Number> Number get(std::uint32_t offset) const {
-        Number number;
-        std::memcpy(&number, data + offset, sizeof number);
-        return number;
-    }
-    std::uint32_t u32(std::uint32_t offset) const { return get<std::uint32_t>(offset); }
-    /// Up to the first zero, or the whole field.
-    std::string_view text(std::uint32_t offset, std::uint32_t field) const {
-        const auto* first = reinterpret_cast<const char*>(data + offset);
-        return {first, strnlen(first, field)};
-    }
+    std::uint32_t version = 0, function = 0, sendId = 0;
 };
 
 // Exceptions that the program's own list does not name.

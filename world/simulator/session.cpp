@@ -50,8 +50,9 @@ constexpr Row rows[] = {
 
 constexpr std::uint32_t setDataHead = 36;
 
-void carryOut(Simulator& simulator, Session& session, const std::byte* data, std::uint32_t size) {
-    Packet packet{data, size};
+void carryOut(Simulator& simulator, Session& session, std::span<const std::byte> bytes) {
+    Packet packet{ByteReader(bytes)};
+    const std::size_t size = packet.size();
     packet.version = packet.u32(4);
     packet.function = packet.u32(8) & wire::functionMask;
     packet.sendId = packet.u32(12);
@@ -88,12 +89,6 @@ void carryOut(Simulator& simulator, Session& session, const std::byte* data, std
         row->call(simulator, session, packet);
 }
 
-std::uint32_t sizeWord(const std::byte* data) {
-    std::uint32_t size;
-    std::memcpy(&size, data, sizeof size);
-    return size;
-}
-
 } // namespace
 
 bool receive(Simulator& simulator, Session& session, std::span<const std::byte> bytes) {
@@ -112,19 +107,19 @@ bool receive(Simulator& simulator, Session& session, std::span<const std::byte> 
             stash(word);
             continue;
         }
-        const std::uint32_t size = sizeWord(whole ? bytes.data() : in.data());
+        const std::uint32_t size = ByteReader(whole ? bytes : in).u32(0);
         if (size < wire::clientHeaderSize || size > wire::maxClientPacket) {
             session.dropped = true;
             break;
         }
         if (whole && bytes.size() >= size) {
-            carryOut(simulator, session, bytes.data(), size);
+            carryOut(simulator, session, bytes.first(size));
             bytes = bytes.subspan(size);
             continue;
         }
         stash(size - in.size());
         if (in.size() == size) {
-            carryOut(simulator, session, in.data(), size);
+            carryOut(simulator, session, in);
             in.clear();
         }
     }

@@ -45,12 +45,12 @@ std::string describePacket(const Packet& packet) {
     const auto* layout = std::find_if(std::begin(layouts), std::end(layouts),
                                       [&](const Layout& l) { return l.function == packet.function; });
     if (layout == std::end(layouts))
-        return fmt::format("function {} of {} bytes", packet.function, packet.size);
+        return fmt::format("function {} of {} bytes", packet.function, packet.size());
     std::string line = layout->name;
     std::uint32_t at = simconnect::wire::clientHeaderSize;
     for (const char* field = layout->fields; *field != 0;) {
         const std::uint32_t size = sizeOfField(*field);
-        if (at + size > packet.size)
+        if (at + size > packet.size())
             break;
         switch (*field) {
         case 'w':
