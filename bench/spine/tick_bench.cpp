@@ -8,6 +8,7 @@
 #include "core/xml_file.h"
 #include "liveries/store.h"
 #include "reference/reference.h"
+#include "sim/ai_commands.h"
 #include "spine/main_tick.h"
 #include "tests/small_reference.h"
 #include "traffic/live_table.h"

@@ -59,7 +59,7 @@ void planOneLeg(benchmark::State& state) {
         if (a.sz() < 3)
             a = fresh;
         kes::tickCount = a.stream.front().tick;
-        kes::nextPosMain(a, motionNow());
+        kes::nextPosMain(a, kes::motionNow());
     }
 }
 BENCHMARK(planOneLeg);

@@ -8,6 +8,7 @@
 #include "platform/output.h"
 #include "platform/socket.h"
 #include "platform/system.h"
+#include "sim/sim_client.h"
 #include "spine/main_tick.h"
 #include "spine/run.h"
 #include "traffic/live_aircraft.h"
