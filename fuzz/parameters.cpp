@@ -1,6 +1,6 @@
 // Bytes as the content of parameters.xml. What is taken must be savable, and the saved file must give the same values.
 #include "core/parameters_file.h"
-#include "platform/system.h"
+#include "core/text_encoding.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -13,6 +13,11 @@ struct TextWriter : pugi::xml_writer {
     void write(const void* data, std::size_t size) override { text.append(static_cast<const char*>(data), size); }
 };
 
+void require(bool condition) {
+    if (!condition)
+        std::abort();
+}
+
 bool isLfolder(std::string_view name) {
     return name.starts_with("lfolder");
 }
@@ -24,16 +29,11 @@ std::string valuesNow(const kes::TakenTexts& texts) {
         if (!std::holds_alternative<kes::TextParameter*>(parameter.value))
             all += parameter.valueText() + '\n';
     for (const auto& [parameter, text] : texts) {
-        kes::platform::toUtf16(text); // throws for what is no text
+        require(kes::isUtf8(text));
         if (!isLfolder(parameter->name))
             all += text + '\n';
     }
     return all;
-}
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "core/clock.h"
 #include "core/log.h"
+#include "platform/utf8.h"
 
 #include <algorithm>
 #include <atomic>
@@ -27,27 +28,14 @@ bool withinBudget(std::size_t bytes, std::int64_t now) {
     return true;
 }
 
-bool continues(std::string_view text, std::size_t at) {
-    return at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80;
-}
-
 /// The bytes of the printable character that starts at `at`: 1 to 4, or 0 when none does.
 std::size_t characterLength(std::string_view text, std::size_t at) {
     const auto first = static_cast<unsigned char>(text[at]);
     if (first < 0x80)
         return first >= ' ' && first != 0x7F ? 1 : 0;
-    const std::size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
-    if (first < 0xC2 || first > 0xF4)
-        return 0;
-    for (std::size_t i = 1; i < length; ++i)
-        if (!continues(text, at + i))
-            return 0;
-    const auto second = static_cast<unsigned char>(text[at + 1]);
-    const bool control = first == 0xC2 && second < 0xA0;
-    const bool overlong = (first == 0xE0 && second < 0xA0) || (first == 0xF0 && second < 0x90);
-    const bool surrogate = first == 0xED && second >= 0xA0;
-    const bool beyond = first == 0xF4 && second >= 0x90;
-    return control || overlong || surrogate || beyond ? 0 : length;
+    const std::size_t length = platform::utf8Length(text, at);
+    const bool control = first == 0xC2 && length != 0 && static_cast<unsigned char>(text[at + 1]) < 0xA0;
+    return control ? 0 : length;
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/run_state.h"
+#include "core/text_encoding.h"
 #include "core/version.h"
 #include "core/window.h"
 #include "core/xml_file.h"
@@ -132,19 +133,6 @@ bool isLfolder(std::string_view name) {
     return name.starts_with("lfolder");
 }
 
-/// A hand-edited file may hold Latin letters in the old single-byte code; the system's texts are UTF-8 throughout.
-std::string utf8Text(std::string_view text) {
-    try {
-        platform::toUtf16(text);
-        return std::string(text);
-    } catch (const win32::Utf8ConversionException&) {
-        std::u16string wide;
-        for (const char c : text)
-            wide += static_cast<char16_t>(static_cast<unsigned char>(c));
-        return platform::toUtf8(wide);
-    }
-}
-
 void updateBox(const StoredParameter& parameter) {
     if (parameter.control == nullptr)
         return;
@@ -164,7 +152,8 @@ std::string take(const StoredParameter& parameter, pugi::xml_attribute attribute
         (*integer)->value = (*integer)->clamped(attribute.as_int());
         return std::to_string(**integer);
     }
-    texts.emplace_back(std::get<TextParameter*>(parameter.value), utf8Text(attribute.value()));
+    // A hand-edited file may hold Latin letters in the old single-byte code.
+    texts.emplace_back(std::get<TextParameter*>(parameter.value), utf8OrLatin1(attribute.value()));
     return texts.back().second;
 }
 

@@ -4,6 +4,7 @@
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/text.h"
+#include "core/text_encoding.h"
 #include "platform/file.h"
 #include "platform/system.h"
 #include "platform/user_folders.h"
@@ -95,41 +96,15 @@ std::optional<std::string> readUserCfg(const Simulator& simulator, const platfor
     return {};
 }
 
-/// Bytes as characters of the same number, for texts in the Western character set that are no UTF-8.
-std::string fromWestern(std::string_view bytes) {
-    std::u16string wide;
-    for (const char c : bytes)
-        wide += static_cast<char16_t>(static_cast<unsigned char>(c));
-    return platform::toUtf8(wide);
-}
-
-std::string utf8From(std::string_view text) {
-    try {
-        platform::toUtf16(text);
-        return std::string(text);
-    } catch (const win32::Utf8ConversionException&) {
-        return fromWestern(text);
-    }
-}
-
-/// The text behind a byte-order mark as UTF-8; without a mark the bytes as they are.
-std::string decoded(std::string text) {
-    if (text.starts_with("\xEF\xBB\xBF"))
-        return text.substr(3);
-    const bool little = text.starts_with("\xFF\xFE");
-    if (!little && !text.starts_with("\xFE\xFF"))
-        return text;
-    std::u16string wide;
-    for (std::size_t i = 2; i + 1 < text.size(); i += 2) {
-        const auto first = static_cast<unsigned char>(text[i]);
-        const auto second = static_cast<unsigned char>(text[i + 1]);
-        wide += static_cast<char16_t>(little ? first | second << 8 : first << 8 | second);
-    }
-    try {
-        return platform::toUtf8(wide);
-    } catch (const win32::Utf8ConversionException&) {
-        return text; // its mark was none
-    }
+/// The text behind a byte-order mark as UTF-8; without a mark the bytes as they are. Broken 16-bit text had no mark
+/// after all, and a lone last byte of it is left out.
+std::string decoded(std::string bytes) {
+    const TextMark mark = markOf(bytes);
+    if (mark != TextMark::utf16Little && mark != TextMark::utf16Big)
+        return std::string(withoutMark(bytes));
+    const std::string_view units = std::string_view(bytes).substr(2, bytes.size() / 2 * 2 - 2);
+    std::string text;
+    return appendUtf16(text, units, mark == TextMark::utf16Big) ? text : bytes;
 }
 
 /// The value of the first line that names the packages folder.
@@ -139,7 +114,7 @@ std::string installedPackagesPath(std::string bytes) {
         if (line.ends_with('\r'))
             line.remove_suffix(1);
         if (line.find("InstalledPackagesPath") != std::string_view::npos)
-            return utf8From(unquoted(line));
+            return utf8OrLatin1(unquoted(line));
     }
     return {};
 }

@@ -2,6 +2,7 @@
 #include "liveries/cfg_judge.h"
 
 #include "core/text.h"
+#include "core/text_encoding.h"
 #include "liveries/cfg_line.h"
 #include "platform/file.h"
 #include "reference/reference.h"
@@ -15,50 +16,6 @@
 namespace kes {
 
 namespace {
-
-void appendUtf8(std::string& out, char32_t c) {
-    if (c < 0x80) {
-        out += static_cast<char>(c);
-        return;
-    }
-    if (c < 0x800) {
-        out += static_cast<char>(0xC0 | (c >> 6));
-    } else {
-        if (c < 0x10000) {
-            out += static_cast<char>(0xE0 | (c >> 12));
-        } else {
-            out += static_cast<char>(0xF0 | (c >> 18));
-            out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-        }
-        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    }
-    out += static_cast<char>(0x80 | (c & 0x3F));
-}
-
-constexpr char32_t replacement = 0xFFFD;
-
-/// Broken surrogates and a lone last byte cost one character, not the file.
-void appendUtf16(std::string& out, std::string_view bytes, bool bigEndian) {
-    const auto unit = [&](std::size_t at) {
-        const auto first = static_cast<unsigned char>(bytes[at]), second = static_cast<unsigned char>(bytes[at + 1]);
-        return static_cast<char32_t>(bigEndian ? first << 8 | second : second << 8 | first);
-    };
-    std::size_t at = 0;
-    for (; at + 1 < bytes.size(); at += 2) {
-        const char32_t c = unit(at);
-        if (c >= 0xD800 && c < 0xDC00 && at + 3 < bytes.size()) {
-            const char32_t low = unit(at + 2);
-            if (low >= 0xDC00 && low < 0xE000) {
-                appendUtf8(out, 0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00));
-                at += 2;
-                continue;
-            }
-        }
-        appendUtf8(out, c >= 0xD800 && c < 0xE000 ? replacement : c);
-    }
-    if (at < bytes.size())
-        appendUtf8(out, replacement);
-}
 
 void cutLines(std::string_view text, cfg::FileText& out) {
     out.lines.clear();
@@ -170,19 +127,14 @@ std::string_view words(FileFate fate) {
 }
 
 std::string_view decodeCfg(std::string_view bytes, std::string& converted, std::string& charset) {
-    converted.clear();
-    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
-        const bool bigEndian = bytes.front() == '\xFE';
-        charset = bigEndian ? "utf-16-be" : "utf-16-le";
-        appendUtf16(converted, bytes.substr(2), bigEndian);
-        return converted;
-    }
+    // Two bytes tell the character set here; the third byte of a mark is never looked at.
     if (bytes.starts_with("\xEF\xBB")) {
         charset = "utf-8-bom";
         return bytes.substr(std::min<std::size_t>(3, bytes.size()));
     }
-    charset = "plain";
-    return bytes;
+    const TextMark mark = markOf(bytes);
+    charset = mark == TextMark::utf16Big ? "utf-16-be" : mark == TextMark::utf16Little ? "utf-16-le" : "plain";
+    return decodeText(bytes, converted);
 }
 
 namespace cfg {

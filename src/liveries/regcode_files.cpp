@@ -4,6 +4,7 @@
 #include "core/log.h"
 #include "core/run_state.h"
 #include "core/text.h"
+#include "core/text_encoding.h"
 #include "liveries/folder_walk.h"
 #include "liveries/scan_reports.h"
 #include "platform/file.h"
@@ -106,9 +107,7 @@ bool readRegcodeDocument(const fs::path& file, std::vector<RegcodeEntry>& entrie
 
 bool readRegcodeText(std::string_view text, const std::string& file, std::vector<RegcodeEntry>& entries) {
     bool good = true;
-    if (text.starts_with("\xEF\xBB\xBF"))
-        text.remove_prefix(3);
-    for (const std::string_view whole : split(text, '\n')) {
+    for (const std::string_view whole : split(withoutMark(text), '\n')) {
         if (stopWanted())
             break;
         const std::string_view line = strip(whole);

@@ -1,6 +1,7 @@
 #include "platform/system.h"
 
 #include "platform/system_os.h"
+#include "platform/utf8.h"
 
 #include <atomic>
 
@@ -14,46 +15,17 @@ constexpr std::uint32_t noUnicodeTranslation = 1113; // the number that Windows 
     throw win32::Utf8ConversionException(what, noUnicodeTranslation);
 }
 
-/// One character from `text` at `at`, which moves behind it. Over-long forms and surrogates are no characters.
+/// One character from `text` at `at`, which moves behind it.
 char32_t nextCharacter(std::string_view text, std::size_t& at) {
-    static constexpr const char* fault = "Text is not valid UTF-8";
-    const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-    const unsigned char lead = byte(at++);
-    if (lead < 0x80)
-        return lead;
-    const int follow = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : 1;
-    if (lead < 0xC2 || lead > 0xF4 || at + static_cast<std::size_t>(follow) > text.size())
-        refuse(fault);
-    char32_t value = lead & (0x3F >> follow);
-    for (int i = 0; i < follow; ++i) {
-        const unsigned char next = byte(at++);
-        if ((next & 0xC0) != 0x80)
-            refuse(fault);
-        value = value << 6 | (next & 0x3F);
-    }
-    static constexpr char32_t least[] = {0, 0x80, 0x800, 0x10000};
-    if (value < least[follow] || value > 0x10FFFF || (value >= 0xD800 && value <= 0xDFFF))
-        refuse(fault);
+    const std::size_t length = utf8Length(text, at);
+    if (length == 0)
+        refuse("Text is not valid UTF-8");
+    static constexpr unsigned bitsOfFirst[] = {0, 0x7F, 0x1F, 0x0F, 0x07};
+    char32_t value = static_cast<unsigned char>(text[at]) & bitsOfFirst[length];
+    for (std::size_t i = 1; i < length; ++i)
+        value = value << 6 | (static_cast<unsigned char>(text[at + i]) & 0x3F);
+    at += length;
     return value;
-}
-
-void append(std::string& text, char32_t value) {
-    const auto put = [&](char32_t bits) { text += static_cast<char>(bits); };
-    if (value < 0x80) {
-        put(value);
-    } else if (value < 0x800) {
-        put(0xC0 | value >> 6);
-        put(0x80 | (value & 0x3F));
-    } else if (value < 0x10000) {
-        put(0xE0 | value >> 12);
-        put(0x80 | (value >> 6 & 0x3F));
-        put(0x80 | (value & 0x3F));
-    } else {
-        put(0xF0 | value >> 18);
-        put(0x80 | (value >> 12 & 0x3F));
-        put(0x80 | (value >> 6 & 0x3F));
-        put(0x80 | (value & 0x3F));
-    }
 }
 
 /// Numbers of the temporaries in use, one bit each. The lowest free one is taken, so that what a crash left behind is
@@ -119,7 +91,7 @@ std::string toUtf8(std::u16string_view utf16) {
                 refuse(fault);
             value = 0x10000 + ((value - 0xD800) << 10) + (utf16[++at] - 0xDC00);
         }
-        append(result, value);
+        appendUtf8(result, value);
     }
     return result;
 }

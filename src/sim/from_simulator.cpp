@@ -1,7 +1,7 @@
 #include "sim/from_simulator.h"
 
 #include "core/log.h"
-#include "platform/system.h"
+#include "core/text_encoding.h"
 
 #include <cmath>
 
@@ -18,20 +18,7 @@ std::string readable(std::string_view text) {
         if (static_cast<unsigned char>(text.back()) >= 0xC0)
             text.remove_suffix(1);
     }
-    try {
-        platform::toUtf16(text);
-        return quoted(text);
-    } catch (const win32::Utf8ConversionException&) {
-        std::string converted;
-        converted.reserve(2 * text.size());
-        for (const char c : text) {
-            const auto byte = static_cast<unsigned char>(c);
-            if (byte >= 0x80)
-                converted += static_cast<char>(0xC0 | byte >> 6);
-            converted += byte >= 0x80 ? static_cast<char>(0x80 | (byte & 0x3F)) : c;
-        }
-        return kes::quoted(converted);
-    }
+    return kes::quoted(utf8OrLatin1(text));
 }
 
 void showFromSimulator(std::string_view text, bool alsoLog) {

@@ -3,6 +3,7 @@
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/text.h"
+#include "core/text_encoding.h"
 #include "platform/system.h"
 
 #include <algorithm>
@@ -69,10 +70,7 @@ void takeKey(ConnectConfig& config, std::string_view key, std::string_view value
 } // namespace
 
 std::optional<ConnectConfig> parseConfig(std::string_view text, std::uint32_t index) {
-    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-    if (text.starts_with(byteOrderMark))
-        text.remove_prefix(byteOrderMark.size());
-
+    text = withoutMark(text);
     std::optional<ConnectConfig> found;
     while (!text.empty()) {
         const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());

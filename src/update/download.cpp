@@ -4,6 +4,7 @@
 #include "core/parameters.h"
 #include "core/run_state.h"
 #include "core/text.h"
+#include "core/text_encoding.h"
 #include "platform/file.h"
 #include "platform/system.h"
 #include "update/update.h"
@@ -122,9 +123,7 @@ std::string downloadBase() {
     const int error = platform::readFile(file, text, longestBaseFile);
     if (error != 0 && error != ENOENT)
         log(fmt::format("{} cannot be read: {}", file, platform::errorText(error)));
-    std::string_view line = text;
-    if (line.starts_with("\xEF\xBB\xBF"))
-        line.remove_prefix(3);
+    std::string_view line = withoutMark(text);
     line = strip(line.substr(0, line.find('\n')));
     std::string base = isUrl(line)    ? std::string(line)
                        : line.empty() ? fileUrl("updates")

@@ -208,7 +208,8 @@ TEST_F(InstallTest, WhatALineOfUserCfgSays) {
              {"InstalledPackagesPath \"" + program.folder.string() + "\"\n", "", program.folder.string()},
              {"\xEF\xBB\xBFInstalledPackagesPath \"" + umlaut.string() + "\"\r\n", umlaut.string(), ""},
              {little, umlaut.string(), ""},
-             {big, umlaut.string(), ""},
+             {big + "x", umlaut.string(), ""},
+             {big + "\xD8\n", "", "???"}, // broken 16-bit text had no mark
              {"InstalledPackagesPath \"" + program.folder.string() + "/J\xFCrgen\"\n", umlaut.string(), ""},
          }) {
         write(storeFile(), c.content);

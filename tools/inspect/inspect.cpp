@@ -3,6 +3,7 @@
 #include "core/folders.h"
 #include "core/parameters.h"
 #include "core/text.h"
+#include "core/text_encoding.h"
 #include "liveries/folder_walk.h"
 #include "liveries/matching.h"
 #include "liveries/scan_summary.h"
@@ -23,15 +24,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Json = nlohmann::ordered_json;
-
-bool isUtf8(std::string_view text) {
-    try {
-        (void)platform::toUtf16(text);
-        return true;
-    } catch (const win32::Utf8ConversionException&) {
-        return false;
-    }
-}
 
 /// Text that is no UTF-8 is shown as "hex:" and its bytes, so that nothing of it is lost.
 std::string shown(std::string_view text) {

@@ -1,6 +1,7 @@
 #include "tools/pack/csv.h"
 
 #include "core/text.h"
+#include "core/text_encoding.h"
 #include "platform/file.h"
 #include "platform/system.h"
 
@@ -120,11 +121,8 @@ void guessForm(Cursor& cursor) {
 std::optional<CsvCount> readCsvText(std::string_view text, const std::vector<std::string>& columns, const CsvTake& take,
                                     const CsvComplaint& complain, std::string& problem, CsvForm form) {
     constexpr std::size_t absent = static_cast<std::size_t>(-1);
-    if (text.substr(0, 3) == "\xEF\xBB\xBF") {
-        text.remove_prefix(3);
-    }
     Cursor cursor;
-    cursor.text = text;
+    cursor.text = withoutMark(text);
     if (form == CsvForm::guessed) {
         guessForm(cursor);
     }

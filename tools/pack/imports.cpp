@@ -1,5 +1,6 @@
 // Data bases in the public forms that people have.
 #include "core/text.h"
+#include "core/text_encoding.h"
 #include "platform/system.h"
 #include "tools/pack/sources.h"
 
@@ -200,8 +201,8 @@ void importTypeList(const TypeListImport& import, Sources& sources, PackCount& c
         named += entry.designator.empty() ? 0 : 1;
         return takeDesignation(entry, plainTypes, places, sources, count);
     };
-    const std::size_t start = bytes->find_first_not_of("\xEF\xBB\xBF \t\r\n");
-    if (start != std::string::npos && ((*bytes)[start] == '[' || (*bytes)[start] == '{')) {
+    const std::string_view text = strip(withoutMark(*bytes));
+    if (text.starts_with('[') || text.starts_with('{')) {
         readTypeJson(import, *bytes, count, take);
     } else {
         readTypeCsv(import, count, take);

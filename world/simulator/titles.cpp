@@ -1,6 +1,7 @@
 #include "world/simulator/titles.h"
 
 #include "core/text.h"
+#include "core/text_encoding.h"
 #include "platform/system.h"
 #include "simconnect/wire.h"
 
@@ -14,65 +15,20 @@ namespace fs = std::filesystem;
 
 namespace {
 
-bool isUtf8(std::string_view text) {
-    for (std::size_t i = 0; i < text.size();) {
-        const auto first = static_cast<unsigned char>(text[i]);
-        const std::size_t more = first < 0x80             ? 0
-                                 : (first & 0xE0) == 0xC0 ? 1
-                                 : (first & 0xF0) == 0xE0 ? 2
-                                 : (first & 0xF8) == 0xF0 ? 3
-                                                          : 9;
-        if (more == 9 || i + more >= text.size())
-            return false;
-        for (std::size_t k = 1; k <= more; ++k)
-            if ((static_cast<unsigned char>(text[i + k]) & 0xC0) != 0x80)
-                return false;
-        i += more + 1;
-    }
-    return true;
-}
-
-std::string utf8Of(std::string_view bytes) {
-    if (isUtf8(bytes))
-        return std::string(bytes);
-    std::string text;
-    for (const char c : bytes) {
-        const auto code = static_cast<unsigned char>(c);
-        if (code < 0x80) {
-            text += c;
-        } else {
-            text += static_cast<char>(0xC0 | code >> 6);
-            text += static_cast<char>(0x80 | (code & 0x3F));
-        }
-    }
-    return text;
-}
-
-std::string readAll(const fs::path& file) {
+/// The file's text whatever the editor was that saved it.
+std::string readText(const fs::path& file) {
     std::ifstream in(file, std::ios::binary);
     if (!in)
         throw std::runtime_error("Failed to read " + platform::pathText(file));
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-/// The file's text whatever the editor was that saved it.
-std::string decoded(std::string content) {
-    if (content.starts_with("\xFF\xFE")) {
-        std::u16string wide;
-        for (std::size_t i = 2; i + 1 < content.size(); i += 2)
-            wide += static_cast<char16_t>(static_cast<unsigned char>(content[i]) |
-                                          static_cast<unsigned char>(content[i + 1]) << 8);
-        return platform::toUtf8(wide);
-    }
-    if (content.starts_with("\xEF\xBB\xBF"))
-        content.erase(0, 3);
-    return content;
+    const std::string bytes{std::istreambuf_iterator<char>(in), {}};
+    std::string converted;
+    return std::string(decodeText(bytes, converted));
 }
 
 void addTitle(Titles& titles, std::string_view title) {
     // What does not fit the field can never be asked for in full.
     if (!title.empty())
-        titles.known.insert(utf8Of(title.substr(0, simconnect::wire::nameField - 1)));
+        titles.known.insert(utf8OrLatin1(title.substr(0, simconnect::wire::nameField - 1)));
 }
 
 template <typename Take> void eachLine(std::string_view content, Take take) {
@@ -105,7 +61,7 @@ void addTitlesFromConfig(Titles& titles, std::string_view content) {
 }
 
 void addTitlesFromFile(Titles& titles, const fs::path& file) {
-    eachLine(decoded(readAll(file)), [&](std::string_view line) {
+    eachLine(readText(file), [&](std::string_view line) {
         if (!line.starts_with('#'))
             addTitle(titles, line);
     });
@@ -124,7 +80,7 @@ std::size_t addTitlesFromFolder(Titles& titles, const fs::path& folder) {
                 !equalsNoCase(platform::pathText(entry->path().filename()), "aircraft.cfg"))
                 continue;
             try {
-                addTitlesFromConfig(titles, decoded(readAll(entry->path())));
+                addTitlesFromConfig(titles, readText(entry->path()));
                 ++files;
             } catch (const std::runtime_error&) {
                 continue;
@@ -142,7 +98,7 @@ std::size_t addTitlesFromFolder(Titles& titles, const fs::path& folder) {
 }
 
 bool isKnownTitle(const Titles& titles, std::string_view wireTitle) {
-    return titles.known.empty() || titles.known.contains(utf8Of(wireTitle));
+    return titles.known.empty() || titles.known.contains(utf8OrLatin1(wireTitle));
 }
 
 } // namespace kes::world
