@@ -246,8 +246,8 @@ TEST(Utf8, RoundTripsWhatIsTextAndRefusesWhatIsNot) {
                                         "\xED\x9F\xBF", "\xEE\x80\x80", "\xF4\x8F\xBF\xBF"})
         EXPECT_EQ(toUtf8(toUtf16(good)), good);
     EXPECT_EQ(toUtf16("\xF0\x9F\x9B\xAB"), u"\U0001F6EB");
-    for (const std::string_view bad : {"\x80", "\xC3", "\xC0\x80", "\xE0\x80\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80",
-                                       "\xF0\x9F\x9B", "\xE2\x28\xA1", "\xFF"}) {
+    for (const std::string_view bad : {"\x80", "\xC3", "\xC0\x80", "\xE0\x80\x80", "\xF0\x8F\xBF\xBF", "\xED\xA0\x80",
+                                       "\xF4\x90\x80\x80", "\xF0\x9F\x9B", "\xE2\x28\xA1", "\xFF"}) {
         try {
             toUtf16(bad);
             ADD_FAILURE() << "taken: " << bad.size() << " bytes";
