@@ -7,10 +7,10 @@
 #include "liveries/store.h"
 #include "platform/system.h"
 #include "reference/reference.h"
+#include "tools/command_line/command_line.h"
 #include "tools/inspect/inspect.h"
 
-#include <charconv>
-#include <cstdio>
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <iostream>
 #include <nlohmann/json.hpp>
@@ -21,89 +21,60 @@ namespace {
 namespace fs = std::filesystem;
 using namespace kes;
 
-constexpr std::string_view help =
-    R"(kestrelune-inspect liveries [options] FOLDER...
-    Reads every aircraft.cfg below the folders, as a scan does, and writes JSON: per file its liveries, per file and section
-    why it gives none, and totals. Ends with 1 when one of the folders is not there.
-      --keep-stubs         do not leave out titles that end in -STUB
-
-kestrelune-inspect match [options] --liveries LiveriesScanned.xml < lines
-    For each line "AIRLINE MODEL REG [cargo]" ('-' = not known) writes a line with the step that found a livery (0 = none), the
-    title, and the reason, separated by tabs. As in the traffic, what the data base knows of REG goes before the line, and an
-    aircraft without an airline is a private owner's.
-      --liveries FILE      the list that a scan wrote to the output folder
-      --depth N            how far the search goes, 1 to 4 (4)
-      --random             choose among several liveries by chance (the first one)
-
-Both:
-      --updates FOLDER     where dbase.zip and AIG-regcodes.zip lie: a folder or a URL (updates)
-      --document FILE      read this reference document instead of dbase.zip
-      --regcodes FOLDER    a folder of regcode files, as my_regcodes
-      --log FILE           write what the program would log
-)";
-
 struct Arguments {
-    std::string command, updates = "updates", document, regcodes, logFile, liveries;
+    std::string updates = "updates", document, regcodes, logFile, liveries;
+    std::vector<std::string> names;
     std::vector<fs::path> folders;
     int depth = 4;
+    bool match = false; ///< else liveries
     bool keepStubs = false, random = false;
 };
 
-[[noreturn]] void wrong(const std::string& what) {
-    std::cerr << "kestrelune-inspect: " << what << " (see --help)\n";
-    std::exit(2);
-}
+std::optional<command_line::Ending> read(const std::vector<std::string>& words, Arguments& arguments) {
+    using command_line::addText;
+    CLI::App app("Tells what installed packages give, and which livery an aircraft gets.", "kestrelune-inspect");
+    command_line::prepare(app);
+    app.require_subcommand(1);
+    app.fallthrough(); // the options of both may stand behind the command, too
+    addText(app, "--updates", "FOLDER", arguments.updates,
+            "Where dbase.zip and AIG-regcodes.zip lie: a folder or a URL (updates)");
+    addText(app, "--document", "FILE", arguments.document, "Read this reference document instead of dbase.zip");
+    addText(app, "--regcodes", "FOLDER", arguments.regcodes, "A folder of regcode files, as my_regcodes");
+    addText(app, "--log", "FILE", arguments.logFile, "Write what the program would log");
 
-Arguments parse(int argc, char** argv) {
-    Arguments arguments;
-    for (int i = 1; i < argc; ++i) {
-        const std::string word = argv[i];
-        const auto value = [&] {
-            if (++i == argc)
-                wrong(word + " wants a value");
-            return std::string(argv[i]);
-        };
-        if (word == "--help" || word == "-h") {
-            std::cout << help;
-            std::exit(0);
-        } else if (word == "--updates") {
-            arguments.updates = value();
-        } else if (word == "--document") {
-            arguments.document = value();
-        } else if (word == "--regcodes") {
-            arguments.regcodes = value();
-        } else if (word == "--log") {
-            arguments.logFile = value();
-        } else if (word == "--liveries") {
-            arguments.liveries = value();
-        } else if (word == "--keep-stubs") {
-            arguments.keepStubs = true;
-        } else if (word == "--random") {
-            arguments.random = true;
-        } else if (word == "--depth") {
-            const std::string text = value();
-            if (text.size() != 1 || text[0] < '1' || text[0] > '4')
-                wrong("--depth wants a number from 1 to 4");
-            arguments.depth = text[0] - '0';
-        } else if (word.starts_with("--")) {
-            wrong("unknown option " + word);
-        } else if (arguments.command.empty()) {
-            arguments.command = word;
-        } else {
-            arguments.folders.push_back(fs::absolute(platform::pathFrom(word)));
-        }
-    }
-    if (arguments.command != "liveries" && arguments.command != "match")
-        wrong("say liveries or match");
-    if (arguments.command == "liveries" && arguments.folders.empty())
-        wrong("no folder is given");
-    if (arguments.command == "match" && (arguments.liveries.empty() || !arguments.folders.empty()))
-        wrong("match wants --liveries FILE and reads its lines from the standard input");
+    CLI::App* const liveries = app.add_subcommand(
+        "liveries",
+        "Reads every aircraft.cfg below the folders, as a scan does, and writes JSON: per file its\n"
+        "liveries, per file and section why it gives none, and totals. Ends with 1 when one of the folders\n"
+        "is not there.");
+    liveries->add_option("folders", arguments.names, "Community folders or parts of them")->type_name("FOLDER");
+    liveries->add_flag("--keep-stubs", arguments.keepStubs, "Do not leave out titles that end in -STUB");
+
+    CLI::App* const match = app.add_subcommand(
+        "match",
+        "For each line \"AIRLINE MODEL REG [cargo]\" ('-' = not known) of the standard input writes a line\n"
+        "with the step that found a livery (0 = none), the title, and the reason, separated by tabs. As in the\n"
+        "traffic, what the data base knows of REG goes before the line, and an aircraft without an airline is\n"
+        "a private owner's.");
+    addText(*match, "--liveries", "FILE", arguments.liveries,
+            "The list that a scan wrote to the output folder, LiveriesScanned.xml; needed");
+    command_line::addNumber(*match, "--depth", arguments.depth, 1, 4, "How far the search goes (4)");
+    match->add_flag("--random", arguments.random, "Choose among several liveries by chance (the first one)");
+
+    if (const auto ending = command_line::parse(app, words))
+        return ending;
+    arguments.match = match->parsed();
+    if (!arguments.match && arguments.names.empty())
+        return command_line::wrong(app, "no folder is given");
+    if (arguments.match && arguments.liveries.empty())
+        return command_line::wrong(app, "match wants --liveries FILE");
+    for (const std::string& name : arguments.names)
+        arguments.folders.push_back(fs::absolute(platform::pathFrom(name)));
     for (std::string* file : {&arguments.document, &arguments.regcodes, &arguments.logFile, &arguments.liveries}) {
         if (!file->empty())
             *file = platform::pathText(fs::absolute(platform::pathFrom(*file)));
     }
-    return arguments;
+    return std::nullopt;
 }
 
 int match(const Arguments& arguments) {
@@ -144,7 +115,7 @@ int run(const Arguments& arguments) {
     else
         readReferenceDocument(platform::pathFrom(arguments.document));
     int code = 0;
-    if (arguments.command == "match") {
+    if (arguments.match) {
         code = match(arguments);
     } else {
         readDontUseTitles();
@@ -166,7 +137,9 @@ int run(const Arguments& arguments) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const Arguments arguments = parse(argc, argv);
+    Arguments arguments;
+    if (const auto ending = read({argv + 1, argv + argc}, arguments))
+        return command_line::tell(*ending);
     try {
         return run(arguments);
     } catch (const std::exception& e) {

@@ -2,139 +2,120 @@
 
 #include "core/text.h"
 #include "platform/system.h"
+#include "tools/command_line/command_line.h"
 #include "tools/pack/csv.h"
+#include "tools/pack/pack.h"
 
-#include <array>
-#include <charconv>
+#include <CLI/CLI.hpp>
 #include <exception>
 #include <fmt/format.h>
 #include <functional>
+#include <limits>
 #include <stdexcept>
 
 namespace kes::pack {
 namespace {
 
-constexpr std::string_view usage =
-    "kestrelune-pack --data DIR --out DIR [options]\n"
-    "Builds what an update server holds out of the plain sources in the data folder.\n\n"
-    "  --data DIR                the plain sources; types.csv, airlines.csv, cargo_types.csv,\n"
-    "                            cargo_operators.csv and simaddons20.csv are needed\n"
-    "  --out DIR                 gets dbase.zip, AIG-regcodes.zip, release/version.json and, when\n"
-    "                            the data folder has my_simaddon/*.txt, mysimaddon24/\n"
-    "  --simaddon-version A.B.C  version of that package (default: my_simaddon/version.csv)\n"
-    "  --program-version A.B.C   version of the program that release/ offers (default: this one)\n\n"
-    "Whole data bases. What the plain sources say wins over them, and the first over later ones.\n"
-    "Commas, semicolons or tabs, quotes, any order of columns.\n\n"
-    "  --type-list FILE          ICAO type designators, a list with columns or a JSON array\n"
-    "    --designator-column NAME, --wake-column NAME, --description-column NAME,\n"
-    "    --engine-column NAME, --engines-column NAME\n"
-    "                            names of columns or members (default: the usual ones)\n"
-    "  --aircraft FILE           an aircraft data base; may come again, with columns of its own\n"
-    "    --reg-column NAME       registration (needed)\n"
-    "    --type-column NAME      type designator (needed)\n"
-    "    --operator-column NAME  three-letter code of the airline\n"
-    "    --operating-column NAME the same for the airline that really flies it\n"
-    "    --cargo-column NAME     freighters have 1, t or y in front\n"
-    "    --private-when-empty    without a known airline it belongs to a private owner\n"
-    "  --ourairports FILE        airports.csv of OurAirports; writes airports_msfs.xml and\n"
-    "                            airports_msfs_names.xml for the program's input folder\n"
-    "    --airports-out DIR      where (default: the folder of --out)\n\n"
-    "Bad rows are counted, listed and left out. Doubtful ones are listed and kept: airports at\n"
-    "one place, and elevations far from those around.\n\n"
-    "  --bad-rows FILE           gets all of them (columns file, line, reason)\n"
-    "  --show-bad N              how many are listed here (default 20)\n"
-    "  --help                    this text\n\n"
-    "Exit codes: 0 written, 1 failed, 2 wrong arguments.\n";
-
-/// Sets what an option stands for, or tells why not.
-using Setter = std::function<std::string(const std::string& value)>;
-
-struct Parser {
-    Command command;
-
-    AircraftImport* aircraft() { return command.plan.aircraft.empty() ? nullptr : &command.plan.aircraft.back(); }
-
-    Setter path(std::filesystem::path& target) {
-        return [&target](const std::string& value) {
-            target = platform::pathFrom(value);
-            return std::string();
-        };
-    }
-    Setter text(std::string& target) {
-        return [&target](const std::string& value) {
-            target = value;
-            return std::string();
-        };
-    }
-    Setter aircraftColumn(std::string AircraftImport::*column) {
-        return [this, column](const std::string& value) -> std::string {
-            if (!aircraft()) {
-                return "belongs behind --aircraft";
-            }
-            aircraft()->*column = value;
-            return {};
-        };
-    }
-    Setter typeColumn(std::string TypeListImport::*column) {
-        return [this, column](const std::string& value) -> std::string {
-            if (!command.plan.typeList) {
-                return "belongs behind --type-list";
-            }
-            (*command.plan.typeList).*column = value;
-            return {};
-        };
-    }
-
-    /// Null for an option that is not known.
-    Setter setterOf(std::string_view option) {
-        struct Known {
-            std::string_view name;
-            Setter set;
-        };
-        PackPlan& plan = command.plan;
-        const std::array<Known, 20> all{{
-            {"--data", path(plan.data)},
-            {"--out", path(plan.out)},
-            {"--simaddon-version", text(plan.simaddonVersion)},
-            {"--program-version", text(plan.programVersion)},
-            {"--ourairports", path(plan.ourAirports)},
-            {"--airports-out", path(plan.airportsOut)},
-            {"--bad-rows", path(command.badRows)},
-            {"--show-bad",
-             [this](const std::string& value) -> std::string {
-                 const char* const end = value.data() + value.size();
-                 const auto [stop, error] = std::from_chars(value.data(), end, command.badRowsShown);
-                 return error == std::errc() && stop == end ? "" : "needs a number";
-             }},
-            {"--aircraft",
-             [&plan](const std::string& value) {
-                 plan.aircraft.emplace_back().file = platform::pathFrom(value);
-                 return std::string();
-             }},
-            {"--reg-column", aircraftColumn(&AircraftImport::reg)},
-            {"--type-column", aircraftColumn(&AircraftImport::type)},
-            {"--operator-column", aircraftColumn(&AircraftImport::airline)},
-            {"--operating-column", aircraftColumn(&AircraftImport::operating)},
-            {"--cargo-column", aircraftColumn(&AircraftImport::cargo)},
-            {"--type-list",
-             [&plan](const std::string& value) {
-                 plan.typeList.emplace().file = platform::pathFrom(value);
-                 return std::string();
-             }},
-            {"--designator-column", typeColumn(&TypeListImport::designator)},
-            {"--wake-column", typeColumn(&TypeListImport::wake)},
-            {"--description-column", typeColumn(&TypeListImport::description)},
-            {"--engine-column", typeColumn(&TypeListImport::engine)},
-            {"--engines-column", typeColumn(&TypeListImport::engines)},
-        }};
-        for (const Known& known : all) {
-            if (known.name == option) {
-                return known.set;
-            }
-        }
-        return nullptr;
-    }
+struct Command {
+    PackPlan plan;
+    std::filesystem::path badRows; ///< gets all bad rows as a comma list; empty = none
+    std::size_t badRowsShown = 20; ///< on the terminal
 };
+
+/// Adds an option whose value is something: neither empty nor the next option.
+void addNeeded(CLI::App& app, const std::string& name, const std::string& form,
+               const std::function<void(const std::string&)>& take, const std::string& description) {
+    command_line::addValue(
+        app, name, form, "a value",
+        [take](const std::string& value) {
+            if (value.empty() || value.starts_with("--")) {
+                return false;
+            }
+            take(value);
+            return true;
+        },
+        description);
+}
+
+void addPath(CLI::App& app, const std::string& name, const std::string& form, std::filesystem::path& target,
+             const std::string& description) {
+    addNeeded(
+        app, name, form, [&target](const std::string& value) { target = platform::pathFrom(value); }, description);
+}
+
+void addSources(CLI::App& app, Command& command) {
+    PackPlan& plan = command.plan;
+    addPath(app, "--data", "DIR", plan.data,
+            "The plain sources; types.csv, airlines.csv, cargo_types.csv, cargo_operators.csv and simaddons20.csv are "
+            "needed");
+    addPath(app, "--out", "DIR", plan.out,
+            "Gets dbase.zip, AIG-regcodes.zip, release/version.json and, when the data folder has my_simaddon/*.txt, "
+            "mysimaddon24/");
+    addNeeded(
+        app, "--simaddon-version", "A.B.C", [&plan](const std::string& value) { plan.simaddonVersion = value; },
+        "Version of that package (default: my_simaddon/version.csv)");
+    addNeeded(
+        app, "--program-version", "A.B.C", [&plan](const std::string& value) { plan.programVersion = value; },
+        "Version of the program that release/ offers (default: this one)");
+    addPath(app, "--bad-rows", "FILE", command.badRows, "Gets all bad rows (columns file, line, reason)");
+    command_line::addNumber(app, "--show-bad", command.badRowsShown, 0, std::numeric_limits<std::size_t>::max(),
+                            "How many of them are listed here (default 20)");
+}
+
+void addTypeList(CLI::App& app, PackPlan& plan) {
+    addNeeded(
+        app, "--type-list", "FILE",
+        [&plan](const std::string& value) { plan.typeList.emplace().file = platform::pathFrom(value); },
+        "ICAO type designators, a list with columns or a JSON array");
+    const auto column = [&](const char* name, std::string TypeListImport::*target, const char* what) {
+        const auto take = [&plan, target](const std::string& value) {
+            if (!plan.typeList) {
+                throw std::runtime_error("belongs behind --type-list");
+            }
+            (*plan.typeList).*target = value;
+        };
+        addNeeded(app, name, "NAME", take,
+                  fmt::format("... its column or member for the {} (default: the usual ones)", what));
+    };
+    column("--designator-column", &TypeListImport::designator, "designator");
+    column("--wake-column", &TypeListImport::wake, "wake category");
+    column("--description-column", &TypeListImport::description, "description");
+    column("--engine-column", &TypeListImport::engine, "kind of engine");
+    column("--engines-column", &TypeListImport::engines, "number of engines");
+}
+
+void addAircraft(CLI::App& app, PackPlan& plan) {
+    addNeeded(
+        app, "--aircraft", "FILE",
+        [&plan](const std::string& value) { plan.aircraft.emplace_back().file = platform::pathFrom(value); },
+        "An aircraft data base; may come again, with columns of its own");
+    const auto last = [&plan]() -> AircraftImport& {
+        if (plan.aircraft.empty()) {
+            throw std::runtime_error("belongs behind --aircraft");
+        }
+        return plan.aircraft.back();
+    };
+    const auto column = [&](const char* name, std::string AircraftImport::*target, const char* what) {
+        addNeeded(
+            app, name, "NAME", [last, target](const std::string& value) { last().*target = value; },
+            fmt::format("... its column for {}", what));
+    };
+    column("--reg-column", &AircraftImport::reg, "the registration (needed)");
+    column("--type-column", &AircraftImport::type, "the type designator (needed)");
+    column("--operator-column", &AircraftImport::airline, "the airline's three-letter code");
+    column("--operating-column", &AircraftImport::operating, "the code of the airline that really flies it");
+    column("--cargo-column", &AircraftImport::cargo, "freighters, which have 1, t or y in front there");
+    command_line::addFlag(
+        app, "--private-when-empty", [last] { last().privateWhenEmpty = true; },
+        "... without a known airline it belongs to a private owner");
+}
+
+void addAirports(CLI::App& app, PackPlan& plan) {
+    addPath(app, "--ourairports", "FILE", plan.ourAirports,
+            "airports.csv of OurAirports; writes airports_msfs.xml and airports_msfs_names.xml for the program's input "
+            "folder");
+    addPath(app, "--airports-out", "DIR", plan.airportsOut, "... where (default: the folder of --out)");
+}
 
 std::string incomplete(const Command& command) {
     if (command.plan.data.empty() || command.plan.out.empty()) {
@@ -149,6 +130,27 @@ std::string incomplete(const Command& command) {
         return "--airports-out needs --ourairports";
     }
     return {};
+}
+
+std::optional<command_line::Ending> readCommand(const std::vector<std::string>& arguments, Command& command) {
+    CLI::App app(
+        "Builds what an update server holds out of the plain sources in the data folder.\n\n"
+        "Whole data bases may come in beside them. What the plain sources say wins, and the first data base over\n"
+        "later ones. Commas, semicolons or tabs, quotes, any order of columns.",
+        "kestrelune-pack");
+    command_line::prepare(app);
+    addSources(app, command);
+    addTypeList(app, command.plan);
+    addAircraft(app, command.plan);
+    addAirports(app, command.plan);
+    app.footer("--data and --out are needed. Bad rows are counted, listed and left out. Doubtful ones are listed and\n"
+               "kept: airports at one place, and elevations far from those around.\n\n"
+               "Exit codes: 0 written, 1 failed, 2 wrong arguments.");
+    if (const auto ending = command_line::parse(app, arguments)) {
+        return ending;
+    }
+    const std::string problem = incomplete(command);
+    return problem.empty() ? std::nullopt : std::optional(command_line::wrong(app, problem));
 }
 
 std::string counted(std::size_t n, std::string_view noun) {
@@ -215,61 +217,18 @@ void tell(const Command& command, const PackCount& count, std::string& out) {
 
 } // namespace
 
-std::optional<Command> parseCommand(const std::vector<std::string>& arguments, std::string& problem) {
-    Parser parser;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::string& option = arguments[i];
-        if (option == "--help" || option == "-h") {
-            parser.command.help = true;
-            return parser.command;
-        }
-        if (option == "--private-when-empty") {
-            if (!parser.aircraft()) {
-                problem = option + " belongs behind --aircraft";
-                return std::nullopt;
-            }
-            parser.aircraft()->privateWhenEmpty = true;
-            continue;
-        }
-        const Setter set = parser.setterOf(option);
-        if (!set) {
-            problem = "unknown option " + option;
-            return std::nullopt;
-        }
-        if (i + 1 >= arguments.size() || arguments[i + 1].empty() || arguments[i + 1].starts_with("--")) {
-            problem = option + " needs a value";
-            return std::nullopt;
-        }
-        const std::string fault = set(arguments[++i]);
-        if (!fault.empty()) {
-            problem = option + " " + fault;
-            return std::nullopt;
-        }
-    }
-    problem = incomplete(parser.command);
-    if (!problem.empty()) {
-        return std::nullopt;
-    }
-    return parser.command;
-}
-
 int runCommand(const std::vector<std::string>& arguments, std::string& out, std::string& error) {
-    std::string problem;
-    const auto command = parseCommand(arguments, problem);
-    if (!command) {
-        error += fmt::format("kestrelune-pack: {}\n\n{}", problem, usage);
-        return 2;
-    }
-    if (command->help) {
-        out += usage;
-        return 0;
+    Command command;
+    if (const auto ending = readCommand(arguments, command)) {
+        (ending->code == command_line::good ? out : error) += ending->text;
+        return ending->code;
     }
     try {
-        const PackCount count = packUpdates(command->plan);
-        if (!command->badRows.empty()) {
-            writeBadRows(*command, count);
+        const PackCount count = packUpdates(command.plan);
+        if (!command.badRows.empty()) {
+            writeBadRows(command, count);
         }
-        tell(*command, count, out);
+        tell(command, count, out);
     } catch (const std::exception& failure) {
         error += fmt::format("kestrelune-pack: {}\n", failure.what());
         return 1;

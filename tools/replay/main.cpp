@@ -57,15 +57,8 @@ int replay(const Options& options) {
 int main(int argc, char** argv) {
     Options options;
     options.data = KES_DATA_FOLDER;
-    const std::string problem = readOptions({argv + 1, argv + argc}, options);
-    if (!problem.empty()) {
-        fmt::print(stderr, "kestrelune-replay: {}\n", problem);
-        return 2;
-    }
-    if (options.help) {
-        fmt::print("{}", helpText());
-        return 0;
-    }
+    if (const auto ending = readOptions({argv + 1, argv + argc}, options))
+        return kes::command_line::tell(*ending);
     if (options.list) {
         listScenarios();
         return 0;

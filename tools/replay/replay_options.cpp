@@ -2,102 +2,67 @@
 
 #include "core/text.h"
 
-#include <charconv>
-#include <cmath>
-#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+#include <limits>
 
 namespace kes::replay {
 
 namespace {
 
-bool readNumber(std::string_view text, double& value) {
-    text = strip(text);
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc() && end == text.data() + text.size() && std::isfinite(value);
-}
-
-template <typename Integer> bool readInteger(std::string_view text, Integer& value) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc() && end == text.data() + text.size();
-}
-
-bool readViewpoint(std::string_view text, Viewpoint& view) {
+bool readViewpoint(std::string_view text, std::optional<Viewpoint>& view) {
+    constexpr double any = std::numeric_limits<double>::max();
     const auto parts = split(text, ',');
-    return parts.size() == 3 && readNumber(parts[0], view.at.lat) && readNumber(parts[1], view.at.lon) &&
-           readNumber(parts[2], view.altFeet) && std::fabs(view.at.lat) <= 90.0 && std::fabs(view.at.lon) <= 180.0;
-}
-
-std::string take(const std::string& name, const std::string& value, Options& o) {
-    if (name == "--feed")
-        o.feed = value;
-    else if (name == "--out")
-        o.out = value;
-    else if (name == "--data")
-        o.data = value;
-    else if (name == "--airport")
-        o.airport = value;
-    else if (name == "--at") {
-        Viewpoint view;
-        if (!readViewpoint(value, view))
-            return fmt::format("--at wants LAT,LON,ALT_FT, not \"{}\"", value);
-        o.at = view;
-    } else if (name == "--minutes") {
-        if (!readNumber(value, o.minutes) || o.minutes <= 0.0 || o.minutes > 24.0 * 60.0)
-            return fmt::format("--minutes wants a number above 0 and up to 1440, not \"{}\"", value);
-    } else if (name == "--seed") {
-        if (!readInteger(value, o.seed))
-            return fmt::format("--seed wants a whole number, not \"{}\"", value);
-    } else if (name == "--every") {
-        if (!readInteger(value, o.every) || o.every < 1)
-            return fmt::format("--every wants a whole number of ticks, not \"{}\"", value);
-    } else {
-        return fmt::format("unknown option \"{}\", --help tells them all", name);
-    }
-    return {};
+    Viewpoint read;
+    if (parts.size() != 3 || !command_line::readNumber(strip(parts[0]), read.at.lat, -90.0, 90.0) ||
+        !command_line::readNumber(strip(parts[1]), read.at.lon, -180.0, 180.0) ||
+        !command_line::readNumber(strip(parts[2]), read.altFeet, -any, any))
+        return false;
+    view = read;
+    return true;
 }
 
 } // namespace
 
-std::string readOptions(const std::vector<std::string>& arguments, Options& o) {
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::string& name = arguments[i];
-        if (name == "--help" || name == "-h")
-            o.help = true;
-        else if (name == "--list")
-            o.list = true;
-        else if (name == "--burst")
-            o.burst = true;
-        else if (name == "--quiet")
-            o.quiet = true;
-        else if (i + 1 == arguments.size())
-            return fmt::format("{} needs a value, --help tells all options", name);
-        else if (std::string problem = take(name, arguments[++i], o); !problem.empty())
-            return problem;
-    }
-    if (o.help || o.list)
-        return {};
-    if (o.feed.empty())
-        return "--feed is missing: a recording, or the name of a scenario (--list tells them)";
-    if (o.out.empty())
-        return "--out is missing: the folder for the results";
-    return {};
-}
-
-std::string helpText() {
-    return "kestrelune-replay --feed FILE|SCENARIO [options] --out DIR\n"
-           "Replays traffic through the whole program in virtual time and judges how it moves.\n"
-           "  --feed FILE          a recording of feed lines, plain or gzip\n"
-           "  --feed SCENARIO      traffic whose truth is known, as in turns, ils-sea+noise or taxi-90+10s+gaps\n"
-           "  --list               tells the scenarios and their variants\n"
-           "  --at LAT,LON,ALT_FT  where the user's aircraft is; without it in the middle of the traffic\n"
-           "  --airport ICAO       the user's aircraft is 5000 ft above this airport\n"
-           "  --minutes N          stops after so many minutes of traffic\n"
-           "  --seed N             all that is random; the same seed and feed give the same files (1)\n"
-           "  --every N            ticks of 10 ms between the rows of motion.csv (scenario 10, recording 100)\n"
-           "  --data DIR           the plain sources of the reference content\n"
-           "  --burst              all lines of 5 s come at once, of each aircraft the newest\n"
-           "  --quiet              no progress\n"
-           "  --out DIR            gets motion.csv, metrics.json, map.html and, in program/, the program's own files\n";
+std::optional<command_line::Ending> readOptions(const std::vector<std::string>& arguments, Options& o) {
+    CLI::App app("Replays traffic through the whole program in virtual time and judges how it moves.",
+                 "kestrelune-replay");
+    command_line::prepare(app);
+    std::string out, data;
+    command_line::addText(app, "--feed", "FILE|SCENARIO", o.feed,
+                          "A recording of feed lines, plain or gzip, or traffic whose truth is known, as in turns, "
+                          "ils-sea+noise or taxi-90+10s+gaps");
+    app.add_flag("--list", o.list, "Tells the scenarios and their variants");
+    command_line::addValue(
+        app, "--at", "LAT,LON,ALT_FT", "LAT,LON,ALT_FT",
+        [&o](const std::string& text) { return readViewpoint(text, o.at); },
+        "Where the user's aircraft is; without it in the middle of the traffic");
+    command_line::addText(app, "--airport", "ICAO", o.airport, "The user's aircraft is 5000 ft above this airport");
+    command_line::addValue(
+        app, "--minutes", "N", "a number above 0 and up to 1440",
+        [&o](const std::string& text) {
+            return command_line::readNumber(text, o.minutes, std::numeric_limits<double>::min(), 24.0 * 60.0);
+        },
+        "Stops after so many minutes of traffic");
+    command_line::addNumber(app, "--seed", o.seed, 0, std::numeric_limits<std::uint32_t>::max(),
+                            "All that is random; the same seed and feed give the same files (1)");
+    command_line::addNumber(app, "--every", o.every, 1, std::numeric_limits<int>::max(),
+                            "Ticks of 10 ms between the rows of motion.csv (scenario 10, recording 100)");
+    command_line::addText(app, "--data", "DIR", data, "The plain sources of the reference content");
+    app.add_flag("--burst", o.burst, "All lines of 5 s come at once, of each aircraft the newest");
+    app.add_flag("--quiet", o.quiet, "No progress");
+    command_line::addText(app, "--out", "DIR", out,
+                          "Gets motion.csv, metrics.json, map.html and, in program/, the program's own files");
+    if (const auto ending = command_line::parse(app, arguments))
+        return ending;
+    if (!data.empty())
+        o.data = data;
+    o.out = out;
+    if (!o.list && o.feed.empty())
+        return command_line::wrong(app,
+                                   "--feed is missing: a recording, or the name of a scenario (--list tells them)");
+    if (!o.list && o.out.empty())
+        return command_line::wrong(app, "--out is missing: the folder for the results");
+    return std::nullopt;
 }
 
 } // namespace kes::replay

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "core/geo.h"
+#include "tools/command_line/command_line.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -27,11 +28,10 @@ struct Options {
     int every = 0;      ///< ticks between rows of motion.csv; 0 = 10 for a scenario, 100 for a recording
     bool burst = false; ///< all lines of 5 s come at once
     bool quiet = false; ///< no progress
-    bool help = false, list = false;
+    bool list = false;  ///< the names of the scenarios are wanted, and nothing else
 };
 
-/// Empty text = good. The defaults of `data` are the caller's.
-std::string readOptions(const std::vector<std::string>& arguments, Options& options);
-std::string helpText();
+/// Nothing = go on. The default of `data` is the caller's.
+std::optional<command_line::Ending> readOptions(const std::vector<std::string>& arguments, Options& options);
 
 } // namespace kes::replay

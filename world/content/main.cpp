@@ -1,70 +1,62 @@
 // kestrelune-content: makes a program folder, AI packages and the user's files out of the plain sources.
 #include "platform/system.h"
+#include "tools/command_line/command_line.h"
 #include "world/content/content.h"
 
+#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
 #include <fmt/format.h>
-#include <string_view>
 
 namespace {
 
-constexpr std::string_view usage =
-    "kestrelune-content --data DIR --program-folder DIR [options]\n"
-    "Makes a folder in which the program can run, out of the plain sources in the data folder.\n\n"
-    "  --data DIR            the plain sources (types.csv, airlines.csv, ...)\n"
-    "  --program-folder DIR  gets docs, input and updates\n"
-    "  --community DIR       gets an AI package; its name must be Community\n"
-    "  --appdata DIR         the roaming folder; gets InsideSystems/RealTraffic.jar and Kestrelune/parameters.xml\n"
-    "  --msfs 2020|2024      the simulator that new parameters select (default 2020)\n"
-    "  --help                this text\n\n"
-    "A second run changes only what differs; parameters.xml and update_server.txt are never overwritten.\n";
+using namespace kes;
 
-int wrongUse(const std::string& reason) {
-    fmt::print(stderr, "kestrelune-content: {}\n\n{}", reason, usage);
-    return 2;
+std::optional<command_line::Ending> readPlan(const std::vector<std::string>& arguments, world::ContentPlan& plan) {
+    CLI::App app("Makes a folder in which the program can run, out of the plain sources in the data folder.",
+                 "kestrelune-content");
+    command_line::prepare(app);
+    const auto folder = [&app](const char* name, std::filesystem::path& target, const char* description) {
+        command_line::addValue(
+            app, name, "DIR", "a folder",
+            [&target](const std::string& text) {
+                target = platform::pathFrom(text);
+                return !text.empty();
+            },
+            description);
+    };
+    folder("--data", plan.data, "The plain sources (types.csv, airlines.csv, ...); needed");
+    folder("--program-folder", plan.programFolder, "Gets docs, input and updates; needed");
+    folder("--community", plan.community, "Gets an AI package; its name must be Community");
+    folder("--appdata", plan.appData,
+           "The roaming folder; gets InsideSystems/RealTraffic.jar and Kestrelune/parameters.xml");
+    command_line::addValue(
+        app, "--msfs", "2020|2024", "2020 or 2024",
+        [&plan](const std::string& text) {
+            plan.msfs2020 = text == "2020";
+            return text == "2020" || text == "2024";
+        },
+        "The simulator that new parameters select (default 2020)");
+    app.footer("A second run changes only what differs; parameters.xml and update_server.txt are never overwritten.");
+    if (const auto ending = command_line::parse(app, arguments))
+        return ending;
+    if (plan.data.empty() || plan.programFolder.empty())
+        return command_line::wrong(app, "--data and --program-folder are needed");
+    return std::nullopt;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    kes::world::ContentPlan plan;
-    for (int i = 1; i < argc; ++i) {
-        const std::string_view option = argv[i];
-        if (option == "--help" || option == "-h") {
-            fmt::print("{}", usage);
-            return 0;
-        }
-        std::filesystem::path* target = option == "--data"             ? &plan.data
-                                        : option == "--program-folder" ? &plan.programFolder
-                                        : option == "--community"      ? &plan.community
-                                        : option == "--appdata"        ? &plan.appData
-                                                                       : nullptr;
-        if (!target && option != "--msfs") {
-            return wrongUse(fmt::format("unknown option {}", option));
-        }
-        if (i + 1 >= argc || argv[i + 1][0] == '\0') {
-            return wrongUse(fmt::format("{} needs a value", option));
-        }
-        const std::string_view value = argv[++i];
-        if (target) {
-            *target = kes::platform::pathFrom(value);
-        } else if (value == "2020" || value == "2024") {
-            plan.msfs2020 = value == "2020";
-        } else {
-            return wrongUse(fmt::format("--msfs is 2020 or 2024, not {}", value));
-        }
-    }
-    if (plan.data.empty() || plan.programFolder.empty()) {
-        return wrongUse("--data and --program-folder are needed");
-    }
+    world::ContentPlan plan;
+    if (const auto ending = readPlan({argv + 1, argv + argc}, plan))
+        return command_line::tell(*ending);
     try {
-        const kes::world::ContentCount count = kes::world::makeContent(plan);
+        const world::ContentCount count = world::makeContent(plan);
         fmt::print("{} types, {} airlines, {} registrations, {} airports\n", count.types, count.airlines,
                    count.registrations, count.airports);
         if (!plan.community.empty()) {
-            fmt::print("{} liveries of {} models in the package {}\n", count.liveries, count.models,
-                       kes::world::aiPackage);
+            fmt::print("{} liveries of {} models in the package {}\n", count.liveries, count.models, world::aiPackage);
         }
     } catch (const std::exception& error) {
         fmt::print(stderr, "kestrelune-content: {}\n", error.what());

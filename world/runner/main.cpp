@@ -281,15 +281,8 @@ int runWorld(const RunOptions& options) {
 
 int main(int argc, char** argv) {
     RunOptions options;
-    std::string error;
-    const std::vector<std::string> arguments{argv + 1, argv + argc};
-    if (!readOptions(arguments, options, error)) {
-        std::fprintf(stderr, "kestrelune-run: %s\n", error.c_str());
-        return 2;
-    }
-    if (options.help) {
-        std::fputs(usageText().data(), stdout);
-        return 0;
+    if (const auto ending = readOptions({argv + 1, argv + argc}, options)) {
+        return kes::command_line::tell(*ending);
     }
     if (!options.feed.empty()) {
         options.feed = fs::absolute(options.feed).string();

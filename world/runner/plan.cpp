@@ -29,14 +29,6 @@ bool number(std::string_view text, double& value) {
     return error == std::errc{} && end == text.data() + text.size() && std::isfinite(value);
 }
 
-bool readStart(std::string_view text, UserStart& start) {
-    const auto parts = split(text, ',');
-    return (parts.size() == 3 || parts.size() == 4) && number(parts[0], start.place.lat) &&
-           number(parts[1], start.place.lon) && number(parts[2], start.altitude) &&
-           (parts.size() == 3 || number(parts[3], start.heading)) && std::abs(start.place.lat) <= 89 &&
-           std::abs(start.place.lon) <= 180 && start.altitude >= -1500 && start.altitude <= 60000;
-}
-
 UserStart beside(const Airport& airport) {
     UserStart start;
     start.place = destination(airport.place, besideBearing * degToRad, besideNm * feetPerNm);
@@ -46,77 +38,6 @@ UserStart beside(const Airport& airport) {
 }
 
 } // namespace
-
-std::string_view usageText() {
-    return R"(Runs the program with a simulator and a traffic source that stand in for the real ones.
-
-  --minutes N                  end after N minutes (default: with Ctrl-C)
-  --feed FILE                  traffic from a recording instead of the built-in scenario
-  --at LAT,LON,ALT_FT[,HDG]    where the user's aircraft is (default: near the traffic)
-  --no-window                  without the window, even on a display
-  --folder DIR                 the program folder (default: run-folder in the project), made anew
-  --keep                       use the program folder as the last run left it
-  --msfs 2020|2024             which simulator (default 2020)
-  --source "OPTION VALUE ..."  options for kestrelune-source
-  --build DIR                  where the programs are built
-  --project DIR                where the project is
-  --help
-
-The last line is "run report: " and one JSON object, as counted by the stand-ins.
-)";
-}
-
-bool readOptions(std::span<const std::string> arguments, RunOptions& o, std::string& error) {
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::string& name = arguments[i];
-        if (name == "--help" || name == "-h") {
-            o.help = true;
-        } else if (name == "--no-window") {
-            o.noWindow = true;
-        } else if (name == "--keep") {
-            o.keep = true;
-        } else if (name != "--minutes" && name != "--feed" && name != "--at" && name != "--folder" &&
-                   name != "--msfs" && name != "--source" && name != "--build" && name != "--project") {
-            error = fmt::format("unknown option {}", name);
-            return false;
-        } else if (i + 1 >= arguments.size()) {
-            error = fmt::format("{} needs a value", name);
-            return false;
-        } else {
-            const std::string& v = arguments[++i];
-            bool good = true;
-            if (name == "--minutes") {
-                good = number(v, o.minutes) && o.minutes > 0 && o.minutes <= 1e6;
-            } else if (name == "--feed") {
-                o.feed = v;
-            } else if (name == "--at") {
-                UserStart start;
-                good = readStart(v, start);
-                o.at = start;
-            } else if (name == "--folder") {
-                o.folder = v;
-            } else if (name == "--msfs") {
-                good = v == "2020" || v == "2024";
-                o.msfs = v;
-            } else if (name == "--source") {
-                for (std::string_view word : split(v, ' ')) {
-                    if (!word.empty()) {
-                        o.sourceArguments.emplace_back(word);
-                    }
-                }
-            } else if (name == "--build") {
-                o.build = v;
-            } else {
-                o.project = v;
-            }
-            if (!good) {
-                error = fmt::format("{} cannot be {}", name, v);
-                return false;
-            }
-        }
-    }
-    return true;
-}
 
 std::vector<Airport> readAirports(const std::filesystem::path& table) {
     std::vector<Airport> airports;

@@ -1,13 +1,13 @@
-// What a run is to be: the command line, where the user's aircraft is, which airports have flat ground. Pure but for
+// What a run is to be: its options, where the user's aircraft is, which airports have flat ground. Pure but for
 // reading files.
 #pragma once
 
 #include "core/geo.h"
+#include "tools/command_line/command_line.h"
 
 #include <filesystem>
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,7 +25,7 @@ struct RunOptions {
     double minutes = 0; ///< 0 = until Ctrl-C or the program ends
     std::string feed;
     std::optional<UserStart> at;
-    bool noWindow = false, keep = false, help = false;
+    bool noWindow = false, keep = false;
     std::filesystem::path build = "build/release";
     std::filesystem::path project = ".";
     std::filesystem::path folder; ///< empty = run-folder in the project
@@ -33,8 +33,8 @@ struct RunOptions {
     std::vector<std::string> sourceArguments; ///< handed on to the source
 };
 
-std::string_view usageText();
-bool readOptions(std::span<const std::string> arguments, RunOptions& options, std::string& error);
+/// Reads the command line without the program's name. Nothing = go on.
+std::optional<command_line::Ending> readOptions(const std::vector<std::string>& arguments, RunOptions& options);
 
 struct Airport {
     std::string icao;

@@ -54,12 +54,9 @@ int run(const kes::world::ProgramOptions& options) {
 
 int main(int argc, char** argv) {
     try {
-        const auto options =
-            kes::world::parseArguments(std::span<const char* const>(argv + 1, static_cast<std::size_t>(argc - 1)));
-        if (options.help) {
-            std::fputs(kes::world::usage().c_str(), stdout);
-            return 0;
-        }
+        kes::world::ProgramOptions options;
+        if (const auto ending = kes::world::readOptions({argv + 1, argv + argc}, options))
+            return kes::command_line::tell(*ending);
         kes::platform::watchCloseSignals([] { closeAsked = true; });
         return run(options);
     } catch (const std::exception& e) {

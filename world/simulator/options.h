@@ -1,10 +1,10 @@
 // The command line of kestrelune-simulator.
 #pragma once
 
+#include "tools/command_line/command_line.h"
 #include "world/simulator/server.h"
 
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -16,12 +16,9 @@ struct ProgramOptions {
     std::string reportFile;            ///< empty = none
     double minutes = 0;                ///< 0 = until told to end
     std::vector<std::string> commands; ///< to be carried out at the start
-    bool help = false;
 };
 
-/// Reads the arguments behind the program's name, and the files and folders that they name. Throws runtime_error with
-/// a text for the user.
-ProgramOptions parseArguments(std::span<const char* const> arguments);
-std::string usage();
+/// Reads the arguments behind the program's name, and the files and folders that they name. Nothing = go on.
+std::optional<command_line::Ending> readOptions(const std::vector<std::string>& arguments, ProgramOptions& options);
 
 } // namespace kes::world

@@ -14,15 +14,10 @@ kes::source::SourceRun* running = nullptr;
 int runSource(const std::vector<std::string>& arguments) {
     using namespace kes;
     source::SourceOptions options;
+    if (const auto ending = source::readOptions(arguments, options)) {
+        return command_line::tell(*ending);
+    }
     std::string error;
-    if (!source::readOptions(arguments, options, error)) {
-        std::fprintf(stderr, "kestrelune-source: %s\n", error.c_str());
-        return 2;
-    }
-    if (options.help) {
-        std::fputs(source::usageText().data(), stdout);
-        return 0;
-    }
     source::SourceRun run(options);
     if (!run.open(error)) {
         std::fprintf(stderr, "kestrelune-source: %s\n", error.c_str());

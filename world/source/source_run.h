@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/socket.h"
+#include "tools/command_line/command_line.h"
 #include "world/source/burst.h"
 #include "world/source/control_client.h"
 #include "world/source/recording.h"
@@ -16,7 +17,6 @@
 #include <optional>
 #include <random>
 #include <set>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,12 +39,10 @@ struct SourceOptions {
     int commandPort = -1;         ///< -1 = none, 0 = any free one
     bool waitForPosition = false; ///< no traffic before the first position line
     std::optional<bool> burst;    ///< all lines of a cycle at once; not told = the scenario does, a recording does not
-    bool help = false;
 };
 
-std::string_view usageText();
-/// Reads the command line without the program's name. False with a reason for what cannot be read.
-bool readOptions(std::span<const std::string> arguments, SourceOptions& options, std::string& error);
+/// Reads the command line without the program's name. Nothing = go on.
+std::optional<command_line::Ending> readOptions(const std::vector<std::string>& arguments, SourceOptions& options);
 
 /// What was sent.
 struct SourceCounts {
@@ -68,7 +66,7 @@ public:
     void run();
     /// Ends `run`. Any thread.
     void stop();
-    /// One command line, see usageText; returns the answer line. Any thread.
+    /// One command line, as --help tells them; returns the answer line. Any thread.
     std::string command(std::string_view line);
     /// The counts as one JSON object. Any thread.
     std::string reportJson();
