@@ -87,41 +87,6 @@ void setStatus(const std::lock_guard<std::mutex>&, std::string_view text, bool a
     drawMessageLine(text, false);
 }
 
-struct CivilTime {
-    std::int64_t year = 1970;
-    int month = 1, day = 1, weekday = 4, hour = 0, minute = 0, second = 0; // weekday 1 = Monday
-};
-
-/// Gregorian calendar of any time, before 1970 as well, without the limits of the C library.
-CivilTime civilTime(std::int64_t epochSeconds) {
-    std::int64_t days = epochSeconds / 86400;
-    std::int64_t rest = epochSeconds % 86400;
-    if (rest < 0) {
-        rest += 86400;
-        --days;
-    }
-    CivilTime time;
-    time.hour = static_cast<int>(rest / 3600);
-    time.minute = static_cast<int>(rest / 60 % 60);
-    time.second = static_cast<int>(rest % 60);
-    time.weekday = static_cast<int>(((days + 3) % 7 + 7) % 7) + 1;
-    // Years are counted from 1 March 0000, so that the leap day is the last of its year.
-    days += 719468;
-    const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
-    const std::int64_t dayOfEra = days - era * 146097;
-    const std::int64_t yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const std::int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const std::int64_t monthFromMarch = (5 * dayOfYear + 2) / 153;
-    time.day = static_cast<int>(dayOfYear - (153 * monthFromMarch + 2) / 5 + 1);
-    time.month = static_cast<int>(monthFromMarch < 10 ? monthFromMarch + 3 : monthFromMarch - 9);
-    time.year = yearOfEra + era * 400 + (time.month <= 2 ? 1 : 0);
-    return time;
-}
-
-std::string_view nameAt(const std::string_view* names, int count, int number) {
-    return number >= 1 && number <= count ? names[number - 1] : std::string_view("???");
-}
-
 std::string clockOf(std::int64_t epochSeconds) {
     const std::string text = dateTime(epochSeconds);
     return text.substr(text.size() - 13, 8);
@@ -330,9 +295,16 @@ std::string dateTime(std::int64_t epochSeconds) {
     static constexpr std::string_view weekdays[] = {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
     static constexpr std::string_view months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                   "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-    const CivilTime time = civilTime(epochSeconds);
-    return fmt::format("{:3} {:3} {:02} {:02}:{:02}:{:02} {:4}", nameAt(weekdays, 7, time.weekday),
-                       nameAt(months, 12, time.month), time.day, time.hour, time.minute, time.second, time.year);
+    using namespace std::chrono;
+    // Not the C library's calendar, which may fail before 1970 and beyond 2038.
+    const sys_seconds time{seconds(epochSeconds)};
+    const sys_days day = floor<days>(time);
+    const year_month_day date(day);
+    const hh_mm_ss clock(time - day);
+    return fmt::format("{:3} {:3} {:02} {:02}:{:02}:{:02} {:4}", weekdays[weekday(day).iso_encoding() - 1],
+                       months[static_cast<unsigned>(date.month()) - 1], static_cast<unsigned>(date.day()),
+                       clock.hours().count(), clock.minutes().count(), clock.seconds().count(),
+                       static_cast<int>(date.year()));
 }
 
 std::string timeStamp() {

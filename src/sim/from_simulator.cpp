@@ -3,6 +3,7 @@
 #include "core/log.h"
 #include "core/text_encoding.h"
 
+#include <chrono>
 #include <cmath>
 
 namespace kes {
@@ -40,10 +41,9 @@ bool isPlausible(const UserAircraft& user) {
 std::optional<std::int64_t> epochOf(std::int64_t year, std::int64_t dayOfYear, std::int64_t secondOfDay) {
     if (year < 1 || year > 9999 || dayOfYear < 1 || dayOfYear > 366 || secondOfDay < 0 || secondOfDay > 86400)
         return std::nullopt;
-    const std::int64_t y = year - 1;
-    const std::int64_t daysTo1970 = 719162; // days from 1 January of year 1
-    const std::int64_t days = y * 365 + y / 4 - y / 100 + y / 400 - daysTo1970 + dayOfYear - 1;
-    return days * 86400 + secondOfDay;
+    using namespace std::chrono;
+    const sys_days newYear(std::chrono::year(static_cast<int>(year)) / January / 1);
+    return sys_seconds(newYear + days(dayOfYear - 1) + seconds(secondOfDay)).time_since_epoch().count();
 }
 
 bool ObjectIds::add(std::uint32_t id) {

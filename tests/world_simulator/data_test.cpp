@@ -81,6 +81,22 @@ TEST(Data, convertsUnitsAndTypes) {
         const double tolerance = one.type == 3 ? 1e-6 : std::string_view(one.datum) == "ZULU TIME" ? 1.0 : 1e-9;
         EXPECT_NEAR(number(reply, one.type), one.expected, tolerance) << one.datum << " " << one.unit;
     }
+    const struct {
+        std::int64_t seconds;
+        int year, month, day, dayOfYear;
+    } dates[] = {{0, 1970, 1, 1, 1},
+                 {951782400, 2000, 2, 29, 60},
+                 {978307100, 2000, 12, 31, 366}, // a leap year by the rule of the 400 years
+                 {1735689600, 2025, 1, 1, 1},
+                 {4107542400, 2100, 3, 1, 60}}; // none by that of the 100 years
+    for (const auto& one : dates) {
+        world.simulator.epochMs = one.seconds * 1000 - world.simulator.timeNs / 1'000'000;
+        const auto told = [&](const char* datum) { return number(ask(world, client, 0, datum, "Number", 2), 2); };
+        EXPECT_EQ(told("ZULU DAY OF YEAR"), one.dayOfYear) << one.seconds;
+        EXPECT_EQ(told("ZULU DAY OF MONTH"), one.day) << one.seconds;
+        EXPECT_EQ(told("ZULU MONTH OF YEAR"), one.month) << one.seconds;
+        EXPECT_EQ(told("ZULU YEAR"), one.year) << one.seconds;
+    }
     user.lat = 0;
     user.alt = 300;
     user.tas = 100;

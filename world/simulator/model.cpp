@@ -4,6 +4,7 @@
 #include "core/geo.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 
 namespace kes::world {
@@ -72,22 +73,16 @@ void drift(const Simulator& simulator, SimObject& object, double seconds) {
 }
 
 void setClock(Simulator& simulator) {
-    const std::int64_t ms = simulator.epochMs + simulator.timeNs / 1'000'000;
-    const std::int64_t days = ms / 86'400'000;
+    using namespace std::chrono;
+    const sys_time<milliseconds> now(milliseconds(simulator.epochMs + simulator.timeNs / 1'000'000));
+    const sys_days today = floor<days>(now);
+    const year_month_day date(today);
     Surroundings& clock = simulator.clock;
-    clock.zuluTime = static_cast<double>(ms % 86'400'000) / 1000.0;
-    // Gregorian calendar in years that begin in March, so that the odd day comes last.
-    const std::int64_t z = days + 719468;
-    const std::int64_t era = z / 146097;
-    const std::int64_t dayOfEra = z % 146097;
-    const std::int64_t yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const std::int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const std::int64_t shifted = (5 * dayOfYear + 2) / 153;
-    clock.dayOfMonth = static_cast<int>(dayOfYear - (153 * shifted + 2) / 5 + 1);
-    clock.month = static_cast<int>(shifted < 10 ? shifted + 3 : shifted - 9);
-    clock.year = static_cast<int>(yearOfEra + era * 400 + (clock.month <= 2 ? 1 : 0));
-    const bool leap = (clock.year % 4 == 0 && clock.year % 100 != 0) || clock.year % 400 == 0;
-    clock.day = static_cast<int>(clock.month <= 2 ? dayOfYear - 305 : dayOfYear + 60 + (leap ? 1 : 0));
+    clock.zuluTime = static_cast<double>((now - today).count()) / 1000.0;
+    clock.dayOfMonth = static_cast<int>(static_cast<unsigned>(date.day()));
+    clock.month = static_cast<int>(static_cast<unsigned>(date.month()));
+    clock.year = static_cast<int>(date.year());
+    clock.day = static_cast<int>((today - sys_days(date.year() / January / 1)).count()) + 1;
 }
 
 bool isDue(DataRequest& request, bool secondBeat) {
