@@ -1,5 +1,5 @@
 // Lists that users may have edited: any bytes must end, and each field must survive being written and read again.
-#include "tools/pack/csv.h"
+#include "tools/csv/csv.h"
 
 #include <cstdint>
 #include <string_view>

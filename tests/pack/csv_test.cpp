@@ -1,4 +1,4 @@
-#include "tools/pack/csv.h"
+#include "tools/csv/csv.h"
 
 #include <gtest/gtest.h>
 

@@ -1,15 +1,14 @@
 // What the builder makes, read back by the program's own readers.
 #include "content_folder.h"
 #include "core/geo.h"
-#include "core/text.h"
 #include "liveries/livery.h"
 #include "liveries/scan.h"
+#include "tools/csv/csv.h"
 
 #include <algorithm>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
-#include <sstream>
 
 namespace kes::test {
 namespace {
@@ -195,18 +194,19 @@ TEST(Content, RegistrationsLeaveRealPackagesAsTheyAre) {
 
 TEST(Content, EveryRegistrationNamesItsGround) {
     const std::set<std::string_view> grounds{"register", "fleet+list", "fleet"};
-    std::istringstream rows(readFile(dataFolder() / "registrations.csv"));
-    std::string row, before;
-    std::getline(rows, row);
-    ASSERT_EQ(row, "reg,airline,type,operator,cargo,basis");
-    while (std::getline(rows, row)) {
-        const std::vector<std::string_view> fields = split(row, ',');
-        ASSERT_EQ(fields.size(), 6u) << row;
-        EXPECT_LT(before, fields[0]) << "not sorted";
-        EXPECT_FALSE(fields[1].empty() || fields[2].empty()) << row << ": takes away what the feed says";
-        EXPECT_TRUE(grounds.contains(fields[5])) << row;
-        before = fields[0];
-    }
+    std::string before, problem;
+    const auto check = [&](const CsvRow& row) -> std::string {
+        EXPECT_LT(before, row[0]) << "not sorted";
+        EXPECT_FALSE(row[1].empty() || row[2].empty()) << row[0] << ": takes away what the feed says";
+        EXPECT_TRUE(grounds.contains(row[3])) << row[0];
+        before = row[0];
+        return {};
+    };
+    const auto count =
+        readCsv(dataFolder() / "registrations.csv", {"reg", "airline", "type", "basis"}, check, nullptr, problem);
+    ASSERT_TRUE(count) << problem;
+    EXPECT_GT(count->good, 0u);
+    EXPECT_EQ(count->bad, 0u);
 }
 
 TEST(Content, WellKnownTypes) {

@@ -3,7 +3,7 @@
 #include "core/text.h"
 #include "platform/system.h"
 #include "tools/command_line/command_line.h"
-#include "tools/pack/csv.h"
+#include "tools/csv/csv.h"
 #include "tools/pack/pack.h"
 
 #include <CLI/CLI.hpp>

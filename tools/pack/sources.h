@@ -4,7 +4,7 @@
 
 #include "core/ai_aircraft.h"
 #include "reference/text_map.h"
-#include "tools/pack/csv.h"
+#include "tools/csv/csv.h"
 #include "tools/pack/pack.h"
 
 #include <optional>

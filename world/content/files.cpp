@@ -1,7 +1,7 @@
 #include "world/content/files.h"
 
 #include "platform/system.h"
-#include "tools/pack/csv.h"
+#include "tools/csv/csv.h"
 
 #include <fmt/format.h>
 #include <fstream>

@@ -1,6 +1,6 @@
 #include "core/version.h"
 #include "platform/system.h"
-#include "tools/pack/csv.h"
+#include "tools/csv/csv.h"
 #include "world/content/content.h"
 #include "world/content/files.h"
 

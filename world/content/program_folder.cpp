@@ -2,7 +2,7 @@
 #include "core/version.h"
 #include "core/xml_file.h"
 #include "platform/system.h"
-#include "tools/pack/csv.h"
+#include "tools/csv/csv.h"
 #include "tools/pack/document.h"
 #include "tools/pack/pack.h"
 #include "world/content/content.h"

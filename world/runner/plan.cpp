@@ -1,15 +1,13 @@
 #include "world/runner/plan.h"
 
-#include "core/text.h"
+#include "tools/csv/csv.h"
 #include "world/source/recording.h"
 #include "world/source/scenario.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <fmt/format.h>
-#include <fstream>
-#include <map>
+#include <limits>
 #include <nlohmann/json.hpp>
 
 namespace kes::runner {
@@ -24,11 +22,6 @@ constexpr double enrouteFeet = 20000; // above ground; high enough for the wide 
 constexpr double airfieldsNm = 100;
 constexpr std::size_t linesLookedAt = 2000;
 
-bool number(std::string_view text, double& value) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc{} && end == text.data() + text.size() && std::isfinite(value);
-}
-
 UserStart beside(const Airport& airport) {
     UserStart start;
     start.place = destination(airport.place, besideBearing * degToRad, besideNm * feetPerNm);
@@ -40,30 +33,20 @@ UserStart beside(const Airport& airport) {
 } // namespace
 
 std::vector<Airport> readAirports(const std::filesystem::path& table) {
+    constexpr double any = std::numeric_limits<double>::max();
     std::vector<Airport> airports;
-    std::ifstream in(table);
-    std::string line;
-    std::map<std::string, std::size_t, std::less<>> column;
-    if (std::getline(in, line)) {
-        const auto heads = split(strip(line), ',');
-        for (std::size_t i = 0; i < heads.size(); ++i) {
-            column.try_emplace(std::string(strip(heads[i])), i);
+    std::string problem;
+    const auto take = [&](const CsvRow& row) -> std::string {
+        Airport a{std::string(row[0]), {}, 0};
+        if (!command_line::readNumber(row[1], a.place.lat, -any, any) ||
+            !command_line::readNumber(row[2], a.place.lon, -any, any) ||
+            !command_line::readNumber(row[3], a.elevation, -any, any)) {
+            return "no numbers";
         }
-    }
-    const auto at = [&](const char* name) {
-        const auto it = column.find(name);
-        return it == column.end() ? std::size_t{999} : it->second;
+        airports.push_back(std::move(a));
+        return {};
     };
-    const std::size_t icao = at("icao"), lat = at("lat"), lon = at("lon"), elevation = at("elev_ft");
-    while (std::getline(in, line)) {
-        const auto fields = split(strip(line), ',');
-        Airport a;
-        if (std::max({icao, lat, lon, elevation}) < fields.size() && number(strip(fields[lat]), a.place.lat) &&
-            number(strip(fields[lon]), a.place.lon) && number(strip(fields[elevation]), a.elevation)) {
-            a.icao = strip(fields[icao]);
-            airports.push_back(std::move(a));
-        }
-    }
+    readCsv(table, {"icao", "lat", "lon", "elev_ft"}, take, nullptr, problem);
     return airports;
 }
 

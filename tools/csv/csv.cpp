@@ -1,4 +1,4 @@
-#include "tools/pack/csv.h"
+#include "tools/csv/csv.h"
 
 #include "core/text.h"
 #include "core/text_encoding.h"
