@@ -1,3 +1,5 @@
+#include "spine/main_tick.h"
+
 #include "airports/park_airports.h"
 #include "airports/static_parking.h"
 #include "airports/user_stand.h"
@@ -12,23 +14,17 @@
 #include "feed/qnh_reader.h"
 #include "feed/report_queue.h"
 #include "feed/traffic_reader.h"
-#include "liveries/matching.h"
 #include "platform/system.h"
 #include "sim/ai_commands.h"
 #include "sim/orders.h"
 #include "sim/sim_client.h"
-#include "spine/main_tick.h"
-#include "traffic/conflicts.h"
-#include "traffic/filters.h"
+#include "spine/job_table.h"
 #include "traffic/live_table.h"
 #include "traffic/motion.h"
-#include "traffic/no_match.h"
 #include "traffic/replies.h"
 #include "traffic/spawn.h"
 #include "traffic/stream.h"
-#include "traffic/title_table.h"
 #include "traffic/update.h"
-#include "traffic/user_conflicts.h"
 
 #include <chrono>
 #include <cmath>
@@ -43,34 +39,11 @@ using SteadyClock = std::chrono::steady_clock;
 
 constexpr auto tickLength = std::chrono::milliseconds(10);
 constexpr int idlePeriodTicks = 100;
-constexpr int renewalSeconds = 1200;
-constexpr int daySeconds = 86400;
 /// A running flight ends its run on the simulator's beat; without a beat for this long the loop ends by itself.
 constexpr int ticksWithoutBeat = 150;
 
 int idleCountdown = 0;
 int ticksSinceStopWanted = 0;
-bool renewalBetweenPasses = false;
-
-void handOverUserPosition() {
-    trafficReader.setUserPosition(userAircraft.lat, userAircraft.lon);
-}
-
-void updateCounters() {
-    std::int32_t live = 0;
-    std::int32_t parked = 0;
-    for (const LiveAircraft& a : liveAircraft) {
-        if (a.st != AircraftStatus::active)
-            continue;
-        ++live;
-        if (a.fs == FlightState::parked)
-            ++parked;
-    }
-    readouts.live = live;
-    readouts.parkedLive = parked;
-    readouts.parkedStatic = static_cast<std::int32_t>(parkedAircraft.size());
-    repaint();
-}
 
 void moveOrders(std::int32_t tick) {
     const Moved moved = moveOne(tick);
@@ -78,124 +51,6 @@ void moveOrders(std::int32_t tick) {
         noteAsked(moved.createdLive, tick);
     if (moved.staticTurn && staticAircraftWait())
         createNextStatic();
-}
-
-void replaceNextLanded() {
-    if (landingList.empty())
-        return;
-    if (LiveAircraft* aircraft = findLive(landingList.front()))
-        replaceParked(*aircraft);
-}
-
-void secondJobs() {
-    if (flightStopped) {
-        flightStopped = false;
-        log(fmt::format("{} Flight resumed", timeStamp()));
-        reportQueue.setAccepting(true);
-    }
-    ageStatus();
-    updateCounters();
-    computeHhNow();
-    ++secondCounter;
-    replaceNextLanded();
-    if (windowRequests.findCallsign.exchange(false))
-        findCallsign(par::CALLSIGN_2_OBJECTID.get());
-    if (windowRequests.flushStatic.exchange(false)) {
-        unloadParkAirport();
-        if (!par::INITIAL_LOAD_ONLY) {
-            par::INITIAL_LOAD_ONLY.value = true;
-            setCheck(par::INITIAL_LOAD_ONLY, true);
-        }
-    }
-    checkUserCollisions();
-    checkParkedCollisions();
-    if (windowRequests.blockNow)
-        applyBlocking(); // clears the request
-    if (windowRequests.maxLive)
-        takeNewMaxLive(); // likewise
-}
-
-void rereadStep() {
-    if (!windowRequests.reRead || placingGoesOn())
-        return;
-    std::string message;
-    reReadParkAirports(true, message);
-    if (!message.empty())
-        showStatus(message, false);
-    enableControl(par::reRead, true);
-    enableControl(par::DESTINATION, true);
-    windowRequests.reRead = false;
-}
-
-/// Takes two passes, 15 seconds apart, so that the traffic reader can collect the callsigns on the air meanwhile.
-void renewalPass() {
-    if (!renewalBetweenPasses) {
-        renewalBetweenPasses = true;
-        startPlacing();
-        clearStatus();
-        trafficReader.clearCallsigns();
-        trafficReader.setCollectCallsigns();
-        return;
-    }
-    renewalBetweenPasses = false;
-    clearError();
-    clearStatus();
-    const std::set<std::string> callsigns = trafficReader.takeCallsigns();
-    if (parkAirportLoaded() && !parkedAircraft.empty())
-        renewParking(callsigns);
-    windowRequests.parkAdjust = false;
-}
-
-void halfMinuteJobs() {
-    if (windowRequests.clearNoMatch.exchange(false))
-        noMatchList.clear();
-    if (par::AUTO_RANGE)
-        rangeRule();
-    if (readerFailed) {
-        showError("1001: RT error");
-        requestExit(ExitReason::systemError, 0);
-    }
-    if (secondCounter % 60 != 0)
-        return;
-    readouts.minutesToRenewal = (renewalSeconds - secondCounter % renewalSeconds) / 60;
-    repaint();
-    if (secondCounter % renewalSeconds == 0) {
-        writeNoMatchReport();
-        if (staticParkingActive() && !par::INITIAL_LOAD_ONLY && !windowRequests.parkAdjust)
-            windowRequests.parkAdjust = true;
-    }
-    if (secondCounter % daySeconds == 0) {
-        secondCounter = 0;
-        writeMatchingSummary();
-        clearTitleTable();
-    }
-}
-
-void quarterMinuteJobs() {
-    handOverUserPosition();
-    if (rtProfEdition)
-        sendQs123(simEpoch);
-    if (userStandReserved())
-        userStandStep();
-    rereadStep();
-    if (windowRequests.parkAdjust)
-        renewalPass();
-    if (readouts.weatherLamp == Lamp::silent || readouts.trafficLamp == Lamp::silent)
-        readerLampCheck();
-    if (secondCounter % 30 == 0)
-        halfMinuteJobs();
-}
-
-void oddSecondJobs() {
-    const std::int32_t s = secondCounter;
-    if (s % 16 == 0 && !renewalBetweenPasses)
-        parkingTick(false);
-    if (s % 59 == 0)
-        readerLampCheck();
-    if (s % 61 == 0 && !parkedAircraft.empty() && !liveAircraft.empty())
-        removeParkedTwins();
-    if (s % 62 == 0 && par::CALLSIGN_OBJECTIDS && par::MSFS_2020)
-        writeCallsignList();
 }
 
 void idleTick() {
@@ -311,14 +166,7 @@ bool mainTick() {
         ticksSinceStopWanted = stopWanted() ? ticksSinceStopWanted + 1 : 0;
         return ticksSinceStopWanted < ticksWithoutBeat;
     }
-    secondJobs();
-    if (stopWanted())
-        return false;
-    if (secondCounter % 15 != 0)
-        oddSecondJobs();
-    else
-        quarterMinuteJobs();
-    return true;
+    return runJobs();
 }
 
 void mainLoop() {
@@ -346,7 +194,7 @@ void mainLoop() {
 void resetMainTick() {
     idleCountdown = 0;
     ticksSinceStopWanted = 0;
-    renewalBetweenPasses = false;
+    resetJobs();
 }
 
 } // namespace kes
