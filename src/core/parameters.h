@@ -1,6 +1,6 @@
 // Everything the user can set, and a few values the program remembers: typed objects with static lifetime.
 // The file "parameters.xml" in the user's data folder holds the values; each change is saved at once.
-// Values are read from every thread without a lock; they are written by the UI thread or the worker.
+// Read from every thread without a lock; written by the worker alone (core/change.h), by the UI thread when none runs.
 #pragma once
 
 #include <atomic>
@@ -82,7 +82,7 @@ extern Button flushStatic, unblock, reRead;
 /// a file that cannot be used is kept aside under a name that the log tells, and the defaults hold.
 void readParameters();
 
-/// Writes the present value of one parameter into the file and logs "{}={}". UI thread or worker.
+/// Writes the present value of one parameter into the file and logs "{}={}". For core/change.h, which see.
 /// A failed save is logged; the value stays in effect.
 void save(const BoolParameter& parameter);
 void save(const IntParameter& parameter);

@@ -22,6 +22,25 @@ void setWindowBackend(const WindowBackend& wanted) {
     backend = wanted;
 }
 
+void openWindow() {
+    if (backend.open != nullptr)
+        backend.open();
+}
+
+int runWindow(void (*closeClicked)()) {
+    return backend.run != nullptr ? backend.run(closeClicked) : 0;
+}
+
+void postToWindow(void (*work)()) {
+    if (backend.post != nullptr)
+        backend.post(work);
+}
+
+void quitWindow(int code) {
+    if (backend.quit != nullptr)
+        backend.quit(code);
+}
+
 void repaint() {
     if (backend.repaint != nullptr)
         backend.repaint();

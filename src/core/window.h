@@ -1,5 +1,6 @@
-// The operations that the logic has on the main window, and the read-outs that it shows.
-// A backend is chosen at process start; without one (tests) the operations do nothing. All callable from any thread.
+// The seam between the logic and the main window: the operations that the logic has on the window, the read-outs that
+// it shows, and what a backend has to provide. What the user does to a control comes back through
+// core/control_changes.h. Without a backend (tests) the operations do nothing. All callable from any thread.
 #pragma once
 
 #include "core/parameters.h"
@@ -13,18 +14,49 @@
 
 namespace kes {
 
-/// What a backend provides. Each is called on the calling thread; a backend hands over to its UI thread itself.
+/// What a backend provides; a null member does nothing. The process entry chooses one with `setWindowBackend` before it
+/// starts a thread that uses the window, and keeps it to the end of the process.
+///
+/// The main thread calls `open` and then `run`, once each, and is the UI thread. `post`, `quit` and the operations come
+/// from any thread, also before `open` (what is shown then may be lost, what is posted must not be) and while `run`
+/// ends. A backend whose toolkit is bound to one thread hands them over to it in the order of the calls, and never
+/// makes the caller wait for the UI thread: the caller may be the tick, and may hold `statusMutex`. For the same reason
+/// they call nothing of the logic but `readouts` and `readoutText`.
+///
+/// On the UI thread a backend in turn calls `closeClicked` of its `run`, and `controlChanged`. All boxes begin disabled
+/// and are enabled by `enableAll`; their values come by `setCheck` and `setText`. A tick or a text that the user
+/// changes stays as he left it until one of these comes.
 struct WindowBackend {
-    void (*repaint)() = nullptr;
-    void (*drawMessageLine)(std::string_view text, bool isError) = nullptr; ///< called under `statusMutex`
+    /// Makes the window; threads may be started from now on. Throws what tells the reason when there can be none.
+    void (*open)() = nullptr;
+    /// Does what `post` hands over, and what the user asks for, until `quit`; returns the code given there. By then
+    /// everything that was to be shown is shown, or given up after half a second.
+    /// `closeClicked` is to be called at each click on the close button; the window stays up then.
+    int (*run)(void (*closeClicked)()) = nullptr;
+    /// Calls `work` on the UI thread, once and soon; in the order of the calls. What is still waiting at `quit` is
+    /// lost.
+    void (*post)(void (*work)()) = nullptr;
+    /// Lets `run` come to its end after the work posted so far.
+    void (*quit)(int code) = nullptr;
+
+    void (*repaint)() = nullptr; ///< many times a second: read-outs have changed, they are read when they are drawn
+    /// The line for status or error; an empty text clears it. Called under `statusMutex`.
+    void (*drawMessageLine)(std::string_view text, bool isError) = nullptr;
     void (*enableControl)(std::uint16_t controlId, bool on) = nullptr;
-    void (*setCheck)(std::uint16_t controlId, bool on) = nullptr;
-    void (*setText)(std::uint16_t controlId, std::string_view text) = nullptr;
+    void (*setCheck)(std::uint16_t controlId, bool on) = nullptr;              ///< is no change by the user
+    void (*setText)(std::uint16_t controlId, std::string_view text) = nullptr; ///< UTF-8; likewise
     void (*setTopmost)(bool on) = nullptr;
     void (*enableAll)(bool on) = nullptr;
-    bool (*rectangle)(std::int32_t& left, std::int32_t& top) = nullptr; ///< false = unknown
+    /// Where the window's frame is, in screen pixels; false = unknown. Only from the UI thread.
+    bool (*rectangle)(std::int32_t& left, std::int32_t& top) = nullptr;
 };
 void setWindowBackend(const WindowBackend& backend);
+
+void openWindow();
+/// 0 at once without a backend.
+int runWindow(void (*closeClicked)());
+void postToWindow(void (*work)());
+void quitWindow(int code);
 
 void repaint();
 void drawMessageLine(std::string_view text, bool isError);

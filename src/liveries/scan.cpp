@@ -1,5 +1,6 @@
 #include "liveries/scan.h"
 
+#include "core/change.h"
 #include "core/errors.h"
 #include "core/foreign_log.h"
 #include "core/log.h"
@@ -177,12 +178,6 @@ std::vector<fs::path> manualFolders() {
     return folders;
 }
 
-void switchScanTo(bool on) {
-    par::SCAN_LIVERIES.value = on;
-    save(par::SCAN_LIVERIES);
-    setCheck(par::SCAN_LIVERIES, on);
-}
-
 std::string foundText; ///< what the last scan found, for the status line; worker
 
 /// Builds the tables. A list that cannot be used ends the run, but nothing in it is the user's own: the next start
@@ -192,7 +187,7 @@ void takeList() {
         processScannedLiveries();
     } catch (const nwk::UserErrorException& e) {
         constexpr std::uint32_t noFile = 51, withoutNumber = 99;
-        switchScanTo(true);
+        change(par::SCAN_LIVERIES, true);
         std::string text = e.what();
         if (e.number != withoutNumber)
             text.erase(0, fmt::format("{}: ", e.number).size());
@@ -266,7 +261,7 @@ void scanLiveries() {
         throw nwk::UserErrorException(43, "Automatic scan has not found any liveries, switch off automatic and set "
                                           "lfolder parameter(-s), Manual 5.1");
     }
-    switchScanTo(false);
+    change(par::SCAN_LIVERIES, false);
     log("\n++++++++++++++++++++++++ liveries scan ends ++++++++++++++++++++++++++++++++\n");
     takeList();
     showStatus(foundText, true);

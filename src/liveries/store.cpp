@@ -1,5 +1,6 @@
 #include "liveries/store.h"
 
+#include "core/change.h"
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/parameters.h"
@@ -259,9 +260,7 @@ void optionFollows(AircraftCategory category, bool installed) {
         if (kind.category != category)
             continue;
         if (!installed && kind.box) {
-            kind.box.value = false;
-            save(kind.box);
-            setCheck(kind.box, false);
+            change(kind.box, false);
             log(fmt::format("{} temporary switched off because you do not have {} installed", kind.box.name,
                             kind.name));
         }

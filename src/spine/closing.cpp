@@ -2,6 +2,7 @@
 #include "airports/park_airports.h"
 #include "airports/static_parking.h"
 #include "airports/user_stand.h"
+#include "core/change.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/run_state.h"
@@ -16,26 +17,21 @@
 #include "liveries/matching.h"
 #include "sim/ai_commands.h"
 #include "sim/sim_client.h"
+#include "spine/control_rules.h"
 #include "spine/main_tick.h"
+#include "spine/process.h"
 #include "spine/run.h"
 #include "traffic/conflicts.h"
 #include "traffic/flight_plans.h"
 #include "traffic/no_match.h"
 #include "traffic/reset.h"
 #include "traffic/title_table.h"
-#include "window/message_pump.h"
 
 #include <fmt/format.h>
 
 namespace kes {
 
 namespace {
-
-void switchOff(BoolBox& box) {
-    box.value = false;
-    save(box);
-    setCheck(box, false);
-}
 
 void stopThreads() {
     reportQueue.setAccepting(false);
@@ -62,11 +58,8 @@ void waitUntilErrorIsRead() {
 }
 
 void forgetOneRunTexts() {
-    for (TextParameter* text :
-         {static_cast<TextParameter*>(&par::DESTINATION), static_cast<TextParameter*>(&par::BLOCK_CALLSIGN)}) {
-        text->set("");
-        save(*text);
-    }
+    change(par::DESTINATION, "");
+    change(par::BLOCK_CALLSIGN, "");
 }
 
 bool isRestartReason(ExitReason reason) {
@@ -79,8 +72,8 @@ void prepareRestart() {
     clearError();
     showStatus("Prepare for a restart ...", false);
     if (exitReason() != ExitReason::newSettings) {
-        switchOff(par::SCAN_LIVERIES);
-        switchOff(par::SCAN_AIRPORTS);
+        change(par::SCAN_LIVERIES, false);
+        change(par::SCAN_AIRPORTS, false);
     }
     restartCountdown();
     // The click of a user who does not want to wait for the restart counts.
@@ -93,6 +86,7 @@ void prepareRestart() {
 
 void closeDown() {
     log(fmt::format("Exiting: {}", exitReasonText(exitReason())));
+    applyControlChanges(); // what asked for this end
     stopThreads();
     if (exitReason() == ExitReason::systemError)
         waitUntilErrorIsRead();
@@ -126,7 +120,7 @@ void lf_closingDown() {
         restarting = false;
         showStatus(exceptionText("lf_closingDown", e), false);
     }
-    postMessage(restarting ? AppMessage::startWorker : AppMessage::closeProgram);
+    postToWindow(restarting ? startWorker : closeProgram);
 }
 
 void restartCountdown() {
@@ -139,11 +133,6 @@ void restartCountdown() {
         if (!runSleep(1000, true))
             return;
     }
-}
-
-void restartWithNewSettings(std::int32_t delaySeconds) {
-    requestExit(ExitReason::newSettings, delaySeconds);
-    windowRequests.newSettings = true;
 }
 
 void resetRun() {
@@ -159,7 +148,7 @@ void resetRun() {
     resetWindow();
     resetStatus();
     resetRunFlags();
-    par::LATERAL_RANGE.value = par::LATERAL_RANGE.clamped(par::LATERAL_RANGE);
+    changeForNow(par::LATERAL_RANGE, par::LATERAL_RANGE);
     setRange(static_cast<float>(par::LATERAL_RANGE));
 }
 

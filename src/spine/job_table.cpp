@@ -2,6 +2,7 @@
 
 #include "airports/park_airports.h"
 #include "airports/static_parking.h"
+#include "core/change.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/run_state.h"
@@ -60,10 +61,8 @@ void flushStatic() {
     if (!windowRequests.flushStatic.exchange(false))
         return;
     unloadParkAirport();
-    if (!par::INITIAL_LOAD_ONLY) {
-        par::INITIAL_LOAD_ONLY.value = true;
-        setCheck(par::INITIAL_LOAD_ONLY, true);
-    }
+    if (!par::INITIAL_LOAD_ONLY)
+        changeForNow(par::INITIAL_LOAD_ONLY, true);
 }
 
 void blockCallsign() {

@@ -3,6 +3,7 @@
 #include "airports/park_airports.h"
 #include "airports/static_parking.h"
 #include "airports/user_stand.h"
+#include "core/change.h"
 #include "core/clock.h"
 #include "core/hh_now.h"
 #include "core/log.h"
@@ -18,6 +19,7 @@
 #include "sim/ai_commands.h"
 #include "sim/orders.h"
 #include "sim/sim_client.h"
+#include "spine/control_rules.h"
 #include "spine/job_table.h"
 #include "traffic/live_table.h"
 #include "traffic/motion.h"
@@ -146,10 +148,8 @@ void rangeRule() {
         else if (x < 37.0)
             range = static_cast<std::int32_t>(std::lround(x)) + 3;
     }
-    if (range != par::LATERAL_RANGE) {
-        par::LATERAL_RANGE.value = range;
-        setText(par::LATERAL_RANGE, std::to_string(range));
-    }
+    if (range != par::LATERAL_RANGE)
+        changeForNow(par::LATERAL_RANGE, range);
     setRange(static_cast<float>(range));
 }
 

@@ -1,5 +1,6 @@
 #include "spine/process.h"
 
+#include "core/change.h"
 #include "core/clock.h"
 #include "core/folders.h"
 #include "core/log.h"
@@ -9,8 +10,8 @@
 #include "core/window.h"
 #include "platform/output.h"
 #include "platform/system.h"
+#include "spine/control_rules.h"
 #include "spine/run.h"
-#include "window/message_pump.h"
 #include "window/terminal_window.h"
 
 #include <algorithm>
@@ -31,13 +32,6 @@ constexpr int endMs = 500;
 /// The longest wait for a disk that takes the first line of the log.
 constexpr int firstLineMs = 3000;
 
-void startWorker() {
-    // The old worker's last act was to post this message, so there is next to nothing to wait for.
-    if (worker.joinable())
-        worker.join();
-    worker = std::thread(workerMain);
-}
-
 void closeClick() {
     showStatus(fmt::format("Close window button clicked, closing {} ...", programName), false);
     closeClicked = true;
@@ -50,40 +44,8 @@ void rememberWindowPlace() {
     std::int32_t top = 0;
     if (!windowRectangle(left, top))
         return;
-    par::MAIN_WINDOW_X.value = par::MAIN_WINDOW_X.clamped(left);
-    par::MAIN_WINDOW_Y.value = par::MAIN_WINDOW_Y.clamped(top);
-    save(par::MAIN_WINDOW_X);
-    save(par::MAIN_WINDOW_Y);
-}
-
-void closeProgram() {
-    if (worker.joinable())
-        worker.join();
-    rememberWindowPlace();
-    log(dateTime(wallClock()));
-    closeLog();
-    closeTerminalWindow(endMs);
-    postQuit(0);
-}
-
-void handleMessage(AppMessage message) {
-    switch (message) {
-    case AppMessage::startWorker:
-        // The flags of a click that comes while a run is being reset are wiped with those of the run.
-        if (closeClicked)
-            closeProgram();
-        else
-            startWorker();
-        break;
-    case AppMessage::closeClick:
-        closeClick();
-        break;
-    case AppMessage::closeProgram:
-        closeProgram();
-        break;
-    case AppMessage::quit:
-        break;
-    }
+    change(par::MAIN_WINDOW_X, left);
+    change(par::MAIN_WINDOW_Y, top);
 }
 
 /// For what goes wrong before there is a window. A terminal that does not read costs the line, not the end.
@@ -108,8 +70,13 @@ void tellWhenLogFails() {
                false);
 }
 
-int initInstance() {
+/// The window that this machine can show. The terminal is all there is at present.
+void chooseWindow() {
     useTerminalWindow(platform::Output(platform::Output::Standard::out));
+}
+
+int initInstance() {
+    openWindow();
     tellWhenLogFails();
     try {
         std::filesystem::create_directories(userDataFolder());
@@ -119,16 +86,39 @@ int initInstance() {
         complain(text + "\n");
         return 1;
     }
-    postMessage(AppMessage::startWorker);
-    return runMessagePump(handleMessage);
+    postToWindow(startWorker);
+    return runWindow(closeClick);
 }
 
 } // namespace
 
+void startWorker() {
+    // The flags of a click that comes while a run is being reset are wiped with those of the run.
+    if (closeClicked) {
+        closeProgram();
+        return;
+    }
+    // The old worker's last act was to post this, so there is next to nothing to wait for.
+    if (worker.joinable())
+        worker.join();
+    worker = std::thread(workerMain);
+}
+
+void closeProgram() {
+    if (worker.joinable())
+        worker.join();
+    applyControlChanges(); // those that no worker was left for
+    rememberWindowPlace();
+    log(dateTime(wallClock()));
+    closeLog();
+    quitWindow(0);
+}
+
 int runProcess() {
     if (!platform::takeInstanceLock("Local\\$Kestrelune$") || !platform::takeFolderLock(path::instanceLock))
         return -1;
-    platform::watchCloseSignals([] { postMessage(AppMessage::closeClick); });
+    chooseWindow();
+    platform::watchCloseSignals([] { postToWindow(closeClick); });
     try {
         openLog(path::log);
         platform::watchCrashes(drainLogAtCrash);

@@ -19,10 +19,6 @@ void restartCountdown();
 /// All state of a run back to its start values, after every other thread of the run has ended.
 void resetRun();
 
-/// For the window, when the user has chosen another install path or simulator (stored already): the run ends and starts
-/// again after `delaySeconds`, also one that has failed and waits for its error to be read. Any thread.
-void restartWithNewSettings(std::int32_t delaySeconds);
-
 /// UDP ports of the two readers. RealTraffic sends to fixed ones; tests take free ones.
 struct FeedPorts {
     std::uint16_t traffic, weather;
@@ -30,7 +26,7 @@ struct FeedPorts {
 extern FeedPorts feedPorts;
 
 /// Sleeps `ms` milliseconds in pieces; ends early, with false, when the run is to end (or, with `onlyUserClose`, when
-/// the user has closed). All waits of a run go through here.
+/// the user has closed). All waits of a run go through here, and what the user does to the controls meanwhile is taken.
 bool runSleep(std::int32_t ms, bool onlyUserClose = false);
 /// Waits the full time, whatever the flags say.
 void runPause(std::int32_t ms);

@@ -14,6 +14,7 @@
 #include "sim/ai_commands.h"
 #include "sim/orders.h"
 #include "sim/sim_client.h"
+#include "spine/control_rules.h"
 #include "spine/main_tick.h"
 #include "spine/run.h"
 #include "traffic/motion.h"
@@ -37,6 +38,7 @@ constexpr std::int32_t onlyRemovals = 10; ///< a tick in which no creation is du
 /// The worker stands in the wait for RealTraffic, but what is to leave the simulator still leaves it: about every
 /// 100 ms, the time of ten ticks, objects under way are followed and one is removed. The user's stand stays shown.
 void workWhileWaiting() {
+    applyControlChanges();
     followUserStand();
     for (int tick = 0; tick < 10; ++tick)
         applySimReplies();
@@ -78,6 +80,7 @@ bool runSleep(std::int32_t ms, bool onlyUserClose) {
     const auto end =
         steady_clock::now() + duration_cast<steady_clock::duration>(duration<double, std::milli>(ms * sleepScale));
     for (;;) {
+        applyControlChanges();
         followUserStand();
         if (stop())
             return false;

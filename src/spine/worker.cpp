@@ -1,6 +1,7 @@
 // Start-up of a run, up to the connection of simulator and traffic source.
 #include "airports/airport_table.h"
 #include "airports/park_airports.h"
+#include "core/change.h"
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/parameters.h"
@@ -11,6 +12,7 @@
 #include "liveries/scan.h"
 #include "platform/system.h"
 #include "reference/reference.h"
+#include "spine/control_rules.h"
 #include "spine/main_tick.h"
 #include "spine/run.h"
 #include "spine/run_internal.h"
@@ -30,11 +32,11 @@ namespace fs = std::filesystem;
 
 std::int32_t rememberedRange = 40;
 
-namespace {
-
 TextParameter& selectedInstallPath() {
     return par::MSFS_2020 ? par::MSFS_INSTALL_PATH : par::MSFS_2024_INSTALL_PATH;
 }
+
+namespace {
 
 void dropCommunityFromInstallPath() {
     TextParameter& parameter = selectedInstallPath();
@@ -45,17 +47,15 @@ void dropCommunityFromInstallPath() {
         path.remove_suffix(1);
     for (const std::string_view tail : {"\\Community", "/Community"}) {
         if (path.ends_with(tail)) {
-            parameter.set(path.substr(0, path.size() - tail.size()));
-            save(parameter);
+            change(parameter, path.substr(0, path.size() - tail.size()));
             return;
         }
     }
 }
 
 void showInstallPath(const std::string& path) {
-    par::ALL_INSTALL_PATH.set(path);
     enableControl(par::ALL_INSTALL_PATH, true);
-    setText(par::ALL_INSTALL_PATH, path);
+    changeForNow(par::ALL_INSTALL_PATH, path);
 }
 
 void findInstallPath() {
@@ -67,8 +67,7 @@ void findInstallPath() {
     if (found.empty())
         throw nwk::UserErrorException(
             150, "No install path detected, type full path to your Community folder above, and press Enter");
-    selectedInstallPath().set(found);
-    save(selectedInstallPath());
+    change(selectedInstallPath(), found);
     showInstallPath(found);
 }
 
@@ -90,17 +89,11 @@ void readReferenceData() {
     clearStatus();
 }
 
-void switchOn(BoolBox& box) {
-    box.value = true;
-    save(box);
-    setCheck(box, true);
-}
-
 void checkLiveriesFile() {
     if (fs::exists(path::liveriesScanned) || par::SCAN_LIVERIES)
         return;
     showStatus(fmt::format("File {} is gone, rescan liveries", platform::pathText(path::liveriesScanned)), true);
-    switchOn(par::SCAN_LIVERIES);
+    change(par::SCAN_LIVERIES, true);
     repaint();
 }
 
@@ -158,26 +151,25 @@ void versionUpdateStep() {
     const Version& running = runningVersion();
     const std::string stored = par::PROGRAM_VERSION.get();
     if (stored == par::PROGRAM_VERSION.defaultValue) {
-        par::PROGRAM_VERSION.set(toText(running));
-        save(par::PROGRAM_VERSION);
+        change(par::PROGRAM_VERSION, toText(running));
         return;
     }
     const Version old = parseStoredVersion(stored);
-    if (old != running) {
-        par::PROGRAM_VERSION.set(toText(running));
-        save(par::PROGRAM_VERSION);
-    }
+    if (old != running)
+        change(par::PROGRAM_VERSION, toText(running));
     if (running <= old)
         return;
     log(fmt::format("This is a version update from {} -> {}", toText(old), toText(running)));
     std::error_code ignored;
     fs::remove(path::installNewVersion, ignored);
-    switchOn(par::SCAN_LIVERIES);
-    switchOn(par::SCAN_AIRPORTS);
+    change(par::SCAN_LIVERIES, true);
+    change(par::SCAN_AIRPORTS, true);
 }
 
 void startUp() {
+    applyControlChanges(); // into the file that is read next
     readParameters();
+    forgetOutdatedLiveries();
     versionUpdateStep();
     repaint();
     dropCommunityFromInstallPath();
@@ -195,8 +187,7 @@ void startUp() {
             updateMySimaddon();
     }
     enableControls(true);
-    par::PROGRAM_INSTALL_PATH.set(platform::pathText(fs::current_path()));
-    save(par::PROGRAM_INSTALL_PATH);
+    change(par::PROGRAM_INSTALL_PATH, platform::pathText(fs::current_path()));
     computeHhNow();
     readReferenceData();
     findInstallPath();

@@ -1,4 +1,5 @@
 // Zipped documents and the package of airport files.
+#include "core/change.h"
 #include "core/folders.h"
 #include "core/foreign_log.h"
 #include "core/log.h"
@@ -254,8 +255,7 @@ bool updateMySimaddon() {
     if (!downloadToFile(curl.handle, base + "/" + simaddonZip, simaddonZip, true) ||
         !hashIsGood(simaddonZip, file.sha256) || !replaceAirportFiles())
         return true;
-    par::MYSIMADDON24_VERSION.set(toText(server));
-    save(par::MYSIMADDON24_VERSION);
+    change(par::MYSIMADDON24_VERSION, toText(server));
     showStatus(fmt::format("mysimaddon has been updated to version {}", toText(server)), true);
     return true;
 }

@@ -11,39 +11,38 @@ namespace {
 // process.
 std::mutex& pumpMutex = *new std::mutex;
 std::condition_variable& pumpSignal = *new std::condition_variable;
-std::deque<AppMessage>& pumpQueue = *new std::deque<AppMessage>;
+std::deque<void (*)()>& pumpQueue = *new std::deque<void (*)()>; ///< null = quit
 int quitCode = 0;
+
+void queue(void (*work)()) {
+    pumpQueue.push_back(work);
+    pumpSignal.notify_one();
+}
 } // namespace
 
-void postMessage(AppMessage message) {
-    {
-        const std::lock_guard lock(pumpMutex);
-        pumpQueue.push_back(message);
-    }
-    pumpSignal.notify_one();
+void postMessage(void (*work)()) {
+    const std::lock_guard lock(pumpMutex);
+    queue(work);
 }
 
 void postQuit(int code) {
-    {
-        const std::lock_guard lock(pumpMutex);
-        quitCode = code;
-        pumpQueue.push_back(AppMessage::quit);
-    }
-    pumpSignal.notify_one();
+    const std::lock_guard lock(pumpMutex);
+    quitCode = code;
+    queue(nullptr);
 }
 
-int runMessagePump(void (*handle)(AppMessage)) {
+int runMessagePump() {
     for (;;) {
-        AppMessage message{};
+        void (*work)() = nullptr;
         {
             std::unique_lock lock(pumpMutex);
             pumpSignal.wait(lock, [] { return !pumpQueue.empty(); });
-            message = pumpQueue.front();
+            work = pumpQueue.front();
             pumpQueue.pop_front();
-            if (message == AppMessage::quit)
+            if (work == nullptr)
                 return quitCode;
         }
-        handle(message);
+        work();
     }
 }
 

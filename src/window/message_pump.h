@@ -1,22 +1,13 @@
-// The messages that drive the process, and the queue that carries them to the UI thread.
+// The UI thread of a window without a toolkit: a queue of work, and the loop that does it.
 #pragma once
-
-#include <cstdint>
 
 namespace kes {
 
-enum class AppMessage : std::uint32_t {
-    closeClick = 0x0010,   ///< the window's close button, or the user's signal to end
-    startWorker = 0x8001,  ///< start a run
-    closeProgram = 0x8002, ///< the last run has closed down
-    quit = 0x0012,
-};
-
-/// Any thread.
-void postMessage(AppMessage message);
-/// Waits for messages and hands each to `handle` until the quit message; returns the code given to `postQuit`. UI
+/// Queues a piece of work, which runs once. Any thread, at any time.
+void postMessage(void (*work)());
+/// Does what is posted, in its order, until the turn of the quit message; returns the code given to `postQuit`. UI
 /// thread.
-int runMessagePump(void (*handle)(AppMessage));
+int runMessagePump();
 void postQuit(int code);
 
 } // namespace kes

@@ -3,6 +3,7 @@
 #include "core/line_writer.h"
 #include "core/text.h"
 #include "core/window.h"
+#include "window/message_pump.h"
 
 #include <atomic>
 #include <chrono>
@@ -18,6 +19,10 @@ constexpr std::int64_t counterPeriodMs = 10000;
 /// Some 500 lines. Old news is no use to somebody who lets his terminal go on.
 constexpr std::size_t terminalQueueBytes = 32768;
 
+/// The longest wait at the end for a terminal that does not read, milliseconds.
+constexpr int endMs = 500;
+
+platform::Output output; ///< until `open`
 // Never destroyed: threads may show a line to the very end of the process.
 LineWriter* terminal = nullptr;
 std::atomic<std::int64_t> nextCountersMs{0};
@@ -41,13 +46,13 @@ std::string_view lampText(Lamp lamp) {
 }
 
 void terminalMessageLine(std::string_view text, bool isError) {
-    if (!text.empty())
+    if (!text.empty() && terminal != nullptr)
         terminal->write(isError ? "error:  " : "status: ", text);
 }
 
 /// The counters change many times a second; a line every ten seconds is what a reader of a terminal can use.
 void terminalRepaint() {
-    if (!readouts.simLight)
+    if (!readouts.simLight || terminal == nullptr)
         return;
     using namespace std::chrono;
     const std::int64_t now = duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
@@ -61,11 +66,26 @@ void terminalRepaint() {
                     lampText(readouts.weatherLamp), lampText(readouts.trafficLamp), readoutText(Readout::simName)));
 }
 
+void openTerminal() {
+    terminal = new LineWriter(std::move(output), {terminalQueueBytes, "Terminal"}, missingLines);
+}
+
+/// A terminal has no close button; the user's signals reach the process another way.
+int runTerminal(void (*)()) {
+    const int code = runMessagePump();
+    closeTerminalWindow(endMs);
+    return code;
+}
+
 } // namespace
 
 void useTerminalWindow(platform::Output out) {
-    terminal = new LineWriter(std::move(out), {terminalQueueBytes, "Terminal"}, missingLines);
+    output = std::move(out);
     WindowBackend backend;
+    backend.open = openTerminal;
+    backend.run = runTerminal;
+    backend.post = postMessage;
+    backend.quit = postQuit;
     backend.repaint = terminalRepaint;
     backend.drawMessageLine = terminalMessageLine;
     setWindowBackend(backend);

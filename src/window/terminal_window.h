@@ -5,10 +5,11 @@
 
 namespace kes {
 
-/// Installs the backend. A thread of its own writes the lines: a terminal that does not read holds nobody. What it
-/// misses beyond some hundred lines is left out, and a line tells how many once it reads again.
+/// Installs the backend. From `openWindow` on a thread of its own writes the lines: a terminal that does not read holds
+/// nobody. What it misses beyond some hundred lines is left out, and a line tells how many once it reads again.
 void useTerminalWindow(platform::Output out);
-/// Waits until the lines so far are out, at most `ms` milliseconds, and takes no more. UI thread, at the end.
+/// Waits until the lines so far are out, at most `ms` milliseconds, and takes no more. UI thread; `runWindow` ends
+/// with it.
 void closeTerminalWindow(int ms);
 
 } // namespace kes

@@ -1,10 +1,10 @@
 #include "core/clock.h"
 #include "core/log.h"
 #include "core/run_state.h"
-#include "core/window.h"
 #include "platform/output.h"
 #include "platform/system.h"
 #include "support.h"
+#include "window_backend.h"
 
 #include <cerrno>
 #include <cmath>
@@ -25,30 +25,21 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Drawn {
-    std::string text;
-    bool isError = false;
-};
-std::vector<Drawn> drawn;
-
 /// Fresh flags, status and log; the message line is recorded.
 struct LogTest : testing::Test {
     LogTest() {
         resetRunFlags();
         resetStatus();
-        WindowBackend backend;
-        backend.drawMessageLine = [](std::string_view text, bool isError) {
-            drawn.push_back({std::string(text), isError});
-        };
-        setWindowBackend(backend);
-        drawn.clear();
+        window.forget();
     }
     ~LogTest() override {
-        setWindowBackend({});
         setWallClockMs(-1);
         resetRunFlags();
         resetStatus();
     }
+    /// What came to the message line since the last `forget`.
+    std::vector<test::TestWindow::Line> drawn() const { return window.shown().lines; }
+    test::TestWindow window;
     test::ProgramFolder folder;
 };
 
@@ -197,7 +188,7 @@ TEST_F(LogTest, NothingIsLoggedOnceTheRunIsToEnd) {
     EXPECT_FALSE(folder.logHas("socket closed"));
     EXPECT_FALSE(folder.logHas("closing ..."));
     EXPECT_FALSE(folder.logHas("lost"));
-    EXPECT_EQ(drawn.size(), 6u) << "the window shows them all the same";
+    EXPECT_EQ(drawn().size(), 6u) << "the window shows them all the same";
 }
 
 TEST_F(LogTest, AnErrorHidesEveryStatusUntilItIsCleared) {
@@ -209,14 +200,14 @@ TEST_F(LogTest, AnErrorHidesEveryStatusUntilItIsCleared) {
     ageStatus();
     EXPECT_EQ(errorText(), "no path");
     EXPECT_EQ(statusText(), "");
-    ASSERT_EQ(drawn.size(), 3u);
-    EXPECT_EQ(drawn.back().text, "no path");
-    EXPECT_TRUE(drawn.back().isError);
+    ASSERT_EQ(drawn().size(), 3u);
+    EXPECT_EQ(drawn().back().text, "no path");
+    EXPECT_TRUE(drawn().back().isError);
     clearError();
-    EXPECT_EQ(drawn.back().text, "") << "the line is wiped";
+    EXPECT_EQ(drawn().back().text, "") << "the line is wiped";
     showStatus("back", false);
     EXPECT_EQ(statusText(), "back");
-    EXPECT_FALSE(drawn.back().isError);
+    EXPECT_FALSE(drawn().back().isError);
     EXPECT_TRUE(folder.logHas("\nloading\nError no path\n"));
     EXPECT_FALSE(folder.logHas("silent"));
     EXPECT_FALSE(folder.logHas("later"));
@@ -233,7 +224,7 @@ TEST_F(LogTest, AStatusLives25SecondsOfRunTime) {
     EXPECT_EQ(statusText(), "from the start");
     age(1);
     EXPECT_EQ(statusText(), "");
-    EXPECT_EQ(drawn.back().text, "");
+    EXPECT_EQ(drawn().back().text, "");
 
     showStatus("one", false);
     age(20);
@@ -245,9 +236,9 @@ TEST_F(LogTest, AStatusLives25SecondsOfRunTime) {
 
     showStatus("wiped", false);
     clearStatus();
-    drawn.clear();
+    window.forget();
     age(30);
-    EXPECT_TRUE(drawn.empty()) << "with nothing up there is nothing to clear";
+    EXPECT_TRUE(drawn().empty()) << "with nothing up there is nothing to clear";
 }
 
 TEST_F(LogTest, TimesAreUtcOnTheGregorianCalendar) {

@@ -2,15 +2,14 @@
 #include "core/parameters.h"
 #include "core/parameters_file.h"
 #include "core/run_state.h"
-#include "core/window.h"
 #include "core/xml_file.h"
 #include "pipe_guard.h"
+#include "window_backend.h"
 
 #include <algorithm>
 #include <csignal>
 #include <functional>
 #include <gtest/gtest.h>
-#include <map>
 #include <pugixml.hpp>
 #include <string>
 #include <sys/resource.h>
@@ -23,19 +22,9 @@ namespace {
 namespace fs = std::filesystem;
 using namespace par;
 
-std::map<std::uint16_t, std::string> boxes;
-
 struct ParametersTest : testing::Test {
-    ParametersTest() : file(parametersFile()), data(file.parent_path()) {
-        setParameterDefaults();
-        boxes.clear();
-        WindowBackend backend;
-        backend.setText = [](std::uint16_t id, std::string_view text) { boxes[id] = text; };
-        backend.setCheck = [](std::uint16_t id, bool on) { boxes[id] = on ? "x" : ""; };
-        setWindowBackend(backend);
-    }
+    ParametersTest() : file(parametersFile()), data(file.parent_path()) { setParameterDefaults(); }
     ~ParametersTest() override {
-        setWindowBackend({});
         setParameterDefaults();
         setWallClockMs(-1);
         fs::permissions(data, fs::perms::owner_all);
@@ -73,6 +62,7 @@ struct ParametersTest : testing::Test {
         EXPECT_EQ(PROGRAM_VERSION.get(), "10.10.9") << about;
     }
 
+    test::TestWindow window;
     test::ProgramFolder folder;
     fs::path file, data;
 };
@@ -405,7 +395,7 @@ TEST_F(ParametersTest, ASaveOfAMissingOrDamagedFileWritesAllValuesInUse) {
 
 TEST_F(ParametersTest, SavesFromTwoThreadsLoseNothing) {
     readParameters();
-    std::thread window([] {
+    std::thread other([] {
         for (int i = 1; i <= 30; ++i) {
             MAX_LIVE.value = i;
             save(MAX_LIVE);
@@ -418,7 +408,7 @@ TEST_F(ParametersTest, SavesFromTwoThreadsLoseNothing) {
         save(LAST_EPOCH_TIME);
         save(DESTINATION);
     }
-    window.join();
+    other.join();
     EXPECT_EQ(stored("MAX_LIVE"), "30");
     EXPECT_EQ(stored("LAST_EPOCH_TIME"), "30000");
     EXPECT_EQ(stored("DESTINATION"), "EDD30");
@@ -435,15 +425,15 @@ TEST_F(ParametersTest, AReadSetsTheBoxesAndWhatFollowsFromTheValues) {
     EXPECT_EQ(MAX_FIT_FL, 5.5F);
     EXPECT_EQ(rangeNm, 100.0F);
     EXPECT_EQ(rangeMetres, 185200);
-    EXPECT_EQ(boxes[32818], "100");
-    EXPECT_EQ(boxes[32848], "30");
-    EXPECT_EQ(boxes[32855], "5.5");
-    EXPECT_EQ(boxes[32854], "x");
-    EXPECT_EQ(boxes[32852], "");
-    EXPECT_EQ(boxes[32828], "DLH4C");
+    EXPECT_EQ(window.shown().boxes[32818], "100");
+    EXPECT_EQ(window.shown().boxes[32848], "30");
+    EXPECT_EQ(window.shown().boxes[32855], "5.5");
+    EXPECT_EQ(window.shown().boxes[32854], "x");
+    EXPECT_EQ(window.shown().boxes[32852], "");
+    EXPECT_EQ(window.shown().boxes[32828], "DLH4C");
     fs::remove(file);
     readParameters();
-    EXPECT_EQ(boxes[32818], "40") << "defaults reach the boxes as well";
+    EXPECT_EQ(window.shown().boxes[32818], "40") << "defaults reach the boxes as well";
     EXPECT_EQ(MAX_FIT_FL, 24.0F);
 }
 

@@ -3,13 +3,13 @@
 #include "core/parameters.h"
 #include "core/run_state.h"
 #include "core/user_aircraft.h"
-#include "core/window.h"
 #include "reference/reference.h"
 #include "reference_text.h"
 #include "sim/ai_commands.h"
 #include "sim/sim_client.h"
 #include "sim/sim_internal.h"
 #include "support.h"
+#include "window_backend.h"
 #include "world/simulator/inproc.h"
 
 #include <fmt/format.h>
@@ -208,10 +208,8 @@ TEST_F(UserRecognitionTest, WithoutADataBaseNoSpanIsKnown) {
     EXPECT_EQ(statusText(), spanUnknown);
 }
 
-int repaints = 0;
-
 TEST_F(UserRecognitionTest, TitlesAreCutBetweenCharactersAndDecideWhole) {
-    setWindowBackend({.repaint = [] { ++repaints; }});
+    const test::TestWindow window;
     const std::string x47(47, 'x');
     const std::string umlauts = [] {
         std::string text;
@@ -237,10 +235,9 @@ TEST_F(UserRecognitionTest, TitlesAreCutBetweenCharactersAndDecideWhole) {
         EXPECT_TRUE(program.logText().ends_with("title: " + c.logged + "\n")) << "whole in the log";
     }
     onUserTitle("short");
-    const int before = repaints;
+    const int before = window.shown().repaints;
     onUserTitle("short");
-    EXPECT_EQ(repaints, before) << "the same title is not shown again";
-    setWindowBackend({});
+    EXPECT_EQ(window.shown().repaints, before) << "the same title is not shown again";
 
     onUserTitle(x47 + " DG 737-800");
     onUserModel("737");
@@ -252,21 +249,21 @@ TEST_F(UserRecognitionTest, TitlesAreCutBetweenCharactersAndDecideWhole) {
 }
 
 TEST_F(UserRecognitionTest, FailuresOfTheModelReplyAreForTheUser) {
-    setWindowBackend({.repaint = [] { throw std::runtime_error("no window"); }});
+    test::TestWindow window;
+    window.onRepaint = [] { throw std::runtime_error("no window"); };
     try {
         onUserModel("A320");
         ADD_FAILURE() << "nothing thrown";
     } catch (const nwk::UserErrorException& error) {
         EXPECT_STREQ(error.what(), "73: It looks like you have not selected an aircraft as user vehicle");
     }
-    setWindowBackend({.repaint = [] { throw nwk::UserErrorException(5, "own words"); }});
+    window.onRepaint = [] { throw nwk::UserErrorException(5, "own words"); };
     try {
         onUserModel("A320");
         ADD_FAILURE() << "nothing thrown";
     } catch (const nwk::UserErrorException& error) {
         EXPECT_STREQ(error.what(), "5: own words");
     }
-    setWindowBackend({});
 }
 
 TEST_F(UserRecognitionTest, TheSimulatorTellsWhatItWasTold) {

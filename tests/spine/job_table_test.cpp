@@ -5,7 +5,6 @@
 #include "core/log.h"
 #include "core/run_state.h"
 #include "core/user_aircraft.h"
-#include "core/window.h"
 #include "feed/traffic_reader.h"
 #include "flight_folder.h"
 #include "liveries/store.h"
@@ -15,33 +14,25 @@
 #include "spine/main_tick.h"
 #include "traffic/live_table.h"
 #include "traffic/title_table.h"
+#include "window_backend.h"
 #include "world/replay/virtual_flight.h"
 
 #include <functional>
 #include <gtest/gtest.h>
-#include <set>
 
 namespace kes {
 namespace {
 
-std::set<std::uint16_t> enabled; ///< controls
-
 struct JobTableTest : testing::Test {
     test::FlightFolder program;
+    test::TestWindow window;
 
     void SetUp() override {
         program.readContent();
         world::startVirtualFlight(test::overTheField());
-        enabled.clear();
-        WindowBackend backend;
-        backend.enableControl = [](std::uint16_t control, bool on) {
-            if (on)
-                enabled.insert(control);
-        };
-        setWindowBackend(backend);
+        window.forget();
     }
     void TearDown() override {
-        setWindowBackend({});
         world::endVirtualFlight();
         setParameterDefaults();
     }
@@ -203,10 +194,10 @@ TEST_F(JobTableTest, EachRequestOfTheWindowIsTakenOnceAtItsBeat) {
              par::INITIAL_LOAD_ONLY.value = false;
          },
          [] { return parkedAircraft.empty() && par::INITIAL_LOAD_ONLY; }},
-        {windowRequests.reRead, 15, [] { enabled.clear(); },
-         [] {
-             return statusText() == "park airports and stands are okay" && enabled.contains(par::reRead.controlId) &&
-                    enabled.contains(par::DESTINATION.controlId);
+        {windowRequests.reRead, 15, [&] { window.forget(); },
+         [&] {
+             return statusText() == "park airports and stands are okay" && window.enabled(par::reRead) &&
+                    window.enabled(par::DESTINATION);
          }},
     };
     for (const Request& request : requests) {

@@ -10,9 +10,11 @@
 #include "platform/system.h"
 #include "sim/sim_client.h"
 #include "spine/main_tick.h"
+#include "spine/process.h"
 #include "spine/run.h"
 #include "traffic/live_aircraft.h"
 #include "window/terminal_window.h"
+#include "window_backend.h"
 #include "world/simulator/inproc.h"
 
 #include <atomic>
@@ -52,9 +54,6 @@ struct LinkClient {
     void send(std::string_view text) { socket.sendAll(text, 1000); }
 };
 
-std::mutex statusGuard;
-std::string statuses; ///< all lines that came up on the window since the start of the test
-
 /// A UDP port that nobody uses at this moment.
 std::uint16_t freeUdpPort() {
     platform::Socket socket;
@@ -63,6 +62,7 @@ std::uint16_t freeUdpPort() {
 
 struct RunTest : testing::Test {
     test::FlightFolder program;
+    test::TestWindow window;
     std::thread worker;
     std::atomic<bool> ended{false};
 
@@ -74,17 +74,10 @@ struct RunTest : testing::Test {
         restarting = false;
         resetRun();
         feedPorts = {freeUdpPort(), freeUdpPort()};
-        statuses.clear();
-        WindowBackend backend;
-        backend.drawMessageLine = [](std::string_view text, bool) {
-            const std::lock_guard lock(statusGuard);
-            statuses += std::string(text) + "\n";
-        };
-        setWindowBackend(backend);
+        window.forget();
     }
     void TearDown() override {
         endRun();
-        setWindowBackend({});
         world::inprocStop();
         resetRun();
         restarting = false;
@@ -125,10 +118,8 @@ struct RunTest : testing::Test {
         ASSERT_TRUE(link.waitForText("Qs121="));
         ASSERT_TRUE(waitFor([] { return reportQueue.accepting(); }));
     }
-    static bool shown(std::string_view lines) {
-        const std::lock_guard lock(statusGuard);
-        return statuses.find(lines) != std::string::npos;
-    }
+    /// Whether these lines came up on the window since the start of the test.
+    bool shown(std::string_view lines) const { return window.lines().find(lines) != std::string::npos; }
     /// Lets stream time pass. The worker may be writing the count at the same moment, so the jump is repeated until it
     /// holds.
     static void jumpTicks(std::int32_t ticks) {
@@ -288,10 +279,7 @@ TEST_F(RunTest, HowARunEndsDecidesWhatFollows) {
           Case{ExitReason::newFlight, 45, false, true, "Exiting: NEW FLIGHT",
                "New flight detected, Kestrelune will close, please restart manually ...\n"},
           Case{ExitReason::simWasClosed, 0, false, true, "Exiting: SIM WAS CLOSED", ""}}) {
-        {
-            const std::lock_guard lock(statusGuard);
-            statuses.clear();
-        }
+        window.forget();
         startSimulator();
         startRun();
         ASSERT_TRUE(waitFor([] { return statusText() == "Waiting for RealTraffic to connect to Kestrelune ..."; }));
@@ -317,14 +305,6 @@ TEST_F(RunTest, HowARunEndsDecidesWhatFollows) {
     }
 }
 
-/// What the test does while the scans of a run go on.
-void (*duringScan)() = nullptr;
-
-void actNow() {
-    if (duringScan != nullptr)
-        std::exchange(duringScan, nullptr)();
-}
-
 TEST_F(RunTest, AnEndDuringTheScansKeepsItsReason) {
     struct Case {
         void (*act)();
@@ -333,30 +313,28 @@ TEST_F(RunTest, AnEndDuringTheScansKeepsItsReason) {
     for (const Case& c : {Case{[] { requestExit(ExitReason::newSettings, 2); }, true},
                           Case{[] { requestExit(ExitReason::simWasClosed, 0); }, false}, Case{click, false}}) {
         for (const bool liveries : {true, false}) {
-            WindowBackend backend;
-            if (liveries)
-                backend.drawMessageLine = [](std::string_view text, bool) {
-                    if (text.starts_with("Scanning "))
-                        actNow();
-                };
-            else
-                backend.repaint = [] {
-                    if (readouts.thirdpartyFiles == 0)
-                        actNow();
-                };
-            duringScan = c.act;
-            setWindowBackend(backend);
+            // What the user or the simulator does while the scans go on, once.
+            void (*act)() = c.act;
+            window.onLine = [&](std::string_view text) {
+                if (liveries && text.starts_with("Scanning ") && act != nullptr)
+                    std::exchange(act, nullptr)();
+            };
+            window.onRepaint = [&] {
+                if (!liveries && readouts.thirdpartyFiles == 0 && act != nullptr)
+                    std::exchange(act, nullptr)();
+            };
             program.writeParameters("");
             if (liveries)
                 std::filesystem::rename(path::liveriesScanned, "kept.xml"); // which starts a scan
             startRun();
             ASSERT_TRUE(waitFor([&] { return ended.load(); }));
             worker.join();
-            EXPECT_EQ(duringScan, nullptr);
+            EXPECT_EQ(act, nullptr);
             EXPECT_EQ(restarting, c.restarts) << liveries;
             if (liveries)
                 std::filesystem::rename("kept.xml", path::liveriesScanned);
-            setWindowBackend({});
+            window.onLine = nullptr;
+            window.onRepaint = nullptr;
             restarting = false;
             resetRun();
         }
@@ -364,6 +342,8 @@ TEST_F(RunTest, AnEndDuringTheScansKeepsItsReason) {
 }
 
 TEST_F(RunTest, AGoodInstallPathCuresAStartThatHasFailed) {
+    const std::string community = (program.folder / "Community").string();
+    std::filesystem::create_directories(community);
     for (const bool userError : {false, true}) {
         program.writeParameters("", !userError);
         if (!userError)
@@ -371,9 +351,8 @@ TEST_F(RunTest, AGoodInstallPathCuresAStartThatHasFailed) {
         startRun();
         ASSERT_TRUE(waitFor([] { return !errorText().empty(); }));
         EXPECT_FALSE(waitFor([&] { return ended.load(); }, 100)) << "waits for the user";
-        program.writeParameters("");
         std::filesystem::remove(path::updateServer);
-        restartWithNewSettings(3);
+        window.enter(par::ALL_INSTALL_PATH, community);
         ASSERT_TRUE(waitFor([&] { return ended.load(); }));
         worker.join();
         EXPECT_TRUE(restarting);
@@ -384,6 +363,7 @@ TEST_F(RunTest, AGoodInstallPathCuresAStartThatHasFailed) {
         EXPECT_FALSE(stopWanted());
         startRun();
         EXPECT_TRUE(waitFor([] { return statusText() == "Waiting for MSFS 2020 ..."; })) << "the next run comes up";
+        EXPECT_EQ(par::MSFS_INSTALL_PATH.get(), program.folder.string());
         endRun();
         restarting = false;
         resetRun();
@@ -406,6 +386,7 @@ TEST_F(RunTest, ATerminalThatDoesNotReadLeavesTheTickAlone) {
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
     useTerminalWindow(platform::Output::own(ends[1]));
+    openWindow();
     LinkClient link;
     fly(link);
     std::string seen;
@@ -447,17 +428,15 @@ TEST_F(RunTest, AClickBeforeTheCloseDownPreparesNoRestart) {
 }
 
 TEST_F(RunTest, ACloseDownThatFailsClosesInsteadOfStartingAgainForEver) {
-    WindowBackend broken;
-    broken.drawMessageLine = [](std::string_view text, bool) {
+    window.onLine = [](std::string_view text) {
         if (text == "Prepare for a restart ...")
             throw std::runtime_error("no window");
     };
-    setWindowBackend(broken);
     restarting = true; // as in a run that was a restart itself
     requestExit(ExitReason::simConnectError, 9);
     lf_closingDown();
-    setWindowBackend({});
     EXPECT_FALSE(restarting);
+    EXPECT_EQ(window.shown().posted, std::vector{closeProgram});
     EXPECT_EQ(statusText(), "lf_closingDown exception no window");
 }
 

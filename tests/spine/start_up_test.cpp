@@ -1,15 +1,14 @@
 // What start-up does before a run needs simulator and traffic source: install path, reference data.
 #include "core/parameters.h"
 #include "core/run_state.h"
-#include "core/window.h"
 #include "flight_folder.h"
 #include "platform/system.h"
 #include "spine/run.h"
+#include "window_backend.h"
 
 #include <atomic>
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <map>
 #include <thread>
 
 namespace kes {
@@ -18,11 +17,9 @@ namespace {
 namespace fs = std::filesystem;
 using test::waitFor;
 
-std::map<std::uint16_t, std::string> texts; // what the boxes of the window show
-std::string firstStatus;
-
 struct StartUpTest : testing::Test {
     test::FlightFolder program;
+    test::TestWindow window;
     std::string homeBefore = std::getenv("HOME") == nullptr ? "" : std::getenv("HOME");
 
     void SetUp() override {
@@ -31,19 +28,10 @@ struct StartUpTest : testing::Test {
         setRunSleepScale(0.02);
         restarting = false;
         resetRun();
-        texts.clear();
-        firstStatus.clear();
+        window.forget();
         fs::remove_all("updates");
-        WindowBackend backend;
-        backend.setText = [](std::uint16_t control, std::string_view text) { texts[control] = text; };
-        backend.drawMessageLine = [](std::string_view text, bool isError) {
-            if (!isError)
-                firstStatus += std::string(text) + "\n";
-        };
-        setWindowBackend(backend);
     }
     void TearDown() override {
-        setWindowBackend({});
         setenv("HOME", homeBefore.c_str(), 1);
         dataBaseRead = false;
         restarting = false;
@@ -75,7 +63,7 @@ TEST_F(StartUpTest, TheInstallPathNamesThePackagesFolder) {
         storeInstallPath(c.stored);
         startUp();
         EXPECT_EQ(par::MSFS_INSTALL_PATH.get(), c.kept);
-        EXPECT_EQ(texts[par::ALL_INSTALL_PATH.controlId], c.kept);
+        EXPECT_EQ(window.box(par::ALL_INSTALL_PATH), c.kept);
         EXPECT_NE(parameterFile().find("name=\"MSFS_INSTALL_PATH\" value=\"" + std::string(c.kept) + "\""),
                   std::string::npos)
             << c.stored;
@@ -87,7 +75,7 @@ TEST_F(StartUpTest, AnEmptyInstallPathIsFoundStoredAndShown) {
     dataBaseRead = true;
     storeInstallPath("");
     EXPECT_THROW(startUp(), nwk::UserErrorException);
-    EXPECT_EQ(texts[par::ALL_INSTALL_PATH.controlId], "");
+    EXPECT_EQ(window.box(par::ALL_INSTALL_PATH), "");
     const fs::path appData = program.folder / ".local/share/Steam/steamapps/compatdata/1250410/pfx/drive_c/users/"
                                               "steamuser/AppData";
     const fs::path packages = appData / "Roaming/Microsoft Flight Simulator/Packages";
@@ -96,7 +84,7 @@ TEST_F(StartUpTest, AnEmptyInstallPathIsFoundStoredAndShown) {
     startUp();
     const std::string found = fs::canonical(packages).string();
     EXPECT_EQ(par::MSFS_INSTALL_PATH.get(), found);
-    EXPECT_EQ(texts[par::ALL_INSTALL_PATH.controlId], found);
+    EXPECT_EQ(window.box(par::ALL_INSTALL_PATH), found);
     EXPECT_NE(parameterFile().find("name=\"MSFS_INSTALL_PATH\" value=\"" + found + "\""), std::string::npos);
 }
 
@@ -113,7 +101,7 @@ TEST_F(StartUpTest, WithoutReferenceDataTheRunEndsAndTellsWhereItLooked) {
     EXPECT_EQ(exitReason(), ExitReason::systemError);
     EXPECT_TRUE(program.logHas("no%20such%20folder")) << program.logText();
     EXPECT_TRUE(program.logHas("Another place can be named in \"input/update_server.txt\""));
-    EXPECT_NE(firstStatus.find("Fetching and reading the reference data ..."), std::string::npos);
+    EXPECT_NE(window.lines().find("Fetching and reading the reference data ..."), std::string::npos);
     EXPECT_FALSE(ended) << "the error stays up until the user closes";
     userClosed = true;
     exitRequested = true;

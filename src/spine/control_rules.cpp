@@ -1,0 +1,316 @@
+#include "spine/control_rules.h"
+
+#include "airports/airport_table.h"
+#include "airports/static_parking.h"
+#include "core/change.h"
+#include "core/control_changes.h"
+#include "core/folders.h"
+#include "core/log.h"
+#include "core/run_state.h"
+#include "core/text.h"
+#include "core/version.h"
+#include "core/window.h"
+#include "liveries/store.h"
+#include "platform/file.h"
+#include "platform/system.h"
+#include "sim/ai_commands.h"
+#include "spine/main_tick.h"
+#include "spine/run_internal.h"
+#include "traffic/live_table.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fmt/format.h>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <variant>
+
+namespace kes {
+
+namespace {
+
+bool liveriesOutdated = false; ///< worker
+
+void say(std::string_view text) {
+    showStatus(text, false);
+}
+
+/// What is said when a box comes to stand so; {} is the program's name.
+struct TickMessage {
+    const BoolBox& box;
+    bool on;
+    const char* text;
+};
+const TickMessage tickMessages[] = {
+    {par::LIG_AUTOMATIC, false, "The liveries defined by your lfolder parameters will be scanned"},
+    {par::LIG_PRIORITIZE, true, "Liveries in lower lfolders that are already available will be skipped"},
+    {par::SUPPRESS_STUB, true, "Exclude FSLTL-liveries titles ending with _STUB from scan"},
+    {par::INITIAL_LOAD_ONLY, true,
+     "Initial Load Only: static parked aircraft are generated once, no renewal every 20 minutes"},
+    {par::COLLISION_LIVE_PARKED_GND, false,
+     "Be aware, no collision avoidance with live aircraft vs parked static on the ground"},
+    {par::COLLISION_USER_GND, false, "Be aware, no collision avoidance with user aircraft on the ground"},
+    {par::COLLISION_USER_AIR, false, "Be aware, no collision avoidance with user aircraft in the air"},
+    {par::AEROWINX, true, "Note: This mode is for Aerowinx PSX users only, please re-start {}"},
+    {par::ALWAYS_ON_TOP, true, "{}'s window will remain visible"},
+    {par::LEARN_SOFT, false, "Be aware, no more livery updates: you miss correct data for Learn, LittleNavMap, etc!"},
+};
+
+/// The parking follows at its next quarter minute.
+void parkingWillRespond() {
+    const std::int32_t n = 15 - secondCounter % 15;
+    say(fmt::format("{} will respond in {} second{} ...", programName, n, plural(n)));
+    windowRequests.parkAdjust = true;
+}
+
+void switchSimulator() {
+    std::error_code ignored;
+    std::filesystem::remove(path::liveriesScanned, ignored);
+    liveriesOutdated = true;
+    change(par::SCAN_LIVERIES, true);
+    change(par::SCAN_AIRPORTS, true);
+    say(fmt::format("Switching Simulator to {}", par::MSFS_2020 ? "MSFS 2020" : "MSFS 2024"));
+    changeForNow(par::ALL_INSTALL_PATH, "");
+    if (!par::MSFS_2020)
+        change(par::MYSIMADDON24_VERSION, "");
+}
+
+void askForScan(std::string_view what, std::string_view changed, bool now) {
+    if (!now) {
+        say(fmt::format("Your {} will be scanned at the next start of {}, recommended after you have add/removed {}",
+                        what, programName, changed));
+        return;
+    }
+    liveriesOutdated = true;
+    showStatus(fmt::format("Your {} will be scanned", what), true);
+}
+
+void switchNavLights(bool on) {
+    for (const AiAircraft& parked : parkedAircraft)
+        setNavLights(parked.objectid, on);
+    for (const LiveAircraft& live : liveAircraft) {
+        if (live.fs == FlightState::parked && live.st == AircraftStatus::active)
+            setNavLights(live.objectid, on);
+    }
+}
+
+void switchAutoRange(bool on) {
+    enableControl(par::LATERAL_RANGE, !on);
+    enableControl(par::AUTO_RANGE_ABOVE_HEIGHT, on);
+    if (on) {
+        rememberedRange = par::LATERAL_RANGE;
+        rangeRule();
+        return;
+    }
+    changeForNow(par::LATERAL_RANGE, rememberedRange);
+    setRange(static_cast<float>(par::LATERAL_RANGE));
+}
+
+void tick(BoolBox& box, bool on, bool endsRun) {
+    change(box, on);
+    for (const TickMessage& message : tickMessages) {
+        if (&message.box == &box && message.on == on)
+            say(fmt::format(fmt::runtime(message.text), programName));
+    }
+    if (&box == &par::MSFS_2020)
+        switchSimulator();
+    else if (&box == &par::SCAN_LIVERIES && on)
+        askForScan("liveries", "AI aircraft models/liveries", endsRun);
+    else if (&box == &par::SCAN_AIRPORTS && on)
+        askForScan("airports", "airports", endsRun);
+    else if (&box == &par::LIG_AUTOMATIC)
+        enableControl(par::AI_PACKAGE_ORDER, on);
+    else if (&box == &par::NAV_LIGHTS_WHILE_PARKED)
+        switchNavLights(on);
+    else if (&box == &par::AUTO_RANGE)
+        switchAutoRange(on);
+    else if (&box == &par::WEEK)
+        parkingWillRespond();
+}
+
+void store(IntBox& box, std::int64_t value) {
+    if (&box == &par::parking_percentage)
+        changeForNow(box, value);
+    else
+        change(box, value);
+}
+
+/// Whether the value has changed.
+bool enter(IntBox& box, const std::string& text) {
+    if (text.empty()) {
+        store(box, &box == &par::parking_percentage ? 0 : box.defaultValue);
+    } else {
+        const std::optional<std::int32_t> wanted = leadingInt(text);
+        if (!wanted || *wanted == box) {
+            if (!wanted)
+                say(fmt::format("invalid input: {}", text));
+            else
+                showStatus(fmt::format("Same {} value {}, no changes made", box.name, *wanted), true);
+            showValue(box);
+            return false;
+        }
+        store(box, *wanted);
+    }
+    say(fmt::format("The new {} is {}", box.name, static_cast<std::int32_t>(box)));
+    return true;
+}
+
+bool enter(FloatBox& box, const std::string& text) {
+    if (text.empty()) {
+        changeForNow(box, box.defaultValue);
+    } else {
+        char* end = nullptr;
+        const float wanted = std::strtof(text.c_str(), &end);
+        const bool isNumber = end != text.c_str() && wanted - wanted == 0.0F;
+        if (!isNumber || wanted == box) {
+            if (!isNumber)
+                say(fmt::format("invalid input: {}", text));
+            else
+                showStatus(fmt::format("Same {} value {:.1F}, no changes made", box.name, wanted), true);
+            showValue(box);
+            return false;
+        }
+        changeForNow(box, wanted);
+    }
+    say(fmt::format("The new {} is {:.1F}", box.name, box.value.load()));
+    return true;
+}
+
+void parkingSettingChanged() {
+    if (staticParkingActive() && !par::INITIAL_LOAD_ONLY)
+        parkingWillRespond();
+}
+
+void takeNumber(IntBox& box, const std::string& text) {
+    const std::int32_t before = box;
+    if (!enter(box, text))
+        return;
+    if (&box == &par::CUSTOM_MAX_PARK || &box == &par::parking_percentage || &box == &par::MAX_FIT)
+        parkingSettingChanged();
+    else if (&box == &par::LATERAL_RANGE)
+        setRange(static_cast<float>(box));
+    else if (&box == &par::MAX_LIVE)
+        windowRequests.maxLive = true;
+    else if (&box == &par::MATCHING_DEPTH && box > before)
+        windowRequests.clearNoMatch = true;
+}
+
+void blockCallsign(const std::string& text) {
+    const std::string before = par::BLOCK_CALLSIGN.get();
+    if (text.empty()) {
+        say(fmt::format("no more blocking of live aircraft \"{}\"", before));
+        change(par::BLOCK_CALLSIGN, "");
+    } else if (text == before) {
+        say(fmt::format("callsign \"{}\" was already set ...", text));
+    } else if (text.size() < 4 || text.size() > 8) {
+        say(fmt::format("callsign \"{}\" is not valid", text));
+    } else {
+        change(par::BLOCK_CALLSIGN, upper(text));
+        say(fmt::format("live aircraft with callsign \"{}\" will be blocked", par::BLOCK_CALLSIGN.get()));
+        windowRequests.blockNow = true;
+    }
+}
+
+void takeDestination(const std::string& text) {
+    const std::string code = upper(text);
+    if (text.empty()) {
+        change(par::DESTINATION, "");
+        say("destination set to empty");
+    } else if (text == par::DESTINATION.get()) {
+        say(fmt::format("destination \"{}\" was already set ...", text));
+    } else if (text.size() != 4) {
+        say(fmt::format("destination \"{}\" is not valid", text));
+    } else if (!findAirport(code)) {
+        say(fmt::format("destination \"{}\" is unknown ...", text));
+    } else {
+        change(par::DESTINATION, code);
+        say(fmt::format("New destination: {}", code));
+    }
+}
+
+void lf_newSimPath(const std::string& text, bool leadsToCommunity) {
+    std::error_code ignored;
+    if (leadsToCommunity) {
+        change(selectedInstallPath(), text);
+        say(fmt::format("Community path found, {} will restart ...", programName));
+    } else if (!std::filesystem::exists(platform::pathFrom(text), ignored)) {
+        say(fmt::format("This install path does not exist: {}", text));
+    } else {
+        say("This path exists but is not a path to Community ...");
+    }
+}
+
+void takeText(TextBox& box, const std::string& text, bool endsRun) {
+    if (&box == &par::BLOCK_CALLSIGN) {
+        blockCallsign(text);
+    } else if (&box == &par::DESTINATION) {
+        takeDestination(text);
+    } else if (&box == &par::ALL_INSTALL_PATH) {
+        lf_newSimPath(text, endsRun);
+    } else if (&box == &par::CALLSIGN_2_OBJECTID) {
+        changeForNow(box, text);
+        windowRequests.findCallsign = true;
+    }
+}
+
+void press(const Button& button) {
+    if (&button == &par::unblock) {
+        if (par::BLOCK_CALLSIGN.empty())
+            say("Nothing to block or unblock...");
+        else
+            blockCallsign("");
+    } else if (&button == &par::reRead) {
+        windowRequests.reRead = true;
+        enableControl(par::reRead, false);
+        enableControl(par::DESTINATION, false);
+    } else if (&button == &par::flushStatic) {
+        say("All static parked aircraft will be removed ...");
+        windowRequests.flushStatic = true;
+        enableControl(par::flushStatic, false);
+    }
+}
+
+/// One call operator per kind of control.
+struct Apply {
+    const ControlChange& made;
+
+    void operator()(BoolBox* box) const { tick(*box, made.ticked, made.endsRun); }
+    void operator()(const Button* button) const { press(*button); }
+    void operator()(IntBox* box) const {
+        clearStatus();
+        takeNumber(*box, made.text);
+    }
+    void operator()(FloatBox* box) const {
+        clearStatus();
+        if (enter(*box, made.text))
+            parkingSettingChanged();
+    }
+    void operator()(TextBox* box) const {
+        clearStatus();
+        takeText(*box, made.text, made.endsRun);
+    }
+};
+
+} // namespace
+
+void applyControlChanges() {
+    for (const ControlChange& made : takeControlChanges()) {
+        try {
+            std::visit(Apply{made}, made.control);
+        } catch (const std::exception& e) {
+            say(exceptionText("lf_HandleWMCOMMAND", e));
+        }
+    }
+}
+
+void forgetOutdatedLiveries() {
+    if (!liveriesOutdated)
+        return;
+    liveriesOutdated = false;
+    resetLiveries();
+}
+
+} // namespace kes

@@ -1,0 +1,15 @@
+// What each control of the window does: checks, messages, and what follows from a new value.
+#pragma once
+
+namespace kes {
+
+/// Carries out what the user has done to the controls since the last call. Worker, at each tick and in each wait of a
+/// run, and before the parameters are read; the UI thread once more after the last run. A failure is shown on the
+/// status line and costs no other change.
+void applyControlChanges();
+
+/// At the start of a run, when no aircraft holds a livery: forgets the liveries if the user has asked for another
+/// simulator or a new scan. Worker.
+void forgetOutdatedLiveries();
+
+} // namespace kes

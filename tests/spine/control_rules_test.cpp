@@ -1,0 +1,269 @@
+// What the user does to the controls of the window, and what the worker makes of it.
+#include "airports/airport_table.h"
+#include "core/control_changes.h"
+#include "core/log.h"
+#include "core/run_state.h"
+#include "flight_folder.h"
+#include "spine/control_rules.h"
+#include "spine/run.h"
+#include "window_backend.h"
+#include "world/replay/virtual_flight.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+
+namespace kes {
+namespace {
+
+using test::TestWindow;
+
+struct ControlRulesTest : testing::Test {
+    test::FlightFolder program;
+    TestWindow window;
+
+    void SetUp() override {
+        program.readContent();
+        readParameters();
+        world::startVirtualFlight(test::overTheField());
+        window.forget();
+    }
+    void TearDown() override {
+        world::endVirtualFlight();
+        resetLiveries();
+        setParameterDefaults();
+    }
+    std::string file() const { return test::readFile(program.folder / "appdata/Kestrelune/parameters.xml"); }
+    /// Empty when the file has no such parameter.
+    std::string stored(std::string_view name) const {
+        const std::string text = file(), key = fmt::format("name=\"{}\" value=\"", name);
+        const std::size_t at = text.find(key);
+        return at == std::string::npos
+                   ? ""
+                   : text.substr(at + key.size(), text.find('"', at + key.size()) - at - key.size());
+    }
+    /// The requests to the worker that stand at present.
+    static std::vector<const std::atomic<bool>*> requests() {
+        std::vector<const std::atomic<bool>*> all;
+        WindowRequests& r = windowRequests;
+        for (const std::atomic<bool>* request : {&r.reRead, &r.flushStatic, &r.findCallsign, &r.blockNow, &r.parkAdjust,
+                                                 &r.clearNoMatch, &r.maxLive, &r.newSettings})
+            if (*request)
+                all.push_back(request);
+        return all;
+    }
+};
+
+TEST_F(ControlRulesTest, EachKindOfControlSetsValueFileBoxAndRequest) {
+    using namespace par;
+    WindowRequests& r = windowRequests;
+    const std::string noAirCollision = "Be aware, no collision avoidance with user aircraft in the air";
+    struct Step {
+        std::function<void(TestWindow&)> play;
+        const Parameter* parameter; ///< null = a button
+        const Control& control;
+        std::function<std::string()> value;
+        std::string expected, stored, box, status;
+        const std::atomic<bool>* request = nullptr;
+    };
+    const auto tick = [](BoolBox& box, bool on, std::string status, const std::atomic<bool>* request = nullptr) {
+        const std::string value = on ? "true" : "false";
+        return Step{[&box, on](TestWindow& w) { w.tick(box, on); },
+                    &box,
+                    box,
+                    [&box] { return std::string(box ? "true" : "false"); },
+                    value,
+                    value,
+                    on ? "x" : "",
+                    status,
+                    request};
+    };
+    const auto number = [](IntBox& box, const char* typed, std::string value, std::string status,
+                           const std::atomic<bool>* request = nullptr) {
+        const std::string stored = &box == &parking_percentage ? "" : value;
+        return Step{[&box, typed](TestWindow& w) { w.enter(box, typed); },
+                    &box,
+                    box,
+                    [&box] { return std::to_string(box); },
+                    value,
+                    stored,
+                    value,
+                    status,
+                    request};
+    };
+    const auto real = [](const char* typed, std::string value, std::string status) {
+        return Step{[typed](TestWindow& w) { w.enter(MAX_FIT_FL, typed); },
+                    &MAX_FIT_FL,
+                    MAX_FIT_FL,
+                    [] { return fmt::format("{}", MAX_FIT_FL.value.load()); },
+                    value,
+                    "",
+                    fmt::format("{:.1f}", std::stod(value)),
+                    status};
+    };
+    const auto text = [](TextBox& box, const char* typed, std::string value, std::string shown, std::string status,
+                         const std::atomic<bool>* request = nullptr) {
+        const std::string stored = &box == &CALLSIGN_2_OBJECTID ? "" : value;
+        return Step{[&box, typed](TestWindow& w) { w.enter(box, typed); },
+                    &box,
+                    box,
+                    [&box] { return box.get(); },
+                    value,
+                    stored,
+                    shown,
+                    status,
+                    request};
+    };
+    const auto press = [](const Button& button, std::string status, const std::atomic<bool>* request = nullptr) {
+        return Step{[&button](TestWindow& w) { w.press(button); },
+                    nullptr,
+                    button,
+                    [] { return std::string(); },
+                    "",
+                    "",
+                    "",
+                    status,
+                    request};
+    };
+    const Step steps[] = {
+        tick(LOG, false, ""),
+        tick(COLLISION_USER_AIR, false, noAirCollision),
+        tick(ALWAYS_ON_TOP, true, "Kestrelune's window will remain visible"),
+        tick(WEEK, true, "Kestrelune will respond in 13 seconds ...", &r.parkAdjust),
+        number(MAX_LIVE, " +12 or so", "12", "The new MAX_LIVE is 12", &r.maxLive),
+        number(MAX_LIVE, "", "-1", "The new MAX_LIVE is -1", &r.maxLive),
+        number(AIRPORT_RANGE, "1000", "30", "The new AIRPORT_RANGE is 30"),
+        number(AIRPORT_RANGE, "3x", "8", "The new AIRPORT_RANGE is 8"),
+        number(AIRPORT_RANGE, "x", "8", "invalid input: x"),
+        number(AIRPORT_RANGE, "8", "8", "Same AIRPORT_RANGE value 8, no changes made"),
+        number(MATCHING_DEPTH, "2", "2", "The new MATCHING_DEPTH is 2"),
+        number(MATCHING_DEPTH, "3", "3", "The new MATCHING_DEPTH is 3", &r.clearNoMatch),
+        number(parking_percentage, "", "0", "The new parking_percentage is 0"),
+        real("3.25", "3.25", "The new MAX_FIT_FL is 3.2"),
+        real("nan", "3.25", "invalid input: nan"),
+        real("99", "24", "The new MAX_FIT_FL is 24.0"),
+        text(BLOCK_CALLSIGN, "dlh4ab", "DLH4AB", "DLH4AB", "live aircraft with callsign \"DLH4AB\" will be blocked",
+             &r.blockNow),
+        text(BLOCK_CALLSIGN, "DLH4AB", "DLH4AB", "DLH4AB", "callsign \"DLH4AB\" was already set ..."),
+        text(BLOCK_CALLSIGN, "abc", "DLH4AB", "abc", "callsign \"abc\" is not valid"),
+        text(BLOCK_CALLSIGN, "", "", "", "no more blocking of live aircraft \"DLH4AB\""),
+        text(DESTINATION, "eddm", "EDDM", "EDDM", "New destination: EDDM"),
+        text(DESTINATION, "EDDX", "EDDM", "EDDX", "destination \"EDDX\" is unknown ..."),
+        text(DESTINATION, "", "", "", "destination set to empty"),
+        text(ALL_INSTALL_PATH, "no such", "", "no such", "This install path does not exist: no such"),
+        text(ALL_INSTALL_PATH, "docs", "", "docs", "This path exists but is not a path to Community ..."),
+        text(CALLSIGN_2_OBJECTID, "DLH4AB", "DLH4AB", "DLH4AB", "", &r.findCallsign),
+        press(unblock, "Nothing to block or unblock..."),
+        press(reRead, "", &r.reRead),
+        press(flushStatic, "All static parked aircraft will be removed ...", &r.flushStatic),
+    };
+    for (const Step& step : steps) {
+        const std::string name(step.parameter == nullptr ? "button" : step.parameter->name);
+        const std::string about = name + ": " + step.status;
+        resetWindow();
+        secondCounter = 2;
+        const std::string valueBefore = step.value(), fileBefore = file();
+        step.play(window);
+        EXPECT_EQ(step.value(), valueBefore) << about << " waits for the worker";
+        EXPECT_EQ(file(), fileBefore) << about;
+        EXPECT_TRUE(requests().empty()) << about;
+        EXPECT_EQ(window.shown().topmost, bool(ALWAYS_ON_TOP) || &step.control == &ALWAYS_ON_TOP) << "at once";
+        applyControlChanges();
+        EXPECT_EQ(step.value(), step.expected) << about;
+        EXPECT_EQ(stored(name), step.stored) << about;
+        EXPECT_EQ(window.box(step.control), step.box) << about;
+        EXPECT_EQ(statusText(), step.status);
+        EXPECT_EQ(requests(), step.request == nullptr ? std::vector<const std::atomic<bool>*>()
+                                                      : std::vector<const std::atomic<bool>*>{step.request})
+            << about;
+    }
+    EXPECT_FALSE(window.enabled(reRead));
+    EXPECT_FALSE(window.enabled(flushStatic));
+    EXPECT_FALSE(stopWanted());
+}
+
+TEST_F(ControlRulesTest, TheRangeFollowsItsBoxes) {
+    window.enter(par::LATERAL_RANGE, "77");
+    ASSERT_TRUE(world::virtualTick()) << "a tick takes it";
+    EXPECT_EQ(rangeNm, 77);
+    for (const bool automatic : {true, false}) {
+        window.tick(par::AUTO_RANGE, automatic);
+        ASSERT_TRUE(world::virtualTick());
+        EXPECT_EQ(window.enabled(par::LATERAL_RANGE), !automatic);
+        EXPECT_EQ(window.enabled(par::AUTO_RANGE_ABOVE_HEIGHT), automatic);
+        EXPECT_EQ(rangeNm, static_cast<float>(par::LATERAL_RANGE));
+        EXPECT_EQ(window.box(par::LATERAL_RANGE), std::to_string(par::LATERAL_RANGE));
+    }
+    EXPECT_EQ(par::LATERAL_RANGE, 77) << "back to the range of the last switch";
+}
+
+TEST_F(ControlRulesTest, WhatNeedsANewStartEndsTheRunAtOnce) {
+    const std::string community = (program.folder / "Community").string();
+    std::filesystem::create_directories(community);
+    struct Case {
+        std::function<void(TestWindow&)> play;
+        bool realTrafficWaits;
+        std::int32_t delay; ///< -1 = the run goes on
+        std::string status;
+        bool listStays, newSettings;
+    };
+    const Case cases[] = {
+        {[](TestWindow& w) { w.tick(par::MSFS_2020, false); }, false, 3, "Switching Simulator to MSFS 2024", false,
+         true},
+        {[&](TestWindow& w) { w.enter(par::ALL_INSTALL_PATH, community); }, false, 3,
+         "Community path found, Kestrelune will restart ...", true, true},
+        {[](TestWindow& w) { w.tick(par::SCAN_LIVERIES, true); }, true, 2, "Your liveries will be scanned", true,
+         false},
+        {[](TestWindow& w) { w.tick(par::SCAN_LIVERIES, true); }, false, -1,
+         "Your liveries will be scanned at the next start of Kestrelune, recommended after you have add/removed AI "
+         "aircraft models/liveries",
+         true, false},
+        {[](TestWindow& w) { w.tick(par::SCAN_AIRPORTS, true); }, true, 2, "Your airports will be scanned", true,
+         false},
+        {[](TestWindow& w) { w.tick(par::SCAN_AIRPORTS, false); }, true, -1, "", true, false},
+    };
+    for (const Case& c : cases) {
+        resetRunFlags();
+        resetWindow();
+        program.writeParameters("");
+        readParameters();
+        rtWaitPending = c.realTrafficWaits;
+        c.play(window);
+        EXPECT_EQ(exitRequested, c.delay >= 0) << c.status;
+        EXPECT_EQ(exitReason(), c.delay >= 0 ? ExitReason::newSettings : ExitReason::notYetSet) << c.status;
+        EXPECT_EQ(restartDelay(), std::max(c.delay, 0)) << c.status;
+        EXPECT_EQ(windowRequests.newSettings, c.newSettings) << c.status;
+        applyControlChanges();
+        EXPECT_EQ(statusText(), c.status);
+        EXPECT_EQ(std::filesystem::exists(path::liveriesScanned), c.listStays) << c.status;
+        if (!c.listStays) {
+            EXPECT_EQ(stored("MSFS_2020"), "false");
+            EXPECT_EQ(stored("SCAN_LIVERIES") + stored("SCAN_AIRPORTS"), "truetrue");
+            test::FlightFolder::writeLiveries({{"DLH", "A320", "Test A320 DLH"}});
+        }
+    }
+    program.writeParameters("");
+    readParameters();
+    window.enter(par::ALL_INSTALL_PATH, community);
+    applyControlChanges();
+    EXPECT_EQ(stored("MSFS_INSTALL_PATH"), community);
+}
+
+TEST_F(ControlRulesTest, ANewStartReadsWhatTheUserHasJustSet) {
+    dataBaseRead = true;
+    setRunSleepScale(0.02);
+    window.enter(par::MAX_LIVE, "12");
+    rtWaitPending = true;
+    window.tick(par::SCAN_LIVERIES, true);
+    EXPECT_EQ(stored("MAX_LIVE"), "-1");
+    startUp();
+    EXPECT_EQ(par::MAX_LIVE, 12);
+    EXPECT_EQ(stored("MAX_LIVE"), "12");
+    EXPECT_TRUE(par::SCAN_LIVERIES);
+    EXPECT_EQ(window.box(par::MAX_LIVE), "12");
+    EXPECT_EQ(liveryCount(), 0u) << "the tables are built anew";
+    setRunSleepScale(1);
+    dataBaseRead = false;
+}
+
+} // namespace
+} // namespace kes
