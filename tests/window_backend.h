@@ -41,6 +41,12 @@ public:
         backend.setText = [](std::uint16_t id, std::string_view text) {
             current()->keep([&](Shown& s) { s.boxes[id] = text; });
         };
+        backend.enableAll = [](bool on) {
+            current()->keep([&](Shown& s) {
+                s.enabled.clear();
+                s.allEnabled = on;
+            });
+        };
         backend.setTopmost = [](bool on) { current()->keep([&](Shown& s) { s.topmost = on; }); };
         setWindowBackend(backend);
     }
@@ -59,8 +65,9 @@ public:
     struct Shown {
         std::vector<Line> lines;
         std::map<std::uint16_t, std::string> boxes; ///< texts; "x" or empty for a tick
-        std::map<std::uint16_t, bool> enabled;      ///< controls that were enabled or disabled
-        std::vector<void (*)()> posted;             ///< work for the UI thread, which is not done
+        std::map<std::uint16_t, bool> enabled;      ///< controls that were enabled or disabled since all were
+        bool allEnabled = false;
+        std::vector<void (*)()> posted; ///< work for the UI thread, which is not done
         int repaints = 0;
         bool topmost = false;
     };
@@ -72,7 +79,11 @@ public:
         keep([](Shown& s) { s = {}; });
     }
     std::string box(const Control& control) const { return shown().boxes[control.controlId]; }
-    bool enabled(const Control& control) const { return shown().enabled[control.controlId]; }
+    bool enabled(const Control& control) const {
+        const Shown now = shown();
+        const auto found = now.enabled.find(control.controlId);
+        return found == now.enabled.end() ? now.allEnabled : found->second;
+    }
     /// All status and error lines, each with a line feed.
     std::string lines() const {
         std::string all;

@@ -156,6 +156,7 @@ TEST_F(ControlRulesTest, EachKindOfControlSetsValueFileBoxAndRequest) {
         press(reRead, "", &r.reRead),
         press(flushStatic, "All static parked aircraft will be removed ...", &r.flushStatic),
     };
+    enableControls(true);
     for (const Step& step : steps) {
         const std::string name(step.parameter == nullptr ? "button" : step.parameter->name);
         const std::string about = name + ": " + step.status;
@@ -238,6 +239,7 @@ TEST_F(ControlRulesTest, WhatNeedsANewStartEndsTheRunAtOnce) {
         if (!c.listStays) {
             EXPECT_EQ(stored("MSFS_2020"), "false");
             EXPECT_EQ(stored("SCAN_LIVERIES") + stored("SCAN_AIRPORTS"), "truetrue");
+            EXPECT_EQ(window.box(par::SCAN_LIVERIES) + window.box(par::SCAN_AIRPORTS), "xx");
             test::FlightFolder::writeLiveries({{"DLH", "A320", "Test A320 DLH"}});
         }
     }

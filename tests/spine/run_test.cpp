@@ -331,6 +331,7 @@ TEST_F(RunTest, AnEndDuringTheScansKeepsItsReason) {
             worker.join();
             EXPECT_EQ(act, nullptr);
             EXPECT_EQ(restarting, c.restarts) << liveries;
+            EXPECT_EQ(window.shown().posted.back(), c.restarts ? startWorker : closeProgram);
             if (liveries)
                 std::filesystem::rename("kept.xml", path::liveriesScanned);
             window.onLine = nullptr;
@@ -352,6 +353,8 @@ TEST_F(RunTest, AGoodInstallPathCuresAStartThatHasFailed) {
         ASSERT_TRUE(waitFor([] { return !errorText().empty(); }));
         EXPECT_FALSE(waitFor([&] { return ended.load(); }, 100)) << "waits for the user";
         std::filesystem::remove(path::updateServer);
+        window.enter(par::MAX_LIVE, "12");
+        EXPECT_TRUE(waitFor([] { return par::MAX_LIVE == 12; })) << "boxes work while the error stands";
         window.enter(par::ALL_INSTALL_PATH, community);
         ASSERT_TRUE(waitFor([&] { return ended.load(); }));
         worker.join();
@@ -422,7 +425,9 @@ TEST_F(RunTest, AClickDuringTheCountdownCloses) {
 TEST_F(RunTest, AClickBeforeTheCloseDownPreparesNoRestart) {
     requestExit(ExitReason::simConnectError, 9);
     click();
+    window.enter(par::MAX_LIVE, "13");
     lf_closingDown();
+    EXPECT_EQ(par::MAX_LIVE, 13) << "what the user did last is not lost";
     EXPECT_FALSE(restarting);
     EXPECT_FALSE(shown("Prepare for a restart ..."));
 }
