@@ -31,7 +31,6 @@ void prepare(CLI::App& app) {
     app.allow_windows_style_options(false); // or a path that begins with a slash would be taken for an option
     app.set_help_flag("-h,--help", "This text");
     app.set_version_flag("--version", fmt::format("{} {}", app.get_name(), programVersionText), "The version");
-    app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app.get_formatter()->column_width(32);
 }
 
@@ -72,7 +71,9 @@ CLI::Option* addValue(CLI::App& app, const std::string& name, const std::string&
         }
         throw CLI::ValidationError(name + problem);
     };
-    return app.add_option_function<std::string>(name, take, wrapped(description))->type_name(form)->trigger_on_parse();
+    return app.add_option_function<std::string>(name, take, wrapped(description))
+        ->type_name(form)
+        ->trigger_on_parse(); // not at the end: the order counts
 }
 
 CLI::Option* addText(CLI::App& app, const std::string& name, const std::string& form, std::string& target,
