@@ -154,6 +154,7 @@ void rangeRule() {
 }
 
 bool mainTick() {
+    applyControlChanges();
     followUserStand();
     if (!simRunning || simRequestFailed) {
         idleTick();
