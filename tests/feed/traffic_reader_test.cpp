@@ -3,6 +3,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <zlib.h>
 
 namespace kes::test {
@@ -165,9 +166,10 @@ TEST_F(TrafficReaderTest, collectsCallsignsWhileAsked) {
 
 TEST_F(TrafficReaderTest, workerAndReaderShareTheInputs) {
     std::atomic<bool> done{false};
+    std::atomic<int> lines{0};
     std::thread reader([&] {
-        for (int i = 0; !done; ++i)
-            feed(trafficReader, feedLine({{9, "KES" + std::to_string(i % 50)}, {2, "10"}, {3, "10"}}));
+        for (; !done; ++lines)
+            feed(trafficReader, feedLine({{9, "KES" + std::to_string(lines % 50)}, {2, "10"}, {3, "10"}}));
     });
     std::size_t collected = 0;
     const bool enough = eventually([&] {
@@ -176,7 +178,9 @@ TEST_F(TrafficReaderTest, workerAndReaderShareTheInputs) {
             trafficReader.setUserPosition(side, side);
             trafficReader.setReferenceAirport(FeedAirport{{side, side}, side});
             trafficReader.setCollectCallsigns();
-            std::this_thread::yield();
+            // A thread that locks without a pause would keep the other one out for good.
+            for (const int before = lines; lines < before + 2;)
+                std::this_thread::sleep_for(std::chrono::microseconds(50));
         }
         const auto taken = trafficReader.takeCallsigns();
         collected += taken.size();
