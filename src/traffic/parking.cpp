@@ -103,11 +103,4 @@ void noteParked(LiveAircraft& aircraft) {
         log(fmt::format("{:8}: {:8} parks", standName(aircraft.sid), aircraft.callsign));
 }
 
-std::string standName(std::uint32_t sid) {
-    if (sid == 0)
-        return "sid==0?";
-    const Stand* stand = findStand(sid);
-    return stand != nullptr ? stand->id : "unknown";
-}
-
 } // namespace kes

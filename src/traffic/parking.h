@@ -2,6 +2,7 @@
 // an arrival, and learning from what is seen, is not in it yet.
 #pragma once
 
+#include "airports/stands.h"
 #include "traffic/live_aircraft.h"
 
 #include <cstdint>
@@ -26,7 +27,5 @@ void releaseStand(const AiAircraft& aircraft);
 void emptyStand(AiAircraft& aircraft);
 /// A parked aircraft entered the simulator: notes the half-hour and logs it.
 void noteParked(LiveAircraft& aircraft);
-/// The name of a stand for messages; "unknown" for an unknown one, "sid==0?" for none.
-std::string standName(std::uint32_t sid);
 
 } // namespace kes

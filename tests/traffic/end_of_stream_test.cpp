@@ -224,7 +224,13 @@ TEST_F(EndOfStreamTest, NobodyHoldsBesideAnother) {
 }
 
 TEST_F(EndOfStreamTest, AParkedAircraftWaitsSevenDays) {
-    stands.push_back({"A1", homeLat, homeLon, 0.0, 30.0 / 1852, 1, true});
+    stands.push_back({.id = "A1",
+                      .lat = homeLat,
+                      .lon = homeLon,
+                      .heading = 0.0,
+                      .radius = 30.0 / 1852,
+                      .sid = 1,
+                      .liveOnIt = true});
     LiveAircraft& a = activeFlight(firstHex, {ground(0, 5000)});
     a.fs = FlightState::parked;
     a.feedAtStand = true;

@@ -26,7 +26,13 @@ struct GroundEventsTest : test::EventTest {
     /// On its stand with the nose to the north, everything off, and the feed shows the way out.
     LiveAircraft& leavingFlight(std::size_t category, double exitMetres) {
         stands.clear();
-        stands.push_back({"A1", homeLat, homeLon, 0.0, 20.0 / 1852, 1, true});
+        stands.push_back({.id = "A1",
+                          .lat = homeLat,
+                          .lon = homeLon,
+                          .heading = 0.0,
+                          .radius = 20.0 / 1852,
+                          .sid = 1,
+                          .liveOnIt = true});
         LiveAircraft& a =
             onlyFlight({metresNorth(0, 5000, 0), metresNorth(exitMetres, 5500, 3)}, modelOfCategory[category]);
         a.fs = FlightState::parked;

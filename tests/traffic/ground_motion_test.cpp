@@ -326,7 +326,13 @@ TEST_F(GroundMotionTest, HeightAndPitchOnTheGroundAreTheSimulators) {
 /// Parked with the nose to the north, the feed having shown the way out.
 LiveAircraft& leavingFlight(GroundMotionTest& test, double north) {
     stands.clear();
-    stands.push_back({"A1", homeLat, homeLon, 0.0, 20.0 / 1852, 1, true});
+    stands.push_back({.id = "A1",
+                      .lat = homeLat,
+                      .lon = homeLon,
+                      .heading = 0.0,
+                      .radius = 20.0 / 1852,
+                      .sid = 1,
+                      .liveOnIt = true});
     LiveAircraft& a = test.activeFlight(firstHex, {at(0, 0, 5000, 0), at(north, 0, 5500, 3)});
     a.fs = FlightState::parked;
     a.sid = 1;

@@ -25,7 +25,13 @@ struct StandsTest : test::TrafficTest {
     /// Parked on the only stand for `minutes`, after a flight.
     LiveAircraft& parkedFlight(const std::string& model, double minutes = 600) {
         resetLiveTraffic();
-        stands = {{"A1", homeLat, homeLon, 0.5, 30 * metreNm, 1, true}};
+        stands = {{.id = "A1",
+                   .lat = homeLat,
+                   .lon = homeLon,
+                   .heading = 0.5,
+                   .radius = 30 * metreNm,
+                   .sid = 1,
+                   .liveOnIt = true}};
         PositionSample s = ground(0, tickCount - static_cast<std::int32_t>(minutes * 6000) + sevenDays, 0);
         s.stopped = true;
         LiveAircraft& a = activeFlight(firstHex, {s}, model);
@@ -185,8 +191,22 @@ TEST_F(StandsTest, BornOnAStandThatFits) {
     for (const Case& c : cases) {
         resetLiveTraffic();
         setAirportRef(AirportRef{"EDDF", "FRA", homeLat + c.airportNm / 60, homeLon, 0});
-        stands = {{"B9", homeLat + 100 * metre, homeLon, 0, 90 * metreNm, 1, true},
-                  {"A1", homeLat, homeLon, 0.5, c.radius * metreNm, 2, c.taken, true, c.heli}};
+        stands = {{.id = "B9",
+                   .lat = homeLat + 100 * metre,
+                   .lon = homeLon,
+                   .heading = 0,
+                   .radius = 90 * metreNm,
+                   .sid = 1,
+                   .liveOnIt = true},
+                  {.id = "A1",
+                   .lat = homeLat,
+                   .lon = homeLon,
+                   .heading = 0.5,
+                   .radius = c.radius * metreNm,
+                   .sid = 2,
+                   .liveOnIt = c.taken,
+                   .cargo = true,
+                   .heli = c.heli}};
         PositionSample first = ground(c.metres * metre, 5000, 7), next = ground(c.metres * metre, 5500, c.gs1);
         first.stopped = c.stopped;
         next.stopped = c.gs1 == 0;
@@ -220,10 +240,17 @@ TEST_F(StandsTest, BornOnAStandThatFits) {
 
 TEST_F(StandsTest, TheNearestFreeStandIsTaken) {
     setAirportRef(AirportRef{"EDDF", "FRA", homeLat, homeLon, 0});
-    stands = {{"far", homeLat + 40 * metre, homeLon, 0, 20 * metreNm, 1},
-              {"taken", homeLat, homeLon, 0, 20 * metreNm, 2, true},
-              {"near", homeLat + 30 * metre, homeLon, 0, 20 * metreNm, 3},
-              {"farther", homeLat - 50 * metre, homeLon, 0, 20 * metreNm, 4}};
+    stands = {
+        {.id = "far", .lat = homeLat + 40 * metre, .lon = homeLon, .heading = 0, .radius = 20 * metreNm, .sid = 1},
+        {.id = "taken",
+         .lat = homeLat,
+         .lon = homeLon,
+         .heading = 0,
+         .radius = 20 * metreNm,
+         .sid = 2,
+         .liveOnIt = true},
+        {.id = "near", .lat = homeLat + 30 * metre, .lon = homeLon, .heading = 0, .radius = 20 * metreNm, .sid = 3},
+        {.id = "farther", .lat = homeLat - 50 * metre, .lon = homeLon, .heading = 0, .radius = 20 * metreNm, .sid = 4}};
     PositionSample s = ground(0, 5000, 0);
     s.stopped = true;
     LiveAircraft& a = activeFlight(firstHex, {s, s});
