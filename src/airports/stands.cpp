@@ -22,4 +22,9 @@ std::string standName(std::uint32_t sid) {
     return stand != nullptr ? stand->id : "unknown";
 }
 
+void releaseStand(std::uint32_t sid) {
+    if (Stand* stand = findStand(sid))
+        stand->liveOnIt = false;
+}
+
 } // namespace kes

@@ -118,7 +118,7 @@ void inventSample(LiveAircraft& a, std::int32_t count) {
         // A parked aircraft waits for nothing further from the feed.
         s.tick += parkedForTicks;
         a.feedAtStand = false;
-        releaseStand(a);
+        releaseStand(a.sid);
     } else {
         s.tick += ticks;
     }

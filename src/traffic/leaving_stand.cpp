@@ -66,7 +66,7 @@ void leave(LiveAircraft& a, const Motion& m) {
         endInvention(a);
     }
     noteDeparture(a);
-    releaseStand(a);
+    releaseStand(a.sid);
 }
 
 } // namespace

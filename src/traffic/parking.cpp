@@ -87,11 +87,6 @@ void arriveAtStand(LiveAircraft&) {}
 void learnStand(LiveAircraft&, bool) {}
 void noteDeparture(LiveAircraft&) {}
 
-void releaseStand(const AiAircraft& aircraft) {
-    if (Stand* stand = findStand(aircraft.sid))
-        stand->liveOnIt = false;
-}
-
 void emptyStand(AiAircraft& aircraft) {
     aircraft.standLat = aircraft.standLon = aircraft.standHeading = 0.0;
     aircraft.sid = 0;

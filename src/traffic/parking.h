@@ -21,8 +21,6 @@ void arriveAtStand(LiveAircraft& aircraft);
 void learnStand(LiveAircraft& aircraft, bool force);
 /// Tells the stand's list that this aircraft leaves it now.
 void noteDeparture(LiveAircraft& aircraft);
-/// An aircraft leaves its stand: the stand's mark of a live aircraft is cleared.
-void releaseStand(const AiAircraft& aircraft);
 /// The record forgets its stand.
 void emptyStand(AiAircraft& aircraft);
 /// A parked aircraft entered the simulator: notes the half-hour and logs it.

@@ -3,10 +3,8 @@
 
 #include "core/log.h"
 #include "core/run_state.h"
-#include "core/window.h"
 #include "sim/orders.h"
 #include "traffic/live_table.h"
-#include "traffic/parking.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -14,37 +12,6 @@
 namespace kes {
 
 namespace {
-
-void withdrawOrMark(AiAircraft& a) {
-    if (withdrawCreate(a.hexid))
-        a.deleteQueued = true;
-    else
-        a.removeWhenReady = true;
-}
-
-void removeFromSim(AiAircraft& a) {
-    if (a.st == AircraftStatus::buffer) {
-        a.deleteNow = true;
-        return;
-    }
-    if (a.removeWhenReady)
-        return;
-    if (a.st == AircraftStatus::adding2sim) {
-        withdrawOrMark(a);
-        return;
-    }
-    releaseStand(a);
-    // The simulator takes a second order for one object as an error.
-    const bool ordered = a.st == AircraftStatus::liveryrespawn || a.st == AircraftStatus::removingfromsim;
-    a.st = AircraftStatus::removingfromsim;
-    clearSelection(a.objectid);
-    if (a.objectid == 0) {
-        log(fmt::format("{} removing act {}, with objectid=0 ?", "removeAircraftFromSim", longLabel(a)));
-        a.deleteNow = true; // no object will be reported as gone
-    }
-    if (!ordered)
-        orderRemoval(a.objectid);
-}
 
 void respawn(LiveAircraft& a) {
     PositionSample here = a.stream.at(0);
@@ -77,21 +44,6 @@ void respawn(LiveAircraft& a) {
 
 } // namespace
 
-void clearSelection(std::uint32_t objectid) {
-    if (objectid == 0 || readouts.selectedObject != objectid)
-        return;
-    readouts.selectedObject = 0;
-    setReadout(Readout::foundObject, "");
-    repaint();
-}
-
-void removeAircraftFromSim(LiveAircraft& aircraft) {
-    removeFromSim(aircraft);
-}
-void removeAircraftFromSim(AiAircraft& parked) {
-    removeFromSim(parked);
-}
-
 void liveryRespawn(LiveAircraft& aircraft) {
     try {
         respawn(aircraft);
@@ -107,8 +59,8 @@ void removeAllLiveForLostSource() {
     for (LiveAircraft& a : liveAircraft) {
         if (a.st == AircraftStatus::active)
             removeAircraftFromSim(a);
-        else if (a.st == AircraftStatus::adding2sim && !a.removeWhenReady && !a.deleteQueued)
-            withdrawOrMark(a);
+        else if (a.st == AircraftStatus::adding2sim && !a.deleteQueued)
+            removeAircraftFromSim(a);
         dropAsked = dropAsked || a.deleteQueued;
     }
     if (dropAsked)

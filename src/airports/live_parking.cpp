@@ -1,0 +1,7 @@
+#include "airports/live_parking.h"
+
+namespace kes {
+
+LiveParkingHooks liveParkingHooks;
+
+} // namespace kes
