@@ -56,10 +56,32 @@ struct Stand {
 extern std::vector<Stand> stands;
 /// Null when there is none.
 Stand* findStand(std::uint32_t sid);
-
 /// The name of a stand for messages; "unknown" for an unknown one, "sid==0?" for none.
 std::string standName(std::uint32_t sid);
 /// A live aircraft no longer has the stand; nothing for 0 or an unknown one.
 void releaseStand(std::uint32_t sid);
+
+/// Numbers the list from 1.
+void giveSids(std::vector<Stand>& list);
+/// Fills `adjacent` of each stand with the sids of all others that it and its neighbour's circles leave no room for:
+/// the sum of both radii is more than 1.1 times their distance. `sid`s must be given.
+void findAdjacent(std::vector<Stand>& list);
+
+/// Real and soft quality of a list, 0 to 100; -1 = no value.
+struct QualityPair {
+    std::int32_t real = -1, soft = -1;
+    friend bool operator==(QualityPair, QualityPair) = default;
+};
+/// How much is known of the use of the stands; (-1, -1) when no stand has an option. Each stand weighs the same.
+QualityPair qualityOf(const std::vector<Stand>& list);
+/// The same of `stands`.
+QualityPair gf_qualityFactor();
+/// "  " without numbers, "{:2}/{:2}" real and soft, from real 45 on "{:2}" the real one alone.
+std::string qualityText(QualityPair quality);
+
+/// The half-hours of a comma list as bits. An entry that does not begin with a number in 0..47 is skipped and logged.
+std::uint64_t gf_hours2bitset(std::string_view list);
+/// The other way, ascending and without blanks.
+std::string hoursText(std::uint64_t hours);
 
 } // namespace kes
