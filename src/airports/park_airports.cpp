@@ -26,10 +26,15 @@ double nearestCandidateNm(LatLon user) {
     return nearest ? distanceNm(user, {nearest->lat, nearest->lon}) : noCandidateNm;
 }
 
+std::string reservedStand;
+
+std::string standOfUser() {
+    return {};
+}
+
 bool userStandReserved() {
     return false;
 }
-void userStandStep() {}
 void learnUserStand(const UserAircraft&) {}
 
 std::string standNameAt(double lat, double lon) {

@@ -12,8 +12,10 @@ bool readMyParkAirports();
 bool reReadParkAirports(bool showChange, std::string& message);
 /// Distance from the user to the nearest candidate park airport, nautical miles; 10000 without one.
 double nearestCandidateNm(LatLon user);
+extern std::string reservedStand; ///< id of the stand kept for the user at the park airport, empty = none
+/// The stand within 55 metres of the user's aircraft on the ground, the nearest one; empty = none.
+std::string standOfUser();
 bool userStandReserved(); ///< `reservedStand` holds text
-void userStandStep();     ///< clears the user's stand of other aircraft
 /// Learns the stand at which the user's aircraft stood.
 void learnUserStand(const UserAircraft& user);
 /// Name of the stand or airport at a position, degrees; empty when none.

@@ -14,11 +14,11 @@ namespace kes {
 
 /// One use of a stand: who stands there on this day of the week in these half-hours.
 struct ParkPosOption {
-    std::string airline;          ///< airline code
-    std::string model;            ///< aircraft type code
-    std::string regcode;          ///< registration, may be empty
-    std::string coupledCs1;       ///< callsign of the arrival, may be empty
-    std::string coupledCs2;       ///< callsign of the departure that follows it, may be empty
+    std::string airline{};        ///< airline code
+    std::string model{};          ///< aircraft type code
+    std::string regcode{};        ///< registration, may be empty
+    std::string coupledCs1{};     ///< callsign of the arrival, may be empty
+    std::string coupledCs2{};     ///< callsign of the departure that follows it, may be empty
     std::uint64_t hours = 0;      ///< bits 0 to 47: half-hours of the day in UTC, bit 0 is 00:00 to 00:30
     std::int32_t optIndex = 0;    ///< running number within the stand, from 1; 0 = out of use until the next renewal
     std::uint32_t day = 0;        ///< 1 = Monday to 7 = Sunday; 0 = none

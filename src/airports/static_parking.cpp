@@ -14,6 +14,9 @@
 namespace kes {
 
 std::vector<AiAircraft> parkedAircraft;
+std::int32_t wantedParked = 0;
+
+void dropPlacement(std::uint32_t) {}
 
 AiAircraft* findParked(std::uint32_t hexid) {
     const auto it = std::ranges::find(parkedAircraft, hexid, &AiAircraft::hexid);

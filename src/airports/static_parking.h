@@ -14,6 +14,9 @@ namespace kes {
 extern std::vector<AiAircraft> parkedAircraft;
 AiAircraft* findParked(std::uint32_t hexid);            ///< null when there is none
 AiAircraft* findParkedByObject(std::uint32_t objectid); ///< null when there is none
+extern std::int32_t wantedParked; ///< number of parked aircraft wanted at the park airport
+/// A live aircraft stands on a stand: static aircraft planned for it are not made.
+void dropPlacement(std::uint32_t sid);
 /// Erases one record by moving the last one into its place.
 void eraseParked(AiAircraft& aircraft);
 

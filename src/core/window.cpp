@@ -108,8 +108,9 @@ void resetWindow() {
     for (std::atomic<std::int32_t>* unknown :
          {&readouts.simaddonFiles, &readouts.thirdpartyFiles, &readouts.minutesToRenewal})
         *unknown = -1;
-    for (std::atomic<std::int32_t>* counter : {&readouts.live, &readouts.parkedLive, &readouts.parkedStatic,
-                                               &readouts.stands, &readouts.updates, &readouts.qnh})
+    for (std::atomic<std::int32_t>* counter :
+         {&readouts.live, &readouts.parkedLive, &readouts.parkedStatic, &readouts.stands, &readouts.updates,
+          &readouts.qnh, &readouts.meanParkedMinutes})
         *counter = 0;
     readouts.simFrameRate = 0.0F;
     readouts.selectedObject = 0;

@@ -77,6 +77,7 @@ struct Readouts {
     std::atomic<std::int32_t> simaddonFiles{-1}, thirdpartyFiles{-1};
     std::atomic<std::int32_t> live{0}, parkedLive{0}, parkedStatic{0}, stands{0}, updates{0};
     std::atomic<std::int32_t> qnh{0}, minutesToRenewal{-1};
+    std::atomic<std::int32_t> meanParkedMinutes{0}; ///< how long the parked live aircraft have stood
     std::atomic<float> simFrameRate{0};           ///< frames per second, stored at every 30th frame event; 0 = none yet
     std::atomic<std::uint32_t> selectedObject{0}; ///< object shown beside the callsign look-up, 0 = none
 };
@@ -89,7 +90,7 @@ enum class Readout {
     userTitle,
     userModel,
     userStand,
-    reservedStand,
+    keptStand,
     quality,
     destination,
     foundObject

@@ -17,6 +17,7 @@
 #include "traffic/filters.h"
 #include "traffic/live_table.h"
 #include "traffic/no_match.h"
+#include "traffic/stand_conflicts.h"
 #include "traffic/title_table.h"
 #include "traffic/user_conflicts.h"
 
@@ -99,9 +100,9 @@ void tellSimulatorTime() {
         sendQs123(simEpoch);
 }
 
-void clearUserStand() {
+void keepUserStandClear() {
     if (userStandReserved())
-        userStandStep();
+        clearUserStand();
 }
 
 /// Takes two passes, 15 seconds apart, so that the traffic reader can collect the callsigns on the air meanwhile.
@@ -186,7 +187,7 @@ constexpr Job jobs[] = {
 
     {"user's position", quarter, 0, handOverUserPosition},
     {"simulator's time", quarter, 0, tellSimulatorTime},
-    {"user's stand", quarter, 0, clearUserStand},
+    {"user's stand", quarter, 0, keepUserStandClear},
     {"re-read", quarter, 0, rereadStep},
     {"renewal", quarter, 0, renewalPass},
     {"silent lamps", quarter, 0, checkSilentLamps},

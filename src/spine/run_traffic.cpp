@@ -18,6 +18,7 @@
 #include "spine/main_tick.h"
 #include "spine/run.h"
 #include "traffic/motion.h"
+#include "traffic/parking.h"
 #include "traffic/removal.h"
 #include "traffic/replies.h"
 
@@ -49,6 +50,7 @@ void workWhileWaiting() {
 void wireFloors() {
     controlLinkHooks.clientGone = removeAllLiveForLostSource;
     controlLinkHooks.whileWaiting = workWhileWaiting;
+    liveParkingHooks = hooksOfLiveParking();
 }
 
 bool waitForPosition(std::int32_t pauseMs) {

@@ -50,13 +50,6 @@ bool hasRealTwin(std::string_view ghostCallsign) {
     return std::ranges::any_of(liveAircraft, [&](const LiveAircraft& a) { return lives(a) && a.callsign == real; });
 }
 
-void replaceParked(LiveAircraft& aircraft) {
-    // Static aircraft do not stand here yet, so there is nothing that this aircraft could be twice.
-    const auto it = std::ranges::find(landingList, aircraft.hexid);
-    if (it != landingList.end())
-        landingList.erase(it);
-}
-
 void applyBlocking() {
     // Cleared before the text is read: the window sets the text first, so a new one is seen now or at the next beat.
     windowRequests.blockNow = false;

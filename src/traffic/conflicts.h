@@ -20,7 +20,6 @@ inline bool isGhost(std::string_view callsign) {
 void removeGhostOf(const LiveAircraft& aircraft);
 /// A live aircraft that is not being removed has the name without its last character.
 bool hasRealTwin(std::string_view ghostCallsign);
-void replaceParked(LiveAircraft& aircraft); ///< also drops the entry of the landing list
 /// `blockNow`: the first active live aircraft with the callsign BLOCK_CALLSIGN is removed.
 void applyBlocking();
 /// Live aircraft on the ground against parked ones of the same flight or registration.

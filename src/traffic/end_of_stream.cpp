@@ -138,7 +138,7 @@ bool endOfStream(LiveAircraft& a, const Motion& m) {
         return false;
     }
     if (a.fs == FlightState::parking)
-        arriveAtStand(a);
+        arriveAtStand(a, m);
     else if (mayHold(a))
         return hold(a, m);
     if (a.extrapCount < 0)

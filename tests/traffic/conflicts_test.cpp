@@ -350,12 +350,5 @@ TEST_F(ConflictsTest, AStaticAircraftIsTakenBackFromItsQueueOrAfterItsSequence) 
     EXPECT_TRUE(std::ranges::none_of(parkedAircraft, [](const AiAircraft& p) { return p.hexid == 1; }));
 }
 
-TEST_F(ConflictsTest, LandingEntriesAreDropped) {
-    LiveAircraft& a = activeFlight(firstHex, {air(0, far), air(1, far)});
-    landingList = {firstHex + 5, firstHex};
-    replaceParked(a);
-    EXPECT_EQ(landingList, std::deque<std::uint32_t>{firstHex + 5});
-}
-
 } // namespace
 } // namespace kes

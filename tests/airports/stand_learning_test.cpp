@@ -1,0 +1,320 @@
+// What a stand list notes of the aircraft that were seen, or are taken to have been, on its stands.
+#include "airports/airport_file.h"
+#include "airports/stand_learning.h"
+#include "airports/stand_search.h"
+#include "core/parameters.h"
+#include "core/random.h"
+#include "reference/reference.h"
+#include "small_reference.h"
+#include "support.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <map>
+
+namespace kes {
+namespace {
+
+constexpr double metre = 1.0 / metresPerNm; ///< nautical miles
+
+struct StandLearning : testing::Test {
+    test::ProgramFolder program;
+    void SetUp() override {
+        setParameterDefaults();
+        par::RANDOM.value = false;
+        resetStandLearning();
+        learningAllowed = true;
+        stands.assign(1, Stand{.id = "12", .radius = 20 * metre, .sid = 1});
+    }
+    void TearDown() override {
+        stands.clear();
+        resetStandLearning();
+        resetReference();
+    }
+    static AiAircraft aircraft(std::string callsign = "DLH4AB", std::string regcode = "D-AIZA") {
+        AiAircraft a;
+        a.hexid = 0x3c0001;
+        a.airline = "DLH";
+        a.model = "A320";
+        a.callsign = std::move(callsign);
+        a.regcode = std::move(regcode);
+        a.category = AircraftCategory::large;
+        a.wingspan = 17 * metre;
+        a.sid = 1;
+        return a;
+    }
+    /// "day:slots callsigns", one a line, r or s in front.
+    static std::string learned() {
+        std::string text;
+        for (const ParkPosOption& o : stands[0].options)
+            text += fmt::format("{}{}:{} {} {}\n", o.real != 0 ? 'r' : 's', o.day, hoursText(o.hours), o.coupledCs1,
+                                o.coupledCs2);
+        return text;
+    }
+};
+
+TEST_F(StandLearning, fillsShortStaysBetweenTheirEnds) {
+    struct Case {
+        const char* name;
+        HhNow arrival, departure;
+        const char* options;
+    };
+    const Case cases[] = {
+        {"two hours", {1, 20}, {1, 24}, "r1:20,21,22,23,24 DLH4AB DLH5CD\n"},
+        {"five half-hours", {1, 20}, {1, 25}, "r1:20,21,22,23,24,25 DLH4AB DLH5CD\n"},
+        {"longer", {1, 20}, {1, 26}, "r1:20,26 DLH4AB \n"},
+        {"within a half-hour", {1, 20}, {1, 20}, "r1:20 DLH4AB \n"},
+        {"over midnight of a Sunday", {7, 47}, {1, 1}, "r7:47 DLH4AB \nr1:1 DLH5CD \n"},
+        {"a week later is no stay", {1, 20}, {2, 21}, "r1:20 DLH4AB \nr2:21 DLH5CD \n"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        stands[0].options.clear();
+        stands[0].realSeen.clear();
+        EXPECT_TRUE(lf_addRealParkPosOption(1, aircraft(), false, c.arrival));
+        const bool sameHalfHour = c.arrival == c.departure;
+        EXPECT_EQ(lf_addRealParkPosOption(1, aircraft("DLH5CD"), true, c.departure), !sameHalfHour);
+        EXPECT_EQ(learned(), c.options);
+        EXPECT_EQ(stands[0].realSeen.empty(), c.departure.day == c.arrival.day) << "the departure ends the visit";
+    }
+}
+
+TEST_F(StandLearning, overMidnightFillsTheRestOnAnOptionOfItsOwn) {
+    stands[0].options.push_back(
+        {.regcode = "D-AIZA", .coupledCs1 = "DLH1", .hours = 1U << 10, .optIndex = 1, .day = 2, .real = 1});
+    ASSERT_TRUE(lf_addRealParkPosOption(1, aircraft("DLH8"), false, {1, 46}));
+    ASSERT_TRUE(lf_addRealParkPosOption(1, aircraft("DLH9_"), true, {2, 1}));
+    // What lies before midnight joins the option that was found for the day on which it left.
+    EXPECT_EQ(learned(), "r2:1,10,47 DLH1 DLH9\nr1:46 DLH8 \nr2:0,1 DLH9 \n");
+    EXPECT_EQ(stands[0].options.back().optIndex, 3);
+    EXPECT_TRUE(stands[0].realSeen.empty());
+}
+
+TEST_F(StandLearning, refusesWhatItCannotTellOrHas) {
+    const auto real = [](const AiAircraft& a) { return lf_addRealParkPosOption(1, a, false, {3, 10}); };
+    const auto soft = [](const AiAircraft& a) { return lf_addSoftParkPosOption(1, a, false, {3, 10}); };
+    EXPECT_FALSE(real(aircraft("DLH1", "")));
+    EXPECT_FALSE(soft(aircraft("DLH1", "")));
+    EXPECT_FALSE(real(aircraft("", "D-AIZA")));
+    EXPECT_FALSE(lf_addRealParkPosOption(2, aircraft(), false, {3, 10})) << "no such stand";
+    EXPECT_EQ(saveUpdates, 0);
+
+    EXPECT_TRUE(soft(aircraft("", "D-AIZA")));
+    EXPECT_FALSE(soft(aircraft("", "D-AIZA")));
+    EXPECT_TRUE(real(aircraft("DLH1", "D-AIZA")));
+    EXPECT_EQ(saveUpdates, 2);
+
+    stands[0].options.assign(
+        1, {.regcode = "D-AIZA", .hours = 1U << 9, .optIndex = 1, .day = 3, .fromArchive = 1, .real = 1});
+    EXPECT_FALSE(real(aircraft())) << "what came with the list stays as it is";
+    EXPECT_EQ(learned(), "r3:9  \n");
+
+    // One with another mark but the same flight is in the way of a second option.
+    stands[0].options.assign(
+        1, {.regcode = "D-AIZA", .coupledCs1 = "DLH4AB", .hours = 1U << 10, .optIndex = 1, .day = 3, .real = 0});
+    saveUpdates = 0;
+    EXPECT_TRUE(real(aircraft("DLH4AB_"))) << "counts, though there is nothing to add";
+    EXPECT_EQ(saveUpdates, 1);
+    stands[0].options[0].real = 1;
+    EXPECT_FALSE(soft(aircraft()));
+    EXPECT_EQ(saveUpdates, 1);
+    EXPECT_EQ(stands[0].options.size(), 1U);
+}
+
+TEST_F(StandLearning, aRegistrationThatIsKnownTellsAirlineAndType) {
+    std::filesystem::create_directories("input");
+    test::writeSmallReference({.types = "A320,Large,34\nB77W,Heavy,64\n",
+                               .airlines = "DLH,Lufthansa\nBAW,British Airways\n",
+                               .registrations = "G-HEAV,BAW,B77W,,\n"});
+    ASSERT_TRUE(readDataBase());
+    ASSERT_TRUE(lf_addRealParkPosOption(1, aircraft("BAW1", "G-HEAV"), false, {1, 0}));
+    EXPECT_EQ(stands[0].options[0].airline + stands[0].options[0].model, "BAWB77W");
+}
+
+TEST_F(StandLearning, freightAndUnknownAirlinesTeachNothing) {
+    AiAircraft a = aircraft();
+    a.cargo = true;
+    noteRealUse(a, false, {1, 1});
+    a.standCargo = true;
+    a.airline.clear();
+    noteRealUse(a, false, {1, 1});
+    EXPECT_EQ(learned(), "");
+    a.airline = "DLH";
+    noteRealUse(a, false, {1, 1});
+    EXPECT_EQ(learned(), "r1:1 DLH4AB \n");
+}
+
+TEST_F(StandLearning, guessesOnceInThreeHalfHours) {
+    stands.push_back({.id = "14", .radius = 30 * metre, .sid = 2});
+    noteGuessedUse(aircraft(), {1, 10});
+    EXPECT_EQ(learned(), "s1:10 DLH4AB \n") << "the stand that fits best";
+    noteGuessedUse(aircraft(), {1, 12});
+    EXPECT_EQ(learned(), "s1:10,11,12 DLH4AB \n") << "known from before, and the gap closed";
+
+    AiAircraft other = aircraft("DLH7", "D-AIZB");
+    other.hexid = 0x3c0002;
+    stands[0].options.push_back({.regcode = "D-AIZB", .hours = 1U << 12, .optIndex = 2, .day = 1, .real = 1});
+    noteGuessedUse(other, {1, 13});
+    EXPECT_TRUE(stands[1].options.empty()) << "it was really seen half an hour before";
+    noteGuessedUse(other, {1, 15});
+    EXPECT_TRUE(stands[1].options.empty()) << "asked again too soon";
+    noteGuessedUse(other, {1, 16});
+    EXPECT_EQ(stands[0].options.size() + stands[1].options.size(), 3U);
+}
+
+TEST_F(StandLearning, findsBothFlightsOfAVisit) {
+    stands[0].options.push_back(
+        {.airline = "DLH", .coupledCs1 = "DLH4AB", .coupledCs2 = "DLH5CD", .hours = 1U << 20, .optIndex = 1, .day = 2});
+    struct Case {
+        const char* name;
+        AircraftCategory category;
+        HhNow now;
+        const char* callsign;
+        bool found;
+    };
+    const Case cases[] = {
+        {"now", AircraftCategory::large, {2, 20}, "DLH4AB", true},
+        {"the departure, as a ghost", AircraftCategory::large, {2, 20}, "DLH5CD_", true},
+        {"five hours before", AircraftCategory::large, {2, 10}, "DLH4AB", true},
+        {"too early", AircraftCategory::large, {2, 9}, "DLH4AB", false},
+        {"a heavy may be earlier", AircraftCategory::heavy, {2, 6}, "DLH4AB", true},
+        {"but not more", AircraftCategory::heavy, {2, 5}, "DLH4AB", false},
+        {"another day", AircraftCategory::large, {3, 20}, "DLH4AB", false},
+        {"another flight", AircraftCategory::large, {2, 20}, "DLH4", false},
+    };
+    for (const Case& c : cases) {
+        AiAircraft a = aircraft(c.callsign);
+        a.category = c.category;
+        lf_searchForCoupledCsAroundThisTime(c.now, a);
+        EXPECT_EQ(a.coupledCs2 == "DLH5CD" && a.coupledCs1 == "DLH4AB", c.found) << c.name;
+    }
+}
+
+struct StandSearch : StandLearning {
+    static LatLon north(double metres) { return {metres * metre / 60.0, 0.0}; }
+    static Stand at(std::string id, double metres, double radius) {
+        Stand s{.id = std::move(id)};
+        s.lat = north(metres).lat;
+        s.radius = radius * metre;
+        return s;
+    }
+    static void use(std::vector<Stand> list) {
+        stands = std::move(list);
+        giveSids(stands);
+    }
+};
+
+TEST_F(StandSearch, takesTheNearestStandThatFits) {
+    struct Case {
+        const char* name;
+        double from; ///< metres north
+        bool wide;
+        std::vector<Stand> list;
+        const char* id; ///< "" = none
+    };
+    Stand taken = at("taken", 0, 20), pad = at("pad", 0, 20), known = at("known", 80, 20), guessed = known;
+    taken.liveOnIt = true;
+    pad.heli = true;
+    known.options.push_back({.airline = "DLH", .model = "A320", .optIndex = 1, .real = 1});
+    guessed.options = known.options;
+    guessed.options[0].real = 0;
+    const Case cases[] = {
+        {"the nearest", 0, true, {at("far", 40, 20), at("near", 30, 20)}, "near"},
+        {"narrow ends at 20 metres", 25, false, {at("A", 0, 20)}, ""},
+        {"wide does not", 25, true, {at("A", 0, 20)}, "A"},
+        {"but at 55", 56, true, {at("A", 0, 20)}, ""},
+        {"not a taken one", 0, true, {taken, at("next", 30, 20)}, "next"},
+        {"a little too small", 0, true, {at("small", 30, 15.3)}, "small"},
+        {"too small", 0, true, {at("small", 21, 15.1), at("A", 40, 20)}, "A"},
+        {"too small, but here", 0, true, {at("small", 19, 15.1), at("A", 40, 20)}, "small"},
+        {"no helipad for an airliner, nor the next one", 0, true, {pad, at("A", 5, 20)}, ""},
+        {"one that knows it", 0, true, {known, at("A", 56, 20)}, "known"},
+        {"only what was seen counts", 0, true, {guessed}, ""},
+        {"not in a narrow search", 0, false, {known}, ""},
+        {"a fitting one in reach goes before", 0, true, {known, at("A", 54, 20)}, "A"},
+        {"too far even for a known one", -6, true, {known}, ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        use(c.list);
+        const double limit = c.wide ? wideStandSearch : narrowStandSearch;
+        const Stand* found = findClosestStand(north(c.from), aircraft(), limit, c.wide);
+        EXPECT_EQ(found != nullptr ? found->id : "", c.id);
+    }
+}
+
+TEST_F(StandSearch, aStandLearnsTheSizeOfWhatStandsThere) {
+    use({at("small", 10, 12), at("other", 19, 12)});
+    saveUpdates = 0;
+    ASSERT_EQ(findClosestStand(north(0), aircraft(), wideStandSearch, true), stands.data());
+    EXPECT_NEAR(stands[0].radius / metre, 16, 1e-6);
+    EXPECT_TRUE(stands[0].radiusChange);
+    EXPECT_FALSE(stands[1].radiusChange);
+    EXPECT_EQ(saveUpdates, 1);
+}
+
+TEST_F(StandSearch, choosesByKindThenBySize) {
+    struct Case {
+        const char* name;
+        AircraftCategory category;
+        bool cargo;
+        const char* airline;
+        std::vector<const char*> choice; ///< in this order when the ones before are gone
+    };
+    const Case cases[] = {
+        {"helicopter", AircraftCategory::rotorcraft, false, "DLH", {"pad", "ramp", "small pad", "small ramp"}},
+        {"freighter", AircraftCategory::large, true, "DLH", {"cargo", "small cargo", "gate"}},
+        {"light", AircraftCategory::light, false, "DLH", {"ramp", "wide ramp", "small ramp", ""}},
+        {"private", AircraftCategory::large, false, "PVT", {"ramp", "wide ramp", "small ramp", ""}},
+    };
+    for (const Case& c : cases) {
+        std::vector<Stand> list;
+        const auto add = [&](const char* id, double radius, bool ramp, bool cargo, bool heli) {
+            list.push_back(at(id, 0, radius));
+            list.back().ramp = ramp;
+            list.back().cargo = cargo;
+            list.back().heli = heli;
+        };
+        add("small gate", 5, false, false, false);
+        add("gate", 19, false, false, false);
+        add("wide ramp", 40, true, false, false);
+        add("ramp", 19, true, false, false);
+        add("small ramp", 5, true, false, false);
+        add("small cargo", 5, false, true, false);
+        add("cargo", 19, false, true, false);
+        add("small pad", 5, false, false, true);
+        add("pad", 19, false, false, true);
+        if (c.category == AircraftCategory::rotorcraft)
+            std::erase_if(list, [](const Stand& s) { return s.id == "wide ramp"; });
+        if (c.cargo)
+            std::erase_if(list, [](const Stand& s) { return s.ramp; });
+        AiAircraft a = aircraft();
+        a.category = c.category;
+        a.cargo = c.cargo;
+        a.airline = c.airline;
+        for (const char* id : c.choice) {
+            use(list);
+            const Stand* found = findStand(lf_searchStands({1, 10}, a, false));
+            EXPECT_STREQ(found != nullptr ? found->id.c_str() : "", id) << c.name;
+            std::erase_if(list, [&](const Stand& s) { return s.id == id; });
+        }
+    }
+}
+
+TEST_F(StandSearch, passesOverStandsInUseAndAsksForTheNextHalfHour) {
+    Stand a = at("A", 0, 20), b = at("B", 100, 20);
+    a.options.push_back({.hours = 1ULL << 47, .optIndex = 1, .day = 7});
+    b.options = a.options;
+    use({a, b});
+    EXPECT_EQ(lf_searchStands({7, 47}, aircraft(), false), 0U);
+    EXPECT_NE(lf_searchStands({7, 47}, aircraft(), true), 0U);
+    stands[1].options[0].hours |= 1;
+    stands[1].options[0].day = 1;
+    stands[0].options.push_back({.hours = 1, .optIndex = 2, .day = 1});
+    EXPECT_EQ(lf_searchStands({7, 47}, aircraft(), true), 2U) << "B's use is on another day now";
+    use(std::vector<Stand>(11, a));
+    EXPECT_EQ(lf_searchStands({7, 47}, aircraft(), true), 0U) << "no small airport";
+}
+
+} // namespace
+} // namespace kes

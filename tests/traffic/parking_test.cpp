@@ -1,0 +1,342 @@
+// Live traffic finds its stand, takes it, and others make way.
+#include "airports/airport_file.h"
+#include "airports/park_airports.h"
+#include "airports/stand_learning.h"
+#include "sim/orders.h"
+#include "traffic/harness.h"
+#include "traffic/parking.h"
+#include "traffic/stand_conflicts.h"
+
+#include <fmt/format.h>
+
+namespace kes {
+namespace {
+
+using test::firstHex;
+using test::homeLat;
+using test::homeLon;
+using test::metre;
+
+constexpr double metreNm = 1.0 / metresPerNm;
+
+struct Parking : test::TrafficTest {
+    void SetUp() override {
+        TrafficTest::SetUp();
+        par::RANDOM.value = false;
+        par::LOG.value = true;
+        setAirportRef(AirportRef{"EDDF", "FRA", homeLat, homeLon, 0});
+        standsAt({0});
+        airportLoaded = true;
+        setHhNow({2, 20});
+        resetStandLearning();
+    }
+    void TearDown() override {
+        airportLoaded = false;
+        wantedParked = 0;
+        reservedStand.clear();
+        resetStandLearning();
+        TrafficTest::TearDown();
+    }
+    /// One stand at each distance north of home in metres, "A1" and so on, for aircraft of 20 metres half span.
+    static void standsAt(const std::vector<double>& metres) {
+        stands.clear();
+        for (const double m : metres) {
+            Stand s{.id = "A" + std::to_string(stands.size() + 1)};
+            s.lat = homeLat + m * metre;
+            s.lon = homeLon;
+            s.heading = 0.5;
+            s.radius = 20 * metreNm;
+            stands.push_back(std::move(s));
+        }
+        giveSids(stands);
+        findAdjacent(stands);
+    }
+    /// A live aircraft in a state on a stand.
+    LiveAircraft& liveOn(std::uint32_t sid, const std::string& callsign, FlightState fs = FlightState::parked) {
+        PositionSample s = ground(0, tickCount + 100000, 0);
+        s.stopped = true;
+        LiveAircraft& a = activeFlight(firstHex + static_cast<std::uint32_t>(liveAircraft.size()) + 10, {s});
+        a.callsign = callsign;
+        a.fs = fs;
+        a.sid = sid;
+        return a;
+    }
+    static AiAircraft& staticOn(std::uint32_t sid, AircraftStatus st = AircraftStatus::active) {
+        AiAircraft a;
+        a.hexid = static_cast<std::uint32_t>(parkedAircraft.size()) + 1;
+        a.objectid = 9000 + a.hexid;
+        a.st = st;
+        a.sid = sid;
+        a.callsign = "DLH99*";
+        a.regcode = "D-ASTA";
+        a.wingspan = 17 * metreNm;
+        return parkedAircraft.emplace_back(a);
+    }
+    /// Stands on the taxiway, as many metres north of home, as the reports end.
+    LiveAircraft& stopped(double metres, const std::string& model = "A320") {
+        PositionSample s = ground(metres * metre, tickCount, 0);
+        s.stopped = true;
+        LiveAircraft& a = activeFlight(firstHex, {s}, model);
+        a.regcode = "D-AIZA";
+        return a;
+    }
+};
+
+TEST_F(Parking, drivesFromItsLastReportOntoTheStand) {
+    LiveAircraft& a = stopped(40);
+    a.landedSearch = true;
+    a.stream.front().tick = tickCount + 10;
+    a.stream.push_back(ground(39 * metre, tickCount + 400, 5)); // the reports end a metre farther on
+    a.fsPrevious = FlightState::flying;
+    a.extrapCount = 0;
+    ASSERT_TRUE(runUntil([] { return liveAircraft[0].fs == FlightState::parking; }, 6000));
+    EXPECT_EQ(liveAircraft[0].sid, 1U);
+    EXPECT_FALSE(stands[0].liveOnIt) << "not before it is there";
+    ASSERT_TRUE(runUntil([] { return liveAircraft[0].fs == FlightState::parked; }, 6000));
+    const LiveAircraft& parked = liveAircraft[0];
+    EXPECT_LT(distanceNm(parked.position(), stands[0].position()), 2 * metreNm);
+    EXPECT_NEAR(angleDiff(parked.heading, 0.5), 0, 0.01) << "it turned to the stand's heading";
+    EXPECT_EQ(parked.parkedAt, (HhNow{2, 20}));
+    EXPECT_TRUE(program.logHas("A1      : DLH304   arrived at stand"));
+    ASSERT_EQ(stands[0].options.size(), 1U);
+    EXPECT_EQ(stands[0].options[0].regcode, "D-AIZA");
+    run(6000);
+    EXPECT_EQ(liveAircraft[0].fs, FlightState::parked) << "and stays";
+    EXPECT_FALSE(liveAircraft[0].feedAtStand);
+}
+
+TEST_F(Parking, looksForAStandOnceAtAPlace) {
+    struct Case {
+        const char* name;
+        double metres;
+        bool wide;
+        const char* model;
+        const char* reserved;
+        bool parks;
+    };
+    const Case cases[] = {
+        {"on the spot", 0, false, "A320", "", true},
+        {"25 metres off, on the way out", 25, false, "A320", "", false},
+        {"25 metres off, after a landing", 25, true, "A320", "", true},
+        {"a helicopter at a gate", 5, true, "EC35", "", false},
+        {"the user's stand", 5, true, "A320", "A1", false},
+        {"another one is the user's", 5, true, "A320", "B1", true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        resetLiveTraffic();
+        reservedStand = c.reserved;
+        LiveAircraft& a = stopped(c.metres, c.model);
+        try2Park(a, c.wide);
+        EXPECT_EQ(a.fs == FlightState::parking, c.parks);
+        EXPECT_EQ(a.sid != 0, c.parks);
+        EXPECT_EQ(a.sz(), c.parks ? 3U : 1U);
+        reservedStand.clear();
+        a.fs = FlightState::taxi;
+        a.stream.resize(1);
+        try2Park(a, c.wide);
+        EXPECT_EQ(a.fs, FlightState::taxi) << "not twice at one place";
+    }
+}
+
+TEST_F(Parking, removesWhoeverIsInItsWay) {
+    standsAt({0, 30, 100});
+    liveOn(1, "OLD1");
+    liveOn(2, "NEXT1", FlightState::pushing_back);
+    liveOn(3, "FAR1");
+    LiveAircraft& a = stopped(5);
+    try2Park(a, true);
+    EXPECT_EQ(liveAircraft[0].st, AircraftStatus::removingfromsim);
+    EXPECT_EQ(liveAircraft[1].st, AircraftStatus::removingfromsim);
+    EXPECT_EQ(liveAircraft[2].st, AircraftStatus::active);
+    EXPECT_TRUE(program.logHas("A1      : OLD1     removed, DLH304 wants to park there"));
+    EXPECT_TRUE(program.logHas("A1      : NEXT1    removed by parking DLH304 at adjacent and possibly colliding "
+                               "stand A2"));
+}
+
+TEST_F(Parking, whoeverArrivesSecondGoes) {
+    LiveAircraft& a = stopped(0);
+    a.fs = FlightState::parking;
+    a.sid = 1;
+    a.standLat = homeLat;
+    a.standLon = homeLon;
+    stands[0].liveOnIt = true;
+    arriveAtStand(a, motionNow());
+    EXPECT_EQ(a.st, AircraftStatus::removingfromsim);
+    EXPECT_TRUE(stands[0].liveOnIt) << "it is the other one's";
+
+    LiveAircraft& past = liveOn(1, "PAST", FlightState::parking);
+    past.standLat = homeLat + 3 * metre;
+    past.standLon = homeLon;
+    stands[0].liveOnIt = false;
+    arriveAtStand(past, motionNow());
+    EXPECT_EQ(past.fs, FlightState::taxi);
+}
+
+TEST_F(Parking, aStandIsOfferedByNameAndByWhatTheFeedShows) {
+    struct Case {
+        const char* existing;
+        const char* newcomer;
+        bool atStand; ///< the feed shows the existing one there
+        bool born;
+        const char* message; ///< behind the stand and the existing callsign
+    };
+    const Case cases[] = {
+        {"DLH1", "DLH1", true, true, "ac with same callsign DLH1 wants it, remove existing ... "},
+        {"DLH1", "DLH1_", false, false, ""},
+        {"DLH1_", "DLH1", true, true, "ghost, replace by DLH1"},
+        {"DLH1_", "DLH2", true, true, "ghost, replace by DLH2"},
+        {"DLH1", "DLH2_", false, false, ""},
+        {"DLH1", "DLH2", true, false, ""},
+        {"DLH1", "DLH2", false, true, "removed because another live DLH2 wants the stand ..."},
+        {"DLH1_", "DLH2_", false, true, "removed because another live DLH2_ wants the stand ..."},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(fmt::format("{} {} {}", c.existing, c.newcomer, c.atStand));
+        resetLiveTraffic();
+        LiveAircraft newcomer = stopped(0);
+        newcomer.callsign = c.newcomer;
+        liveOn(1, c.existing, FlightState::pushed_back).feedAtStand = c.atStand;
+        EXPECT_EQ(offerStand(newcomer, 1), c.born);
+        EXPECT_EQ(liveAircraft[1].st == AircraftStatus::removingfromsim, c.born);
+        if (c.born) {
+            EXPECT_TRUE(program.logHas(fmt::format("A1      : {:8} {}", c.existing, c.message)));
+        }
+    }
+}
+
+TEST_F(Parking, isNotBornBesideANeighbourThatIsTooClose) {
+    struct Case {
+        const char* name;
+        double metres; ///< between the stands
+        FlightState fs;
+        const char* callsign;
+        bool placed; ///< the neighbour's stand has a position
+        bool inTheWay;
+    };
+    const Case cases[] = {
+        {"too close", 35, FlightState::parked, "BAW1", true, true},
+        {"far enough", 38, FlightState::parked, "BAW1", true, false},
+        {"pushing back", 35, FlightState::pushing_back, "BAW1", true, true},
+        {"on its way", 35, FlightState::taxi, "BAW1", true, false},
+        {"itself", 35, FlightState::parked, "DLH304", true, false},
+        {"nobody knows where", 38, FlightState::parked, "BAW1", false, true},
+    };
+    for (const Case& c : cases) {
+        resetLiveTraffic();
+        standsAt({0, c.metres});
+        stands[0].adjacent = {2};
+        if (!c.placed)
+            stands[1].lat = stands[1].lon = 0;
+        LiveAircraft newcomer = stopped(0);
+        liveOn(2, c.callsign, c.fs).wingspan = 17 * metreNm;
+        newcomer.wingspan = 17 * metreNm;
+        EXPECT_EQ(neighbourInTheWay(newcomer, stands[0]), c.inTheWay) << c.name;
+    }
+}
+
+TEST_F(Parking, staticAircraftMakeWay) {
+    standsAt({0, 30, 31});
+    LiveAircraft& a = stopped(0);
+    staticOn(2);
+    staticOn(3).wingspan = 1 * metreNm;
+    staticOn(1).coupledCs1 = a.callsign;
+    makeWay(a, stands[0]);
+    EXPECT_TRUE(program.logHas("A1      : DLH99*   D-ASTA makes way for the same live version DLH304 D-AIZA"));
+    EXPECT_TRUE(program.logHas("A2      : DLH99*   removed by DLH304 parking at adjacent stand A1"));
+    EXPECT_EQ(parkedAircraft[0].st, AircraftStatus::removingfromsim);
+    EXPECT_EQ(parkedAircraft[1].st, AircraftStatus::active) << "room for both";
+    EXPECT_EQ(parkedAircraft[2].st, AircraftStatus::removingfromsim);
+
+    parkedAircraft.clear();
+    CreateRequest request;
+    request.hexid = 1;
+    orderCreate(request);
+    staticOn(1, AircraftStatus::adding2sim);
+    makeWay(a, stands[0]);
+    EXPECT_TRUE(parkedAircraft.empty());
+    EXPECT_TRUE(program.logHas("queued A1      : DLH99*   D-ASTA makes way for DLH304 D-AIZA"));
+    staticOn(1, AircraftStatus::adding2sim);
+    makeWay(a, stands[0]);
+    EXPECT_TRUE(parkedAircraft.at(0).removeWhenReady) << "its request was on its way";
+}
+
+TEST_F(Parking, aStaticAircraftThatIsTheSameGoes) {
+    struct Case {
+        const char* name;
+        const char* callsign;
+        const char* regcode;
+        const char* cs2; ///< the live aircraft's coupled callsign
+        const char* message;
+    };
+    const Case cases[] = {
+        {"registration", "DLH1", "D-ASTA", "", "DLH99*   D-ASTA removed, new airborne DLH1 has same regcode D-ASTA"},
+        {"arrival", "LH11", "D-AIZA", "", "\"LH11 LH12\" removed, new airborne LH11 \"LH11 \" has same callsign"},
+        {"departure", "LH12", "D-AIZA", "", "\"LH11 LH12\" removed, new airborne LH12 \"LH12 \" has coupled callsign"},
+        {"coupled", "LH13", "", "LH11", "new airborne LH13 \"LH13 LH11\" has coupled callsign"},
+        {"ghost", "LH12_", "", "", "new airborne LH12_ \"LH12_ \" has coupled callsign"},
+        {"nothing in common", "LH1", "", "", ""},
+        {"no callsign to couple", "LH1", "", "", ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        resetLiveTraffic();
+        parkedAircraft.clear();
+        AiAircraft& parked = staticOn(1);
+        parked.coupledCs1 = "LH11";
+        parked.coupledCs2 = std::string_view(c.name) == "no callsign to couple" ? "" : "LH12";
+        LiveAircraft& a = activeFlight(firstHex, {air(0, 9000), air(1, 9000)});
+        a.callsign = a.coupledCs1 = c.callsign;
+        a.regcode = c.regcode;
+        a.coupledCs2 = c.cs2;
+        a.coupledSearched = true;
+        landingList = {firstHex + 5, firstHex};
+        replaceParked(a);
+        EXPECT_EQ(parked.st == AircraftStatus::removingfromsim, *c.message != 0);
+        if (*c.message != 0) {
+            EXPECT_TRUE(program.logHas(c.message)) << program.logText();
+        }
+        EXPECT_EQ(landingList, std::deque<std::uint32_t>{firstHex + 5});
+    }
+}
+
+TEST_F(Parking, noMoreParkThanWanted) {
+    standsAt({0, 100, 200});
+    setWallClockMs(1'000'000'000);
+    liveOn(1, "LONG").parkedTime = 0;
+    liveOn(2, "SHORT").parkedTime = monotonicMs();
+    wantedParked = 2;
+    checkMaxPark(0);
+    EXPECT_EQ(liveAircraft[0].st, AircraftStatus::active);
+    staticOn(3).parkedAt = {1, 47};
+    staticOn(3).parkedAt = {2, 1};
+    checkMaxPark(1);
+    EXPECT_EQ(liveAircraft[0].st, AircraftStatus::removingfromsim);
+    EXPECT_EQ(liveAircraft[1].st, AircraftStatus::active);
+    EXPECT_TRUE(program.logHas("A1: LONG     max park exceeded, removed"));
+    EXPECT_EQ(parkedAircraft[0].st, AircraftStatus::active);
+    EXPECT_EQ(parkedAircraft[1].st, AircraftStatus::removingfromsim) << "the last one that came";
+    par::INITIAL_LOAD_ONLY.value = true;
+    wantedParked = 1;
+    checkMaxPark(1);
+    EXPECT_EQ(liveAircraft[1].st, AircraftStatus::active);
+}
+
+TEST_F(Parking, whenTheAirportGoesItsAircraftGo) {
+    liveOn(1, "PARKED").sid = 1;
+    liveOn(0, "TAXI", FlightState::taxi);
+    liveOn(0, "ARRIVES", FlightState::parking).sid = 1;
+    activeFlight(firstHex, {air(0, 9000), air(1, 9000)});
+    liveOn(1, "COMES", FlightState::parked).st = AircraftStatus::adding2sim;
+    orderBirth(liveAircraft[4].hexid);
+    hooksOfLiveParking().leaveAirport();
+    ASSERT_EQ(liveAircraft.size(), 4U) << "the one that was to be born";
+    EXPECT_EQ(liveAircraft[0].st, AircraftStatus::removingfromsim);
+    EXPECT_EQ(liveAircraft[0].sid, 0U);
+    EXPECT_EQ(liveAircraft[1].st, AircraftStatus::removingfromsim);
+    EXPECT_EQ(liveAircraft[2].st, AircraftStatus::active);
+    EXPECT_EQ(liveAircraft[3].st, AircraftStatus::active);
+}
+
+} // namespace
+} // namespace kes
