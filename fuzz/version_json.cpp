@@ -1,5 +1,5 @@
 // The first line of a version file: any bytes give a version and perhaps a hash, none, or the one error that is told.
-#include "update/update.h"
+#include "update/server_version.h"
 
 #include <cstdint>
 #include <stdexcept>

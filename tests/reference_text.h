@@ -2,6 +2,7 @@
 #pragma once
 
 #include "reference/reference.h"
+#include "reference/reference_document.h"
 #include "reference/scramble.h"
 
 #include <fmt/format.h>

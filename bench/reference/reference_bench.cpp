@@ -3,6 +3,7 @@
 #include "platform/file.h"
 #include "platform/system.h"
 #include "reference/reference.h"
+#include "reference/reference_document.h"
 #include "reference/reference_tables.h"
 #include "reference/scramble.h"
 

@@ -8,6 +8,7 @@
 #include "liveries/store.h"
 #include "platform/zip.h"
 #include "reference/reference.h"
+#include "reference/reference_document.h"
 #include "reference/scramble.h"
 
 #include <array>

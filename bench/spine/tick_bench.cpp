@@ -8,6 +8,7 @@
 #include "core/xml_file.h"
 #include "liveries/store.h"
 #include "reference/reference.h"
+#include "reference/reference_document.h"
 #include "sim/ai_commands.h"
 #include "spine/main_tick.h"
 #include "tests/small_reference.h"

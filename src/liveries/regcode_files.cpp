@@ -10,7 +10,6 @@
 #include "platform/file.h"
 #include "platform/system.h"
 #include "reference/scramble.h"
-#include "update/update.h"
 
 #include <algorithm>
 #include <fmt/format.h>

@@ -13,7 +13,7 @@
 #include "liveries/similar.h"
 #include "platform/system.h"
 #include "reference/reference.h"
-#include "update/update.h"
+#include "update/packages.h"
 
 #include <algorithm>
 #include <fmt/format.h>

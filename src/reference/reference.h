@@ -6,7 +6,6 @@
 #include "reference/text_map.h"
 
 #include <array>
-#include <filesystem>
 #include <map>
 #include <optional>
 #include <set>
@@ -47,13 +46,6 @@ struct ReferenceData {
 };
 const ReferenceData& referenceData();
 
-/// Fetches "dbase.zip" from the update server, fills all tables and deletes the document. Always true; throws
-/// std::runtime_error when the document cannot be fetched or a scrambled value is broken, nwk::UserErrorException 60
-/// when it is no XML and 61 when a section is empty. Spans that are no positive number are logged and left out. A
-/// failure leaves the tables as they were, and the document is deleted all the same. Worker.
-bool readDataBase();
-/// Fills all tables from a document file, which stays. Same errors but the fetching.
-void readReferenceDocument(const std::filesystem::path& file);
 /// Empty tables, as at process start. For tests and tools.
 void resetReference();
 

@@ -1,15 +1,15 @@
-// Reading the reference document of the update server.
+#include "reference/reference_document.h"
+
 #include "core/errors.h"
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/text.h"
 #include "platform/file.h"
 #include "platform/system.h"
-#include "reference/airframes.h"
 #include "reference/reference.h"
 #include "reference/reference_tables.h"
 #include "reference/scramble.h"
-#include "update/update.h"
+#include "update/packages.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -2,6 +2,8 @@
 // simulator. The worker fills them under `simMutex`; each frame empties all of them in one fixed order.
 #pragma once
 
+#include "sim/definitions.h"
+
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -26,14 +28,6 @@ struct AiPositionRecord {
     double tas = 0;                          ///< knots
     std::uint32_t objectid = 0;
 };
-
-/// Numbers of the client events.
-namespace event {
-inline constexpr std::uint32_t beaconLights = 206, navLights = 207, taxiLights = 208, strobes = 209,
-                               landingLights = 210, cabinLights = 211, logoLights = 212, allLightsToggle = 213,
-                               freezeLatLon = 214, freezeAltitude = 215, freezeAttitude = 216, flaps = 217,
-                               spoilers = 218, gear = 219, engineStart = 220, engineShutdown = 221, throttle = 222;
-}
 
 struct AiEvent {
     std::uint32_t objectid = 0, eventId = 0, value = 0;
@@ -96,6 +90,10 @@ bool sendAllLightsToggle(std::uint32_t objectid); ///< now; logs "SimConnect gf_
 bool setFlightPlan(std::uint32_t objectid, const std::string& path);
 /// Spoilers and both throttles of an object in percent. False after a failure.
 bool setControlData(std::uint32_t objectid, double spoilers, double throttle1, double throttle2);
+
+/// Takes an object from the simulator's own pilot: releases it, and freezes its position, altitude and attitude with
+/// the next frame. SimClient thread.
+void takeControl(std::uint32_t objectid);
 
 /// Reserves the queues for a run and clears `simRequestFailed`.
 void prepareSimQueues();

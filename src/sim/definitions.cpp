@@ -1,6 +1,4 @@
-// Everything the program declares to the simulator, as tables.
-#include "sim/sim_client.h"
-#include "sim/sim_internal.h"
+#include "sim/definitions.h"
 
 namespace kes {
 
@@ -57,7 +55,12 @@ struct Name {
 };
 
 constexpr Name systemEvents[] = {
-    {201, "Sim"}, {202, "ObjectAdded"}, {203, "ObjectRemoved"}, {205, "FlightLoaded"}, {204, "Frame"}};
+    {sysevent::sim, "Sim"},
+    {sysevent::objectAdded, "ObjectAdded"},
+    {sysevent::objectRemoved, "ObjectRemoved"},
+    {sysevent::flightLoaded, "FlightLoaded"},
+    {sysevent::frame, "Frame"},
+};
 
 constexpr Name clientEvents[] = {
     {event::gear, "GEAR_SET"},
@@ -79,7 +82,12 @@ constexpr Name clientEvents[] = {
     {event::freezeAttitude, "FREEZE_ATTITUDE_SET"},
 };
 
-constexpr DWORD groupMembers[] = {207, 206, 210, 208, 209, 212, 211, 213, 217, 218, 219, 221, 222, 214, 215, 216};
+constexpr DWORD groupMembers[] = {
+    event::navLights, event::beaconLights, event::landingLights,  event::taxiLights,
+    event::strobes,   event::logoLights,   event::cabinLights,    event::allLightsToggle,
+    event::flaps,     event::spoilers,     event::gear,           event::engineShutdown,
+    event::throttle,  event::freezeLatLon, event::freezeAltitude, event::freezeAttitude,
+};
 
 } // namespace
 

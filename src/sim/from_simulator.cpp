@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <cstring>
 
 namespace kes {
 
@@ -28,6 +29,16 @@ void showFromSimulator(std::string_view text, bool alsoLog) {
         showStatus(text, false);
     if (alsoLog && errorText().empty())
         simulatorLog.writeUnlessClosing(text);
+}
+
+std::string_view textOf(const simconnect::RecvSimObjectData& message, std::size_t offset, std::size_t limit) {
+    const std::size_t size = simconnect::dataSizeOf(message);
+    if (offset >= size)
+        return {};
+    const char* begin = reinterpret_cast<const char*>(dataOf(message)) + offset;
+    const std::size_t room = std::min(limit, size - offset);
+    const void* zero = std::memchr(begin, 0, room);
+    return {begin, zero != nullptr ? static_cast<std::size_t>(static_cast<const char*>(zero) - begin) : room};
 }
 
 bool isPlausible(const UserAircraft& user) {

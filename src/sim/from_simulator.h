@@ -4,6 +4,7 @@
 
 #include "core/foreign_log.h"
 #include "core/user_aircraft.h"
+#include "simconnect/simconnect.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -20,6 +21,9 @@ extern LogLimiter simulatorLog;
 
 /// A text of the simulator for log lines and read-outs: UTF-8, or else read as ISO 8859-1, and quoted.
 std::string readable(std::string_view text);
+/// A text field of an object data message: up to its first zero, at most `limit` bytes, at most to the end of the
+/// packet. A view into the message.
+std::string_view textOf(const simconnect::RecvSimObjectData& message, std::size_t offset, std::size_t limit);
 /// Shows a text that a message of the simulator brought about, and logs it through `simulatorLog`.
 void showFromSimulator(std::string_view text, bool alsoLog);
 

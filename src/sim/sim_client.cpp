@@ -6,8 +6,10 @@
 #include "core/version.h"
 #include "core/window.h"
 #include "platform/system.h"
+#include "sim/ai_commands.h"
+#include "sim/ai_objects.h"
 #include "sim/from_simulator.h"
-#include "sim/sim_internal.h"
+#include "sim/user_recognition.h"
 #include "simconnect/open.h"
 
 #include <cctype>
@@ -195,10 +197,10 @@ void onOpen(const RecvOpen& open) {
 }
 
 void onEvent(const RecvEvent& e) {
-    if (e.uEventID == 201) {
+    if (e.uEventID == sysevent::sim) {
         simRunning = e.dwData == 1;
         repaint();
-    } else if (e.uEventID == 205) {
+    } else if (e.uEventID == sysevent::flightLoaded) {
         simulatorLog.write("Simconnect: flight loaded event");
         noteWhereUserStood();
         requestExit(ExitReason::newFlight, newFlightDelay);
@@ -214,9 +216,9 @@ void onFileName() {
 void onAddRemove(const RecvEventObjectAddRemove& e) {
     if (e.eObjType != static_cast<DWORD>(SimObjectType::aircraft))
         return;
-    if (e.uEventID == 202)
+    if (e.uEventID == sysevent::objectAdded)
         noteObjectAdded(e.dwData);
-    else if (e.uEventID == 203)
+    else if (e.uEventID == sysevent::objectRemoved)
         noteObjectRemoved(e.dwData);
 }
 
@@ -303,26 +305,26 @@ void onObjectData(const RecvSimObjectData& message) {
 }
 
 void onException(const RecvException& e) {
-    switch (e.dwException) {
-    case 3:
+    switch (static_cast<Exception>(e.dwException)) {
+    case Exception::unrecognizedId:
         if (userPositionKnown() && !stopWanted())
             simulatorLog.writeWarning("SIMCONNECT_EXCEPTION_UNRECOGNIZED_ID");
         break;
-    case 5:
+    case Exception::versionMismatch:
         throw nwk::UserErrorException(95, fmt::format("Simconnect Version Mismatch, dwindex: {} ", DWORD{e.dwIndex}));
-    case 11:
+    case Exception::tooManyObjects:
         showFromSimulator("SimConnect: too many objects (max 1000)", false);
         break;
-    case 19:
+    case Exception::invalidDataSize:
         simulatorLog.write("SIMCON EXCEP 19");
         break;
-    case 22:
+    case Exception::createObjectFailed:
         noteCreateRefused(e.dwSendID);
         break;
-    case 23:
+    case Exception::loadFlightplanFailed:
         simulatorLog.writeWarning("Simconnect exception: load flight plan failed");
         break;
-    case 24:
+    case Exception::operationInvalidForObjectType:
         simulatorLog.write("SIMCON EXCEP 24");
         break;
     default:

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "core/user_aircraft.h"
+#include "sim/definitions.h"
 #include "simconnect/simconnect.h"
 
 #include <atomic>
@@ -10,17 +11,6 @@
 #include <stop_token>
 
 namespace kes {
-
-/// Numbers of data definitions, requests and events between this program and the simulator.
-namespace def {
-inline constexpr std::uint32_t control = 401, position = 402, user = 403, range = 404, staticData = 405, lights = 406,
-                               title = 407, model = 408, onGround = 409;
-}
-namespace req {
-inline constexpr std::uint32_t range = 101, staticData = 102, release = 103, create = 104, remove = 105, title = 106,
-                               model = 107, onGround = 108, userPosition = 109, flightPlan = 110, joinLate = 111;
-}
-inline constexpr std::uint32_t notificationGroup = 301;
 
 /// Null while not open. Set and cleared by the SimClient thread, cleared under `simMutex`.
 extern std::atomic<simconnect::HANDLE> simHandle;

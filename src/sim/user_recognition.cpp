@@ -1,11 +1,10 @@
-// What the user flies, as far as title and "ATC MODEL" tell it. Add-on aircraft fill the two in many ways, so a type
-// code has to be found in them first. All on the SimClient thread.
+#include "sim/user_recognition.h"
+
 #include "core/errors.h"
 #include "core/user_aircraft.h"
 #include "core/window.h"
 #include "reference/reference.h"
 #include "sim/from_simulator.h"
-#include "sim/sim_internal.h"
 
 #include <algorithm>
 #include <fmt/format.h>

@@ -1,4 +1,5 @@
-// The end of a run: everything stops, what is to be saved is saved, and the next run or the end of the process follows.
+#include "spine/closing.h"
+
 #include "airports/park_airports.h"
 #include "airports/static_parking.h"
 #include "airports/user_stand.h"
@@ -20,7 +21,7 @@
 #include "spine/control_rules.h"
 #include "spine/main_tick.h"
 #include "spine/process.h"
-#include "spine/run.h"
+#include "spine/waits.h"
 #include "traffic/conflicts.h"
 #include "traffic/flight_plans.h"
 #include "traffic/no_match.h"

@@ -15,7 +15,7 @@
 #include "platform/system.h"
 #include "sim/ai_commands.h"
 #include "spine/main_tick.h"
-#include "spine/run_internal.h"
+#include "spine/worker.h"
 #include "traffic/live_table.h"
 
 #include <algorithm>

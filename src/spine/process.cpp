@@ -11,7 +11,7 @@
 #include "platform/output.h"
 #include "platform/system.h"
 #include "spine/control_rules.h"
-#include "spine/run.h"
+#include "spine/worker.h"
 #include "window/terminal_window.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
-// The connections of a run, one after the other, and the main loop.
+#include "spine/run_traffic.h"
+
 #include "airports/static_parking.h"
 #include "airports/user_stand.h"
 #include "core/log.h"
@@ -16,23 +17,19 @@
 #include "sim/sim_client.h"
 #include "spine/control_rules.h"
 #include "spine/main_tick.h"
-#include "spine/run.h"
+#include "spine/waits.h"
 #include "traffic/motion.h"
 #include "traffic/parking.h"
 #include "traffic/removal.h"
 #include "traffic/replies.h"
 
-#include <chrono>
 #include <fmt/format.h>
-#include <thread>
 
 namespace kes {
 
 FeedPorts feedPorts{trafficPort, weatherPort};
 
 namespace {
-
-std::atomic<double> sleepScale{1.0};
 
 constexpr std::int32_t onlyRemovals = 10; ///< a tick in which no creation is due
 
@@ -71,31 +68,6 @@ void waitForFirstTraffic() {
 }
 
 } // namespace
-
-void setRunSleepScale(double scale) {
-    sleepScale = scale;
-}
-
-bool runSleep(std::int32_t ms, bool onlyUserClose) {
-    using namespace std::chrono;
-    const auto stop = [&] { return onlyUserClose ? userClosed.load() : stopWanted(); };
-    const auto end =
-        steady_clock::now() + duration_cast<steady_clock::duration>(duration<double, std::milli>(ms * sleepScale));
-    for (;;) {
-        applyControlChanges();
-        followUserStand();
-        if (stop())
-            return false;
-        const auto left = end - steady_clock::now();
-        if (left <= steady_clock::duration::zero())
-            return true;
-        std::this_thread::sleep_for(std::min<steady_clock::duration>(left, milliseconds(50)));
-    }
-}
-
-void runPause(std::int32_t ms) {
-    std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(ms * sleepScale));
-}
 
 bool waitForSim() {
     while (!simRunning || simRequestFailed) {

@@ -1,4 +1,5 @@
-// Start-up of a run, up to the connection of simulator and traffic source.
+#include "spine/worker.h"
+
 #include "airports/airport_table.h"
 #include "airports/park_airports.h"
 #include "core/change.h"
@@ -12,13 +13,16 @@
 #include "liveries/scan.h"
 #include "platform/system.h"
 #include "reference/reference.h"
+#include "reference/reference_document.h"
+#include "spine/closing.h"
 #include "spine/control_rules.h"
 #include "spine/main_tick.h"
-#include "spine/run.h"
-#include "spine/run_internal.h"
+#include "spine/run_traffic.h"
 #include "traffic/filters.h"
 #include "traffic/flight_plans.h"
-#include "update/update.h"
+#include "update/airport_package.h"
+#include "update/download.h"
+#include "update/program_update.h"
 
 #include <atomic>
 #include <filesystem>

@@ -1,4 +1,5 @@
-// One file from the update server.
+#include "update/download.h"
+
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/parameters.h"
@@ -7,8 +8,6 @@
 #include "core/text_encoding.h"
 #include "platform/file.h"
 #include "platform/system.h"
-#include "update/update.h"
-#include "update/update_internal.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -23,7 +22,6 @@ namespace kes {
 namespace fs = std::filesystem;
 
 DownloadLimits downloadLimits;
-PackageLimits packageLimits;
 
 namespace {
 
@@ -145,6 +143,11 @@ CurlHandle::CurlHandle() {
 
 CurlHandle::~CurlHandle() {
     curl_easy_cleanup(handle);
+}
+
+void removeQuietly(const fs::path& path) {
+    std::error_code ignored;
+    fs::remove(path, ignored);
 }
 
 bool downloadToFile(CURL* curl, const std::string& url, const fs::path& path, bool binary) {

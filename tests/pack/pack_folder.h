@@ -2,6 +2,7 @@
 #pragma once
 
 #include "reference/reference.h"
+#include "reference/reference_document.h"
 #include "support.h"
 #include "tools/pack/pack.h"
 

@@ -4,8 +4,10 @@
 #include "liveries/regcode_files.h"
 #include "liveries/store.h"
 #include "pack_folder.h"
+#include "update/airport_package.h"
+#include "update/packages.h"
+#include "update/server_version.h"
 #include "update/sha256.h"
-#include "update/update.h"
 
 #include <fmt/ranges.h>
 #include <map>

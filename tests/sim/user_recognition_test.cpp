@@ -7,7 +7,7 @@
 #include "reference_text.h"
 #include "sim/ai_commands.h"
 #include "sim/sim_client.h"
-#include "sim/sim_internal.h"
+#include "sim/user_recognition.h"
 #include "support.h"
 #include "window_backend.h"
 #include "world/simulator/inproc.h"

@@ -5,7 +5,8 @@
 #include "core/run_state.h"
 #include "flight_folder.h"
 #include "spine/control_rules.h"
-#include "spine/run.h"
+#include "spine/waits.h"
+#include "spine/worker.h"
 #include "window_backend.h"
 #include "world/replay/virtual_flight.h"
 

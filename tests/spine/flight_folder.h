@@ -7,6 +7,7 @@
 #include "core/xml_file.h"
 #include "liveries/store.h"
 #include "reference/reference.h"
+#include "reference/reference_document.h"
 #include "small_reference.h"
 #include "support.h"
 #include "world/simulator/model.h"

@@ -8,6 +8,7 @@
 #include "liveries/scan.h"
 #include "liveries/store.h"
 #include "reference/reference.h"
+#include "reference/reference_document.h"
 #include "support.h"
 #include "traffic/live_table.h"
 #include "traffic/tick_check.h"

@@ -3,7 +3,9 @@
 #include "core/run_state.h"
 #include "flight_folder.h"
 #include "platform/system.h"
-#include "spine/run.h"
+#include "spine/closing.h"
+#include "spine/waits.h"
+#include "spine/worker.h"
 #include "window_backend.h"
 
 #include <atomic>

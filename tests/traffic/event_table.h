@@ -6,8 +6,8 @@
 //   controls 100 -100 spoilers and both throttles of the object itself, in percent
 #pragma once
 
+#include "sim/definitions.h"
 #include "sim/sim_client.h"
-#include "sim/sim_internal.h"
 #include "traffic/harness.h"
 #include "world/simulator/inproc.h"
 

@@ -15,6 +15,7 @@
 #include "liveries/matching.h"
 #include "liveries/store.h"
 #include "reference/reference.h"
+#include "reference/reference_document.h"
 #include "sim/ai_commands.h"
 #include "small_reference.h"
 #include "spine/main_tick.h"

@@ -6,7 +6,11 @@
 #include "http_server.h"
 #include "platform/zip.h"
 #include "support.h"
-#include "update/update.h"
+#include "update/airport_package.h"
+#include "update/download.h"
+#include "update/packages.h"
+#include "update/program_update.h"
+#include "update/server_version.h"
 
 #include <fmt/format.h>
 #include <utility>

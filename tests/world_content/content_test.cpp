@@ -3,6 +3,7 @@
 #include "core/geo.h"
 #include "liveries/livery.h"
 #include "liveries/scan.h"
+#include "reference/reference_document.h"
 #include "tools/csv/csv.h"
 
 #include <algorithm>

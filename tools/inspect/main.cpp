@@ -7,6 +7,7 @@
 #include "liveries/store.h"
 #include "platform/system.h"
 #include "reference/reference.h"
+#include "reference/reference_document.h"
 #include "tools/command_line/command_line.h"
 #include "tools/inspect/inspect.h"
 

@@ -5,9 +5,10 @@
 #include "tools/pack/airport_check.h"
 #include "tools/pack/document.h"
 #include "tools/pack/doubts.h"
+#include "tools/pack/imports.h"
 #include "tools/pack/sources.h"
+#include "update/server_version.h"
 #include "update/sha256.h"
-#include "update/update.h"
 
 #include <algorithm>
 #include <cctype>

@@ -12,6 +12,7 @@
 #include "liveries/scan.h"
 #include "liveries/store.h"
 #include "reference/reference.h"
+#include "reference/reference_document.h"
 #include "tools/replay/replay_feed.h"
 #include "tools/replay/stage.h"
 #include "traffic/flight_plans.h"

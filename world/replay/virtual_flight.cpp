@@ -5,10 +5,10 @@
 #include "core/user_aircraft.h"
 #include "feed/traffic_reader.h"
 #include "sim/ai_commands.h"
+#include "sim/definitions.h"
 #include "sim/sim_client.h"
-#include "sim/sim_internal.h"
+#include "spine/closing.h"
 #include "spine/main_tick.h"
-#include "spine/run.h"
 #include "world/simulator/inproc.h"
 
 #include <stdexcept>

@@ -1,28 +1,23 @@
-// What the files of this folder share.
+// The zips of the update server: checked before they are unpacked, unpacked by way of a file beside the target. Worker;
+// see download.h.
 #pragma once
 
 #include "platform/zip.h"
 
-#include <curl/curl.h>
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace kes {
 
-/// A handle that lives as long as one operation, also when an exception passes.
-struct CurlHandle {
-    CurlHandle();
-    ~CurlHandle();
-    CurlHandle(const CurlHandle&) = delete;
-    CurlHandle& operator=(const CurlHandle&) = delete;
-    CURL* handle = nullptr;
+/// What a zip of the server may hold, all its entries together. Tests make them smaller.
+struct PackageLimits {
+    std::uint64_t entries = 10'000;
+    std::uint64_t bytes = 1 << 30; ///< unpacked
 };
-
-/// Schemes are written in any case; `scheme` ends in ':'.
-bool hasScheme(std::string_view url, std::string_view scheme);
+extern PackageLimits packageLimits;
 
 /// Opens a zip that came from the server. False, and logged, for one that cannot be opened or holds more than
 /// `packageLimits`, and once the run is to end; `fault` is the line about the first of these.
@@ -32,7 +27,8 @@ bool openPackage(platform::ZipArchive& zip, const std::string& zipName, const st
 bool hashIsGood(const std::string& zipName, const std::optional<std::string>& sha256);
 /// Writes an entry to a file by way of one beside it. 0 = done, else as `ZipEntry::readContent`; nothing is left then.
 int unpackTo(const platform::ZipEntry& entry, const std::filesystem::path& path);
-
-void removeQuietly(const std::filesystem::path& path);
+/// Fetches a zip of the server and writes its last good document to `outPath`. False (logged, unless the run is to end)
+/// when nothing was written.
+bool fetchZipAsText(const std::string& zipName, const std::filesystem::path& outPath);
 
 } // namespace kes

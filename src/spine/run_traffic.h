@@ -1,0 +1,21 @@
+// The middle of a run: it connects the simulator, the traffic source and the feed, one after the other, and then stays
+// in the main loop. Worker only.
+#pragma once
+
+#include <cstdint>
+
+namespace kes {
+
+/// Returns when the run is to end, wherever it stood. Throws what the main loop throws, and runtime_error when the port
+/// of the control link cannot be had.
+void runTraffic();
+/// Waits for a running flight and the user's aircraft in it. False when the run is to end.
+bool waitForSim();
+
+/// UDP ports of the two readers. RealTraffic sends to fixed ones; tests take free ones before a run.
+struct FeedPorts {
+    std::uint16_t traffic, weather;
+};
+extern FeedPorts feedPorts;
+
+} // namespace kes
