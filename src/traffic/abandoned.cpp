@@ -1,4 +1,3 @@
-
 #include "traffic/abandoned.h"
 
 #include "core/run_state.h"

@@ -1,5 +1,3 @@
-
-
 #include "traffic/advance.h"
 
 #include "traffic/departure.h"

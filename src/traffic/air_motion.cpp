@@ -1,5 +1,3 @@
-
-
 #include "traffic/air_motion.h"
 
 #include "traffic/air_setup.h"

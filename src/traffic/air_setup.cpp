@@ -1,5 +1,3 @@
-
-
 #include "traffic/air_setup.h"
 
 #include "traffic/controls.h"

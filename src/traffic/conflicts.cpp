@@ -1,4 +1,3 @@
-
 #include "traffic/conflicts.h"
 
 #include "airports/static_parking.h"

@@ -1,4 +1,3 @@
-
 #include "traffic/controls.h"
 
 #include <array>

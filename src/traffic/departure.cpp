@@ -1,4 +1,3 @@
-// From the take-off run to the climb.
 #include "traffic/departure.h"
 
 #include "core/log.h"

@@ -1,4 +1,3 @@
-// What an aircraft does when its reports end: it holds, runs on for a while on invented samples, or goes.
 #include "traffic/end_of_stream.h"
 
 #include "core/parameters.h"

@@ -1,4 +1,3 @@
-
 #include "traffic/filters.h"
 
 #include "airports/airport_ref.h"

@@ -1,5 +1,3 @@
-
-
 #include "traffic/flare.h"
 
 #include "traffic/controls.h"

@@ -1,4 +1,3 @@
-
 #include "traffic/flight_phases.h"
 
 #include "core/log.h"

@@ -1,4 +1,3 @@
-
 #include "traffic/flight_plans.h"
 
 #include "core/folders.h"

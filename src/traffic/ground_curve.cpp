@@ -1,4 +1,3 @@
-// Corners on the ground, flown as quadratic Bezier curves.
 #include "traffic/ground_curve.h"
 
 #include "core/log.h"

@@ -1,4 +1,3 @@
-
 #include "traffic/ground_data.h"
 
 #include "core/log.h"

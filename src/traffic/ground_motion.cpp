@@ -1,4 +1,3 @@
-
 #include "traffic/ground_motion.h"
 
 #include "core/log.h"

@@ -1,4 +1,3 @@
-// A report of a known aircraft may tell another route, registration or flight than the record holds.
 #include "traffic/identity.h"
 
 #include "airports/airport_ref.h"

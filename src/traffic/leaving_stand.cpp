@@ -1,4 +1,3 @@
-// Whether the feed shows a parked aircraft leaving its stand.
 #include "traffic/leaving_stand.h"
 
 #include "core/clock.h"

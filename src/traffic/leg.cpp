@@ -1,5 +1,3 @@
-
-
 #include "traffic/leg.h"
 
 #include "traffic/air_motion.h"

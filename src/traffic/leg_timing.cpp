@@ -1,5 +1,3 @@
-
-
 #include "traffic/leg_timing.h"
 
 #include "traffic/ground_curve.h"

@@ -1,4 +1,3 @@
-
 #include "traffic/light_sequence.h"
 
 #include "airports/static_parking.h"

@@ -1,4 +1,3 @@
-
 #include "traffic/live_aircraft.h"
 
 #include "core/parameters.h"

@@ -1,4 +1,3 @@
-
 #include "traffic/live_table.h"
 
 #include <algorithm>

@@ -1,4 +1,3 @@
-
 #include "traffic/motion.h"
 
 #include "airports/airport_ref.h"

@@ -1,4 +1,3 @@
-
 #include "traffic/no_match.h"
 
 #include "core/log.h"

@@ -1,4 +1,3 @@
-// Out of a stand: ahead under own power, or pushed back.
 #include "traffic/push_back.h"
 
 #include "airports/stands.h"

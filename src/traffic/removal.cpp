@@ -1,4 +1,3 @@
-// How an aircraft leaves the simulator, for good or for another livery.
 #include "traffic/removal.h"
 
 #include "core/log.h"

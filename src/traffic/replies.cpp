@@ -1,4 +1,3 @@
-// What the simulator answers: objects that came, went or could not be made, and what is known of them.
 #include "traffic/replies.h"
 
 #include "airports/static_parking.h"

@@ -1,4 +1,3 @@
-
 #include "traffic/reset.h"
 
 #include "sim/orders.h"

@@ -1,4 +1,3 @@
-// How a report of the feed enters the table of live aircraft.
 #include "traffic/stream.h"
 
 #include "core/run_state.h"

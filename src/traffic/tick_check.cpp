@@ -1,4 +1,3 @@
-
 #include "traffic/tick_check.h"
 
 #include "core/log.h"

@@ -1,4 +1,3 @@
-
 #include "traffic/title_table.h"
 
 #include <unordered_map>

@@ -1,4 +1,3 @@
-
 #include "traffic/trouble.h"
 
 #include "core/log.h"

@@ -1,4 +1,3 @@
-// One tick of the live aircraft.
 #include "traffic/update.h"
 
 #include "core/log.h"

@@ -1,4 +1,3 @@
-// Live aircraft too near the user's aircraft, and live aircraft that taxi into static ones.
 #include "traffic/user_conflicts.h"
 
 #include "airports/static_parking.h"
