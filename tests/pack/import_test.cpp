@@ -2,6 +2,7 @@
 #include "pack_folder.h"
 #include "tools/pack/airport_check.h"
 #include "tools/pack/command.h"
+#include "tools/pack/imports.h"
 #include "tools/pack/sources.h"
 
 #include <fmt/format.h>

@@ -1,6 +1,7 @@
 // Whole replays of scenarios: the same bytes for the same seed, and motion that stays as good as it is.
 #include "reference/reference.h"
 #include "support.h"
+#include "tools/replay/metrics_text.h"
 #include "tools/replay/replay.h"
 #include "tools/replay/scenarios.h"
 #include "world/source/report_line.h"

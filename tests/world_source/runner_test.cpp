@@ -1,4 +1,6 @@
 #include "support.h"
+#include "world/runner/options.h"
+#include "world/runner/overspeed.h"
 #include "world/runner/plan.h"
 #include "world/runner/process.h"
 #include "world/source/scenario.h"

@@ -1,6 +1,10 @@
 #include "tools/pack/airport_check.h"
 
 #include "platform/system.h"
+#include "tools/pack/document.h"
+#include "tools/pack/doubts.h"
+#include "tools/pack/pack.h"
+#include "tools/pack/sources.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
-// Data bases in the public forms that people have.
+#include "tools/pack/imports.h"
+
 #include "core/text.h"
 #include "core/text_encoding.h"
 #include "platform/system.h"
-#include "tools/pack/sources.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-// The plain sources and the imports, read and checked against each other. For this folder, and for what makes
+// The plain sources, read and checked against each other. For this folder, and for what makes
 // packages from the same sources.
 #pragma once
 
@@ -72,19 +72,6 @@ std::optional<std::vector<AirportRow>> readAirports(const std::filesystem::path&
 /// Reads one list; bad rows go to the count. False when the file is absent. Throws when it lacks a column.
 bool readList(const std::filesystem::path& file, const std::vector<std::string>& columns, PackCount& count,
               const CsvTake& take);
-
-void importTypeList(const TypeListImport& import, Sources& sources, PackCount& count);
-void importAircraft(const AircraftImport& import, Sources& sources, PackCount& count);
-/// Sorted by code. One without an elevation has an empty text for it.
-std::vector<AirportRow> importOurAirports(const std::filesystem::path& file, PackCount& count);
-/// Puts those without an elevation at sea level.
-void putAtSeaLevel(std::vector<AirportRow>& airports, PackCount& count);
-
-/// The category of a type that is known by its wake class (J, H, M, L, or several of them), its description ("L2J", or
-/// the word for its kind) and, when the description has no letters for them, engine type and number. Nothing without a
-/// wake class.
-std::optional<AircraftCategory> categoryFrom(std::string_view wake, std::string_view description,
-                                             std::string_view engine, std::string_view engines);
 
 /// Characters that survive the scrambling: '-' to 'Z'.
 bool isLegalCode(std::string_view code, std::size_t least, std::size_t most);

@@ -42,9 +42,6 @@ constexpr std::array<MetricName, metricCount> names{{{"across", "m", false},
                                                      {"from threshold", "m", false},
                                                      {"float time", "s", false},
                                                      {"below ground", "ft", false}}};
-constexpr std::array<std::string_view, phaseCount> phaseNames{"air",  "approach",  "flare",    "roll-out",
-                                                              "taxi", "push-back", "take-off", "parked"};
-
 bool inAir(Phase phase) {
     return phase == Phase::air || phase == Phase::approach || phase == Phase::flare;
 }
@@ -117,10 +114,6 @@ void judgeRest(Board& board, Watched& w, double turn, Phase phase, const Referen
 }
 
 } // namespace
-
-std::string_view text(Phase phase) {
-    return phaseNames[static_cast<std::size_t>(phase)];
-}
 
 const MetricName& nameOf(Metric metric) {
     return names[static_cast<std::size_t>(metric)];

@@ -1,4 +1,5 @@
 // kestrelune-replay: replays traffic through the whole program and judges the motion.
+#include "tools/replay/metrics_text.h"
 #include "tools/replay/replay.h"
 #include "tools/replay/scenarios.h"
 

@@ -1,5 +1,4 @@
-// What the judge found, as JSON and as a table.
-#include "tools/replay/replay.h"
+#include "tools/replay/metrics_text.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>

@@ -1,5 +1,6 @@
-#include "feed/report_queue.h"
 #include "tools/replay/overspeed.h"
+
+#include "feed/report_queue.h"
 #include "traffic/live_table.h"
 
 #include <algorithm>

@@ -43,8 +43,4 @@ Result runReplay(const Options& options, const std::function<void(double)>& prog
 /// The same replay, for those who time it: the current folder is a program folder that has been filled.
 Result replayInPlace(const Options& options, const std::function<void(double)>& progress);
 
-std::string metricsJson(const Result& result);
-/// A table for the terminal: one row per measure and phase.
-std::string metricsTable(const Result& result);
-
 } // namespace kes::replay

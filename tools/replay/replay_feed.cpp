@@ -1,5 +1,7 @@
 #include "tools/replay/replay_feed.h"
 
+#include "tools/replay/scenario_reports.h"
+
 #include <cmath>
 #include <filesystem>
 #include <fmt/format.h>

@@ -1,5 +1,5 @@
-// What a receiver would report of a scenario's flights.
-#include "tools/replay/scenarios.h"
+#include "tools/replay/scenario_reports.h"
+
 #include "world/source/report_line.h"
 
 #include <algorithm>

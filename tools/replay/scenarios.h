@@ -1,5 +1,4 @@
-// Named scenarios whose truth is known at any time in closed form, and the reports that a receiver would make of them.
-// The same name and seed give the same reports. Pure functions.
+// Named scenarios whose truth is known at any time in closed form. Pure functions.
 #pragma once
 
 #include "core/geo.h"
@@ -66,18 +65,9 @@ struct TruthScenario {
     ReportPlan plan;
 };
 
-/// One datagram and the second of the scenario at which it comes in.
-struct ScenarioLine {
-    double seconds = 0;
-    std::string text;
-};
-
 /// Names without variants, sorted.
 std::vector<std::string> scenarioNames();
 /// NAME or NAME followed by variants, each after a '+': "noise", "2s", "5s", "10s", "gaps", "hover", "real". Nothing
 /// for a name that is not known.
 std::optional<TruthScenario> makeScenario(std::string_view name);
-/// All reports in order of time. `epoch` is the feed's time at second 0.
-std::vector<ScenarioLine> reportsOf(const TruthScenario& scenario, std::uint32_t seed, double epoch);
-
 } // namespace kes::replay

@@ -1,6 +1,7 @@
+#include "tools/replay/stage.h"
+
 #include "core/run_state.h"
 #include "feed/report_queue.h"
-#include "tools/replay/stage.h"
 #include "traffic/flare.h"
 #include "traffic/live_table.h"
 #include "traffic/push_back.h"

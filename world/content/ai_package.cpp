@@ -1,7 +1,8 @@
+#include "world/content/ai_package.h"
+
 #include "core/version.h"
 #include "platform/system.h"
 #include "tools/csv/csv.h"
-#include "world/content/content.h"
 #include "world/content/files.h"
 
 #include <algorithm>
@@ -172,45 +173,6 @@ void writePackage(const Tables& tables, const std::vector<AiLivery>& liveries, c
         writeFile(community / aiPackage / fs::path(path), content);
     }
     removeLeftovers(community, files);
-}
-
-ContentCount makeContent(const ContentPlan& wanted) {
-    ContentPlan plan = wanted;
-    if (plan.programFolder.empty()) {
-        throw std::runtime_error("no program folder is given");
-    }
-    if (!plan.community.empty()) {
-        plan.community = fs::absolute(plan.community).lexically_normal();
-        if (!plan.community.has_filename()) { // there was a separator at the end
-            plan.community = plan.community.parent_path();
-        }
-    }
-    if (!plan.community.empty() && plan.community.filename() != "Community") {
-        throw std::runtime_error(fmt::format("{}: the simulator looks for a folder of the name \"Community\"",
-                                             platform::pathText(plan.community)));
-    }
-    const Tables tables = readTables(plan.data);
-    ContentCount count;
-    count.types = tables.types.size();
-    count.airlines = tables.airlines.size();
-    count.registrations = tables.registrations.size();
-    count.airports = tables.airports.size();
-    writeUpdates(plan);
-    writeProgramFolder(tables, plan);
-    if (!plan.community.empty()) {
-        const std::vector<AiLivery> liveries = planLiveries(tables);
-        writePackage(tables, liveries, plan.community);
-        std::set<std::string_view> models;
-        for (const AiLivery& livery : liveries) {
-            models.insert(livery.type);
-        }
-        count.models = models.size();
-        count.liveries = liveries.size();
-    }
-    if (!plan.appData.empty()) {
-        writeAppData(plan);
-    }
-    return count;
 }
 
 } // namespace kes::world

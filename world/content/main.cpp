@@ -1,6 +1,7 @@
 // kestrelune-content: makes a program folder, AI packages and the user's files out of the plain sources.
 #include "platform/system.h"
 #include "tools/command_line/command_line.h"
+#include "world/content/ai_package.h"
 #include "world/content/content.h"
 
 #include <CLI/CLI.hpp>

@@ -1,3 +1,5 @@
+#include "world/content/program_folder.h"
+
 #include "core/folders.h"
 #include "core/version.h"
 #include "core/xml_file.h"
@@ -5,7 +7,6 @@
 #include "tools/csv/csv.h"
 #include "tools/pack/document.h"
 #include "tools/pack/pack.h"
-#include "world/content/content.h"
 #include "world/content/files.h"
 
 #include <fmt/format.h>

@@ -1,5 +1,6 @@
 // kestrelune-run: the program with its stand-in world around it, from nothing to a report.
 #include "platform/system.h"
+#include "world/runner/options.h"
 #include "world/runner/plan.h"
 #include "world/runner/process.h"
 

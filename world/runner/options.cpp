@@ -1,5 +1,6 @@
+#include "world/runner/options.h"
+
 #include "core/text.h"
-#include "world/runner/plan.h"
 
 #include <CLI/CLI.hpp>
 #include <limits>

@@ -1,4 +1,5 @@
-#include "world/runner/plan.h"
+#include "world/runner/overspeed.h"
+
 #include "world/speed_slices.h"
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 #include "world/runner/plan.h"
 
 #include "tools/csv/csv.h"
+#include "world/runner/overspeed.h"
 #include "world/source/recording.h"
 #include "world/source/scenario.h"
 

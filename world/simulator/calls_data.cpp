@@ -1,5 +1,6 @@
-// Data definitions, requests and setting of data.
-#include "world/simulator/packet.h"
+#include "world/simulator/calls_data.h"
+
+#include "world/simulator/messages.h"
 
 #include <algorithm>
 

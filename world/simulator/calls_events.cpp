@@ -1,6 +1,7 @@
-// Opening, client events with their groups, and system events.
+#include "world/simulator/calls_events.h"
+
 #include "core/text.h"
-#include "world/simulator/packet.h"
+#include "world/simulator/messages.h"
 
 #include <algorithm>
 

@@ -1,7 +1,8 @@
-// Creating, steering and removing AI objects.
+#include "world/simulator/calls_objects.h"
+
 #include "core/geo.h"
 #include "platform/system.h"
-#include "world/simulator/packet.h"
+#include "world/simulator/messages.h"
 
 #include <cmath>
 

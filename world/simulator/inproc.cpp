@@ -1,7 +1,8 @@
+#include "world/simulator/inproc.h"
+
 #include "platform/system.h"
 #include "simconnect/transport.h"
 #include "world/simulator/control.h"
-#include "world/simulator/inproc.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,4 +1,4 @@
-#include "world/simulator/model.h"
+#include "world/simulator/messages.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,6 +2,8 @@
 
 #include "core/clock.h"
 #include "core/geo.h"
+#include "world/simulator/messages.h"
+#include "world/simulator/stance.h"
 
 #include <algorithm>
 #include <chrono>

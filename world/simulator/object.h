@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 namespace kes::world {
 
@@ -48,15 +47,5 @@ struct SimObject {
     std::int64_t recordNs = 0;
     std::uint64_t positionRecords = 0;
 };
-
-/// How an aircraft of a title stands on the ground.
-struct Stance {
-    double cgFeet;          ///< 3 to 17
-    double pitchDegrees;    ///< sign as in SimObject::pitch
-    std::string_view model; ///< type code, empty when the title does not tell
-};
-
-/// From the type named in the title, else from a hash of the title: the same title always stands the same.
-Stance stanceOf(std::string_view title);
 
 } // namespace kes::world

@@ -1,4 +1,4 @@
-// A complete packet of a client, and the table of calls. Only for the files that carry calls out.
+// A complete packet of a client, and what carries one out.
 #pragma once
 
 #include "core/byte_reader.h"
@@ -22,36 +22,7 @@ inline constexpr Exception tooManyGroups{6}, tooManyEventNames{8}, tooManyReques
     datumId{30};
 } // namespace fault
 
+/// Carries out one call of a client that has sent OPEN, or OPEN itself.
 using Call = void (*)(Simulator&, Session&, const Packet&);
-
-// Declarations and events.
-void callOpen(Simulator&, Session&, const Packet&);
-void callMapEvent(Simulator&, Session&, const Packet&);
-void callTransmitEvent(Simulator&, Session&, const Packet&);
-void callTransmitEventEx1(Simulator&, Session&, const Packet&);
-void callSetSystemEventState(Simulator&, Session&, const Packet&);
-void callAddEventToGroup(Simulator&, Session&, const Packet&);
-void callRemoveEventFromGroup(Simulator&, Session&, const Packet&);
-void callSetGroupPriority(Simulator&, Session&, const Packet&);
-void callClearGroup(Simulator&, Session&, const Packet&);
-void callSubscribe(Simulator&, Session&, const Packet&);
-void callUnsubscribe(Simulator&, Session&, const Packet&);
-void callRequestSystemState(Simulator&, Session&, const Packet&);
-
-// Data.
-void callAddDatum(Simulator&, Session&, const Packet&);
-void callClearDefinition(Simulator&, Session&, const Packet&);
-void callRequestData(Simulator&, Session&, const Packet&);
-void callRequestDataByType(Simulator&, Session&, const Packet&);
-void callSetData(Simulator&, Session&, const Packet&);
-
-// AI objects.
-void callCreateNonAtc(Simulator&, Session&, const Packet&);
-void callCreateNonAtcEx1(Simulator&, Session&, const Packet&);
-void callCreateSimulated(Simulator&, Session&, const Packet&);
-void callCreateAtc(Simulator&, Session&, const Packet&);
-void callReleaseControl(Simulator&, Session&, const Packet&);
-void callRemoveObject(Simulator&, Session&, const Packet&);
-void callSetFlightPlan(Simulator&, Session&, const Packet&);
 
 } // namespace kes::world

@@ -1,4 +1,10 @@
+#include "world/simulator/session.h"
+
 #include "simconnect/wire.h"
+#include "world/simulator/calls_data.h"
+#include "world/simulator/calls_events.h"
+#include "world/simulator/calls_objects.h"
+#include "world/simulator/messages.h"
 #include "world/simulator/packet.h"
 #include "world/simulator/wire_log.h"
 

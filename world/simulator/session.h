@@ -108,31 +108,7 @@ struct Session {
 /// cannot go on (a size word below 16 or above 64 KiB); the session is then `dropped`.
 bool receive(Simulator& simulator, Session& session, std::span<const std::byte> bytes);
 
-// Messages to one client.
-void sendException(Simulator& simulator, Session& session, simconnect::Exception exception, std::uint32_t sendId,
-                   std::optional<std::uint32_t> index);
-void sendOpen(Simulator& simulator, Session& session);
-void sendQuit(Simulator& simulator, Session& session);
-void sendEvent(Simulator& simulator, Session& session, std::uint32_t group, std::uint32_t eventId, std::uint32_t data);
-void sendAssigned(Simulator& simulator, Session& session, std::uint32_t requestId, std::uint32_t objectId);
-void sendSystemState(Simulator& simulator, Session& session, std::uint32_t requestId, std::uint32_t number,
-                     std::string_view text);
-/// One object's values; `byType` tells which of the two kinds. Entry `number` of `count`.
-void sendObjectData(Simulator& simulator, Session& session, const Definition& definition, const SimObject& object,
-                    std::uint32_t requestId, std::uint32_t flags, bool byType, std::uint32_t number,
-                    std::uint32_t count);
-/// The answer to a range query that found nothing: a head without data, entry 0 of 0.
-void sendNothingFound(Simulator& simulator, Session& session, std::uint32_t requestId, std::uint32_t defineId);
-/// Sends a request's values unless they are unchanged and only changes are wanted.
-void sendRequested(Simulator& simulator, Session& session, DataRequest& request, const Definition& definition,
-                   const SimObject& object);
-
-// Messages to every client that subscribed.
-void postEvent(Simulator& simulator, SystemEvent event, std::uint32_t data);
-void postObjectEvent(Simulator& simulator, SystemEvent event, const SimObject& object);
-void postFilename(Simulator& simulator, SystemEvent event, std::string_view path);
-void postFrame(Simulator& simulator, float frameRate);
-
+/// Null when the client has not defined it.
 Definition* findDefinition(Session& session, std::uint32_t id);
 
 } // namespace kes::world

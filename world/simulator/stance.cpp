@@ -1,5 +1,6 @@
+#include "world/simulator/stance.h"
+
 #include "core/text.h"
-#include "world/simulator/object.h"
 
 #include <cctype>
 

@@ -1,5 +1,6 @@
+#include "world/source/source_options.h"
+
 #include "core/text.h"
-#include "world/source/source_run.h"
 
 #include <CLI/CLI.hpp>
 #include <limits>

@@ -1,0 +1,15 @@
+// What the judge found, as text. Pure.
+#pragma once
+
+#include "tools/replay/replay.h"
+
+#include <string>
+
+namespace kes::replay {
+
+/// One JSON object.
+std::string metricsJson(const Result& result);
+/// A table for the terminal: one row per measure and phase.
+std::string metricsTable(const Result& result);
+
+} // namespace kes::replay
