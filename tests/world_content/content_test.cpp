@@ -5,6 +5,7 @@
 #include "liveries/scan.h"
 #include "reference/reference_document.h"
 #include "tools/csv/csv.h"
+#include "world/content/ai_package.h"
 
 #include <algorithm>
 #include <map>

@@ -2,6 +2,7 @@
 #include "core/geo.h"
 #include "raw_client.h"
 #include "world/simulator/control.h"
+#include "world/simulator/stance.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
