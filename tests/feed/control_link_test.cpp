@@ -98,7 +98,7 @@ protected:
     UserAircraft user;
 };
 
-TEST_F(ControlLinkTest, serverErrorsNameTheCall) {
+TEST_F(ControlLinkTest, ServerErrorsNameTheCall) {
     platform::Socket other;
     const char* step = "";
     ASSERT_EQ(other.listenTcp("0", step), 0);
@@ -122,7 +122,7 @@ TEST_F(ControlLinkTest, serverErrorsNameTheCall) {
     EXPECT_NE(controlLinkPort(), 0);
 }
 
-TEST_F(ControlLinkTest, wholeConversation) {
+TEST_F(ControlLinkTest, WholeConversation) {
     Client client;
     connect(client, prof);
     EXPECT_TRUE(rtConnected && rtProfEdition && readouts.rtLight);
@@ -154,7 +154,7 @@ TEST_F(ControlLinkTest, wholeConversation) {
     closeControlLink();
 }
 
-TEST_F(ControlLinkTest, nothingHappensWithoutRealTrafficOnThisPc) {
+TEST_F(ControlLinkTest, NothingHappensWithoutRealTrafficOnThisPc) {
     rtOnThisPc = false;
     waitForRealTraffic();
     sendQs121(user);
@@ -168,7 +168,7 @@ TEST_F(ControlLinkTest, nothingHappensWithoutRealTrafficOnThisPc) {
     EXPECT_EQ(goneCalls, 0);
 }
 
-TEST_F(ControlLinkTest, waitsEndWithTheRun) {
+TEST_F(ControlLinkTest, WaitsEndWithTheRun) {
     const std::pair<const char*, std::function<void()>> waits[] = {{"for the first client", waitForRealTraffic},
                                                                    {"for its return", [this] { sendQs121(user); }}};
     for (std::atomic<bool>* flag : {&exitRequested, &userClosed}) {
@@ -193,7 +193,7 @@ TEST_F(ControlLinkTest, waitsEndWithTheRun) {
     EXPECT_EQ(waitCalls, 0);
 }
 
-TEST_F(ControlLinkTest, aClientThatDoesNotAnswerIsNotWaitedForBeyondTheRun) {
+TEST_F(ControlLinkTest, AClientThatDoesNotAnswerIsNotWaitedForBeyondTheRun) {
     auto waiting = std::async(std::launch::async, waitForRealTraffic);
     Client client;
     client.connectAsked();
@@ -203,7 +203,7 @@ TEST_F(ControlLinkTest, aClientThatDoesNotAnswerIsNotWaitedForBeyondTheRun) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, 200ms);
 }
 
-TEST_F(ControlLinkTest, aSilentClientCountsAsTheStandardEditionUntilItAnswers) {
+TEST_F(ControlLinkTest, ASilentClientCountsAsTheStandardEditionUntilItAnswers) {
     auto waiting = std::async(std::launch::async, waitForRealTraffic);
     Client client;
     client.connectAsked();
@@ -228,12 +228,12 @@ TEST_F(ControlLinkTest, aSilentClientCountsAsTheStandardEditionUntilItAnswers) {
     EXPECT_TRUE(rtProfEdition) << "it was asked once";
 }
 
-TEST_F(ControlLinkTest, onlyThisPcReachesTheLink) {
+TEST_F(ControlLinkTest, OnlyThisPcReachesTheLink) {
     Client elsewhere;
     EXPECT_NE(elsewhere.socket.connectTcp("127.0.0.2", std::to_string(controlLinkPort()), 5000), 0);
 }
 
-TEST_F(ControlLinkTest, whoKnocksAndGoesCostsNothing) {
+TEST_F(ControlLinkTest, WhoKnocksAndGoesCostsNothing) {
     const auto start = std::chrono::steady_clock::now();
     knockAndGo(90);
     Client client;
@@ -262,7 +262,7 @@ TEST_F(ControlLinkTest, whoKnocksAndGoesCostsNothing) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, 4s);
 }
 
-TEST_F(ControlLinkTest, aClientThatGoesBeforeItAnswersIsNotWaitedFor) {
+TEST_F(ControlLinkTest, AClientThatGoesBeforeItAnswersIsNotWaitedFor) {
     auto waiting = std::async(std::launch::async, waitForRealTraffic);
     {
         Client stranger;
@@ -280,7 +280,7 @@ TEST_F(ControlLinkTest, aClientThatGoesBeforeItAnswersIsNotWaitedFor) {
     EXPECT_EQ(goneCalls, 0);
 }
 
-TEST_F(ControlLinkTest, strangersDoNotKeepRealTrafficOut) {
+TEST_F(ControlLinkTest, StrangersDoNotKeepRealTrafficOut) {
     Client first, client, later;
     auto waiting = std::async(std::launch::async, waitForRealTraffic);
     first.connectAsked();
@@ -315,7 +315,7 @@ TEST_F(ControlLinkTest, strangersDoNotKeepRealTrafficOut) {
     EXPECT_FALSE(rtConnected);
 }
 
-TEST_F(ControlLinkTest, amongClientsThatNeverAnswerTheNewestIsServed) {
+TEST_F(ControlLinkTest, AmongClientsThatNeverAnswerTheNewestIsServed) {
     Client older, newer;
     connect(older, "[2]"); // not the answer that RealTraffic gives
     newer.connect();
@@ -332,7 +332,7 @@ TEST_F(ControlLinkTest, amongClientsThatNeverAnswerTheNewestIsServed) {
     EXPECT_EQ(goneCalls, 0);
 }
 
-TEST_F(ControlLinkTest, aClientGoesAndComesBack) {
+TEST_F(ControlLinkTest, AClientGoesAndComesBack) {
     // By a close, by a reset (unread bytes at the close), and found by the line with the time.
     int losses = 0;
     for (const std::string how : {"close", "reset", "found by Qs123"}) {
@@ -377,7 +377,7 @@ TEST_F(ControlLinkTest, aClientGoesAndComesBack) {
     }
 }
 
-TEST_F(ControlLinkTest, afterTheCloseClickTheTrafficStays) {
+TEST_F(ControlLinkTest, AfterTheCloseClickTheTrafficStays) {
     Client client;
     connect(client, "{}");
     userClosed = true;
@@ -389,7 +389,7 @@ TEST_F(ControlLinkTest, afterTheCloseClickTheTrafficStays) {
     EXPECT_EQ(goneCalls, 0);
 }
 
-TEST_F(ControlLinkTest, whatAClientSendsUnaskedDoesNotPileUp) {
+TEST_F(ControlLinkTest, WhatAClientSendsUnaskedDoesNotPileUp) {
     Client client;
     connect(client, "no json");
     EXPECT_FALSE(rtProfEdition);
@@ -414,7 +414,7 @@ TEST_F(ControlLinkTest, whatAClientSendsUnaskedDoesNotPileUp) {
         ASSERT_EQ(client.line(), formatQs121(user));
 }
 
-TEST_F(ControlLinkTest, receiveRefusesAnOverlongAnswer) {
+TEST_F(ControlLinkTest, ReceiveRefusesAnOverlongAnswer) {
     auto waiting = std::async(std::launch::async, waitForClient);
     Client client;
     client.connect();
@@ -424,7 +424,7 @@ TEST_F(ControlLinkTest, receiveRefusesAnOverlongAnswer) {
     EXPECT_TRUE(logged("receive: buffer overrun: 16384"));
 }
 
-TEST_F(ControlLinkTest, versionReplies) {
+TEST_F(ControlLinkTest, VersionReplies) {
     const std::string bomb = std::string(16000, '[');
     const struct {
         std::string reply;
@@ -458,7 +458,7 @@ TEST_F(ControlLinkTest, versionReplies) {
     }
 }
 
-TEST_F(ControlLinkTest, positionLine) {
+TEST_F(ControlLinkTest, PositionLine) {
     user.pitch = -0.0523;
     user.bank = 0.0;
     user.heading = 1.5707963;

@@ -5,7 +5,7 @@ namespace {
 
 class QnhTest : public FeedTest {};
 
-TEST_F(QnhTest, readsEveryFormOfThePressure) {
+TEST_F(QnhTest, ReadsEveryFormOfThePressure) {
     const std::string deep = "{\"QNH\":" + std::string(8000, '[') + std::string(8000, ']') + "}";
     const std::string noQnh = "no QNH ", strange = "? Strange QNH ",
                       noDigits = "QNH string invalid arg: invalid stoi argument";
@@ -77,7 +77,7 @@ TEST_F(QnhTest, readsEveryFormOfThePressure) {
     EXPECT_EQ(logLines().back(), "no QNH " + deep.substr(0, longestQuote) + "...");
 }
 
-TEST_F(QnhTest, lampTurnsBackOnlyWithNewsOrTheStandard) {
+TEST_F(QnhTest, LampTurnsBackOnlyWithNewsOrTheStandard) {
     const struct {
         const char* datagram;
         Lamp before, after;
@@ -93,7 +93,7 @@ TEST_F(QnhTest, lampTurnsBackOnlyWithNewsOrTheStandard) {
     }
 }
 
-TEST_F(QnhTest, threadReceivesAndStops) {
+TEST_F(QnhTest, ThreadReceivesAndStops) {
     const std::uint16_t port = freeUdpPort();
     readouts.weatherLamp = Lamp::off;
     readouts.trafficLamp = Lamp::stopped;
@@ -115,7 +115,7 @@ TEST_F(QnhTest, threadReceivesAndStops) {
     EXPECT_EQ(currentQnh, 1013);
 }
 
-TEST_F(QnhTest, aPortInUseIsAnErrorOfTheRun) {
+TEST_F(QnhTest, APortInUseIsAnErrorOfTheRun) {
     platform::Socket other;
     ASSERT_EQ(other.openUdp(), 0);
     ASSERT_EQ(other.bindUdp(0, true), 0);

@@ -7,7 +7,7 @@ using Changes = std::vector<std::pair<std::size_t, std::string>>;
 
 class TrafficLineTest : public FeedTest {};
 
-TEST_F(TrafficLineTest, keepsEveryValueOfAFullLine) {
+TEST_F(TrafficLineTest, KeepsEveryValueOfAFullLine) {
     tickCount = 1234;
     feed(trafficReader, feedLine());
     const auto reports = takeReports();
@@ -47,7 +47,7 @@ struct LineCase {
     std::size_t fieldCount = 44;
 };
 
-TEST_F(TrafficLineTest, keepsDropsOrRejects) {
+TEST_F(TrafficLineTest, KeepsDropsOrRejects) {
     const std::string nul("KE\0S", 4);
     const LineCase cases[] = {
         {"42 fields of the older dialect", {}, kept, "", 42},
@@ -188,7 +188,7 @@ TEST_F(TrafficLineTest, keepsDropsOrRejects) {
     }
 }
 
-TEST_F(TrafficLineTest, derivesValues) {
+TEST_F(TrafficLineTest, DerivesValues) {
     const auto track = [](const AircraftReport& r) { return r.sample.track; };
     const auto tas = [](const AircraftReport& r) { return r.sample.tas; };
     const auto heading = [](const AircraftReport& r) {
@@ -235,7 +235,7 @@ TEST_F(TrafficLineTest, derivesValues) {
     }
 }
 
-TEST_F(TrafficLineTest, originAndDestinationAreCodesOrUnknown) {
+TEST_F(TrafficLineTest, OriginAndDestinationAreCodesOrUnknown) {
     const std::pair<const char*, const char*> cases[] = {
         {"LEBL", "LEBL"}, {"BCN", "BCN"}, {"1L", "1L"}, {"ed00", "ed00"}, {"null", ""}, {"", ""},     {"L", ""},
         {"LEBLX", ""},    {"LE L", ""},   {"L/A", ""},  {"</x>", ""},     {"?", ""},    {"&lt;", ""}, {"\xC3\x84X", ""},
@@ -251,7 +251,7 @@ TEST_F(TrafficLineTest, originAndDestinationAreCodesOrUnknown) {
     }
 }
 
-TEST_F(TrafficLineTest, nothingStaysFromTheLineBefore) {
+TEST_F(TrafficLineTest, NothingStaysFromTheLineBefore) {
     feed(trafficReader, feedLine());
     feed(trafficReader, feedLine({{9, "null"}, {12, "null"}, {13, ""}, {17, "mlat"}, {23, "-1"}, {7, ""}}));
     const auto reports = takeReports();
@@ -261,7 +261,7 @@ TEST_F(TrafficLineTest, nothingStaysFromTheLineBefore) {
     EXPECT_EQ(reports[1].sample.track, 0);
 }
 
-TEST_F(TrafficLineTest, timeOfADroppedLineCounts) {
+TEST_F(TrafficLineTest, TimeOfADroppedLineCounts) {
     feed(trafficReader, feedLine({{2, "10"}, {14, "1700000123"}}));
     EXPECT_TRUE(takeReports().empty());
     EXPECT_EQ(trafficReader.timestamp, 1700000123.0);
@@ -269,7 +269,7 @@ TEST_F(TrafficLineTest, timeOfADroppedLineCounts) {
     EXPECT_EQ(trafficReader.timestamp, 1700000123.0);
 }
 
-TEST_F(TrafficLineTest, withoutAnAirportTheGroundIsEmpty) {
+TEST_F(TrafficLineTest, WithoutAnAirportTheGroundIsEmpty) {
     trafficReader.setReferenceAirport(std::nullopt);
     feed(trafficReader, feedLine({{2, "41.3"}, {4, "0"}}));
     feed(trafficReader, feedLine({{2, "41.3"}, {4, "30"}, {8, "30"}}));
@@ -278,21 +278,21 @@ TEST_F(TrafficLineTest, withoutAnAirportTheGroundIsEmpty) {
     EXPECT_EQ(takeReports().size(), 1U);
 }
 
-TEST_F(TrafficLineTest, nothingIsQueuedWhileSamplesAreNotAccepted) {
+TEST_F(TrafficLineTest, NothingIsQueuedWhileSamplesAreNotAccepted) {
     reportQueue.setAccepting(false);
     feed(trafficReader, feedLine());
     EXPECT_TRUE(takeReports().empty());
     EXPECT_EQ(trafficReader.timestamp, 1700000000.5);
 }
 
-TEST_F(TrafficLineTest, lineEndsDoNotBelongToTheLastField) {
+TEST_F(TrafficLineTest, LineEndsDoNotBelongToTheLastField) {
     feed(trafficReader, feedLine({{28, "C1"}}, 29) + "\r\n");
     EXPECT_TRUE(takeReports().empty());
     feed(trafficReader, feedLine({{28, "A3"}}, 29) + "\r\n");
     EXPECT_EQ(takeReports().size(), 1U);
 }
 
-TEST_F(TrafficLineTest, binaryTextCannotForgeALogLine) {
+TEST_F(TrafficLineTest, BinaryTextCannotForgeALogLine) {
     feed(trafficReader, feedLine({{2, "x\n===> all is well\r\x1b[2J\xff"}}));
     feed(trafficReader, feedLine({{2, std::string(9000, 'y')}}));
     const auto lines = logLines();
@@ -301,7 +301,7 @@ TEST_F(TrafficLineTest, binaryTextCannotForgeALogLine) {
     EXPECT_EQ(lines[1], "exception in processLine: lat:" + std::string(longestQuote, 'y') + "...");
 }
 
-TEST(GroundDecision, followsHeightAndSpeed) {
+TEST(GroundDecision, FollowsHeightAndSpeed) {
     const struct {
         double alt, gs, elevation;
         bool ground;
@@ -317,7 +317,7 @@ TEST(GroundDecision, followsHeightAndSpeed) {
             << c.alt << " ft " << c.gs << " kn at " << c.elevation;
 }
 
-TEST(CategoryFilter, dropsByCategoryAndType) {
+TEST(CategoryFilter, DropsByCategoryAndType) {
     const struct {
         const char *model, *category;
         bool keep;
@@ -336,7 +336,7 @@ TEST(CategoryFilter, dropsByCategoryAndType) {
     }
 }
 
-TEST(SplitFields, countsEmptyFieldsButATrailingOne) {
+TEST(SplitFields, CountsEmptyFieldsButATrailingOne) {
     using Fields = std::vector<std::string_view>;
     const std::pair<const char*, Fields> cases[] = {
         {"", {}},

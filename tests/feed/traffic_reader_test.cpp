@@ -11,7 +11,7 @@ namespace {
 
 class TrafficReaderTest : public FeedTest {};
 
-TEST_F(TrafficReaderTest, receivesAndStopsAtOnce) {
+TEST_F(TrafficReaderTest, ReceivesAndStopsAtOnce) {
     const std::uint16_t port = startedTrafficReader();
     EXPECT_EQ(readouts.weatherLamp.load(), Lamp::receiving);
     EXPECT_TRUE(logged("          Traffic Reader connected"));
@@ -45,7 +45,7 @@ TEST_F(TrafficReaderTest, receivesAndStopsAtOnce) {
     EXPECT_TRUE(eventually([] { return takeReports().size() == 1; })) << "a second start replaces the thread";
 }
 
-TEST_F(TrafficReaderTest, aPortInUseIsAnErrorOfTheRun) {
+TEST_F(TrafficReaderTest, APortInUseIsAnErrorOfTheRun) {
     platform::Socket other;
     ASSERT_EQ(other.openUdp(), 0);
     ASSERT_EQ(other.bindUdp(0, true), 0);
@@ -58,7 +58,7 @@ TEST_F(TrafficReaderTest, aPortInUseIsAnErrorOfTheRun) {
     EXPECT_EQ(logLines(), (std::vector<std::string>{"          Traffic Reader disconnected", text}));
 }
 
-TEST_F(TrafficReaderTest, repeatsFromAnotherPcAreIgnored) {
+TEST_F(TrafficReaderTest, RepeatsFromAnotherPcAreIgnored) {
     rtOnThisPc = false;
     trafficReader.lastText.clear();
     const std::uint32_t before = trafficReader.datagramCount;
@@ -74,7 +74,7 @@ TEST_F(TrafficReaderTest, repeatsFromAnotherPcAreIgnored) {
     EXPECT_EQ(callsigns, "KES42 KES43 KES42 LAST ");
 }
 
-TEST_F(TrafficReaderTest, oversizeDatagramsAreToldAndSkipped) {
+TEST_F(TrafficReaderTest, OversizeDatagramsAreToldAndSkipped) {
     const std::uint32_t before = trafficReader.datagramCount;
     UdpSender sender(startedTrafficReader());
     // A line of 16383 bytes is the longest that is read.
@@ -93,7 +93,7 @@ TEST_F(TrafficReaderTest, oversizeDatagramsAreToldAndSkipped) {
     EXPECT_EQ(lines[2], "buffer overrun: 16384 bytes");
 }
 
-TEST_F(TrafficReaderTest, aFloodIsBoundedAndTheNewestStay) {
+TEST_F(TrafficReaderTest, AFloodIsBoundedAndTheNewestStay) {
     UdpSender sender(startedTrafficReader());
     std::uint32_t sent = 0;
     // The queue overflows only with what was received, whatever the system threw away.
@@ -113,7 +113,7 @@ TEST_F(TrafficReaderTest, aFloodIsBoundedAndTheNewestStay) {
     EXPECT_EQ(logLines().size(), 2U);
 }
 
-TEST_F(TrafficReaderTest, complaintsOfAFloodAreCounted) {
+TEST_F(TrafficReaderTest, ComplaintsOfAFloodAreCounted) {
     setWallClockMs(1'700'000'000'000);
     const std::uint32_t many = LogLimiter::linesPerWindow + 250;
     for (std::uint32_t i = 0; i < many; ++i)
@@ -129,7 +129,7 @@ TEST_F(TrafficReaderTest, complaintsOfAFloodAreCounted) {
     EXPECT_EQ(logLines().back(), "exception in processLine: gs:null");
 }
 
-TEST_F(TrafficReaderTest, steadyTrafficAllocatesNothing) {
+TEST_F(TrafficReaderTest, SteadyTrafficAllocatesNothing) {
     const std::string full = feedLine({{9, "CALLSIGN-OF-SOME-LENGTH"}});
     const std::string lines[] = {full, feedLine({{2, "10"}}), feedLine({{28, "C1"}}), "RTPARK,76cd72,1,2",
                                  feedLine({{9, "A VEH"}})};
@@ -150,7 +150,7 @@ TEST_F(TrafficReaderTest, steadyTrafficAllocatesNothing) {
     EXPECT_EQ(taken, 100U);
 }
 
-TEST_F(TrafficReaderTest, collectsCallsignsWhileAsked) {
+TEST_F(TrafficReaderTest, CollectsCallsignsWhileAsked) {
     const auto feedCallsign = [](const char* callsign, const char* lat = "41.5") {
         feed(trafficReader, feedLine({{9, callsign}, {2, lat}, {28, "C1"}}));
     };
@@ -164,7 +164,7 @@ TEST_F(TrafficReaderTest, collectsCallsignsWhileAsked) {
     EXPECT_TRUE(trafficReader.takeCallsigns().empty());
 }
 
-TEST_F(TrafficReaderTest, workerAndReaderShareTheInputs) {
+TEST_F(TrafficReaderTest, WorkerAndReaderShareTheInputs) {
     std::atomic<bool> done{false};
     std::atomic<int> lines{0};
     std::thread reader([&] {
@@ -194,7 +194,7 @@ TEST_F(TrafficReaderTest, workerAndReaderShareTheInputs) {
     EXPECT_TRUE(enough);
 }
 
-TEST_F(TrafficReaderTest, resetBringsBackTheStartValues) {
+TEST_F(TrafficReaderTest, ResetBringsBackTheStartValues) {
     feed(trafficReader, feedLine());
     feed(qnhReader, R"({"QNH": 990})");
     trafficReader.setCollectCallsigns();
@@ -227,7 +227,7 @@ struct ReportQueueTest : ::testing::Test {
     }
 };
 
-TEST_F(ReportQueueTest, reusesItsSlotsInOrder) {
+TEST_F(ReportQueueTest, ReusesItsSlotsInOrder) {
     std::vector<AircraftReport> room(500);
     EXPECT_EQ(reportQueue.take(room), 0U);
     // Twice round the ring with a varying fill.
@@ -252,7 +252,7 @@ TEST_F(ReportQueueTest, reusesItsSlotsInOrder) {
     EXPECT_EQ(reportQueue.dropped(), 0U);
 }
 
-TEST_F(ReportQueueTest, knownAircraftGoFirstAndNobodyStarves) {
+TEST_F(ReportQueueTest, KnownAircraftGoFirstAndNobodyStarves) {
     KnownAircraft known;
     for (const std::uint32_t hexid : {20001U, 20003U, 20000U, 20002U})
         known.shown.add(hexid);
@@ -323,7 +323,7 @@ std::vector<std::string> readLines(const std::filesystem::path& path) {
     return lines;
 }
 
-TEST_F(TrafficReaderTest, bothDialectsAreRead) {
+TEST_F(TrafficReaderTest, BothDialectsAreRead) {
     const auto lines = readLines(recordings / "README.md");
     if (lines.empty())
         GTEST_SKIP() << "no recordings at " << recordings;
@@ -346,7 +346,7 @@ TEST_F(TrafficReaderTest, bothDialectsAreRead) {
     EXPECT_TRUE(logLines().empty());
 }
 
-TEST_F(TrafficReaderTest, recordingsComeThroughARealSocket) {
+TEST_F(TrafficReaderTest, RecordingsComeThroughARealSocket) {
     const struct {
         const char* file;
         std::size_t lines, leastKept, excluded; // excluded: at least so many lines of vehicles

@@ -41,7 +41,7 @@ struct Inspect : testing::Test {
     }
 };
 
-TEST(InspectQuery, readsLinesAsPeopleWriteThem) {
+TEST(InspectQuery, ReadsLinesAsPeopleWriteThem) {
     const auto text = [](std::string_view line) {
         const auto q = parseQuery(line);
         return q ? fmt::format("{}/{}/{}/{:d}", q->airline, q->model, q->regcode, q->cargo) : "none";
@@ -59,7 +59,7 @@ TEST(InspectQuery, readsLinesAsPeopleWriteThem) {
         EXPECT_EQ(text(line), wanted) << line;
 }
 
-TEST_F(Inspect, tellsPerFileWhatItGivesOrWhyNot) {
+TEST_F(Inspect, TellsPerFileWhatItGivesOrWhyNot) {
     const auto put = [](const fs::path& folder, const std::string& text) {
         fs::create_directories(folder);
         std::ofstream(folder / "aircraft.cfg", std::ios::binary) << text;
@@ -103,13 +103,13 @@ template <class Fate> void expectRows(const std::string& manual) {
     EXPECT_EQ(count, static_cast<int>(Fate::failed) + 1);
 }
 
-TEST(InspectReasons, standInTheManual) {
+TEST(InspectReasons, StandInTheManual) {
     const std::string manual = readFile(KES_SOURCE_DIR "/docs/manual.md");
     expectRows<SectionFate>(manual);
     expectRows<FileFate>(manual);
 }
 
-TEST_F(Inspect, answersWithTheStepAndTheReason) {
+TEST_F(Inspect, AnswersWithTheStepAndTheReason) {
     ASSERT_TRUE(writeLiveriesScanned({{"DLH", "A320", "Lufthansa freighter", "D-AIPA", 0, true},
                                       {"DLH", "A320", "Lufthansa", ""},
                                       {"DLH", "B738", "Lufthansa 737", ""},
@@ -135,7 +135,7 @@ TEST_F(Inspect, answersWithTheStepAndTheReason) {
     EXPECT_EQ(ask("- C172"), "4|Any Cessna|generic livery of the type, taken as PVT C172");
 }
 
-TEST_F(Inspect, worksInAFolderOfItsOwn) {
+TEST_F(Inspect, WorksInAFolderOfItsOwn) {
     const fs::path before = fs::current_path();
     fs::path inside;
     fs::create_directories("updates");

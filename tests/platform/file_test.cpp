@@ -18,7 +18,7 @@ void put(const fs::path& file, std::string_view content) {
     std::ofstream(file, std::ios::binary) << content;
 }
 
-TEST(InputFile, readsFilesAndNothingElse) {
+TEST(InputFile, ReadsFilesAndNothingElse) {
     const ProgramFolder program;
     fs::create_directories("in/folder");
     put("in/file", "0123456789");
@@ -75,7 +75,7 @@ TEST(InputFile, readsFilesAndNothingElse) {
     ::close(socket);
 }
 
-TEST(ReplaceFile, waitsForNoPipe) {
+TEST(ReplaceFile, WaitsForNoPipe) {
     const ProgramFolder program;
     const PipeGuard target("file"), temporary("file.tmp0");
     std::string error;
@@ -85,7 +85,7 @@ TEST(ReplaceFile, waitsForNoPipe) {
     EXPECT_EQ(readFile("file"), "new");
 }
 
-TEST(Folders, changePlaces) {
+TEST(Folders, ChangePlaces) {
     for (const auto exchange : {platform::exchangeFolders, platform::exchangeInSteps}) {
         const ProgramFolder program;
         std::string error;
@@ -107,7 +107,7 @@ TEST(Folders, changePlaces) {
     }
 }
 
-TEST(Folders, comeBackAfterACrash) {
+TEST(Folders, ComeBackAfterACrash) {
     const ProgramFolder program;
     const auto after = [](bool aside, const char* target) { // of a target: null = none
         for (const char* folder : {"target", "target.before-exchange"})

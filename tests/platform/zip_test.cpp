@@ -19,7 +19,7 @@ std::string made(const std::vector<std::pair<std::string, std::string>>& entries
     return readFile("made.zip");
 }
 
-TEST(Zip, givesBackWhatWasPut) {
+TEST(Zip, GivesBackWhatWasPut) {
     const ProgramFolder folder;
     std::mt19937 random(1);
     std::string noise(1'500'000, '\0');
@@ -45,7 +45,7 @@ TEST(Zip, givesBackWhatWasPut) {
     }
 }
 
-TEST(Zip, tellsDamage) {
+TEST(Zip, TellsDamage) {
     const ProgramFolder folder;
     ZipArchive none("nowhere.zip");
     EXPECT_FALSE(none.open());
@@ -83,7 +83,7 @@ bool stop() {
     return ++asked > stopAt;
 }
 
-TEST(Zip, opensOnlyFilesAndStopsWhenTold) {
+TEST(Zip, OpensOnlyFilesAndStopsWhenTold) {
     const ProgramFolder folder;
     {
         const PipeGuard pipe("pipe.zip");
@@ -114,7 +114,7 @@ TEST(Zip, opensOnlyFilesAndStopsWhenTold) {
     EXPECT_FALSE(good);
 }
 
-TEST(Zip, readsNoEndlessTableOfEntries) {
+TEST(Zip, ReadsNoEndlessTableOfEntries) {
     const ProgramFolder folder;
     const auto opens = [](std::size_t count) {
         std::vector<std::pair<std::string, std::string>> entries;

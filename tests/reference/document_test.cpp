@@ -27,7 +27,7 @@ std::string failureOf(const std::function<void()>& read, std::uint32_t code = 0)
     }
 }
 
-TEST_F(Document, fillsEachTableFromItsSection) {
+TEST_F(Document, FillsEachTableFromItsSection) {
     DocumentText()
         .set("aircrafts", "<aircraft types=\" " + model("A320") + "\t,\n" + model("B744") +
                               " \"/><other types=\"x\"/>" + "<aircraft types=\"" + model("C172") +
@@ -63,7 +63,7 @@ TEST_F(Document, fillsEachTableFromItsSection) {
     EXPECT_EQ(dbaseSize(), 0u);
 }
 
-TEST_F(Document, twoScrambledFormsOfOneAirlineAreOneMember) {
+TEST_F(Document, TwoScrambledFormsOfOneAirlineAreOneMember) {
     std::string other = encryptAirline("KLM");
     other[0] = other[0] == 'X' ? 'Y' : 'X';
     DocumentText().set("ICAO_airlines", "<ICAO codes=\"" + airline("KLM") + "," + escaped(other) + ",DLH\"/>").read();
@@ -71,7 +71,7 @@ TEST_F(Document, twoScrambledFormsOfOneAirlineAreOneMember) {
     EXPECT_TRUE(folder.logHas("Unencrypted airline DLH in decrypt airl?\n"));
 }
 
-TEST_F(Document, emptySectionsAreUserErrors) {
+TEST_F(Document, EmptySectionsAreUserErrors) {
     struct Case {
         const char *section, *child, *attribute;
     };
@@ -90,7 +90,7 @@ TEST_F(Document, emptySectionsAreUserErrors) {
     EXPECT_FALSE(modelExists(""));
 }
 
-TEST_F(Document, sectionsAreReadInTheirOrder) {
+TEST_F(Document, SectionsAreReadInTheirOrder) {
     const auto document = [] { return DocumentText().without("heavy").without("ICAO_airlines"); };
     EXPECT_EQ(failureOf([&] { document().without("large").read(); }, 61),
               "61: In an xml file section heavy hvy types is empty ");
@@ -105,7 +105,7 @@ TEST_F(Document, sectionsAreReadInTheirOrder) {
               "decrypt model \"X\" error");
 }
 
-TEST_F(Document, brokenRegistrationsEndTheReading) {
+TEST_F(Document, BrokenRegistrationsEndTheReading) {
     const std::string good = db("G-ABCD", "BAW", "A320");
     EXPECT_EQ(failureOf([&] { DocumentText().set("dbase", good + "<db airl=\"ABCD\"/>").read(); }),
               "decrypt airl \"ABCD\" error");
@@ -118,7 +118,7 @@ TEST_F(Document, brokenRegistrationsEndTheReading) {
               "decrypt regcode \"" + longRegcode + "\" error");
 }
 
-TEST_F(Document, whatIsNoXmlIsUserError60) {
+TEST_F(Document, WhatIsNoXmlIsUserError60) {
     const auto read = [](const std::string& text) { reference::readDocumentText(text, "input/temp2.xml"); };
     struct Case {
         std::string text, reason;
@@ -138,7 +138,7 @@ TEST_F(Document, whatIsNoXmlIsUserError60) {
               "60: \"appdata\" not read because of Error reading from file/stream");
 }
 
-TEST_F(Document, aCloseEndsTheReading) {
+TEST_F(Document, ACloseEndsTheReading) {
     const std::string text = DocumentText().set("dbase", db("G-ABCD", "BAW", "A320")).xml();
     userClosed = true;
     for (const reference::Road road : {reference::Road::pieces, reference::Road::whole})
@@ -153,7 +153,7 @@ TEST_F(Document, aCloseEndsTheReading) {
                   fmt::format("60: \"{}\" not read because of Error reading from file/stream", name));
 }
 
-TEST_F(Document, aFailedReadingLeavesTheTablesAsTheyWere) {
+TEST_F(Document, AFailedReadingLeavesTheTablesAsTheyWere) {
     DocumentText().set("dbase", db("G-ABCD", "BAW", "A320")).set("publishers", "<pub names=\"Orbx\"/>").read();
     EXPECT_THROW(DocumentText()
                      .set("aircrafts", "<aircraft types=\"" + model("DC3") + "\"/>")
@@ -172,7 +172,7 @@ TEST_F(Document, aFailedReadingLeavesTheTablesAsTheyWere) {
     EXPECT_EQ(publisherOf("orbx"), "unknown");
 }
 
-TEST_F(Document, publisherGroupsAreSortedAsWholeValues) {
+TEST_F(Document, PublisherGroupsAreSortedAsWholeValues) {
     DocumentText()
         .set("publishers", "<pub names=\"Orbx, FTX\"/><pub names=\"Aerosoft,  aero soft ,\"/><pub names=\"Orbx, FTX\"/>"
                            "<pub names=\"Orbx,FTX\"/><pub names=\"Zinertek\"/>")
@@ -182,7 +182,7 @@ TEST_F(Document, publisherGroupsAreSortedAsWholeValues) {
                   {"Aerosoft", "aero soft", ""}, {"Orbx", "FTX"}, {"Orbx", "FTX"}, {"Zinertek"}}));
 }
 
-TEST_F(Document, wingspans) {
+TEST_F(Document, Wingspans) {
     DocumentText()
         .set("wingspans", span("A320", "35.8") + span("A388", "79.75") + span("A388", "10") + span("C172", " 11.0 ") +
                               span("XX99", "20") + "<wingspan meters=\"3\"/>" + span("F16", "wide") +
@@ -214,7 +214,7 @@ TEST_F(Document, wingspans) {
     EXPECT_EQ(maxWingspan(), 0);
 }
 
-TEST_F(Document, fixes) {
+TEST_F(Document, Fixes) {
     DocumentText()
         .set("fixes", "<fx wro=\"32A\" cor=\"A320\"/><fx wro=\"32A\" cor=\"B744\"/><fx wro=\"QQ\" cor=\"XX99\"/>"
                       "<fx wro=\"none\"/><fx wro=\"32A\" cor=\"XX98\"/>")
@@ -227,7 +227,7 @@ TEST_F(Document, fixes) {
     EXPECT_TRUE(folder.logHas("wrong fix 32A->XX98, the latter is not a valid model\n"));
 }
 
-TEST_F(Document, registrations) {
+TEST_F(Document, Registrations) {
     DocumentText()
         .set("dbase", db("G-ABCD", "BAW", "A320", "GEC", "1") + db("G-ABCD", "KLM", "B744") + "<db reg=\"" +
                           reg("PH-BVB") + "\" airl=\"KLM\" cargo=\"\"/><other reg=\"" + reg("OO-AAA") + "\"/>" +
@@ -249,7 +249,7 @@ TEST_F(Document, registrations) {
     EXPECT_EQ(folder.logCount("Unencrypted airline KLM in decrypt airl?\n"), 1u);
 }
 
-TEST_F(Document, flags) {
+TEST_F(Document, Flags) {
     std::string all;
     const std::vector<std::pair<std::string, bool>> values{
         {"1", true}, {"true", true},   {"True", true},   {"yes", true}, {"Y", true},   {"0", false},

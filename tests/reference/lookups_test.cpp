@@ -14,7 +14,7 @@ using namespace test;
 
 struct Lookups : ReferenceTest {};
 
-TEST_F(Lookups, categoriesInTheOrderOfTheirLists) {
+TEST_F(Lookups, CategoriesInTheOrderOfTheirLists) {
     DocumentText()
         .set("large", "<lar types=\"" + models({"L1"}) + "\"/>")
         .set("heavy", "<hvy types=\"" + models({"L1", "H1"}) + "\"/>")
@@ -37,7 +37,7 @@ TEST_F(Lookups, categoriesInTheOrderOfTheirLists) {
     }
 }
 
-TEST_F(Lookups, codes) {
+TEST_F(Lookups, Codes) {
     DocumentText().set("aircrafts", "<aircraft types=\"" + models({"A320"}) + ",\"/>").read();
     EXPECT_TRUE(modelExists("A320"));
     for (const char* code : {"", "a320", "A32", "A320X"})
@@ -53,7 +53,7 @@ TEST_F(Lookups, codes) {
     EXPECT_FALSE(airlineExists("-Z9"));
 }
 
-TEST_F(Lookups, formsOfRegistrations) {
+TEST_F(Lookups, FormsOfRegistrations) {
     using Forms = std::vector<std::string>;
     const std::pair<const char*, Forms> cases[] = {
         {"OYABC", {"OY-ABC", "O-YABC", "OYABC"}},
@@ -80,7 +80,7 @@ TEST_F(Lookups, formsOfRegistrations) {
         EXPECT_FALSE(lookupRegcode(regcode)) << regcode;
 }
 
-TEST_F(Lookups, thousandsOfRegistrationsStayApart) {
+TEST_F(Lookups, ThousandsOfRegistrationsStayApart) {
     // Some come twice, all lengths from 1 to 24, and enough of them to let the table grow many times.
     std::mt19937 random(3);
     std::map<std::string, std::string> truth;
@@ -104,7 +104,7 @@ TEST_F(Lookups, thousandsOfRegistrationsStayApart) {
     }
 }
 
-TEST_F(Lookups, lookUpsTakeNothingFromTheHeap) {
+TEST_F(Lookups, LookUpsTakeNothingFromTheHeap) {
     DocumentText().set("wingspans", span("A320", "20")).set("dbase", db("OY-ABC", "BAW", "A320", "GEC")).read();
     const std::size_t before = allocations;
     std::size_t found = 0;
@@ -132,7 +132,7 @@ std::string regcodeByWalk(const std::vector<std::pair<std::string, std::string>>
     return {};
 }
 
-TEST_F(Lookups, registrationsInTitles) {
+TEST_F(Lookups, RegistrationsInTitles) {
     DocumentText()
         .set("dbase", db("N1AB", "PVT", "C172") + db("N1A", "PVT", "C172") + db("N2AB", "KLM", "C172") +
                           db("OY-AB", "PVT", "C172") + db("", "PVT", "C172") + db("N2AB", "PVT", "C172") +
@@ -150,7 +150,7 @@ TEST_F(Lookups, registrationsInTitles) {
     EXPECT_EQ(regcodeInTitle("N1AB"), "");
 }
 
-TEST_F(Lookups, registrationsInTitlesAsByAWalkOverAll) {
+TEST_F(Lookups, RegistrationsInTitlesAsByAWalkOverAll) {
     std::mt19937 random(11);
     // Few letters, so that the texts often hold each other.
     const auto text = [&](std::size_t longest) {
@@ -217,7 +217,7 @@ void setPublishers(const std::vector<std::string>& values) {
     DocumentText().set("publishers", all).read();
 }
 
-TEST_F(Lookups, publishersInOrder) {
+TEST_F(Lookups, PublishersInOrder) {
     setPublishers({"Zed,orbx", "Orbx,FTX", "fly tampa,FlyTampa", "ab"});
     for (const auto& [text, publisher] : {std::pair{"ORBX Global", "Orbx"},
                                           {"the FtX world", "Orbx"},
@@ -239,7 +239,7 @@ TEST_F(Lookups, publishersInOrder) {
     EXPECT_EQ(publisherOf("orbx"), "unknown");
 }
 
-TEST_F(Lookups, publishersAsTheLibraryFindsThem) {
+TEST_F(Lookups, PublishersAsTheLibraryFindsThem) {
     const std::vector<std::vector<std::string>> sets = {
         {"orbx", "Aerosoft", "sim-wings,SIM", "a", "ab", "xy"},
         {"S.K.Y. Sim", "just.flight", ".", "z"},
@@ -287,7 +287,7 @@ TEST_F(Lookups, publishersAsTheLibraryFindsThem) {
     EXPECT_GT(failures, 20u);
 }
 
-TEST_F(Lookups, longTextsDoNoHarm) {
+TEST_F(Lookups, LongTextsDoNoHarm) {
     setPublishers({"a+b", "x.z", "tail"});
     const std::string filler(1000000, 'y');
     EXPECT_EQ(publisherOf(filler + "a+b"), "a+b");

@@ -29,7 +29,7 @@ struct DataBase : ReferenceTest {
     }
 };
 
-TEST_F(DataBase, isReadFromTheServerAndLeavesNoDocument) {
+TEST_F(DataBase, IsReadFromTheServerAndLeavesNoDocument) {
     serve(DocumentText().set("dbase", db("PH-BVB", "KLM", "A320")).set("wingspans", span("A320", "35.8")).xml());
     EXPECT_TRUE(readDataBase());
     EXPECT_EQ(lookupRegcode("PHBVB")->airl, "KLM");
@@ -38,7 +38,7 @@ TEST_F(DataBase, isReadFromTheServerAndLeavesNoDocument) {
     EXPECT_FALSE(fs::exists("dbase.zip"));
 }
 
-TEST_F(DataBase, missingZipEndsTheStart) {
+TEST_F(DataBase, MissingZipEndsTheStart) {
     EXPECT_EQ(failure(), "data base could not be read from on-line?");
     EXPECT_TRUE(folder.logHas("downloading dbase.zip failed?"));
     fs::create_directories("updates");
@@ -50,7 +50,7 @@ TEST_F(DataBase, missingZipEndsTheStart) {
     EXPECT_FALSE(modelExists("A320"));
 }
 
-TEST_F(DataBase, brokenDocumentsLeaveNeitherFileNorTables) {
+TEST_F(DataBase, BrokenDocumentsLeaveNeitherFileNorTables) {
     struct Case {
         std::string text, failure;
     };
@@ -67,7 +67,7 @@ TEST_F(DataBase, brokenDocumentsLeaveNeitherFileNorTables) {
     }
 }
 
-TEST_F(DataBase, documentsFromAFileStay) {
+TEST_F(DataBase, DocumentsFromAFileStay) {
     std::ofstream("document.xml", std::ios::binary) << DocumentText().xml();
     readReferenceDocument("document.xml");
     EXPECT_TRUE(modelExists("A320"));

@@ -52,7 +52,7 @@ bool fitsPieces(const std::string& text) {
     return section->foundIn(document, result) && reference::readInPieces(section->body, reference::usualPiece, reader);
 }
 
-TEST(Roads, giveTheSameForAllDocuments) {
+TEST(Roads, GiveTheSameForAllDocuments) {
     const ProgramFolder folder;
     // 70 bytes a record: several pieces.
     const std::string many = manyRecords(4000), few = manyRecords(3);
@@ -110,7 +110,7 @@ TEST(Roads, giveTheSameForAllDocuments) {
     EXPECT_NE(told(folder, with(many), Road::pieces).find("G-03999"), std::string::npos);
 }
 
-TEST(Roads, giveTheSameForDamagedDocuments) {
+TEST(Roads, GiveTheSameForDamagedDocuments) {
     const ProgramFolder folder;
     const std::string good = DocumentText().set("dbase", manyRecords(1200)).xml();
     std::mt19937 random(17);

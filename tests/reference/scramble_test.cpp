@@ -24,7 +24,7 @@ std::string randomCode(std::mt19937& random, std::size_t size, bool plusToo) {
     return code;
 }
 
-TEST(Scramble, everyCodeSurvivesTheRound) {
+TEST(Scramble, EveryCodeSurvivesTheRound) {
     std::mt19937 random(7);
     for (char c = lowest; c <= highest; ++c) {
         for (std::size_t size = 1; size <= 24; ++size) {
@@ -48,7 +48,7 @@ TEST(Scramble, everyCodeSurvivesTheRound) {
     EXPECT_EQ(decryptAirline("") + decryptModel("") + decryptRegcode(""), "");
 }
 
-TEST(Scramble, storedFormsHoldOnlyTheirCharactersAndHideThePlainOnes) {
+TEST(Scramble, StoredFormsHoldOnlyTheirCharactersAndHideThePlainOnes) {
     std::mt19937 random(8);
     for (int i = 0; i < 2000; ++i) {
         const std::string airl = randomCode(random, 3, false), regcode = randomCode(random, 6, false);
@@ -64,7 +64,7 @@ TEST(Scramble, storedFormsHoldOnlyTheirCharactersAndHideThePlainOnes) {
 }
 
 // Which stored position each character comes from; the offsets themselves may be any.
-TEST(Scramble, eachCharacterComesFromItsOwnPlace) {
+TEST(Scramble, EachCharacterComesFromItsOwnPlace) {
     struct Form {
         const char* what;
         std::string (*decrypt)(std::string_view);
@@ -95,7 +95,7 @@ TEST(Scramble, eachCharacterComesFromItsOwnPlace) {
     }
 }
 
-TEST(Scramble, whatDecodersRefuse) {
+TEST(Scramble, WhatDecodersRefuse) {
     test::ProgramFolder folder;
     const auto failure = [](std::string (*decrypt)(std::string_view), const std::string& stored) -> std::string {
         try {
@@ -114,7 +114,7 @@ TEST(Scramble, whatDecodersRefuse) {
     EXPECT_TRUE(folder.logHas("Unencrypted airline KLM in decrypt airl?\n"));
 }
 
-TEST(Scramble, whatCannotBeScrambledIsRefused) {
+TEST(Scramble, WhatCannotBeScrambledIsRefused) {
     for (const char* code : {"KL", "KLMX", "klm", "K M", "K,M", "K+M", "K[M", "\xC3\x84K"})
         EXPECT_THROW(encryptAirline(code), std::invalid_argument) << code;
     for (const char* code : {"A", "A320X", "a320", "A+", "A\n"})

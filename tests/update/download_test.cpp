@@ -12,7 +12,7 @@ namespace {
 namespace fs = std::filesystem;
 using Download = UpdateFolder;
 
-TEST_F(Download, givesTheWholeFileAndSaysWhoAsks) {
+TEST_F(Download, GivesTheWholeFileAndSaysWhoAsks) {
     std::string body;
     for (int i = 0; i < 300000; ++i)
         body += static_cast<char>(i * 31);
@@ -27,7 +27,7 @@ TEST_F(Download, givesTheWholeFileAndSaysWhoAsks) {
     EXPECT_EQ(leftovers(), "got ");
 }
 
-TEST_F(Download, neverReplacesAGoodFileByHalfAOne) {
+TEST_F(Download, NeverReplacesAGoodFileByHalfAOne) {
     server.put("missing", {"sorry", 404});
     server.put("broken", {"sorry", 500});
     server.put("cut", {"half of it", 200, "", 1000});
@@ -44,7 +44,7 @@ TEST_F(Download, neverReplacesAGoodFileByHalfAOne) {
     EXPECT_EQ(leftovers().find(".part"), std::string::npos);
 }
 
-TEST_F(Download, waitsForASlowServerAndFollowsAMovedOne) {
+TEST_F(Download, WaitsForASlowServerAndFollowsAMovedOne) {
     server.put("slow", {std::string(4000, 's'), 200, "", 0, 400, 150}); // longer than the limit for a stall, but alive
     server.put("moved", {"", 301, "/elsewhere"});
     server.put("elsewhere", {"found"});
@@ -54,7 +54,7 @@ TEST_F(Download, waitsForASlowServerAndFollowsAMovedOne) {
     EXPECT_EQ(readFile("moved"), "found");
 }
 
-TEST_F(Download, tellsWhatCannotBeWrittenOrReached) {
+TEST_F(Download, TellsWhatCannotBeWrittenOrReached) {
     fs::create_directories("folder");
     EXPECT_FALSE(downloadToFile(curl, server.base() + "x", "folder", true));
     EXPECT_TRUE(program.logHas("could not open output file: folder\n"));
@@ -66,7 +66,7 @@ TEST_F(Download, tellsWhatCannotBeWrittenOrReached) {
     EXPECT_TRUE(server.asked().empty());
 }
 
-TEST_F(Download, endsWhenTheRunIsClosed) {
+TEST_F(Download, EndsWhenTheRunIsClosed) {
     // Only the close ends it before the limits do, and then the log says so.
     downloadLimits.stallSeconds = downloadLimits.totalSeconds = 10;
     server.put("stalls", {"half of it", 200, "", 1000, 0, 0, true});
@@ -79,7 +79,7 @@ TEST_F(Download, endsWhenTheRunIsClosed) {
     EXPECT_TRUE(program.logHas(curl_easy_strerror(CURLE_ABORTED_BY_CALLBACK))) << program.logText();
 }
 
-TEST_F(Download, takesNoMoreThanItsLimits) {
+TEST_F(Download, TakesNoMoreThanItsLimits) {
     server.put("told", {"x", 200, "", (256U << 20) + 1, 0, 0, true});
     EXPECT_FALSE(downloadToFile(curl, server.base() + "told", "file", true));
     EXPECT_EQ(program.logCount(curl_easy_strerror(CURLE_FILESIZE_EXCEEDED)), 1u) << program.logText();
@@ -110,7 +110,7 @@ TEST_F(Download, takesNoMoreThanItsLimits) {
     EXPECT_TRUE(program.logHas("drips: " + std::string(curl_easy_strerror(CURLE_OPERATION_TIMEDOUT))));
 }
 
-TEST_F(Download, waitsForNoPipe) {
+TEST_F(Download, WaitsForNoPipe) {
     useFolder();
     fs::create_directories("served/folder");
     const PipeGuard source("served/pipe"), part("file.part");
@@ -126,7 +126,7 @@ TEST_F(Download, waitsForNoPipe) {
     EXPECT_TRUE(program.logHas("input/update_server.txt cannot be read: not a regular file\n"));
 }
 
-TEST_F(Download, readsTheBaseAsPeopleWriteIt) {
+TEST_F(Download, ReadsTheBaseAsPeopleWriteIt) {
     const std::string here = "file://" + fs::current_path().string();
     const std::vector<std::pair<std::string, std::string>> table{
         {"https://example.org/downloads", "https://example.org/downloads/"},
@@ -215,7 +215,7 @@ struct TlsServer {
     std::thread thread;
 };
 
-TEST_F(Download, refusesACertificateThatNobodyTrusts) {
+TEST_F(Download, RefusesACertificateThatNobodyTrusts) {
     TlsServer tls;
     EXPECT_FALSE(downloadToFile(curl, fmt::format("https://127.0.0.1:{}/dbase.zip", tls.port), "file", true));
     EXPECT_TRUE(waitFor([&] { return tls.connections > 0; }));

@@ -32,7 +32,7 @@ std::string entriesNamed(std::size_t count, const std::string& content, const st
     return UpdateFolder::zipOf(entries);
 }
 
-TEST_F(Hostile, theInstallerIsTheEntryOfItsName) {
+TEST_F(Hostile, TheInstallerIsTheEntryOfItsName) {
     const std::string good = "setup_Kestrelune_d_v11.0.0.exe", zeros(5000, 'x');
     struct Case {
         std::vector<std::pair<std::string, std::string>> entries;
@@ -72,7 +72,7 @@ TEST_F(Hostile, theInstallerIsTheEntryOfItsName) {
     EXPECT_EQ(statusText(), "Downloading program installer file version 11.0.0 failed");
 }
 
-TEST_F(Hostile, sizesMustBeTrueAndSane) {
+TEST_F(Hostile, SizesMustBeTrueAndSane) {
     const std::string honest = zipOf({{"a", std::string(3'000'000, 'y')}}), two = zipOf({{"a", "y"}, {"b", "y"}});
     const char *damaged = "a in doc.zip is damaged", *much = "doc.zip unpacks to more than 1073741824 bytes";
     const std::vector<std::tuple<std::string, std::uint32_t, const char*>> table{
@@ -94,7 +94,7 @@ TEST_F(Hostile, sizesMustBeTrueAndSane) {
     EXPECT_EQ(leftovers(), "");
 }
 
-TEST_F(Hostile, aZipHoldsNoMoreEntriesThanItMay) {
+TEST_F(Hostile, AZipHoldsNoMoreEntriesThanItMay) {
     useFolder();
     offer("doc.zip", entriesNamed(10'000, "other", "last"));
     EXPECT_TRUE(fetchZipAsText("doc.zip", "input/doc.xml"));
@@ -112,7 +112,7 @@ TEST_F(Hostile, aZipHoldsNoMoreEntriesThanItMay) {
     EXPECT_EQ(program.logCount(" has 10001 entries, which is too much\n"), 3u);
 }
 
-TEST_F(Hostile, unpackingHearsTheClose) {
+TEST_F(Hostile, UnpackingHearsTheClose) {
     useFolder();
     offer("mysimaddon24/version.json", "1.4.0");
     offer("mysimaddon24/my_simaddon2024.zip", entriesNamed(9'000, "other", "last"));
@@ -130,7 +130,7 @@ TEST_F(Hostile, unpackingHearsTheClose) {
     EXPECT_FALSE(program.logHas("damaged")) << program.logText();
 }
 
-TEST_F(Hostile, namesThatAreNone) {
+TEST_F(Hostile, NamesThatAreNone) {
     server.put("mysimaddon24/version.json", {"1.4.0"});
     std::vector<std::pair<std::string, std::string>> entries{{"...", "a"}, {"..txt", "b"}, {"EDDF.xml", "d"}};
     for (const char* device : {"CON", "nul.xml", "Aux.tar.gz", "PRN .txt", "COM1", "x/lpt9.txt", "com\u00B2.xml",
@@ -148,7 +148,7 @@ TEST_F(Hostile, namesThatAreNone) {
     EXPECT_EQ(par::MYSIMADDON24_VERSION.get(), "1.4.0");
 }
 
-TEST_F(Hostile, pipesInThePlacesOfItsFiles) {
+TEST_F(Hostile, PipesInThePlacesOfItsFiles) {
     useFolder();
     offer("mysimaddon24/version.json", "1.4.0");
     offer("mysimaddon24/my_simaddon2024.zip", zipOf({{"EDDF.xml", "eddf"}}));
@@ -169,7 +169,7 @@ TEST_F(Hostile, pipesInThePlacesOfItsFiles) {
     EXPECT_TRUE(program.logHas("could not open output file: version.json\n"));
 }
 
-TEST_F(Hostile, aDocumentThatCannotBeWrittenLeavesTheOld) {
+TEST_F(Hostile, ADocumentThatCannotBeWrittenLeavesTheOld) {
     server.put("doc.zip", {zipOf({{"a.xml", "new"}})});
     fs::create_directories("input/doc.xml/full");
     EXPECT_FALSE(fetchZipAsText("doc.zip", "input/doc.xml"));
@@ -178,7 +178,7 @@ TEST_F(Hostile, aDocumentThatCannotBeWrittenLeavesTheOld) {
     EXPECT_EQ(countFiles("input"), 1u) << "only the server's name";
 }
 
-TEST_F(Hostile, aServerThatNeverAnswersCostsTheLimit) {
+TEST_F(Hostile, AServerThatNeverAnswersCostsTheLimit) {
     const int mute = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -194,7 +194,7 @@ TEST_F(Hostile, aServerThatNeverAnswersCostsTheLimit) {
     ::close(mute);
 }
 
-TEST_F(Hostile, numbersAndSchemesAtTheEdge) {
+TEST_F(Hostile, NumbersAndSchemesAtTheEdge) {
     EXPECT_EQ(parseVersion(R"({"major":2147483647,"minor":-2147483648})"), (Version{2147483647, -2147483647 - 1, 0}));
     for (const char* text :
          {R"({"major":2147483648})", R"({"major":18446744073709551615})", R"({"patch":-2147483649})"})

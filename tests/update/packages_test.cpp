@@ -10,7 +10,7 @@ namespace {
 namespace fs = std::filesystem;
 using Packages = UpdateFolder;
 
-TEST(ServerVersion, isTextOrJson) {
+TEST(ServerVersion, IsTextOrJson) {
     const std::vector<std::pair<std::string_view, Version>> table{{"1.2.3", {1, 2, 3}},
                                                                   {"1-2-3", {1, 2, 3}},
                                                                   {"10.10.9", {10, 10, 9}},
@@ -32,7 +32,7 @@ TEST(ServerVersion, isTextOrJson) {
     EXPECT_EQ(parseVersion(std::string(100000, '1')), Version{});
 }
 
-TEST_F(Packages, fetchesTheFirstLineOfAVersionFile) {
+TEST_F(Packages, FetchesTheFirstLineOfAVersionFile) {
     const auto fetched = [&](const std::string& body) {
         server.put("v", {body});
         return toText(fetchVersion(curl, server.base() + "v"));
@@ -47,7 +47,7 @@ TEST_F(Packages, fetchesTheFirstLineOfAVersionFile) {
     EXPECT_EQ(leftovers(), "");
 }
 
-TEST_F(Packages, installsOnlyANewerProgram) {
+TEST_F(Packages, InstallsOnlyANewerProgram) {
     checkProgramVersion();
     EXPECT_TRUE(program.logHas("Program Version file not found?"));
     for (const char* version : {"10.10.9", "10.9.20", "1.0.0"}) {
@@ -89,7 +89,7 @@ TEST_F(Packages, installsOnlyANewerProgram) {
     EXPECT_EQ(leftovers(), "install_new_version.exe ");
 }
 
-TEST(Sha256, isTheStandards) {
+TEST(Sha256, IsTheStandards) {
     EXPECT_EQ(sha256Of("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
     const ProgramFolder folder;
     const std::string many(1'200'000, 'k');
@@ -98,7 +98,7 @@ TEST(Sha256, isTheStandards) {
     EXPECT_EQ(sha256OfFile("nowhere"), "");
 }
 
-TEST_F(Packages, unzipsDocuments) {
+TEST_F(Packages, UnzipsDocuments) {
     EXPECT_FALSE(fetchZipAsText("doc.zip", "input/doc.xml"));
     EXPECT_TRUE(program.logHas("downloading doc.zip failed?\n"));
     EXPECT_FALSE(fs::exists("input/doc.xml"));
@@ -121,7 +121,7 @@ TEST_F(Packages, unzipsDocuments) {
     EXPECT_EQ(leftovers(), "");
 }
 
-TEST_F(Packages, updatesTheAirportFiles) {
+TEST_F(Packages, UpdatesTheAirportFiles) {
     EXPECT_TRUE(simaddonFolderMissing());
     EXPECT_FALSE(updateMySimaddon());
     EXPECT_TRUE(program.logHas("No mysimaddon version info found at the KLUN server?"));
@@ -156,7 +156,7 @@ TEST_F(Packages, updatesTheAirportFiles) {
     EXPECT_EQ(leftovers(), "");
 }
 
-TEST_F(Packages, replacesTheAirportFilesAsAWholeOrNotAtAll) {
+TEST_F(Packages, ReplacesTheAirportFilesAsAWholeOrNotAtAll) {
     const auto offered = [&](const std::string& version, const std::string& zip) {
         server.put("mysimaddon24/version.json", {version});
         server.put("mysimaddon24/my_simaddon2024.zip", {zip});
@@ -190,7 +190,7 @@ TEST_F(Packages, replacesTheAirportFilesAsAWholeOrNotAtAll) {
     EXPECT_EQ(std::distance(fs::directory_iterator(path::airports), fs::directory_iterator()), 1) << "nothing beside";
 }
 
-TEST_F(Packages, neverEmptiesALinkedFolderAndMendsAfterACrash) {
+TEST_F(Packages, NeverEmptiesALinkedFolderAndMendsAfterACrash) {
     server.put("mysimaddon24/version.json", {"1.5.0"});
     server.put("mysimaddon24/my_simaddon2024.zip", {zipOf({{"EDDF.xml", "eddf"}})});
     fs::create_directories("precious");

@@ -32,7 +32,7 @@ double number(const Message& message, std::uint32_t type) {
     }
 }
 
-TEST(Data, convertsUnitsAndTypes) {
+TEST(Data, ConvertsUnitsAndTypes) {
     setWallClockMs(1'709'209'845'000); // 2024-02-29 12:30:45
     World world;
     setWallClockMs(-1);
@@ -106,7 +106,7 @@ TEST(Data, convertsUnitsAndTypes) {
     EXPECT_NEAR(number(ask(world, client, 0, "Airspeed True", "meters per second", 4), 4), 51.4444, 1e-4);
 }
 
-TEST(Data, daysOfTheYearAreGregorian) {
+TEST(Data, DaysOfTheYearAreGregorian) {
     const struct {
         std::int64_t epoch;
         int year, day;
@@ -125,7 +125,7 @@ TEST(Data, daysOfTheYearAreGregorian) {
     setWallClockMs(-1);
 }
 
-TEST(Data, textsFillTheirFieldAndKeepAZero) {
+TEST(Data, TextsFillTheirFieldAndKeepAZero) {
     SimulatorOptions options = World::flat();
     options.userTitle = "A title of forty characters, not one less";
     World world(options);
@@ -150,7 +150,7 @@ TEST(Data, textsFillTheirFieldAndKeepAZero) {
     EXPECT_EQ(mixed.get<std::int32_t>(53), 1);
 }
 
-TEST(Data, wholeNumbersAreHeldAtTheirLimits) {
+TEST(Data, WholeNumbersAreHeldAtTheirLimits) {
     Field field;
     std::byte bytes[8];
     const double values[] = {1e30, -1e30, std::nan(""), 2.5e9, -2.6, 2147483647.4};
@@ -168,7 +168,7 @@ TEST(Data, wholeNumbersAreHeldAtTheirLimits) {
     }
 }
 
-TEST(Data, anyOrderAndUnitOfADefinitionIsUnderstood) {
+TEST(Data, AnyOrderAndUnitOfADefinitionIsUnderstood) {
     World world;
     RawClient client(world.simulator);
     client.define(1, "Airspeed True", "feet per second");
@@ -198,7 +198,7 @@ TEST(Data, anyOrderAndUnitOfADefinitionIsUnderstood) {
     EXPECT_EQ(world.simulator.counters.positionRecords, 1u);
 }
 
-TEST(Data, severalElementsAndTaggedValuesAreTaken) {
+TEST(Data, SeveralElementsAndTaggedValuesAreTaken) {
     World world;
     RawClient client(world.simulator);
     client.define(1, "Plane Altitude", "feet", 4, 70);
@@ -218,7 +218,7 @@ TEST(Data, severalElementsAndTaggedValuesAreTaken) {
     EXPECT_EQ(client.take(kind::exception).at(0).u32(12), 19u);
 }
 
-TEST(Data, requestsKeepTheirPeriod) {
+TEST(Data, RequestsKeepTheirPeriod) {
     World world;
     RawClient client(world.simulator);
     client.define(409, "SIM ON GROUND", "Bool", 2);
@@ -248,7 +248,7 @@ TEST(Data, requestsKeepTheirPeriod) {
     EXPECT_EQ(client.session().requests.size(), 1u);
 }
 
-TEST(Data, onlyChangesAreSentWhenOnlyTheyAreWanted) {
+TEST(Data, OnlyChangesAreSentWhenOnlyTheyAreWanted) {
     World world;
     RawClient client(world.simulator);
     client.define(1, "Plane Altitude", "feet", 4, 50, 10.0f);
@@ -284,7 +284,7 @@ TEST(Data, onlyChangesAreSentWhenOnlyTheyAreWanted) {
     EXPECT_EQ(replies[0].f64(44), 1012);
 }
 
-TEST(Data, taggedRepliesNameEachValue) {
+TEST(Data, TaggedRepliesNameEachValue) {
     World world;
     RawClient client(world.simulator);
     client.define(1, "Ground Altitude", "feet", 4, 77);

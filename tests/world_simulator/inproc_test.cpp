@@ -87,7 +87,7 @@ protected:
     Seen seen;
 };
 
-TEST_F(Inproc, carriesAWholeConversation) {
+TEST_F(Inproc, CarriesAWholeConversation) {
     open();
     sc::SimConnect_SubscribeToSystemEvent(handle, 204, "Frame");
     sc::SimConnect_SubscribeToSystemEvent(handle, 202, "ObjectAdded");
@@ -129,7 +129,7 @@ TEST_F(Inproc, carriesAWholeConversation) {
     EXPECT_EQ(inprocCounters().leftBehind, 1u);
 }
 
-TEST_F(Inproc, isNotThereBeforeItStartsOrAfterItQuits) {
+TEST_F(Inproc, IsNotThereBeforeItStartsOrAfterItQuits) {
     open();
     create("T", "X");
     EXPECT_EQ(inprocCommand("quit"), "ok");
@@ -147,7 +147,7 @@ TEST_F(Inproc, isNotThereBeforeItStartsOrAfterItQuits) {
     sc::SimConnect_Close(second);
 }
 
-TEST_F(Inproc, aNewModelKnowsNoClientOfTheOldOne) {
+TEST_F(Inproc, ANewModelKnowsNoClientOfTheOldOne) {
     sc::HRESULT result = 0;
     sc::OpenTry attempt;
     const auto old = sc::openTransport(0, result, attempt);
@@ -166,7 +166,7 @@ TEST_F(Inproc, aNewModelKnowsNoClientOfTheOldOne) {
     EXPECT_EQ(fresh->read(rest), -1);
 }
 
-TEST_F(Inproc, hooksSeeEveryRecordAndEvent) {
+TEST_F(Inproc, HooksSeeEveryRecordAndEvent) {
     std::vector<double> altitudes;
     std::vector<std::uint32_t> values;
     int added = 0, removed = 0;
@@ -200,7 +200,7 @@ TEST_F(Inproc, hooksSeeEveryRecordAndEvent) {
 }
 
 // A hundred times real time: the client answers each frame with a record for each of 300 objects.
-TEST_F(Inproc, keepsUpWithAFastReplay) {
+TEST_F(Inproc, KeepsUpWithAFastReplay) {
     open();
     definePose();
     sc::SimConnect_SubscribeToSystemEvent(handle, 204, "Frame");
@@ -237,7 +237,7 @@ TEST_F(Inproc, keepsUpWithAFastReplay) {
     EXPECT_EQ(inprocCounters().frames, frozen) << "time stands still without the thread";
 }
 
-TEST_F(Inproc, standsCallsFromSeveralThreads) {
+TEST_F(Inproc, StandsCallsFromSeveralThreads) {
     open();
     inprocRunThread(10);
     std::atomic<bool> done{false};

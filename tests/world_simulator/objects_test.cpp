@@ -12,7 +12,7 @@ namespace {
 
 constexpr double pose1[8] = {50.1, 8.2, -0.02, 0.1, 1.5, 4000, -5, 210};
 
-TEST(Objects, liveFromCreateToRemove) {
+TEST(Objects, LiveFromCreateToRemove) {
     World world;
     RawClient client(world.simulator), watcher(world.simulator);
     for (RawClient* one : {&client, &watcher}) {
@@ -64,7 +64,7 @@ TEST(Objects, liveFromCreateToRemove) {
     EXPECT_NE(client.created("T", "N", 50, 8, 1000), id) << "ids are not used again";
 }
 
-TEST(Objects, aFramesMessagesHaveAnOrder) {
+TEST(Objects, AFramesMessagesHaveAnOrder) {
     World world;
     RawClient client(world.simulator);
     client.subscribe(202, "ObjectAdded");
@@ -89,7 +89,7 @@ TEST(Objects, aFramesMessagesHaveAnOrder) {
                                           kind::data, kind::data, kind::dataByType, kind::dataByType}));
 }
 
-TEST(Objects, rangeRepliesComeLastAndAreCounted) {
+TEST(Objects, RangeRepliesComeLastAndAreCounted) {
     World world;
     RawClient client(world.simulator);
     client.define(404, "Plane Alt Above Ground", "feet");
@@ -138,7 +138,7 @@ TEST(Objects, rangeRepliesComeLastAndAreCounted) {
     EXPECT_EQ(none[0].u32(28) + none[0].u32(32), 0u);
 }
 
-TEST(Objects, staySetWhileFrozenAndDriftOtherwise) {
+TEST(Objects, StaySetWhileFrozenAndDriftOtherwise) {
     World world;
     RawClient client(world.simulator);
     client.definePose();
@@ -178,7 +178,7 @@ TEST(Objects, staySetWhileFrozenAndDriftOtherwise) {
     EXPECT_NEAR(findObject(world.simulator, id)->alt, 300 + object.staticCg, 1e-9) << "a free one stands on it";
 }
 
-TEST(Objects, obeyLightAndLeverEvents) {
+TEST(Objects, ObeyLightAndLeverEvents) {
     World world;
     RawClient client(world.simulator);
     client.map(213, "ALL_LIGHTS_TOGGLE");
@@ -230,7 +230,7 @@ TEST(Objects, obeyLightAndLeverEvents) {
     EXPECT_EQ(client.take(kind::event).size(), 0u) << "an event for an AI object comes back to nobody";
 }
 
-TEST(Objects, eventsAtTheUserReachTheGroups) {
+TEST(Objects, EventsAtTheUserReachTheGroups) {
     World world;
     RawClient client(world.simulator), other(world.simulator);
     for (RawClient* one : {&client, &other})
@@ -247,7 +247,7 @@ TEST(Objects, eventsAtTheUserReachTheGroups) {
     EXPECT_EQ(client.take().size(), 0u);
 }
 
-TEST(Objects, areLimitedInNumber) {
+TEST(Objects, AreLimitedInNumber) {
     World world;
     RawClient client(world.simulator);
     client.take();
@@ -268,7 +268,7 @@ TEST(Objects, areLimitedInNumber) {
     EXPECT_EQ(world.simulator.counters.refusedCreates, 1u);
 }
 
-TEST(Objects, goWithTheirClient) {
+TEST(Objects, GoWithTheirClient) {
     World world;
     RawClient client(world.simulator), other(world.simulator);
     other.subscribe(203, "ObjectRemoved");
@@ -291,7 +291,7 @@ TEST(Objects, goWithTheirClient) {
     EXPECT_EQ(world.simulator.counters.objectsCreated - world.simulator.counters.objectsRemoved, 1u);
 }
 
-TEST(Objects, standAsTheirTypeDoes) {
+TEST(Objects, StandAsTheirTypeDoes) {
     World world;
     RawClient client(world.simulator);
     client.define(405, "Static CG to Ground", "feet");
@@ -317,7 +317,7 @@ TEST(Objects, standAsTheirTypeDoes) {
     EXPECT_EQ(stanceOf("some a320 neo").model, "A320");
 }
 
-TEST(Report, countsTheLargestGapOfMovingObjectsOnly) {
+TEST(Report, CountsTheLargestGapOfMovingObjectsOnly) {
     World world;
     RawClient client(world.simulator);
     client.definePose();

@@ -83,7 +83,7 @@ Packet createPacket(std::string_view tail) {
     return packet;
 }
 
-TEST(Server, servesSeveralClientsAndForgetsThoseThatLeave) {
+TEST(Server, ServesSeveralClientsAndForgetsThoseThatLeave) {
     RunningServer running;
     TcpClient watcher(running.server.port());
     ASSERT_TRUE(watcher.waitForKind(kind::open));
@@ -106,7 +106,7 @@ TEST(Server, servesSeveralClientsAndForgetsThoseThatLeave) {
     EXPECT_EQ(running.report()["objectsNow"], 0);
 }
 
-TEST(Server, takesPacketsByteByByte) {
+TEST(Server, TakesPacketsByteByByte) {
     RunningServer running;
     TcpClient client(running.server.port(), false);
     Packet open = openPacket();
@@ -115,7 +115,7 @@ TEST(Server, takesPacketsByteByByte) {
     EXPECT_TRUE(client.waitForKind(kind::open));
 }
 
-TEST(Server, closesAStreamItCannotFollow) {
+TEST(Server, ClosesAStreamItCannotFollow) {
     RunningServer running;
     TcpClient client(running.server.port());
     ASSERT_TRUE(client.waitForKind(kind::open));
@@ -125,7 +125,7 @@ TEST(Server, closesAStreamItCannotFollow) {
     EXPECT_TRUE(next.waitForKind(kind::open));
 }
 
-TEST(Server, framesKeepTheirRateInRealTime) {
+TEST(Server, FramesKeepTheirRateInRealTime) {
     RunningServer running;
     running.server.command("fps 100");
     TcpClient client(running.server.port());
@@ -138,7 +138,7 @@ TEST(Server, framesKeepTheirRateInRealTime) {
     EXPECT_GT(seconds, 0.85) << "frames never come faster than they should";
 }
 
-TEST(Server, quitSendsItsMessageBeforeTheEnd) {
+TEST(Server, QuitSendsItsMessageBeforeTheEnd) {
     RunningServer running;
     TcpClient client(running.server.port());
     ASSERT_TRUE(client.waitForKind(kind::open));
@@ -156,7 +156,7 @@ TEST(Server, quitSendsItsMessageBeforeTheEnd) {
     EXPECT_EQ(running.report()["clients"], 1) << "the counters outlive the run";
 }
 
-TEST(Server, dropEndsTheStreamsWithoutAWord) {
+TEST(Server, DropEndsTheStreamsWithoutAWord) {
     RunningServer running;
     TcpClient client(running.server.port());
     ASSERT_TRUE(client.waitForKind(kind::open));
@@ -167,7 +167,7 @@ TEST(Server, dropEndsTheStreamsWithoutAWord) {
     EXPECT_TRUE(again.waitForKind(kind::open)) << "the simulator itself goes on";
 }
 
-TEST(Server, aClientThatNeverReadsHoldsUpNobody) {
+TEST(Server, AClientThatNeverReadsHoldsUpNobody) {
     SimulatorOptions options = World::flat();
     options.maxOutput = 200'000;
     RunningServer running(options);
@@ -188,7 +188,7 @@ TEST(Server, aClientThatNeverReadsHoldsUpNobody) {
     EXPECT_TRUE(other.waitForKind(kind::frame, frames + 10));
 }
 
-TEST(Server, closesConnectionsBeyondItsLimit) {
+TEST(Server, ClosesConnectionsBeyondItsLimit) {
     RunningServer running(World::flat(), true, 3);
     std::list<TcpClient> served, refused;
     for (int i = 0; i < 3; ++i)
@@ -216,7 +216,7 @@ TEST(Server, closesConnectionsBeyondItsLimit) {
         EXPECT_TRUE(std::next(controls.begin(), i)->waitForEnd());
 }
 
-TEST(Server, recordsWhatArrives) {
+TEST(Server, RecordsWhatArrives) {
     RunningServer running;
     running.server.command("record on");
     TcpClient client(running.server.port());
@@ -234,7 +234,7 @@ TEST(Server, recordsWhatArrives) {
     EXPECT_EQ(running.server.command("wire"), "[]");
 }
 
-TEST(Server, takesCommandsOnItsControlPort) {
+TEST(Server, TakesCommandsOnItsControlPort) {
     RunningServer running(World::flat(), true);
     platform::Socket control;
     ASSERT_EQ(control.connectTcp("127.0.0.1", std::to_string(running.server.controlPort()), 2000), 0);
@@ -264,7 +264,7 @@ TEST(Server, takesCommandsOnItsControlPort) {
     EXPECT_TRUE(running.server.waitForQuit(5000));
 }
 
-TEST(Server, tellsWhyItCannotListen) {
+TEST(Server, TellsWhyItCannotListen) {
     RunningServer first;
     Server second;
     ServerOptions where;

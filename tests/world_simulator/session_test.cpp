@@ -27,7 +27,7 @@ Bytes tail(const Message& message, std::size_t from) {
     return {message.bytes.begin() + static_cast<std::ptrdiff_t>(from), message.bytes.end()};
 }
 
-TEST(Session, answersOpenWithTheProductsName) {
+TEST(Session, AnswersOpenWithTheProductsName) {
     World world;
     RawClient client(world.simulator);
     const auto messages = client.take();
@@ -50,7 +50,7 @@ TEST(Session, answersOpenWithTheProductsName) {
 }
 
 // Bytes as other clients write them, up to the padding.
-TEST(Session, readsAndWritesKnownBytes) {
+TEST(Session, ReadsAndWritesKnownBytes) {
     World world;
     RawClient client(world.simulator);
     client.take();
@@ -96,7 +96,7 @@ TEST(Session, readsAndWritesKnownBytes) {
 }
 
 // The same conversation, cut at every place and glued together, must give the same answers.
-TEST(Session, takesPacketsHoweverTheStreamIsCut) {
+TEST(Session, TakesPacketsHoweverTheStreamIsCut) {
     Bytes stream;
     const auto append = [&stream](Packet packet) {
         stream.insert(stream.end(), packet.bytes().begin(), packet.bytes().end());
@@ -130,7 +130,7 @@ TEST(Session, takesPacketsHoweverTheStreamIsCut) {
     }
 }
 
-TEST(Session, sizeWordsThatCannotBeTrustedEndTheStream) {
+TEST(Session, SizeWordsThatCannotBeTrustedEndTheStream) {
     for (const std::uint32_t size : {0u, 15u, 65537u, 0xFFFFFFFFu}) {
         World world;
         RawClient client(world.simulator);
@@ -151,7 +151,7 @@ TEST(Session, sizeWordsThatCannotBeTrustedEndTheStream) {
     }
 }
 
-TEST(Session, everyCallWithAWrongSizeIsRefused) {
+TEST(Session, EveryCallWithAWrongSizeIsRefused) {
     const struct {
         std::uint32_t function, size;
     } calls[] = {{0x01, 296}, {0x03, 20},  {0x04, 276}, {0x05, 36},  {0x06, 24},  {0x07, 28},  {0x08, 24},
@@ -179,7 +179,7 @@ TEST(Session, everyCallWithAWrongSizeIsRefused) {
     }
 }
 
-TEST(Session, openComesFirstAndOnce) {
+TEST(Session, OpenComesFirstAndOnce) {
     World world;
     RawClient client(world.simulator, false);
     client.subscribe(201, "Sim");
@@ -204,7 +204,7 @@ TEST(Session, openComesFirstAndOnce) {
     EXPECT_EQ(world.simulator.counters.clients, 1u);
 }
 
-TEST(Session, theUnknownIndexDependsOnTheGeneration) {
+TEST(Session, TheUnknownIndexDependsOnTheGeneration) {
     SimulatorOptions newer = World::flat();
     newer.generation = Generation::msfs2024;
     World first, second(newer);
@@ -217,7 +217,7 @@ TEST(Session, theUnknownIndexDependsOnTheGeneration) {
     EXPECT_EQ(b.take().at(0).u32(20), 0xFFFFFFFFu);
 }
 
-TEST(Session, faultsOfACallBringItsException) {
+TEST(Session, FaultsOfACallBringItsException) {
     World world;
     RawClient client(world.simulator), other(world.simulator);
     client.definePose(402);
@@ -313,7 +313,7 @@ TEST(Session, faultsOfACallBringItsException) {
     EXPECT_EQ(findObject(world.simulator, mine)->alt, 5000.0) << "a refused record must not move anything";
 }
 
-TEST(Session, listsHaveTheirLimits) {
+TEST(Session, ListsHaveTheirLimits) {
     World world;
     RawClient client(world.simulator);
     client.take();
@@ -342,7 +342,7 @@ TEST(Session, listsHaveTheirLimits) {
     EXPECT_EQ(client.take(kind::exception).size(), 0u);
 }
 
-TEST(Session, aClientThatDoesNotReadIsCutOff) {
+TEST(Session, AClientThatDoesNotReadIsCutOff) {
     SimulatorOptions options = World::flat();
     options.maxOutput = 1000;
     World world(options);

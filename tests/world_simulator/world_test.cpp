@@ -30,7 +30,7 @@ struct TempFolder {
     fs::path path;
 };
 
-TEST(Terrain, isFlatOnAirfieldsAndSmoothAround) {
+TEST(Terrain, IsFlatOnAirfieldsAndSmoothAround) {
     Terrain terrain;
     terrain.hillFeet = 1000;
     terrain.airfields = {{50, 8, -11, 3}, {50.15, 8, 900, 3}};
@@ -59,7 +59,7 @@ TEST(Terrain, isFlatOnAirfieldsAndSmoothAround) {
     EXPECT_GT(highest - lowest, 300);
 }
 
-TEST(Terrain, airfieldTextsAreChecked) {
+TEST(Terrain, AirfieldTextsAreChecked) {
     Airfield airfield;
     EXPECT_TRUE(parseAirfield("50.03, 8.57,364,2.5", airfield));
     EXPECT_EQ(airfield.radiusNm, 2.5);
@@ -70,7 +70,7 @@ TEST(Terrain, airfieldTextsAreChecked) {
         EXPECT_FALSE(parseAirfield(bad, airfield)) << bad;
 }
 
-TEST(User, standsFliesAndFollowsAFile) {
+TEST(User, StandsFliesAndFollowsAFile) {
     World world;
     SimObject& user = world.simulator.user;
     EXPECT_EQ(user.alt, 300 + user.staticCg);
@@ -103,7 +103,7 @@ TEST(User, standsFliesAndFollowsAFile) {
     EXPECT_EQ(user.tas, 0.0);
 }
 
-TEST(User, trackFaultsNameTheirLine) {
+TEST(User, TrackFaultsNameTheirLine) {
     const struct {
         const char *content, *complaint;
     } cases[] = {{"", "no position"},          {"a,b,c,d,e\n", "no position"}, {"a,b\nc,d\n", "line 2"},
@@ -119,7 +119,7 @@ TEST(User, trackFaultsNameTheirLine) {
     }
 }
 
-TEST(Titles, comeFromFilesAndFolders) {
+TEST(Titles, ComeFromFilesAndFolders) {
     TempFolder folder;
     folder.write("Community/pack/SimObjects/Airplanes/one/aircraft.cfg",
                  "[FLTSIM.0]\r\ntitle=Plain title ; comment\r\nTITLE = \"Quoted ; title\" ; "
@@ -154,7 +154,7 @@ TEST(Titles, comeFromFilesAndFolders) {
     EXPECT_EQ(client.take(kind::exception).at(0).u32(16), client.lastSendId());
 }
 
-TEST(Titles, realPackagesAreReadWhole) {
+TEST(Titles, RealPackagesAreReadWhole) {
     const fs::path community = fs::path(KES_SOURCE_DIR) / "../shared/data/liveries/Community";
     if (!fs::is_directory(community))
         GTEST_SKIP() << "no " << community;
@@ -164,7 +164,7 @@ TEST(Titles, realPackagesAreReadWhole) {
     EXPECT_TRUE(isKnownTitle(titles, "KC-135R Mildenhall"));
 }
 
-TEST(Control, refusesAndAcceptsCreates) {
+TEST(Control, RefusesAndAcceptsCreates) {
     World world;
     RawClient client(world.simulator);
     const auto works = [&](const char* title) { return client.created(title, "X", 50, 8, 1000) != 0; };
@@ -187,7 +187,7 @@ TEST(Control, refusesAndAcceptsCreates) {
     EXPECT_EQ(world.simulator.counters.exceptions[22], 4u);
 }
 
-TEST(Control, stopsTheSimAndTheFrames) {
+TEST(Control, StopsTheSimAndTheFrames) {
     World world;
     RawClient client(world.simulator);
     client.subscribe(201, "SIM");
@@ -238,7 +238,7 @@ TEST(Control, stopsTheSimAndTheFrames) {
     EXPECT_EQ(simEvents(), std::vector<std::uint32_t>{1});
 }
 
-TEST(Control, teleportsTheUser) {
+TEST(Control, TeleportsTheUser) {
     World world;
     EXPECT_EQ(runCommand(world.simulator, "teleport 48.35 11.78 9000 270"), "ok");
     world.seconds(1);
@@ -250,7 +250,7 @@ TEST(Control, teleportsTheUser) {
     EXPECT_EQ(world.simulator.user.alt, 1487 + world.simulator.user.staticCg) << "never below the ground";
 }
 
-TEST(Control, complainsAboutWhatItDoesNotUnderstand) {
+TEST(Control, ComplainsAboutWhatItDoesNotUnderstand) {
     World world;
     EXPECT_EQ(runCommand(world.simulator, "  \r"), "");
     for (const char* line : {"dance", "teleport", "teleport 1 2", "teleport 95 2 3", "teleport a b c", "fps 0", "fps x",
@@ -263,7 +263,7 @@ TEST(Control, complainsAboutWhatItDoesNotUnderstand) {
         EXPECT_NE(help.find(name), std::string::npos);
 }
 
-TEST(Control, reportsInJson) {
+TEST(Control, ReportsInJson) {
     World world;
     RawClient client(world.simulator);
     client.definePose();
@@ -286,7 +286,7 @@ TEST(Control, reportsInJson) {
     EXPECT_EQ(objects[0]["lights"], 1);
 }
 
-TEST(Time, framesNeitherDriftNorPileUp) {
+TEST(Time, FramesNeitherDriftNorPileUp) {
     World world;
     RawClient client(world.simulator);
     client.subscribe(204, "Frame");
@@ -308,7 +308,7 @@ TEST(Time, framesNeitherDriftNorPileUp) {
     EXPECT_EQ(client.take(kind::frame).size(), 1u) << "a machine that was busy for five seconds";
 }
 
-TEST(Options, areReadAndChecked) {
+TEST(Options, AreReadAndChecked) {
     std::optional<command_line::Ending> ending;
     const auto parse = [&](const std::vector<std::string>& arguments) {
         ProgramOptions read;
