@@ -61,9 +61,7 @@ const CategoryRow& categoryRow(AircraftCategory category) {
     return categoryTable[std::min(static_cast<std::size_t>(category), categoryTable.size() - 1)];
 }
 
-void applyModel(LiveAircraft& aircraft) {
-    aircraft.category = categoryOf(aircraft.model);
-    aircraft.wingspan = wingspanOf(aircraft.model);
+void applyCategory(LiveAircraft& aircraft) {
     const CategoryRow& values = categoryRow(aircraft.category);
     aircraft.taxiSpeed = values.taxiSpeed;
     aircraft.climbStepMax = values.climbStepMax;
@@ -75,6 +73,12 @@ void applyModel(LiveAircraft& aircraft) {
     aircraft.derotateTicks = values.derotateTicks;
     aircraft.rotateTicks = values.rotateTicks;
     aircraft.climbOutTicks = values.climbOutTicks;
+}
+
+void applyModel(LiveAircraft& aircraft) {
+    aircraft.category = categoryOf(aircraft.model);
+    aircraft.wingspan = wingspanOf(aircraft.model);
+    applyCategory(aircraft);
 }
 
 void takeModel(LiveAircraft& aircraft, const std::string& model) {

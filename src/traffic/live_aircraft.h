@@ -90,7 +90,9 @@ struct CategoryRow {
 };
 const CategoryRow& categoryRow(AircraftCategory category);
 
-/// Span, category and the category's motion values from `model`; draws the two random pitch spreads.
+/// The motion values of the record's category; draws the two random pitch spreads.
+void applyCategory(LiveAircraft& aircraft);
+/// Span, category and the category's motion values from `model`.
 void applyModel(LiveAircraft& aircraft);
 /// Another model than the record's brings its own category and values; an empty one changes nothing.
 void takeModel(LiveAircraft& aircraft, const std::string& model);

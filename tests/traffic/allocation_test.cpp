@@ -1,56 +1,6 @@
 // Steady flight allocates nothing between samples.
+#include "count_allocations.h"
 #include "traffic/harness.h"
-
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
-namespace {
-std::atomic<std::size_t> allocations{0};
-
-void* counted(std::size_t size) noexcept {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    return std::malloc(size == 0 ? 1 : size);
-}
-
-void* countedOrThrow(std::size_t size) {
-    if (void* p = counted(size))
-        return p;
-    throw std::bad_alloc();
-}
-} // namespace
-
-// All forms that meet in one delete: a sanitizer's own would not match this malloc.
-void* operator new(std::size_t size) {
-    return countedOrThrow(size);
-}
-void* operator new[](std::size_t size) {
-    return countedOrThrow(size);
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return counted(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return counted(size);
-}
-void operator delete(void* p, const std::nothrow_t&) noexcept {
-    std::free(p);
-}
-void operator delete[](void* p, const std::nothrow_t&) noexcept {
-    std::free(p);
-}
-void operator delete(void* p) noexcept {
-    std::free(p);
-}
-void operator delete[](void* p) noexcept {
-    std::free(p);
-}
-void operator delete(void* p, std::size_t) noexcept {
-    std::free(p);
-}
-void operator delete[](void* p, std::size_t) noexcept {
-    std::free(p);
-}
 
 namespace kes {
 namespace {
@@ -66,9 +16,9 @@ TEST_F(AllocationTest, NoneBetweenSamples) {
     };
     ticks(10); // both position buffers reach their size
     const double lat = liveAircraft[0].lat;
-    const std::size_t before = allocations;
+    const std::size_t before = test::allocations;
     ticks(1000);
-    EXPECT_EQ(allocations - before, 0U);
+    EXPECT_EQ(test::allocations - before, 0U);
     EXPECT_GT(liveAircraft[0].lat, lat);
 }
 

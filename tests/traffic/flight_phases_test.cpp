@@ -1,18 +1,12 @@
 // What becomes of a new sample at the back of a stream.
-#include "airports/stands.h"
+#include "traffic/flight.h"
 #include "traffic/flight_phases.h"
-#include "traffic/harness.h"
-#include "traffic/parking.h"
-
-#include <limits>
 
 namespace kes {
 namespace {
 
-using FlightPhasesTest = test::TrafficTest;
-using test::firstHex;
-using test::homeLat;
-using test::homeLon;
+using FlightPhasesTest = test::FlightTest;
+using test::Flight;
 using test::metre;
 
 PositionSample northOf(PositionSample s, double metres, double gs, std::int32_t later = 500) {
@@ -23,8 +17,8 @@ PositionSample northOf(PositionSample s, double metres, double gs, std::int32_t 
 }
 
 TEST_F(FlightPhasesTest, NoiseIsStandingStillOnTheGroundAndNothingInTheAir) {
-    struct Case {
-        const char* what;
+    struct Row {
+        const char* name;
         bool airborne, departing;
         double lastGs, gs, metres;
         bool taken, stopped;
@@ -32,7 +26,7 @@ TEST_F(FlightPhasesTest, NoiseIsStandingStillOnTheGroundAndNothingInTheAir) {
         AircraftStatus st = AircraftStatus::active;
         double east = 0; ///< degrees
     };
-    const Case cases[] = {
+    const Row rows[] = {
         {"no move in the air", true, false, 200, 200, 0, false, false},
         {"hardly a move in the air", true, false, 200, 200, 10, false, false},
         {"a move in the air", true, false, 200, 200, 100, true, false},
@@ -55,92 +49,91 @@ TEST_F(FlightPhasesTest, NoiseIsStandingStillOnTheGroundAndNothingInTheAir) {
         {"jitter to the east", false, false, 10, 10, 0, true, true, false, AircraftStatus::active, 0.000149},
         {"a move to the east", false, false, 10, 10, 0, true, false, false, AircraftStatus::active, 0.000151},
     };
-    for (const Case& c : cases) {
-        resetLiveTraffic();
-        const PositionSample last = c.airborne ? air(0, 9000, c.lastGs) : ground(0, 9000, c.lastGs);
-        LiveAircraft& a = activeFlight(firstHex, {last, last});
-        a.departing = c.departing;
-        a.st = c.st;
-        if (c.flies)
-            a.onGround = false;
-        a.stream[0].tick = 8000;
-        PositionSample n = northOf(last, c.metres, c.gs);
-        n.lon += c.east;
-        decodeExisting(a, n, motionNow());
-        EXPECT_EQ(a.sz() == 3, c.taken) << c.what;
-        if (!c.taken)
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const PositionSample last = row.airborne ? air(0, 9000, row.lastGs) : ground(0, 9000, row.lastGs);
+        Flight f({last, last});
+        f.a.departing = row.departing;
+        f.a.st = row.st;
+        if (row.flies)
+            f.a.onGround = false;
+        f.a.stream[0].tick = 8000;
+        PositionSample n = northOf(last, row.metres, row.gs);
+        n.lon += row.east;
+        f.report(n);
+        EXPECT_EQ(f.a.sz() == 3, row.taken);
+        if (!row.taken)
             continue;
-        EXPECT_EQ(a.stream[2].stopped, c.stopped) << c.what;
-        EXPECT_EQ(a.stream[2].gs, c.stopped ? 0.0 : c.gs) << c.what;
-        const bool copied = (c.metres > 0 || c.east > 0) && c.stopped;
-        EXPECT_EQ(a.stream[2].tick, copied ? 9001 : 9500) << c.what << ": a copy follows at once";
-        EXPECT_EQ(a.stream[2].lat == last.lat, c.metres == 0 || copied) << c.what;
-        EXPECT_EQ(a.stream[2].lon == last.lon, c.east == 0 || copied) << c.what;
+        EXPECT_EQ(f.a.stream[2].stopped, row.stopped);
+        EXPECT_EQ(f.a.stream[2].gs, row.stopped ? 0.0 : row.gs);
+        const bool copied = (row.metres > 0 || row.east > 0) && row.stopped;
+        EXPECT_EQ(f.a.stream[2].tick, copied ? 9001 : 9500) << "a copy follows at once";
+        EXPECT_EQ(f.a.stream[2].lat == last.lat, row.metres == 0 || copied);
+        EXPECT_EQ(f.a.stream[2].lon == last.lon, row.east == 0 || copied);
     }
 }
 
 TEST_F(FlightPhasesTest, AHelicopterMayHover) {
     const PositionSample last = air(0, 9000, 5, 600);
-    LiveAircraft& a = activeFlight(firstHex, {last, last}, "EC35");
-    decodeExisting(a, northOf(last, 0, 0), motionNow());
-    ASSERT_EQ(a.sz(), 3U);
-    EXPECT_TRUE(a.stream[2].stopped);
+    Flight f({last, last}, AircraftCategory::rotorcraft);
+    f.report(northOf(last, 0, 0));
+    ASSERT_EQ(f.a.sz(), 3U);
+    EXPECT_TRUE(f.a.stream[2].stopped);
 }
 
 TEST_F(FlightPhasesTest, ShortStopsAreTakenOut) {
-    struct Case {
-        const char* what;
+    struct Row {
+        const char* name;
         double seconds, metres;
         double jitter[3]; ///< metres off the stop, of its three reports
         bool kept;
     };
-    for (const Case& c : {Case{"10 s at a line", 10, 60, {0, 0, 0}, false}, Case{"20 s", 20, 60, {0, 0, 0}, true},
-                          Case{"15 s", 15, 60, {0, 0, 0}, true}, Case{"14.99 s", 14.99, 60, {0, 0, 0}, false},
-                          Case{"a long one that leads nowhere", 60, 21, {0, 0, 0}, false},
-                          // A copy for jitter has no time of its own, so a stop seen only through jitter is short.
-                          Case{"60 s of jitter", 60, 60, {3, -4, 5}, false},
-                          Case{"60 s with a clean report at the end", 60, 60, {3, -4, 0}, true}}) {
-        resetLiveTraffic();
+    for (const Row& row : {Row{"10 s at a line", 10, 60, {0, 0, 0}, false}, Row{"20 s", 20, 60, {0, 0, 0}, true},
+                           Row{"15 s", 15, 60, {0, 0, 0}, true}, Row{"14.99 s", 14.99, 60, {0, 0, 0}, false},
+                           Row{"a long one that leads nowhere", 60, 21, {0, 0, 0}, false},
+                           // A copy for jitter has no time of its own, so a stop seen only through jitter is short.
+                           Row{"60 s of jitter", 60, 60, {3, -4, 5}, false},
+                           Row{"60 s with a clean report at the end", 60, 60, {3, -4, 0}, true}}) {
+        SCOPED_TRACE(row.name);
         const PositionSample rolling = ground(0, 9000);
-        LiveAircraft& a = activeFlight(firstHex, {northOf(rolling, -100, 10, -1000), rolling});
+        Flight f({northOf(rolling, -100, 10, -1000), rolling});
         for (int i = 1; i <= 3; ++i) {
-            const auto later = static_cast<std::int32_t>(std::lround(c.seconds * 100 / 3 * i));
-            decodeExisting(a, northOf(rolling, c.jitter[i - 1], 0, later), motionNow());
-            EXPECT_EQ(a.stream.back().tick, c.jitter[i - 1] == 0 ? 9000 + later : 9000 + i) << c.what;
-            EXPECT_EQ(a.stream.back().lat, rolling.lat) << c.what;
+            const auto later = static_cast<std::int32_t>(std::lround(row.seconds * 100 / 3 * i));
+            f.report(northOf(rolling, row.jitter[i - 1], 0, later));
+            EXPECT_EQ(f.a.stream.back().tick, row.jitter[i - 1] == 0 ? 9000 + later : 9000 + i);
+            EXPECT_EQ(f.a.stream.back().lat, rolling.lat);
         }
-        ASSERT_EQ(a.sz(), 5U) << c.what;
-        decodeExisting(a, northOf(rolling, c.metres, 10, 9000), motionNow());
-        EXPECT_EQ(a.sz(), c.kept ? 6U : 3U) << c.what;
-        EXPECT_FALSE(a.stream.back().stopped) << c.what;
-        EXPECT_EQ(a.stream[1].tick, 9000) << c.what << ": the last moving sample stays";
+        ASSERT_EQ(f.a.sz(), 5U);
+        f.report(northOf(rolling, row.metres, 10, 9000));
+        EXPECT_EQ(f.a.sz(), row.kept ? 6U : 3U);
+        EXPECT_FALSE(f.a.stream.back().stopped);
+        EXPECT_EQ(f.a.stream[1].tick, 9000) << "the last moving sample stays";
     }
 }
 
 /// A stop of many samples: the search for its beginning goes five samples back and no farther.
 TEST_F(FlightPhasesTest, OnlyTheLastFiveSamplesOfAStopAreLookedAt) {
     for (std::size_t stops = 1; stops <= 7; ++stops) {
-        resetLiveTraffic();
         std::vector<PositionSample> stream{ground(-0.001, 8000), ground(0, 9000)};
         for (std::size_t i = 1; i <= stops; ++i) {
             stream.push_back(northOf(stream[1], 0, 0, static_cast<std::int32_t>(100 * i)));
             stream.back().stopped = true;
         }
-        LiveAircraft& a = activeFlight(firstHex, stream);
-        decodeExisting(a, northOf(stream[1], 60, 10, 2000), motionNow());
-        EXPECT_EQ(a.sz(), stops <= 5 ? 3U : stops + 3) << stops;
+        Flight f(stream);
+        f.report(northOf(stream[1], 60, 10, 2000));
+        EXPECT_EQ(f.a.sz(), stops <= 5 ? 3U : stops + 3) << stops;
     }
 }
 
 TEST_F(FlightPhasesTest, ALandingNeitherTurnsAroundNorSpeedsUp) {
-    struct Case {
-        const char* what;
+    struct Row {
+        const char* name;
         bool approach;
         double metres, gs, lastGs;
         std::size_t left;  ///< samples, the new one included when it was taken
         double expectedGs; ///< of the last one
     };
-    const Case cases[] = {
+    const Row rows[] = {
         {"on it goes", true, 300, 130, 135, 4, 130},
         {"30 to 50 is held", false, 50, 50, 30, 4, 30},
         {"30 to 40 is not", false, 50, 40, 30, 4, 40},
@@ -148,16 +141,16 @@ TEST_F(FlightPhasesTest, ALandingNeitherTurnsAroundNorSpeedsUp) {
         {"far behind it costs two", true, -150, 130, 135, 2, 130},
         {"nothing new", true, 0, 130, 135, 3, 135},
     };
-    for (const Case& c : cases) {
-        resetLiveTraffic();
-        PositionSample s = air(0, 9000, c.lastGs, 300);
-        LiveAircraft& a = activeFlight(firstHex, {s, northOf(s, 100, c.lastGs), northOf(s, 200, c.lastGs, 900)});
-        a.approach = c.approach;
-        a.landingRoll = !c.approach;
-        a.heading = 0;
-        decodeExisting(a, northOf(s, 200 + c.metres, c.gs, 1500), motionNow());
-        EXPECT_EQ(a.sz(), c.left) << c.what;
-        EXPECT_EQ(a.stream.back().gs, c.expectedGs) << c.what;
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        PositionSample s = air(0, 9000, row.lastGs, 300);
+        Flight f({s, northOf(s, 100, row.lastGs), northOf(s, 200, row.lastGs, 900)});
+        f.a.approach = row.approach;
+        f.a.landingRoll = !row.approach;
+        f.a.heading = 0;
+        f.report(northOf(s, 200 + row.metres, row.gs, 1500));
+        EXPECT_EQ(f.a.sz(), row.left);
+        EXPECT_EQ(f.a.stream.back().gs, row.expectedGs);
     }
 }
 
@@ -171,8 +164,8 @@ PositionSample aside(PositionSample s, double metres, double degrees) {
 
 /// The heading is north.
 TEST_F(FlightPhasesTest, HowFarASampleOfALandingMayLieAside) {
-    struct Case {
-        const char* what;
+    struct Row {
+        const char* name;
         bool approach;
         std::size_t samples; ///< 100 m apart
         double degrees;      ///< off the heading, of the new one
@@ -180,7 +173,7 @@ TEST_F(FlightPhasesTest, HowFarASampleOfALandingMayLieAside) {
         std::size_t left;
         bool frontMoved;
     };
-    const Case cases[] = {
+    const Row rows[] = {
         {"abeam costs nothing", true, 3, 89, 0, 4, false},
         {"behind that costs one", true, 3, 91, 0, 3, false},
         {"the last one before final ends", true, 1, 89, 0, 2, false},
@@ -191,58 +184,57 @@ TEST_F(FlightPhasesTest, HowFarASampleOfALandingMayLieAside) {
         {"which end otherwise", false, 1, 149, 3, 2, false},
         {"on final too", true, 1, 10, 3, 2, false},
     };
-    for (const Case& c : cases) {
-        resetLiveTraffic();
-        PositionSample s = c.approach ? air(0, 9000, 130, 300) : ground(0, 9000, 90);
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        PositionSample s = row.approach ? air(0, 9000, 130, 300) : ground(0, 9000, 90);
         std::vector<PositionSample> stream{s};
-        for (std::size_t i = 1; i < c.samples; ++i)
+        for (std::size_t i = 1; i < row.samples; ++i)
             stream.push_back(northOf(stream.back(), 100, s.gs));
-        LiveAircraft& a = activeFlight(firstHex, stream);
-        a.approach = c.approach;
-        a.landingRoll = !c.approach;
-        a.departing = true;
-        a.extrapCount = c.extrapCount;
-        a.lat += 0.0001;
-        a.lon += 0.0002;
-        decodeExisting(a, aside(stream.back(), 200, c.degrees), motionNow());
-        EXPECT_EQ(a.sz(), c.left) << c.what;
-        EXPECT_EQ(a.stream[0].lat, c.frontMoved ? a.lat : s.lat) << c.what;
-        EXPECT_EQ(a.stream[0].lon, c.frontMoved ? a.lon : s.lon) << c.what;
-        EXPECT_EQ(a.stream[0].tick, c.frontMoved ? tickCount + 1 : 9000) << c.what;
-        const bool resumed = c.extrapCount > 0 && c.left == 2;
-        EXPECT_EQ(a.extrapCount, resumed ? 0 : c.extrapCount) << c.what;
-        EXPECT_EQ(a.lateTicks, resumed ? 5000 : 1000) << c.what;
-        EXPECT_EQ(a.earlyTicks, resumed ? 3000 : 1000) << c.what;
+        Flight f(stream);
+        f.a.approach = row.approach;
+        f.a.landingRoll = !row.approach;
+        f.a.departing = true;
+        f.a.extrapCount = row.extrapCount;
+        f.a.lat += 0.0001;
+        f.a.lon += 0.0002;
+        f.report(aside(stream.back(), 200, row.degrees));
+        EXPECT_EQ(f.a.sz(), row.left);
+        EXPECT_EQ(f.a.stream[0].lat, row.frontMoved ? f.a.lat : s.lat);
+        EXPECT_EQ(f.a.stream[0].lon, row.frontMoved ? f.a.lon : s.lon);
+        EXPECT_EQ(f.a.stream[0].tick, row.frontMoved ? f.m.in.tick + 1 : 9000);
+        const bool resumed = row.extrapCount > 0 && row.left == 2;
+        EXPECT_EQ(f.a.extrapCount, resumed ? 0 : row.extrapCount);
+        EXPECT_EQ(f.a.lateTicks, resumed ? 5000 : 1000);
+        EXPECT_EQ(f.a.earlyTicks, resumed ? 3000 : 1000);
     }
 }
 
 TEST_F(FlightPhasesTest, AReportEndsTheInventedWayUnlessItLiesBehind) {
-    struct Case {
+    struct Row {
         double degrees;
         bool onGround, departing, resumes;
     };
-    for (const Case& c : {Case{99, false, false, true}, Case{101, false, false, false}, Case{101, true, false, true},
-                          Case{180, true, false, true}, Case{10, false, true, true}}) {
-        resetLiveTraffic();
-        LiveAircraft& a = activeFlight(firstHex, {c.onGround ? ground(0, 9000) : air(0, 9000)});
-        a.extrapCount = 5;
-        a.departing = c.departing;
-        a.holding = true;
-        a.holdStartTick = 77;
-        decodeExisting(a, aside(a.stream[0], 200, c.degrees), motionNow());
-        EXPECT_EQ(a.sz(), c.resumes ? 2U : 1U) << c.degrees;
-        EXPECT_EQ(a.extrapCount, c.resumes ? 0 : 5) << c.degrees;
-        EXPECT_EQ(a.stream[0].tick, c.resumes ? tickCount + 1 : 9000) << c.degrees;
-        EXPECT_EQ(a.lateTicks, !c.resumes ? 1000 : c.departing ? 5000 : 3000) << c.degrees;
-        EXPECT_EQ(a.earlyTicks, c.resumes ? 3000 : 1000) << c.degrees;
-        EXPECT_EQ(a.holding, !c.resumes) << c.degrees;
-        EXPECT_EQ(a.holdStartTick, c.resumes ? 0 : 77) << c.degrees;
+    for (const Row& row : {Row{99, false, false, true}, Row{101, false, false, false}, Row{101, true, false, true},
+                           Row{180, true, false, true}, Row{10, false, true, true}}) {
+        Flight f({row.onGround ? ground(0, 9000) : air(0, 9000)});
+        f.a.extrapCount = 5;
+        f.a.departing = row.departing;
+        f.a.holding = true;
+        f.a.holdStartTick = 77;
+        f.report(aside(f.a.stream[0], 200, row.degrees));
+        EXPECT_EQ(f.a.sz(), row.resumes ? 2U : 1U) << row.degrees;
+        EXPECT_EQ(f.a.extrapCount, row.resumes ? 0 : 5) << row.degrees;
+        EXPECT_EQ(f.a.stream[0].tick, row.resumes ? f.m.in.tick + 1 : 9000) << row.degrees;
+        EXPECT_EQ(f.a.lateTicks, !row.resumes ? 1000 : row.departing ? 5000 : 3000) << row.degrees;
+        EXPECT_EQ(f.a.earlyTicks, row.resumes ? 3000 : 1000) << row.degrees;
+        EXPECT_EQ(f.a.holding, !row.resumes) << row.degrees;
+        EXPECT_EQ(f.a.holdStartTick, row.resumes ? 0 : 77) << row.degrees;
     }
 }
 
 TEST_F(FlightPhasesTest, ATakeOffRunBeginsWithTheSecondFastSample) {
-    struct Case {
-        const char* what;
+    struct Row {
+        const char* name;
         double lastGs, gs;
         bool airborne;
         FlightState fs;
@@ -251,147 +243,170 @@ TEST_F(FlightPhasesTest, ATakeOffRunBeginsWithTheSecondFastSample) {
     };
     using enum FlightState;
     constexpr AircraftStatus active = AircraftStatus::active;
-    for (const Case& c : {Case{"two fast ones", 43, 43, false, taxi, active, true},
-                          Case{"a slow one", 42.9, 50, false, taxi, active, false},
-                          Case{"a second slow one", 50, 42.9, false, taxi, active, false},
-                          Case{"airborne", 30, 80, true, taxi, active, true},
-                          Case{"just come down", 50, 50, false, flying, active, false},
-                          Case{"not in the simulator", 50, 50, false, taxi, AircraftStatus::adding2sim, false}}) {
-        resetLiveTraffic();
-        LiveAircraft& a = activeFlight(firstHex, {ground(0, 9000, c.lastGs)});
-        a.fs = c.fs;
-        a.st = c.st;
-        PositionSample n = northOf(a.stream.back(), 400, c.gs);
-        n.alt = c.airborne ? 100 : 0;
-        n.airborne = c.airborne;
-        decodeExisting(a, n, motionNow());
-        EXPECT_EQ(a.departing, c.begins) << c.what;
-        EXPECT_EQ(a.lateTicks, c.begins ? 5000 : 1000) << c.what;
+    for (const Row& row : {Row{"two fast ones", 43, 43, false, taxi, active, true},
+                           Row{"a slow one", 42.9, 50, false, taxi, active, false},
+                           Row{"a second slow one", 50, 42.9, false, taxi, active, false},
+                           Row{"airborne", 30, 80, true, taxi, active, true},
+                           Row{"just come down", 50, 50, false, flying, active, false},
+                           Row{"not in the simulator", 50, 50, false, taxi, AircraftStatus::adding2sim, false}}) {
+        SCOPED_TRACE(row.name);
+        Flight f({ground(0, 9000, row.lastGs)});
+        f.a.fs = row.fs;
+        f.a.st = row.st;
+        PositionSample n = northOf(f.a.stream.back(), 400, row.gs);
+        n.alt = row.airborne ? 100 : 0;
+        n.airborne = row.airborne;
+        f.report(n);
+        EXPECT_EQ(f.a.departing, row.begins);
+        EXPECT_EQ(f.a.lateTicks, row.begins ? 5000 : 1000);
     }
-    resetLiveTraffic();
-    LiveAircraft& b = activeFlight(firstHex, {ground(0, 9000, 90)});
-    b.landingRoll = true;
-    decodeExisting(b, air(0.002, 9500, 140, 100), motionNow());
-    EXPECT_FALSE(b.departing) << "one airborne sample of a landing is noise";
-    decodeExisting(b, air(0.004, 10000, 140, 300), motionNow());
-    EXPECT_TRUE(b.departing) << "two are a go-around";
+}
+
+TEST_F(FlightPhasesTest, WhatATakeOffRunAndAGoAroundFromTheRunwayAreTold) {
+    struct Row {
+        const char* name;
+        bool landingRoll, airborne;
+        const char *wings, *rotor;
+    };
+    const char* const takeOff = "throttle 0, spoilers 0, flaps 3072, lights nbltso-";
+    const char* const rotorTakeOff = "throttle 16383, lights nbltso-";
+    for (const Row& row : {Row{"take-off run", false, false, takeOff, rotorTakeOff},
+                           Row{"take-off, airborne at once", false, true, takeOff, rotorTakeOff},
+                           Row{"landing roll", true, false, "", ""},
+                           Row{"go-around", true, true, "throttle 11468, spoilers 16383, flaps 3072, lights nbltso-",
+                               "throttle 11468, lights nbltso-"}}) {
+        SCOPED_TRACE(row.name);
+        for (const AircraftCategory category : test::everyCategory) {
+            const double alt = row.airborne ? 200 : 0;
+            Flight f({ground(0, 5000, 140)}, category);
+            f.a.landingRoll = f.a.landedSearch = row.landingRoll;
+            f.a.climbing = true;
+            f.a.stream.push_back(ground(0.002, 9000, 140));
+            f.report(air(0.003, 9250, 140, alt));
+            EXPECT_EQ(f.a.departing, !row.landingRoll) << "one airborne sample of a landing is noise";
+            f.report(air(0.004, 9500, 140, alt));
+            const std::string told = category == AircraftCategory::rotorcraft ? row.rotor : row.wings;
+            EXPECT_EQ(f.told(), told);
+            EXPECT_EQ(f.a.departing, !told.empty());
+            EXPECT_EQ(f.a.climbing, told.empty());
+            EXPECT_EQ(f.a.landedSearch, told.empty() && row.landingRoll);
+            EXPECT_EQ(f.a.lateTicks, told.empty() ? 1000 : 5000);
+            EXPECT_EQ(f.a.earlyTicks, told.empty() ? 1000 : 3000);
+            EXPECT_EQ(f.a.fs, FlightState::taxi);
+        }
+    }
 }
 
 TEST_F(FlightPhasesTest, ThePushIsWatchedForItsSideWhileItRunsStraight) {
-    struct Case {
-        const char* what;
+    struct Row {
+        const char* name;
         bool straightOnly;
         std::int32_t step;
         bool headingValid;
         double headingDegrees, trackDegrees; ///< the aircraft's heading is 350
         int side;                            ///< 1 = right, -1 = left, 0 = not learnt
     };
-    for (const Case& c :
-         {Case{"by the heading", false, 2, true, 10, 300, 1}, Case{"to the left", false, 2, true, 340, 10, -1},
-          Case{"by the track", false, 2, false, 340, 10, 1}, Case{"no track", false, 2, false, 10, 0, 0},
-          Case{"a heading is enough", false, 2, true, 10, 0, 1}, Case{"in its curve", false, 1, true, 10, 10, 0},
-          Case{"straight only", true, 2, true, 10, 10, 0}}) {
-        resetLiveTraffic();
-        par::STRAIGHT_PBS_ONLY.value = c.straightOnly;
-        LiveAircraft& a = activeFlight(firstHex, {ground(0, 9000, 3)});
-        a.fs = FlightState::pushing_back;
-        a.pushbackStep = c.step;
-        a.heading = 350 * degToRad;
-        PositionSample n = northOf(a.stream[0], 30, 3);
-        n.trueHeadingValid = c.headingValid;
-        n.trueHeading = c.headingDegrees * degToRad;
-        n.track = c.trackDegrees;
-        decodeExisting(a, n, motionNow());
-        EXPECT_EQ(a.pushbackTurnRight.has_value(), c.side != 0) << c.what;
-        EXPECT_EQ(a.pushbackTurnRight.value_or(false), c.side > 0) << c.what;
-        EXPECT_EQ(a.sz(), 1U) << c.what;
+    for (const Row& row :
+         {Row{"by the heading", false, 2, true, 10, 300, 1}, Row{"to the left", false, 2, true, 340, 10, -1},
+          Row{"by the track", false, 2, false, 340, 10, 1}, Row{"no track", false, 2, false, 10, 0, 0},
+          Row{"a heading is enough", false, 2, true, 10, 0, 1}, Row{"in its curve", false, 1, true, 10, 10, 0},
+          Row{"straight only", true, 2, true, 10, 10, 0}}) {
+        SCOPED_TRACE(row.name);
+        par::STRAIGHT_PBS_ONLY.value = row.straightOnly;
+        Flight f({ground(0, 9000, 3)});
+        f.a.fs = FlightState::pushing_back;
+        f.a.pushbackStep = row.step;
+        f.a.heading = 350 * degToRad;
+        PositionSample n = northOf(f.a.stream[0], 30, 3);
+        n.trueHeadingValid = row.headingValid;
+        n.trueHeading = row.headingDegrees * degToRad;
+        n.track = row.trackDegrees;
+        f.report(n);
+        EXPECT_EQ(f.a.pushbackTurnRight.has_value(), row.side != 0);
+        EXPECT_EQ(f.a.pushbackTurnRight.value_or(false), row.side > 0);
+        EXPECT_EQ(f.a.sz(), 1U);
     }
 }
 
 TEST_F(FlightPhasesTest, APushedBackAircraftWaitsUntilItDrivesOff) {
-    struct Case {
+    struct Row {
         double before, metres; ///< away from the aircraft: the last report, this one. Half the span is 17 m
         bool driven;
     };
-    for (const Case& c : {Case{40, 46, false}, Case{40, 47.5, true}, Case{60, 50, false}, Case{1e6, 101, false},
-                          Case{1e6, 103, true}}) {
-        resetLiveTraffic();
-        LiveAircraft& a = activeFlight(firstHex, {ground(0, 60000, 0)});
-        a.fs = FlightState::pushed_back;
-        a.lastAwayDist = c.before / metresPerNm;
-        a.extrapCount = 1;
-        a.pushbackTurnRight = true;
-        a.pushbackStep = 1;
-        a.sid = 5;
-        a.standCargo = true;
-        a.stream[0].stopped = true;
-        a.holding = c.driven; // since an earlier report
-        PositionSample n = northOf(a.stream[0], c.metres, 5);
+    for (const Row& row :
+         {Row{40, 46, false}, Row{40, 47.5, true}, Row{60, 50, false}, Row{1e6, 101, false}, Row{1e6, 103, true}}) {
+        Flight f({ground(0, 60000, 0)});
+        f.a.fs = FlightState::pushed_back;
+        f.a.lastAwayDist = row.before / metresPerNm;
+        f.a.extrapCount = 1;
+        f.a.pushbackTurnRight = true;
+        f.a.pushbackStep = 1;
+        f.a.sid = 5;
+        f.a.standCargo = true;
+        f.a.stream[0].stopped = true;
+        f.a.holding = row.driven; // since an earlier report
+        PositionSample n = northOf(f.a.stream[0], row.metres, 5);
         n.stopped = true;
-        decodeExisting(a, n, motionNow());
-        ASSERT_EQ(a.sz(), c.driven ? 2U : 1U) << c.metres;
-        EXPECT_EQ(a.fs, c.driven ? FlightState::taxi : FlightState::pushed_back) << c.metres;
-        EXPECT_EQ(a.pushbackTurnRight.has_value(), !c.driven) << c.metres;
-        EXPECT_EQ(a.pushbackStep, c.driven ? 0 : 1) << c.metres;
-        EXPECT_EQ(a.sid, c.driven ? 0U : 5U) << c.metres;
-        EXPECT_EQ(a.standCargo, !c.driven) << c.metres;
-        EXPECT_EQ(a.holding, !c.driven) << c.metres;
-        EXPECT_EQ(a.holdStartTick, c.driven ? 0 : tickCount.load()) << c.metres;
-        EXPECT_EQ(a.stream[0].tick, c.driven ? tickCount + 1 : 60000) << c.metres;
-        EXPECT_EQ(a.extrapCount, c.driven ? 0 : 1) << c.metres;
-        EXPECT_EQ(a.lateTicks, c.driven ? 3000 : 1000) << c.metres;
-        EXPECT_EQ(a.stream.back().stopped, !c.driven) << c.metres;
-        if (c.driven)
+        f.report(n);
+        ASSERT_EQ(f.a.sz(), row.driven ? 2U : 1U) << row.metres;
+        EXPECT_EQ(f.a.fs, row.driven ? FlightState::taxi : FlightState::pushed_back) << row.metres;
+        EXPECT_EQ(f.a.pushbackTurnRight.has_value(), !row.driven) << row.metres;
+        EXPECT_EQ(f.a.pushbackStep, row.driven ? 0 : 1) << row.metres;
+        EXPECT_EQ(f.a.sid, row.driven ? 0U : 5U) << row.metres;
+        EXPECT_EQ(f.a.standCargo, !row.driven) << row.metres;
+        EXPECT_EQ(f.a.holding, !row.driven) << row.metres;
+        EXPECT_EQ(f.a.holdStartTick, row.driven ? 0 : f.m.in.tick) << row.metres;
+        EXPECT_EQ(f.a.stream[0].tick, row.driven ? f.m.in.tick + 1 : 60000) << row.metres;
+        EXPECT_EQ(f.a.extrapCount, row.driven ? 0 : 1) << row.metres;
+        EXPECT_EQ(f.a.lateTicks, row.driven ? 3000 : 1000) << row.metres;
+        EXPECT_EQ(f.a.stream.back().stopped, !row.driven) << row.metres;
+        if (row.driven)
             continue;
-        EXPECT_NEAR(a.lastAwayDist, c.metres / metresPerNm, 1e-4 / metresPerNm * c.metres) << c.metres;
-        tickCount = tickCount + 10;
-        decodeExisting(a, n, motionNow());
-        EXPECT_EQ(a.holdStartTick, tickCount - 10) << "the hold goes on";
-        tickCount = tickCount - 10;
+        EXPECT_NEAR(f.a.lastAwayDist, row.metres / metresPerNm, 1e-4 / metresPerNm * row.metres) << row.metres;
+        f.m.in.tick += 10;
+        f.report(n);
+        EXPECT_EQ(f.a.holdStartTick, f.m.in.tick - 10) << "the hold goes on";
     }
 }
 
 TEST_F(FlightPhasesTest, AStandingStreamStaysShort) {
     for (const FlightState fs : {FlightState::taxi, FlightState::birth}) {
-        resetLiveTraffic();
         PositionSample s = ground(0, 9000, 7);
         s.stopped = true;
-        LiveAircraft& a = activeFlight(firstHex, {s, northOf(s, 0, 0), northOf(s, 0, 0, 1000)});
-        a.fs = fs;
+        Flight f({s, northOf(s, 0, 0), northOf(s, 0, 0, 1000)});
+        f.a.fs = fs;
         PositionSample n = northOf(s, 0, 0, 2000);
         n.gs = 0;
-        decodeExisting(a, n, motionNow());
+        f.report(n);
         const bool cut = fs == FlightState::taxi; // one that is not born yet keeps all
-        EXPECT_EQ(a.sz(), cut ? 2U : 4U) << text(fs);
-        EXPECT_EQ(a.stream[0].tick, cut ? tickCount + 1 : 9000) << text(fs);
-        EXPECT_EQ(a.stream[0].gs, cut ? 0 : 7) << text(fs);
-        EXPECT_EQ(a.stream.back().tick, 11000) << text(fs);
-        a.stream.resize(1);
-        a.stream[0].tick = 9000;
-        decodeExisting(a, northOf(s, 0, 0, -500), motionNow());
-        EXPECT_EQ(a.stream[0].tick, cut ? tickCount + 1 : 9000) << text(fs);
-        EXPECT_EQ(a.stream[1].tick, 9001) << "ticks rise";
+        EXPECT_EQ(f.a.sz(), cut ? 2U : 4U) << text(fs);
+        EXPECT_EQ(f.a.stream[0].tick, cut ? f.m.in.tick + 1 : 9000) << text(fs);
+        EXPECT_EQ(f.a.stream[0].gs, cut ? 0 : 7) << text(fs);
+        EXPECT_EQ(f.a.stream.back().tick, 11000) << text(fs);
+        f.a.stream.resize(1);
+        f.a.stream[0].tick = 9000;
+        f.report(northOf(s, 0, 0, -500));
+        EXPECT_EQ(f.a.stream[0].tick, cut ? f.m.in.tick + 1 : 9000) << text(fs);
+        EXPECT_EQ(f.a.stream[1].tick, 9001) << "ticks rise";
     }
     // What lifts off after a stop keeps the stop.
-    resetLiveTraffic();
-    LiveAircraft& a = activeFlight(firstHex, {ground(0, 8000), ground(0, 9000), ground(0, 9100)}, "EC35");
-    a.stream[1].stopped = a.stream[2].stopped = true;
-    a.onGround = true;
-    decodeExisting(a, air(0.001, 9500, 20, 50), motionNow());
-    EXPECT_EQ(a.sz(), 4U);
+    Flight f({ground(0, 8000), ground(0, 9000), ground(0, 9100)}, AircraftCategory::rotorcraft);
+    f.a.stream[1].stopped = f.a.stream[2].stopped = true;
+    f.a.onGround = true;
+    f.report(air(0.001, 9500, 20, 50));
+    EXPECT_EQ(f.a.sz(), 4U);
 }
 
 TEST_F(FlightPhasesTest, AHeldAircraftThatMovedFarAwayGoes) {
     for (const double metres : {240.0, 260.0}) {
-        resetLiveTraffic();
         PositionSample s = ground(0, 9000, 0);
         s.stopped = true;
-        LiveAircraft& a = activeFlight(firstHex, {s});
-        a.holding = true;
-        a.extrapCount = 1;
-        decodeExisting(a, northOf(s, metres, 10), motionNow());
-        EXPECT_EQ(a.st == AircraftStatus::removingfromsim, metres > 250) << metres;
-        EXPECT_FALSE(a.holding) << metres;
+        Flight f({s});
+        f.a.holding = true;
+        f.a.extrapCount = 1;
+        f.report(northOf(s, metres, 10));
+        EXPECT_EQ(f.a.st == AircraftStatus::removingfromsim, metres > 250) << metres;
+        EXPECT_FALSE(f.a.holding) << metres;
     }
 }
 

@@ -5,7 +5,6 @@
 #include "airports/airport_ref.h"
 #include "airports/static_parking.h"
 #include "core/clock.h"
-#include "core/parameters.h"
 #include "core/random.h"
 #include "core/run_state.h"
 #include "core/user_aircraft.h"
@@ -15,36 +14,20 @@
 #include "liveries/matching.h"
 #include "liveries/store.h"
 #include "reference/reference.h"
-#include "reference/reference_document.h"
-#include "sim/ai_commands.h"
 #include "small_reference.h"
 #include "spine/main_tick.h"
 #include "support.h"
-#include "traffic/advance.h"
 #include "traffic/conflicts.h"
-#include "traffic/controls.h"
-#include "traffic/departure.h"
-#include "traffic/end_of_stream.h"
 #include "traffic/filters.h"
-#include "traffic/flare.h"
-#include "traffic/flight_phases.h"
-#include "traffic/ground_curve.h"
-#include "traffic/ground_data.h"
-#include "traffic/ground_motion.h"
+#include "traffic/flight.h"
 #include "traffic/identity.h"
-#include "traffic/leg.h"
-#include "traffic/leg_timing.h"
-#include "traffic/live_table.h"
 #include "traffic/no_match.h"
-#include "traffic/push_back.h"
 #include "traffic/removal.h"
 #include "traffic/replies.h"
-#include "traffic/reset.h"
 #include "traffic/spawn.h"
 #include "traffic/stream.h"
 #include "traffic/tick_check.h"
 #include "traffic/title_table.h"
-#include "traffic/update.h"
 #include "traffic/user_conflicts.h"
 
 #include <algorithm>
@@ -55,11 +38,7 @@
 
 namespace kes::test {
 
-inline constexpr double homeLat = 50.0, homeLon = 8.0; ///< the user
-inline constexpr std::uint32_t firstHex = 0x400000;
-inline constexpr double metre = 1.0 / 1852.0 / 60.0; ///< degrees of latitude
-
-struct TrafficTest : testing::Test {
+struct TrafficTest : testing::Test, Samples {
     ProgramFolder program;
     std::vector<CreateRequest> created; ///< taken from the create queue, in order
     std::vector<std::uint32_t> removed; ///< taken from the removal queue, in order
@@ -222,20 +201,6 @@ struct TrafficTest : testing::Test {
         if (s.trueHeadingValid)
             a.heading = s.trueHeading;
         return a;
-    }
-    static PositionSample air(double latOffset, std::int32_t tick, double gs = 300, double alt = 8000) {
-        PositionSample s;
-        s.lat = homeLat + latOffset;
-        s.lon = homeLon;
-        s.alt = alt;
-        s.airborne = alt > 0;
-        s.gs = s.tas = gs;
-        s.tick = tick;
-        return s;
-    }
-    static PositionSample ground(double latOffset, std::int32_t tick, double gs = 10) {
-        PositionSample s = air(latOffset, tick, gs, 0);
-        return s;
     }
 };
 

@@ -1,0 +1,152 @@
+// How long a leg takes, and how fast it turns.
+#include "traffic/flight.h"
+#include "traffic/leg_timing.h"
+
+namespace kes {
+namespace {
+
+using LegTimingTest = test::FlightTest;
+using test::Flight;
+
+TEST_F(LegTimingTest, ArrivalTicksStayWithinTheWindow) {
+    struct Row {
+        const char* name;
+        double miles = 5, gs0 = 300, gs1 = 300;
+        std::int32_t due, invented = 0; ///< ticks from now; samples
+        std::int32_t arrives;
+    };
+    const Row rows[] = {
+        {.name = "at the mean speed", .gs0 = 200, .gs1 = 400, .due = 6000, .arrives = 6000},
+        {.name = "ahead of its time", .due = 6900, .arrives = 6000},
+        {.name = "at most ten seconds ahead", .due = 9000, .arrives = 8000},
+        {.name = "at most ten seconds late", .due = 3000, .arrives = 4000},
+        {.name = "an invented sample keeps to its speed", .due = 3000, .invented = 2, .arrives = 6000},
+        {.name = "without speeds in its own time", .gs0 = 0, .gs1 = 0, .due = 6500, .arrives = 6500},
+        {.name = "but not for ever", .miles = 0.01, .gs0 = 0, .gs1 = 0, .due = 6000, .invented = 2, .arrives = 3600},
+        {.name = "in the past: hurry", .miles = 0.01, .due = -500, .arrives = 25},
+        {.name = "long past: at once", .miles = 1, .due = -5000, .arrives = 0},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        Flight f({air(0, 5000, row.gs0), air(row.miles / 60, 5000 + row.due, row.gs1), air(1, 1 << 28)});
+        f.a.extrapCount = row.invented;
+        f.leg();
+        EXPECT_NEAR(f.legTicks(), row.arrives, 1);
+        EXPECT_LE(std::fabs(f.a.latStep), row.miles / 60 / 25 + 1e-12) << "no leg is shorter than 25 ticks";
+    }
+}
+
+TEST_F(LegTimingTest, TheTurnRateFitsTheLeg) {
+    struct Row {
+        const char* name;
+        double degrees, metres; ///< at 10 knots
+        double times;           ///< the base rate
+        std::int32_t window = 1000;
+    };
+    // An A320 is given 164 ticks for 20 degrees, 65 for 8, 737 for 90; a metre takes 19.44 ticks.
+    const Row rows[] = {
+        {"a short leg turns faster", 20, 5, 164 / 97.0},
+        {"just under a fifth longer", 20, 10, 164 / 194.0},
+        {"a longer one: part for part of 10 degrees", 20, 20, 1 / (389 / 164.0 * 10 / 20)},
+        {"a small turn over a long leg: part of 30 m", 8, 60, 1 / (1166 / 65.0 * 30 / 60)},
+        {"over the leg", 8, 20, 65 / 389.0},
+        {"45 degrees", 45, 20, 1 / (389 / 368.0)},
+        {"sharp and short: slower", 60, 20, 389 / 491.0},
+        {"sharp and long: faster, within its bound", 60, 100, 2},
+        {"hardly sharp", 46, 100, 46 / 30.0},
+        {"not yet a full corner", 89, 100, 1944 / 728.0},
+        {"a full corner", 90, 100, 1944 / 737.0, 2000},
+        {"more than that", 135, 300, 3, 2000},
+        {"no turn", 0, 100, 1},
+    };
+    for (const bool curve : {false, true}) {
+        for (const Row& row : rows) {
+            SCOPED_TRACE(row.name);
+            Flight f({at(0, 0, 5000), at(row.metres, 0, 5000)});
+            (curve ? f.a.curveAngle : f.a.legTurn) = row.degrees;
+            (curve ? f.a.legTurn : f.a.curveAngle) = 33;
+            f.a.turning = !curve;
+            if (curve)
+                f.a.curve.fill(1.0);
+            f.a.turnRate = 9; // of the leg before
+            setLegTiming(f.a, f.m);
+            EXPECT_NEAR(f.a.turnRate / f.a.turnRateBase, row.times, 0.003 * row.times);
+            EXPECT_EQ(f.a.earlyTicks, row.window);
+            EXPECT_EQ(f.a.lateTicks, row.window);
+        }
+    }
+    Flight f({at(0, 0, 5000), at(100, 0, 5000)});
+    f.a.legTurn = 135;
+    f.a.earlyTicks = f.a.lateTicks = 3000;
+    f.a.turning = true;
+    setLegTiming(f.a, f.m);
+    EXPECT_EQ(f.a.earlyTicks + f.a.lateTicks, 6000) << "a wider window stays";
+    f.a.turning = false;
+    setLegTiming(f.a, f.m);
+    EXPECT_EQ(f.a.turnRate, f.a.turnRateBase);
+}
+
+TEST_F(LegTimingTest, AStopTakesItsTimeFromTheSampleBefore) {
+    struct Row {
+        const char* name;
+        std::int32_t from, to, invented, arrives; ///< ticks from now
+    };
+    for (const Row& row :
+         {Row{"in time", 0, 500, 0, 500}, Row{"late", -100, 500, 0, 500}, Row{"its time is up", -100, -90, 0, 25},
+          Row{"early", 300, 900, 0, 900}, Row{"a stop before its sample", 100, 50, 0, 125},
+          Row{"no longer than the window", -3000, -2000, 0, 0}, Row{"invented", -3000, -2000, 1, 25}}) {
+        SCOPED_TRACE(row.name);
+        Flight f({at(0, 0, 5000 + row.from, 0), stopAt(0, 5000 + row.to)});
+        f.m.in.tick = 5000;
+        f.a.extrapCount = row.invented;
+        setLegTiming(f.a, f.m);
+        EXPECT_EQ(f.a.stream[1].tick - 5000, row.arrives);
+    }
+}
+
+/// Wider windows narrow once with every leg; a run along the runway keeps its own.
+TEST_F(LegTimingTest, AWindowNarrowsOnceALeg) {
+    struct Row {
+        const char* name;
+        double agl = 0, vs = 0; ///< 0 feet = on the ground
+        bool stopped = false, departing = false, landingRoll = false, approach = false;
+        std::int32_t fall = 100;
+    };
+    const Row rows[] = {
+        {.name = "cruise", .agl = 12000},
+        {.name = "mid", .agl = 2500},
+        {.name = "low", .agl = 500},
+        {.name = "final", .agl = 1500, .vs = -700, .approach = true},
+        {.name = "going around", .agl = 500, .vs = 700, .approach = true},
+        {.name = "climbing from the runway", .agl = 300, .vs = 700, .departing = true},
+        {.name = "taxi"},
+        {.name = "stop", .stopped = true},
+        {.name = "take-off run", .departing = true, .fall = 0},
+        {.name = "roll-out", .landingRoll = true, .fall = 0},
+        {.name = "stop on the roll-out", .stopped = true, .landingRoll = true, .fall = 0},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        Flight f({air(0, 5000, 40, row.agl), air(0.001, 6000, 40, row.agl)});
+        f.airport(0);
+        f.a.stream[0].vs = row.vs;
+        f.a.stream[1].stopped = row.stopped;
+        f.a.departing = row.departing;
+        f.a.landingRoll = row.landingRoll;
+        f.a.approach = row.approach;
+        f.a.agl = row.agl;
+        f.a.earlyTicks = 2000;
+        f.a.lateTicks = 5000;
+        f.leg();
+        EXPECT_EQ(f.a.earlyTicks, 2000 - row.fall);
+        EXPECT_EQ(f.a.lateTicks, 5000 - row.fall);
+        f.a.earlyTicks = 1050;
+        f.a.lateTicks = 900;
+        shrinkWindow(f.a);
+        EXPECT_EQ(f.a.earlyTicks, 1000);
+        EXPECT_EQ(f.a.lateTicks, 900) << "only what is above 1000";
+    }
+}
+
+} // namespace
+} // namespace kes
