@@ -4,8 +4,7 @@
 #include "core/log.h"
 #include "platform/file.h"
 #include "platform/system.h"
-#include "update/update.h"
-#include "update/update_internal.h"
+#include "update/download.h"
 
 #include <algorithm>
 #include <cctype>

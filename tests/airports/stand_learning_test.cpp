@@ -5,6 +5,7 @@
 #include "core/parameters.h"
 #include "core/random.h"
 #include "reference/reference.h"
+#include "reference/reference_document.h"
 #include "small_reference.h"
 #include "support.h"
 

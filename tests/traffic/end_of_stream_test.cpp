@@ -213,7 +213,13 @@ TEST_F(EndOfStreamTest, NobodyHoldsBesideAnother) {
 }
 
 TEST_F(EndOfStreamTest, AParkedAircraftWaitsSevenDays) {
-    stands.push_back({.id = "A1", .lat = homeLat, .lon = homeLon, .heading = 0.0, .radius = 30.0 / 1852, .sid = 1, .liveOnIt = true});
+    stands.push_back({.id = "A1",
+                      .lat = homeLat,
+                      .lon = homeLon,
+                      .heading = 0.0,
+                      .radius = 30.0 / 1852,
+                      .sid = 1,
+                      .liveOnIt = true});
     Flight f({ground(0, 5000)});
     f.a.fs = FlightState::parked;
     f.a.feedAtStand = true;

@@ -14,6 +14,7 @@
 #include "liveries/matching.h"
 #include "liveries/store.h"
 #include "reference/reference.h"
+#include "reference/reference_document.h"
 #include "small_reference.h"
 #include "spine/main_tick.h"
 #include "support.h"

@@ -16,7 +16,13 @@ using test::homeLon;
 struct LeavingFlight : Flight {
     explicit LeavingFlight(const PositionSample& exit, AircraftCategory category = AircraftCategory::large)
         : Flight({test::Samples::at(0, 0, 5000, 0), exit}, category) {
-        stands = {{.id = "A1", .lat = homeLat, .lon = homeLon, .heading = 0.0, .radius = 20.0 / 1852, .sid = 1, .liveOnIt = true}};
+        stands = {{.id = "A1",
+                   .lat = homeLat,
+                   .lon = homeLon,
+                   .heading = 0.0,
+                   .radius = 20.0 / 1852,
+                   .sid = 1,
+                   .liveOnIt = true}};
         a.fs = FlightState::parked;
         a.sid = 1;
         a.standLat = homeLat;
