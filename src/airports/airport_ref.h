@@ -17,6 +17,7 @@ struct AirportRef {
 
 /// Worker only. Changed through `setAirportRef`, which also tells the traffic reader.
 extern std::optional<AirportRef> airportRef;
+/// Nothing = no park airport is in sight.
 void setAirportRef(const std::optional<AirportRef>& reference);
 /// Elevation of the reference airport, -1000 without one; feet.
 double referenceElevation();

@@ -8,7 +8,9 @@
 
 namespace kes {
 
+/// Reads the list at the start of a run. This form knows no list; always true.
 bool readMyParkAirports();
+/// Reads the list and the stands anew; `message` is for the status line, empty = nothing to tell. Always true.
 bool reReadParkAirports(bool showChange, std::string& message);
 /// Distance from the user to the nearest candidate park airport, nautical miles; 10000 without one.
 double nearestCandidateNm(LatLon user);
@@ -20,6 +22,7 @@ bool userStandReserved(); ///< `reservedStand` holds text
 void learnUserStand(const UserAircraft& user);
 /// Name of the stand or airport at a position, degrees; empty when none.
 std::string standNameAt(double lat, double lon);
+/// Scans the installed add-on airports for stands; this form only logs that it does not.
 void scanAddonAirports();
 
 } // namespace kes

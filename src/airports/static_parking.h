@@ -26,15 +26,18 @@ void parkingTick(bool first);
 void createNextStatic();
 /// True while aircraft wait in `toPark`.
 bool staticAircraftWait();
+/// Static aircraft whose flight is among the `callsigns` on the air leave, and others take the free stands.
 void renewParking(const std::set<std::string>& callsigns);
-void startPlacing(); ///< placing flag on, parking controls off
-bool placingGoesOn();
+void startPlacing();  ///< placing flag on, parking controls off
+bool placingGoesOn(); ///< since `startPlacing`, until every stand that is to have an aircraft has one
+/// Drops the static aircraft and the reference airport.
 void unloadParkAirport();
 /// Saves the state of a loaded park airport at close-down.
 void saveParkState();
-bool parkAirportLoaded();
-bool staticParkingActive();
-void prepareParkState(); ///< at the start of a run
+bool parkAirportLoaded();   ///< with its stands
+bool staticParkingActive(); ///< static aircraft are wanted and can be placed
+void prepareParkState();    ///< at the start of a run
+/// Stands, static aircraft and the reference airport, all gone. After a run, and in tests.
 void resetParking();
 
 } // namespace kes

@@ -1,4 +1,5 @@
-// The errors that carry a meaning of their own.
+// The error that carries a meaning of its own: what the user has to read and can put right. Every other fault is one of
+// the standard library's exceptions.
 #pragma once
 
 #include <cstdint>

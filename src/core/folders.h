@@ -18,6 +18,7 @@ extern const std::filesystem::path docs, log, installNewVersion, input, referenc
 std::filesystem::path roamingFolder();
 /// roamingFolder / "Kestrelune". The result is fixed at the first call; `setUserDataFolder` replaces it in tests.
 std::filesystem::path userDataFolder();
+/// For tests, before threads are started.
 void setUserDataFolder(const std::filesystem::path& folder);
 std::filesystem::path parametersFile();   ///< user data / "parameters.xml"
 std::filesystem::path flightPlanFolder(); ///< user data / "orig_dest"

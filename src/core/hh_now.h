@@ -33,6 +33,7 @@ constexpr std::int32_t halfHoursSince(HhNow time, HhNow now) {
 
 /// The present half-hour; written by the worker (`computeHhNow` of the main tick), read anywhere, never torn.
 HhNow hhNow();
+/// Worker; tests.
 void setHhNow(HhNow value);
 
 } // namespace kes

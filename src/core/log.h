@@ -33,12 +33,12 @@ void logUnlessClosing(std::string_view text); ///< `log`, unless the run is to e
 
 /// Sets the status line, unless an error stands there. `alsoLog` writes a non-empty text to the log as well.
 void showStatus(std::string_view text, bool alsoLog);
-void clearStatus();
+void clearStatus(); ///< `showStatus` with an empty text
 /// Sets the error line, which then hides every status text until `clearError`.
 void showError(std::string_view text);
 void clearError();
-std::string statusText();
-std::string errorText();
+std::string statusText(); ///< of the line, also while an error hides it; empty = none
+std::string errorText();  ///< empty = none
 
 /// One more second of run time; clears a status text that has been up for 25 seconds or more. Worker, once per beat.
 void ageStatus();

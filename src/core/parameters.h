@@ -1,6 +1,6 @@
 // Everything the user can set, and a few values the program remembers: typed objects with static lifetime.
 // The file "parameters.xml" in the user's data folder holds the values; each change is saved at once.
-// Read from every thread without a lock; written by the worker alone (core/change.h), by the UI thread when none runs.
+// Read from every thread, texts under their own lock; written by the worker alone, by the UI thread when none runs.
 #pragma once
 
 #include <atomic>
@@ -43,9 +43,9 @@ struct FloatParameter : Parameter {
 /// A text crosses threads, so it is copied in and out under a lock of its own.
 struct TextParameter : Parameter {
     std::string_view defaultValue;
-    std::string get() const;
-    void set(std::string_view text);
-    bool empty() const;
+    std::string get() const;         ///< any thread
+    void set(std::string_view text); ///< for core/change.h and reading the file; see there
+    bool empty() const;              ///< any thread
 
     mutable std::mutex guard;
     std::string value;

@@ -18,6 +18,7 @@ struct StoredParameter {
     std::variant<BoolParameter*, IntParameter*, TextParameter*> value;
     const Control* control = nullptr;
 
+    // Texts as the file has them: "true" or "false" for a box.
     std::string_view name() const;
     std::string defaultText() const;
     std::string valueText() const;

@@ -9,7 +9,7 @@
 
 namespace kes {
 
-std::string upper(std::string_view text);
+std::string upper(std::string_view text); ///< a copy with A to Z for a to z
 bool equalsNoCase(std::string_view a, std::string_view b);
 /// Without blanks, tabs and line ends at both ends.
 std::string_view strip(std::string_view text);

@@ -11,7 +11,7 @@ namespace kes {
 /// What the mark at the beginning of a file tells.
 enum class TextMark { none, utf8, utf16Little, utf16Big };
 
-TextMark markOf(std::string_view bytes);
+TextMark markOf(std::string_view bytes); ///< of the file that begins with these bytes
 /// A text without the mark of UTF-8, if it has one.
 std::string_view withoutMark(std::string_view text);
 
@@ -23,7 +23,7 @@ bool appendUtf16(std::string& out, std::string_view bytes, bool bigEndian);
 /// and without a copy: the view is into `bytes`, and into `converted` for 16-bit text, which `appendUtf16` converts.
 std::string_view decodeText(std::string_view bytes, std::string& converted);
 
-bool isUtf8(std::string_view text);
+bool isUtf8(std::string_view text); ///< all of it; an empty text is
 /// Text in ISO 8859-1: each byte is the character of its number.
 std::string fromLatin1(std::string_view bytes);
 /// A text as it is, or taken as ISO 8859-1 when it is no UTF-8.

@@ -1,4 +1,5 @@
-// What is known of the user's aircraft: the block that the position reply of the simulator delivers.
+// What is known of the user's aircraft: the block that the simulator's position reply delivers, and beside it what
+// other replies tell. The worker has the block as its own copy, the rest are atomics that the SimClient thread writes.
 #pragma once
 
 #include "core/ai_aircraft.h"

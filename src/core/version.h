@@ -1,4 +1,4 @@
-// A program or file version: three numbers, compared in this order.
+// A program or file version: three numbers, compared in this order, and the version of this program. Pure, any thread.
 #pragma once
 
 #include <compare>

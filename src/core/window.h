@@ -50,10 +50,13 @@ struct WindowBackend {
     /// Where the window's frame is, in screen pixels; false = unknown. Only from the UI thread.
     bool (*rectangle)(std::int32_t& left, std::int32_t& top) = nullptr;
 };
+/// Once, before another thread uses the window; tests set one anew between their runs. Null members take it away.
 void setWindowBackend(const WindowBackend& backend);
 
-void openWindow();
-/// 0 at once without a backend.
+// The operations: each calls the member of its name, or does nothing without one. A control that is not on the window
+// (`controlId` 0) is passed over.
+void openWindow(); ///< UI thread; throws what the member throws
+/// UI thread. 0 at once without a backend.
 int runWindow(void (*closeClicked)());
 void postToWindow(void (*work)());
 void quitWindow(int code);
@@ -65,7 +68,7 @@ void enableControls(bool on); ///< all boxes at once
 void setCheck(const Control& control, bool on);
 void setText(const Control& control, std::string_view text);
 void setTopmost(bool on);
-bool windowRectangle(std::int32_t& left, std::int32_t& top);
+bool windowRectangle(std::int32_t& left, std::int32_t& top); ///< UI thread; false = unknown, nothing is written
 
 enum class Lamp : std::int32_t { off = 0, receiving = 1, silent = 2, stopped = 3 };
 
@@ -95,7 +98,7 @@ enum class Readout {
     destination,
     foundObject
 };
-void setReadout(Readout which, std::string_view text);
+void setReadout(Readout which, std::string_view text); ///< UTF-8; shown at the next `repaint`
 std::string readoutText(Readout which);
 
 /// Requests of the user that the main tick reads on its beats.

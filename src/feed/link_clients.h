@@ -36,7 +36,7 @@ public:
     /// or 0 while it lives.
     int hear(int timeoutMs);
     LinkClient* served(); ///< null when there is none; valid until the next call
-    void dropServed();
+    void dropServed();    ///< closes it; does nothing when there is none
     void clear() { clients_.clear(); }
 
 private:

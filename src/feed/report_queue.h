@@ -16,9 +16,9 @@ namespace kes {
 struct HexidSet {
     static constexpr std::size_t capacity = 1024;
     void clear() { size_ = 0; }
-    void add(std::uint32_t hexid); ///< what does not fit is left out
-    void sort();                   ///< before the first `contains`
-    bool contains(std::uint32_t hexid) const;
+    void add(std::uint32_t hexid);            ///< what does not fit is left out
+    void sort();                              ///< before the first `contains`
+    bool contains(std::uint32_t hexid) const; ///< a binary search
 
 private:
     std::array<std::uint32_t, capacity> hexids_; ///< sorted
@@ -55,7 +55,7 @@ public:
     void setKnown(const KnownAircraft& known);
     /// Copies the report pushed last, also one that found no place. False when it has been taken.
     bool copyNewest(AircraftReport& report) const;
-    std::size_t size() const;
+    std::size_t size() const;    ///< reports that wait
     std::size_t dropped() const; ///< reports that gave way since the last `clear`
     void clear();                ///< forgets the known aircraft, too; goes on accepting, or not
 

@@ -1,4 +1,5 @@
-// UDP 49005: one traffic line per datagram becomes a report in the queue, or falls out.
+// UDP 49005: one traffic line per datagram becomes a report in the queue, or falls out. A thread of its own receives;
+// what it judges a line by, the worker hands over under a lock that is held for a copy only.
 #pragma once
 
 #include "feed/report_queue.h"
@@ -18,16 +19,16 @@ inline constexpr std::uint16_t trafficPort = 49005;
 
 class TrafficReader : public UdpReader {
 public:
-    void onDatagram() override;
-    void onStopped() override;
+    void onDatagram() override; ///< one line: a report for the queue, a time, a callsign, or a complaint
+    void onStopped() override;  ///< the lamp goes out
 
     std::atomic<double> timestamp{0}; ///< time field of the last line that had a valid one, seconds since 1970
 
     // From the worker; safe against the reader thread.
-    void setUserPosition(double lat, double lon); ///< degrees
-    void setReferenceAirport(const std::optional<FeedAirport>& airport);
-    void clearCallsigns();
-    void setCollectCallsigns();
+    void setUserPosition(double lat, double lon);                        ///< degrees
+    void setReferenceAirport(const std::optional<FeedAirport>& airport); ///< nothing = none is in sight
+    void clearCallsigns();                                               ///< forgets what was collected
+    void setCollectCallsigns();                                          ///< collects until `takeCallsigns`
     std::set<std::string> takeCallsigns(); ///< moves out what was collected and stops the collecting
 
     FeedInputs inputs() const;                           ///< what the next line is judged by. Any thread.
@@ -56,7 +57,7 @@ void startTrafficReader(std::uint16_t port = 0);
 /// Stop flag, wake-up, join. Any state.
 void stopTrafficReader();
 
-/// Both readers back to their start values: QNH 1013, timestamp 0, callsigns empty, stop flags clear, counters 0.
+/// Both readers back to their start values: `standardQnh`, timestamp 0, callsigns empty, stop flags clear, counters 0.
 /// Worker, also while the readers run; then `currentQnh` stays until the next weather datagram tells it anew.
 void resetReaders();
 

@@ -1,4 +1,5 @@
-// The frame of the two feed readers: socket, receive loop, repeat filter, thread body.
+// What the two feed readers have in common: the socket, the receive loop, the filter of repeated datagrams, and the
+// thread with its end. A reader adds what it does with a datagram.
 #pragma once
 
 #include "core/foreign_log.h"
@@ -21,6 +22,7 @@ struct UdpReader {
     virtual ~UdpReader() = default;
     /// Handles `text`. Reader thread. Must not throw.
     virtual void onDatagram() = 0;
+    /// The socket has closed, whatever the reason. Reader thread. Must not throw.
     virtual void onStopped() = 0;
 
     std::string_view text; ///< the datagram in `buffer`, valid during onDatagram

@@ -17,7 +17,7 @@ public:
     enum class Standard { out, error };
 
     Output() = default;
-    explicit Output(Standard stream);
+    explicit Output(Standard stream); ///< not open where the process has no such stream
     Output(Output&& other) noexcept;
     Output& operator=(Output&& other) noexcept;
     ~Output() { close(); }
@@ -26,7 +26,7 @@ public:
     bool open(const std::filesystem::path& path, std::string& error);
     /// Takes over an open descriptor. Not on Windows.
     static Output own(int descriptor);
-    void close();
+    void close(); ///< a standard stream is only let go
     bool isOpen() const { return handle_ >= 0; }
 
     struct Result {

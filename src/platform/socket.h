@@ -1,6 +1,6 @@
-// Sockets on IPv4, the same on every system. One thread may receive and another send on one object, while a third calls
-// `stop`, which ends their waits at once. Error codes are in Windows Sockets numbering (see core/log.h,
-// socketErrorText).
+// Sockets on IPv4, the same on every system. Nothing throws but std::bad_alloc. One thread may receive and another send
+// on one object, while a third calls `stop`, which ends their waits at once. Error codes are in Windows Sockets
+// numbering (see core/log.h, socketErrorText).
 #pragma once
 
 #include <cstddef>
@@ -42,8 +42,8 @@ public:
 
     /// Each returns 0 or an error number.
     int openUdp();
-    int bindUdp(std::uint16_t port, bool loopbackOnly);
-    int setReceiveBuffer(int bytes);
+    int bindUdp(std::uint16_t port, bool loopbackOnly); ///< port 0 = any free one
+    int setReceiveBuffer(int bytes); ///< what the system holds back for a slow reader; it may take less
     /// IPv4, stream, passive on all addresses or on the loopback alone; `step` names the failing call ("getaddrinfo",
     /// "socket", "ioctlsocket", "setsockopt", "bind", "listen").
     int listenTcp(const std::string& port, const char*& step, bool loopbackOnly = false);
@@ -51,7 +51,7 @@ public:
     /// 50 ms; once it says true the wait ends with 10004.
     int connectTcp(const std::string& host, const std::string& port, int timeoutMs,
                    const std::function<bool()>& giveUp = {});
-    int setNoDelay();
+    int setNoDelay(); ///< small pieces of a stream are sent at once
     /// Port in host order that the socket is bound to, 0 when unknown.
     std::uint16_t localPort() const;
 

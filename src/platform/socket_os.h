@@ -28,6 +28,7 @@ inline constexpr Handle noHandle = -1;
 
 inline constexpr int notASocket = 10038;
 
+/// 0 or the error. Both do nothing but on Windows.
 int startLibrary();
 void endLibrary();
 
@@ -38,15 +39,17 @@ bool isPending(int error);
 /// The outcome of a connect that went on in the background.
 int pendingError(Handle handle);
 
-/// An IPv4 socket that is not inherited by child processes; `openSocket` gives one that never blocks.
+/// An IPv4 socket that is not inherited by child processes; `openSocket` and `acceptClient` give one that never blocks.
+/// `noHandle` with `error` set on failure.
 Handle openBlockingSocket(int type, int protocol, int& error);
 Handle openSocket(int type, int protocol, int& error);
 Handle acceptClient(Handle listener, int& error);
 void closeSocket(Handle handle);
+// 0 or the error.
 int setNonBlocking(Handle handle);
 int setOption(Handle handle, int level, int option, int value);
 
-/// A datagram longer than the buffer is cut.
+/// Bytes moved, or -1 with `error` set. A datagram longer than the buffer is cut; a stream that has ended gives 0.
 std::ptrdiff_t receive(Handle handle, std::span<char> buffer, int& error);
 std::ptrdiff_t send(Handle handle, std::span<const char> bytes, int& error);
 std::ptrdiff_t sendTo(Handle handle, std::span<const char> bytes, const sockaddr_in& to, int& error);
@@ -59,9 +62,10 @@ public:
     WakeChannel(const WakeChannel&) = delete;
     WakeChannel& operator=(const WakeChannel&) = delete;
 
+    /// False when the system had none to give: nobody is woken then, and waits go by their time-outs alone.
     bool usable() const { return readEnd_ != noHandle; }
     Handle readEnd() const { return readEnd_; }
-    void raise();
+    void raise(); ///< any thread
 
 private:
     Handle readEnd_ = noHandle;
@@ -86,6 +90,7 @@ public:
 
     /// 0 or the error; on 0 there is at least one address.
     int find(const char* host, const char* port, bool passive);
+    /// Null before a good `find`; valid as long as this.
     const addrinfo* first() const { return list_; }
 
 private:

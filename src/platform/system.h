@@ -1,4 +1,5 @@
-// What the program needs from the operating system besides sockets. Every #ifdef of the project lives in this folder.
+// What the program needs from the operating system besides files, outputs, sockets and the folders of other systems.
+// Every #ifdef for one lives in this folder. Any thread, unless told.
 #pragma once
 
 #include <cstdint>
@@ -21,7 +22,8 @@ public:
 namespace kes::platform {
 
 /// Takes the one instance lock of this user's desktop ("Local\\$Kestrelune$" on Windows, a locked file in the runtime
-/// folder elsewhere). True for the first caller on the machine; the lock is held until the process ends.
+/// folder elsewhere). True for the first process of this user, and where the system does not let ask for the lock; held
+/// until the process ends.
 bool takeInstanceLock(std::string_view name);
 
 /// Takes the lock of a program folder: two desktops, or two users, of one machine have an instance lock each, and would
@@ -38,13 +40,14 @@ std::filesystem::path localFolder();
 /// False on failure, with the reason in `error`; the old file is then untouched and no temporary stays.
 bool replaceFile(const std::filesystem::path& target, std::string_view content, std::string& error);
 
-/// Asks for a 1 ms timer and gives it back; calls nest.
+/// Asks for a 1 ms timer and gives it back; calls nest. Does nothing where sleeps are as fine as that already.
 void beginFineTimer();
 void endFineTimer();
 
 std::u16string toUtf16(std::string_view utf8); ///< throws win32::Utf8ConversionException
 std::string toUtf8(std::u16string_view utf16); ///< throws win32::Utf8ConversionException
-/// A path as UTF-8 text and back.
+/// A path as UTF-8 text and back. On Windows `pathFrom` throws std::system_error for what is no UTF-8; elsewhere names
+/// are any bytes.
 std::string pathText(const std::filesystem::path& path);
 std::filesystem::path pathFrom(std::string_view utf8);
 

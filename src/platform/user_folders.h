@@ -1,5 +1,6 @@
 // Where programs of another system keep a user's data on this one: inside Proton and Wine prefixes, which show them a
-// Windows machine. None of it exists on Windows itself. Any thread; what cannot be read is passed over.
+// Windows machine. On Windows itself there are none, and paths are taken as they stand. Any thread; what cannot be
+// read is passed over.
 #pragma once
 
 #include <filesystem>
@@ -23,7 +24,8 @@ std::vector<UserFolders> prefixUserFolders(std::string_view appId, std::vector<s
 /// the exact name does not exist. Empty when the prefix has no such drive.
 std::filesystem::path pathInPrefix(const std::filesystem::path& prefix, std::string_view windowsPath);
 
-/// `folder` / `name`; when that does not exist, the entry of the folder whose name differs in ASCII case only.
+/// `folder` / `name`; when that does not exist, the first entry of the folder by name that differs in ASCII case only,
+/// if there is one.
 std::filesystem::path childAnyCase(const std::filesystem::path& folder, std::string_view name);
 
 } // namespace kes::platform

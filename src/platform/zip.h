@@ -44,8 +44,8 @@ public:
     /// False = no zip, no such regular file, or a table of entries of more than `mostTableBytes`.
     bool open(OpenMode mode = OpenMode::readOnly);
     static constexpr std::uint64_t mostTableBytes = 16'000'000; ///< some 300,000 entries at most
-    std::uint64_t countEntries() const;
-    std::vector<ZipEntry> getEntries(); ///< in the order of the zip
+    std::uint64_t countEntries() const;                         ///< 0 when it is not open
+    std::vector<ZipEntry> getEntries();                         ///< in the order of the zip
     /// Adds an entry. The same entries in the same order give the same bytes: no clock goes in.
     bool addData(std::string_view name, std::string content);
     bool close(); ///< false = what was added could not be written

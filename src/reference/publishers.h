@@ -18,6 +18,7 @@ namespace kes::reference {
 /// by their first three characters, and only what is left is matched one by one.
 class PublisherIndex {
 public:
+    /// Takes the names, each group with its canonical name first. What was there before is gone.
     void build(const std::vector<std::vector<std::string>>& groups);
     /// The number of the group with the first name that hits, in the order of groups and of the names in them. Throws
     /// std::regex_error when a name that comes before any hit is no valid expression. In texts of more than

@@ -44,12 +44,12 @@ struct ReferenceData {
     CodeSet simaddonAirports20;
     std::vector<ThirdPartyEntry> thirdParties20, thirdParties24;
 };
-const ReferenceData& referenceData();
+const ReferenceData& referenceData(); ///< empty until a document was read; valid to the next reading
 
 /// Empty tables, as at process start. For tests and tools.
 void resetReference();
 
-bool modelExists(std::string_view code);
+bool modelExists(std::string_view code); ///< in upper case, as all codes here; false for an empty one
 bool airlineExists(std::string_view code);
 AircraftCategory categoryOf(std::string_view code); ///< Light for a code in no list
 double wingspanOf(std::string_view code);           ///< half span, nautical miles; the category's mean without a value

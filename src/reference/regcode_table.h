@@ -54,7 +54,7 @@ private:
 class ShortRegcodes {
 public:
     static constexpr std::size_t longest = 4;
-    void build(const RegcodeTable& table);
+    void build(const RegcodeTable& table); ///< which has to be the one that `in` is given
     /// The first of the table that stands in the title; empty = none.
     std::string_view in(std::string_view title, const RegcodeTable& table) const;
 

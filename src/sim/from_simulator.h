@@ -44,7 +44,7 @@ struct ObjectIds {
     /// False when the set was full: another one, in turn, has gone for it.
     bool add(std::uint32_t id);
     bool erase(std::uint32_t id); ///< false when it was not there
-    void clear();
+    void clear();                 ///< gives its room back
 };
 
 } // namespace kes

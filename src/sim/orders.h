@@ -19,7 +19,7 @@ struct Orders {
     std::deque<CreateRequest> staticCreateQueue; ///< handed over when no live one waits
     std::deque<std::uint32_t> removalQueue;      ///< objectids, each once
 };
-const Orders& waitingOrders();
+const Orders& waitingOrders(); ///< valid until the next call of this module
 
 /// A live aircraft is to come into the simulator; its request is made when its turn comes.
 void orderBirth(std::uint32_t hexid);
@@ -46,6 +46,6 @@ struct Moved {
 /// Every tick: a removal in each tenth; in each fiftieth a creation, live before static.
 Moved moveOne(std::int32_t tick);
 
-void clearOrders();
+void clearOrders(); ///< of a run that has ended; nothing is told to the simulator
 
 } // namespace kes

@@ -9,7 +9,8 @@ namespace kes {
 
 /// The reply with the title, which the next model is read with. Any bytes; shown and logged.
 void onUserTitle(std::string_view title);
-/// The reply with the model: sets `userSpan`, `userCategory` and then `userSpanKnown`. Any bytes; empty stands for an
+/// The reply with the model: sets `userSpan` in nautical miles, `userCategory` where the type is known, and then
+/// `userSpanKnown`. Any bytes; empty stands for an
 /// encrypted aircraft. Throws nwk::UserErrorException 73 when something fails on the way.
 void onUserModel(std::string_view model);
 /// Forgets the title. Worker, after the SimClient thread has ended.

@@ -15,6 +15,7 @@ using HANDLE = struct Connection*;
 inline constexpr HRESULT S_OK = 0;
 inline constexpr HRESULT E_FAIL = static_cast<HRESULT>(0x80004005);
 inline constexpr HRESULT E_INVALIDARG = static_cast<HRESULT>(0x80070057);
+/// False for S_OK and every other success.
 inline constexpr bool failed(HRESULT hr) {
     return hr < 0;
 }
@@ -144,12 +145,15 @@ inline std::size_t dataSizeOf(const RecvSimObjectData& message) {
 using DispatchProc = void (*)(const Recv* pData, DWORD cbData, void* pContext);
 
 // All calls on one handle may come from any thread: a packet is numbered and written under one lock.
-// A null handle or a connection that has ended gives E_FAIL. What a dispatch handler sends is gathered and goes out
-// when it returns, at the latest behind the next packet of another thread: send ids and the wire keep one order.
+// A null handle or a connection that has ended gives E_FAIL, an argument that no packet can carry E_INVALIDARG. Texts
+// are cut to the room that the wire has for them; null is an empty one. What a dispatch handler sends is gathered and
+// goes out when it returns, at the latest behind the next packet of another thread: send ids and the wire keep one
+// order.
 
 /// Reaches the simulator, announces the client and waits for the answer, which the first dispatch hands over. E_FAIL
 /// when nobody takes the connection or whoever takes it does not answer as a simulator does, E_INVALIDARG for a
-/// configuration index that does not exist. Waits at most about ten seconds, and no longer once the run is to end.
+/// configuration index that does not exist or a null result. Waits at most about ten seconds (`answerMs`), some two
+/// more for each further version that is tried at their end, and no longer once the run is to end.
 HRESULT SimConnect_Open(HANDLE* phSimConnect, const char* szName, DWORD configIndex = 0);
 /// Sends what is left and closes the stream; S_OK for an ended connection as well. No other call may be under way or
 /// follow; a handler may close the connection that called it.
@@ -158,28 +162,41 @@ HRESULT SimConnect_Close(HANDLE hSimConnect);
 /// After the stream has ended, or a packet was broken (logged), it hands over one quit message, then gives E_FAIL.
 /// An exception of `proc` leaves the call; the messages behind are handed over by the next one.
 HRESULT SimConnect_CallDispatch(HANDLE hSimConnect, DispatchProc proc, void* pContext);
+/// The number of the packet that was sent last, by whatever thread: only who holds others off knows it for his own.
 HRESULT SimConnect_GetLastSentPacketID(HANDLE hSimConnect, DWORD* pdwError);
+/// `systemEventName` as published, such as "Frame"; the events come with `eventId`.
 HRESULT SimConnect_SubscribeToSystemEvent(HANDLE hSimConnect, DWORD eventId, const char* systemEventName);
+/// Adds a value to a definition: name and unit as published; its values lie in a packet in the order of these calls.
 HRESULT SimConnect_AddToDataDefinition(HANDLE hSimConnect, DWORD defineId, const char* datumName, const char* unitsName,
                                        DataType datumType = DataType::float64, float epsilon = 0,
                                        DWORD datumId = unused);
+/// `eventId` stands for the event "GEAR_SET" or the like from now on.
 HRESULT SimConnect_MapClientEventToSimEvent(HANDLE hSimConnect, DWORD eventId, const char* eventName);
+/// Asks to be told when the event happens; `maskable` keeps it from clients of lower priority.
 HRESULT SimConnect_AddClientEventToNotificationGroup(HANDLE hSimConnect, DWORD groupId, DWORD eventId, bool maskable);
+/// 1 is the highest.
 HRESULT SimConnect_SetNotificationGroupPriority(HANDLE hSimConnect, DWORD groupId, DWORD priority);
+/// The values of a definition of one object, once or every `interval` + 1 periods; `objectIdUser` is the user's own.
 HRESULT SimConnect_RequestDataOnSimObject(HANDLE hSimConnect, DWORD requestId, DWORD defineId, DWORD objectId,
                                           Period period, DWORD flags = 0, DWORD origin = 0, DWORD interval = 0,
                                           DWORD limit = 0);
+/// Once, of all objects of a kind around the user; 0 metres = the user's own.
 HRESULT SimConnect_RequestDataOnSimObjectType(HANDLE hSimConnect, DWORD requestId, DWORD defineId, DWORD radiusMetres,
                                               SimObjectType type);
+/// `arrayCount` (0 = one) elements of `cbUnitSize` bytes, each in the layout of the definition.
 HRESULT SimConnect_SetDataOnSimObject(HANDLE hSimConnect, DWORD defineId, DWORD objectId, DWORD flags, DWORD arrayCount,
                                       DWORD cbUnitSize, const void* pDataSet);
+/// An event for one object; `dwData` as the event has it.
 HRESULT SimConnect_TransmitClientEvent(HANDLE hSimConnect, DWORD objectId, DWORD eventId, DWORD dwData, DWORD groupId,
                                        DWORD flags);
 /// The tail number travels in 12 bytes: at most 11 characters arrive.
 HRESULT SimConnect_AICreateNonATCAircraft(HANDLE hSimConnect, const char* szContainerTitle, const char* szTailNumber,
                                           const InitPosition& initPos, DWORD requestId);
+/// The simulator's own pilot lets go of the object.
 HRESULT SimConnect_AIReleaseControl(HANDLE hSimConnect, DWORD objectId, DWORD requestId);
+/// Of an object that this client has created.
 HRESULT SimConnect_AIRemoveObject(HANDLE hSimConnect, DWORD objectId, DWORD requestId);
+/// A plan file by its path.
 HRESULT SimConnect_AISetAircraftFlightPlan(HANDLE hSimConnect, DWORD objectId, const char* szFlightPlanPath,
                                            DWORD requestId);
 

@@ -1,4 +1,5 @@
-// The process: one instance, log, window, and one worker thread at a time.
+// The process: one instance, log, window, and one worker thread at a time. A run posts its end to the UI thread, which
+// starts the next one or ends the process.
 #pragma once
 
 namespace kes {

@@ -9,7 +9,8 @@ namespace kes {
 /// Returns when the run is to end, wherever it stood. Throws what the main loop throws, and runtime_error when the port
 /// of the control link cannot be had.
 void runTraffic();
-/// Waits for a running flight and the user's aircraft in it. False when the run is to end.
+/// Waits for a running flight and the user's aircraft in it, and asks the simulator what he flies. False when the run
+/// is to end.
 bool waitForSim();
 
 /// UDP ports of the two readers. RealTraffic sends to fixed ones; tests take free ones before a run.

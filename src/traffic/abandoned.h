@@ -6,10 +6,10 @@
 
 namespace kes {
 
-void noteAbandoned(std::uint32_t hexid);
+void noteAbandoned(std::uint32_t hexid); ///< counts for 12000 ticks, two minutes
 bool isAbandoned(std::uint32_t hexid);
 /// True = the simulator's answer was to such a creation, which is forgotten now.
 bool takeAbandoned(std::uint32_t hexid);
-void clearAbandoned();
+void clearAbandoned(); ///< the objects of a run have gone with it
 
 } // namespace kes

@@ -7,6 +7,7 @@
 
 namespace kes {
 
+/// Of an aircraft that does not stand and whose stream has a front sample.
 void advancePosition(LiveAircraft& aircraft, const Motion& m);
 
 } // namespace kes

@@ -20,10 +20,10 @@ inline bool isGhost(std::string_view callsign) {
 void removeGhostOf(const LiveAircraft& aircraft);
 /// A live aircraft that is not being removed has the name without its last character.
 bool hasRealTwin(std::string_view ghostCallsign);
-/// `blockNow`: the first active live aircraft with the callsign BLOCK_CALLSIGN is removed.
+/// Clears the request `blockNow`; the first active live aircraft with the callsign BLOCK_CALLSIGN is removed.
 void applyBlocking();
 /// Live aircraft on the ground against parked ones of the same flight or registration.
 void removeParkedTwins();
-void resetConflicts();
+void resetConflicts(); ///< for a new run
 
 } // namespace kes

@@ -1,4 +1,5 @@
-// What an aircraft does when its reports end: it holds, runs on for a while on invented samples, or goes. Worker only.
+// What an aircraft does when its reports end: it holds, runs on for a while on extrapolated samples, or goes. Worker
+// only.
 #pragma once
 
 #include "traffic/live_aircraft.h"

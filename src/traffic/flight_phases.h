@@ -1,5 +1,5 @@
 // What an aircraft is doing, decided 30 seconds ahead at the back of its stream, and the edits that make a stream easy
-// to fly: noise on the ground, short stops, slips of a landing. Worker only.
+// to fly: noise on the ground, short stops, altitudes that hang or jump on landing. Worker only.
 #pragma once
 
 #include "traffic/live_aircraft.h"

@@ -7,7 +7,8 @@
 
 namespace kes {
 
-/// Touchdown when due, height above ground (feet), altitude on the ground (feet).
+/// A reply about the ground below an object: touchdown when due, height above ground, and on the ground the altitude;
+/// all feet. Numbers are finite.
 void applyGroundData(LiveAircraft& aircraft, bool simOnGround, double groundAltitude, double agl, const Motion& m);
 /// Height of the reference point (feet) and pitch (radians) of the standing aircraft; odd ones are replaced.
 void applyStaticData(LiveAircraft& aircraft, double staticCg, double staticPitch);

@@ -1,5 +1,5 @@
 // The change from one leg to the next: the sample just reached leaves the stream, the way to the next one is planned,
-// and who has none left holds, invents samples or goes. Worker only.
+// and who has none left holds, extrapolates samples or goes. Worker only.
 #pragma once
 
 #include "traffic/live_aircraft.h"

@@ -8,10 +8,10 @@
 
 namespace kes {
 
-void beginLightSequence(std::uint32_t objectid, std::uint32_t hexid);
-void endLightSequence(std::uint32_t objectid); ///< its object has gone
+void beginLightSequence(std::uint32_t objectid, std::uint32_t hexid); ///< of a live or a static aircraft
+void endLightSequence(std::uint32_t objectid);                        ///< its object has gone
 /// One tick of all sequences.
 void advanceLightSequences(const Motion& m);
-void clearLightSequences();
+void clearLightSequences(); ///< for a new run
 
 } // namespace kes

@@ -26,15 +26,16 @@ struct LiveAircraft : AiAircraft {
     double vsOut = 0;                        ///< feet per second
     double tasOut = 0;                       ///< knots
 
-    /// Front = the sample now being flown to; while a leg begins, the one just reached.
+    /// In buffer all reports since the first that count. Later the front is the sample now being flown to; from its
+    /// arrival until the next leg is planned it is the one just reached, and it stays so when nothing follows.
     std::deque<PositionSample> stream;
-    double lastReportTime = 0;                   ///< seconds since 1970
-    double lastCheckLat = 0, lastCheckLon = 0;   ///< degrees, last collision check against static aircraft
-    std::int64_t parkedTime = 0;                 ///< monotonic ms when it took or last proved its stand
-    std::int32_t extrapCount = 0;                ///< above 0 while samples are invented, -1 when the last is used up
-    std::int32_t holdStartTick = 0;              ///< tick at which the present hold began
-    std::int32_t askedTick = -1;                 ///< tick at which the simulator was asked for its object, -1 = not yet
-    FlightState fs = FlightState::birth;         ///< changed through `setFlightState` only
+    double lastReportTime = 0;                 ///< seconds since 1970
+    double lastCheckLat = 0, lastCheckLon = 0; ///< degrees, last collision check against static aircraft
+    std::int64_t parkedTime = 0;               ///< monotonic ms when it took or last proved its stand
+    std::int32_t extrapCount = 0;              ///< above 0 while samples are extrapolated, -1 when the last is used up
+    std::int32_t holdStartTick = 0;            ///< tick at which the present hold began
+    std::int32_t askedTick = -1;               ///< tick at which the simulator was asked for its object, -1 = not yet
+    FlightState fs = FlightState::birth;       ///< changed through `setFlightState` only
     FlightState fsPrevious = FlightState::birth; ///< the state before the last change
     bool feedAtStand = false;                    ///< the feed still reports this parked aircraft near its stand
     bool onGround = false;                       ///< moves in ground mode
@@ -88,16 +89,18 @@ struct CategoryRow {
     double climbPitch;   ///< radians
     std::int32_t flareTicks, derotateTicks, rotateTicks, climbOutTicks;
 };
+/// Never fails: a number beyond the last category has its row.
 const CategoryRow& categoryRow(AircraftCategory category);
 
 /// The motion values of the record's category; draws the two random pitch spreads.
 void applyCategory(LiveAircraft& aircraft);
-/// Span, category and the category's motion values from `model`.
+/// Span, category and the category's motion values from `model`; with RANDOM on the two pitches lie at either end of
+/// their spread by chance.
 void applyModel(LiveAircraft& aircraft);
 /// Another model than the record's brings its own category and values; an empty one changes nothing.
 void takeModel(LiveAircraft& aircraft, const std::string& model);
 
-/// Puts a sample between the first two of the stream, half-way in place, time, speed and height.
+/// Puts a sample between the first two of the stream, which must be there, half-way in place, time, speed and height.
 void insertMidpoint(LiveAircraft& aircraft);
 
 } // namespace kes

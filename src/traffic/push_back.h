@@ -1,4 +1,5 @@
-// Out of a stand: ahead under own power, or pushed back and swung round. Worker only.
+// Out of a stand: ahead under own power, or pushed back in a straight line and then, when the feed tells a side, round
+// a quarter turn. Worker only.
 #pragma once
 
 #include "traffic/live_aircraft.h"

@@ -8,9 +8,11 @@
 
 namespace kes {
 
-/// Leaves and comes back where it is, with a livery that is searched anew.
+/// Leaves and comes back where it is, with a livery that is searched anew. Its stream must not be empty; a failure is
+/// logged.
 void liveryRespawn(LiveAircraft& aircraft);
-/// The traffic source has gone: live aircraft leave the simulator, waiting ones are dropped.
+/// The traffic source has gone: live aircraft leave the simulator, and so do those on their way into it; those in
+/// buffer stay. Does nothing once the user has closed.
 void removeAllLiveForLostSource();
 
 } // namespace kes

@@ -1,4 +1,5 @@
-// What the simulator answers: objects that came, went or could not be made, and what is known of them. Worker only.
+// What the simulator answers: objects that came, went or could not be made, and what is known of them. Each answer
+// finds its aircraft, or the object that nobody waits for is taken away again. Worker only.
 #pragma once
 
 namespace kes {

@@ -1,4 +1,5 @@
-// Everything of live traffic that a run leaves behind, put back at once. Worker only.
+// Everything of live traffic that a run leaves behind, put back at once, so that the next run of the process begins as
+// the first one did. Worker only.
 #pragma once
 
 namespace kes {

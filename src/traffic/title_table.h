@@ -9,8 +9,8 @@ namespace kes {
 
 /// The title that the run remembers for a hexid, or an empty view.
 std::string_view rememberedTitle(std::uint32_t hexid);
-void rememberTitle(std::uint32_t hexid, std::string_view title);
-void forgetTitle(std::uint32_t hexid);
-void clearTitleTable();
+void rememberTitle(std::uint32_t hexid, std::string_view title); ///< instead of the one before
+void forgetTitle(std::uint32_t hexid);                           ///< the next search is free
+void clearTitleTable();                                          ///< at the end of a run and of each day
 
 } // namespace kes

@@ -11,6 +11,6 @@ enum class BirthCheck { goOn, wait };
 BirthCheck birthCheckUser(LiveAircraft& aircraft);
 void checkUserCollisions();   ///< each second: at most one live and one static aircraft goes
 void checkParkedCollisions(); ///< each second: static aircraft in the way of a taxiing live one go
-void resetUserConflicts();
+void resetUserConflicts();    ///< for a new run
 
 } // namespace kes

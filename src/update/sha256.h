@@ -7,7 +7,7 @@
 
 namespace kes {
 
-std::string sha256Of(std::string_view bytes);
+std::string sha256Of(std::string_view bytes); ///< of no bytes at all, too
 /// Of a file, piece by piece. Empty when it cannot be read to its end, or when the run is to end meanwhile.
 std::string sha256OfFile(const std::filesystem::path& file);
 

@@ -8,6 +8,7 @@ void postMessage(void (*work)());
 /// Does what is posted, in its order, until the turn of the quit message; returns the code given to `postQuit`. UI
 /// thread.
 int runMessagePump();
+/// Queues the end of `runMessagePump` behind what is posted. Any thread.
 void postQuit(int code);
 
 } // namespace kes

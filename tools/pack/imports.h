@@ -11,7 +11,9 @@
 
 namespace kes::pack {
 
+/// Types that the plain sources lack; those that they have keep their row.
 void importTypeList(const TypeListImport& import, Sources& sources, PackCount& count);
+/// Airframes that the plain sources lack, of types and airlines that are known by now.
 void importAircraft(const AircraftImport& import, Sources& sources, PackCount& count);
 /// Sorted by code. One without an elevation has an empty text for it.
 std::vector<AirportRow> importOurAirports(const std::filesystem::path& file, PackCount& count);

@@ -12,8 +12,8 @@
 namespace kes::replay {
 
 enum class Metric : std::uint8_t {
-    across, ///< metres off the reference, across its track
-    along,  ///< metres, along its track
+    across, ///< cross-track: metres off the reference to either side
+    along,  ///< along-track: metres ahead of it or behind
     way,    ///< metres off the way, whenever the reference was there
     time,   ///< seconds before or after the reference was at that place of the way
     early,
@@ -40,6 +40,7 @@ struct MetricName {
     std::string_view key, unit;
     bool everyTick; ///< else every tenth
 };
+/// How a measure is called in files and tables, and its unit.
 const MetricName& nameOf(Metric metric);
 
 /// All measures of one way of drawing, over all aircraft.
@@ -71,6 +72,7 @@ struct Watched {
 
 /// Takes one tick. `reference` may be null where nothing is known. A gap in the ticks calls for a fresh Watched.
 void watch(Board& board, Watched& watched, const Pose& pose, Phase phase, const Reference* reference, Place place);
+/// Takes one tick of the measures of `Metric::way` and `Metric::time`.
 void judgeWay(Board& board, const OnWay& on, Phase phase, Place place);
 /// Feet per minute down over the last half second, the tick just taken included; nothing before that is known.
 double recentSink(const Watched& watched);

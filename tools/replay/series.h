@@ -17,7 +17,7 @@ struct Place {
 class Series {
 public:
     void add(double value, Place place);
-    void add(const Series& other);
+    void add(const Series& other); ///< all samples of another one
     std::uint64_t count() const { return count_; }
     double mean() const { return count_ > 0 ? sum_ / static_cast<double>(count_) : 0.0; }
     double maximum() const { return maximum_; }

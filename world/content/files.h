@@ -7,6 +7,7 @@
 
 namespace kes::world {
 
+/// With all folders above it; one that is there is left as it is.
 void makeFolder(const std::filesystem::path& folder);
 /// Writes the file unless it has exactly this content; makes its folder.
 void writeFile(const std::filesystem::path& path, std::string_view content);

@@ -15,7 +15,7 @@ namespace {
 
 enum class Dimension : std::uint8_t { number, angle, length, speed, time, ratio, text };
 
-constexpr double metre = 1.0 / 0.3048;
+constexpr double metre = 1.0 / metresPerFoot;
 constexpr double nauticalMile = feetPerNm;
 constexpr double statuteMile = 5280.0;
 constexpr double degree = degToRad;

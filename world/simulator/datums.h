@@ -82,10 +82,12 @@ bool needsGround(const Field& field);
 bool isOnGround(const SimObject& object, double groundFeet);
 
 double readNumber(const SimObject& object, const Field& field, const Surroundings& around); ///< in the wire's unit
+/// A view into the object, valid as long as it is not changed; empty for a number.
 std::string_view readText(const SimObject& object, const Field& field);
 
 /// Packs a number in the field's type; whole number types are rounded, and held at their limits.
 void packNumber(const Field& field, double value, std::byte* to);
+/// The number at the beginning of `bytes`. Throws MissingBytes when there is too little of it.
 double unpackNumber(const Field& field, ByteReader bytes);
 
 /// A wire value in the unit in which the object keeps it.

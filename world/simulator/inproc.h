@@ -20,10 +20,10 @@ void inprocStart(const SimulatorOptions& options);
 void inprocStep(double seconds);
 /// A thread that lets time pass `speed` times as fast as real time, until `inprocStopThread`. One at a time.
 void inprocRunThread(double speed);
-void inprocStopThread();
+void inprocStopThread(); ///< joins it; harmless without one
 /// Ends all streams without a word and stops the thread. Harmless when not started.
 void inprocStop();
-bool inprocRunning();
+bool inprocRunning(); ///< the model is there, whether or not a thread lets its time pass
 
 /// One of the commands of control.h; "error: ..." when not started.
 std::string inprocCommand(std::string_view line);
@@ -34,7 +34,7 @@ std::optional<SimObject> inprocObject(std::string_view tailNumber);
 std::vector<SimObject> inprocObjects();
 /// The object's height above the terrain as the model sees it, feet; NaN when there is no such object.
 double inprocAboveGround(std::uint32_t id);
-Counters inprocCounters();
+Counters inprocCounters(); ///< all 0 when not started
 /// Packets and messages on their way to clients, bytes.
 std::size_t inprocWaiting();
 /// Called under the model's lock: keep them short and call nothing of this header from inside.
@@ -54,6 +54,7 @@ private:
     std::unique_lock<std::mutex> lock_;
     Simulator* simulator_;
 };
+/// False when not started. Nothing else of this header may be called while it lives.
 LockedSimulator worldSimulator();
 
 } // namespace kes::world

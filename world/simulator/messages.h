@@ -11,7 +11,9 @@
 
 namespace kes::world {
 
-// Messages to one client.
+// Messages to one client, each by the name of its kind.
+/// Counts the exception as well. Without an `index` of the argument at fault what the simulator of
+/// the day says instead.
 void sendException(Simulator& simulator, Session& session, simconnect::Exception exception, std::uint32_t sendId,
                    std::optional<std::uint32_t> index);
 void sendOpen(Simulator& simulator, Session& session);

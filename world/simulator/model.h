@@ -121,16 +121,19 @@ std::int64_t nextFrameNs(const Simulator& simulator);
 Session* openSession(Simulator& simulator);
 /// The stream has ended: forgets what the client declared and removes its objects.
 void closeSession(Simulator& simulator, std::uint32_t sessionId);
+/// Null when it has been closed.
 Session* findSession(Simulator& simulator, std::uint32_t sessionId);
 
 /// An AI object or the user's (ids 0 and 1); null when there is none.
 SimObject* findObject(Simulator& simulator, std::uint32_t id);
+/// The first AI object with this tail number; null when there is none.
 SimObject* findByTail(Simulator& simulator, std::string_view tail);
 double groundBelow(const Simulator& simulator, const SimObject& object); ///< feet
 
 /// Queues an object for the next frame. `onGround` puts it on the terrain.
 void createObject(Simulator& simulator, const Session& session, SimObject object, bool onGround,
                   std::uint32_t requestId);
+/// It leaves with the next frame.
 void removeObject(Simulator& simulator, SimObject& object);
 /// AI objects there are, those on their way included.
 std::size_t objectCount(const Simulator& simulator);
@@ -140,12 +143,13 @@ void notePosition(Simulator& simulator, SimObject& object);
 /// Gaps that span this moment do not count.
 void forgetGaps(Simulator& simulator);
 
+/// "Sim", told to all who have subscribed to it.
 void setSimRunning(Simulator& simulator, bool running);
 /// Loads another flight: "Sim" 0, all AI objects gone, the file event, and "Sim" 1 two seconds of frames later.
 void loadFlight(Simulator& simulator, std::string_view path);
-void teleportUser(Simulator& simulator, double lat, double lon, double altFeet);
-void setFrameRate(Simulator& simulator, double framesPerSecond);
-void stallFrames(Simulator& simulator, double seconds);
+void teleportUser(Simulator& simulator, double lat, double lon, double altFeet); ///< degrees; above sea level
+void setFrameRate(Simulator& simulator, double framesPerSecond);                 ///< 1 to 1000, from now on
+void stallFrames(Simulator& simulator, double seconds);                          ///< no frame until then
 void quitSimulator(Simulator& simulator); ///< QUIT to everybody, then the streams end
 void dropClients(Simulator& simulator);   ///< the streams end without a word
 

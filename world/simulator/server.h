@@ -29,8 +29,8 @@ public:
 
     /// Listens and starts the frames. False with the reason in `error`.
     bool start(const SimulatorOptions& simulator, const ServerOptions& options, std::string& error);
-    std::uint16_t port() const;
-    std::uint16_t controlPort() const;
+    std::uint16_t port() const;        ///< 0 before a good `start`
+    std::uint16_t controlPort() const; ///< likewise, and without a control port
     /// One command (see control.h) between two frames. Any thread.
     std::string command(std::string_view line);
     /// Waits until the simulator has quit by command, or `timeoutMs` have passed. True when it has quit.

@@ -22,8 +22,8 @@ struct ScenarioStand {
     double taxiLane = 0;    ///< b of the lane behind it
 };
 
-std::vector<ScenarioStand> scenarioStands();
-Vec fieldPoint(double a, double b);
+std::vector<ScenarioStand> scenarioStands(); ///< both rows, always the same
+Vec fieldPoint(double a, double b);          ///< a point of the frame on the plane
 /// Heading of the nose at the stand, radians.
 double standHeading(const ScenarioStand& stand);
 
@@ -33,7 +33,9 @@ Track arrivalTrack(const ScenarioStand& stand, const Performance& p, double bear
 /// From standing at the stand over push-back, taxi and take-off to the horizon.
 Track departureTrack(const ScenarioStand& stand, const Performance& p, double bearing, double elevation,
                      std::mt19937& random);
+/// From horizon to horizon at cruise.
 Track overflightTrack(const Performance& p, std::mt19937& random);
+/// A light aircraft by sight.
 Track lightTrack(const Performance& p, double elevation, std::mt19937& random);
 /// From the pad around some places and back to the pad.
 Track helicopterTrack(const Performance& p, double elevation, std::mt19937& random);

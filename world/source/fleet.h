@@ -42,6 +42,7 @@ double between(std::mt19937& random, double a, double b);
 
 /// Draws an airframe that is not in use and marks it used.
 Airframe drawAirframe(Fleet& fleet, std::mt19937& random, Role role);
+/// It may be drawn again.
 void releaseAirframe(Fleet& fleet, const Airframe& airframe);
 /// Draws a callsign not in use and marks it used; `flightNumber` is the IATA form, empty when the callsign is no plain
 /// number. A private aircraft calls by its registration without the hyphen.
