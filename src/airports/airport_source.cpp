@@ -22,14 +22,6 @@ constexpr std::string_view archiveFolder = "archive";
 constexpr std::string_view airportsFolder = "airports";
 constexpr std::uint64_t mostLinkBytes = 4096;
 
-bool fileExists(const fs::path& path) {
-    std::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    if (status.type() == fs::file_type::none)
-        throw fs::filesystem_error("exists", path, error);
-    return fs::exists(status);
-}
-
 /// The code becomes part of file names.
 bool isCode(std::string_view code) {
     return !code.empty() && code.size() <= 8 && std::ranges::all_of(code, [](char c) {
@@ -49,7 +41,7 @@ std::string readLink(const fs::path& file) {
     const int error = platform::readFile(platform::pathText(file), content, mostLinkBytes);
     std::string place = content.substr(0, content.find('\n'));
     // Whatever an editor left behind the ".xml" goes.
-    place.resize(place.find_last_of('l') + 1);
+    place.erase(place.find_last_of('l') + 1);
     if (error != 0 || place.empty() || !staysBelow(place)) {
         logWarning(fmt::format("\"{}\" leads to no airport file", platform::pathText(file)));
         return {};
@@ -92,6 +84,14 @@ std::string folderName(std::string_view publisher) {
 }
 
 } // namespace
+
+bool fileExists(const fs::path& path) {
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (status.type() == fs::file_type::none)
+        throw fs::filesystem_error("exists", path, error);
+    return fs::exists(status);
+}
 
 std::string airportSource(std::string_view code) {
     if (!isCode(code))

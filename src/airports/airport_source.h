@@ -14,6 +14,9 @@ std::string airportSource(std::string_view code);
 /// Whether `airportSource` would find one. Links are not read. Throws the same.
 bool airportFileExists(std::string_view code);
 
+/// Throws filesystem_error "exists" when the file system cannot tell.
+bool fileExists(const std::filesystem::path& path);
+
 /// Downloads a base file of the server, "archive/..." or another relative path, to `target`. The URL is told for
 /// messages. False on failure, which is logged.
 bool downloadAirportFile(std::string_view path, const std::filesystem::path& target, std::string& url);

@@ -14,7 +14,7 @@ struct LearnedFileHooks {
     /// AUTO_RANGE has come to stand so: the range and its boxes follow.
     void (*autoRangeSwitched)(bool on) = nullptr;
 };
-void setLearnedFileHooks(const LearnedFileHooks& hooks);
+extern LearnedFileHooks learnedFileHooks;
 
 /// Takes the settings of a learned file, and puts its options and stands on top of the base list, or in its place when
 /// it is handmade. A file that cannot be read leaves the list as it is, and is kept aside under its name with a '0' in

@@ -204,7 +204,8 @@ std::uint64_t gf_hours2bitset(std::string_view list) {
         if (hour && *hour >= 0 && *hour < halfHours)
             hours |= std::uint64_t{1} << *hour;
         else
-            hoursLog.write(fmt::format("{} invalid hour \"{}\" in {}", "gf_hours2bitset", quoted(entry), quoted(list)));
+            hoursLog.write(
+                fmt::format("{} invalid hour \"{}\" in {}", "gf_hours2bitset", kes::quoted(entry), kes::quoted(list)));
     }
     return hours;
 }

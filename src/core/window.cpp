@@ -110,8 +110,9 @@ void resetWindow() {
         *unknown = -1;
     for (std::atomic<std::int32_t>* counter :
          {&readouts.live, &readouts.parkedLive, &readouts.parkedStatic, &readouts.stands, &readouts.updates,
-          &readouts.qnh, &readouts.meanParkedMinutes})
+          &readouts.qnh, &readouts.meanParkedMinutes, &readouts.trafficWeek})
         *counter = 0;
+    readouts.handmade = false;
     readouts.simFrameRate = 0.0F;
     readouts.selectedObject = 0;
 

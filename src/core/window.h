@@ -79,6 +79,8 @@ struct Readouts {
     std::atomic<std::int32_t> liveries{-1}; ///< -1 = scan running, shown as "..."
     std::atomic<std::int32_t> simaddonFiles{-1}, thirdpartyFiles{-1};
     std::atomic<std::int32_t> live{0}, parkedLive{0}, parkedStatic{0}, stands{0}, updates{0};
+    std::atomic<bool> handmade{false};        ///< the park airport's file is one made by hand
+    std::atomic<std::int32_t> trafficWeek{0}; ///< of the traffic from which its file was made, 0 = none
     std::atomic<std::int32_t> qnh{0}, minutesToRenewal{-1};
     std::atomic<std::int32_t> meanParkedMinutes{0}; ///< how long the parked live aircraft have stood
     std::atomic<float> simFrameRate{0};           ///< frames per second, stored at every 30th frame event; 0 = none yet
@@ -95,6 +97,7 @@ enum class Readout {
     userStand,
     keptStand,
     quality,
+    publisher, ///< of the park airport's file
     destination,
     foundObject
 };

@@ -97,18 +97,6 @@ void switchNavLights(bool on) {
     }
 }
 
-void switchAutoRange(bool on) {
-    enableControl(par::LATERAL_RANGE, !on);
-    enableControl(par::AUTO_RANGE_ABOVE_HEIGHT, on);
-    if (on) {
-        rememberedRange = par::LATERAL_RANGE;
-        rangeRule();
-        return;
-    }
-    changeForNow(par::LATERAL_RANGE, rememberedRange);
-    setRange(static_cast<float>(par::LATERAL_RANGE));
-}
-
 void tick(BoolBox& box, bool on, bool endsRun) {
     change(box, on);
     for (const TickMessage& message : tickMessages) {
@@ -295,6 +283,18 @@ struct Apply {
 };
 
 } // namespace
+
+void switchAutoRange(bool on) {
+    enableControl(par::LATERAL_RANGE, !on);
+    enableControl(par::AUTO_RANGE_ABOVE_HEIGHT, on);
+    if (on) {
+        rememberedRange = par::LATERAL_RANGE;
+        rangeRule();
+        return;
+    }
+    changeForNow(par::LATERAL_RANGE, rememberedRange);
+    setRange(static_cast<float>(par::LATERAL_RANGE));
+}
 
 void applyControlChanges() {
     for (const ControlChange& made : takeControlChanges()) {

@@ -9,6 +9,9 @@ namespace kes {
 /// status line and costs no other change.
 void applyControlChanges();
 
+/// AUTO_RANGE has come to stand so: its boxes follow, and the range. Worker.
+void switchAutoRange(bool on);
+
 /// At the start of a run, when no aircraft holds a livery: forgets the liveries if the user has asked for another
 /// simulator or a new scan. Worker.
 void forgetOutdatedLiveries();

@@ -1,5 +1,6 @@
 #include "spine/run_traffic.h"
 
+#include "airports/learned_file.h"
 #include "airports/static_parking.h"
 #include "airports/user_stand.h"
 #include "core/log.h"
@@ -48,6 +49,7 @@ void wireFloors() {
     controlLinkHooks.clientGone = removeAllLiveForLostSource;
     controlLinkHooks.whileWaiting = workWhileWaiting;
     liveParkingHooks = hooksOfLiveParking();
+    learnedFileHooks.autoRangeSwitched = switchAutoRange;
 }
 
 bool waitForPosition(std::int32_t pauseMs) {

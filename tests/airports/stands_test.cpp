@@ -1,0 +1,118 @@
+// Neighbours of stands, quality of a list, and half-hours.
+#include "airports/stands.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace kes {
+namespace {
+
+Stand standAt(double lat, double lon, double metres) {
+    Stand stand;
+    stand.lat = lat;
+    stand.lon = lon;
+    stand.radius = metres / metresPerNm;
+    return stand;
+}
+
+/// Every pair, as the rule says it.
+std::vector<std::vector<std::uint32_t>> neighboursByPairs(const std::vector<Stand>& list) {
+    std::vector<std::vector<std::uint32_t>> result(list.size());
+    for (std::size_t a = 0; a < list.size(); ++a) {
+        for (std::size_t b = 0; b < list.size(); ++b) {
+            if (a != b && list[a].radius + list[b].radius > distanceNm(list[a].position(), list[b].position()) * 1.1)
+                result[a].push_back(list[b].sid);
+        }
+    }
+    return result;
+}
+
+TEST(Stands, NeighboursAreThoseOfAllPairs) {
+    struct Case {
+        const char* where;
+        double lat, lon, spread; ///< degrees
+        double greatest;         ///< radius, metres
+    };
+    const Case cases[] = {
+        {"an airport", 51.47, -0.46, 0.03, 40},
+        {"far north", 78.2, 15.4, 0.03, 40},
+        {"across the date line", -18.0, 180.0, 0.02, 60},
+        {"at the equator and Greenwich", 0, 0, 0.02, 40},
+        {"one place", 40, 10, 0, 30},
+        {"at the pole", 90, 0, 0.01, 60},
+        {"the whole world", 0, 0, 90, 900000},
+        {"no radius", 40, 10, 0.01, 0},
+    };
+    std::mt19937 random(7);
+    std::uniform_real_distribution<double> part(-1.0, 1.0);
+    std::size_t pairs = 0;
+    for (const Case& c : cases) {
+        std::vector<Stand> list;
+        for (int i = 0; i < 300; ++i) {
+            const double lat = std::min(c.lat + part(random) * c.spread, 90.0);
+            const double lon = c.lon + part(random) * c.spread * 2;
+            list.push_back(standAt(lat, lon > 180 ? lon - 360 : lon, (part(random) + 1) / 2 * c.greatest));
+        }
+        giveSids(list);
+        findAdjacent(list);
+        const auto expected = neighboursByPairs(list);
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            EXPECT_EQ(list[i].adjacent, expected[i]) << c.where << ", stand " << i;
+            pairs += expected[i].size();
+        }
+    }
+    EXPECT_GT(pairs, 1000U);
+}
+
+TEST(Stands, TheRoomBetweenTwoDecides) {
+    for (const double nm : {0.018, 0.0182}) {
+        std::vector<Stand> list{standAt(50, 8, 0), standAt(50 + nm / 60, 8, 0)};
+        list[0].radius = list[1].radius = 0.01;
+        giveSids(list);
+        findAdjacent(list);
+        EXPECT_EQ(list[0].adjacent.size(), nm < 0.0181 ? 1U : 0U) << nm;
+    }
+}
+
+TEST(Stands, QualityTellsHowMuchIsKnown) {
+    const auto option = [](bool real, std::uint32_t day, std::uint64_t hours, std::int32_t index = 1) {
+        ParkPosOption o;
+        o.real = real ? 1 : 0;
+        o.day = day;
+        o.hours = hours;
+        o.optIndex = index;
+        return o;
+    };
+    std::vector<Stand> list(4);
+    EXPECT_EQ(qualityOf(list), (QualityPair{-1, -1}));
+    EXPECT_EQ(qualityText(qualityOf(list)), "  ");
+    list[0].options = {option(true, 1, 0b111), option(true, 1, 0b1), option(true, 2, 0b11), option(true, 9, 0),
+                       option(true, 3, 0xffff, 0)};
+    // 4 options in use, 2 days, 6 half-hours: 80 + 10000 + 200 + 12, over four stands.
+    EXPECT_EQ(qualityOf(list), (QualityPair{16, 0}));
+    list[1].options.assign(500, option(false, 4, (std::uint64_t{1} << 48) - 1));
+    // No more than 4000 for options and 1200 for half-hours: 15300 over four.
+    EXPECT_EQ(qualityOf(list), (QualityPair{16, 24}));
+    EXPECT_EQ(qualityText({44, 3}), "44/ 3");
+    EXPECT_EQ(qualityText({45, 3}), "45");
+    EXPECT_EQ(qualityText({-1, 0}), "-1/ 0");
+    list.resize(1);
+    list[0].options.assign(1000, option(true, 1, ~std::uint64_t{0} >> 16));
+    for (std::uint32_t i = 0; i < 7; ++i)
+        list[0].options[i].day = i + 1;
+    EXPECT_EQ(qualityOf(list), (QualityPair{99, 0}));
+}
+
+TEST(Stands, HalfHoursAreReadAndWritten) {
+    struct Case {
+        const char* list;
+        const char* good;
+    };
+    for (const Case& c : {Case{"14,15", "14,15"}, Case{"15,14,15", "14,15"}, Case{"3,99,4", "3,4"}, Case{"", ""},
+                          Case{"0,47,48,-1", "0,47"}, Case{"x,,5x, 6", "5,6"}, Case{"7,", "7"}})
+        EXPECT_EQ(hoursText(gf_hours2bitset(c.list)), c.good) << c.list;
+}
+
+} // namespace
+} // namespace kes
