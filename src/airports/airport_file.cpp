@@ -11,7 +11,6 @@
 #include "core/window.h"
 #include "core/xml_file.h"
 #include "platform/system.h"
-#include "update/update_internal.h"
 
 #include <algorithm>
 #include <fmt/format.h>

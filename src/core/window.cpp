@@ -105,9 +105,11 @@ void resetWindow() {
     readouts.weatherLamp = Lamp::stopped;
     readouts.trafficLamp = Lamp::stopped;
     // The liveries stay loaded over a restart, so their number stays as well.
-    for (std::atomic<std::int32_t>* unknown :
-         {&readouts.simaddonFiles, &readouts.thirdpartyFiles, &readouts.minutesToRenewal})
+    for (std::atomic<std::int32_t>* unknown : {&readouts.simaddonFiles, &readouts.thirdpartyFiles,
+                                               &readouts.minutesToRenewal, &readouts.maxPark, &readouts.maxParkPercent})
         *unknown = -1;
+    readouts.averageFit = -1.0F;
+    readouts.parkingActive = false;
     for (std::atomic<std::int32_t>* counter :
          {&readouts.live, &readouts.parkedLive, &readouts.parkedStatic, &readouts.stands, &readouts.updates,
           &readouts.qnh, &readouts.meanParkedMinutes, &readouts.trafficWeek})

@@ -83,6 +83,10 @@ struct Readouts {
     std::atomic<std::int32_t> trafficWeek{0}; ///< of the traffic from which its file was made, 0 = none
     std::atomic<std::int32_t> qnh{0}, minutesToRenewal{-1};
     std::atomic<std::int32_t> meanParkedMinutes{0}; ///< how long the parked live aircraft have stood
+    std::atomic<bool> parkingActive{false};         ///< a park airport is loaded
+    /// Wanted parked aircraft, and what they are in percent of the stands; -1 = no park airport.
+    std::atomic<std::int32_t> maxPark{-1}, maxParkPercent{-1};
+    std::atomic<float> averageFit{-1};            ///< hours that the options of the static aircraft lie back; -1 = none
     std::atomic<float> simFrameRate{0};           ///< frames per second, stored at every 30th frame event; 0 = none yet
     std::atomic<std::uint32_t> selectedObject{0}; ///< object shown beside the callsign look-up, 0 = none
 };
@@ -97,7 +101,8 @@ enum class Readout {
     userStand,
     keptStand,
     quality,
-    publisher, ///< of the park airport's file
+    publisher,   ///< of the park airport's file
+    parkAirport, ///< its name
     destination,
     foundObject
 };

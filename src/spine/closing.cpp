@@ -1,5 +1,6 @@
 #include "spine/closing.h"
 
+#include "airports/airport_errand.h"
 #include "airports/park_airports.h"
 #include "airports/static_parking.h"
 #include "airports/user_stand.h"
@@ -39,6 +40,7 @@ void stopThreads() {
     requestSimClientStop();
     stopQnhReader();
     stopTrafficReader();
+    endErrands();
     // A client of the feed ports sees them closed before it is told to go.
     runPause(500);
     closeControlLink();

@@ -1,6 +1,8 @@
 #include "spine/control_rules.h"
 
+#include "airports/airport_file.h"
 #include "airports/airport_table.h"
+#include "airports/park_airports.h"
 #include "airports/static_parking.h"
 #include "core/change.h"
 #include "core/control_changes.h"
@@ -19,9 +21,11 @@
 #include "traffic/live_table.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fmt/format.h>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -58,6 +62,20 @@ const TickMessage tickMessages[] = {
     {par::ALWAYS_ON_TOP, true, "{}'s window will remain visible"},
     {par::LEARN_SOFT, false, "Be aware, no more livery updates: you miss correct data for Learn, LittleNavMap, etc!"},
 };
+
+/// Whether a control is one of those that the learned file of an airport keeps.
+bool belongsToAirport(const Control* control) {
+    static constexpr const Control* kept[] = {&par::LATERAL_RANGE,     &par::AUTO_RANGE, &par::WEEK,
+                                              &par::PARK_FAKE,         &par::PARK_SOFT,  &par::parking_percentage,
+                                              &par::INITIAL_LOAD_ONLY, &par::MAX_FIT,    &par::MAX_FIT_FL,
+                                              &par::MAX_LIVE,          &par::LEARN_SOFT};
+    return std::ranges::find(kept, control) != std::end(kept);
+}
+
+void noteForAirport(const Control& control) {
+    if (airportLoaded && belongsToAirport(&control))
+        saveParamChanged = true;
+}
 
 /// The parking follows at its next quarter minute.
 void parkingWillRespond() {
@@ -99,6 +117,7 @@ void switchNavLights(bool on) {
 
 void tick(BoolBox& box, bool on, bool endsRun) {
     change(box, on);
+    noteForAirport(box);
     for (const TickMessage& message : tickMessages) {
         if (&message.box == &box && message.on == on)
             say(fmt::format(fmt::runtime(message.text), programName));
@@ -176,6 +195,9 @@ void takeNumber(IntBox& box, const std::string& text) {
     const std::int32_t before = box;
     if (!enter(box, text))
         return;
+    noteForAirport(box);
+    if (&box == &par::MAX_FIT) // the same in hours
+        changeForNow(par::MAX_FIT_FL, static_cast<float>(par::MAX_FIT) * 0.5F + 0.5F);
     if (&box == &par::CUSTOM_MAX_PARK || &box == &par::parking_percentage || &box == &par::MAX_FIT)
         parkingSettingChanged();
     else if (&box == &par::LATERAL_RANGE)
@@ -206,15 +228,17 @@ void takeDestination(const std::string& text) {
     const std::string code = upper(text);
     if (text.empty()) {
         change(par::DESTINATION, "");
+        forgetOrder(); // which is by distance again
         say("destination set to empty");
     } else if (text == par::DESTINATION.get()) {
         say(fmt::format("destination \"{}\" was already set ...", text));
     } else if (text.size() != 4) {
         say(fmt::format("destination \"{}\" is not valid", text));
-    } else if (!findAirport(code)) {
+    } else if (const auto airport = findAirport(code); !airport) {
         say(fmt::format("destination \"{}\" is unknown ...", text));
     } else {
         change(par::DESTINATION, code);
+        setDestinationEntry(code, {airport->lat, airport->lon});
         say(fmt::format("New destination: {}", code));
     }
 }
@@ -273,8 +297,12 @@ struct Apply {
     }
     void operator()(FloatBox* box) const {
         clearStatus();
-        if (enter(*box, made.text))
-            parkingSettingChanged();
+        if (!enter(*box, made.text))
+            return;
+        noteForAirport(*box);
+        if (box == &par::MAX_FIT_FL) // the same in half-hours
+            change(par::MAX_FIT, std::lround((par::MAX_FIT_FL - 0.5F) * 2.0F));
+        parkingSettingChanged();
     }
     void operator()(TextBox* box) const {
         clearStatus();

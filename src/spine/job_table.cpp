@@ -23,6 +23,7 @@
 
 #include <fmt/format.h>
 #include <set>
+#include <utility>
 
 namespace kes {
 
@@ -102,7 +103,7 @@ void tellSimulatorTime() {
 
 void keepUserStandClear() {
     if (userStandReserved())
-        clearUserStand();
+        userStandStep();
 }
 
 /// Takes two passes, 15 seconds apart, so that the traffic reader can collect the callsigns on the air meanwhile.
@@ -120,9 +121,9 @@ void renewalPass() {
     renewalBetweenPasses = false;
     clearError();
     clearStatus();
-    const std::set<std::string> callsigns = trafficReader.takeCallsigns();
-    if (parkAirportLoaded() && !parkedAircraft.empty())
-        renewParking(callsigns);
+    std::set<std::string> callsigns = trafficReader.takeCallsigns();
+    if (parkAirportLoaded()) // also when nobody stands there: it may be the settings that have changed
+        renewParking(std::move(callsigns));
     windowRequests.parkAdjust = false;
 }
 

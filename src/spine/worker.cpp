@@ -111,8 +111,10 @@ void showDestination() {
     const std::string code = par::DESTINATION.get();
     if (code.empty())
         return;
-    if (const auto airport = findAirport(code))
+    if (const auto airport = findAirport(code)) {
         setReadout(Readout::destination, fmt::format("{} {:.6f},{:.6f}", airport->code, airport->lat, airport->lon));
+        setDestinationEntry(airport->code, {airport->lat, airport->lon});
+    }
 }
 
 /// Everything of a run between its first check and its close-down.
@@ -133,7 +135,7 @@ void runBody() {
     if (stopWanted())
         return;
     prepareFlightPlanFolders();
-    readMyParkAirports();
+    lf_readMyParkAirports();
     enableControl(par::reRead, true);
     showDestination();
     setTopmost(par::ALWAYS_ON_TOP);

@@ -1,7 +1,6 @@
 #include "traffic/stand_conflicts.h"
 
 #include "airports/object_removal.h"
-#include "airports/park_airports.h"
 #include "airports/stand_learning.h"
 #include "airports/stand_search.h"
 #include "airports/static_parking.h"
@@ -180,22 +179,6 @@ void replaceParked(LiveAircraft& aircraft) {
     const auto it = std::ranges::find(landingList, aircraft.hexid);
     if (it != landingList.end())
         landingList.erase(it);
-}
-
-void clearUserStand() {
-    const std::string id = standOfUser();
-    const auto stand = std::ranges::find(stands, id, &Stand::id);
-    if (id.empty() || stand == stands.end())
-        return;
-    if (AiAircraft* parked = activeStaticOn(stand->sid)) {
-        removeAircraftFromSim(*parked);
-        return;
-    }
-    const auto live = std::ranges::find_if(liveAircraft, [&](const LiveAircraft& a) {
-        return a.sid == stand->sid && isActive(a) && a.fs == FlightState::parked;
-    });
-    if (live != liveAircraft.end())
-        removeAircraftFromSim(*live);
 }
 
 } // namespace kes

@@ -21,7 +21,5 @@ void makeWay(const LiveAircraft& aircraft, const Stand& stand);
 /// A live aircraft that has come, landed or parked: the static one that is the same registration, or flies its callsign
 /// or the coupled one, goes. Its entry in the landing list is dropped.
 void replaceParked(LiveAircraft& aircraft);
-/// The user's aircraft has its stand alone: a static aircraft there goes, or else a live one that is parked.
-void clearUserStand();
 
 } // namespace kes
