@@ -3,7 +3,7 @@
 #include "airports/airport_source.h"
 #include "core/folders.h"
 #include "platform/system.h"
-#include "update/update.h"
+#include "update/download.h"
 
 #include <atomic>
 #include <chrono>

@@ -19,7 +19,6 @@
 #include "traffic/leg_timing.h"
 #include "traffic/live_table.h"
 #include "traffic/stand_conflicts.h"
-#include "traffic/trouble.h"
 
 #include <algorithm>
 #include <cmath>
@@ -175,7 +174,7 @@ bool airportDataReady() {
 
 void try2Park(LiveAircraft& a, bool wide) {
     if (a.stream.empty()) {
-        reportEmptyStream("try2Park", a);
+        log(fmt::format("{} empty sz?", "try2Park"));
         return;
     }
     const LatLon position = a.stream.back().position();
@@ -195,7 +194,7 @@ void try2Park(LiveAircraft& a, bool wide) {
 
 void drive2Stand(LiveAircraft& a, LatLon stand) {
     if (a.stream.empty()) {
-        reportEmptyStream("drive2Stand", a);
+        log(fmt::format("{} empty sz?", "drive2Stand"));
         return;
     }
     clearCurve(a); // one that was planned leads elsewhere
