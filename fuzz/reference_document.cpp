@@ -13,12 +13,12 @@
 namespace {
 
 /// Everything that a reading left behind.
-std::string outcome(const std::string& text, kes::reference::Road road) {
+std::string outcome(const std::string& text, kes::reference::ParseAs parseAs) {
     using kes::reference::tables;
     kes::resetReference();
     std::string all;
     try {
-        kes::reference::readDocumentText(text, "document.xml", road, 1);
+        kes::reference::readDocumentText(text, "document.xml", parseAs, 1);
     } catch (const std::exception& e) {
         all = e.what();
     }
@@ -58,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             "<simaddons20><simaddon20 arpts='EHAM'/></simaddons20>";
         text = good + "<dbase>" + text + "</dbase>";
     }
-    if (outcome(text, kes::reference::Road::pieces) != outcome(text, kes::reference::Road::whole))
+    if (outcome(text, kes::reference::ParseAs::pieces) != outcome(text, kes::reference::ParseAs::whole))
         __builtin_trap();
     return 0;
 }

@@ -162,7 +162,7 @@ void readAsAWhole(benchmark::State& state) {
     measured(state, [] {
         std::string text;
         platform::readFile(document(), text);
-        reference::readDocumentText(std::move(text), document(), reference::Road::whole);
+        reference::readDocumentText(std::move(text), document(), reference::ParseAs::whole);
     });
 }
 BENCHMARK(readAsAWhole)->Unit(benchmark::kMillisecond)->UseRealTime();

@@ -24,7 +24,6 @@ namespace {
 
 constexpr std::size_t expectedRows = 44000;
 constexpr double farthestNm = 100.0;
-constexpr double atAirportNm = 5.0;
 bool tableRead = false;
 
 /// Text to double by the standard's rules, but always with a decimal point: the window toolkit may set a locale.

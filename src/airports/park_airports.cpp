@@ -33,7 +33,6 @@ std::list<ParkAirportEntry> parkAirportList;
 namespace {
 
 constexpr double noCandidateNm = 10000.0;
-constexpr double atAirportNm = 5.0;
 constexpr std::size_t manyAirports = 3000;
 constexpr std::uint64_t mostFileBytes = 16 << 20;
 

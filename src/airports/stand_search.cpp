@@ -2,6 +2,7 @@
 
 #include "airports/airport_ref.h"
 #include "airports/stand_learning.h"
+#include "core/codes.h"
 #include "core/parameters.h"
 #include "core/random.h"
 
@@ -104,7 +105,7 @@ std::vector<Pass> passesOf(const AiAircraft& a) {
         kinds = {{.onlyHeli = true}, {.ramp = 1}};
     } else if (a.cargo) {
         kinds = {{.onlyCargo = true, .noHeli = true}, {.noHeli = true}};
-    } else if (a.category == AircraftCategory::light || a.category == AircraftCategory::buzjets || a.airline == "PVT") {
+    } else if (a.category == AircraftCategory::light || a.category == AircraftCategory::buzjets || a.airline == privateAirline) {
         kinds = {{.noCargo = true, .noHeli = true, .ramp = 1}};
     } else {
         const int ramp = prefersGates() ? 0 : 1;

@@ -2,14 +2,14 @@
 // Positions in degrees, bearings in radians, distances in nautical miles unless a name says feet.
 #pragma once
 
+#include "core/units.h"
+
 namespace kes {
 
 inline constexpr double pi = 3.14159265358979323846;
 inline constexpr double twoPi = 2.0 * pi;
 inline constexpr double degToRad = pi / 180.0;
 inline constexpr double radToDeg = 57.29577951308232;
-inline constexpr double feetPerNm = 6076.11549;
-inline constexpr double metresPerNm = 1852.0;
 inline constexpr double radiansPerFoot = 4.787404208238998e-8;
 inline constexpr double diameterNm = 6875.493541569878;
 

@@ -1,5 +1,7 @@
 #include "core/run_state.h"
 
+#include "core/units.h"
+
 namespace kes {
 
 std::atomic<bool> exitRequested{false};
@@ -17,8 +19,8 @@ std::atomic<bool> restarting{false};
 std::atomic<bool> dataBaseRead{false};
 std::atomic<std::int32_t> tickCount{0};
 std::int32_t secondCounter = 0;
-std::atomic<float> rangeNm{40.0F};
-std::atomic<std::int32_t> rangeMetres{40 * 1852};
+std::atomic<float> rangeNm{static_cast<float>(defaultRangeNm)};
+std::atomic<std::int32_t> rangeMetres{static_cast<std::int32_t>(defaultRangeNm * metresPerNm)};
 
 namespace {
 // Reason in the low word, delay in the high word: one exchange sets both, so no reader sees half of a request.
@@ -42,7 +44,7 @@ std::string_view exitReasonText(ExitReason reason) {
 
 void setRange(float nauticalMiles) {
     rangeNm = nauticalMiles;
-    rangeMetres = static_cast<std::int32_t>(nauticalMiles * 1852.0F);
+    rangeMetres = static_cast<std::int32_t>(nauticalMiles * static_cast<float>(metresPerNm));
 }
 
 bool requestExit(ExitReason reason, std::int32_t delaySeconds) {

@@ -1,5 +1,6 @@
 // The flags by which the threads of a run ask each other to stop, and the few values that every floor reads.
-// All are process-wide and atomic; `resetRunFlags` brings back the start values for the next run.
+// All are process-wide, and atomic but for `secondCounter`; `resetRunFlags` brings back the start values for the next
+// run.
 #pragma once
 
 #include <atomic>
@@ -40,18 +41,19 @@ extern std::atomic<bool> dataBaseRead;     ///< the reference data base was read
 extern std::atomic<std::int32_t> tickCount;
 /// Simulator seconds of this run, 0 to 86399. Worker only.
 extern std::int32_t secondCounter;
-/// Injection range in nautical miles and in whole metres (nm * 1852); set by `setRange`.
+/// Injection range in nautical miles and in whole metres; set by `setRange`.
+inline constexpr std::int32_t defaultRangeNm = 40;
 extern std::atomic<float> rangeNm;
 extern std::atomic<std::int32_t> rangeMetres;
-void setRange(float nauticalMiles);
+void setRange(float nauticalMiles); ///< both, one after the other
 
-/// Asks for the end of the run; the first caller wins. `delaySeconds` is the countdown before a restart.
-/// Any thread; lock-free. Returns whether this call set the reason.
+/// Asks for the end of the run; the first caller wins, and nobody once the user has closed. `delaySeconds` is the
+/// countdown before a restart. Any thread; lock-free. Returns whether this call set the reason.
 bool requestExit(ExitReason reason, std::int32_t delaySeconds);
 /// Overwrites only the reason (the barrier of the worker does this for a user error). Any thread.
 void setExitReason(ExitReason reason);
 ExitReason exitReason();
-std::int32_t restartDelay();
+std::int32_t restartDelay(); ///< seconds, as asked with the reason; 0 = none
 
 /// True when the run is to end: `exitRequested` or `userClosed`.
 inline bool stopWanted() {

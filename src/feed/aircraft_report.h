@@ -1,8 +1,10 @@
-// One report of one real aircraft, as the feed reader hands it to the main tick.
+// One report of one real aircraft, as the traffic reader hands it to the main tick: who it is, and one sample of where
+// it was. Samples one behind the other make the stream that a live aircraft flies along. Plain data.
 #pragma once
 
 #include "core/ai_aircraft.h"
 #include "core/geo.h"
+#include "core/units.h"
 
 #include <cstdint>
 
@@ -32,8 +34,5 @@ struct AircraftReport : AircraftIdentity {
     double timestamp = 0;    ///< the feed's time, seconds since 1970
     std::uint32_t hexid = 0; ///< ICAO address, above 10000
 };
-
-/// Reports are shown this many ticks after they came in.
-inline constexpr std::int32_t showDelayTicks = 3000;
 
 } // namespace kes

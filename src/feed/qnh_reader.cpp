@@ -31,7 +31,7 @@ std::int64_t rounded(double value) {
     return std::llround(std::clamp(value, -absurd, absurd));
 }
 
-/// The whole number at the start of a text; 1013 with a complaint when there is none.
+/// The whole number at the start of a text; `standardQnh` with a complaint when there is none.
 std::int64_t fromText(std::string_view text, LogLimiter& complaints) {
     const std::size_t start = text.find_first_not_of(" \t\n\v\f\r");
     if (start != std::string_view::npos)

@@ -1,6 +1,8 @@
-// UDP 49004: the sea-level pressure out of the weather datagram.
+// UDP 49004: the sea-level pressure out of the weather datagram, which descents to a runway take into account. A thread
+// of its own receives; the worker starts and stops it.
 #pragma once
 
+#include "core/units.h"
 #include "feed/udp_reader.h"
 
 #include <atomic>
@@ -9,12 +11,10 @@
 namespace kes {
 
 inline constexpr std::uint16_t weatherPort = 49004;
-/// Hectopascal, until the weather tells another.
-inline constexpr std::int32_t standardQnh = 1013;
 
 struct QnhReader : UdpReader {
-    void onDatagram() override;
-    void onStopped() override;
+    void onDatagram() override; ///< takes the pressure over; a datagram that tells none leaves a complaint
+    void onStopped() override;  ///< is logged; the lamp stays for readerLampCheck
     std::atomic<std::int32_t> lastQnh{standardQnh}; ///< hectopascal; reader thread, and resetReaders
 };
 

@@ -40,7 +40,6 @@ enum Field : std::size_t {
 
 constexpr std::string_view unknown = "null";
 constexpr std::size_t longestRegcode = 12;
-constexpr double airportRadiusNm = 5.0;
 constexpr double noElevation = -1000.0;
 
 template <typename... Args> ParsedLine complain(ParsedLine& line, fmt::format_string<Args...> text, Args&&... args) {
@@ -242,7 +241,7 @@ ParsedLine parse(std::string_view datagram, const FeedInputs& inputs, AircraftRe
     if (report.callsign.empty() && report.regcode.empty())
         return parsed;
 
-    if (!sample.airborne && !(inputs.airport && distanceNm(inputs.airport->position, position) <= airportRadiusNm))
+    if (!sample.airborne && !(inputs.airport && distanceNm(inputs.airport->position, position) <= atAirportNm))
         return parsed;
 
     if (!fields[trackField].empty() && !readMeasure(fields[trackField], sample.track, trackBounds))

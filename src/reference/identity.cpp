@@ -1,5 +1,6 @@
 #include "reference/identity.h"
 
+#include "core/codes.h"
 #include "reference/reference.h"
 
 namespace kes {
@@ -28,7 +29,7 @@ bool takeKnownIdentity(AiAircraft& aircraft) {
     if (aircraft.airline.empty())
         aircraft.airline = airlineFromCallsign(aircraft.callsign);
     if (aircraft.airline.empty())
-        aircraft.airline = "PVT";
+        aircraft.airline = privateAirline;
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/text.h"
+#include "core/units.h"
 #include "platform/file.h"
 #include "platform/system.h"
 #include "reference/reference.h"
@@ -30,7 +31,7 @@ using reference::Tables;
 
 /// Bytes; a tree takes many times as much memory. All aircraft of the world need a third of it.
 constexpr std::uint64_t longestDocument = 256 << 20;
-constexpr double milesPerMetre = 0.0005399568034557236; // 1 / 1852
+constexpr double milesPerMetre = 1.0 / metresPerNm;
 
 using Decode = std::function<std::string(std::string_view)>;
 
@@ -191,8 +192,8 @@ void readSections(const pugi::xml_document& document, const std::string& path, T
 
 namespace reference {
 
-void readDocumentText(std::string text, const std::filesystem::path& path, Road road, std::size_t pieceSize) {
-    const auto section = road == Road::pieces ? findAirframeSection(text) : std::nullopt;
+void readDocumentText(std::string text, const std::filesystem::path& path, ParseAs parseAs, std::size_t pieceSize) {
+    const auto section = parseAs == ParseAs::pieces ? findAirframeSection(text) : std::nullopt;
     std::string parsed = section ? section->rest : std::move(text);
     pugi::xml_document document;
     pugi::xml_parse_result result = document.load_buffer_inplace(parsed.data(), parsed.size());

@@ -22,9 +22,9 @@ namespace reference {
 /// How the registrations of a document are parsed: in pieces, so that the tree of half a million elements never stands
 /// in memory at once, or with all else. The outcome is the same, errors and log lines too; a document whose form the
 /// pieces do not fit is parsed as a whole in any case.
-enum class Road { pieces, whole };
+enum class ParseAs { pieces, whole };
 /// Fills fresh tables and puts them in use. `path` is named in messages. Throws as `readReferenceDocument`.
-void readDocumentText(std::string text, const std::filesystem::path& path, Road road = Road::pieces,
+void readDocumentText(std::string text, const std::filesystem::path& path, ParseAs parseAs = ParseAs::pieces,
                       std::size_t pieceSize = usualPiece);
 
 } // namespace reference

@@ -1,5 +1,6 @@
 #include "reference/regcode_table.h"
 
+#include "core/codes.h"
 #include "reference/text_map.h"
 
 #include <algorithm>
@@ -85,7 +86,8 @@ void ShortRegcodes::build(const RegcodeTable& table) {
     for (std::uint32_t number = 0; number < table.size(); ++number) {
         const PackedRecord& record = table.record(number);
         const std::string_view key = table.key(number);
-        if (key.empty() || key.size() > longest || std::string_view(record.airl.data(), record.airl.size()) != "PVT")
+        if (key.empty() || key.size() > longest ||
+            std::string_view(record.airl.data(), record.airl.size()) != privateAirline)
             continue;
         if (key.size() == 1)
             singles.set(byteAt(key, 0));

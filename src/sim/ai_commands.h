@@ -14,9 +14,11 @@
 
 namespace kes {
 
-/// Guards every SimConnect request and all queues below but the write buffer. The SimClient thread only tries it.
+/// Guards all queues below but the write buffer of the positions, and `simHandle` against being closed while another
+/// thread sends: every thread but the SimClient thread holds it for its requests. That one tries it once per frame, so
+/// that no frame waits for a tick, and takes it only for a new object (`takeControl`) and to close.
 extern std::mutex simMutex;
-/// Guards the list of SimReply records.
+/// Guards the list of replies that wait for `drainSimReplies`; held for an append or a swap, never with another.
 extern std::mutex simEventMutex;
 
 /// One aircraft's pose for the simulator, in the order of data definition 402.
@@ -62,11 +64,13 @@ struct SimReply {
 
 // Worker only.
 void queuePosition(const AiPositionRecord& record); ///< no lock
-/// Hands this tick's positions over. With the lock busy and at most 50 frames per second they are dropped.
+/// Hands this tick's positions over. While the lock is busy they are dropped at 50 frames per second or less, or with
+/// none counted yet; above, where the next frame is near, this waits for the lock.
 void publishPositions();
 void clearPositionBuffers(); ///< both halves, under `simMutex`
 
-// Any thread; each takes `simMutex` for the append.
+// Any thread; each takes `simMutex` for the append, and what was appended goes out with the next frame, events before
+// creations before removals. Nothing is checked but at removals, which pass over the user's own objects.
 void queueEvent(std::uint32_t objectid, std::uint32_t eventId, std::uint32_t value);
 void queueEvents(std::span<const AiEvent> events);
 void setNavLights(std::uint32_t objectid, bool on);
@@ -81,11 +85,12 @@ void takeQueuedCommands(std::vector<CreateRequest>& creates, std::vector<std::ui
 void drainSimReplies(const std::function<void(const SimReply&)>& apply);
 void addSimReply(const SimReply& reply); ///< SimClient thread; tests
 
-// Direct calls, each under `simMutex`. False after a failure; what follows a failure is told at each.
-bool requestStaticData(
-    std::uint32_t objectid); ///< logs "SimConnect request StaticCG fails" and ends the run for a restart
-bool requestRange();         ///< all aircraft within rangeMetres; logs and ends the run likewise
-bool sendAllLightsToggle(std::uint32_t objectid); ///< now; logs "SimConnect gf_allLightsToggle fails"
+// Direct calls, each under `simMutex`. Worker. False after a failure; what follows a failure is told at each.
+/// Height of the reference point and pitch of an object. A failure is logged and ends the run for a restart; false, and
+/// nothing is sent, once `simRequestFailed` is set.
+bool requestStaticData(std::uint32_t objectid);
+bool requestRange(); ///< all aircraft within rangeMetres; a failure is logged and ends the run likewise
+bool sendAllLightsToggle(std::uint32_t objectid); ///< now; a failure is only logged
 /// Gives an object the flight plan file at `path`. False after a failure.
 bool setFlightPlan(std::uint32_t objectid, const std::string& path);
 /// Spoilers and both throttles of an object in percent. False after a failure.
@@ -95,12 +100,14 @@ bool setControlData(std::uint32_t objectid, double spoilers, double throttle1, d
 /// the next frame. SimClient thread.
 void takeControl(std::uint32_t objectid);
 
-/// Reserves the queues for a run and clears `simRequestFailed`.
+/// Reserves the queues for a run and clears `simRequestFailed`. Worker, before the SimClient thread starts.
 void prepareSimQueues();
-/// Empties everything for a new run.
+/// Empties everything for a new run. Worker, after the SimClient thread has ended.
 void resetSimQueues();
 
-// SimClient thread.
+/// Sends all that waits; once per frame, on the SimClient thread. With the lock busy everything waits for the next
+/// frame; without a simulator, or after a failed request, it is dropped. A failed creation or removal ends the run for
+/// a restart.
 void flushCommands();
 
 } // namespace kes

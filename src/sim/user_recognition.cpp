@@ -1,6 +1,7 @@
 #include "sim/user_recognition.h"
 
 #include "core/errors.h"
+#include "core/units.h"
 #include "core/user_aircraft.h"
 #include "core/window.h"
 #include "reference/reference.h"
@@ -15,7 +16,6 @@ namespace kes {
 namespace {
 
 constexpr std::size_t shownCharacters = 48;
-constexpr double metresPerNauticalMile = 1852.0;
 
 std::string userTitle;
 
@@ -139,7 +139,7 @@ void recognise(std::string_view text) {
     if (known) {
         readouts.spanMark = true;
         repaint();
-        line += fmt::format(", half wing span: {:.1F} meter", span * metresPerNauticalMile);
+        line += fmt::format(", half wing span: {:.1F} meter", span * metresPerNm);
     }
     userCategory = categoryOf(model);
     logIndentedLimited(line + fmt::format(", category: {}", kes::text(userCategory)));

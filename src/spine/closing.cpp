@@ -141,7 +141,7 @@ void restartCountdown() {
 void resetRun() {
     resetReaders();
     reportQueue.clear();
-    currentQnh = 1013;
+    currentQnh = standardQnh;
     resetSimQueues();
     resetSimClient();
     resetUserAircraft();

@@ -34,7 +34,7 @@ namespace kes {
 
 namespace fs = std::filesystem;
 
-std::int32_t rememberedRange = 40;
+std::int32_t rememberedRange = defaultRangeNm;
 
 TextParameter& selectedInstallPath() {
     return par::MSFS_2020 ? par::MSFS_INSTALL_PATH : par::MSFS_2024_INSTALL_PATH;

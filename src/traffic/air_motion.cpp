@@ -51,7 +51,7 @@ double pitchFor(double vs) {
 double descentRate(const LiveAircraft& a, const PositionSample& from, const PositionSample& to, const Motion& m) {
     if (a.agl <= 100.0)
         return -600.0;
-    const double forPressure = (m.in.qnh - standardPressure) * feetPerMinutePerHectopascal;
+    const double forPressure = (m.in.qnh - standardQnh) * feetPerMinutePerHectopascal;
     return std::min((from.vs + to.vs) / 2.0 - forPressure, -leastRate);
 }
 
@@ -115,10 +115,10 @@ void planAltitude(LiveAircraft& a, std::int32_t ticks, const Motion& m) {
     if (from.airborne && next.airborne) {
         planFlight(a, from, next, ticks, m);
     } else if (from.airborne) { // the data land here
-        if (m.in.airport && m.in.qnh <= standardPressure)
+        if (m.in.airport && m.in.qnh <= standardQnh)
             a.altStep = (m.in.airport->elevation - a.alt) / ticks;
         else
-            changeAltitudeAt(a, next, m.in.qnh <= standardPressure ? -leastRate : descentRate(a, from, next, m));
+            changeAltitudeAt(a, next, m.in.qnh <= standardQnh ? -leastRate : descentRate(a, from, next, m));
         setGear(a, true, m);
     } else if (next.airborne) {
         climbAwayTo(a, next, ticks);

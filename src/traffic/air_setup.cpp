@@ -8,7 +8,6 @@ namespace kes {
 
 namespace {
 
-constexpr double highAltitude = 10000.0;  ///< feet
 constexpr double lowAglAirliner = 2050.0; ///< feet
 constexpr double lowAglOthers = 625.0;    ///< feet
 constexpr double gearUpAgl = 2400.0;      ///< feet
@@ -91,7 +90,7 @@ void setLow(LiveAircraft& a, double vs, const Motion& m) {
 } // namespace
 
 void setAirConfiguration(LiveAircraft& a, const PositionSample& from, const Motion& m) {
-    if (from.alt >= highAltitude) {
+    if (from.alt >= lowAltitude) {
         if (!a.cruiseLights)
             setHigh(a, m);
         return;

@@ -56,9 +56,9 @@ void setRollOutControls(const LiveAircraft& aircraft, double spoilers, double th
         m.out.controls.push_back({aircraft.objectid, spoilers, throttle});
 }
 
-void setCabin(const LiveAircraft& aircraft, bool lit, const Motion& m) {
+void setCabin(const LiveAircraft& aircraft, bool on, const Motion& m) {
     if (hasObject(aircraft))
-        m.out.event(aircraft.objectid, event::cabinLights, lit);
+        m.out.event(aircraft.objectid, event::cabinLights, on);
 }
 
 void sendLights(std::uint32_t objectid, const Lights& lights, const Motion& m) {

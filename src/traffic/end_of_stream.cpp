@@ -81,7 +81,7 @@ void slowOnRunway(PositionSample& s) {
     s.vs = 0.0;
 }
 
-void inventSample(LiveAircraft& a, std::int32_t count) {
+void extrapolateSample(LiveAircraft& a, std::int32_t count) {
     const PositionSample& front = a.stream.front();
     PositionSample s = front;
     const bool parked = a.fs == FlightState::parked;
@@ -99,7 +99,7 @@ void inventSample(LiveAircraft& a, std::int32_t count) {
         s.gs = std::max(s.gs * (a.approach ? 0.90 : 0.95), 1.0);
     }
     const std::int32_t ticks = a.onGround ? groundSampleTicks : airSampleTicks;
-    const double seconds = ticks / 100.0;
+    const double seconds = secondsOf(ticks);
     if (s.gs > 0.0) {
         const double feet = s.gs / 3600.0 * seconds * feetPerNm;
         const LatLon reached = destination({front.lat, front.lon}, a.heading, feet);
@@ -147,7 +147,7 @@ bool endOfStream(LiveAircraft& a, const Motion& m) {
         return false;
     }
     if (a.extrapCount > 1) {
-        inventSample(a, a.extrapCount - 1);
+        extrapolateSample(a, a.extrapCount - 1);
         return true;
     }
     if (!categorySwitchedOn(a.category))
@@ -155,10 +155,10 @@ bool endOfStream(LiveAircraft& a, const Motion& m) {
     if (!a.onGround) {
         if (!inSightOfUser(a))
             return false;
-        inventSample(a, samplesInAir);
+        extrapolateSample(a, samplesInAir);
         return true;
     }
-    inventSample(a, a.fs == FlightState::parked ? 1 : samplesOnGround);
+    extrapolateSample(a, a.fs == FlightState::parked ? 1 : samplesOnGround);
     return true;
 }
 

@@ -68,13 +68,13 @@ bool filterNewPos(const LiveAircraft& a, PositionSample& n) {
     return n.gs != 0.0 || (!a.departing && !n.airborne) || last.gs < 50.0;
 }
 
-/// A report for an aircraft that flies on invented samples. False: it finishes its invented way.
+/// A report for an aircraft that flies on extrapolated samples. False: it finishes its extrapolated way.
 bool checkExtendingSituations(LiveAircraft& a, const PositionSample& n, const Motion& m) {
     if (emptyStream(a, "checkExtendingSituations"))
         return false;
     if (!a.onGround && courseOff(a, a.stream.back(), n) >= 100.0)
         return false;
-    endInvention(a);
+    endExtrapolation(a);
     a.stream.front().tick = m.in.tick + 1;
     a.holding = false;
     a.holdStartTick = 0;
@@ -104,7 +104,7 @@ bool checkNewPosDuringLanding(LiveAircraft& a, PositionSample& n, const Motion& 
         }
     }
     if (a.extrapCount > 0)
-        endInvention(a);
+        endExtrapolation(a);
     const PositionSample& back = a.stream.back();
     n.stopped = sameSpot(n, back);
     if (!n.stopped && n.gs > back.gs && n.gs > 40.0)
@@ -116,7 +116,7 @@ bool checkNewPosDuringLanding(LiveAircraft& a, PositionSample& n, const Motion& 
 /// stop is taken out: on the screen the aircraft never stopped there.
 void checkStops(LiveAircraft& a, const PositionSample& n, const PositionSample& m, std::ptrdiff_t num) {
     try {
-        const double seconds = (a.stream.back().tick - m.tick) / 100.0;
+        const double seconds = secondsOf(a.stream.back().tick - m.tick);
         const double metres = distanceNm(m.position(), n.position()) * metresPerNm;
         if (seconds >= shortStopSeconds && metres > shortStopMetres)
             return;
@@ -168,7 +168,7 @@ bool drivesOff(LiveAircraft& a, PositionSample& n, const Motion& m) {
     }
     n.stopped = false;
     if (a.extrapCount > 0) {
-        endInvention(a);
+        endExtrapolation(a);
         a.stream.front().tick = m.in.tick + 1;
     }
     a.pushbackTurnRight.reset();

@@ -62,7 +62,7 @@ void leave(LiveAircraft& a, const Motion& m) {
         a.landedSearch = false;
         if (a.fs == FlightState::parked && !a.stream.empty())
             a.stream.front().tick = m.in.tick + 1;
-        endInvention(a);
+        endExtrapolation(a);
     }
     noteDeparture(a);
     releaseStand(a.sid);

@@ -98,7 +98,7 @@ void widenWindow(LiveAircraft& aircraft) {
     aircraft.earlyTicks = wideWindow;
 }
 
-void endInvention(LiveAircraft& aircraft) {
+void endExtrapolation(LiveAircraft& aircraft) {
     aircraft.extrapCount = 0;
     widenWindow(aircraft);
 }

@@ -9,8 +9,6 @@
 
 namespace kes {
 
-/// A travel time in ticks is distance (nautical miles) * ticksPerHour / speed (knots).
-inline constexpr double ticksPerHour = 360000.0;
 /// No leg is shorter: a late sample must not make a jump.
 inline constexpr std::int32_t shortestLegTicks = 25;
 /// Degrees; a turn above it is a corner.
@@ -20,11 +18,11 @@ inline constexpr double sharpTurn = 45.0;
 std::int32_t ticksAt(double distance, double knots);
 /// Ticks from now to a sample's arrival, at least `shortestLegTicks`.
 std::int32_t ticksToGo(const PositionSample& to, const Motion& m);
-/// Position steps of the leg to `to`, over `ticks`.
+/// Position steps of the leg to `to`, over `ticks`, at least 1; the shorter way over the date line.
 void aimAt(LiveAircraft& aircraft, const PositionSample& to, std::int32_t ticks);
 /// Ticks that the leg from `from` to `to` takes at the mean of both speeds, at least 25.
 std::int32_t travelTicks(const PositionSample& from, const PositionSample& to);
-/// Sets the arrival of `to`: `ticks` from now, held within the aircraft's window unless samples are invented.
+/// Sets the arrival of `to`: `ticks` from now, held within the aircraft's window unless samples are extrapolated.
 void planArrival(const LiveAircraft& aircraft, PositionSample& to, std::int32_t ticks, const Motion& m);
 /// Arrival tick and turn rate of the leg on the ground to the next sample.
 void setLegTiming(LiveAircraft& aircraft, const Motion& m);
@@ -33,7 +31,7 @@ void setLegTiming(LiveAircraft& aircraft, const Motion& m);
 void widenWindow(LiveAircraft& aircraft);
 /// Takes a widened arrival window back by 100 ticks on each side, not below 1000.
 void shrinkWindow(LiveAircraft& aircraft);
-/// A report for an aircraft that lived on invented samples: they end, and the arrival window is wide for a while.
-void endInvention(LiveAircraft& aircraft);
+/// A report for an aircraft that lived on extrapolated samples: they end, and the arrival window is wide for a while.
+void endExtrapolation(LiveAircraft& aircraft);
 
 } // namespace kes

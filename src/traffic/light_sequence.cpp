@@ -18,7 +18,6 @@ namespace {
 
 constexpr std::int32_t toggleTicks[] = {50, 100};
 constexpr std::int32_t sequenceTicks = 200;
-constexpr double lowAltitude = 10000.0;  ///< feet
 constexpr double cabinLightAgl = 2000.0; ///< feet
 
 struct LightSequence {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "core/geo.h"
+#include "core/units.h"
 #include "sim/ai_commands.h"
 
 #include <cmath>
@@ -13,10 +14,8 @@
 
 namespace kes {
 
-inline constexpr std::int32_t ticksPerMinute = 6000;
 /// The sample of a parked aircraft lies this far ahead, as it waits for nothing further from the feed: a week.
 inline constexpr std::int32_t parkedForTicks = 7 * 24 * 60 * ticksPerMinute;
-inline constexpr double standardPressure = 1013.0; ///< hectopascal
 
 /// Degrees between two directions in radians, 0 to 180.
 inline double degreesBetween(double a, double b) {
@@ -30,7 +29,7 @@ struct MotionAirport {
 
 struct MotionInput {
     std::int32_t tick = 0;
-    double qnh = standardPressure;          ///< hectopascal, where the user is
+    double qnh = standardQnh;               ///< hectopascal, where the user is
     std::optional<MotionAirport> airport{}; ///< the reference airport of all ground logic
 };
 
@@ -57,8 +56,9 @@ struct Motion {
 
 /// This tick's input, with the worker's outbox.
 Motion motionNow();
-/// Hands over what has gathered in the worker's outbox. Control data that the simulator refuses are lost.
+/// Hands over what has gathered in the worker's outbox. What the simulator refuses is lost, and so are landings of
+/// aircraft that have gone.
 void flushOutbox();
-void clearOutbox();
+void clearOutbox(); ///< hands nothing over; for a new run
 
 } // namespace kes

@@ -29,7 +29,6 @@ namespace kes {
 
 namespace {
 
-constexpr double atAirportNm = 5.0;
 constexpr double lastSampleNear = 35.0 / metresPerNm;
 constexpr double arrivedWithin = 2.0 / metresPerNm;
 constexpr double crawling = 5.0;                 ///< knots

@@ -20,9 +20,9 @@ namespace {
 
 constexpr std::size_t reportsPerTick = 2;
 constexpr std::size_t liveReserve = 512;
-constexpr std::int32_t ticksBetweenTellings = 100;
+constexpr std::int32_t knownPeriodTicks = 100;
 
-/// Two readings of which one is a slip: a speed does not grow or shrink tenfold between reports.
+/// Two readings of which one is wrong: a speed does not grow or shrink tenfold between reports.
 bool speedsContradict(double last, double next) {
     if ((last > 5.0 && next >= 10.0 * last) || (next > 5.0 && last >= 10.0 * next))
         return true;
@@ -72,7 +72,8 @@ void takeOwnReport(LiveAircraft& aircraft, const AircraftReport& report, const M
     decodeExisting(aircraft, report.sample, m);
 }
 
-bool secondTransponder(const AircraftReport& report) {
+/// An aircraft that is known under another address already: some carry two transponders.
+bool isDuplicateAddress(const AircraftReport& report) {
     return !report.callsign.empty() && std::ranges::any_of(liveAircraft, [&](const LiveAircraft& a) {
         return a.callsign == report.callsign && a.model == report.model;
     });
@@ -96,7 +97,7 @@ void create(const AircraftReport& report) {
 /// Tells the queue once a second whose reports go first.
 void tellWhoIsKnown() {
     // Between the beats of the tick's other jobs.
-    if (tickCount.load(std::memory_order_relaxed) % ticksBetweenTellings != ticksBetweenTellings / 2)
+    if (tickCount.load(std::memory_order_relaxed) % knownPeriodTicks != knownPeriodTicks / 2)
         return;
     static KnownAircraft known;
     known.shown.clear();
@@ -123,7 +124,7 @@ void findOrCreate(AircraftReport& report) {
         takeOwnReport(*known, report, motionNow());
         return;
     }
-    if (secondTransponder(report))
+    if (isDuplicateAddress(report))
         return;
     if (!takeKnownModel(report))
         return;

@@ -27,15 +27,15 @@ LatLon place(const PositionSample& s) {
     return {s.lat, s.lon};
 }
 
-/// How far a point lies beside the user's line of flight, feet.
-double besideUsersPath(LatLon point) {
+/// Cross-track distance of a point from the user's line of flight, feet.
+double crossTrackFromUser(LatLon point) {
     const LatLon user = userAircraft.position();
     const double angle = angleDiff(userAircraft.heading, bearingRad(user, point));
     return std::fabs(std::sin(angle)) * distanceNm(user, point) * feetPerNm;
 }
 
-/// How far the user lies beside the line on which an aircraft at `point` flies, feet.
-double distanceAcross(LatLon point, double heading) {
+/// Cross-track distance of the user from the line on which an aircraft at `point` flies, feet.
+double usersCrossTrack(LatLon point, double heading) {
     const LatLon user = userAircraft.position();
     const double a = angleDiff(bearingRad(user, point), heading) * radToDeg;
     const double b = a >= 0.0 ? std::fabs(90.0 - a) : a >= -90.0 ? a + 90.0 : 90.0 - (a + 180.0);
@@ -57,11 +57,11 @@ BirthCheck checkAgainstFlyingUser(LiveAircraft& a) {
         if (a.userConflictSeen)
             return BirthCheck::wait;
         const bool underUser =
-            nearUser(a.position(), 1.5) && userAircraft.agl < 1000.0 && besideUsersPath(a.position()) <= 500.0;
+            nearUser(a.position(), 1.5) && userAircraft.agl < 1000.0 && crossTrackFromUser(a.position()) <= 500.0;
         return underUser ? holdBack(a) : BirthCheck::goOn;
     }
     const bool conflict = nearUser(place(s), 6.0) && std::fabs(s.alt - userAircraft.alt) < 3000.0 &&
-                          distanceAcross(place(s), a.targetHeading) <= 4000.0;
+                          usersCrossTrack(place(s), a.targetHeading) <= 4000.0;
     return conflict ? holdBack(a) : BirthCheck::goOn;
 }
 
@@ -82,9 +82,9 @@ BirthCheck checkAgainstStandingUser(const LiveAircraft& a) {
 
 bool collidesWithFlyingUser(const LiveAircraft& a) {
     if (a.onGround)
-        return userAircraft.agl < 500.0 && nearUser(a.position(), 1.0) && besideUsersPath(a.position()) <= 50.0;
+        return userAircraft.agl < 500.0 && nearUser(a.position(), 1.0) && crossTrackFromUser(a.position()) <= 50.0;
     return nearUser(a.position(), 4.0) && std::fabs(a.alt - userAircraft.alt) < 1000.0 &&
-           distanceAcross(a.position(), a.heading) <= 700.0;
+           usersCrossTrack(a.position(), a.heading) <= 700.0;
 }
 
 double userHalfSpan() {

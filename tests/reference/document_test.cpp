@@ -141,8 +141,9 @@ TEST_F(Document, WhatIsNoXmlIsUserError60) {
 TEST_F(Document, ACloseEndsTheReading) {
     const std::string text = DocumentText().set("dbase", db("G-ABCD", "BAW", "A320")).xml();
     userClosed = true;
-    for (const reference::Road road : {reference::Road::pieces, reference::Road::whole})
-        EXPECT_EQ(failureOf([&] { reference::readDocumentText(text, "input/temp2.xml", road); }), "the run was ended");
+    for (const reference::ParseAs parseAs : {reference::ParseAs::pieces, reference::ParseAs::whole})
+        EXPECT_EQ(failureOf([&] { reference::readDocumentText(text, "input/temp2.xml", parseAs); }),
+                  "the run was ended");
     resetRunFlags();
     // What is no file, and what would fill the memory.
     const PipeGuard pipe("pipe.xml");

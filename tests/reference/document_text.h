@@ -91,8 +91,8 @@ struct DocumentText {
         return all;
     }
     /// Fills the tables of the process.
-    void read(reference::Road road = reference::Road::pieces) const {
-        reference::readDocumentText(xml(), "input/temp2.xml", road);
+    void read(reference::ParseAs parseAs = reference::ParseAs::pieces) const {
+        reference::readDocumentText(xml(), "input/temp2.xml", parseAs);
     }
 };
 

@@ -9,16 +9,16 @@ namespace kes {
 namespace {
 
 using namespace test;
-using reference::Road;
+using reference::ParseAs;
 
 /// All that reading a document leaves behind: records, log lines, the failure.
-std::string told(const ProgramFolder& folder, const std::string& text, Road road,
+std::string told(const ProgramFolder& folder, const std::string& text, ParseAs parseAs,
                  std::size_t pieceSize = reference::usualPiece) {
     resetReference();
     std::string all;
     const auto logBefore = folder.logText().size();
     try {
-        reference::readDocumentText(text, "input/temp2.xml", road, pieceSize);
+        reference::readDocumentText(text, "input/temp2.xml", parseAs, pieceSize);
     } catch (const std::exception& e) {
         all += std::string("throws ") + e.what() + "\n";
     }
@@ -102,12 +102,12 @@ TEST(Roads, GiveTheSameForAllDocuments) {
          true},
     };
     for (const Case& c : cases) {
-        const std::string whole = told(folder, c.text, Road::whole);
+        const std::string whole = told(folder, c.text, ParseAs::whole);
         for (const std::size_t pieceSize : {std::size_t{1}, std::size_t{5000}, reference::usualPiece})
-            EXPECT_EQ(told(folder, c.text, Road::pieces, pieceSize), whole) << c.what << ", pieces of " << pieceSize;
+            EXPECT_EQ(told(folder, c.text, ParseAs::pieces, pieceSize), whole) << c.what << ", pieces of " << pieceSize;
         EXPECT_EQ(fitsPieces(c.text), c.pieces) << c.what;
     }
-    EXPECT_NE(told(folder, with(many), Road::pieces).find("G-03999"), std::string::npos);
+    EXPECT_NE(told(folder, with(many), ParseAs::pieces).find("G-03999"), std::string::npos);
 }
 
 TEST(Roads, GiveTheSameForDamagedDocuments) {
@@ -133,8 +133,8 @@ TEST(Roads, GiveTheSameForDamagedDocuments) {
                 break;
             }
         }
-        const std::string whole = told(folder, text, Road::whole);
-        ASSERT_EQ(told(folder, text, Road::pieces, 1u << i % 17), whole) << text.substr(0, 3000);
+        const std::string whole = told(folder, text, ParseAs::whole);
+        ASSERT_EQ(told(folder, text, ParseAs::pieces, 1u << i % 17), whole) << text.substr(0, 3000);
         failures += whole.starts_with("throws");
     }
     EXPECT_GT(failures, 40);

@@ -1,5 +1,6 @@
 #include "tools/pack/imports.h"
 
+#include "core/codes.h"
 #include "core/text.h"
 #include "core/text_encoding.h"
 #include "platform/system.h"
@@ -240,7 +241,7 @@ void importAircraft(const AircraftImport& import, Sources& sources, PackCount& c
             airframe.opr.clear();
         }
         if (airframe.airl.empty() && airframe.opr.empty() && import.privateWhenEmpty) {
-            airframe.airl = "PVT";
+            airframe.airl = privateAirline;
         }
         if (airframe.airl.empty() && airframe.opr.empty() && airframe.type.empty()) {
             return fmt::format("neither a known airline nor a type for {}", row[0]);

@@ -7,8 +7,6 @@ namespace kes::replay {
 
 namespace {
 
-constexpr double metresPerDegree = 60.0 * metresPerNm;
-constexpr double metresPerSecondPerKnot = metresPerNm / 3600.0;
 constexpr double standingSpeed = 1.0;   ///< knots
 constexpr double standingMetres = 25.0; ///< noise of a standing receiver
 constexpr double rollingSpeed = 3.0;    ///< knots
@@ -41,7 +39,7 @@ bool Baselines::moveTo(std::int32_t tick) {
         return false;
     if (!legBegun_)
         beginLeg();
-    const double part = (tick - reports_[0].tick) / (seconds_ * 100.0);
+    const double part = (tick - reports_[0].tick) / (seconds_ * ticksPerSecond);
     drawStraight(part);
     drawHermite(part);
     return true;
@@ -53,7 +51,7 @@ void Baselines::beginLeg() {
     metresPerLon_ = metresPerDegree * std::cos(from.at.lat * degToRad);
     north_ = (to.at.lat - from.at.lat) * metresPerDegree;
     east_ = lonDifference(from.at.lon, to.at.lon) * metresPerLon_;
-    seconds_ = (to.tick - from.tick) / 100.0;
+    seconds_ = secondsOf(to.tick - from.tick);
     if (std::hypot(east_, north_) > 0.01)
         chord_ = normalizeAngle(std::atan2(east_, north_));
     turned_ = from.heading;

@@ -7,8 +7,6 @@ namespace kes::replay {
 
 namespace {
 
-constexpr double metresPerDegree = 60.0 * metresPerNm;
-constexpr double ticksPerSecond = 100.0;
 constexpr double gravity = 9.80665;
 constexpr std::int32_t sampleEvery = 10;
 constexpr double movingStep = 0.001;  ///< metres per tick, a fifth of a knot

@@ -3,6 +3,7 @@
 // and level so costs about ten bytes a second.
 #include "tools/replay/map_page.h"
 
+#include "core/units.h"
 #include "tools/replay/map_page_text.h"
 
 #include <algorithm>
@@ -22,7 +23,7 @@ using Numbers = std::vector<std::int64_t>;
 
 /// Steps of the whole numbers; page/data.js knows them too.
 constexpr double perSecond = 100, perDegree = 1e6, perFoot = 1, perKnot = 10, perHeadingDegree = 10;
-constexpr double decimetresPerNm = 18520;
+constexpr double decimetresPerNm = 10.0 * metresPerNm;
 /// Anything beyond is no number of this world, and its differences would leave what a script's number holds.
 constexpr double largest = 1e9;
 

@@ -25,7 +25,7 @@ Json seriesJson(const Result& result, const Series& s) {
     j["mean"] = rounded(s.mean());
     j["p95"] = rounded(s.quantile(0.95));
     j["max"] = rounded(s.maximum());
-    j["worst"] = {{"aircraft", result.names.at(s.worst().aircraft)}, {"seconds", s.worst().tick / 100.0}};
+    j["worst"] = {{"aircraft", result.names.at(s.worst().aircraft)}, {"seconds", secondsOf(s.worst().tick)}};
     return j;
 }
 
@@ -40,7 +40,7 @@ std::string metricsJson(const Result& result) {
     Json j;
     j["feed"] = result.feed;
     j["reference"] = result.truthKnown ? "truth" : "straight line between reports";
-    j["seconds"] = result.ticks / 100.0;
+    j["seconds"] = secondsOf(result.ticks);
     j["reports"] = result.lines;
     j["aircraft"] = result.names.size();
     j["most_at_once"] = result.mostAtOnce;

@@ -41,7 +41,7 @@ void Overspeed::look(std::uint32_t hexid, std::int32_t tick, LatLon at) {
     if (goesOn && tick - flight.atTick < span)
         return;
     if (goesOn) {
-        const double knots = distanceNm(flight.at, at) * 360000.0 / (tick - flight.atTick);
+        const double knots = distanceNm(flight.at, at) * ticksPerHour / (tick - flight.atTick);
         const double ratio = knots / reportedAround(flight, tick);
         if (ratio > worst_.ratio)
             worst_ = {ratio, knots, hexid, tick};
@@ -71,7 +71,7 @@ std::string overspeedText(const Overspeed& overspeed) {
     const Overspeed::Worst& w = overspeed.worst();
     return fmt::format("speed above the reported one: at most {:.2f} times ({:06X} with {:.0f} kn at {:.0f} s), {} "
                        "objects above {} times\n",
-                       w.ratio, w.hexid, w.knots, w.tick / 100.0, overspeed.dashing(), overspeedLimit);
+                       w.ratio, w.hexid, w.knots, secondsOf(w.tick), overspeed.dashing(), overspeedLimit);
 }
 
 } // namespace kes::replay

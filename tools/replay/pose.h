@@ -8,6 +8,8 @@
 
 namespace kes::replay {
 
+inline constexpr double metresPerDegree = 60.0 * metresPerNm; ///< of latitude
+
 enum class Phase : std::uint8_t { air, approach, flare, rollOut, taxi, pushBack, takeOff, parked };
 inline constexpr std::size_t phaseCount = 8;
 /// "air", "approach", "flare", "roll-out", "taxi", "push-back", "take-off", "parked".

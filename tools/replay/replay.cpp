@@ -34,7 +34,7 @@ namespace {
 constexpr double airfieldsWithinNm = 60.0;
 constexpr double aboveAirport = 5000.0, aboveGround = 5000.0, amongAirTraffic = 20000.0; ///< feet
 constexpr std::int32_t checkEvery = 10, progressEvery = 1000;
-constexpr std::int32_t longestTicks = 24 * 360000;
+constexpr std::int32_t longestTicks = 24 * 60 * ticksPerMinute;
 
 Viewpoint viewpointOf(const Options& o, const ReplayFeed& feed) {
     if (o.at)
@@ -111,7 +111,8 @@ void noteFault(std::vector<std::string>& faults, const std::string& fault) {
 
 std::int32_t lengthOf(const Options& o, const ReplayFeed& feed) {
     if (o.minutes > 0.0)
-        return static_cast<std::int32_t>(std::min(std::lround(o.minutes * 6000.0), static_cast<long>(longestTicks)));
+        return static_cast<std::int32_t>(
+            std::min(std::lround(o.minutes * ticksPerMinute), static_cast<long>(longestTicks)));
     return std::min(feed.lastTick() + showDelayTicks, longestTicks);
 }
 

@@ -15,7 +15,7 @@ constexpr std::int64_t scenarioEpoch = 1'750'000'000; ///< a Sunday afternoon in
 constexpr std::size_t middleLines = 5000;
 
 std::int32_t tickOf(double seconds) {
-    return static_cast<std::int32_t>(std::lround(seconds * 100.0));
+    return static_cast<std::int32_t>(std::lround(seconds * ticksPerSecond));
 }
 
 } // namespace
@@ -80,7 +80,7 @@ void ReplayFeed::fill() {
             lines_.push_back(std::move(*line));
         return;
     }
-    auto burst = bursts_.gather([&] { return nextByTime(); }, [](const FeedLine& l) { return l.tick / 100.0; },
+    auto burst = bursts_.gather([&] { return nextByTime(); }, [](const FeedLine& l) { return secondsOf(l.tick); },
                                 [](const FeedLine& l) { return std::string(source::addressOf(l.text)); });
     for (std::size_t i = 0; i < burst.items.size(); ++i) {
         const double part = static_cast<double>(i) / static_cast<double>(burst.items.size());

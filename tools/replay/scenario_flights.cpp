@@ -12,11 +12,10 @@ using source::RoutePoint;
 using source::Track;
 using source::Vec;
 
-constexpr double kt = source::metresPerSecondPerKnot;
-constexpr double anyLateral = 1e3;  ///< the radius alone makes the curve
-constexpr double taxiLateral = 0.7; ///< m/s^2
-constexpr double glide = 0.0524;    ///< tan of 3 degrees
-constexpr double feetPerMetre = source::feetPerMetre;
+constexpr double kt = metresPerSecondPerKnot;
+constexpr double anyLateral = 1e3;         ///< the radius alone makes the curve
+constexpr double taxiLateral = 0.7;        ///< m/s^2
+constexpr double glide = 0.0524;           ///< tan of 3 degrees
 constexpr double rounding = 150.0;         ///< metres by which a height profile is rounded near the ground
 constexpr double rateOne = 3.0 * degToRad; ///< radians per second
 constexpr double always = 1e9;

@@ -17,7 +17,6 @@ constexpr double climbStep = 64.0;                       ///< feet per minute, a
 constexpr double headingStep = 2.8125;                   ///< degrees, of surface messages
 constexpr double speedNoise = 5.0;                       ///< knots at most
 constexpr double lineUpFrom = -15.0, lineUpUntil = 10.0; ///< seconds of silence around the begin of the run
-constexpr double feetPerMetre = feetPerNm / metresPerNm;
 
 /// 0 to 1; the same on every library.
 double uniform(std::mt19937& random) {

@@ -62,7 +62,7 @@ void addLanding(TruthScenario& s, std::string_view name) {
         addFlight(s, instrumentLanding(s.elevation, row->knots, row->rollOut), row->airframe);
     } else {
         s.elevation = name.starts_with("ils-sea") ? 10 : name.starts_with("ils-high") ? 5400 : -210;
-        s.qnh = name.ends_with("-983") ? 983 : name.ends_with("-1043") ? 1043 : 1013;
+        s.qnh = name.ends_with("-983") ? 983 : name.ends_with("-1043") ? 1043 : standardQnh;
         addFlight(s, instrumentLanding(s.elevation, 140, 1900), large);
     }
     s.flights.back().landingThreshold = source::placeOf(airport, runwayBegin);

@@ -1,6 +1,7 @@
 // Named scenarios whose truth is known at any time in closed form. Pure functions.
 #pragma once
 
+#include "core/codes.h"
 #include "core/geo.h"
 
 #include <cstdint>
@@ -54,13 +55,13 @@ struct ReportPlan {
 
 struct TruthScenario {
     std::string name; ///< with its variant
-    std::string airportCode = "ZZZZ";
+    std::string airportCode{noAirport};
     LatLon airport;
-    double elevation = 0; ///< feet
-    double qnh = 1013;    ///< hectopascal
-    LatLon user;          ///< the user's aircraft, out of everybody's way
-    double userAlt = 0;   ///< feet
-    double seconds = 0;   ///< length
+    double elevation = 0;     ///< feet
+    double qnh = standardQnh; ///< hectopascal
+    LatLon user;              ///< the user's aircraft, out of everybody's way
+    double userAlt = 0;       ///< feet
+    double seconds = 0;       ///< length
     std::vector<ScenarioFlight> flights;
     ReportPlan plan;
 };

@@ -21,7 +21,7 @@ constexpr std::int32_t everyForScenario = 10, everyForRecording = 100;
 constexpr std::int32_t mapEvery = 100, sampleEvery = 10, wayEvery = 50;
 constexpr double wayBehind = 90.0;      ///< seconds of a way that are kept behind what is shown
 constexpr double nearGroundAgl = 500.0; ///< feet
-constexpr double knotsPerMetreAndTick = 100.0 * 3600.0 / metresPerNm;
+constexpr double knotsPerMetreAndTick = ticksPerSecond * 3600.0 / metresPerNm;
 
 Pose poseOf(const LiveAircraft& a) {
     return {a.lat, a.lon, a.alt, a.heading, a.pitch, a.bank, a.onGround};
@@ -29,7 +29,7 @@ Pose poseOf(const LiveAircraft& a) {
 
 /// Of the scenario, for what is shown at a tick.
 double secondsOf(std::int32_t tick) {
-    return (tick - showDelayTicks) / 100.0;
+    return secondsOf(tick - showDelayTicks);
 }
 
 Truth truthAt(const ScenarioFlight& flight, std::int32_t tick) {
@@ -47,7 +47,7 @@ void layTrueWay(Way& way, const ScenarioFlight& flight) {
     for (int i = 0; i <= count; ++i) {
         const double seconds = std::min(flight.begin + static_cast<double>(i) / pointsPerSecond, flight.end);
         const Truth t = flight.truth(seconds);
-        way.add(seconds + showDelayTicks / 100.0, t.at, stands(t));
+        way.add(seconds + secondsOf(showDelayTicks), t.at, stands(t));
     }
 }
 
@@ -144,15 +144,15 @@ void Stage::takeNewestReport(std::int32_t base) {
     r.bank = s.bankValid ? s.bank : 0.0;
     seen.baselines.add(r);
     if (seen.flight == nullptr) {
-        seen.way.forgetBefore((r.tick - 2 * showDelayTicks) / 100.0 - wayBehind);
-        seen.way.add(r.tick / 100.0, r.at, seen.baselines.endsStanding());
+        seen.way.forgetBefore(secondsOf(r.tick - 2 * showDelayTicks) - wayBehind);
+        seen.way.add(secondsOf(r.tick), r.at, seen.baselines.endsStanding());
     }
     MapAircraft& drawn = result_.map.aircraft[seen.place];
     if (drawn.model.empty())
         drawn.model = newest.model;
     if (!newest.callsign.empty())
         result_.names[seen.place] = drawn.callsign = newest.callsign;
-    drawn.reports.push_back({r.tick / 100.0, s.lat, s.lon, r.alt, s.gs,
+    drawn.reports.push_back({secondsOf(r.tick), s.lat, s.lon, r.alt, s.gs,
                              s.trueHeadingValid ? s.trueHeading * radToDeg : s.track, s.airborne});
 }
 
@@ -219,7 +219,7 @@ void Stage::lookAt(Seen& seen, const LiveAircraft& a, std::int32_t tick) {
     if (tick % mapEvery == 0) {
         MapAircraft& drawn = result_.map.aircraft[seen.place];
         drawn.halfSpan = a.wingspan;
-        drawn.shown.push_back({tick / 100.0, a.lat, a.lon, a.alt, a.heading * radToDeg,
+        drawn.shown.push_back({secondsOf(tick), a.lat, a.lon, a.alt, a.heading * radToDeg,
                                seen.watched[0].step * knotsPerMetreAndTick, static_cast<std::uint8_t>(phase)});
     }
 }
@@ -230,7 +230,7 @@ void Stage::follow(Seen& seen, std::size_t way, LatLon at, Phase phase, Place pl
     // The second of the baselines is always where the first is.
     constexpr std::size_t reported = 2;
     if (way != reported)
-        seen.onWay = seen.followers[way].follow(seen.way, at, place.tick / 100.0);
+        seen.onWay = seen.followers[way].follow(seen.way, at, secondsOf(place.tick));
     if (seen.onWay)
         judgeWay(*result_.boards[way], *seen.onWay, phase, place);
 }
@@ -247,7 +247,7 @@ void Stage::judgeLanding(Seen& seen, const LiveAircraft& a, const Pose& pose, Ph
         board.add(Metric::sinkRate, Phase::flare, recentSink(seen.watched[0]), place);
         board.add(Metric::touchdownPitch, Phase::flare, std::max(-pose.pitch * radToDeg, 0.0), place);
         if (seen.flareBegin >= 0)
-            board.add(Metric::floatTime, Phase::flare, (place.tick - seen.flareBegin) / 100.0, place);
+            board.add(Metric::floatTime, Phase::flare, secondsOf(place.tick - seen.flareBegin), place);
         if (seen.flight != nullptr && seen.flight->landingThreshold)
             board.add(Metric::thresholdDistance, Phase::flare,
                       distanceNm(pose.position(), *seen.flight->landingThreshold) * metresPerNm, place);
@@ -277,8 +277,8 @@ void Stage::judgeBaselines(Seen& seen, Phase phase, const Reference* reference, 
 void Stage::writeRow(const Seen& seen, const LiveAircraft& a, Phase phase, std::int32_t tick) {
     auto out = std::back_inserter(rows_);
     fmt::format_to(out, "{:.2f},{},{},{},{},{},{},{:.7f},{:.7f},{:.2f},{:.3f},{:.3f},{:.3f},{:.2f},{:.1f},{:.1f},{}",
-                   tick / 100.0, a.hexid, a.callsign, a.model, text(phase), text(a.fs), text(a.st), a.lat, a.lon, a.alt,
-                   a.pitch * radToDeg, a.bank * radToDeg, a.heading * radToDeg, a.vsOut, a.tasOut, a.agl,
+                   secondsOf(tick), a.hexid, a.callsign, a.model, text(phase), text(a.fs), text(a.st), a.lat, a.lon,
+                   a.alt, a.pitch * radToDeg, a.bank * radToDeg, a.heading * radToDeg, a.vsOut, a.tasOut, a.agl,
                    a.onGround ? 1 : 0);
     if (seen.flight != nullptr) {
         const Truth t = truthAt(*seen.flight, tick);
@@ -307,7 +307,7 @@ Result Stage::finish() {
         for (double t = seen.flight->begin; t <= seen.flight->end; t += 1.0) {
             const Truth now = seen.flight->truth(t);
             truth.push_back(
-                {t + showDelayTicks / 100.0, now.at.lat, now.at.lon, now.alt, now.heading * radToDeg, now.gs, 0});
+                {t + secondsOf(showDelayTicks), now.at.lat, now.at.lon, now.alt, now.heading * radToDeg, now.gs, 0});
         }
     }
     return std::move(result_);

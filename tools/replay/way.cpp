@@ -8,7 +8,6 @@ namespace kes::replay {
 
 namespace {
 
-constexpr double metresPerDegree = 60.0 * metresPerNm;
 constexpr double back = 60.0, ahead = 30.0; ///< seconds in which the place on the way is looked for
 constexpr double stillMetres = 0.02;        ///< a line as short as that is standing
 constexpr double slack = 12.0;              ///< metres along the way that a place may leap for nothing

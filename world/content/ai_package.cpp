@@ -1,5 +1,6 @@
 #include "world/content/ai_package.h"
 
+#include "core/codes.h"
 #include "core/version.h"
 #include "platform/system.h"
 #include "tools/csv/csv.h"
@@ -137,14 +138,14 @@ std::vector<AiLivery> planLiveries(const Tables& tables) {
         livery.airline = row.airline;
         livery.type = row.type;
         livery.cargo = row.cargo;
-        livery.title = fmt::format("KAI {} {}{}", row.type, row.airline == "ZZZ" ? "generic" : airline.name,
+        livery.title = fmt::format("KAI {} {}{}", row.type, row.airline == genericAirline ? "generic" : airline.name,
                                    row.cargo ? " cargo" : "");
         if (titles.contains(livery.title)) { // two airlines of one name
             livery.title += " " + row.airline;
         }
         titles.insert(livery.title);
         const auto airframe = airframes.find({row.airline, row.type, row.cargo});
-        if (airframe != airframes.end() && row.airline != "ZZZ") {
+        if (airframe != airframes.end() && row.airline != genericAirline) {
             livery.regcode = airframe->second;
         }
         liveries.push_back(std::move(livery));

@@ -12,8 +12,8 @@
 namespace kes::world {
 
 // Messages to one client, each by the name of its kind.
-/// Counts the exception as well. Without an `index` of the argument at fault what the simulator of
-/// the day says instead.
+/// Counts the exception as well. `index` = the argument at fault; nothing = the number by which
+/// this generation of the simulator says that it does not know.
 void sendException(Simulator& simulator, Session& session, simconnect::Exception exception, std::uint32_t sendId,
                    std::optional<std::uint32_t> index);
 void sendOpen(Simulator& simulator, Session& session);

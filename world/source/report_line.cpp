@@ -15,7 +15,7 @@ double inCircle(double degrees) {
 
 /// Pressure ratio and temperature (Kelvin) of the standard atmosphere.
 double standardPressure(double feet) {
-    const double metres = feet * 0.3048;
+    const double metres = feet * metresPerFoot;
     return metres <= 11000.0 ? std::pow(1.0 - 2.25577e-5 * metres, 5.25588)
                              : 0.223361 * std::exp(-(metres - 11000.0) / 6341.62);
 }

@@ -24,7 +24,7 @@ struct SourceReport {
     double turnRate = 0;      ///< degrees per second
     double trueHeading = -1;  ///< degrees
     std::string category;
-    double qnh = 1013;                    ///< hectopascal
+    double qnh = standardQnh;             ///< hectopascal
     double selectedAltitude = -1;         ///< feet
     double windFrom = -1, windSpeed = -1; ///< degrees, knots
 };

@@ -32,7 +32,7 @@ bool SourceRun::open(std::string& error) {
         error = fmt::format("no UDP socket, error {}", code);
         return false;
     }
-    qnh_ = options_.qnh.value_or(options_.feed.empty() ? ScenarioConfig{}.qnh : 1013);
+    qnh_ = options_.qnh.value_or(options_.feed.empty() ? ScenarioConfig{}.qnh : standardQnh);
     if (!options_.feed.empty()) {
         if (!recording_.open(options_.feed, error)) {
             return false;

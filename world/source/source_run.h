@@ -87,7 +87,7 @@ private:
     std::mutex mutex_; ///< guards all below
     std::condition_variable wake_;
     bool stopping_ = false, trafficOn_ = true, feedEnded_ = false;
-    double qnh_ = 1013;
+    double qnh_ = standardQnh;
     SourceCounts counts_;
     Bursts<ScenarioReport> scenarioBursts_;
     Bursts<RecordedLine> recordedBursts_;

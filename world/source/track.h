@@ -8,9 +8,6 @@
 
 namespace kes::source {
 
-inline constexpr double metresPerSecondPerKnot = metresPerNm / 3600.0;
-inline constexpr double feetPerMetre = feetPerNm / metresPerNm;
-
 /// Metres east and north of the airport on the plane that keeps distance and bearing from it.
 struct Vec {
     double x = 0, y = 0;
@@ -76,7 +73,7 @@ struct TrackState {
 /// Appends the route's legs and curves. The first point must be where the path so far ends. `lateral` is the sideways
 /// acceleration allowed in curves, m/s^2; it bounds the speed there.
 void appendRoute(Track& track, const std::vector<RoutePoint>& route, double lateral, bool tailFirst = false);
-double pathLength(const Track& track);
+double pathLength(const Track& track); ///< metres
 /// Distance along the path of the point nearest to `at`, looking at elements from index `first` on.
 double distanceAt(const Track& track, Vec at, std::size_t first = 0);
 /// Plans speed and time over the whole path. `holds` are (distance, seconds); `startSpeed` in m/s; the track ends at
