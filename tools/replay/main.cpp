@@ -46,7 +46,7 @@ int replay(const Options& options) {
     fmt::print("{}", overspeedText(result.overspeed));
     fmt::print("replay: {:.0f} s of traffic, {} reports, {} aircraft, {} at most at once, {} objects; measured against "
                "{}; {}; see {}\n",
-               secondsOf(result.ticks), result.lines, result.names.size(), result.mostAtOnce, result.objects,
+               kes::secondsOf(result.ticks), result.lines, result.names.size(), result.mostAtOnce, result.objects,
                result.truthKnown ? "the truth" : "the line between the reports",
                result.faults.empty() ? "no internal check failed" : "INTERNAL CHECKS FAILED",
                (options.out / "map.html").string());

@@ -28,12 +28,12 @@ Pose poseOf(const LiveAircraft& a) {
 }
 
 /// Of the scenario, for what is shown at a tick.
-double secondsOf(std::int32_t tick) {
+double scenarioSeconds(std::int32_t tick) {
     return secondsOf(tick - showDelayTicks);
 }
 
 Truth truthAt(const ScenarioFlight& flight, std::int32_t tick) {
-    return flight.truth(secondsOf(tick));
+    return flight.truth(scenarioSeconds(tick));
 }
 
 bool stands(const Truth& t) {
@@ -197,7 +197,7 @@ void Stage::lookAt(Seen& seen, const LiveAircraft& a, std::int32_t tick) {
     const bool between = seen.baselines.moveTo(tick);
     Reference reference;
     bool known = true;
-    if (seen.flight != nullptr && secondsOf(tick) <= seen.flight->end)
+    if (seen.flight != nullptr && scenarioSeconds(tick) <= seen.flight->end)
         reference = referenceOf(truthAt(*seen.flight, tick));
     else if (seen.flight == nullptr && between)
         reference = seen.baselines.reference();

@@ -1,5 +1,7 @@
 #include "tools/replay/way.h"
 
+#include "tools/replay/pose.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
