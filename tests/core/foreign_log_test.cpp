@@ -53,12 +53,11 @@ TEST(ForeignBudget, IsSharedByAllAndBeginsAnewEachMinute) {
     std::istringstream text(folder.logText());
     std::size_t kept = 0;
     std::vector<std::string> ends;
-    for (std::string one; std::getline(text, one);) {
+    for (std::string one; std::getline(text, one);)
         if (one.size() > 1000)
             ++kept;
         else
             ends.push_back(one);
-    }
     EXPECT_EQ(kept, foreignBudgetBytes / line.size());
     ASSERT_EQ(ends.size(), 4U);
     EXPECT_EQ(ends[1], "17 more messages about the feed were left out");

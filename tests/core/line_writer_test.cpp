@@ -1,5 +1,6 @@
 // Lines for outputs that stand still, fill up or go.
 #include "core/line_writer.h"
+#include "full_disk.h"
 #include "platform/output.h"
 #include "platform/system.h"
 #include "support.h"
@@ -7,8 +8,8 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <optional>
 #include <sstream>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -137,11 +138,7 @@ TEST(LineWriter, AFullDiskCostsItsLinesAndSaysHowManyOnce) {
     std::string error;
     ASSERT_TRUE(file.open("out.txt", error)) << error;
     LineWriter writer(std::move(file), {100000, "test"}, missing);
-    rlimit roomy{};
-    getrlimit(RLIMIT_FSIZE, &roomy);
-    rlimit tight = roomy;
-    tight.rlim_cur = 25;
-    setrlimit(RLIMIT_FSIZE, &tight);
+    std::optional<test::FullDisk> full(25);
     for (int i = 0; i < 5; ++i) // the second line breaks off, the others do not come at all
         writer.write("", "fifteen letters");
     EXPECT_TRUE(writer.flush(10000));
@@ -150,7 +147,7 @@ TEST(LineWriter, AFullDiskCostsItsLinesAndSaysHowManyOnce) {
         writer.write("", "still none");
         EXPECT_TRUE(writer.flush(10000));
     }
-    setrlimit(RLIMIT_FSIZE, &roomy);
+    full.reset();
     writer.write("", "room again");
     EXPECT_TRUE(writer.flush(10000));
     EXPECT_EQ(writer.trouble(), "");
@@ -167,14 +164,10 @@ TEST(LineWriter, WhatWasLostIsToldAtTheEndAtTheLatest) {
     std::string error;
     ASSERT_TRUE(file.open("out.txt", error)) << error;
     LineWriter writer(std::move(file), {1000, "test"}, missing);
-    rlimit roomy{};
-    getrlimit(RLIMIT_FSIZE, &roomy);
-    rlimit tight = roomy;
-    tight.rlim_cur = 0;
-    setrlimit(RLIMIT_FSIZE, &tight);
+    std::optional<test::FullDisk> full(0);
     writer.write("", "none");
     EXPECT_TRUE(writer.flush(10000));
-    setrlimit(RLIMIT_FSIZE, &roomy);
+    full.reset();
     writer.close(10000);
     EXPECT_EQ(test::readFile("out.txt"), "<1 " + platform::outputErrorText(EFBIG) + ">\n");
 }

@@ -1,6 +1,7 @@
 #include "core/clock.h"
 #include "core/log.h"
 #include "core/run_state.h"
+#include "full_disk.h"
 #include "platform/output.h"
 #include "platform/system.h"
 #include "support.h"
@@ -13,6 +14,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <optional>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -83,12 +85,8 @@ TEST_F(LogTest, OpeningFailsLoudlyAndTheProgramCanGoOn) {
 
 TEST_F(LogTest, AFullDiskCostsTheLinesThatDidNotFitAndNothingElse) {
     platform::surviveFailedWrites();
-    rlimit free{};
-    getrlimit(RLIMIT_FSIZE, &free);
-    rlimit tight = free;
-    tight.rlim_cur = 200;
     flushLog();
-    setrlimit(RLIMIT_FSIZE, &tight);
+    std::optional<test::FullDisk> full(200);
     log(std::string(500, 'x'));
     log("lost as well");
     EXPECT_TRUE(flushLog());
@@ -96,7 +94,7 @@ TEST_F(LogTest, AFullDiskCostsTheLinesThatDidNotFitAndNothingElse) {
     showStatus("still shown", true);
     EXPECT_EQ(statusText(), "still shown");
     EXPECT_TRUE(flushLog());
-    setrlimit(RLIMIT_FSIZE, &free);
+    full.reset();
     log("room again");
     EXPECT_TRUE(folder.logHas("\n===> 3 lines lost here, the log could not be written: File too large\nroom again\n"));
     EXPECT_EQ(logTrouble(), "");

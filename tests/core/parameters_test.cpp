@@ -3,16 +3,15 @@
 #include "core/parameters_file.h"
 #include "core/run_state.h"
 #include "core/xml_file.h"
+#include "full_disk.h"
 #include "pipe_guard.h"
 #include "window_backend.h"
 
 #include <algorithm>
-#include <csignal>
 #include <functional>
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 #include <string>
-#include <sys/resource.h>
 #include <thread>
 #include <vector>
 
@@ -79,21 +78,6 @@ struct PlainUser {
             std::abort();
     }
     bool rootBefore;
-};
-
-struct FullDisk {
-    FullDisk() : oldHandler(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &before);
-        rlimit tight = before;
-        tight.rlim_cur = 1000;
-        setrlimit(RLIMIT_FSIZE, &tight);
-    }
-    ~FullDisk() {
-        setrlimit(RLIMIT_FSIZE, &before);
-        std::signal(SIGXFSZ, oldHandler);
-    }
-    rlimit before{};
-    void (*oldHandler)(int);
 };
 
 TEST_F(ParametersTest, AFirstStartBuildsTheFileInTheFixedOrder) {
@@ -189,11 +173,10 @@ TEST_F(ParametersTest, EntriesAreTakenByTheRules) {
         setParameterDefaults();
         writeWith(row.inside);
         readParameters();
-        for (const StoredParameter& entry : storedParameters()) {
+        for (const StoredParameter& entry : storedParameters())
             if (entry.name() == row.name) {
                 EXPECT_EQ(entry.valueText(), row.value) << row.inside;
             }
-        }
         EXPECT_EQ(stored(row.name), row.inFile) << row.inside;
         EXPECT_TRUE(folder.logHas(std::string(row.name) + "=" + row.value + "\n")) << row.inside;
     }
@@ -331,7 +314,7 @@ TEST_F(ParametersTest, AFailingSaveLeavesFileAndRunAsTheyAre) {
     const std::string before = test::readFile(file);
     MAX_LIVE.value = 33;
     {
-        const FullDisk full;
+        const test::FullDisk full;
         save(MAX_LIVE);
     }
     EXPECT_EQ(test::readFile(file), before);

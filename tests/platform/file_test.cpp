@@ -1,21 +1,30 @@
-// Reading what may be no file, and two folders that change places.
+// Reading what may be no file, replacing a file at once, and two folders that change places.
+#include "full_disk.h"
 #include "pipe_guard.h"
 #include "platform/file.h"
 #include "platform/system.h"
 
+#include <atomic>
 #include <cerrno>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <thread>
+#include <vector>
 
 namespace kes::test {
 namespace {
 
 namespace fs = std::filesystem;
 using platform::notRegular;
+using platform::replaceFile;
 
 void put(const fs::path& file, std::string_view content) {
     fs::create_directories(file.parent_path());
     std::ofstream(file, std::ios::binary) << content;
+}
+
+std::size_t entriesOf(const fs::path& folder) {
+    return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
 }
 
 TEST(InputFile, ReadsFilesAndNothingElse) {
@@ -73,6 +82,70 @@ TEST(InputFile, ReadsFilesAndNothingElse) {
     EXPECT_EQ(platform::readFile("/proc/self/status", content, 10), EFBIG);
     EXPECT_EQ(platform::errorText(notRegular), "not a regular file");
     ::close(socket);
+}
+
+TEST(ReplaceFile, LeavesTheOldFileWholeAndNoTemporaryWhenItFails) {
+    const test::ProgramFolder folder;
+    std::string error;
+    fs::create_directory("data");
+    const fs::path target = "data/file.xml";
+    ASSERT_TRUE(replaceFile(target, "old content", error)) << error;
+
+    {
+        const FullDisk full(1000);
+        EXPECT_FALSE(replaceFile(target, std::string(5000, 'n'), error));
+    }
+    EXPECT_NE(error.find("write"), std::string::npos) << error;
+    EXPECT_EQ(test::readFile(target), "old content");
+    EXPECT_EQ(entriesOf("data"), 1u);
+
+    fs::create_directories("data/folder/inside");
+    error.clear();
+    EXPECT_FALSE(replaceFile("data/folder", "x", error)) << "the target is a folder that is not empty";
+    EXPECT_FALSE(error.empty());
+    error.clear();
+    EXPECT_FALSE(replaceFile("nowhere/file.xml", "x", error));
+    EXPECT_FALSE(error.empty());
+    EXPECT_EQ(entriesOf("data"), 2u);
+
+    EXPECT_TRUE(replaceFile(target, "", error));
+    EXPECT_EQ(fs::file_size(target), 0u);
+}
+
+TEST(ReplaceFile, ReadersSeeOneOfTheContentsAndNeverAPart) {
+    const test::ProgramFolder folder;
+    const fs::path target = folder.folder / "shared.txt";
+    std::string error;
+    ASSERT_TRUE(replaceFile(target, std::string(20000, 'a'), error));
+    std::atomic<bool> done{false};
+    std::vector<std::thread> writers;
+    for (const char letter : {'a', 'b', 'c'})
+        writers.emplace_back([&, letter] {
+            std::string reason;
+            for (int i = 0; i < 60; ++i)
+                EXPECT_TRUE(replaceFile(target, std::string(20000, letter), reason)) << reason;
+        });
+    std::thread reader([&] {
+        while (!done) {
+            const std::string text = test::readFile(target);
+            EXPECT_EQ(text.size(), 20000u);
+            EXPECT_EQ(text.find_first_not_of(text[0]), std::string::npos);
+        }
+    });
+    for (std::thread& writer : writers)
+        writer.join();
+    done = true;
+    reader.join();
+    EXPECT_EQ(entriesOf(folder.folder), 3u) << "Log.txt, appdata and the file";
+}
+
+TEST(ReplaceFile, WhatACrashLeftBehindIsUsedUpByTheNextSave) {
+    const test::ProgramFolder folder;
+    std::string error;
+    std::ofstream("file.xml.tmp0") << "half a docum";
+    ASSERT_TRUE(replaceFile("file.xml", "whole", error));
+    EXPECT_EQ(test::readFile("file.xml"), "whole");
+    EXPECT_FALSE(fs::exists("file.xml.tmp0"));
 }
 
 TEST(ReplaceFile, WaitsForNoPipe) {

@@ -19,26 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::size_t entriesOf(const fs::path& folder) {
-    return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
-}
-
-/// No file may grow beyond `bytes` while this lives, as on a full disk.
-struct FullDisk {
-    explicit FullDisk(rlim_t bytes) : oldHandler(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &before);
-        rlimit tight = before;
-        tight.rlim_cur = bytes;
-        setrlimit(RLIMIT_FSIZE, &tight);
-    }
-    ~FullDisk() {
-        setrlimit(RLIMIT_FSIZE, &before);
-        std::signal(SIGXFSZ, oldHandler);
-    }
-    rlimit before{};
-    void (*oldHandler)(int);
-};
-
 /// Runs `body` in a process of its own and gives its exit code.
 int inProcess(const std::function<int()>& body) {
     const pid_t child = fork();
@@ -47,70 +27,6 @@ int inProcess(const std::function<int()>& body) {
     int status = 0;
     waitpid(child, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-TEST(ReplaceFile, LeavesTheOldFileWholeAndNoTemporaryWhenItFails) {
-    const test::ProgramFolder folder;
-    std::string error;
-    fs::create_directory("data");
-    const fs::path target = "data/file.xml";
-    ASSERT_TRUE(replaceFile(target, "old content", error)) << error;
-
-    {
-        const FullDisk full(1000);
-        EXPECT_FALSE(replaceFile(target, std::string(5000, 'n'), error));
-    }
-    EXPECT_NE(error.find("write"), std::string::npos) << error;
-    EXPECT_EQ(test::readFile(target), "old content");
-    EXPECT_EQ(entriesOf("data"), 1u);
-
-    fs::create_directories("data/folder/inside");
-    error.clear();
-    EXPECT_FALSE(replaceFile("data/folder", "x", error)) << "the target is a folder that is not empty";
-    EXPECT_FALSE(error.empty());
-    error.clear();
-    EXPECT_FALSE(replaceFile("nowhere/file.xml", "x", error));
-    EXPECT_FALSE(error.empty());
-    EXPECT_EQ(entriesOf("data"), 2u);
-
-    EXPECT_TRUE(replaceFile(target, "", error));
-    EXPECT_EQ(fs::file_size(target), 0u);
-}
-
-TEST(ReplaceFile, ReadersSeeOneOfTheContentsAndNeverAPart) {
-    const test::ProgramFolder folder;
-    const fs::path target = folder.folder / "shared.txt";
-    std::string error;
-    ASSERT_TRUE(replaceFile(target, std::string(20000, 'a'), error));
-    std::atomic<bool> done{false};
-    std::vector<std::thread> writers;
-    for (const char letter : {'a', 'b', 'c'})
-        writers.emplace_back([&, letter] {
-            std::string reason;
-            for (int i = 0; i < 60; ++i)
-                EXPECT_TRUE(replaceFile(target, std::string(20000, letter), reason)) << reason;
-        });
-    std::thread reader([&] {
-        while (!done) {
-            const std::string text = test::readFile(target);
-            EXPECT_EQ(text.size(), 20000u);
-            EXPECT_EQ(text.find_first_not_of(text[0]), std::string::npos);
-        }
-    });
-    for (std::thread& writer : writers)
-        writer.join();
-    done = true;
-    reader.join();
-    EXPECT_EQ(entriesOf(folder.folder), 3u) << "Log.txt, appdata and the file";
-}
-
-TEST(ReplaceFile, WhatACrashLeftBehindIsUsedUpByTheNextSave) {
-    const test::ProgramFolder folder;
-    std::string error;
-    std::ofstream("file.xml.tmp0") << "half a docum";
-    ASSERT_TRUE(replaceFile("file.xml", "whole", error));
-    EXPECT_EQ(test::readFile("file.xml"), "whole");
-    EXPECT_FALSE(fs::exists("file.xml.tmp0"));
 }
 
 TEST(InstanceLock, OneProcessAtATimeAndFreedByItsEnd) {

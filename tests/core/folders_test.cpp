@@ -1,0 +1,96 @@
+#include "core/errors.h"
+#include "support.h"
+
+#include <cstdlib>
+
+namespace kes {
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(Folders, AFreshStartMakesTheTreeButNotTheInput) {
+    const test::ProgramFolder folder;
+    EXPECT_THROW(
+        {
+            try {
+                createFolders();
+            } catch (const fs::filesystem_error& refused) {
+                EXPECT_EQ(refused.path1(), path::myRegcodes);
+                EXPECT_NE(std::string(refused.what()).find("create_directory"), std::string::npos);
+                throw;
+            }
+        },
+        fs::filesystem_error);
+    EXPECT_TRUE(fs::is_directory("airports/my_thirdparty")) << "all in front of the failing one stand";
+    EXPECT_FALSE(fs::exists("input"));
+    fs::create_directory("input");
+    createFolders();
+    createFolders();
+    for (const char* made : {"output/info", "output/errors", "airports/learned/stock", "airports/learned/simaddon",
+                             "airports/learned/thirdparty", "airports/my_simaddon", "input/my_regcodes"})
+        EXPECT_TRUE(fs::is_directory(made)) << made;
+}
+
+TEST(Folders, ErrorsTellTheStepThatFailed) {
+    const test::ProgramFolder folder;
+    std::ofstream("output") << "a file in the way";
+    const auto what = [] {
+        try {
+            createFolders();
+        } catch (const fs::filesystem_error& refused) {
+            return std::string(refused.what());
+        }
+        return std::string();
+    };
+    // What lies below a file can neither be there nor be made.
+    EXPECT_NE(what().find("create_directory"), std::string::npos);
+    fs::remove("output");
+    fs::create_symlink("output", "output"); // a link onto itself has no status
+    EXPECT_NE(what().find("status"), std::string::npos);
+}
+
+TEST(Folders, CountsFilesOnly) {
+    const test::ProgramFolder folder;
+    EXPECT_EQ(countFiles("nowhere"), 0u);
+    fs::create_directories("some/below");
+    std::ofstream("some/one") << 1;
+    std::ofstream("some/two") << 2;
+    std::ofstream("some/below/three") << 3;
+    EXPECT_EQ(countFiles("some"), 2u);
+    EXPECT_EQ(countFiles("some/one"), 0u);
+}
+
+TEST(Folders, OneThatCannotBeEmptiedIsAUserError) {
+    const test::ProgramFolder program;
+    std::filesystem::create_directories("full/below");
+    std::ofstream("full/below/file") << "x";
+    std::ofstream("full/file") << "x";
+    emptyFolder("full");
+    EXPECT_TRUE(std::filesystem::is_empty("full"));
+    // Nobody, not even root, removes a file there.
+    for (const char* folder : {"/proc/self/fdinfo", "nowhere"}) {
+        try {
+            emptyFolder(folder);
+            ADD_FAILURE() << folder;
+        } catch (const nwk::UserErrorException& e) {
+            EXPECT_EQ(e.number, 5u);
+            EXPECT_EQ(std::string(e.what()).substr(0, 21), "5: filesystem error: ") << e.what();
+        }
+    }
+}
+
+TEST(Folders, UserDataLiesInTheRoamingFolder) {
+    const test::ProgramFolder folder;
+    EXPECT_EQ(parametersFile(), folder.folder / "appdata" / "Kestrelune" / "parameters.xml");
+    const char* const before = std::getenv("XDG_CONFIG_HOME");
+    const std::string kept = before != nullptr ? before : "";
+    setenv("XDG_CONFIG_HOME", "/kim", 1);
+    EXPECT_EQ(realTrafficJar(), "/kim/InsideSystems/RealTraffic.jar");
+    if (before != nullptr)
+        setenv("XDG_CONFIG_HOME", kept.c_str(), 1);
+    else
+        unsetenv("XDG_CONFIG_HOME");
+}
+
+} // namespace
+} // namespace kes
