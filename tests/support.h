@@ -10,9 +10,11 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace kes::test {
 
@@ -34,11 +36,36 @@ inline std::string readFile(const std::filesystem::path& file) {
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
+/// A command line by its blanks.
+inline std::vector<std::string> words(const std::string& line) {
+    std::istringstream in(line);
+    return {std::istream_iterator<std::string>(in), {}};
+}
+
+/// A folder of its own, removed at the end.
+struct TempFolder {
+    TempFolder() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "kestrelune-test-XXXXXX").string();
+        path = mkdtemp(pattern.data());
+    }
+    ~TempFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+
+    std::filesystem::path write(const std::filesystem::path& name, std::string_view content) const {
+        std::filesystem::create_directories((path / name).parent_path());
+        std::ofstream(path / name, std::ios::binary) << content;
+        return path / name;
+    }
+    std::filesystem::path path;
+};
+
 /// A fresh folder as the current directory, with user data folder and open log; everything is put back at the end.
 struct ProgramFolder {
-    ProgramFolder() : before(std::filesystem::current_path()) {
-        std::string pattern = (std::filesystem::temp_directory_path() / "kestrelune-test-XXXXXX").string();
-        folder = mkdtemp(pattern.data());
+    ProgramFolder() {
         std::filesystem::current_path(folder);
         std::filesystem::create_directories(folder / "appdata" / "Kestrelune");
         setUserDataFolder(folder / "appdata" / "Kestrelune");
@@ -47,11 +74,7 @@ struct ProgramFolder {
     ~ProgramFolder() {
         closeLog();
         std::filesystem::current_path(before);
-        std::error_code ignored;
-        std::filesystem::remove_all(folder, ignored);
     }
-    ProgramFolder(const ProgramFolder&) = delete;
-    ProgramFolder& operator=(const ProgramFolder&) = delete;
 
     std::string logText() const { return readFile(folder / "Log.txt"); }
     bool logHas(std::string_view text) const { return logText().find(text) != std::string::npos; }
@@ -63,7 +86,8 @@ struct ProgramFolder {
         return n;
     }
 
-    std::filesystem::path folder, before;
+    const TempFolder temporary;
+    const std::filesystem::path folder = temporary.path, before = std::filesystem::current_path();
 };
 
 } // namespace kes::test

@@ -80,7 +80,7 @@ protected:
     }
     /// One second of the main tick after the other, until `condition` holds.
     bool sendUntil(const std::function<bool()>& condition) {
-        return eventually([&] {
+        return waitFor([&] {
             sendQs121(user);
             return condition();
         });
@@ -176,7 +176,7 @@ TEST_F(ControlLinkTest, WaitsEndWithTheRun) {
             SCOPED_TRACE(what);
             waitCalls = 0;
             auto waiting = std::async(std::launch::async, wait);
-            EXPECT_TRUE(eventually([] { return waitCalls >= 2; }));
+            EXPECT_TRUE(waitFor([] { return waitCalls >= 2; }));
             const auto start = std::chrono::steady_clock::now();
             *flag = true;
             waiting.get();
@@ -250,7 +250,7 @@ TEST_F(ControlLinkTest, WhoKnocksAndGoesCostsNothing) {
     Client again;
     waitCalls = 0;
     auto waiting = std::async(std::launch::async, [this] { sendQs121(user); });
-    EXPECT_TRUE(eventually([] { return waitCalls > 0; })) << "none of them is a return";
+    EXPECT_TRUE(waitFor([] { return waitCalls > 0; })) << "none of them is a return";
     again.connectAsked();
     waiting.get();
     expectServed(again);
@@ -269,7 +269,7 @@ TEST_F(ControlLinkTest, AClientThatGoesBeforeItAnswersIsNotWaitedFor) {
         stranger.connectAsked();
     }
     const int before = waitCalls;
-    EXPECT_TRUE(eventually([&] { return waitCalls > before; })) << "the wait goes on";
+    EXPECT_TRUE(waitFor([&] { return waitCalls > before; })) << "the wait goes on";
     Client client;
     client.connectAsked();
     client.send(prof);
@@ -324,7 +324,7 @@ TEST_F(ControlLinkTest, AmongClientsThatNeverAnswerTheNewestIsServed) {
     Client newest; // stops reading, and the others are still there
     newest.connect();
     ASSERT_TRUE(sendUntil([&] { return newest.line(1) == Client::question; }));
-    ASSERT_TRUE(eventually([] { return !sendDataPacket(std::string(1 << 20, 'x')); }));
+    ASSERT_TRUE(waitFor([] { return !sendDataPacket(std::string(1 << 20, 'x')); }));
     expectServed(newer);
     older.send(prof); // late, on the connection that had given way
     ASSERT_TRUE(sendUntil([] { return rtProfEdition.load(); }));
@@ -348,12 +348,12 @@ TEST_F(ControlLinkTest, AClientGoesAndComesBack) {
         }
         client.socket.close();
         if (how == "found by Qs123") {
-            ASSERT_TRUE(eventually([] {
+            ASSERT_TRUE(waitFor([] {
                 sendQs123(1700000000);
                 return !rtConnected;
             }));
         }
-        ASSERT_TRUE(eventually([&] {
+        ASSERT_TRUE(waitFor([&] {
             sendQs121(user);
             return goneCalls == 1;
         }));
@@ -382,7 +382,7 @@ TEST_F(ControlLinkTest, AfterTheCloseClickTheTrafficStays) {
     connect(client, "{}");
     userClosed = true;
     client.socket.close();
-    ASSERT_TRUE(eventually([&] {
+    ASSERT_TRUE(waitFor([&] {
         sendQs121(user);
         return !rtConnected;
     }));
@@ -403,7 +403,7 @@ TEST_F(ControlLinkTest, WhatAClientSendsUnaskedDoesNotPileUp) {
         sent = true;
     });
     int lines = 0;
-    EXPECT_TRUE(eventually([&] {
+    EXPECT_TRUE(waitFor([&] {
         ++lines;
         sendQs121(user);
         return sent.load();
@@ -420,7 +420,7 @@ TEST_F(ControlLinkTest, ReceiveRefusesAnOverlongAnswer) {
     client.connect();
     ASSERT_TRUE(waiting.get());
     client.send(std::string(40000, 'x'));
-    EXPECT_TRUE(eventually([] { return receive().empty(); }));
+    EXPECT_TRUE(waitFor([] { return receive().empty(); }));
     EXPECT_TRUE(logged("receive: buffer overrun: 16384"));
 }
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "core/clock.h"
-#include "core/log.h"
 #include "core/run_state.h"
 #include "core/window.h"
 #include "feed/control_link.h"
@@ -10,15 +9,12 @@
 #include "feed/traffic_reader.h"
 #include "platform/socket.h"
 #include "platform/system.h"
+#include "support.h"
 
+#include <algorithm>
 #include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <gtest/gtest.h>
-#include <random>
+#include <sstream>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -26,24 +22,9 @@ namespace kes::test {
 
 using namespace std::chrono_literals;
 
-/// Polls a condition; the time limit only ends a test that has failed already.
-inline bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit = 20s) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
-}
-
 class FeedTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        static int number = 0;
-        folder = std::filesystem::temp_directory_path() /
-                 ("kes_feed_" + std::to_string(std::random_device{}()) + "_" + std::to_string(++number));
-        std::filesystem::create_directories(folder);
         resetRunFlags();
         resetWindow();
         resetStatus();
@@ -57,7 +38,6 @@ protected:
         controlLinkHooks = {};
         reportQueue.clear();
         reportQueue.setAccepting(true);
-        openLog(folder / "Log.txt");
     }
     void TearDown() override {
         stopTrafficReader();
@@ -65,15 +45,12 @@ protected:
         closeControlLink();
         trafficReader.complaints.finish();
         qnhReader.complaints.finish();
-        closeLog();
         setWallClockMs(-1);
-        std::filesystem::remove_all(folder);
     }
 
     /// The log without its head line.
     std::vector<std::string> logLines() const {
-        flushLog();
-        std::ifstream file(folder / "Log.txt");
+        std::istringstream file(program.logText());
         std::vector<std::string> lines;
         for (std::string line; std::getline(file, line);)
             lines.push_back(line);
@@ -81,14 +58,9 @@ protected:
             lines.erase(lines.begin());
         return lines;
     }
-    bool logged(const std::string& text) const {
-        for (const std::string& line : logLines())
-            if (line == text)
-                return true;
-        return false;
-    }
+    bool logged(const std::string& text) const { return std::ranges::count(logLines(), text) != 0; }
 
-    std::filesystem::path folder;
+    const ProgramFolder program;
 };
 
 /// A full line of 44 fields: an airliner 12 nautical miles north of the user, with some fields replaced.
@@ -145,7 +117,7 @@ inline std::uint16_t startedTrafficReader() {
     const std::uint16_t port = freeUdpPort();
     readouts.trafficLamp = Lamp::off;
     startTrafficReader(port);
-    EXPECT_TRUE(eventually([] { return readouts.trafficLamp == Lamp::receiving; }));
+    EXPECT_TRUE(waitFor([] { return readouts.trafficLamp == Lamp::receiving; }));
     return port;
 }
 

@@ -98,10 +98,10 @@ TEST_F(QnhTest, ThreadReceivesAndStops) {
     readouts.weatherLamp = Lamp::off;
     readouts.trafficLamp = Lamp::stopped;
     startQnhReader(port);
-    ASSERT_TRUE(eventually([] { return readouts.weatherLamp == Lamp::receiving; }));
+    ASSERT_TRUE(waitFor([] { return readouts.weatherLamp == Lamp::receiving; }));
     UdpSender sender(port);
     sender.send(R"({"QNH":987})");
-    EXPECT_TRUE(eventually([] { return currentQnh == 987; }));
+    EXPECT_TRUE(waitFor([] { return currentQnh == 987; }));
     // A reset while the reader runs: the pressure holds until the weather tells it anew.
     resetReaders();
     EXPECT_EQ(qnhReader.lastQnh, 1013);
@@ -120,10 +120,9 @@ TEST_F(QnhTest, APortInUseIsAnErrorOfTheRun) {
     ASSERT_EQ(other.openUdp(), 0);
     ASSERT_EQ(other.bindUdp(0, true), 0);
     startQnhReader(other.localPort());
-    EXPECT_TRUE(eventually([] { return readerFailed.load(); }));
+    EXPECT_TRUE(waitFor([] { return readerFailed.load(); }));
     EXPECT_TRUE(logged("          QNH Reader disconnected"));
-    EXPECT_TRUE(
-        eventually([] { return statusText().starts_with("The WeatherReader has stopped with an error: bind "); }));
+    EXPECT_TRUE(waitFor([] { return statusText().starts_with("The WeatherReader has stopped with an error: bind "); }));
 }
 
 } // namespace

@@ -20,7 +20,7 @@ TEST_F(TrafficReaderTest, ReceivesAndStopsAtOnce) {
     sender.send("");
     sender.send(feedLine());
     std::vector<AircraftReport> reports;
-    EXPECT_TRUE(eventually([&] {
+    EXPECT_TRUE(waitFor([&] {
         for (AircraftReport& report : takeReports())
             reports.push_back(std::move(report));
         return reports.size() == 2;
@@ -36,13 +36,13 @@ TEST_F(TrafficReaderTest, ReceivesAndStopsAtOnce) {
 
     // The port is free again, also for the next run of the process.
     startTrafficReader(port);
-    EXPECT_TRUE(eventually([] { return readouts.trafficLamp == Lamp::receiving; }));
+    EXPECT_TRUE(waitFor([] { return readouts.trafficLamp == Lamp::receiving; }));
     sender.send(feedLine());
-    EXPECT_TRUE(eventually([] { return takeReports().size() == 1; }));
+    EXPECT_TRUE(waitFor([] { return takeReports().size() == 1; }));
     startTrafficReader(port);
-    EXPECT_TRUE(eventually([] { return readouts.trafficLamp == Lamp::receiving; }));
+    EXPECT_TRUE(waitFor([] { return readouts.trafficLamp == Lamp::receiving; }));
     sender.send(feedLine());
-    EXPECT_TRUE(eventually([] { return takeReports().size() == 1; })) << "a second start replaces the thread";
+    EXPECT_TRUE(waitFor([] { return takeReports().size() == 1; })) << "a second start replaces the thread";
 }
 
 TEST_F(TrafficReaderTest, APortInUseIsAnErrorOfTheRun) {
@@ -50,7 +50,7 @@ TEST_F(TrafficReaderTest, APortInUseIsAnErrorOfTheRun) {
     ASSERT_EQ(other.openUdp(), 0);
     ASSERT_EQ(other.bindUdp(0, true), 0);
     startTrafficReader(other.localPort());
-    EXPECT_TRUE(eventually([] { return readerFailed.load(); }));
+    EXPECT_TRUE(waitFor([] { return readerFailed.load(); }));
     stopTrafficReader();
     const std::string text = "The TrafficReader  has stopped with an error: bind to stream socket failed with error: " +
                              socketErrorText(10048);
@@ -66,7 +66,7 @@ TEST_F(TrafficReaderTest, RepeatsFromAnotherPcAreIgnored) {
     const std::string a = feedLine(), b = feedLine({{9, "KES43"}}), last = feedLine({{9, "LAST"}});
     for (const std::string& line : {a, a, b, a, a, a, last})
         sender.send(line);
-    ASSERT_TRUE(eventually([&] { return trafficReader.datagramCount == before + 7; }));
+    ASSERT_TRUE(waitFor([&] { return trafficReader.datagramCount == before + 7; }));
     stopTrafficReader();
     std::string callsigns;
     for (const AircraftReport& report : takeReports())
@@ -84,7 +84,7 @@ TEST_F(TrafficReaderTest, OversizeDatagramsAreToldAndSkipped) {
     sender.send(longest + "x");
     sender.send(longest + std::string(20000, 'x'));
     sender.send(feedLine());
-    ASSERT_TRUE(eventually([&] { return trafficReader.datagramCount == before + 2; }));
+    ASSERT_TRUE(waitFor([&] { return trafficReader.datagramCount == before + 2; }));
     stopTrafficReader();
     EXPECT_EQ(takeReports().size(), 2U);
     const auto lines = logLines();
@@ -97,7 +97,7 @@ TEST_F(TrafficReaderTest, AFloodIsBoundedAndTheNewestStay) {
     UdpSender sender(startedTrafficReader());
     std::uint32_t sent = 0;
     // The queue overflows only with what was received, whatever the system threw away.
-    ASSERT_TRUE(eventually([&] {
+    ASSERT_TRUE(waitFor([&] {
         for (int i = 0; i < 500; ++i)
             sender.send(feedLine({{1, std::to_string(100000 + ++sent)}}));
         return reportQueue.dropped() > 1000;
@@ -172,7 +172,7 @@ TEST_F(TrafficReaderTest, WorkerAndReaderShareTheInputs) {
             feed(trafficReader, feedLine({{9, "KES" + std::to_string(lines % 50)}, {2, "10"}, {3, "10"}}));
     });
     std::size_t collected = 0;
-    const bool enough = eventually([&] {
+    const bool enough = waitFor([&] {
         // Far apart, so that a position torn between the two would lie within range of neither.
         for (const double side : {10.0, -50.0}) {
             trafficReader.setUserPosition(side, side);
@@ -213,98 +213,6 @@ TEST_F(TrafficReaderTest, ResetBringsBackTheStartValues) {
     EXPECT_TRUE(trafficReader.takeCallsigns().empty());
 }
 
-struct ReportQueueTest : ::testing::Test {
-    void SetUp() override {
-        reportQueue.clear();
-        reportQueue.setAccepting(true);
-    }
-    void TearDown() override { reportQueue.clear(); }
-    static void push(std::uint32_t hexid, double timestamp = 0) {
-        AircraftReport report;
-        report.hexid = hexid;
-        report.timestamp = timestamp;
-        reportQueue.push(report);
-    }
-};
-
-TEST_F(ReportQueueTest, ReusesItsSlotsInOrder) {
-    std::vector<AircraftReport> room(500);
-    EXPECT_EQ(reportQueue.take(room), 0U);
-    // Twice round the ring with a varying fill.
-    std::uint32_t in = 0, out = 0;
-    for (int round = 0; round < 40; ++round) {
-        for (int i = 0; i < 500; ++i)
-            push(in++);
-        room.resize(round < 20 ? 250 : 500);
-        ASSERT_EQ(reportQueue.take(room), room.size());
-        for (const AircraftReport& report : room)
-            ASSERT_EQ(report.hexid, out++);
-        ASSERT_EQ(reportQueue.size(), in - out);
-    }
-    EXPECT_EQ(reportQueue.dropped(), 0U);
-    reportQueue.clear();
-    EXPECT_EQ(reportQueue.size(), 0U);
-    for (std::uint32_t i = 0; i < ReportQueue::capacity + 3; ++i)
-        push(i);
-    EXPECT_EQ(reportQueue.dropped(), 3U);
-    EXPECT_EQ(takeReports().front().hexid, 3U);
-    reportQueue.clear();
-    EXPECT_EQ(reportQueue.dropped(), 0U);
-}
-
-TEST_F(ReportQueueTest, KnownAircraftGoFirstAndNobodyStarves) {
-    KnownAircraft known;
-    for (const std::uint32_t hexid : {20001U, 20003U, 20000U, 20002U})
-        known.shown.add(hexid);
-    for (std::uint32_t hexid = 40000; hexid > 30000; --hexid) // more than there is room for
-        known.expected.add(hexid);
-    known.shown.sort();
-    known.expected.sort();
-    reportQueue.setKnown(known);
-    AircraftReport newest;
-    // Of the shown, the expected and the unknown 30 each, mixed.
-    std::uint32_t number = 0;
-    for (std::uint32_t i = 0; i < 30; ++i)
-        for (const std::uint32_t hexid : {50000 + i, 40000 - 35 * i, 20000 + i % 4}) {
-            push(hexid, ++number);
-            ASSERT_TRUE(reportQueue.copyNewest(newest));
-            ASSERT_EQ(newest.timestamp, number);
-        }
-    std::string order;
-    double last[3] = {0, 0, 0};
-    for (const AircraftReport& report : takeReports()) {
-        const std::size_t lane = report.hexid < 30000 ? 0 : report.hexid <= 40000 ? 1 : 2;
-        order += "seu"[lane];
-        EXPECT_GT(report.timestamp, last[lane]) << "first-in first-out within a lane";
-        last[lane] = report.timestamp;
-    }
-    EXPECT_EQ(order.substr(0, 31), "sssssssssuessssssssusesssssssus");
-    EXPECT_EQ(order.size(), 90U);
-    EXPECT_EQ(order.substr(order.size() - 20), std::string(20, 'u'));
-    EXPECT_FALSE(reportQueue.copyNewest(newest));
-
-    // A flood pushes out itself, and shown aircraft push out the flood.
-    for (std::uint32_t i = 0; i < 100; ++i)
-        push(20000 + i % 4);
-    for (std::uint32_t i = 0; i < 2 * ReportQueue::capacity; ++i)
-        push(60000 + i);
-    EXPECT_EQ(reportQueue.size(), ReportQueue::capacity);
-    EXPECT_EQ(reportQueue.dropped(), ReportQueue::capacity + 100);
-    for (std::uint32_t i = 0; i < ReportQueue::capacity; ++i)
-        push(20000);
-    push(60000); // finds no place
-    EXPECT_TRUE(reportQueue.copyNewest(newest));
-    EXPECT_EQ(newest.hexid, 60000U);
-    std::size_t shown = 0;
-    for (const AircraftReport& report : takeReports())
-        shown += report.hexid < 30000 ? 1 : 0;
-    EXPECT_EQ(shown, ReportQueue::capacity);
-    reportQueue.clear();
-    push(50000);
-    push(20000);
-    EXPECT_EQ(takeReports().front().hexid, 50000U) << "a cleared queue knows nobody";
-}
-
 // Recordings of real traffic, beside the source folder.
 
 const std::filesystem::path recordings = std::filesystem::path(KES_SOURCE_DIR) / "../shared/data/traffic";
@@ -325,8 +233,9 @@ std::vector<std::string> readLines(const std::filesystem::path& path) {
 
 TEST_F(TrafficReaderTest, BothDialectsAreRead) {
     const auto lines = readLines(recordings / "README.md");
-    if (lines.empty())
+    if (lines.empty()) {
         GTEST_SKIP() << "no recordings at " << recordings;
+    }
     trafficReader.setUserPosition(-33.9, 152.7);
     std::vector<AircraftReport> reports;
     int found = 0;
@@ -354,8 +263,9 @@ TEST_F(TrafficReaderTest, RecordingsComeThroughARealSocket) {
                  {"lfbo-egll-20240606.rttfc.gz", 6089, 5500, 0},
                  {"egll-terminal-20170802.rttfc.gz", 11252, 10500, 0},
                  {"swiss-enroute-20180801.rttfc.gz", 8797, 6000, 0}};
-    if (!std::filesystem::exists(recordings / cases[0].file))
+    if (!std::filesystem::exists(recordings / cases[0].file)) {
         GTEST_SKIP() << "no recordings at " << recordings;
+    }
     // Wide enough for all of Switzerland: this test is about what the lines themselves decide.
     setRange(300.0F);
     const std::uint16_t port = startedTrafficReader();
@@ -387,11 +297,11 @@ TEST_F(TrafficReaderTest, RecordingsComeThroughARealSocket) {
             sender.send(lines[i]);
             if (i % 50 == 49 || i + 1 == lines.size()) {
                 count += static_cast<std::uint32_t>(i % 50 + 1);
-                ASSERT_TRUE(eventually([&] { return trafficReader.datagramCount == count; }));
+                ASSERT_TRUE(waitFor([&] { return trafficReader.datagramCount == count; }));
                 // The count rises before the line is worked on: one more datagram marks the end.
                 sender.send("end");
                 ++count;
-                ASSERT_TRUE(eventually([&] { return trafficReader.datagramCount == count; }));
+                ASSERT_TRUE(waitFor([&] { return trafficReader.datagramCount == count; }));
                 for (const AircraftReport& report : takeReports()) {
                     ++received;
                     ASSERT_GT(report.hexid, lastStaticHexid);

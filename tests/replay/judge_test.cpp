@@ -1,4 +1,5 @@
-// The measuring instrument, measured: distributions, baselines and measures against known motion.
+// The measuring instrument, measured: baselines and measures against known motion.
+#include "support.h"
 #include "tools/replay/baselines.h"
 #include "tools/replay/judge.h"
 #include "tools/replay/replay_options.h"
@@ -6,9 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
-#include <limits>
 #include <memory>
-#include <random>
 
 namespace kes::replay {
 namespace {
@@ -18,34 +17,6 @@ constexpr LatLon home{50.0, 8.0};
 
 LatLon placeAt(double north, double east) {
     return {home.lat + north / metresPerDegree, home.lon + east / metresPerDegree / std::cos(home.lat * degToRad)};
-}
-
-TEST(Series, QuantilesComeWithinABinOfTheTruth) {
-    std::mt19937 random(1);
-    std::vector<double> values;
-    Series series;
-    for (int i = 0; i < 20000; ++i) {
-        const double v = i % 10 == 0 ? 0.0 : std::exp(static_cast<double>(random() % 2000) / 100.0 - 12.0);
-        values.push_back(v);
-        series.add(v, {7, i});
-    }
-    std::sort(values.begin(), values.end());
-    for (const double part : {0.05, 0.5, 0.95, 0.999}) {
-        const double exact = values[static_cast<std::size_t>(std::ceil(part * 20000)) - 1];
-        EXPECT_NEAR(series.quantile(part), exact, exact * 0.03) << part;
-    }
-    EXPECT_EQ(series.count(), 20000U);
-    EXPECT_EQ(series.maximum(), values.back());
-    Series whole, part;
-    for (int i = 0; i < 20000; ++i)
-        (i < 13000 ? whole : part).add(values[i], {7, i});
-    whole.add(part);
-    EXPECT_EQ(whole.quantile(0.95), series.quantile(0.95));
-    EXPECT_EQ(whole.maximum(), series.maximum());
-    EXPECT_EQ(values.at(static_cast<std::size_t>(whole.worst().tick)), values.back());
-    EXPECT_EQ(whole.count(), 20000U);
-    series.add(std::numeric_limits<double>::quiet_NaN(), {9, 5});
-    EXPECT_EQ(series.worst().aircraft, 9U) << "what is no number is the worst there can be";
 }
 
 Report report(std::int32_t tick, double north, double east, double knots, double degrees) {
@@ -173,24 +144,26 @@ TEST(Judge, SeesEachFaultAndNothingElse) {
 }
 
 TEST(ReplayOptions, TellWhatIsWrong) {
-    struct Case {
-        std::vector<std::string> arguments;
-        const char* problem; ///< a part of it; empty = good
+    const std::pair<const char*, const char*> problems[] = {
+        {"--feed turns --out x", ""},
+        {"--feed turns", "--out is missing"},
+        {"--out x", "--feed is missing"},
+        {"--feed t --out x --at 50,8", "LAT,LON,ALT_FT"},
+        {"--feed t --out x --at 50,8,1e3", ""},
+        {"--feed t --out x --minutes 0", "--minutes wants a number above 0"},
+        {"--feed t --out x --seed -1", "--seed"},
+        {"--feed t --out x --sed 1", "unknown: --sed"},
+        {"--feed", "--feed"},
+        {"--list", ""},
+        {"--help", ""},
+        {"--version", ""},
     };
-    for (const Case& c :
-         {Case{{"--feed", "turns", "--out", "x"}, ""}, Case{{"--feed", "turns"}, "--out is missing"},
-          Case{{"--out", "x"}, "--feed is missing"},
-          Case{{"--feed", "t", "--out", "x", "--at", "50,8"}, "LAT,LON,ALT_FT"},
-          Case{{"--feed", "t", "--out", "x", "--at", "50,8,1e3"}, ""},
-          Case{{"--feed", "t", "--out", "x", "--minutes", "0"}, "--minutes wants a number above 0"},
-          Case{{"--feed", "t", "--out", "x", "--seed", "-1"}, "--seed"},
-          Case{{"--feed", "t", "--out", "x", "--sed", "1"}, "unknown: --sed"}, Case{{"--feed"}, "--feed"},
-          Case{{"--list"}, ""}, Case{{"--help"}, ""}, Case{{"--version"}, ""}}) {
+    for (const auto& [line, told] : problems) {
         Options o;
-        const auto ending = readOptions(c.arguments, o);
+        const auto ending = readOptions(test::words(line), o);
         const std::string problem = ending && ending->code != 0 ? ending->text : "";
-        EXPECT_EQ(problem.empty(), *c.problem == 0) << problem;
-        EXPECT_NE(problem.find(c.problem), std::string::npos) << problem;
+        EXPECT_EQ(problem.empty(), *told == 0) << problem;
+        EXPECT_NE(problem.find(told), std::string::npos) << problem;
     }
 }
 

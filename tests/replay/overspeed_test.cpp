@@ -131,13 +131,14 @@ TEST_F(BurstTest, ALimitSetDuringTheRunHoldsForThoseUnderWayToo) {
 
 TEST(OverspeedTest, ComparesTheLastSecondWithWhatWasReportedAroundIt) {
     struct Case {
-        const char* what;
+        const char* name;
         double shown, reported; ///< knots
         double ratio;
         std::size_t dashing;
     };
     for (const Case& c : {Case{"as reported", 250, 250, 1, 0}, Case{"too fast", 500, 250, 2, 1},
                           Case{"just not a dash", 370, 250, 1.48, 0}, Case{"slow ones are noise", 29, 1, 1.45, 0}}) {
+        SCOPED_TRACE(c.name);
         Overspeed o;
         for (std::int32_t t = 0; t <= 6000; t += 500)
             o.report(7, t, c.reported);
@@ -145,8 +146,8 @@ TEST(OverspeedTest, ComparesTheLastSecondWithWhatWasReportedAroundIt) {
         for (std::int32_t t = 2000; t <= 3000; ++t)
             o.look(7, t, {50.0 + c.shown * t / 360000.0 / 60.0, 8.0});
         o.look(7, 4000, {60.0, 8.0}); // another object, later: no jump of this one
-        EXPECT_NEAR(o.worst().ratio, c.ratio, 0.01) << c.what;
-        EXPECT_EQ(o.dashing(), c.dashing) << c.what;
+        EXPECT_NEAR(o.worst().ratio, c.ratio, 0.01);
+        EXPECT_EQ(o.dashing(), c.dashing);
     }
 }
 
@@ -161,10 +162,9 @@ TEST(ReplayFeedTest, ABurstHoldsTheNewestLineOfEachAircraft) {
     out.close();
     ReplayFeed feed("feed.txt", 1, true);
     std::string got;
-    for (std::int32_t tick = 0; tick < 3000; ++tick) {
+    for (std::int32_t tick = 0; tick < 3000; ++tick)
         for (; const FeedLine* line = feed.due(tick); feed.pop())
             got += fmt::format("{}:{}@{:.1f} ", tick, line->text.substr(6, 7), *source::timeField(line->text) - 1.7e9);
-    }
     EXPECT_EQ(got, "500:4000001@4.9 501:4000002@1.0 1000:4000003@5.0 1500:4000001@12.0 1501:4000002@14.9 ");
 }
 

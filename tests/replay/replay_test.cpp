@@ -16,16 +16,9 @@ namespace kes::replay {
 namespace {
 
 struct ReplayTest : testing::Test {
-    std::filesystem::path folder;
+    const test::TempFolder temporary;
+    const std::filesystem::path folder = temporary.path;
 
-    void SetUp() override {
-        std::string pattern = (std::filesystem::temp_directory_path() / "kestrelune-replay-XXXXXX").string();
-        folder = mkdtemp(pattern.data());
-    }
-    void TearDown() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder, ignored);
-    }
     Result replay(const std::string& feed, std::uint32_t seed = 1, const char* out = "out", double minutes = 0) const {
         Options o;
         o.minutes = minutes;

@@ -106,25 +106,6 @@ TEST(Data, ConvertsUnitsAndTypes) {
     EXPECT_NEAR(number(ask(world, client, 0, "Airspeed True", "meters per second", 4), 4), 51.4444, 1e-4);
 }
 
-TEST(Data, DaysOfTheYearAreGregorian) {
-    const struct {
-        std::int64_t epoch;
-        int year, day;
-    } cases[] = {{0, 1970, 1},
-                 {951'782'400, 2000, 60},
-                 {951'868'800, 2000, 61},
-                 {978'220'800, 2000, 366},
-                 {4'107'542'400, 2100, 60},
-                 {1'767'225'599, 2025, 365}};
-    for (const auto& one : cases) {
-        setWallClockMs(one.epoch * 1000);
-        World world;
-        EXPECT_EQ(world.simulator.clock.year, one.year) << one.epoch;
-        EXPECT_EQ(world.simulator.clock.day, one.day) << one.epoch;
-    }
-    setWallClockMs(-1);
-}
-
 TEST(Data, TextsFillTheirFieldAndKeepAZero) {
     SimulatorOptions options = World::flat();
     options.userTitle = "A title of forty characters, not one less";

@@ -241,7 +241,7 @@ TEST(Session, FaultsOfACallBringItsException) {
         client.send(client.next(0x10).u32(definition).u32(mine).u32(0).u32(count).u32(unit).zeros(bytes));
     };
     const struct {
-        const char* what;
+        const char* name;
         std::uint32_t exception, index;
         std::function<void()> call;
     } cases[] = {
@@ -300,15 +300,16 @@ TEST(Session, FaultsOfACallBringItsException) {
         {"clear no definition", 3, 1, [&] { client.send(client.next(0x0D).u32(999)); }},
     };
     for (const auto& one : cases) {
+        SCOPED_TRACE(one.name);
         const std::uint64_t before = world.simulator.counters.exceptions[one.exception];
         one.call();
         const auto answer = client.take();
-        ASSERT_EQ(answer.size(), 1u) << one.what;
-        EXPECT_EQ(answer[0].kind(), kind::exception) << one.what;
-        EXPECT_EQ(answer[0].u32(12), one.exception) << one.what;
-        EXPECT_EQ(answer[0].u32(16), client.lastSendId()) << one.what;
-        EXPECT_EQ(answer[0].u32(20), one.index) << one.what;
-        EXPECT_EQ(world.simulator.counters.exceptions[one.exception], before + 1) << one.what;
+        ASSERT_EQ(answer.size(), 1u);
+        EXPECT_EQ(answer[0].kind(), kind::exception);
+        EXPECT_EQ(answer[0].u32(12), one.exception);
+        EXPECT_EQ(answer[0].u32(16), client.lastSendId());
+        EXPECT_EQ(answer[0].u32(20), one.index);
+        EXPECT_EQ(world.simulator.counters.exceptions[one.exception], before + 1);
     }
     EXPECT_EQ(findObject(world.simulator, mine)->alt, 5000.0) << "a refused record must not move anything";
 }

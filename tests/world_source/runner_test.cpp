@@ -30,7 +30,7 @@ bool alive(int pid) {
 } // namespace
 
 TEST(RunnerChild, OutputEnvironmentFolderAndCode) {
-    const TempFolder folder;
+    const SourceFolder folder;
     Child child;
     ChildSpec spec = shell("echo \"port $NUMBER$GONE\"; pwd; echo bad >&2; exit 7");
     ::setenv("GONE", "still", 1);
@@ -82,7 +82,7 @@ TEST(RunnerChild, EndsByItselfOrIsKilledWithItsGroup) {
 }
 
 TEST(RunnerChild, DoesNotOutliveItsRunner) {
-    const TempFolder folder;
+    const SourceFolder folder;
     const pid_t runner = ::fork();
     if (runner == 0) {
         Child child;
@@ -105,7 +105,7 @@ TEST(RunnerChild, DoesNotOutliveItsRunner) {
 }
 
 TEST(RunnerPlan, AirportsFromTheTable) {
-    const TempFolder folder;
+    const SourceFolder folder;
     folder.write("a.csv", "icao,iata,lat,lon,elev_ft,name\nEDDM,MUC,48.3538,11.7861,1487,Munich\n"
                           "XXXX,,north,1,2,Broken\nEDDN,NUE,49.4987,11.0781,1046,\"Nuremberg, Albrecht\"\r\nshort\n");
     const auto airports = readAirports(folder.path / "a.csv");
@@ -118,7 +118,7 @@ TEST(RunnerPlan, AirportsFromTheTable) {
 }
 
 TEST(RunnerPlan, PutsTheUserWhereTheTrafficIs) {
-    const TempFolder folder;
+    const SourceFolder folder;
     const std::vector<Airport> table{{"EDDM", source::munichPosition, 1487}, {"YSSY", {-33.946, 151.177}, 21}};
     RunPlan plan;
     std::string error;
@@ -175,21 +175,16 @@ TEST(RunnerPlan, CommandLine) {
     EXPECT_EQ(o.at->heading, 90);
     EXPECT_TRUE(o.noWindow);
     EXPECT_EQ(o.sourceArguments, (std::vector<std::string>{"--seed", "4", "--qnh", "991"}));
-    for (const std::vector<std::string>& bad : {std::vector<std::string>{"--minutes"},
-                                                {"--minutes", "0"},
-                                                {"--minutes", "x"},
-                                                {"--at", "48,11"},
-                                                {"--at", "48,11,nan"},
-                                                {"--msfs", "2030"},
-                                                {"--what"}}) {
+    for (const char* bad :
+         {"--minutes", "--minutes 0", "--minutes x", "--at 48,11", "--at 48,11,nan", "--msfs 2030", "--what"}) {
         RunOptions p;
-        EXPECT_FALSE(read(bad, p)) << bad[0];
+        EXPECT_FALSE(read(test::words(bad), p)) << bad;
     }
 }
 
 TEST(RunnerPlan, OverspeedComparesWhatWasShownWithWhatWasReportedBefore) {
     struct Case {
-        const char *what, *reported, *shown;
+        const char *name, *reported, *shown;
         double largest;
         int dashing, compared;
     };
@@ -202,10 +197,11 @@ TEST(RunnerPlan, OverspeedComparesWhatWasShownWithWhatWasReportedBefore) {
              {"slow ones are noise", R"({"A":{"100":1}})", R"({"A":{"103":25}})", 1.25, 0, 1},
              {"nobody known", R"({"A":{"100":250}})", R"({"B":{"103":999}})", 0, 0, 0},
              {"not as it should be", R"({"A":{"x":250,"100":"y"}})", R"({"A":[1]})", 0, 0, 1}}) {
+        SCOPED_TRACE(c.name);
         const auto r = overspeed(nlohmann::json::parse(c.reported), nlohmann::json::parse(c.shown));
-        EXPECT_DOUBLE_EQ(r["largest"].get<double>(), c.largest) << c.what;
-        EXPECT_EQ(r["objectsAbove1.5"], c.dashing) << c.what;
-        EXPECT_EQ(r["objectsCompared"], c.compared) << c.what;
+        EXPECT_DOUBLE_EQ(r["largest"].get<double>(), c.largest);
+        EXPECT_EQ(r["objectsAbove1.5"], c.dashing);
+        EXPECT_EQ(r["objectsCompared"], c.compared);
     }
 }
 

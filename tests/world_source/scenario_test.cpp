@@ -53,46 +53,35 @@ std::string impossibility(const Scenario& s, const ScenarioFlight& f) {
         travelled += moved;
         // The distance moved is the mean speed times the time, on a curve a little less.
         const double expected = (last.groundSpeed + now.groundSpeed) / 2.0 * step / 3600.0;
-        if (std::abs(moved - expected) > 0.00012 + 0.002 * expected) {
+        if (std::abs(moved - expected) > 0.00012 + 0.002 * expected)
             return fail("a jump in place, nm", moved - expected);
-        }
         const double accel = (now.groundSpeed - last.groundSpeed) / step; // knots per second
-        if (std::abs(accel) > (now.airborne && last.airborne ? 2.2 : 4.0)) {
+        if (std::abs(accel) > (now.airborne && last.airborne ? 2.2 : 4.0))
             return fail("acceleration, kn/s", accel);
-        }
         const bool cusp = now.groundSpeed < 1.0 || last.groundSpeed < 1.0; // a push-back ends, motion turns around
-        if (!cusp && headingGap(now.track, last.track) / step > (now.airborne ? limits.turn : 20.0)) {
+        if (!cusp && headingGap(now.track, last.track) / step > (now.airborne ? limits.turn : 20.0))
             return fail("turn of the track, deg/s", headingGap(now.track, last.track) / step);
-        }
         if (!now.airborne && !last.airborne && now.trueHeading >= 0 &&
-            headingGap(now.trueHeading, last.trueHeading) / step > 20.0) {
+            headingGap(now.trueHeading, last.trueHeading) / step > 20.0)
             return fail("turn of the nose, deg/s", headingGap(now.trueHeading, last.trueHeading) / step);
-        }
         if (now.airborne && last.airborne) {
             const double climb = (now.altitude - last.altitude) / step * 60.0;
-            if (std::abs(climb) > limits.climb) {
+            if (std::abs(climb) > limits.climb)
                 return fail("climb, ft/min", climb);
-            }
-            if (std::abs(climb - (now.verticalSpeed + last.verticalSpeed) / 2.0) > 60.0) {
+            if (std::abs(climb - (now.verticalSpeed + last.verticalSpeed) / 2.0) > 60.0)
                 return fail("vertical speed does not belong to the heights, off by", climb - now.verticalSpeed);
-            }
-            if (std::abs(now.verticalSpeed - last.verticalSpeed) / 60.0 * 0.3048 / step > 3.0) {
+            if (std::abs(now.verticalSpeed - last.verticalSpeed) / 60.0 * 0.3048 / step > 3.0)
                 return fail("vertical acceleration, ft/min in half a second", now.verticalSpeed - last.verticalSpeed);
-            }
-            if (now.groundSpeed < limits.slowest || now.groundSpeed > limits.fastest) {
+            if (now.groundSpeed < limits.slowest || now.groundSpeed > limits.fastest)
                 return fail("ground speed, kn", now.groundSpeed);
-            }
-            if (std::abs(now.roll) > 30.0 || std::abs(now.roll - last.roll) / step > 12.0) {
+            if (std::abs(now.roll) > 30.0 || std::abs(now.roll - last.roll) / step > 12.0)
                 return fail("roll, degrees", now.roll);
-            }
-            if (now.altitude < s.config.elevation - 1) {
+            if (now.altitude < s.config.elevation - 1)
                 return fail("below the ground, ft", now.altitude);
-            }
         } else if (now.airborne != last.airborne) {
             const double height = std::max(now.altitude, last.altitude) - s.config.elevation;
-            if (std::abs(height) > 60.0) {
+            if (std::abs(height) > 60.0)
                 return fail("leaves or meets the ground at a height of ft", height);
-            }
         } else if (now.groundSpeed > 170.0) {
             return fail("speed on the ground, kn", now.groundSpeed);
         }
@@ -109,12 +98,10 @@ protected:
         startScenario(hour->scenario, {});
         for (;;) {
             ScenarioReport r = nextReport(hour->scenario);
-            if (r.time > 3600) {
+            if (r.time > 3600)
                 break;
-            }
-            for (const ScenarioFlight& f : hour->scenario.flights) {
+            for (const ScenarioFlight& f : hour->scenario.flights)
                 hour->flights.try_emplace(f.id, f);
-            }
             hour->reports.push_back(std::move(r));
         }
     }
@@ -154,9 +141,8 @@ TEST_F(ScenarioHour, AlwaysFortyAircraftInPlaceAndSpacing) {
     for (const ScenarioReport& r : hour->reports) {
         ASSERT_GE(r.time, time) << "reports run backwards";
         time = r.time;
-        if (r.kind != LineKind::Traffic) {
+        if (r.kind != LineKind::Traffic)
             continue;
-        }
         perMinute[static_cast<int>(r.time / 60)].insert(r.report.hexid);
         const double away = distanceNm(munichPosition, r.report.place);
         ASSERT_LE(away, r.report.airborne ? 40.0 : 5.0) << r.report.callsign;
@@ -169,18 +155,16 @@ TEST_F(ScenarioHour, AlwaysFortyAircraftInPlaceAndSpacing) {
         }
     }
     ASSERT_EQ(perMinute.size(), 60U);
-    for (const auto& [minute, aircraft] : perMinute) {
+    for (const auto& [minute, aircraft] : perMinute)
         EXPECT_GE(aircraft.size(), 40U) << "in minute " << minute;
-    }
 }
 
 TEST_F(ScenarioHour, NoTwoShareAnAddressAStandOrTheAir) {
     std::map<std::uint32_t, std::uint32_t> flightOf; // address to flight, among reports of the last minute
     std::map<std::uint32_t, double> heard;
     for (const ScenarioReport& r : hour->reports) {
-        if (r.kind != LineKind::Traffic && r.kind != LineKind::Vehicle) {
+        if (r.kind != LineKind::Traffic && r.kind != LineKind::Vehicle)
             continue;
-        }
         auto [it, fresh] = flightOf.try_emplace(r.report.hexid, r.flight);
         ASSERT_TRUE(fresh || it->second == r.flight || r.time - heard[r.report.hexid] > 60.0) << r.report.callsign;
         it->second = r.flight;
@@ -189,11 +173,9 @@ TEST_F(ScenarioHour, NoTwoShareAnAddressAStandOrTheAir) {
     // Every second minute, all pairs.
     for (double t = 0; t < 3600; t += 120) {
         std::vector<std::pair<const ScenarioFlight*, SourceReport>> now;
-        for (const auto& [id, f] : hour->flights) {
-            if (t >= f.reportFrom && t <= f.reportUntil) {
+        for (const auto& [id, f] : hour->flights)
+            if (t >= f.reportFrom && t <= f.reportUntil)
                 now.emplace_back(&f, truthAt(hour->scenario, f, t));
-            }
-        }
         for (std::size_t i = 0; i < now.size(); ++i) {
             for (std::size_t k = 0; k < i; ++k) {
                 const SourceReport &a = now[i].second, &b = now[k].second;
@@ -224,9 +206,8 @@ TEST_F(ScenarioHour, LinesHaveTheirFields) {
         ASSERT_EQ(fields[0], "RTTFC");
         ASSERT_EQ(fields[14], fmt::format("{:.1f}", 1.7e9 + r.time));
         ASSERT_EQ(fields[6], fields[4] == "0" ? "0" : "1") << line;
-        for (std::size_t i : {9, 10, 11, 12, 13, 17, 28}) {
+        for (std::size_t i : {9, 10, 11, 12, 13, 17, 28})
             ASSERT_FALSE(fields[i].empty()) << line;
-        }
         noCallsign += fields[9] == "null";
         noRegcode += fields[11] == "null";
         noType += fields[10] == "null";
@@ -308,9 +289,8 @@ TEST(Scenario, RunsForHoursWithoutRunningDry) {
         const ScenarioReport r = nextReport(s);
         t = r.time;
         mostFlights = std::max(mostFlights, s.flights.size());
-        if (r.kind == LineKind::Traffic) {
+        if (r.kind == LineKind::Traffic)
             aircraft.insert(r.report.hexid);
-        }
         if (t >= hourEnd) {
             EXPECT_GE(aircraft.size(), 80U) << "in the hour before " << t;
             aircraft.clear();

@@ -24,10 +24,6 @@ double secondsSince(Steady::time_point t) {
     return std::chrono::duration<double>(Steady::now() - t).count();
 }
 
-bool eventually(const std::function<bool()>& condition, int ms = 20000) {
-    return test::waitFor(condition, ms);
-}
-
 struct Datagram {
     std::string text;
     double at = 0; ///< seconds since the receiver was made
@@ -43,9 +39,8 @@ struct Receiver {
             std::vector<char> buffer(70000);
             for (;;) {
                 const platform::IoResult r = socket.receive(buffer, -1);
-                if (r.bytes < 0) {
+                if (r.bytes < 0)
                     return;
-                }
                 std::lock_guard lock(mutex);
                 got.push_back({std::string(buffer.data(), static_cast<std::size_t>(r.bytes)), secondsSince(begin)});
             }
@@ -105,9 +100,8 @@ struct Running {
     }
     ~Running() {
         run.stop();
-        if (thread.joinable()) {
+        if (thread.joinable())
             thread.join();
-        }
     }
     nlohmann::json report() { return nlohmann::json::parse(run.reportJson()); }
     SourceRun run;
@@ -137,7 +131,7 @@ double fieldTime(const std::string& line) {
 } // namespace
 
 TEST(SourceRun, RecordingGoesOutAtItsPaceWithPresentTimes) {
-    const TempFolder folder;
+    const SourceFolder folder;
     std::string content;
     constexpr std::array times{1000.0, 1000.5, 1002.0, 1002.0, 1004.0, 1010.0};
     for (std::size_t i = 0; i < times.size(); ++i) {
@@ -154,7 +148,7 @@ TEST(SourceRun, RecordingGoesOutAtItsPaceWithPresentTimes) {
         o.speed = 10;
         const double epoch = std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
         Running source(o);
-        ASSERT_TRUE(eventually([&] { return traffic.count() == 7; })) << traffic.count();
+        ASSERT_TRUE(test::waitFor([&] { return traffic.count() == 7; })) << traffic.count();
         const auto got = traffic.all();
         EXPECT_EQ(got[3].text, "no line at all");
         const std::array<std::size_t, 6> index{0, 1, 2, 4, 5, 6};
@@ -168,7 +162,7 @@ TEST(SourceRun, RecordingGoesOutAtItsPaceWithPresentTimes) {
         }
         EXPECT_NEAR(fieldTime(got[0].text), epoch, 2.0);
         // At its end it goes quiet but stays.
-        ASSERT_TRUE(eventually([&] { return source.report()["feedEnded"].get<bool>(); }));
+        ASSERT_TRUE(test::waitFor([&] { return source.report()["feedEnded"].get<bool>(); }));
         EXPECT_TRUE(server.accept());
         EXPECT_FALSE(source.ended);
         EXPECT_EQ(source.report()["reportsSent"], 7);
@@ -176,21 +170,21 @@ TEST(SourceRun, RecordingGoesOutAtItsPaceWithPresentTimes) {
 }
 
 TEST(SourceRun, TimesAtRealSpeedKeepTheirDifferences) {
-    const TempFolder folder;
+    const SourceFolder folder;
     folder.write("a.txt",
                  feedLine(20001, 500.0) + "\n" + feedLine(20002, 500.7) + "\n" + feedLine(20003, 501.3) + "\n");
     Receiver traffic, weather;
     SourceOptions o = optionsFor(traffic, weather, 1);
     o.feed = (folder.path / "a.txt").string();
     Running source(o);
-    ASSERT_TRUE(eventually([&] { return traffic.count() == 3; }));
+    ASSERT_TRUE(test::waitFor([&] { return traffic.count() == 3; }));
     const auto got = traffic.all();
     EXPECT_NEAR(fieldTime(got[1].text) - fieldTime(got[0].text), 0.7, 1e-6);
     EXPECT_NEAR(fieldTime(got[2].text) - fieldTime(got[0].text), 1.3, 1e-6);
 }
 
 TEST(SourceRun, ABurstIsOneDatagramPerAircraftWithinMilliseconds) {
-    const TempFolder folder;
+    const SourceFolder folder;
     std::string content;
     for (int i = 0; i < 500; ++i) // 100 aircraft, each every 4 s
         content += feedLine(20001 + static_cast<std::uint32_t>(i % 100), 1000.0 + 0.04 * i) + "\n";
@@ -205,7 +199,7 @@ TEST(SourceRun, ABurstIsOneDatagramPerAircraftWithinMilliseconds) {
         }
         Running source(o);
         const std::size_t wanted = recorded ? 400 : 300; // a recording of four cycles
-        ASSERT_TRUE(eventually([&] { return traffic.count() >= wanted; })) << traffic.count();
+        ASSERT_TRUE(test::waitFor([&] { return traffic.count() >= wanted; })) << traffic.count();
         // Cycles are told apart by the times in the lines, which a busy machine does not move.
         std::map<double, std::vector<std::string>> cycles;
         for (const Datagram& d : traffic.all())
@@ -232,7 +226,7 @@ TEST(SourceRun, ABurstIsOneDatagramPerAircraftWithinMilliseconds) {
 }
 
 TEST(SourceRun, WaitsForAPositionWhenTold) {
-    const TempFolder folder;
+    const SourceFolder folder;
     folder.write("a.txt", feedLine(20001, 500.0) + "\n");
     Receiver traffic, weather;
     Server server;
@@ -243,10 +237,10 @@ TEST(SourceRun, WaitsForAPositionWhenTold) {
     ASSERT_TRUE(server.accept());
     server.send("Qs999=version\r\n");
     EXPECT_FALSE(server.read().empty());
-    ASSERT_TRUE(eventually([&] { return weather.count() > 0; })); // the weather does not wait
+    ASSERT_TRUE(test::waitFor([&] { return weather.count() > 0; })); // the weather does not wait
     EXPECT_EQ(traffic.count(), 0U);
     server.send(userLine(48.3, 11.7));
-    EXPECT_TRUE(eventually([&] { return traffic.count() == 1; }));
+    EXPECT_TRUE(test::waitFor([&] { return traffic.count() == 1; }));
 }
 
 TEST(SourceRun, ControlLinkAnswersCountsAndReturns) {
@@ -262,7 +256,7 @@ TEST(SourceRun, ControlLinkAnswersCountsAndReturns) {
     EXPECT_TRUE(reply["version"].is_string());
     server.send(userLine(48.5, 11.25) +
                 "Qs123=1753000000000\r\nQs121=1;2;3\r\nQs121=0;0;0;0;0;9;0\r\nQs123=x\r\nhello\r\n");
-    ASSERT_TRUE(eventually([&] { return source.report()["linesByKind"]["other"] == 1; }));
+    ASSERT_TRUE(test::waitFor([&] { return source.report()["linesByKind"]["other"] == 1; }));
     auto report = source.report();
     EXPECT_EQ(report["linesByKind"],
               (nlohmann::json{{"Qs121", 3}, {"Qs123", 2}, {"Qs999", 1}, {"exit", 0}, {"other", 1}}));
@@ -273,7 +267,7 @@ TEST(SourceRun, ControlLinkAnswersCountsAndReturns) {
     // The connection breaks: it comes back. On command, too, and not while the link is off. A command that comes
     // while the client is still connecting would cut that short, hence the waits.
     const auto made = [&](int connections) {
-        return eventually([&] { return source.report()["controlConnections"] == connections; });
+        return test::waitFor([&] { return source.report()["controlConnections"] == connections; });
     };
     ASSERT_TRUE(server.accept()) << "a broken connection was not made again";
     ASSERT_TRUE(made(2));
@@ -305,11 +299,11 @@ TEST(SourceRun, WeatherFollowsTheCommand) {
     SourceOptions o = optionsFor(traffic, weather, 1);
     o.qnh = 991;
     Running source(o);
-    ASSERT_TRUE(eventually([&] { return weather.count() == 1; }));
+    ASSERT_TRUE(test::waitFor([&] { return weather.count() == 1; }));
     EXPECT_EQ(nlohmann::json::parse(weather.all()[0].text)["QNH"], 991);
     EXPECT_TRUE(nlohmann::json::parse(weather.all()[0].text)["QNH"].is_number_integer());
     EXPECT_EQ(source.run.command("qnh 29.92"), "ok");
-    ASSERT_TRUE(eventually([&] { return weather.count() == 2; }));
+    ASSERT_TRUE(test::waitFor([&] { return weather.count() == 2; }));
     EXPECT_EQ(nlohmann::json::parse(weather.all()[1].text)["QNH"], 29.92);
 }
 
@@ -326,37 +320,35 @@ TEST(SourceRun, FaultsOnCommand) {
         const platform::IoResult r = user.receive(buffer, 5000);
         return std::string(strip({buffer.data(), static_cast<std::size_t>(std::max<std::ptrdiff_t>(r.bytes, 0))}));
     };
-    ASSERT_TRUE(eventually([&] { return traffic.count() > 10; }));
+    ASSERT_TRUE(test::waitFor([&] { return traffic.count() > 10; }));
 
     EXPECT_EQ(ask("stop-traffic"), "ok");
-    ASSERT_TRUE(eventually([&] { return traffic.count() == source.report()["datagrams"].get<std::size_t>(); }));
+    ASSERT_TRUE(test::waitFor([&] { return traffic.count() == source.report()["datagrams"].get<std::size_t>(); }));
     const std::size_t before = traffic.count();
     EXPECT_EQ(ask("garbage 50"), "ok");
-    ASSERT_TRUE(eventually([&] { return traffic.count() >= before + 50; }));
+    ASSERT_TRUE(test::waitFor([&] { return traffic.count() >= before + 50; }));
     EXPECT_EQ(traffic.count(), before + 50) << "traffic goes on";
     int binary = 0;
-    for (const Datagram& d : traffic.all()) {
+    for (const Datagram& d : traffic.all())
         binary += std::any_of(d.text.begin(), d.text.end(), [](char c) { return (c & 0x80) != 0 || c == 0; });
-    }
     EXPECT_GT(binary, 10);
 
     const auto flooded = Steady::now();
     EXPECT_EQ(ask("flood 4000 0.5"), "ok");
     // A busy machine may lose some of the flood on the way, so what was sent is counted at the source.
     const auto sent = [&] { return source.report()["datagrams"].get<std::size_t>(); };
-    EXPECT_TRUE(eventually([&] { return sent() == before + 50 + 2000; })) << sent();
+    EXPECT_TRUE(test::waitFor([&] { return sent() == before + 50 + 2000; })) << sent();
     EXPECT_GE(secondsSince(flooded), 0.45);
-    EXPECT_TRUE(eventually([&] { return traffic.count() > before + 50 + 200; })) << traffic.count();
+    EXPECT_TRUE(test::waitFor([&] { return traffic.count() > before + 50 + 200; })) << traffic.count();
     EXPECT_EQ(ask("start-traffic"), "ok");
-    EXPECT_TRUE(eventually([&] { return sent() > before + 50 + 2000 + 5; }));
+    EXPECT_TRUE(test::waitFor([&] { return sent() > before + 50 + 2000 + 5; }));
 
-    for (const char* bad : {"garbage", "garbage x", "flood 10", "flood -1 2", "link maybe", "nonsense", ""}) {
+    for (const char* bad : {"garbage", "garbage x", "flood 10", "flood -1 2", "link maybe", "nonsense", ""})
         EXPECT_EQ(ask(bad), fmt::format("error: cannot do \"{}\"", bad));
-    }
     const auto report = nlohmann::json::parse(ask("report"));
     EXPECT_EQ(report["garbageSent"], 50);
     EXPECT_EQ(ask("quit"), "ok");
-    EXPECT_TRUE(eventually([&] { return source.ended.load(); }));
+    EXPECT_TRUE(test::waitFor([&] { return source.ended.load(); }));
 }
 
 TEST(SourceRun, EndsAfterItsMinutes) {
@@ -364,17 +356,17 @@ TEST(SourceRun, EndsAfterItsMinutes) {
     SourceOptions o = optionsFor(traffic, weather, 1);
     o.minutes = 0.005;
     Running source(o);
-    EXPECT_TRUE(eventually([&] { return source.ended.load(); }, 5000));
+    EXPECT_TRUE(test::waitFor([&] { return source.ended.load(); }, 5000));
 }
 
 TEST(SourceOptions, CommandLine) {
-    auto read = [](std::vector<std::string> words, SourceOptions& o) {
-        const auto ending = readOptions(words, o);
+    auto read = [](const std::string& line, SourceOptions& o) {
+        const auto ending = readOptions(test::words(line), o);
         return ending ? ending->text : std::string("good");
     };
     SourceOptions o;
-    EXPECT_EQ(read({"--feed", "x.gz", "--at", "48.1,11.5", "--edition", "stnd", "--qnh", "991", "--speed", "2.5",
-                    "--control-port", "4000", "--wait-for-position", "--command-port", "0"},
+    EXPECT_EQ(read("--feed x.gz --at 48.1,11.5 --edition stnd --qnh 991 --speed 2.5 --control-port 4000 "
+                   "--wait-for-position --command-port 0",
                    o),
               "good");
     EXPECT_EQ(o.feed, "x.gz");
@@ -384,22 +376,14 @@ TEST(SourceOptions, CommandLine) {
     EXPECT_EQ(o.controlPort, 4000);
     EXPECT_TRUE(o.waitForPosition);
     EXPECT_FALSE(o.burst);
-    EXPECT_EQ(read({"--burst"}, o), "good");
+    EXPECT_EQ(read("--burst", o), "good");
     EXPECT_EQ(o.burst, true);
-    EXPECT_EQ(read({"--burst", "--elevation", "-12", "--no-burst"}, o), "good");
+    EXPECT_EQ(read("--burst --elevation -12 --no-burst", o), "good");
     EXPECT_EQ(o.elevation, -12);
     EXPECT_EQ(o.burst, false);
-    for (const std::vector<std::string>& bad : {std::vector<std::string>{"--feed"},
-                                                {"--at", "1"},
-                                                {"--at", "91,0"},
-                                                {"--edition", "x"},
-                                                {"--speed", "0"},
-                                                {"--traffic-port", "0"},
-                                                {"--traffic-port", "65536"},
-                                                {"--scenario", "none"},
-                                                {"--nothing", "1"},
-                                                {"--minutes", "nan"}}) {
+    for (const std::string bad : {"--feed", "--at 1", "--at 91,0", "--edition x", "--speed 0", "--traffic-port 0",
+                                  "--traffic-port 65536", "--scenario none", "--nothing 1", "--minutes nan"}) {
         SourceOptions p;
-        EXPECT_NE(read(bad, p).find(bad[0]), std::string::npos) << bad[0];
+        EXPECT_NE(read(bad, p).find(test::words(bad)[0]), std::string::npos) << bad;
     }
 }

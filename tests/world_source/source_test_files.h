@@ -1,36 +1,19 @@
 // Feed lines and files for the tests of the traffic source.
 #pragma once
 
+#include "support.h"
+
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
 #include <fmt/format.h>
-#include <fstream>
 #include <string>
-#include <vector>
 #include <zlib.h>
 
-/// A folder of its own, removed at the end.
-struct TempFolder {
-    TempFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "kes_source_XXXXXX").string();
-        path = mkdtemp(name.data());
-    }
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
-    ~TempFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-    void write(const char* name, const std::string& content) const {
-        std::ofstream(path / name, std::ios::binary) << content;
-    }
+struct SourceFolder : kes::test::TempFolder {
     void writeGzip(const char* name, const std::string& content) const {
         gzFile file = gzopen((path / name).c_str(), "wb");
         gzwrite(file, content.data(), static_cast<unsigned>(content.size()));
         gzclose(file);
     }
-    std::filesystem::path path;
 };
 
 inline std::string feedLine(std::uint32_t hexid, double time, double lat = 48.5, double lon = 11.5, int alt = 5000) {

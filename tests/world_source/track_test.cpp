@@ -36,27 +36,6 @@ TEST(Track, SpeedPlanHoldsLimitsAndStops) {
     EXPECT_NEAR(stateAt(t, 1e9).at.x, 1000, 1e-6);
 }
 
-TEST(Track, DistanceIsTheIntegralOfSpeed) {
-    Track t;
-    appendRoute(t,
-                {{.at = {0, 0}, .speed = 100, .accel = 1, .decel = 1},
-                 {.at = {20000, 0}, .radius = 3000, .speed = 70, .accel = 1, .decel = 1},
-                 {.at = {20000, 30000}, .speed = 70}},
-                4.0);
-    planSpeed(t, 40, 70, {});
-    double sum = 0;
-    Vec last = stateAt(t, 0).at;
-    double chords = 0;
-    for (double at = 0; at < t.duration; at += 0.05) {
-        const TrackState a = stateAt(t, at), b = stateAt(t, at + 0.05);
-        sum += (a.speed + b.speed) / 2 * std::min(0.05, t.duration - at);
-        chords += length(b.at - last);
-        last = b.at;
-    }
-    EXPECT_NEAR(sum, pathLength(t), 0.5);
-    EXPECT_NEAR(chords, pathLength(t), 0.5);
-}
-
 TEST(Track, CornersTooSharpForTheirLegsAreFlownTighter) {
     Track t;
     appendRoute(t, {{.at = {0, 0}, .speed = 10}, {.at = {0, 100}, .radius = 1000, .speed = 10}, {.at = {100, 100}}},
