@@ -1,13 +1,7 @@
 // What each message of a simulator brings about, and what none may: hand-made messages, as only a broken or hostile
 // peer sends some of them.
 #include "core/clock.h"
-#include "core/parameters.h"
-#include "core/run_state.h"
-#include "core/window.h"
-#include "sim/ai_commands.h"
-#include "sim/from_simulator.h"
-#include "sim/sim_client.h"
-#include "support.h"
+#include "sim/sim_test.h"
 
 #include <algorithm>
 #include <array>
@@ -101,27 +95,14 @@ UserAircraft userAt(double lat, double lon) {
     return user;
 }
 
-struct DispatchTest : testing::Test {
-    test::ProgramFolder program;
+struct DispatchTest : test::SimTest {
     void SetUp() override {
-        setParameterDefaults();
+        SimTest::SetUp();
         setWallClockMs(1732500000000); // so that all lines of a flood fall into one window
-        reset();
     }
     void TearDown() override {
-        reset();
+        SimTest::TearDown();
         setWallClockMs(-1);
-    }
-    static void reset() {
-        resetSimClient();
-        resetSimQueues();
-        resetUserAircraft();
-        resetWindow();
-        resetStatus();
-        resetRunFlags();
-        clearError();
-        simulatorLog.finish();
-        resetForeignBudget();
     }
     static UserAircraft block() {
         simRequestFailed = true; // copies the block without asking for the next
@@ -270,7 +251,7 @@ TEST_F(DispatchTest, ATeleportIsMoreThanTenMiles) {
         bool teleport;
     } rows[] = {{48, 48.16, false}, {48, 48.17, true}, {0.0001, 48, false}, {48, 0.0001, false}};
     for (const auto& row : rows) {
-        reset();
+        resetAll();
         giveUser(userAt(row.from, row.from < 1 ? 0.0001 : 11));
         giveUser(userAt(row.to, row.to < 1 ? 0.0001 : 11));
         EXPECT_EQ(exitRequested, row.teleport) << row.from << " to " << row.to;
@@ -430,7 +411,7 @@ TEST_F(DispatchTest, Exceptions) {
                 {7, "===> SIMCON EXCEP 7\n", false, false},
                 {4000000000U, "===> SIMCON EXCEP 4000000000\n", false, false}};
     for (const auto& row : rows) {
-        reset();
+        resetAll();
         if (row.known)
             giveUser(userAt(48, 11));
         userClosed = row.closing;
@@ -468,7 +449,7 @@ TEST_F(DispatchTest, WhoConnects) {
         {"", true, "", ""},
     };
     for (const auto& row : rows) {
-        reset();
+        resetAll();
         par::MSFS_2020.value = row.wants2020;
         showStatus("Waiting", false);
         RecvOpen open{};
@@ -536,7 +517,7 @@ TEST_F(DispatchTest, AFloodOfAnyKindStaysSmall) {
         {"no simulator name", [](DWORD) { give(RecvId::open, RecvOpen{}); }},
     };
     for (const auto& [kind, flood] : kinds) {
-        reset();
+        resetAll();
         const std::size_t before = program.logText().size();
         for (DWORD i = 0; i < 1200; ++i)
             flood(i);

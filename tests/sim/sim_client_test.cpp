@@ -1,12 +1,6 @@
 // The simulator client against the simulator model, through the real packets.
-#include "core/parameters.h"
-#include "core/run_state.h"
-#include "core/window.h"
-#include "sim/ai_commands.h"
-#include "sim/sim_client.h"
+#include "sim/sim_test.h"
 #include "simconnect/open.h"
-#include "support.h"
-#include "world/simulator/inproc.h"
 
 #include <algorithm>
 #include <atomic>
@@ -19,52 +13,19 @@ namespace {
 
 using test::waitFor;
 
-constexpr double lat = 48.35, lon = 11.78;
-
 std::vector<SimReply> seenReplies;
 void keepReply(const SimReply& reply) {
     seenReplies.push_back(reply);
 }
 
-struct SimClientTest : testing::Test {
-    test::ProgramFolder program;
-
+struct SimClientTest : test::SimTest {
     void SetUp() override {
-        setParameterDefaults();
-        setRange(40);
-        resetAll();
-        prepareSimQueues();
-    }
-    void TearDown() override {
-        requestSimClientStop();
-        joinSimClient();
-        world::inprocStop();
-        resetAll();
-    }
-    static void resetAll() {
-        resetSimClient();
-        resetSimQueues();
-        resetUserAircraft();
-        resetWindow();
-        resetStatus();
-        resetRunFlags();
+        SimTest::SetUp();
         seenReplies.clear();
     }
-    static world::SimulatorOptions options() {
-        world::SimulatorOptions o;
-        o.lat = lat;
-        o.lon = lon;
-        o.altFeet = 5000;
-        o.terrain.airfields.push_back({lat, lon, 1000.0}); // the user hovers well above it
-        o.titles.known.insert("Test A320 One");
-        return o;
-    }
     /// Starts simulator and client and waits for the user's position, as the worker does.
-    void connect(const world::SimulatorOptions& o = options(), double speed = 5) {
-        world::inprocStart(o);
-        world::inprocRunThread(speed);
-        startSimClient();
-        ASSERT_TRUE(waitFor([] { return simRunning.load(); }));
+    static void connect(const world::SimulatorOptions& o = options(), double speed = 5) {
+        startClient(speed, o);
         ASSERT_TRUE(waitFor([] {
             userAircraft = readUserPosition();
             return userAircraft.known();
@@ -84,17 +45,6 @@ struct SimClientTest : testing::Test {
         });
         return reply(kind);
     }
-    static CreateRequest request(std::string tail, std::string_view title = "Test A320 One") {
-        CreateRequest r;
-        r.lat = lat + 0.05;
-        r.lon = lon;
-        r.alt = 3000;
-        r.heading = 90;
-        r.tailNumber = std::move(tail);
-        r.title = title;
-        r.hexid = 4195971;
-        return r;
-    }
 };
 
 TEST_F(SimClientTest, DeclaresEverythingWithoutAComplaintOfTheSimulator) {
@@ -103,7 +53,7 @@ TEST_F(SimClientTest, DeclaresEverythingWithoutAComplaintOfTheSimulator) {
     ASSERT_TRUE(waitFor([] { return secondDue.load() && firstReplySeen.load(); }));
     EXPECT_FALSE(userOnGround);
     EXPECT_TRUE(waitFor([] { return readouts.simFrameRate > 0.0F; })) << "stored at the 30th frame";
-    EXPECT_NEAR(userAircraft.lat, lat, 1e-9);
+    EXPECT_NEAR(userAircraft.lat, userLat, 1e-9);
     EXPECT_NEAR(userAircraft.alt, 5000, 1);
     EXPECT_EQ(userObjectId, world::userId);
     EXPECT_TRUE(world::inprocCounters().exceptions.empty());
@@ -128,7 +78,7 @@ TEST_F(SimClientTest, CreatesJoinsByTheCutTailNumberMovesAndRemoves) {
     ASSERT_TRUE(waitFor([] { return reply(ReplyKind::staticData) != nullptr; }));
     EXPECT_GT(reply(ReplyKind::staticData)->a, 1.0);
 
-    AiPositionRecord pose{lat + 0.06, lon + 0.01, -0.02, 0.1, 1.5, 3100, 5, 200, id};
+    AiPositionRecord pose{userLat + 0.06, userLon + 0.01, -0.02, 0.1, 1.5, 3100, 5, 200, id};
     ASSERT_TRUE(waitFor([&] {
         queuePosition(pose);
         publishPositions();
@@ -182,7 +132,7 @@ TEST_F(SimClientTest, AnAircraftOfAnotherProgramIsLoggedOnceAndLeftAlone) {
     connect();
     simconnect::HANDLE other = nullptr;
     ASSERT_FALSE(simconnect::failed(simconnect::SimConnect_Open(&other, "Other")));
-    const simconnect::InitPosition at{lat, lon + 0.01, 4000, 0, 0, 0, 0, 0};
+    const simconnect::InitPosition at{userLat, userLon + 0.01, 4000, 0, 0, 0, 0, 0};
     ASSERT_FALSE(
         simconnect::failed(simconnect::SimConnect_AICreateNonATCAircraft(other, "Test A320 One", "FOREIGN", at, 7)));
     ASSERT_TRUE(waitFor([&] {
@@ -213,7 +163,7 @@ TEST_F(SimClientTest, TeleportAndNewFlightEndTheRun) {
         connect();
         world::inprocCommand(c.command);
         if (c.reason == ExitReason::notYetSet) {
-            ASSERT_TRUE(waitFor([] { return std::abs(readUserPosition().lat - lat) > 0.09; }));
+            ASSERT_TRUE(waitFor([] { return std::abs(readUserPosition().lat - userLat) > 0.09; }));
             EXPECT_FALSE(exitRequested) << c.command;
         } else {
             ASSERT_TRUE(waitFor([] {

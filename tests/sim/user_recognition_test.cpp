@@ -1,21 +1,16 @@
 // What the client makes of title and model, told by the simulator model through the real packets.
 #include "core/errors.h"
-#include "core/parameters.h"
-#include "core/run_state.h"
-#include "core/user_aircraft.h"
 #include "reference/reference.h"
 #include "reference_text.h"
 #include "sim/ai_commands.h"
 #include "sim/sim_client.h"
+#include "sim/sim_test.h"
 #include "sim/user_recognition.h"
-#include "support.h"
 #include "window_backend.h"
-#include "world/simulator/inproc.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -44,41 +39,16 @@ void readSpans() {
     text.read();
 }
 
-struct UserRecognitionTest : testing::Test {
-    test::ProgramFolder program;
-
+struct UserRecognitionTest : test::SimTest {
     void SetUp() override {
-        setParameterDefaults();
-        resetAll();
-        prepareSimQueues();
+        SimTest::SetUp();
         readSpans();
     }
     void TearDown() override {
-        requestSimClientStop();
-        joinSimClient();
-        world::inprocStop();
-        resetAll();
+        SimTest::TearDown();
         resetReference();
     }
-    static void resetAll() {
-        resetSimClient();
-        resetSimQueues();
-        resetUserAircraft();
-        resetWindow();
-        resetStatus();
-        resetRunFlags();
-        clearError();
-    }
-    static void connect() {
-        world::SimulatorOptions o;
-        o.lat = 48.35;
-        o.lon = 11.78;
-        o.altFeet = 5000;
-        world::inprocStart(o);
-        world::inprocRunThread(20);
-        startSimClient();
-        ASSERT_TRUE(waitFor([] { return simRunning.load(); }));
-    }
+    static void connect() { startClient(20); }
     /// Lets the user's aircraft have these texts, asks for them as a run does, and waits until they have been taken.
     void recognise(std::string_view title, std::string_view model) {
         ASSERT_EQ(world::inprocCommand(fmt::format("user-title {}", title)), "ok");
@@ -264,16 +234,6 @@ TEST_F(UserRecognitionTest, FailuresOfTheModelReplyAreForTheUser) {
     } catch (const nwk::UserErrorException& error) {
         EXPECT_STREQ(error.what(), "5: own words");
     }
-}
-
-TEST_F(UserRecognitionTest, TheSimulatorTellsWhatItWasTold) {
-    connect();
-    ASSERT_EQ(world::inprocCommand("user-title Some Title"), "ok");
-    ASSERT_EQ(world::inprocCommand("user-model"), "ok");
-    const nlohmann::json user = nlohmann::json::parse(world::inprocCommand("user"));
-    EXPECT_EQ(user.at("title"), "Some Title");
-    EXPECT_EQ(user.at("model"), "");
-    EXPECT_NE(world::inprocCommand("help").find("user-title [TEXT]"), std::string::npos);
 }
 
 } // namespace

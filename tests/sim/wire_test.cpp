@@ -1,11 +1,5 @@
 // All that the simulator must receive from this program, in its order, read off the wire by the stand-in simulator.
-#include "core/parameters.h"
-#include "core/run_state.h"
-#include "core/window.h"
-#include "sim/ai_commands.h"
-#include "sim/sim_client.h"
-#include "support.h"
-#include "world/simulator/inproc.h"
+#include "sim/sim_test.h"
 
 #include <fmt/format.h>
 #include <functional>
@@ -237,14 +231,9 @@ const Step steps[] = {
      {}},
 };
 
-TEST(Wire, EverythingThatMustArrive) {
-    const test::ProgramFolder program;
-    setParameterDefaults();
-    setRange(40);
-    resetSimClient();
-    resetSimQueues();
-    resetRunFlags();
-    prepareSimQueues();
+using WireTest = test::SimTest;
+
+TEST_F(WireTest, EverythingThatMustArrive) {
     seenReplies.clear();
     world::SimulatorOptions options;
     options.lat = 48.35;
@@ -274,12 +263,6 @@ TEST(Wire, EverythingThatMustArrive) {
     requestSimClientStop();
     joinSimClient();
     EXPECT_EQ(takeWire(), Lines{}) << "and nothing besides";
-    world::inprocStop();
-    resetSimClient();
-    resetSimQueues();
-    resetRunFlags();
-    resetWindow();
-    resetStatus();
 }
 
 } // namespace
