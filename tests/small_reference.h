@@ -36,16 +36,14 @@ inline void writeSmallReference(const SmallReference& reference) {
     files.try_emplace("cargo_types.csv", "code\nXL\n");
     files.try_emplace("cargo_operators.csv", "code\nQ00\n");
     files.try_emplace("simaddons20.csv", "icao\nQQ00\n");
-    for (const auto& [name, text] : files) {
+    for (const auto& [name, text] : files)
         std::ofstream(folder / name, std::ios::binary) << text;
-    }
     pack::PackPlan plan;
     plan.data = folder;
     plan.out = "updates";
     const pack::PackCount count = pack::packUpdates(plan);
-    if (!count.bad.empty()) {
+    if (!count.bad.empty())
         throw std::runtime_error(count.bad[0].file + ": " + count.bad[0].reason);
-    }
 }
 
 } // namespace kes::test

@@ -26,12 +26,11 @@ namespace fs = std::filesystem;
 /// Sets environment variables and puts them back.
 struct Environment {
     ~Environment() {
-        for (const auto& [name, value] : before) {
+        for (const auto& [name, value] : before)
             if (value)
                 setenv(name.c_str(), value->c_str(), 1);
             else
                 unsetenv(name.c_str());
-        }
     }
     void set(const std::string& name, const std::optional<std::string>& value) {
         const char* old = std::getenv(name.c_str());
@@ -440,8 +439,9 @@ TEST_F(InstallTest, WhatCannotBeReadCostsOnlyItself) {
 /// What the files of the shared collection name, seen through a prefix whose drives hold those folders.
 TEST_F(InstallTest, SharedUserCfgFiles) {
     const fs::path shared = KES_SOURCE_DIR "/../shared/data/liveries";
-    if (!fs::exists(shared / "expected.json"))
+    if (!fs::exists(shared / "expected.json")) {
         GTEST_SKIP() << "no shared liveries beside the source folder";
+    }
     const nlohmann::json expected = nlohmann::json::parse(test::readFile(shared / "expected.json")).at("usercfg");
     ASSERT_GE(expected.size(), 8U);
     const fs::path pfx = prefix(home / ".local/share/Steam/steamapps/compatdata/1250410/pfx");

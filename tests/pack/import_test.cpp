@@ -207,7 +207,7 @@ TEST(AirportCheck, DoublesAndElevations) {
     const char* const tooHigh = "SUBJ has the elevation 1101 ft, 3 airports around it have 100 to 300;";
     const char* const atOnePlace = "AAAA and BBBB are at one place;";
     struct Case {
-        const char* what;
+        const char* name;
         Rows rows;
         std::string expected;
         std::vector<pack::AirportOddity> oddities{};
@@ -232,13 +232,14 @@ TEST(AirportCheck, DoublesAndElevations) {
          "SUBJ has the elevation 1500 ft, 9 airports around it have 200 to 200;"},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
         pack::PackCount count;
         auto oddities = c.oddities;
         pack::checkAirports(c.rows, "airports.csv", oddities, count);
         std::string text;
         for (const pack::BadRow& doubt : count.doubtful)
             text += doubt.reason + ";";
-        EXPECT_EQ(text, c.expected) << c.what;
+        EXPECT_EQ(text, c.expected);
     }
 }
 

@@ -327,20 +327,18 @@ TEST(Pack, EveryTypeKeepsItsFamily) {
     for (int round = 0; round < 60; ++round) {
         const unsigned percent = std::array{2u, 10u, 30u, 70u}[round % 4];
         std::vector<Livery> liveries{{"ZZZ", "C172", "always one", "", 0, false}};
-        for (const auto& [type, family] : families) {
+        for (const auto& [type, family] : families)
             if (chance() % 100 < percent)
                 liveries.push_back({"ZZZ", type, type, "", 0, false});
-        }
         sortLiveries(liveries);
         ASSERT_TRUE(writeLiveriesScanned(liveries));
         resetLiveries();
         processScannedLiveries();
         for (const auto& [type, family] : families) {
             std::vector<std::string> installed;
-            for (const std::string& other : family) {
+            for (const std::string& other : family)
                 if (other != type && hasModel(other))
                     installed.push_back(other);
-            }
             if (installed.empty())
                 continue;
             const auto shown = liveryTables().similarInstalled.find(type);

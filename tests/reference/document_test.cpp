@@ -129,9 +129,8 @@ TEST_F(Document, WhatIsNoXmlIsUserError60) {
           Case{"<aircrafts>", "Start-end tags mismatch"}, Case{good + "<x =", "Error parsing start element tag"},
           Case{good.substr(0, good.find("airl=") + 9), "Error parsing element attribute"},
           Case{good.substr(0, good.find("</dbase>")), "Start-end tags mismatch"},
-          Case{good + "<!-- open", "Error parsing comment"}}) {
+          Case{good + "<!-- open", "Error parsing comment"}})
         EXPECT_EQ(failureOf([&] { read(c.text); }, 60), "60: \"temp2.xml\" not read because of " + c.reason);
-    }
     EXPECT_EQ(failureOf([] { readReferenceDocument("input/absent.xml"); }, 60),
               "60: \"absent.xml\" not read because of File was not found");
     EXPECT_EQ(failureOf([] { readReferenceDocument("appdata"); }, 60),

@@ -124,11 +124,10 @@ TEST_F(Lookups, LookUpsTakeNothingFromTheHeap) {
 /// Every registration in the order of the document, each looked for in the whole title.
 std::string regcodeByWalk(const std::vector<std::pair<std::string, std::string>>& document, std::string_view title) {
     std::set<std::string> seen;
-    for (const auto& [regcode, airl] : document) {
+    for (const auto& [regcode, airl] : document)
         if (seen.insert(regcode).second && !regcode.empty() && regcode.size() <= 4 && airl == "PVT" &&
             title.find(regcode) != std::string_view::npos)
             return regcode;
-    }
     return {};
 }
 
@@ -184,11 +183,10 @@ TEST_F(Lookups, RegistrationsInTitlesAsByAWalkOverAll) {
 std::string publisherByExpressions(std::string_view text) {
     const std::string whole(text);
     for (const auto& group : referenceData().publisherGroups) {
-        for (const std::string& name : group) {
+        for (const std::string& name : group)
             if (whole.find(name) != std::string::npos ||
                 std::regex_match(whole, std::regex(".*" + name + ".*", std::regex::ECMAScript | std::regex::icase)))
                 return group.front();
-        }
     }
     return "unknown";
 }

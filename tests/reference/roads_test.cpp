@@ -58,7 +58,7 @@ TEST(Roads, GiveTheSameForAllDocuments) {
     const std::string many = manyRecords(4000), few = manyRecords(3);
     const auto with = [](const std::string& dbase) { return DocumentText().set("dbase", dbase).xml(); };
     struct Case {
-        const char* what;
+        const char* name;
         std::string text;
         bool pieces; ///< whether it can be read in pieces at all
     };
@@ -102,10 +102,11 @@ TEST(Roads, GiveTheSameForAllDocuments) {
          true},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
         const std::string whole = told(folder, c.text, ParseAs::whole);
         for (const std::size_t pieceSize : {std::size_t{1}, std::size_t{5000}, reference::usualPiece})
-            EXPECT_EQ(told(folder, c.text, ParseAs::pieces, pieceSize), whole) << c.what << ", pieces of " << pieceSize;
-        EXPECT_EQ(fitsPieces(c.text), c.pieces) << c.what;
+            EXPECT_EQ(told(folder, c.text, ParseAs::pieces, pieceSize), whole) << ", pieces of " << pieceSize;
+        EXPECT_EQ(fitsPieces(c.text), c.pieces);
     }
     EXPECT_NE(told(folder, with(many), ParseAs::pieces).find("G-03999"), std::string::npos);
 }

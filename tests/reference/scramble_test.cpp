@@ -52,10 +52,9 @@ TEST(Scramble, StoredFormsHoldOnlyTheirCharactersAndHideThePlainOnes) {
     std::mt19937 random(8);
     for (int i = 0; i < 2000; ++i) {
         const std::string airl = randomCode(random, 3, false), regcode = randomCode(random, 6, false);
-        for (const std::string& stored : {encryptAirline(airl), encryptModel(airl), encryptRegcode(regcode)}) {
+        for (const std::string& stored : {encryptAirline(airl), encryptModel(airl), encryptRegcode(regcode)})
             for (const char c : stored)
                 EXPECT_TRUE(c >= lowest && c <= highest) << stored;
-        }
         EXPECT_EQ(encryptAirline(airl).size(), 6u);
         EXPECT_NE(encryptModel(airl), airl);
         for (std::size_t at = 0; at < regcode.size(); ++at)

@@ -193,9 +193,9 @@ TEST_F(Link, CallersOnTwoThreadsAgreeOnTheirIds) {
     const auto call = [&](DWORD base) {
         for (DWORD i = 0; i < each; ++i) {
             const std::lock_guard lock(callers);
-            if (i % 3 == 0)
+            if (i % 3 == 0) {
                 EXPECT_EQ(SimConnect_AICreateNonATCAircraft(client, "A320", "X", {}, base + i), S_OK);
-            else
+            } else
                 EXPECT_EQ(SimConnect_AIReleaseControl(client, 5, base + i), S_OK);
             DWORD id = 0;
             EXPECT_EQ(SimConnect_GetLastSentPacketID(client, &id), S_OK);
@@ -254,9 +254,8 @@ TEST_F(Link, PacketsOfTheHandlerArriveInOrderAmongThoseOfOthers) {
                 return;
             if (function == 0x10) {
                 ASSERT_EQ(wordAt(packet, 20), nextRecord++ % records);
-            } else {
+            } else
                 ASSERT_EQ(wordAt(packet, 16), nextOther++);
-            }
         }
     });
     EXPECT_TRUE(dispatchUntil([&] { return seen.messages.size() == frames; }));

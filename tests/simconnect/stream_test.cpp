@@ -47,35 +47,6 @@ void expectNumberedEvents(const Seen& seen, std::uint32_t count) {
 
 } // namespace
 
-TEST_F(Stream, OneByteAtATime) {
-    const std::vector<std::string> messages = {
-        openMessage(),
-        message(7, {unused, 204, 0, 0x426E0000, 0x3F800000}),
-        message(5, {unused, 202, 77, 2}),
-        message(8, {108, 2, 409, 0, 1, 1, 1, 1, 0}),
-        message(12, {104, 77}),
-        message(1, {22, 9, unused}),
-        message(99, {1, 2, 3}),
-        message(4, {unused, 201, 1}, 40),
-    };
-    connect();
-    std::thread sender([&] {
-        for (const std::string& text : messages)
-            for (const char byte : text)
-                peer.send(std::string(1, byte));
-    });
-    EXPECT_TRUE(dispatchUntil([&] { return seen.messages.size() == messages.size(); }));
-    sender.join();
-    EXPECT_EQ(seen.messages, messages);
-}
-
-TEST_F(Stream, ManyMessagesInOneWrite) {
-    connect();
-    peer.send(numberedEvents(2000));
-    EXPECT_TRUE(dispatchUntil([&] { return seen.messages.size() >= 2000; }));
-    expectNumberedEvents(seen, 2000);
-}
-
 TEST_F(Stream, PiecesOfAnyLengthAndOneCallIsBounded) {
     std::mt19937 random(7);
     for (const std::size_t longest : {3U, 40U, 5000U, 200000U}) {

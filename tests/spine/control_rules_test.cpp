@@ -10,6 +10,7 @@
 #include "window_backend.h"
 #include "world/replay/virtual_flight.h"
 
+#include <algorithm>
 #include <functional>
 #include <gtest/gtest.h>
 
@@ -58,101 +59,68 @@ TEST_F(ControlRulesTest, EachKindOfControlSetsValueFileBoxAndRequest) {
     using namespace par;
     WindowRequests& r = windowRequests;
     const std::string noAirCollision = "Be aware, no collision avoidance with user aircraft in the air";
+    using Request = const std::atomic<bool>*;
     struct Step {
-        std::function<void(TestWindow&)> play;
         const Parameter* parameter; ///< null = a button
         const Control& control;
-        std::function<std::string()> value;
         std::string expected, stored, box, status;
-        const std::atomic<bool>* request = nullptr;
+        Request request = nullptr;
+        std::function<void(TestWindow&)> play{};
+        std::function<std::string()> value = [] { return std::string(); };
     };
-    const auto tick = [](BoolBox& box, bool on, std::string status, const std::atomic<bool>* request = nullptr) {
+    const auto tick = [](BoolBox& box, bool on, std::string status, Request request = nullptr) {
         const std::string value = on ? "true" : "false";
-        return Step{[&box, on](TestWindow& w) { w.tick(box, on); },
-                    &box,
-                    box,
-                    [&box] { return std::string(box ? "true" : "false"); },
-                    value,
-                    value,
-                    on ? "x" : "",
-                    status,
-                    request};
+        Step step{&box, box, value, value, on ? "x" : "", status, request};
+        step.play = [&box, on](TestWindow& w) { w.tick(box, on); };
+        step.value = [&box] { return std::string(box ? "true" : "false"); };
+        return step;
     };
-    const auto number = [](IntBox& box, const char* typed, std::string value, std::string status,
-                           const std::atomic<bool>* request = nullptr) {
-        const std::string stored = &box == &parking_percentage ? "" : value;
-        return Step{[&box, typed](TestWindow& w) { w.enter(box, typed); },
-                    &box,
-                    box,
-                    [&box] { return std::to_string(box); },
-                    value,
-                    stored,
-                    value,
-                    status,
-                    request};
+    const auto enter = [](auto& box, const char* typed, std::string value, std::string shown, std::string status,
+                          Request request = nullptr) {
+        const Parameter* const unsaved[] = {&parking_percentage, &MAX_FIT_FL, &CALLSIGN_2_OBJECTID};
+        Step step{&box, box, value, std::ranges::count(unsaved, &box) != 0 ? "" : value, shown, status, request};
+        step.play = [&box, typed](TestWindow& w) { w.enter(box, typed); };
+        step.value = [&box] {
+            if constexpr (requires { box.get(); })
+                return box.get();
+            else
+                return fmt::format("{}", box.value.load());
+        };
+        return step;
     };
-    const auto real = [](const char* typed, std::string value, std::string status) {
-        return Step{[typed](TestWindow& w) { w.enter(MAX_FIT_FL, typed); },
-                    &MAX_FIT_FL,
-                    MAX_FIT_FL,
-                    [] { return fmt::format("{}", MAX_FIT_FL.value.load()); },
-                    value,
-                    "",
-                    fmt::format("{:.1f}", std::stod(value)),
-                    status};
-    };
-    const auto text = [](TextBox& box, const char* typed, std::string value, std::string shown, std::string status,
-                         const std::atomic<bool>* request = nullptr) {
-        const std::string stored = &box == &CALLSIGN_2_OBJECTID ? "" : value;
-        return Step{[&box, typed](TestWindow& w) { w.enter(box, typed); },
-                    &box,
-                    box,
-                    [&box] { return box.get(); },
-                    value,
-                    stored,
-                    shown,
-                    status,
-                    request};
-    };
-    const auto press = [](const Button& button, std::string status, const std::atomic<bool>* request = nullptr) {
-        return Step{[&button](TestWindow& w) { w.press(button); },
-                    nullptr,
-                    button,
-                    [] { return std::string(); },
-                    "",
-                    "",
-                    "",
-                    status,
-                    request};
+    const auto press = [](const Button& button, std::string status, Request request = nullptr) {
+        Step step{nullptr, button, "", "", "", status, request};
+        step.play = [&button](TestWindow& w) { w.press(button); };
+        return step;
     };
     const Step steps[] = {
         tick(LOG, false, ""),
         tick(COLLISION_USER_AIR, false, noAirCollision),
         tick(ALWAYS_ON_TOP, true, "Kestrelune's window will remain visible"),
         tick(WEEK, true, "Kestrelune will respond in 13 seconds ...", &r.parkAdjust),
-        number(MAX_LIVE, " +12 or so", "12", "The new MAX_LIVE is 12", &r.maxLive),
-        number(MAX_LIVE, "", "-1", "The new MAX_LIVE is -1", &r.maxLive),
-        number(AIRPORT_RANGE, "1000", "30", "The new AIRPORT_RANGE is 30"),
-        number(AIRPORT_RANGE, "3x", "8", "The new AIRPORT_RANGE is 8"),
-        number(AIRPORT_RANGE, "x", "8", "invalid input: x"),
-        number(AIRPORT_RANGE, "8", "8", "Same AIRPORT_RANGE value 8, no changes made"),
-        number(MATCHING_DEPTH, "2", "2", "The new MATCHING_DEPTH is 2"),
-        number(MATCHING_DEPTH, "3", "3", "The new MATCHING_DEPTH is 3", &r.clearNoMatch),
-        number(parking_percentage, "", "0", "The new parking_percentage is 0"),
-        real("3.25", "3.25", "The new MAX_FIT_FL is 3.2"),
-        real("nan", "3.25", "invalid input: nan"),
-        real("99", "24", "The new MAX_FIT_FL is 24.0"),
-        text(BLOCK_CALLSIGN, "dlh4ab", "DLH4AB", "DLH4AB", "live aircraft with callsign \"DLH4AB\" will be blocked",
-             &r.blockNow),
-        text(BLOCK_CALLSIGN, "DLH4AB", "DLH4AB", "DLH4AB", "callsign \"DLH4AB\" was already set ..."),
-        text(BLOCK_CALLSIGN, "abc", "DLH4AB", "abc", "callsign \"abc\" is not valid"),
-        text(BLOCK_CALLSIGN, "", "", "", "no more blocking of live aircraft \"DLH4AB\""),
-        text(DESTINATION, "eddm", "EDDM", "EDDM", "New destination: EDDM"),
-        text(DESTINATION, "EDDX", "EDDM", "EDDX", "destination \"EDDX\" is unknown ..."),
-        text(DESTINATION, "", "", "", "destination set to empty"),
-        text(ALL_INSTALL_PATH, "no such", "", "no such", "This install path does not exist: no such"),
-        text(ALL_INSTALL_PATH, "docs", "", "docs", "This path exists but is not a path to Community ..."),
-        text(CALLSIGN_2_OBJECTID, "DLH4AB", "DLH4AB", "DLH4AB", "", &r.findCallsign),
+        enter(MAX_LIVE, " +12 or so", "12", "12", "The new MAX_LIVE is 12", &r.maxLive),
+        enter(MAX_LIVE, "", "-1", "-1", "The new MAX_LIVE is -1", &r.maxLive),
+        enter(AIRPORT_RANGE, "1000", "30", "30", "The new AIRPORT_RANGE is 30"),
+        enter(AIRPORT_RANGE, "3x", "8", "8", "The new AIRPORT_RANGE is 8"),
+        enter(AIRPORT_RANGE, "x", "8", "8", "invalid input: x"),
+        enter(AIRPORT_RANGE, "8", "8", "8", "Same AIRPORT_RANGE value 8, no changes made"),
+        enter(MATCHING_DEPTH, "2", "2", "2", "The new MATCHING_DEPTH is 2"),
+        enter(MATCHING_DEPTH, "3", "3", "3", "The new MATCHING_DEPTH is 3", &r.clearNoMatch),
+        enter(parking_percentage, "", "0", "0", "The new parking_percentage is 0"),
+        enter(MAX_FIT_FL, "3.25", "3.25", "3.2", "The new MAX_FIT_FL is 3.2"),
+        enter(MAX_FIT_FL, "nan", "3.25", "3.2", "invalid input: nan"),
+        enter(MAX_FIT_FL, "99", "24", "24.0", "The new MAX_FIT_FL is 24.0"),
+        enter(BLOCK_CALLSIGN, "dlh4ab", "DLH4AB", "DLH4AB", "live aircraft with callsign \"DLH4AB\" will be blocked",
+              &r.blockNow),
+        enter(BLOCK_CALLSIGN, "DLH4AB", "DLH4AB", "DLH4AB", "callsign \"DLH4AB\" was already set ..."),
+        enter(BLOCK_CALLSIGN, "abc", "DLH4AB", "abc", "callsign \"abc\" is not valid"),
+        enter(BLOCK_CALLSIGN, "", "", "", "no more blocking of live aircraft \"DLH4AB\""),
+        enter(DESTINATION, "eddm", "EDDM", "EDDM", "New destination: EDDM"),
+        enter(DESTINATION, "EDDX", "EDDM", "EDDX", "destination \"EDDX\" is unknown ..."),
+        enter(DESTINATION, "", "", "", "destination set to empty"),
+        enter(ALL_INSTALL_PATH, "no such", "", "no such", "This install path does not exist: no such"),
+        enter(ALL_INSTALL_PATH, "docs", "", "docs", "This path exists but is not a path to Community ..."),
+        enter(CALLSIGN_2_OBJECTID, "DLH4AB", "DLH4AB", "DLH4AB", "", &r.findCallsign),
         press(unblock, "Nothing to block or unblock..."),
         press(reRead, "", &r.reRead),
         press(flushStatic, "All static parked aircraft will be removed ...", &r.flushStatic),

@@ -62,8 +62,9 @@ struct RecordingTest : testing::TestWithParam<Recording> {
 TEST_P(RecordingTest, FliesWithoutAFaultAndWithoutAJump) {
     const Recording& r = GetParam();
     const std::filesystem::path file = std::filesystem::path(KES_SOURCE_DIR) / "../shared/data/traffic" / r.file;
-    if (!std::filesystem::exists(file))
+    if (!std::filesystem::exists(file)) {
         GTEST_SKIP() << "no recordings beside the project";
+    }
     source::Recording recording;
     std::string problem;
     ASSERT_TRUE(recording.open(file, problem)) << problem;

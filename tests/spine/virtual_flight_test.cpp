@@ -120,22 +120,6 @@ TEST_F(VirtualFlightTest, CreatesArePacedAtTwoASecond) {
     EXPECT_LE(mostInOneSecond, 3U); // a second may hold two creates and the edge of a third
 }
 
-TEST_F(VirtualFlightTest, AtMostTwoReportsAreTakenPerTick) {
-    test::Straight f;
-    for (std::uint32_t i = 0; i < 7; ++i) {
-        f.hexid = 5000000 + i;
-        f.callsign = fmt::format("DLH{}B", 20 + i);
-        f.regcode = fmt::format("D-Y{:03}", i);
-        world::virtualDatagram(f.line(0));
-    }
-    ASSERT_EQ(reportQueue.size(), 7U);
-    for (const std::size_t left : {5U, 3U, 1U, 0U, 0U}) {
-        ASSERT_TRUE(world::virtualTick());
-        EXPECT_EQ(reportQueue.size(), left);
-    }
-    EXPECT_EQ(liveAircraft.size(), 7U);
-}
-
 TEST_F(VirtualFlightTest, AStoppedFlightIdlesAndResumes) {
     const test::Straight flight;
     fly(35, {flight});
@@ -207,39 +191,6 @@ TEST_F(VirtualFlightTest, ABlockedCallsignLeavesAndStaysOut) {
     windowRequests.blockNow = true;
     fly(2, {flight});
     EXPECT_FALSE(windowRequests.blockNow) << "an empty text clears the request";
-}
-
-TEST_F(VirtualFlightTest, TwoFlightsOfOneRecordingGiveTheSameRecords) {
-    const auto flyAndHash = [&] {
-        world::endVirtualFlight();
-        setRandomSeed(7);
-        tickCount = 0;
-        world::startVirtualFlight(test::overTheField());
-        now = 0;
-        std::uint64_t hash = 1469598103934665603ULL;
-        world::Hooks hooks;
-        hooks.position = [&hash](const world::SimObject& o) {
-            for (const double value : {o.lat, o.lon, o.alt, o.heading, o.pitch, o.bank}) {
-                std::uint64_t bits = 0;
-                std::memcpy(&bits, &value, sizeof bits);
-                hash = (hash ^ bits) * 1099511628211ULL;
-            }
-        };
-        world::inprocSetHooks(hooks);
-        test::Straight a;
-        test::Straight b;
-        b.hexid += 5;
-        b.callsign = "BAW12";
-        b.regcode = "G-EUUA";
-        b.bearing = 2.5;
-        b.vs = 800;
-        fly(80, {a, b}, 3);
-        world::inprocSetHooks({});
-        return hash;
-    };
-    const std::uint64_t first = flyAndHash();
-    EXPECT_EQ(first, flyAndHash());
-    EXPECT_NE(first, 1469598103934665603ULL) << "positions were sent";
 }
 
 } // namespace

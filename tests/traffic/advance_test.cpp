@@ -122,18 +122,5 @@ TEST_F(AdvanceTest, NothingJumpsWhateverComes) {
     EXPECT_GT(ticksSeen, 200000) << "most flights must live long enough to try something";
 }
 
-TEST_F(AdvanceTest, TheSameReportsGiveTheSameFlight) {
-    for (std::uint32_t seed = 0; seed < 12; ++seed) {
-        test::RandomFlight first(seed), second(seed);
-        second.a.rotatePitch = first.a.rotatePitch; // drawn at random for each aircraft
-        second.a.climbPitch = first.a.climbPitch;
-        while (first.fly() && second.fly())
-            ASSERT_TRUE(first.a.position().lat == second.a.lat && first.a.lon == second.a.lon &&
-                        first.a.alt == second.a.alt && first.a.heading == second.a.heading &&
-                        first.a.pitch == second.a.pitch && first.a.bank == second.a.bank)
-                << seed;
-    }
-}
-
 } // namespace
 } // namespace kes

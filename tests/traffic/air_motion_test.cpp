@@ -13,77 +13,38 @@ TEST_F(AirMotionTest, WhatALegDoesWithTheHeight) {
     struct Row {
         const char* name;
         double alt0 = 1000, alt1 = 1000; ///< of the two samples; 0 = on the ground
-        double vs = 0;
+        double vs = 0, vs1 = vs;         ///< of the two samples
         double agl = 2500;
         bool approach = false;
         double qnh = 1013;
-        double altStep;       ///< feet per tick expected, over 1000 ticks from 1000 ft
-        bool byRate = false;  ///< the vertical speed of the leg follows
-        double vs1 = vs;      ///< of the second sample
-        bool airport = false; ///< at 600 ft
+        double step = 0, rate = 0; ///< expected, over 1000 ticks from 1000 ft: feet per tick, or feet per minute
+        bool airport = false;      ///< at 600 ft
     };
     const Row rows[] = {
-        {.name = "a climb", .alt1 = 1300, .vs = 1800, .altStep = 0.3},
-        {.name = "no faster than the category climbs", .alt1 = 3000, .vs = 1800, .altStep = 0.6},
-        {.name = "a descent is not limited", .alt1 = 100, .vs = -5400, .altStep = -0.9},
-        {.name = "near the ground a climb does not hang", .alt1 = 1100, .vs = 600, .agl = 900, .altStep = 0.2},
-        {.name = "higher up it may", .alt1 = 1100, .vs = 600, .agl = 1500, .altStep = 0.1},
-        {.name = "frozen on final", .agl = 900, .approach = true, .altStep = -601 / 6000.0, .byRate = true},
-        {.name = "frozen on final, still high", .agl = 1001, .approach = true, .altStep = 0},
-        {.name = "frozen, though it climbs", .vs = 51, .agl = 900, .approach = true, .altStep = 0},
-        {.name = "sinking on final", .alt1 = 700, .vs = -700, .agl = 900, .approach = true, .altStep = -0.3},
-        {.name = "frozen, high pressure", .agl = 900, .approach = true, .qnh = 1043, .altStep = -601 / 6000.0},
-        {.name = "frozen and sinking, high pressure",
-         .vs = -700,
-         .agl = 900,
-         .approach = true,
-         .qnh = 1043,
-         .altStep = -880 / 6000.0,
-         .byRate = true},
-        {.name = "sinking by the mean of both",
-         .vs = -700,
-         .agl = 900,
-         .approach = true,
-         .qnh = 1003,
-         .altStep = -840 / 6000.0,
-         .byRate = true,
-         .vs1 = -1100},
-        {.name = "frozen, close to the ground",
-         .vs = -700,
-         .agl = 100,
-         .approach = true,
-         .qnh = 1043,
-         .altStep = -600 / 6000.0,
-         .byRate = true},
-        {.name = "from the ground", .alt0 = 0, .alt1 = 1300, .vs = 1800, .altStep = 0.3},
-        {.name = "from the ground, within the limit", .alt0 = 0, .alt1 = 3000, .vs = 1800, .altStep = 0.6},
-        {.name = "from the ground, data below", .alt0 = 0, .alt1 = 900, .vs = 1800, .altStep = 0},
-        {.name = "no height, up", .alt0 = 0, .alt1 = 0, .vs = 1800, .altStep = 1800 / 6000.0, .byRate = true},
-        {.name = "no height, slowly up", .alt0 = 0, .alt1 = 0, .vs = 300, .altStep = 601 / 6000.0, .byRate = true},
-        {.name = "no height, hardly up", .alt0 = 0, .alt1 = 0, .vs = 50, .altStep = -601 / 6000.0, .byRate = true},
-        {.name = "no height, on final",
-         .alt0 = 0,
-         .alt1 = 0,
-         .vs = 1800,
-         .approach = true,
-         .altStep = -601 / 6000.0,
-         .byRate = true},
-        {.name = "no height, down",
-         .alt0 = 0,
-         .alt1 = 0,
-         .vs = -300,
-         .approach = true,
-         .altStep = -601 / 6000.0,
-         .byRate = true},
-        {.name = "the data land, airport known", .alt1 = 0, .vs = -800, .altStep = -0.4, .airport = true},
-        {.name = "the data land", .alt1 = 0, .vs = -800, .altStep = -601 / 6000.0, .byRate = true},
-        {.name = "the data land, high pressure",
-         .alt1 = 0,
-         .vs = -800,
-         .qnh = 1023,
-         .altStep = -860 / 6000.0,
-         .byRate = true,
-         .airport = true},
+        {.name = "a climb", .alt1 = 1300, .vs = 1800, .step = 0.3},
+        {.name = "no faster than the category climbs", .alt1 = 3000, .vs = 1800, .step = 0.6},
+        {.name = "a descent is not limited", .alt1 = 100, .vs = -5400, .step = -0.9},
+        {.name = "near the ground a climb does not hang", .alt1 = 1100, .vs = 600, .agl = 900, .step = 0.2},
+        {.name = "higher up it may", .alt1 = 1100, .vs = 600, .agl = 1500, .step = 0.1},
+        {.name = "frozen on final", .agl = 900, .approach = true, .rate = -601},
+        {.name = "frozen on final, still high", .agl = 1001, .approach = true},
+        {.name = "frozen, though it climbs", .vs = 51, .agl = 900, .approach = true},
+        {.name = "sinking on final", .alt1 = 700, .vs = -700, .agl = 900, .approach = true, .step = -0.3},
+        {.name = "frozen, high pressure", .agl = 900, .approach = true, .qnh = 1043, .rate = -601},
+        {.name = "and sinking, high pressure", .vs = -700, .agl = 900, .approach = true, .qnh = 1043, .rate = -880},
+        {.name = "by the mean", .vs = -700, .vs1 = -1100, .agl = 900, .approach = true, .qnh = 1003, .rate = -840},
+        {.name = "close to the ground", .vs = -700, .agl = 100, .approach = true, .qnh = 1043, .rate = -600},
+        {.name = "from the ground", .alt0 = 0, .alt1 = 1300, .vs = 1800, .step = 0.3},
+        {.name = "from the ground, within the limit", .alt0 = 0, .alt1 = 3000, .vs = 1800, .step = 0.6},
+        {.name = "from the ground, data below", .alt0 = 0, .alt1 = 900, .vs = 1800},
+        {.name = "no height, up", .alt0 = 0, .alt1 = 0, .vs = 1800, .rate = 1800},
+        {.name = "no height, slowly up", .alt0 = 0, .alt1 = 0, .vs = 300, .rate = 601},
+        {.name = "no height, hardly up", .alt0 = 0, .alt1 = 0, .vs = 50, .rate = -601},
+        {.name = "no height, on final", .alt0 = 0, .alt1 = 0, .vs = 1800, .approach = true, .rate = -601},
+        {.name = "no height, down", .alt0 = 0, .alt1 = 0, .vs = -300, .approach = true, .rate = -601},
+        {.name = "the data land, airport known", .alt1 = 0, .vs = -800, .step = -0.4, .airport = true},
+        {.name = "the data land", .alt1 = 0, .vs = -800, .rate = -601},
+        {.name = "the data land, high pressure", .alt1 = 0, .vs = -800, .qnh = 1023, .rate = -860, .airport = true},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
@@ -99,13 +60,11 @@ TEST_F(AirMotionTest, WhatALegDoesWithTheHeight) {
         if (row.airport)
             f.airport(600);
         f.leg();
-        EXPECT_NEAR(f.a.altStep, row.altStep, row.byRate ? 1e-12 : 1e-3);
-        const bool gearDown = row.alt1 == 0;
-        EXPECT_EQ(f.told().find("gear 1") == 0, gearDown);
-        EXPECT_NEAR(f.a.vsFpm, row.byRate ? row.altStep * 6000 : f.a.stream.front().vs, 1e-9);
-        if (row.byRate) {
-            EXPECT_NEAR(f.a.stream.front().vs, row.altStep * 6000, 1e-9);
-        }
+        const bool byRate = row.rate != 0;
+        EXPECT_NEAR(f.a.altStep, byRate ? row.rate / 6000 : row.step, byRate ? 1e-12 : 1e-3);
+        EXPECT_EQ(f.told().starts_with("gear 1"), row.alt1 == 0);
+        EXPECT_NEAR(f.a.stream.front().vs, byRate ? row.rate : row.vs1, 1e-9);
+        EXPECT_EQ(f.a.vsFpm, f.a.stream.front().vs);
     }
 }
 

@@ -45,10 +45,9 @@ TEST_F(ConflictsTest, TheNearestStayUnderMaxLive) {
         EXPECT_EQ(newcomer.st == AircraftStatus::adding2sim, c.spawns) << c.limit << " " << c.miles;
         EXPECT_EQ(newcomer.deleteNow, !c.spawns) << c.limit << " " << c.miles;
         std::vector<std::uint32_t> left;
-        for (const LiveAircraft& a : liveAircraft) {
+        for (const LiveAircraft& a : liveAircraft)
             if (a.st == AircraftStatus::removingfromsim)
                 left.push_back(a.hexid - firstHex);
-        }
         EXPECT_EQ(left, c.takesFarthest ? std::vector<std::uint32_t>{3} : std::vector<std::uint32_t>{})
             << c.limit << " " << c.miles;
     }
@@ -208,7 +207,7 @@ TEST_F(ConflictsTest, BlockingTakesTheFirstActiveAircraft) {
 
 TEST_F(ConflictsTest, BirthsNearTheUser) {
     struct Case {
-        const char* what;
+        const char* name;
         bool userFlies, seen, airborne;
         double metres, gs, userSpeed; ///< from the user; knots
         bool option, wait;
@@ -229,6 +228,7 @@ TEST_F(ConflictsTest, BirthsNearTheUser) {
         {"the user flies, held back before, on the ground", true, true, false, 9000, 0, 200, true, true},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
         resetLiveTraffic();
         userOnGround = !c.userFlies;
         userAircraft.alt = 6000;
@@ -236,14 +236,14 @@ TEST_F(ConflictsTest, BirthsNearTheUser) {
         par::COLLISION_USER_AIR.value = par::COLLISION_USER_GND.value = c.option;
         LiveAircraft& a = activeFlight(firstHex, {air(c.metres / metresPerNm / 60, far, c.gs, c.airborne ? 8000 : 0)});
         a.userConflictSeen = c.seen;
-        EXPECT_EQ(birthCheckUser(a) == BirthCheck::wait, c.wait) << c.what;
-        EXPECT_EQ(a.userConflictSeen, c.seen || (c.wait && c.userFlies)) << c.what;
+        EXPECT_EQ(birthCheckUser(a) == BirthCheck::wait, c.wait);
+        EXPECT_EQ(a.userConflictSeen, c.seen || (c.wait && c.userFlies));
     }
 }
 
 TEST_F(ConflictsTest, LiveAircraftNearTheUserGo) {
     struct Case {
-        const char* what;
+        const char* name;
         bool userFlies, onGround;
         double ahead, across; ///< nautical miles, feet
         double below, userAgl;
@@ -265,6 +265,7 @@ TEST_F(ConflictsTest, LiveAircraftNearTheUserGo) {
     userSpanKnown = true;
     userAircraft.heading = 0;
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
         resetLiveTraffic();
         userOnGround = !c.userFlies;
         userAircraft.agl = c.userAgl;
@@ -274,7 +275,7 @@ TEST_F(ConflictsTest, LiveAircraftNearTheUserGo) {
         a.lat = at.lat;
         a.lon = at.lon;
         checkUserCollisions();
-        EXPECT_EQ(a.st == AircraftStatus::removingfromsim, c.goes) << c.what;
+        EXPECT_EQ(a.st == AircraftStatus::removingfromsim, c.goes);
     }
 }
 

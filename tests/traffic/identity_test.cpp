@@ -10,7 +10,7 @@ using test::firstHex;
 TEST_F(IdentityTest, WhatAReportChangesOnARunningAircraft) {
     setAirportRef(AirportRef{"EDDF", "FRA", test::homeLat, test::homeLon, 364});
     struct Case {
-        const char* what;
+        const char* name;
         std::string orig, dest, callsign, regcode;     // of the record
         std::string rOrig, rDest, rCallsign, rRegcode; // of the report
         bool used;
@@ -47,6 +47,7 @@ TEST_F(IdentityTest, WhatAReportChangesOnARunningAircraft) {
          "  BAW1 D-AIZB DLH A320 flying"}, // the record's airline and model are the entry's
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
         resetLiveTraffic();
         LiveAircraft& a = activeFlight(firstHex, {air(0, 99999), air(0.1, 199999)});
         a.orig = c.orig;
@@ -58,15 +59,15 @@ TEST_F(IdentityTest, WhatAReportChangesOnARunningAircraft) {
         r.dest = c.rDest;
         r.callsign = c.rCallsign;
         r.regcode = c.rRegcode;
-        EXPECT_EQ(checkIdentity(a, r), c.used) << c.what;
-        EXPECT_EQ(a.st == AircraftStatus::active, c.used) << c.what;
+        EXPECT_EQ(checkIdentity(a, r), c.used);
+        EXPECT_EQ(a.st == AircraftStatus::active, c.used);
         std::string after;
         for (const std::string_view part :
              {std::string_view(a.orig), std::string_view(a.dest), std::string_view(a.callsign),
               std::string_view(a.regcode), std::string_view(a.airline), std::string_view(a.model)})
             after.append(part).append(" ");
-        EXPECT_EQ(after + std::string(text(a.fs)), c.after) << c.what;
-        EXPECT_EQ(a.title.empty(), a.fs == FlightState::birth) << c.what;
+        EXPECT_EQ(after + std::string(text(a.fs)), c.after);
+        EXPECT_EQ(a.title.empty(), a.fs == FlightState::birth);
     }
 }
 

@@ -111,20 +111,6 @@ TEST_F(LifeCycleTest, ACreationIsGivenUpTwoMinutesAfterItsHandOver) {
     EXPECT_TRUE(program.logHas("has not come into the simulator"));
 }
 
-TEST_F(LifeCycleTest, ACreationThatIsNeverAnsweredIsGivenUp) {
-    simAnswers = false;
-    feedFlight(firstHex);
-    ASSERT_TRUE(runUntil([&] { return !created.empty(); }));
-    run(11000);
-    ASSERT_EQ(liveAircraft.size(), 1U);
-    ASSERT_TRUE(runUntil([] { return liveAircraft.empty(); }, 2000));
-    EXPECT_TRUE(landingList.empty());
-    EXPECT_TRUE(program.logHas("has not come into the simulator"));
-    addSimReply(reply(ReplyKind::created, 500, firstHex));
-    ASSERT_TRUE(runUntil([&] { return !removed.empty(); }, 20));
-    EXPECT_EQ(removed, std::vector<std::uint32_t>{500}) << "it comes too late";
-}
-
 TEST_F(LifeCycleTest, ObjectsThatNobodyWaitsForGo) {
     simAnswers = false;
     feedFlight(firstHex);

@@ -38,13 +38,14 @@ TEST_F(SpawnTest, LeadTimesAndTheFateOfPoorStreams) {
     LiveAircraft& a = liveAircraft.at(0);
     const std::int32_t first = a.stream.front().tick;
     struct Case {
-        const char* what;
+        const char* name;
         bool airborne;
         double gs;
         std::int32_t lead;
     };
     for (const Case& c :
          {Case{"taxiing", false, 10, 300}, Case{"standing", false, 0, 100}, Case{"flying", true, 0, 100}}) {
+        SCOPED_TRACE(c.name);
         a.st = AircraftStatus::buffer;
         a.fs = FlightState::birth;
         for (PositionSample& s : a.stream) {
@@ -53,10 +54,10 @@ TEST_F(SpawnTest, LeadTimesAndTheFateOfPoorStreams) {
         }
         tickCount = first - c.lead - 1;
         updateLiveAc(a, motionNow());
-        EXPECT_EQ(a.st, AircraftStatus::buffer) << c.what;
+        EXPECT_EQ(a.st, AircraftStatus::buffer);
         tickCount = first - c.lead;
         updateLiveAc(a, motionNow());
-        EXPECT_EQ(a.st, AircraftStatus::adding2sim) << c.what;
+        EXPECT_EQ(a.st, AircraftStatus::adding2sim);
     }
     a.st = AircraftStatus::buffer;
     a.stream.resize(3);
@@ -71,16 +72,9 @@ TEST_F(SpawnTest, LeadTimesAndTheFateOfPoorStreams) {
     EXPECT_TRUE(updateLiveAc(a, motionNow()));
 }
 
-TEST_F(SpawnTest, ASingleReportNeverGetsAnObject) {
-    feed(report(firstHex, 0));
-    run(4000);
-    EXPECT_TRUE(liveAircraft.empty());
-    EXPECT_TRUE(created.empty());
-}
-
 TEST_F(SpawnTest, WhoIsRefused) {
     struct Case {
-        const char* what;
+        const char* name;
         std::string callsign, regcode, model;
         std::string spawned; ///< callsign, airline and title of what spawns; empty = dropped
     };
@@ -101,6 +95,7 @@ TEST_F(SpawnTest, WhoIsRefused) {
     };
     par::BLOCK_CALLSIGN.set("BLOCKED");
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
         resetLiveTraffic();
         ghostList.push_back("GONE1_");
         activeFlight(firstHex + 9, {air(0.5, 99999), air(0.6, 199999)}).callsign = "REAL1";
@@ -114,11 +109,10 @@ TEST_F(SpawnTest, WhoIsRefused) {
         tickCount = liveAircraft.at(1).stream.front().tick - 100;
         updateLiveAircraft();
         const LiveAircraft* a = findLive(firstHex);
-        EXPECT_EQ(a == nullptr ? "" : a->callsign + " " + a->airline + " " + std::string(a->title), c.spawned)
-            << c.what;
-        EXPECT_EQ(a == nullptr, waitingOrders().spawnQueue.empty()) << c.what;
+        EXPECT_EQ(a == nullptr ? "" : a->callsign + " " + a->airline + " " + std::string(a->title), c.spawned);
+        EXPECT_EQ(a == nullptr, waitingOrders().spawnQueue.empty());
         if (a != nullptr) {
-            EXPECT_EQ(a->category, categoryOf(a->model)) << c.what;
+            EXPECT_EQ(a->category, categoryOf(a->model));
         }
     }
     EXPECT_EQ(noMatchList.keys(), std::deque<std::string>{"DLH A388 X-XXXX"});
@@ -198,18 +192,6 @@ TEST_F(SpawnTest, ManyWaitingRequestsHoldBackBirthsAlongTheirRoute) {
     tickCount = a.stream.front().tick - 100;
     updateLiveAc(a, motionNow());
     EXPECT_EQ(a.st, AircraftStatus::adding2sim);
-}
-
-TEST_F(SpawnTest, OneTickWithManyBirthsLetsElevenWait) {
-    for (std::uint32_t i = 0; i < 80; ++i)
-        feedFlight(firstHex + i, 2, 0.001 * i);
-    tickCount = liveAircraft.at(0).stream.front().tick - 50;
-    std::size_t most = 0;
-    for (int i = 0; i < 100; ++i) {
-        tick();
-        most = std::max(most, birthsUnderWay());
-    }
-    EXPECT_EQ(most, 11U);
 }
 
 TEST_F(SpawnTest, TheLastOfTheSpawnQueueGoesFirstAndAnEmptyCallsignIsTold) {

@@ -54,7 +54,7 @@ struct StandsTest : test::TrafficTest {
 TEST_F(StandsTest, AParkedAircraftLeavesWhenItReallyMoves) {
     enum Ends { stays, leaves, goes };
     struct Case {
-        const char* what;
+        const char* name;
         const char* model;
         bool arrived;               ///< it drove here, and was not born here
         std::vector<double> metres; ///< from the stand, of the reports
@@ -80,26 +80,27 @@ TEST_F(StandsTest, AParkedAircraftLeavesWhenItReallyMoves) {
         {"too far for one that drove here", "A320", true, {201}, goes},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
         LiveAircraft& a = parkedFlight(c.model);
         a.fsPrevious = c.arrived ? FlightState::parking : FlightState::birth;
         for (const double metres : c.metres) {
-            ASSERT_EQ(a.sz(), 1U) << c.what << ": too early, before " << metres;
+            ASSERT_EQ(a.sz(), 1U) << "too early, before " << metres;
             a.pullOutDue = true; // of a leaving that was none
             decodeExisting(a, away(metres), motionNow());
         }
-        EXPECT_EQ(a.st == AircraftStatus::removingfromsim, c.ends == goes) << c.what;
-        EXPECT_EQ(a.fs, FlightState::parked) << c.what;
-        EXPECT_TRUE(a.feedAtStand) << c.what;
-        EXPECT_EQ(stands[0].liveOnIt, c.ends == stays) << c.what;
+        EXPECT_EQ(a.st == AircraftStatus::removingfromsim, c.ends == goes);
+        EXPECT_EQ(a.fs, FlightState::parked);
+        EXPECT_TRUE(a.feedAtStand);
+        EXPECT_EQ(stands[0].liveOnIt, c.ends == stays);
         if (c.ends == goes)
             continue;
-        EXPECT_EQ(a.pullOutDue, c.ends == leaves) << c.what;
-        EXPECT_EQ(a.sz(), c.ends == leaves ? 2U : 1U) << c.what;
-        EXPECT_EQ(a.stream[0].tick == tickCount + 1, c.ends == leaves) << c.what << ": the wait is over";
-        EXPECT_EQ(a.extrapCount, c.ends == leaves ? 0 : 1) << c.what;
-        EXPECT_EQ(a.lateTicks, c.ends == leaves ? 3000 : 1000) << c.what;
-        EXPECT_EQ(a.landedSearch, c.ends == stays) << c.what;
-        EXPECT_TRUE(c.ends == stays || !a.stream[1].stopped) << c.what;
+        EXPECT_EQ(a.pullOutDue, c.ends == leaves);
+        EXPECT_EQ(a.sz(), c.ends == leaves ? 2U : 1U);
+        EXPECT_EQ(a.stream[0].tick == tickCount + 1, c.ends == leaves) << "the wait is over";
+        EXPECT_EQ(a.extrapCount, c.ends == leaves ? 0 : 1);
+        EXPECT_EQ(a.lateTicks, c.ends == leaves ? 3000 : 1000);
+        EXPECT_EQ(a.landedSearch, c.ends == stays);
+        EXPECT_TRUE(c.ends == stays || !a.stream[1].stopped);
     }
     LiveAircraft& again = parkedFlight("A320");
     again.fsPrevious = FlightState::parked;
@@ -159,7 +160,7 @@ TEST_F(StandsTest, AShortStayAfterALandingTellsATow) {
 
 TEST_F(StandsTest, BornOnAStandThatFits) {
     struct Case {
-        const char* what;
+        const char* name;
         double metres, backMetres; ///< north of the stand: the first and the last sample
         double gs1;
         bool stopped; ///< the first sample
@@ -190,6 +191,7 @@ TEST_F(StandsTest, BornOnAStandThatFits) {
         {"it is not", 0, 0, 0, true, taxiing, "A320", 20, false, false, 5.1},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
         resetLiveTraffic();
         setAirportRef(AirportRef{"EDDF", "FRA", homeLat + c.airportNm / 60, homeLon, 0});
         stands = {{.id = "B9",
@@ -216,22 +218,22 @@ TEST_F(StandsTest, BornOnAStandThatFits) {
         a.lastStandDist = 1;
         a.awayCount = 2;
         const std::int64_t before = monotonicMs();
-        EXPECT_EQ(bornOnStand(a), c.place) << c.what;
-        EXPECT_EQ(a.sz(), c.place == parked ? 1U : c.place == notKnownYet ? 2U : 3U) << c.what;
-        EXPECT_EQ(a.fs, c.place == parked ? FlightState::parked : FlightState::birth) << c.what;
-        EXPECT_EQ(stands[1].liveOnIt, c.taken || c.place == parked) << c.what;
+        EXPECT_EQ(bornOnStand(a), c.place);
+        EXPECT_EQ(a.sz(), c.place == parked ? 1U : c.place == notKnownYet ? 2U : 3U);
+        EXPECT_EQ(a.fs, c.place == parked ? FlightState::parked : FlightState::birth);
+        EXPECT_EQ(stands[1].liveOnIt, c.taken || c.place == parked);
         if (c.place != parked)
             continue;
         const PositionSample& s = a.stream.front();
-        EXPECT_EQ(s.lat, homeLat) << c.what;
-        EXPECT_NEAR(s.track, 0.5 * radToDeg, 1e-9) << c.what;
-        EXPECT_EQ(s.gs, 0) << c.what;
-        EXPECT_TRUE(s.stopped) << c.what;
-        EXPECT_EQ(a.sid, 2U) << c.what;
-        EXPECT_EQ(a.standHeading, 0.5) << c.what;
-        EXPECT_TRUE(a.standCargo) << c.what;
-        EXPECT_GE(a.parkedTime, before) << c.what;
-        EXPECT_EQ(a.lastStandDist + a.awayCount, 0) << c.what;
+        EXPECT_EQ(s.lat, homeLat);
+        EXPECT_NEAR(s.track, 0.5 * radToDeg, 1e-9);
+        EXPECT_EQ(s.gs, 0);
+        EXPECT_TRUE(s.stopped);
+        EXPECT_EQ(a.sid, 2U);
+        EXPECT_EQ(a.standHeading, 0.5);
+        EXPECT_TRUE(a.standCargo);
+        EXPECT_GE(a.parkedTime, before);
+        EXPECT_EQ(a.lastStandDist + a.awayCount, 0);
     }
     LiveAircraft& a = liveAircraft[0];
     setAirportRef(std::nullopt);

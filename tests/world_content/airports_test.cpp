@@ -35,9 +35,8 @@ TEST(AirportTable, FaultsKeepTheRowsBefore) {
     };
     for (const Case& c : cases) {
         EmptyFolder folder;
-        if (c.text) {
+        if (c.text)
             EmptyFolder::write("input/airports_msfs.xml", c.text);
-        }
         EXPECT_EQ(readAirportTable(), c.rows > 0) << c.line;
         EXPECT_EQ(airportTable.size(), c.rows) << c.line;
         EXPECT_TRUE(folder.logHas(c.line)) << c.line << folder.logText();
@@ -118,7 +117,7 @@ TEST(AirportTable, NearestAgreesWithBruteForce) {
 
 TEST(AirportTable, StandsDecideBetweenNeighbours) {
     struct Case {
-        const char* what;
+        const char* name;
         std::vector<std::pair<const char*, double>> airports; ///< code and distance, in the order of the table
         std::map<std::string_view, double> stands;            ///< distance of the closest one, nautical miles
         const char *code, *line;                              ///< expected; null = none
@@ -141,6 +140,7 @@ TEST(AirportTable, StandsDecideBetweenNeighbours) {
          "Airport BBBB is closest, but stand S-AAAA at neighbouring airport AAAA is closest at 926 meters ..."},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
         EmptyFolder folder;
         airportTable.clear();
         for (const auto& [code, miles] : c.airports)
@@ -150,8 +150,8 @@ TEST(AirportTable, StandsDecideBetweenNeighbours) {
             const auto it = c.stands.find(code);
             return it == c.stands.end() ? 100.0 : it->second;
         });
-        EXPECT_EQ(found ? found->code : "none", c.code ? c.code : "none") << c.what;
-        EXPECT_TRUE(!c.line || folder.logHas(c.line)) << c.what << folder.logText();
+        EXPECT_EQ(found ? found->code : "none", c.code ? c.code : "none");
+        EXPECT_TRUE(!c.line || folder.logHas(c.line)) << folder.logText();
     }
     EXPECT_FALSE(closestAirport({-50.0, 8.0}));
 }

@@ -44,9 +44,8 @@ struct EmptyFolder : ProgramFolder {
     }
     std::filesystem::path community() const { return folder / "sim" / "Community"; }
     static void write(const std::filesystem::path& file, std::string_view bytes) {
-        if (file.has_parent_path()) {
+        if (file.has_parent_path())
             std::filesystem::create_directories(file.parent_path());
-        }
         std::ofstream(file, std::ios::binary) << bytes;
     }
 };

@@ -47,9 +47,8 @@ TEST(Content, ScanFindsExactlyWhatWasWritten) {
     EXPECT_FALSE(content.logHas("left out")) << content.logText();
 
     std::map<std::string, world::AiLivery> planned;
-    for (const world::AiLivery& livery : world::planLiveries(world::readTables(dataFolder()))) {
+    for (const world::AiLivery& livery : world::planLiveries(world::readTables(dataFolder())))
         EXPECT_TRUE(planned.emplace(livery.title, livery).second) << "twice: " << livery.title;
-    }
     for (const Livery& livery : readLiveriesScanned()) {
         const auto wanted = planned.find(livery.title);
         ASSERT_NE(wanted, planned.end()) << livery.title;
@@ -76,9 +75,8 @@ TEST(Content, LayoutNamesEveryFileWithItsSize) {
         EXPECT_EQ(fs::file_size(package / path), file.at("size").get<std::size_t>()) << path;
     }
     std::size_t files = 0;
-    for (const auto& file : fs::recursive_directory_iterator(package)) {
+    for (const auto& file : fs::recursive_directory_iterator(package))
         files += file.is_regular_file() && file.path().extension() == ".cfg" ? 1 : 0;
-    }
     EXPECT_EQ(files, content.count.models);
     EXPECT_EQ(listed.size(), files);
 }
@@ -87,11 +85,9 @@ TEST(Content, SecondRunTouchesNothingAndKeepsTheUsersFiles) {
     ContentFolder content;
     const auto snapshot = [&] {
         std::map<std::string, fs::file_time_type> times;
-        for (const auto& file : fs::recursive_directory_iterator(content.folder)) {
-            if (file.is_regular_file() && file.path().filename() != "Log.txt") {
+        for (const auto& file : fs::recursive_directory_iterator(content.folder))
+            if (file.is_regular_file() && file.path().filename() != "Log.txt")
                 times[file.path().string()] = file.last_write_time();
-            }
-        }
         return times;
     };
     const fs::path parameters = content.plan.appData / "Kestrelune" / "parameters.xml";
@@ -151,9 +147,8 @@ TEST(Content, WrongSourcesAreNamed) {
         EmptyFolder empty;
         fs::copy(dataFolder(), "data");
         fs::remove(fs::path("data") / c.file);
-        if (c.text) {
+        if (c.text)
             EmptyFolder::write(fs::path("data") / c.file, c.text);
-        }
         world::ContentPlan plan;
         plan.data = "data";
         plan.programFolder = "made";
@@ -277,12 +272,10 @@ TEST(Content, WellKnownAirports) {
         EXPECT_LT(distanceNm({entry->lat, entry->lon}, {airport.lat, airport.lon}), 1.0) << airport.code;
         EXPECT_NEAR(entry->alt, airport.feet, 50) << airport.code;
     }
-    for (const char* former : {"SPIM", "OKBK", "UAFM", "WARJ", "FVHA", "KUNV"}) {
+    for (const char* former : {"SPIM", "OKBK", "UAFM", "WARJ", "FVHA", "KUNV"})
         EXPECT_FALSE(findAirport(former)) << former;
-    }
-    for (std::size_t i = 1; i < airportTable.size(); ++i) {
+    for (std::size_t i = 1; i < airportTable.size(); ++i)
         EXPECT_LT(airportTable[i - 1].code, airportTable[i].code);
-    }
 }
 
 } // namespace
