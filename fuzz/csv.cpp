@@ -20,16 +20,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                         return std::string();
                     },
                     nullptr, again);
-                if (again != row[0] || row.line <= lastLine) {
+                if (again != row[0] || row.line <= lastLine)
                     __builtin_trap();
-                }
                 lastLine = row.line;
                 return row[1].empty() ? "" : "refused";
             },
             [&](std::size_t, const std::string&) { ++complaints; }, problem, form);
-        if (count && count->bad != complaints) {
+        if (count && count->bad != complaints)
             __builtin_trap();
-        }
     }
     return 0;
 }

@@ -28,10 +28,9 @@ std::string outcome(const std::string& text, kes::reference::ParseAs parseAs) {
         all.append(record.airl.begin(), record.airl.end()).append(record.type.begin(), record.type.end());
         all.append(record.opr.begin(), record.opr.end()) += record.cargo ? '1' : '0';
     }
-    for (const auto& codes : {tables.data.aircraftTypes, tables.data.largeTypes, tables.data.icaoAirlines}) {
+    for (const auto& codes : {tables.data.aircraftTypes, tables.data.largeTypes, tables.data.icaoAirlines})
         for (const std::string& code : codes)
             all += code + ",";
-    }
     try {
         all += kes::publisherOf(text.substr(0, 60));
     } catch (const std::exception& e) {

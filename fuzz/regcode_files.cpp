@@ -14,10 +14,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const kes::RegcodeEntry& entry : entries) {
         if (entry.title.empty())
             std::abort();
-        for (const std::string& reg : entry.regs) {
+        for (const std::string& reg : entry.regs)
             if (reg.size() < 3 || reg.size() > 12)
                 std::abort();
-        }
     }
     static const std::filesystem::path file = std::filesystem::temp_directory_path() / "kestrelune-fuzz-regcodes.xml";
     // Bare, and as the registrations of a livery, where the bytes get as far as the key.
@@ -29,10 +28,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         entries.clear();
         if (!kes::readRegcodeDocument(file, entries) && !entries.empty())
             std::abort();
-        for (const kes::RegcodeEntry& entry : entries) {
+        for (const kes::RegcodeEntry& entry : entries)
             if (entry.title.empty())
                 std::abort();
-        }
     }
     return 0;
 }

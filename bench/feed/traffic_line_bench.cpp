@@ -2,6 +2,7 @@
 // line, and finding its commas. Own main: the ratios and the allocation count need all results at hand.
 #include "core/run_state.h"
 #include "feed/traffic_reader.h"
+#include "tests/count_allocations.h"
 
 #include <algorithm>
 #include <array>
@@ -11,30 +12,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <new>
-
-namespace bench {
-std::size_t allocations = 0;
-void* take(std::size_t size);
-} // namespace bench
-
-void* operator new(std::size_t size) {
-    return bench::take(size);
-}
-void operator delete(void* room) noexcept {
-    std::free(room);
-}
-void operator delete(void* room, std::size_t) noexcept {
-    std::free(room);
-}
-
-// Not inlined into its users, who pair new and delete and not malloc and free.
-[[gnu::noinline]] void* bench::take(std::size_t size) {
-    ++allocations;
-    if (void* room = std::malloc(size == 0 ? 1 : size))
-        return room;
-    throw std::bad_alloc();
-}
 
 namespace {
 
@@ -102,10 +79,10 @@ std::size_t allocationsOf(const std::function<void()>& work) {
     // Every slot of the queue has been used once before the count begins.
     for (std::size_t i = 0; i <= ReportQueue::capacity; ++i)
         work();
-    const std::size_t before = bench::allocations;
+    const std::size_t before = test::allocations;
     for (int i = 0; i < 1000; ++i)
         work();
-    return bench::allocations - before;
+    return test::allocations - before;
 }
 
 } // namespace

@@ -100,13 +100,12 @@ const std::string& document() {
             out << fmt::format("<{0}><ICAO codes=\"{1}\"/></{0}>\n", section, airlines);
         out << "<publishers>\n" << names << "</publishers>\n<wingspans>\n" << spans << "</wingspans>\n";
         out << "<simaddons20><simaddon20 arpts=\"EHAM\"/></simaddons20>\n<dbase>\n";
-        for (int i = 0; i < registrations; ++i) {
+        for (int i = 0; i < registrations; ++i)
             out << fmt::format("\t<db reg=\"{}\" airl=\"{}\" type=\"{}\"{}{}/>\n", escaped(encryptRegcode(regcode(i))),
                                escaped(encryptAirline(i % 250 == 0 ? "PVT" : letters(random, 3))),
                                escaped(encryptModel(types()[random() % types().size()])),
                                i % 4 ? "" : fmt::format(" opr=\"{}\"", escaped(encryptAirline(letters(random, 3)))),
                                i % 20 ? "" : " cargo=\"1\"");
-        }
         out << "</dbase>\n";
         return file.string();
     }()};
@@ -231,17 +230,15 @@ BENCHMARK(publisherFound);
 void publisherByExpressionsAlone(benchmark::State& state) {
     filled();
     std::vector<std::pair<std::string, std::regex>> names;
-    for (const auto& group : referenceData().publisherGroups) {
+    for (const auto& group : referenceData().publisherGroups)
         for (const std::string& name : group)
             names.emplace_back(name, std::regex(".*" + name + ".*", std::regex::ECMAScript | std::regex::icase));
-    }
     std::size_t i = 0;
     for (auto _ : state) {
         const std::string& text = publisherTexts[i++ % publisherTexts.size()];
-        for (const auto& [name, expression] : names) {
+        for (const auto& [name, expression] : names)
             if (text.find(name) != std::string::npos || std::regex_match(text, expression))
                 break;
-        }
     }
 }
 BENCHMARK(publisherByExpressionsAlone)->Unit(benchmark::kMicrosecond);

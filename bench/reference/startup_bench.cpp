@@ -156,10 +156,9 @@ struct Measured {
 
 long peakKb() {
     std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);) {
+    for (std::string line; std::getline(status, line);)
         if (line.starts_with("VmHWM:"))
             return std::atol(line.c_str() + 6);
-    }
     return 0;
 }
 

@@ -63,10 +63,9 @@ double additions(std::size_t count, std::int64_t ticks) {
     std::vector<Numbers> all(count, Numbers{{50, 8, 0, 0, 1, 5000}, {1e-6, 1e-6, 1e-7, 1e-7, 1e-6, 0.01}});
     const auto start = std::chrono::steady_clock::now();
     for (std::int64_t tick = 0; tick < ticks; ++tick) {
-        for (Numbers& n : all) {
+        for (Numbers& n : all)
             for (int k = 0; k < 6; ++k)
                 n.value[k] += n.step[k];
-        }
     }
     const double took = seconds(start);
     double sum = 0;
