@@ -1,4 +1,4 @@
-// kestrelune-inspect: what installed packages give, and which livery an aircraft gets.
+// kestrelune-inspect: what installed packages give, which livery an aircraft gets, and the stands of an airport.
 #include "core/errors.h"
 #include "core/folders.h"
 #include "core/log.h"
@@ -9,6 +9,7 @@
 #include "reference/reference.h"
 #include "reference/reference_document.h"
 #include "tools/command_line/command_line.h"
+#include "tools/inspect/airport.h"
 #include "tools/inspect/inspect.h"
 
 #include <CLI/CLI.hpp>
@@ -27,13 +28,18 @@ struct Arguments {
     std::vector<std::string> names;
     std::vector<fs::path> folders;
     int depth = 4;
-    bool match = false; ///< else liveries
+    bool match = false, airport = false; ///< else liveries
+    inspect::AirportQuery query;
+    std::string program = ".", learned, html;
+    int day = 1, halfHour = 24;
     bool keepStubs = false, random = false;
 };
 
 std::optional<command_line::Ending> read(const std::vector<std::string>& words, Arguments& arguments) {
     using command_line::addText;
-    CLI::App app("Tells what installed packages give, and which livery an aircraft gets.", "kestrelune-inspect");
+    CLI::App app(
+        "Tells what installed packages give, which livery an aircraft gets, and what is known of an airport's stands.",
+        "kestrelune-inspect");
     command_line::prepare(app);
     app.require_subcommand(1);
     app.fallthrough(); // the options of both may stand behind the command, too
@@ -62,16 +68,33 @@ std::optional<command_line::Ending> read(const std::vector<std::string>& words, 
     command_line::addNumber(*match, "--depth", arguments.depth, 1, 4, "How far the search goes (4)");
     match->add_flag("--random", arguments.random, "Choose among several liveries by chance (the first one)");
 
+    CLI::App* const airport = app.add_subcommand(
+        "airport",
+        "Reads the stands of an airport as the program does, base file and what was learned on top of it, and writes\n"
+        "JSON: what was read, every warning, and the quality. Registrations are looked up with --document or a\n"
+        "dbase.zip only. Ends with 1 when the program would not use the airport.");
+    airport->add_option("airport", arguments.query.airport, "An airport file, or the code of an airport")
+        ->type_name("FILE|CODE");
+    addText(*airport, "--program", "FOLDER", arguments.program, "The program folder to look for a code in (.)");
+    addText(*airport, "--learned", "FILE", arguments.learned, "The learned file on top, instead of the folder's");
+    addText(*airport, "--html", "FILE", arguments.html, "Draw the stands and who stands there");
+    command_line::addNumber(*airport, "--day", arguments.day, 1, 7, "... on this day of the week, 1 = Monday (1)");
+    command_line::addNumber(*airport, "--half-hour", arguments.halfHour, 0, 47, "... in this half-hour in UTC (24)");
+
     if (const auto ending = command_line::parse(app, words))
         return ending;
     arguments.match = match->parsed();
-    if (!arguments.match && arguments.names.empty())
+    arguments.airport = airport->parsed();
+    if (arguments.airport && arguments.query.airport.empty())
+        return command_line::wrong(app, "no airport is given");
+    if (!arguments.match && !arguments.airport && arguments.names.empty())
         return command_line::wrong(app, "no folder is given");
     if (arguments.match && arguments.liveries.empty())
         return command_line::wrong(app, "match wants --liveries FILE");
     for (const std::string& name : arguments.names)
         arguments.folders.push_back(fs::absolute(platform::pathFrom(name)));
-    for (std::string* file : {&arguments.document, &arguments.regcodes, &arguments.logFile, &arguments.liveries}) {
+    for (std::string* file : {&arguments.document, &arguments.regcodes, &arguments.logFile, &arguments.liveries,
+                              &arguments.program, &arguments.learned, &arguments.html}) {
         if (!file->empty())
             *file = platform::pathText(fs::absolute(platform::pathFrom(*file)));
     }
@@ -104,17 +127,39 @@ int match(const Arguments& arguments) {
     return 0;
 }
 
+int airport(const Arguments& arguments) {
+    inspect::AirportQuery query = arguments.query;
+    query.program = platform::pathFrom(arguments.program);
+    query.learned = platform::pathFrom(arguments.learned);
+    query.log = platform::pathFrom(arguments.logFile);
+    const auto result = inspect::inspectAirport(query);
+    std::cout << result.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+    if (!arguments.html.empty()) {
+        std::string reason;
+        if (!platform::replaceFile(platform::pathFrom(arguments.html),
+                                   inspect::airportPage(result, arguments.day, arguments.halfHour), reason))
+            throw std::runtime_error(fmt::format("{}: {}", arguments.html, reason));
+    }
+    const auto& totals = result["totals"];
+    std::cerr << fmt::format("{} stands, {} options, {} warnings{}\n", totals["stands"].get<std::size_t>(),
+                             totals["options"].get<std::size_t>(), result["warnings"].size(),
+                             result.contains("error") ? ": " + result["error"].get<std::string>() : "");
+    return result.contains("error") ? 1 : 0;
+}
+
 int run(const Arguments& arguments) {
     const inspect::WorkFolder work(arguments.updates);
-    if (!arguments.logFile.empty())
+    if (!arguments.logFile.empty() && !arguments.airport)
         openLog(platform::pathFrom(arguments.logFile));
     setParameterDefaults();
     if (!arguments.regcodes.empty())
         fs::copy(platform::pathFrom(arguments.regcodes), path::myRegcodes);
-    if (arguments.document.empty())
-        readDataBase();
-    else
+    if (!arguments.document.empty())
         readReferenceDocument(platform::pathFrom(arguments.document));
+    else if (!arguments.airport || fs::exists(platform::pathFrom(arguments.updates) / "dbase.zip"))
+        readDataBase();
+    if (arguments.airport)
+        return airport(arguments);
     int code = 0;
     if (arguments.match) {
         code = match(arguments);

@@ -115,10 +115,16 @@ void addAirports(CLI::App& app, PackPlan& plan) {
             "airports.csv of OurAirports; writes airports_msfs.xml and airports_msfs_names.xml for the program's input "
             "folder");
     addPath(app, "--airports-out", "DIR", plan.airportsOut, "... where (default: the folder of --out)");
+    addNeeded(
+        app, "--apt", "FILE", [&plan](const std::string& value) { plan.apt.push_back(platform::pathFrom(value)); },
+        "Airport layouts in the public apt.dat form, plain or gzip; writes MSFS/archive/stock/. May come again; does "
+        "without --data");
 }
 
 std::string incomplete(const Command& command) {
-    if (command.plan.data.empty() || command.plan.out.empty()) {
+    const bool standsAlone = !command.plan.apt.empty() && command.plan.ourAirports.empty() &&
+                             command.plan.aircraft.empty() && !command.plan.typeList;
+    if ((command.plan.data.empty() && !standsAlone) || command.plan.out.empty()) {
         return "--data and --out are needed";
     }
     for (const AircraftImport& import : command.plan.aircraft) {
@@ -143,9 +149,10 @@ std::optional<command_line::Ending> readCommand(const std::vector<std::string>& 
     addTypeList(app, command.plan);
     addAircraft(app, command.plan);
     addAirports(app, command.plan);
-    app.footer("--data and --out are needed. Bad rows are counted, listed and left out. Doubtful ones are listed and\n"
-               "kept: airports at one place, and elevations far from those around.\n\n"
-               "Exit codes: 0 written, 1 failed, 2 wrong arguments.");
+    app.footer(
+        "--data and --out are needed, --out alone with nothing but --apt. Bad rows are counted, listed and left\n"
+        "out. Doubtful ones are listed and kept: airports at one place, and elevations far from those around.\n\n"
+        "Exit codes: 0 written, 1 failed, 2 wrong arguments.");
     if (const auto ending = command_line::parse(app, arguments)) {
         return ending;
     }
@@ -204,6 +211,14 @@ void tell(const Command& command, const PackCount& count, std::string& out) {
                            counted(count.airportsLeftOut, "airport"), count.airportsAtSeaLevel);
     }
     const std::string folder = platform::pathText(command.plan.out);
+    if (!command.plan.apt.empty()) {
+        out += fmt::format("written to {}: {} with {}; {} without a stand or in a layout before, {} without a code\n",
+                           folder, counted(count.stockFiles, "stock airport file"), counted(count.stands, "stand"),
+                           counted(count.airportsWithoutStands, "airport"), count.airportsWithoutCode);
+    }
+    if (command.plan.data.empty()) {
+        return;
+    }
     out += fmt::format("written to {}: {}, {}, {}, {}, {}, {} of publishers' airports, {}, {}", folder,
                        counted(count.types, "type"), counted(count.airlines, "airline"),
                        counted(count.registrations, "registration"), counted(count.similarGroups, "similar group"),

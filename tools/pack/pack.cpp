@@ -3,6 +3,7 @@
 #include "platform/system.h"
 #include "platform/zip.h"
 #include "tools/pack/airport_check.h"
+#include "tools/pack/apt.h"
 #include "tools/pack/document.h"
 #include "tools/pack/doubts.h"
 #include "tools/pack/imports.h"
@@ -155,6 +156,10 @@ PackCount packUpdates(const PackPlan& plan) {
         throw std::runtime_error("no folder to write to is given");
     }
     PackCount count;
+    if (plan.data.empty() && !plan.apt.empty()) {
+        packStands(plan.apt, plan.out, count);
+        return count;
+    }
     Sources sources;
     readFirstSources(plan.data, sources, count);
     if (plan.typeList) {
@@ -200,6 +205,9 @@ PackCount packUpdates(const PackPlan& plan) {
         const fs::path folder = plan.airportsOut.empty() ? plan.out : plan.airportsOut;
         writeFile(folder / "airports_msfs.xml", airportTable(airports));
         writeFile(folder / "airports_msfs_names.xml", airportNames(airports));
+    }
+    if (!plan.apt.empty()) {
+        packStands(plan.apt, plan.out, count);
     }
     return count;
 }

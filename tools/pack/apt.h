@@ -1,0 +1,49 @@
+// Stock airport files out of airport layouts in the public apt.dat form.
+#pragma once
+
+#include "airports/airport_file.h"
+#include "tools/pack/pack.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kes::pack {
+
+/// A start place as a layout tells it.
+struct AptStart {
+    std::size_t line = 0;                 ///< in its file, from 1
+    double lat = 0, lon = 0, heading = 0; ///< degrees; the heading in any turn
+    std::string kind;                     ///< gate, tie_down, hangar, misc; empty in the old form
+    std::string classes;                  ///< heavy|jets|turboprops|props|helos|fighters, or all
+    std::string name;
+    char width = 0;        ///< A to F, 0 = not told
+    std::string operation; ///< none, general_aviation, airline, cargo, military; empty = not told
+};
+struct AptAirport {
+    std::string code; ///< ICAO code where the layout tells one, else its own
+    std::string name;
+    double elevation = 0; ///< feet
+    std::vector<AptStart> starts;
+};
+
+/// Reads a layout file of form 1100, one before or after it, plain or gzip. Start places of the old kind (row 15) count
+/// only where an airport has none of the new kind. Rows that cannot be used are added to `bad`. Throws
+/// std::runtime_error when the file cannot be read or is no layout file.
+std::vector<AptAirport> readApt(const std::filesystem::path& file, std::vector<BadRow>& bad);
+/// The same of a text; `file` is told with bad rows.
+std::vector<AptAirport> parseApt(std::string_view text, const std::string& file, std::vector<BadRow>& bad);
+
+/// The stands of an airport in the order of its start places, each with an id of its own.
+std::vector<Stand> standsOf(const AptAirport& airport);
+
+/// The shortest name by which people know a stand: "247" of "Terminal 1 Gate 247", "A08" of "Dock A Gate 08".
+std::string spotterId(std::string_view name);
+
+/// Writes `MSFS/archive/stock/<code>.xml` below `out` for every airport of the files that has a stand; of one that is
+/// in several, the first counts. Throws std::runtime_error.
+void packStands(const std::vector<std::filesystem::path>& files, const std::filesystem::path& out, PackCount& count);
+
+} // namespace kes::pack
