@@ -1,5 +1,6 @@
 #include "airports/airport_source.h"
 
+#include "airports/airport_errand.h"
 #include "core/folders.h"
 #include "core/log.h"
 #include "platform/file.h"
@@ -124,6 +125,8 @@ bool airportFileExists(std::string_view code) {
 bool downloadAirportFile(std::string_view path, const fs::path& target, std::string& url) {
     const bool ofBoth = path.find("simaddon") != std::string_view::npos || path.find("stock") != std::string_view::npos;
     url = airportsBaseUrl(ofBoth) + std::string(path);
+    if (takeFetched(path, target))
+        return true;
     const CurlHandle curl;
     if (downloadToFile(curl.handle, url, target, false))
         return true;
