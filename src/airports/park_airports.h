@@ -12,8 +12,8 @@
 namespace kes {
 
 struct ParkAirportEntry {
-    std::string code;        ///< ICAO code
-    std::string stand;       ///< id of the stand kept for the user, may be empty
+    std::string code{};      ///< ICAO code
+    std::string stand{};     ///< id of the stand kept for the user, may be empty
     double lat = 0, lon = 0; ///< degrees, of the airport
     double distance = 0;     ///< nautical miles to the user, as `refreshDistances` saw it
     LatLon position() const { return {lat, lon}; }

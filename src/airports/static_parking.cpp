@@ -90,11 +90,9 @@ std::string lf_readParkedFile(const AirportBase& base) {
     parkAirportFile = {};
     maxLiveBefore = par::MAX_LIVE;
     std::string problem = gf_readApf(base.source, parkAirportFile, qualityPair, stands);
-    if (par::MAX_LIVE != *maxLiveBefore)
-        windowRequests.maxLive = true; // the airport has its own
     if (!problem.empty())
         return problem;
-    changeForNow(par::MAX_FIT_FL, static_cast<float>(maxFitHours())); // likewise
+    changeForNow(par::MAX_FIT_FL, static_cast<float>(maxFitHours())); // the airport has its own
     chooseSoftLearning();
     reserveAtLoad();
     saveUpdates = 0;

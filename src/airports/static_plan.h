@@ -17,9 +17,9 @@ namespace kes {
 struct StaticPlacement {
     std::uint32_t sid = 0; ///< the stand
     std::int32_t fit = 0;  ///< how many half-hours before now the option lay
-    std::string airline, model;
-    std::string coupledCs1, coupledCs2;
-    std::string regcode;
+    std::string airline{}, model{};
+    std::string coupledCs1{}, coupledCs2{};
+    std::string regcode{};
     bool firstLeg = true; ///< still on its arrival callsign; false: it takes the departure callsign
 };
 

@@ -1,0 +1,432 @@
+// Numbers, passes, creation and renewal of static aircraft.
+#include "airport_harness.h"
+
+#include <functional>
+
+namespace kes {
+namespace {
+
+using test::AirportTest;
+using test::field;
+using test::hoursOf;
+using test::metre;
+
+struct StaticPlanTest : AirportTest {
+    static ParkPosOption dlh(const std::string& callsign, std::initializer_list<int> slots, int day = 3, int real = 1) {
+        ParkPosOption option;
+        option.airline = "DLH";
+        option.model = "A320";
+        option.coupledCs1 = callsign;
+        option.hours = hoursOf(slots);
+        option.day = static_cast<std::uint32_t>(day);
+        option.real = real;
+        return option;
+    }
+    static void fill() {
+        clearPlan();
+        setWanted();
+        if (wantedParked > 0)
+            runPasses(0);
+        sortByFit(true);
+    }
+};
+
+TEST_F(StaticPlanTest, WantedNumber) {
+    const struct {
+        const char* name;
+        std::size_t stands;
+        int percent, custom, most, wanted, shown;
+    } rows[] = {
+        {"two stands", 2, 30, -1, -1, 1, 30},
+        {"four stands, rounded", 4, 30, -1, -1, 1, 30},
+        {"four stands, rounded up", 4, 40, -1, -1, 2, 40},
+        {"one stand", 1, 100, -1, -1, 1, 100},
+        {"three stands, half", 3, 50, -1, -1, 2, 50},
+        {"three stands, less", 3, 49, -1, -1, 1, 49},
+        {"custom percentage", 100, 30, 0, -1, 0, 0},
+        {"custom most", 100, 30, -1, 10, 10, 10},
+        {"custom most not reached", 100, 30, -1, 50, 30, 30},
+        {"custom most 0", 10, 30, -1, 0, 0, 0},
+        {"no stands", 0, 30, -1, 5, 1, 0},
+    };
+    for (const auto& row : rows) {
+        par::parking_percentage.value = row.percent;
+        par::CUSTOM_PARKING_PERCENTAGE.value = row.custom;
+        par::CUSTOM_MAX_PARK.value = row.most;
+        std::int32_t shown = -1;
+        EXPECT_EQ(wantedNumber(row.stands, shown), row.wanted) << row.name;
+        EXPECT_EQ(shown, row.shown) << row.name;
+    }
+}
+
+TEST_F(StaticPlanTest, PassesTakeWhatTimeAndSettingsAllow) {
+    struct Row {
+        const char* name;
+        HhNow now;
+        std::vector<ParkPosOption> options; ///< one to a stand
+        std::function<void()> settings;
+        const char* planned;
+    };
+    const auto nothing = [] {};
+    const Row rows[] = {
+        {"the previous day is Sunday", {1, 0}, {dlh("A", {46}, 7), dlh("B", {46}, 1)}, nothing, "1 A 2, "},
+        {"a week ignores the day",
+         {1, 0},
+         {dlh("A", {46}, 4), dlh("B", {45}, 2)},
+         [] { par::WEEK.value = true; },
+         "1 A 2, 2 B 3, "},
+        {"MAX_FIT 0", {3, 20}, {dlh("A", {20}), dlh("B", {19})}, [] { par::MAX_FIT.value = 0; }, "1 A 0, "},
+        {"soft ones fill up", {3, 20}, {dlh("A", {20}, 3, 0), dlh("B", {18})}, nothing, "1 A 0, 2 B 2, "},
+        {"no soft ones",
+         {3, 20},
+         {dlh("A", {20}, 3, 0), dlh("B", {18})},
+         [] { par::PARK_SOFT.value = false; },
+         "2 B 2, "},
+        {"fake lets soft ones in",
+         {3, 20},
+         {dlh("A", {20}, 3, 0)},
+         [] {
+             par::PARK_SOFT.value = false;
+             par::PARK_FAKE.value = true;
+         },
+         "1 A 0, "},
+        {"enough real ones",
+         {3, 20},
+         {dlh("A", {20}, 3, 0), dlh("B", {3})},
+         [] { par::CUSTOM_MAX_PARK.value = 1; },
+         "2 B 17, "},
+        {"the last round is cut at its end",
+         {3, 20},
+         {dlh("A", {19}), dlh("B", {20}), dlh("C", {19})},
+         [] { par::CUSTOM_MAX_PARK.value = 2; },
+         "2 B 0, 1 A 1, "},
+        {"nobody twice at the same time", {3, 20}, {dlh("A", {20}), dlh("A", {20})}, nothing, "1 A 0, "},
+        {"options without callsigns are not each other's",
+         {3, 20},
+         {dlh("", {20}), dlh("", {20})},
+         nothing,
+         "1  0, 2  0, "},
+        {"none wanted", {3, 20}, {dlh("A", {20})}, [] { par::CUSTOM_MAX_PARK.value = 0; }, ""},
+    };
+    for (const Row& row : rows) {
+        setParameterDefaults();
+        par::RANDOM.value = false;
+        par::parking_percentage.value = 100;
+        stands.clear();
+        for (std::size_t n = 0; n < row.options.size(); ++n)
+            addOption(addStand(100.0 * static_cast<double>(n)), row.options[n]);
+        row.settings();
+        setHhNow(row.now);
+        fill();
+        EXPECT_EQ(planned(), row.planned) << row.name;
+    }
+}
+
+TEST_F(StaticPlanTest, ChanceSaysWhichOfTheLastRoundStayAway) {
+    for (int n = 0; n < 40; ++n)
+        addOption(addStand(100.0 * n), dlh("C" + std::to_string(n), {20}));
+    par::parking_percentage.value = 25;
+    std::set<std::uint32_t> used;
+    for (int round = 0; round < 20; ++round) {
+        fill();
+        ASSERT_EQ(toPark.size(), 10u);
+        for (const StaticPlacement& p : toPark)
+            used.insert(p.sid);
+    }
+    EXPECT_GT(used.size(), 30u);
+}
+
+TEST_F(StaticPlanTest, CallsignOfALeg) {
+    const struct {
+        const char *cs1, *cs2;
+        bool first;
+        const char* callsign;
+    } rows[] = {{"DLH1", "DLH2", true, "DLH1*"},
+                {"DLH1", "DLH2", false, "DLH2*"},
+                {"DLH1", "", false, "DLH1*"},
+                {"", "DLH2", true, "DLH2*"},
+                {"DLH1__", "", true, "DLH1*"},
+                {"DLH1*", "", true, "DLH1*"},
+                {"", "", true, ""}};
+    for (const auto& row : rows)
+        EXPECT_EQ(lf_detcs({.coupledCs1 = row.cs1, .coupledCs2 = row.cs2, .firstLeg = row.first}), row.callsign)
+            << row.cs1 << " " << row.cs2;
+    EXPECT_TRUE(program.logHas("lf_detcs callsign is empty.."));
+}
+
+TEST_F(StaticPlanTest, CreationOrdersWhatIsStillFree) {
+    enum Way { created, cancelled, waits };
+    struct Row {
+        const char* name;
+        std::function<void()> prepare;
+        Way way;
+        const char* line;
+    };
+    const auto liveOn = [](std::uint32_t sid, bool parked) {
+        live.assign(1, {.hexid = 0x400001, .sid = sid, .callsign = "BAW9", .parked = parked});
+    };
+    const Row rows[] = {
+        {"free", [] {}, created, ""},
+        {"a live one", [&] { liveOn(2, true); }, cancelled,
+         "S2      : no static parking for DLH A320, live aircraft BAW9 standing here"},
+        {"a live one next door", [&] { liveOn(1, false); }, cancelled,
+         "S2      : no static parking for DLH A320, live aircraft BAW9 is adjacent at S1, possibly colliding"},
+        {"a live one elsewhere", [&] { liveOn(3, true); }, created, ""},
+        {"a live one without a stand", [&] { liveOn(0, true); }, created, ""},
+        {"a static one",
+         [] {
+             addParked(2, "X", {3, 3});
+         },
+         cancelled,
+         "S2      : no static parking for DLH A320, static aircraft X* is adjacent at S2, possibly colliding"},
+        {"a static one next door",
+         [] {
+             addParked(1, "X", {3, 3});
+         },
+         cancelled, "static aircraft X* is adjacent at S1"},
+        {"one that leaves",
+         [] {
+             addParked(2, "X", {3, 3}).st = AircraftStatus::removingfromsim;
+         },
+         waits, ""},
+        {"no such stand", [] { toPark.back().sid = 9; }, cancelled, "stand with id 9 not found"},
+        {"no livery", [] { toPark.back().model = "C172"; }, cancelled, "S2      : "},
+        {"no callsign", [] { toPark.back().coupledCs1.clear(); }, created, ""},
+    };
+    for (const Row& row : rows) {
+        resetAll();
+        live.clear();
+        setRandomSeed(3);
+        setHhNow({1, 0});
+        for (int n = 0; n < 3; ++n)
+            addStand(200.0 * n);
+        stands[1].adjacent = {1};
+        stands[1].heading = 1.5;
+        stands[1].cargo = true;
+        toPark = {{.sid = 2, .fit = 3, .airline = "DLH", .model = "A320", .coupledCs1 = "DLH1", .regcode = "D-AIZA"}};
+        par::LOG.value = true;
+        allowWaiting();
+        row.prepare();
+        const std::size_t before = parkedAircraft.size();
+        createNextStatic();
+        ASSERT_EQ(parkedAircraft.size() - before, row.way == created ? 1u : 0u) << row.name;
+        EXPECT_EQ(toPark.size(), row.way == waits ? 1u : 0u) << row.name;
+        EXPECT_TRUE(program.logHas(row.line)) << row.name << program.logText();
+        if (row.way != created)
+            continue;
+        const AiAircraft& a = parkedAircraft.back();
+        ASSERT_EQ(waitingOrders().staticCreateQueue.size(), 1u);
+        const CreateRequest& request = waitingOrders().staticCreateQueue.front();
+        EXPECT_EQ(request.hexid, a.hexid);
+        EXPECT_EQ(request.tailNumber, a.callsign);
+        EXPECT_EQ(request.title, "DLH A320");
+        EXPECT_EQ(request.lat, stands[1].lat);
+        EXPECT_NEAR(request.heading, 85.94, 0.01);
+        EXPECT_EQ(a.st, AircraftStatus::adding2sim);
+        EXPECT_TRUE(a.standCargo);
+        EXPECT_EQ(a.sid, 2u);
+        EXPECT_EQ(a.parkedAt, (HhNow{7, 45}));
+        EXPECT_EQ(a.callsign, a.coupledCs1.empty() ? "DLH" + std::to_string(a.hexid) + "*" : "DLH1*");
+    }
+}
+
+TEST_F(StaticPlanTest, AnAircraftThatNeverLeavesIsNotWaitedForForEver) {
+    addStand(0);
+    addParked(1, "X", {3, 3}).st = AircraftStatus::removingfromsim;
+    toPark = {{.sid = 1, .airline = "DLH", .model = "A320"}};
+    allowWaiting();
+    for (int n = 0; n < 121; ++n)
+        createNextStatic();
+    EXPECT_TRUE(toPark.empty());
+}
+
+TEST_F(StaticPlanTest, NoHexidIsGivenTwice) {
+    for (const std::uint32_t used : {1U, 2U, 500U, 9999U})
+        parkedAircraft.emplace_back().hexid = used;
+    for (int n = 0; n < 20100; ++n) {
+        const std::uint32_t hexid = nextStaticHexid();
+        ASSERT_TRUE(hexid > 2 && hexid != 500 && hexid < 9999) << hexid;
+    }
+}
+
+struct RenewalTest : StaticPlanTest {
+    void SetUp() override {
+        StaticPlanTest::SetUp();
+        setAirportRef(AirportRef{"EDDF", "FRA", field.lat, field.lon, 364});
+        setWallClockMs(1'000'000'000'000);
+        prepare();
+    }
+    static void prepare() {
+        setParameterDefaults();
+        par::RANDOM.value = false;
+        par::parking_percentage.value = 100;
+        setHhNow({3, 20});
+        stands.clear();
+        parkedAircraft.clear();
+        live.clear();
+        liveRemoved.clear();
+        for (int n = 0; n < 5; ++n)
+            addStand(200.0 * n);
+    }
+    static std::string leaving() {
+        std::string text;
+        for (const AiAircraft& a : parkedAircraft)
+            if (a.st == AircraftStatus::removingfromsim)
+                text += a.callsign + " ";
+        return text;
+    }
+    static void park(std::uint32_t hexid, std::uint32_t sid, int minutes, AircraftCategory category,
+                     bool seen = false) {
+        live.push_back({.hexid = hexid,
+                        .sid = sid,
+                        .callsign = "L" + std::to_string(hexid),
+                        .label = "label" + std::to_string(hexid),
+                        .category = category,
+                        .parkedTime = monotonicMs() - minutes * 60000LL,
+                        .parked = true,
+                        .feedAtStand = seen});
+    }
+};
+
+TEST_F(RenewalTest, EachStaticAircraftIsJudged) {
+    struct Row {
+        const char* name;
+        std::function<void()> prepare;
+        std::set<std::string> reported;
+        const char *leaving, *planned;
+    };
+    const auto one = [](const ParkPosOption& option, HhNow parkedAt = {3, 18}) {
+        return [=] {
+            addOption(stands[0], option);
+            addParked(1, "DLH1", parkedAt);
+        };
+    };
+    const auto pair = [](std::initializer_list<int> slots, HhNow now = {3, 20}) {
+        return [=] {
+            setHhNow(now);
+            ParkPosOption option = dlh("DLH1", slots, now.day);
+            option.coupledCs2 = "DLH2";
+            addOption(stands[0], option);
+            addParked(1, "DLH1", later(now, -2)).coupledCs2 = "DLH2";
+        };
+    };
+    const Row rows[] = {
+        {"its option still speaks for it", one(dlh("DLH1", {18})), {}, "", ""},
+        {"another option of its kind, too", one(dlh("", {5})), {}, "", ""},
+        {"its option is of another day", one(dlh("DLH1", {18}, 5)), {}, "DLH1* ", ""},
+        {"its option was yesterday, before this time", one(dlh("DLH1", {20}, 2)), {}, "DLH1* ", ""},
+        {"its option was yesterday, after this time", one(dlh("DLH1", {21}, 2), {2, 21}), {}, "", ""},
+        {"of a week any day",
+         [&] {
+             par::WEEK.value = true;
+             one(dlh("DLH1", {18}, 5))();
+         },
+         {},
+         "",
+         ""},
+        {"the real one is reported", one(dlh("DLH1", {18})), {"DLH1"}, "DLH1* ", ""},
+        {"the option of a newer one", one(dlh("DLH7", {19})), {}, "DLH1* ", "1 DLH7 1, "},
+        {"the option of an older one", one(dlh("DLH7", {17})), {}, "", ""},
+        {"the option of one as old", one(dlh("DLH7", {18})), {}, "", ""},
+        {"newer over the end of the week",
+         [&] {
+             setHhNow({1, 1});
+             one(dlh("DLH7", {0}, 1), {7, 47})();
+         },
+         {},
+         "DLH1* ",
+         "1 DLH7 1, "},
+        {"no stand",
+         [&] {
+             addParked(0, "DLH1", {3, 18});
+         },
+         {},
+         "DLH1* ",
+         ""},
+        {"its departure is not next", pair({18, 19, 20, 21}), {}, "", ""},
+        {"its departure is next", pair({18, 19, 20}), {}, "DLH1* ", "1 DLH1 18, "},
+        {"its departure is tomorrow",
+         [&] {
+             pair({45, 46, 47}, {3, 47})();
+             addOption(stands[0], dlh("", {0}, 4));
+         },
+         {},
+         "",
+         ""},
+        {"its departure is reported", pair({18, 19, 20}), {"DLH2"}, "DLH1* ", ""},
+    };
+    for (const Row& row : rows) {
+        prepare();
+        row.prepare();
+        renewParking(row.reported);
+        EXPECT_EQ(leaving(), row.leaving) << row.name;
+        EXPECT_EQ(planned(), row.planned) << row.name;
+        EXPECT_TRUE(placingGoesOn());
+        for (const StaticPlacement& p : toPark)
+            EXPECT_EQ(lf_detcs(p), p.coupledCs2.empty() ? p.coupledCs1.empty() ? "" : p.coupledCs1 + "*" : "DLH2*");
+    }
+}
+
+TEST_F(RenewalTest, MoreThanWantedGo) {
+    // The best plans stay, then the oldest static aircraft, then the live ones that came last.
+    for (int n = 0; n < 3; ++n) {
+        addOption(stands[static_cast<std::size_t>(n)], dlh("DLH" + std::to_string(n), {16 + n}));
+        addParked(static_cast<std::uint32_t>(n + 1), "DLH" + std::to_string(n), {3, 16 + n});
+    }
+    addOption(stands[3], dlh("NEW", {20}));
+    park(0x400001, 5, 10, AircraftCategory::large);
+    const struct {
+        int wanted;
+        const char *leaving, *planned;
+        std::size_t liveLeft;
+    } rows[] = {{5, "", "4 NEW 0, ", 1},
+                {4, "", "", 1},
+                {3, "DLH2* ", "", 1},
+                {2, "DLH0* DLH1* DLH2* ", "4 NEW 0, ", 1}, // found at once, so older options do not count
+                {1, "DLH0* DLH1* DLH2* ", "", 1},
+                {0, "DLH0* DLH1* DLH2* ", "", 0}};
+    for (const auto& row : rows) {
+        for (AiAircraft& a : parkedAircraft)
+            a.st = AircraftStatus::active;
+        par::CUSTOM_MAX_PARK.value = row.wanted;
+        renewParking({});
+        EXPECT_EQ(leaving(), row.leaving) << row.wanted;
+        EXPECT_EQ(planned(), row.planned) << row.wanted;
+        EXPECT_EQ(live.size(), row.liveLeft) << row.wanted;
+    }
+}
+
+TEST_F(RenewalTest, LiveAircraftStayForATime) {
+    const auto parkAll = [] {
+        live.clear();
+        liveRemoved.clear();
+        park(0x400001, 1, 90, AircraftCategory::large);
+        park(0x400002, 2, 91, AircraftCategory::large);
+        park(0x400003, 3, 180, AircraftCategory::heavy);
+        park(0x400004, 4, 181, AircraftCategory::heavy);
+        park(0x400005, 5, 500, AircraftCategory::large, true);
+        for (Stand& stand : stands)
+            if (stand.options.empty())
+                addOption(stand, dlh("C" + stand.id, {20}));
+        live.push_back({.hexid = 0x400006, .sid = 2, .parked = false});
+    };
+    using Hexids = std::vector<std::uint32_t>;
+    parkAll();
+    renewParking({});
+    EXPECT_EQ(liveRemoved, (Hexids{0x400002, 0x400004}));
+    EXPECT_EQ(planned(), "2 CS2 0, 4 CS4 0, ") << "only on stands of nobody";
+    parkAll();
+    par::INITIAL_LOAD_ONLY.value = true;
+    renewParking({});
+    EXPECT_EQ(liveRemoved, Hexids{});
+    par::INITIAL_LOAD_ONLY.value = false;
+    par::CUSTOM_MAX_PARK.value = 1;
+    parkAll();
+    renewParking({});
+    EXPECT_EQ(liveRemoved, (Hexids{0x400002, 0x400004, 0x400003, 0x400001})) << "the longest standing first";
+    EXPECT_TRUE(
+        program.logHas("Parking adjustments: 2 more live ac than wanted\nlive parked label4194307 at S3 removed\n"));
+}
+
+} // namespace
+} // namespace kes
