@@ -1,0 +1,295 @@
+// The list of park airports, its file, and the user's stand.
+#include "airport_harness.h"
+#include "airports/user_stand.h"
+#include "core/folders.h"
+
+#include <functional>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace kes {
+namespace {
+
+using test::AirportTest;
+using test::field;
+using test::metre;
+
+struct ParkAirportsTest : AirportTest {
+    static std::string list() {
+        std::string text;
+        for (const ParkAirportEntry& entry : parkAirportList)
+            text += entry.code + (entry.stand.empty() ? "" : "," + entry.stand) + " ";
+        return text;
+    }
+    static std::string file() { return test::readFile(path::myParkAirports); }
+    static void loaded(const char* code = "EDDF") {
+        setAirportRef(AirportRef{code, "", field.lat, field.lon, 0});
+        stands.clear();
+        for (int n = 0; n < 3; ++n)
+            addStand(200.0 * n);
+        forgetNearestStand();
+    }
+};
+
+TEST_F(ParkAirportsTest, EachLineCountsForItself) {
+    const struct {
+        const char* name;
+        const char* text; ///< null = no file
+        bool ok;
+        const char *list, *line;
+    } rows[] = {
+        {"no file", nullptr, true, "", "airports/my_park_airports.txt not found\n"},
+        {"empty", "", true, "", ""},
+        {"one and two fields", "EDDF\n\nEGLL,A12\n", true, "EDDF EGLL,A12 ",
+         "2 park airports read from \"my_park_airports.txt\""},
+        {"from another editor", "\xEF\xBB\xBF EDDF , A 1\r\n,\r\n", true, "EDDF,A 1 ", "1 park airport read from"},
+        {"three fields", "EDDF,A,B\nEGLL\n", true, "EGLL ", "===> my_park_airports.txt:EDDF,A,B wrong syntax, skipped"},
+        {"unknown", "XXXX,A\nEGLL\n", false, "EGLL ", "airport XXXX is unknown"},
+        {"double", "EDDF,A\nEDDF,B\n", true, "EDDF,A ", "===> my_park_airports.txt:EDDF,B double, skipped"},
+    };
+    for (const auto& row : rows) {
+        std::filesystem::remove(path::myParkAirports);
+        if (row.text != nullptr)
+            write(path::myParkAirports, row.text);
+        EXPECT_EQ(lf_readMyParkAirports(), row.ok) << row.name;
+        EXPECT_EQ(list(), row.list) << row.name;
+        EXPECT_TRUE(program.logHas(row.line)) << row.name << program.logText();
+    }
+    write(path::myThirdparty / "EDFE.xml", "");
+    write(path::myThirdparty / "EDDF.txt", "");
+    write(path::myThirdparty / "NONE.xml", "");
+    std::filesystem::create_directories(path::myThirdparty / "EGLL.xml");
+    write(path::myParkAirports, "EDDF,A\n");
+    EXPECT_TRUE(lf_readMyParkAirports());
+    EXPECT_EQ(list(), "EDDF,A EDFE ");
+    EXPECT_TRUE(program.logHas("1 park airport added from my_thirdparty folder(-s) "));
+}
+
+TEST_F(ParkAirportsTest, ManyAirportsAreWarnedOf) {
+    airportTable.clear();
+    std::string text;
+    for (int n = 0; n < 3000; ++n) {
+        airportTable.push_back({fmt::format("{:04}", n), "", 0.01 * n, 0, 0});
+        text += airportTable.back().code + "\n";
+    }
+    airportTable.push_back({"9999", "", 1, 1, 0});
+    write(path::myParkAirports, text);
+    lf_readMyParkAirports();
+    EXPECT_FALSE(statusText().starts_with("Warning"));
+    write(path::myParkAirports, text + "9999\n");
+    lf_readMyParkAirports();
+    EXPECT_EQ(statusText(), "Warning: There are a lot of airports (3001) in my_park_airports.txt, that will cost KLUN "
+                            "much cpu time, and may give stutters");
+}
+
+TEST_F(ParkAirportsTest, TheUsersStandIsStored) {
+    const struct {
+        const char* name;
+        const char* before; ///< null = no file
+        ParkAirportEntry first;
+        const char *after, *line;
+    } rows[] = {
+        {"no file", nullptr, {"EDDF", "A1"}, "EDDF,A1\n", "my_park_airports.txt created with EDDF,A1"},
+        {"no file, no stand", nullptr, {"EDDF", ""}, "EDDF\n", "my_park_airports.txt created with EDDF\n"},
+        {"another stand",
+         "EGLL\nEDDF,A1\nEDDF,A2\n",
+         {"EDDF", "B2"},
+         "EDDF,A2\nEDDF,B2\nEGLL\n",
+         "my_park_airports.txt:EDDF,B2 updated stand"},
+        {"new",
+         "LOWW\nwhat, is, this\nEGLL\nEGLL\n",
+         {"EDDF", "B2"},
+         "EDDF,B2\nEGLL\nLOWW\nwhat, is, this\n",
+         "my_park_airports.txt:EDDF,B2 new entry"},
+    };
+    for (const auto& row : rows) {
+        std::filesystem::remove(path::myParkAirports);
+        if (row.before != nullptr)
+            write(path::myParkAirports, row.before);
+        parkAirportList.assign(1, row.first);
+        storeUserStand();
+        EXPECT_EQ(file(), row.after) << row.name;
+        EXPECT_TRUE(program.logHas(row.line)) << row.name;
+    }
+}
+
+TEST_F(ParkAirportsTest, AFailedWriteLeavesTheOldFile) {
+    parkAirportList.assign(1, {"EDDF", "A1"});
+    if (geteuid() == 0) { // nothing is read-only for this user, but a folder cannot be replaced, nor read as a file
+        std::filesystem::create_directories(path::myParkAirports / "old");
+        storeUserStand();
+        EXPECT_TRUE(std::filesystem::exists(path::myParkAirports / "old"));
+    } else {
+        write(path::myParkAirports, "EDDF,OLD\n");
+        chmod("airports", 0555);
+        storeUserStand();
+        chmod("airports", 0755);
+        EXPECT_EQ(file(), "EDDF,OLD\n");
+    }
+    EXPECT_TRUE(statusText().starts_with("airports/my_park_airports.txt could not be written: ")) << statusText();
+}
+
+TEST_F(ParkAirportsTest, TheNextAirportStandsFirst) {
+    write(path::myParkAirports, "EDDF\nEDFE\nEGLL\n");
+    lf_readMyParkAirports();
+    EXPECT_EQ(nearestCandidateNm({52.0, -0.4614}), distanceNm({52.0, -0.4614}, field)) << "the first of the list";
+    refreshDistances({51.0, -0.5});
+    EXPECT_EQ(list(), "EGLL EDFE EDDF ");
+    parkAirportList.back().distance = 5;
+    refreshDistances({51.0, -0.5});
+    EXPECT_EQ(parkAirportList.back().distance, 5) << "the user has not moved";
+    refreshDistances({field.lat + 3.0 / 60, field.lon});
+    EXPECT_EQ(list(), "EDFE EDDF EGLL ");
+    EXPECT_NEAR(parkAirportList.front().distance, 1, 1e-6);
+
+    par::DESTINATION.set("EGLL");
+    setDestinationEntry("EGLL", {51.4775, -0.4614});
+    refreshDistances({field.lat, field.lon});
+    EXPECT_EQ(list(), "EGLL EDFE EDDF ") << "whatever is near";
+    EXPECT_NEAR(parkAirportList.front().distance, distanceNm(field, {51.4775, -0.4614}), 1e-9);
+    EXPECT_EQ(file(), "EDDF\nEDFE\nEGLL\n") << "known ones are not stored again";
+    setDestinationEntry("LOWW", {48.11, 16.57});
+    EXPECT_EQ(list(), "LOWW EGLL EDFE EDDF ");
+    EXPECT_EQ(file(), "EDDF\nEDFE\nEGLL\nLOWW\n");
+    par::DESTINATION.set("");
+    forgetOrder();
+    refreshDistances({field.lat, field.lon});
+    EXPECT_EQ(list(), "EDDF EDFE EGLL LOWW ");
+    parkAirportList.clear();
+    EXPECT_EQ(nearestCandidateNm(field), 10000);
+}
+
+TEST_F(ParkAirportsTest, TheStandOfTheUserIsWithin55Metres) {
+    loaded();
+    const struct {
+        const char* name;
+        double north; ///< metres from the first stand
+        bool onGround;
+        const char* stand;
+    } rows[] = {{"on it", 0, true, "S1"},
+                {"54.9 m", 54.9, true, "S1"},
+                {"56 m", 56, true, ""},
+                {"nearer to the next", 150, true, "S2"},
+                {"in the air", 0, false, ""}};
+    for (const auto& row : rows) {
+        setUser({field.lat + row.north * metre, field.lon}, row.onGround);
+        EXPECT_EQ(standOfUser(), row.stand) << row.name;
+    }
+    setUser(field, true);
+    EXPECT_EQ(standOfUser(), "S1");
+    stands.clear();
+    EXPECT_EQ(standOfUser(), "") << "no stands any more";
+}
+
+TEST_F(ParkAirportsTest, ALoadLearnsAndReserves) {
+    const struct {
+        const char* name;
+        const char* file;
+        double north; ///< metres
+        bool known;
+        const char *list, *reserved, *stored;
+    } rows[] = {
+        {"stored, and the user is away", "EDDF,S3\n", 600, true, "EDDF,S3 ", "S3", "EDDF,S3\n"},
+        {"stored, and the user stands elsewhere", "EDDF,S3\n", 0, true, "EDDF,S1 ", "S1", "EDDF,S1\n"},
+        {"no stand of this list", "EDDF,OLD\n", 600, true, "EDDF,OLD ", "", "EDDF,OLD\n"},
+        {"not the first", "EGLL\nEDDF,S3\n", 600, true, "EDDF,S3 EGLL ", "S3", "EDDF,S3\nEGLL\n"},
+        {"not in the list", "EGLL\n", 200, true, "EDDF,S2 EGLL ", "S2", "EDDF,S2\nEGLL\n"},
+        {"an empty list", "", 600, true, "EDDF ", "", "EDDF\n"},
+        {"no user", "EGLL\n", 0, false, "EGLL ", "", "EGLL\n"},
+    };
+    for (const auto& row : rows) {
+        resetAll();
+        write(path::myParkAirports, row.file);
+        lf_readMyParkAirports();
+        loaded();
+        setUser(row.known ? LatLon{field.lat + row.north * metre, field.lon} : LatLon{0, 0}, true);
+        reserveAtLoad();
+        EXPECT_EQ(list(), row.list) << row.name;
+        EXPECT_EQ(reservedStand, row.reserved) << row.name;
+        EXPECT_EQ(readoutText(Readout::keptStand), row.reserved) << row.name;
+        EXPECT_EQ(file(), row.stored) << row.name;
+        clearPlan();
+        markReserved();
+        for (const Stand& stand : stands)
+            EXPECT_EQ(stand.reserved, stand.id == row.reserved || (row.known && row.north == 0 && stand.id == "S1"))
+                << row.name << stand.id;
+    }
+}
+
+TEST_F(ParkAirportsTest, TheStandThatTheUserLeavesIsLearned) {
+    loaded();
+    parkAirportList = {{"EDDF", "S3"}, {"EGLL", ""}};
+    setUser(field, true);
+    const auto learn = [](double north, double knots) {
+        UserAircraft user;
+        user.lat = field.lat + north * metre;
+        user.lon = field.lon;
+        user.groundSpeed = knots;
+        learnUserStand(user);
+        return parkAirportList.front().stand;
+    };
+    reservedStand = "S3";
+    EXPECT_EQ(learn(0, 2.1), "S3") << "rolling";
+    EXPECT_EQ(learn(60, 0), "S3") << "beside";
+    EXPECT_EQ(learn(0, 2.0), "S1");
+    EXPECT_EQ(file(), "EDDF,S1\n");
+    EXPECT_EQ(reservedStand, "S3") << "until the next load";
+    parkAirportList.front().code = "EGLL";
+    EXPECT_EQ(learn(200, 0), "S1") << "not the park airport";
+}
+
+TEST_F(ParkAirportsTest, AReReadReservesAnew) {
+    const struct {
+        const char* name;
+        const char* file;
+        std::function<void()> prepare;
+        bool ok;
+        const char *message, *reserved;
+    } rows[] = {
+        {"another stand", "EDDF,S2\nEGLL\n", [] {}, true, "reserved stand changed from \"S1\" to \"S2\"", "S2"},
+        {"the nearest airport counts, not the first line", "AAAA\nEDDF,S2\n",
+         [] {
+             airportTable.insert(airportTable.begin(), {"AAAA", "", 10, 10, 0});
+         },
+         true, "reserved stand changed from \"S1\" to \"S2\"", "S2"},
+        {"the same", "EDDF,S1\n", [] {}, true, "park airports and stands are okay", "S1"},
+        {"none", "EDDF\n", [] {}, true, "park airports and stands are okay", "S1"},
+        {"unknown stand", "EDDF,S9\n", [] {}, true, "stand \"S9\" is unknown at EDDF", "S1"},
+        {"while placing", "EDDF,S2\n", [] { startPlacing(); }, true, "park airports and stands are okay", "S1"},
+        {"an aircraft is looked up", "EDDF,S2\n", [] { setReadout(Readout::foundObject, "x"); }, true,
+         "park airports and stands are okay", "S1"},
+        {"unknown airport", "EDDF,S2\nXXXX\n", [] {}, false, "", "S1"},
+        {"with a destination", "EGLL\nEDDF,S2\n", [] { par::DESTINATION.set("EGLL"); }, true,
+         "reserved stand changed from \"S1\" to \"S2\"", "S2"},
+    };
+    for (const auto& row : rows) {
+        resetAll();
+        setParameterDefaults();
+        loaded();
+        setUser({field.lat + 600 * metre, field.lon}, true);
+        reservedStand = "S1";
+        stands[0].reserved = true;
+        addParked(2, "DLH1", {3, 1});
+        live.assign(1, {.hexid = 0x400001, .sid = 2, .parked = true});
+        liveRemoved.clear();
+        write(path::myParkAirports, row.file);
+        row.prepare();
+        std::string message;
+        EXPECT_EQ(reReadParkAirports(true, message), row.ok) << row.name;
+        EXPECT_EQ(message, row.message) << row.name;
+        EXPECT_EQ(reservedStand, row.reserved) << row.name;
+        const bool changed = reservedStand == "S2";
+        EXPECT_EQ(stands[0].reserved, !changed) << row.name;
+        EXPECT_EQ(stands[1].reserved, changed) << row.name;
+        EXPECT_EQ(parkedAircraft[0].st == AircraftStatus::removingfromsim, changed) << row.name;
+        EXPECT_TRUE(liveRemoved.empty()) << "one aircraft goes";
+    }
+    userStandStep();
+    EXPECT_TRUE(liveRemoved.empty());
+    setUser(stands[1].position(), true);
+    userStandStep();
+    EXPECT_EQ(liveRemoved.size(), 1u) << "no static one is left there";
+}
+
+} // namespace
+} // namespace kes

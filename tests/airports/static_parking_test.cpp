@@ -1,0 +1,354 @@
+// A park airport from sight to release: its load, its aircraft, and the bad days.
+#include "airport_harness.h"
+#include "airports/airport_errand.h"
+#include "core/folders.h"
+#include "tests/update/http_server.h"
+#include "window_backend.h"
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+
+namespace kes {
+namespace {
+
+using test::AirportTest;
+using test::field;
+using test::metre;
+
+constexpr LatLon heathrow{51.4775, -0.4614};
+
+struct StaticParkingTest : AirportTest {
+    test::TestWindow window;
+
+    void SetUp() override {
+        AirportTest::SetUp();
+        createFolders();
+        par::RANDOM.value = false;
+        par::CUSTOM_PARKING_PERCENTAGE.value = 100;
+    }
+    /// A file with stands 100 m apart, each with one option of now.
+    static std::string airportText(const char* prefix, LatLon at, int standCount, const char* more = "") {
+        std::string text = fmt::format("<parameters><parameter name='airport_name' value='Name {}'/><parameter "
+                                       "name='publisher' value='stock'/><parameter name='altitude' value='364'/>{}"
+                                       "</parameters><parkpositions>",
+                                       prefix, more);
+        for (int n = 0; n < standCount; ++n)
+            text += fmt::format("<parkpos id='{}{}' latitude='{:.6f}' longitude='{:.6f}' heading='90' radius='30'>"
+                                "<opt airl='DLH' type='A320' day='3' hh='20' cs='{}{}'/></parkpos>",
+                                prefix, n + 1, at.lat + 100.0 * n * metre, at.lon, prefix, n + 1);
+        return text + "</parkpositions>";
+    }
+    static void putAirport(const char* code, LatLon at, int standCount, const char* more = "") {
+        write(std::filesystem::path("updates/MSFS/archive/stock") / (std::string(code) + ".xml"),
+              airportText(code, at, standCount, more));
+    }
+    static void fly(LatLon position, double agl = 1000) {
+        setUser(position, false, agl);
+        parkingTick(false);
+    }
+    static std::string here() { return airportRef ? airportRef->code : "-"; }
+    static void list(std::initializer_list<const char*> codes) {
+        std::string text;
+        for (const char* code : codes)
+            text += std::string(code) + "\n";
+        write(path::myParkAirports, text);
+        lf_readMyParkAirports();
+    }
+    /// Everything that is planned comes, and the simulator has it.
+    static void createAll() {
+        while (staticAircraftWait())
+            createNextStatic();
+        clearOrders();
+        std::uint32_t object = 1000;
+        for (AiAircraft& a : parkedAircraft) {
+            if (a.st != AircraftStatus::adding2sim)
+                continue;
+            a.objectid = ++object;
+            a.st = AircraftStatus::active;
+        }
+    }
+    /// The simulator has done what it was told.
+    static void removeAll() {
+        std::erase_if(parkedAircraft, [](const AiAircraft& a) { return a.st == AircraftStatus::removingfromsim; });
+        clearOrders();
+    }
+};
+
+TEST_F(StaticParkingTest, OnTheGroundTheAirportIsFilled) {
+    putAirport("EDDF", field, 10);
+    par::CUSTOM_PARKING_PERCENTAGE.value = -1;
+    setUser({field.lat + 1, field.lon}, true);
+    parkingTick(true);
+    EXPECT_EQ(statusText(), "User aircraft on the ground, no airport in sight");
+    setUser({field.lat + 6.0 / 60, field.lon}, true);
+    parkingTick(false);
+    EXPECT_EQ(statusText(), "User aircraft on the ground at EDFE, no airport file found");
+    EXPECT_FALSE(placingGoesOn());
+    setUser({field.lat + 100 * metre, field.lon}, true); // on the second stand
+    parkingTick(true);
+    EXPECT_EQ(here(), "EDDF");
+    EXPECT_EQ(statusText(), "Calculating static parked aircraft ...");
+    EXPECT_TRUE(program.logHas("User aircraft on the ground at EDDF\nThe park airport is EDDF (FRA)\n"));
+    EXPECT_TRUE(placingGoesOn());
+    EXPECT_FALSE(window.enabled(par::MAX_FIT));
+    EXPECT_FALSE(parkAirportLoaded());
+
+    parkingTick(false);
+    EXPECT_TRUE(parkAirportLoaded());
+    EXPECT_EQ(statusText(),
+              "Making changes to airport parking parameters is disabled while static parking takes place ...");
+    EXPECT_EQ(planned(), "1 EDDF1 0, 3 EDDF3 0, 4 EDDF4 0, ") << "30 percent, and not on the user's stand";
+    EXPECT_TRUE(program.logHas("(utc) It is day 3 (Wednesday), 10 hours\n"));
+    EXPECT_TRUE(program.logHas("3 real positions found, Max fit=24 hours, hh:47 or 24 hrs, day 3 fit: 0.5 hour\n"
+                               "3 positions (30% vs wanted 30%, with Max fit=24 hours)\n"));
+    EXPECT_EQ(readouts.maxPark, 3);
+    EXPECT_EQ(readouts.maxParkPercent, 30);
+    EXPECT_EQ(readoutText(Readout::parkAirport), "Name EDDF");
+    EXPECT_EQ(test::readFile(path::myParkAirports), "EDDF,EDDF2\n");
+    parkingTick(false);
+    EXPECT_TRUE(placingGoesOn()) << "some are still to come";
+    EXPECT_FALSE(window.enabled(par::MAX_FIT));
+    createAll();
+    setHhNow({3, 23});
+    parkingTick(false);
+    EXPECT_FALSE(placingGoesOn());
+    EXPECT_TRUE(window.enabled(par::MAX_FIT));
+    EXPECT_EQ(readouts.minutesToRenewal, 19);
+    EXPECT_EQ(readouts.averageFit, 1.5F);
+    EXPECT_EQ(statusText(), "");
+    EXPECT_EQ(parkedAircraft.size(), 3u);
+
+    setUser({field.lat + 1, field.lon}, true);
+    parkingTick(false);
+    EXPECT_EQ(here(), "EDDF") << "on the ground the airport stays";
+}
+
+TEST_F(StaticParkingTest, InTheAirItComesAndGoesWithTheList) {
+    putAirport("EDDF", field, 2);
+    putAirport("EDFE", {field.lat + 4.0 / 60, field.lon}, 2);
+    list({"EDDF", "EDFE", "EGLL"});
+    fly({field.lat - 21.0 / 60, field.lon});
+    EXPECT_EQ(here(), "-") << "too far";
+    fly({field.lat - 19.0 / 60, field.lon}, 18001);
+    EXPECT_EQ(here(), "-") << "too high";
+    fly({field.lat - 19.0 / 60, field.lon}, 18000);
+    EXPECT_EQ(here(), "EDDF");
+    EXPECT_EQ(statusText(), "EDDF in sight at 19.0 nm");
+    fly({field.lat - 19.0 / 60, field.lon});
+    createAll();
+    EXPECT_EQ(parkedAircraft.size(), 2u);
+    fly({field.lat + 1.9 / 60, field.lon});
+    EXPECT_EQ(here(), "EDDF");
+    fly({field.lat + 2.1 / 60, field.lon});
+    EXPECT_EQ(here(), "-");
+    EXPECT_TRUE(program.logHas(" EDFE is in sight (1.9 nm), parked aircraft at EDDF will be removed first\n"));
+    EXPECT_EQ(airportsLeft, 1);
+    for (const AiAircraft& a : parkedAircraft) {
+        EXPECT_EQ(a.st, AircraftStatus::removingfromsim);
+        EXPECT_EQ(a.sid, 0u) << "a number of the next airport's list";
+    }
+    EXPECT_TRUE(stands.empty());
+    fly({field.lat + 2.1 / 60, field.lon});
+    EXPECT_EQ(here(), "EDFE");
+    fly({field.lat + 2.1 / 60, field.lon});
+    fly({field.lat + 24.1 / 60, field.lon});
+    EXPECT_EQ(here(), "-");
+    EXPECT_TRUE(program.logHas(" EDFE is out of sight (20.1 nm), parked aircraft will be removed\n"));
+    EXPECT_FALSE(parkAirportLoaded());
+    EXPECT_EQ(readouts.maxPark, -1);
+    fly({0, 0});
+    EXPECT_EQ(here(), "-") << "no flight";
+}
+
+TEST_F(StaticParkingTest, TheDestinationIsTheNextWhenTheAirportHasGone) {
+    putAirport("EDDF", field, 2);
+    list({"EGLL", "EDDF"});
+    par::DESTINATION.set("EGLL");
+    setDestinationEntry("EGLL", heathrow);
+    setUser(field, true);
+    parkingTick(false);
+    parkingTick(false);
+    ASSERT_TRUE(parkAirportLoaded());
+    EXPECT_EQ(reservedStand, "EDDF1") << "the user's, wherever he goes";
+    fly({field.lat + 1, field.lon});
+    EXPECT_EQ(here(), "-");
+    EXPECT_EQ(parkAirportList.front().code, "EGLL");
+    fly({heathrow.lat + 0.1, heathrow.lon});
+    EXPECT_EQ(here(), "EGLL");
+}
+
+TEST_F(StaticParkingTest, WhatCannotBeLoadedIsToldAndLetGo) {
+    const struct {
+        const char* name;
+        std::function<void()> prepare;
+        const char* text;
+    } rows[] = {
+        {"no file", [] {}, "lf_readParkedFile EDDF not found"},
+        {"unknown publisher", [] { write(path::myThirdparty / "EDDF.txt", "archive/unknown/EDDF.xml\n"); },
+         "lf_readParkedFile EDDF has publisher:unknown, archive/unknown/EDDF.xml"},
+        {"no stands", [] { putAirport("EDDF", field, 0); }, "no stands found"},
+        {"no XML", [] { write("updates/MSFS/archive/stock/EDDF.xml", "<par"); }, "could not be loaded"},
+    };
+    for (const auto& row : rows) {
+        std::filesystem::remove_all("updates/MSFS");
+        std::filesystem::remove_all(path::myThirdparty);
+        resetAll();
+        row.prepare();
+        list({"EDDF"});
+        for (int round = 0; round < 2; ++round) {
+            fly(field);
+            ASSERT_EQ(here(), "EDDF") << row.name;
+            fly(field);
+            EXPECT_EQ(here(), "-") << row.name;
+            EXPECT_TRUE(statusText().find(row.text) != std::string::npos) << row.name << ": " << statusText();
+        }
+        EXPECT_TRUE(stands.empty());
+        EXPECT_FALSE(parkAirportLoaded());
+        EXPECT_TRUE(window.enabled(par::MAX_FIT));
+    }
+}
+
+TEST_F(StaticParkingTest, SettingsOfTheAirportEndWithIt) {
+    putAirport("EDDF", field, 20, "<parameter name='Qf_real' value='45'/>");
+    write("airports/learned/stock/EDDF.xml",
+          "<parameters><parameter name='airport_name' value='Name EDDF'/><parameter name='MAX_LIVE' value='17'/>"
+          "<parameter name='MAX_FIT' value='9'/></parameters><parkpositions/>");
+    const struct {
+        int stands, quality;
+        bool soft;
+    } rows[] = {{20, 45, false}, {19, 45, true}, {20, 44, true}};
+    par::MAX_LIVE.value = 33;
+    list({"EDDF"});
+    fly(field);
+    fly(field);
+    EXPECT_EQ(par::MAX_LIVE, 17);
+    EXPECT_EQ(par::MAX_FIT_FL, 5.0F);
+    EXPECT_TRUE(windowRequests.maxLive.exchange(false));
+    unloadParkAirport();
+    EXPECT_EQ(par::MAX_LIVE, 33);
+    EXPECT_TRUE(windowRequests.maxLive);
+    std::filesystem::remove_all("airports/learned/stock");
+    for (const auto& row : rows) {
+        par::LEARN_SOFT.value = true;
+        putAirport("EDDF", field, row.stands,
+                   fmt::format("<parameter name='Qf_real' value='{}'/>", row.quality).c_str());
+        fly(field);
+        fly(field);
+        EXPECT_EQ(learningAllowed, row.soft) << row.stands << " " << row.quality;
+        EXPECT_EQ(par::LEARN_SOFT, row.soft);
+        EXPECT_EQ(window.enabled(par::LEARN_SOFT), row.soft);
+        EXPECT_EQ(saveParamChanged, !row.soft);
+        saveParamChanged = false;
+        unloadParkAirport();
+    }
+}
+
+TEST_F(StaticParkingTest, JumpsBetweenTwoAirportsLeaveNothingBehind) {
+    putAirport("EDDF", field, 30);
+    putAirport("EGLL", heathrow, 1);
+    list({"EDDF", "EGLL"});
+    for (int jump = 0; jump < 60; ++jump) {
+        const bool away = jump % 2 == 1;
+        for (int tick = 0; tick < 1 + jump % 4; ++tick) {
+            fly(away ? heathrow : field);
+            for (int n = 0; n < jump % 7; ++n)
+                createNextStatic();
+            if (jump % 3 == 0)
+                createAll();
+            for (const AiAircraft& a : parkedAircraft)
+                if (a.sid != 0) {
+                    ASSERT_LE(a.sid, stands.size()) << jump;
+                    ASSERT_TRUE(a.callsign.starts_with(here())) << jump << " " << a.callsign;
+                }
+            ASSERT_LE(parkedAircraft.size(), 61u) << jump;
+        }
+        if (jump % 5 == 0)
+            unloadParkAirport(); // flushed by the user
+        if (jump % 4 == 0)
+            removeAll();
+    }
+    unloadParkAirport();
+    removeAll();
+    EXPECT_TRUE(parkedAircraft.empty());
+    EXPECT_TRUE(waitingOrders().staticCreateQueue.empty());
+}
+
+TEST_F(StaticParkingTest, AnOnlyStandIsFilled) {
+    putAirport("EGLL", heathrow, 1);
+    par::CUSTOM_PARKING_PERCENTAGE.value = 30;
+    list({"EGLL"});
+    fly(heathrow);
+    fly(heathrow);
+    EXPECT_EQ(planned(), "1 EGLL1 0, ");
+    createAll();
+    std::filesystem::remove_all("updates"); // the renewal lives on what was loaded
+    renewParking({});
+    EXPECT_TRUE(toPark.empty());
+    EXPECT_EQ(parkedAircraft.front().st, AircraftStatus::active);
+    renewParking({"EGLL1"});
+    EXPECT_EQ(parkedAircraft.front().st, AircraftStatus::removingfromsim);
+}
+
+TEST_F(StaticParkingTest, PlansGoWithALiveAircraft) {
+    toPark = {{.sid = 1}, {.sid = 2}, {.sid = 1}};
+    dropPlacement(1);
+    ASSERT_EQ(toPark.size(), 1u);
+    EXPECT_EQ(toPark[0].sid, 2u);
+}
+
+TEST_F(StaticParkingTest, AServerOnTheNetworkHoldsNoTickUp) {
+    using namespace std::chrono;
+    test::HttpServer server;
+    write(path::updateServer, server.base());
+    std::string text = airportText("EDDF", field, 3);
+    server.put("MSFS/archive/stock/EDDF.xml", {.body = text, .piece = text.size() / 8, .pauseMs = 25});
+    setUser({field.lat + 1000 * metre, field.lon}, true);
+    milliseconds longest{0};
+    const auto tick = [&] {
+        const auto begin = steady_clock::now();
+        parkingTick(false);
+        longest = std::max(longest, duration_cast<milliseconds>(steady_clock::now() - begin));
+    };
+    ASSERT_TRUE(test::waitFor([&] {
+        tick();
+        return parkAirportLoaded();
+    })) << program.logText();
+    EXPECT_EQ(stands.size(), 3u);
+    EXPECT_EQ(toPark.size(), 3u);
+    EXPECT_LT(longest.count(), 150) << "one answer of the server takes 200";
+    EXPECT_FALSE(std::filesystem::exists("airports/park_airport.fetched.xml"));
+    unloadParkAirport();
+
+    server.put("MSFS/archive/stock/EDDF.xml", {"", 404});
+    setUser(field, true);
+    ASSERT_TRUE(test::waitFor([&] {
+        tick();
+        return statusText() == "User aircraft on the ground at EDDF, no airport file found";
+    })) << statusText();
+    list({"EDDF"});
+    clearStatus();
+    setUser(field, false);
+    ASSERT_TRUE(test::waitFor([&] {
+        tick();
+        return statusText() == "lf_readParkedFile EDDF not found";
+    })) << statusText();
+    write(path::myThirdparty / "EDDF.txt", "archive/thirdparty/EDDF.xml\n");
+    ASSERT_TRUE(test::waitFor([&] {
+        tick();
+        return statusText() == "failed to download: \"" + server.base() + "MSFS/archive/thirdparty/EDDF.xml\"";
+    })) << statusText();
+    EXPECT_LT(longest.count(), 150);
+}
+
+TEST_F(StaticParkingTest, AtTheStartAServerIsWaitedFor) {
+    test::HttpServer server;
+    write(path::updateServer, server.base());
+    server.put("MSFS/archive/stock/EDDF.xml", {.body = airportText("EDDF", field, 3)});
+    setUser(field, true);
+    parkingTick(true);
+    EXPECT_EQ(here(), "EDDF");
+}
+
+} // namespace
+} // namespace kes
