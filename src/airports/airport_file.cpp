@@ -10,6 +10,7 @@
 #include "core/log.h"
 #include "core/window.h"
 #include "core/xml_file.h"
+#include "update/download.h"
 #include "platform/system.h"
 
 #include <algorithm>

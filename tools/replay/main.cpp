@@ -43,7 +43,7 @@ int replay(const Options& options) {
     fmt::print("{}", metricsTable(result));
     for (const std::string& fault : result.faults)
         fmt::print("internal check failed: {}\n", fault);
-    fmt::print("{}", overspeedText(result.overspeed));
+    fmt::print("{}{}", overspeedText(result.overspeed), parkingText(result.parking));
     fmt::print("replay: {:.0f} s of traffic, {} reports, {} aircraft, {} at most at once, {} objects; measured against "
                "{}; {}; see {}\n",
                kes::secondsOf(result.ticks), result.lines, result.names.size(), result.mostAtOnce, result.objects,

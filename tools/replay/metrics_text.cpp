@@ -1,5 +1,6 @@
 #include "tools/replay/metrics_text.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -29,6 +30,29 @@ Json seriesJson(const Result& result, const Series& s) {
     return j;
 }
 
+Json spread(const Series& s) {
+    return {{"count", s.count()},
+            {"median", rounded(s.quantile(0.5))},
+            {"p95", rounded(s.quantile(0.95))},
+            {"max", rounded(std::max(s.maximum(), 0.0))}};
+}
+
+Json parkingJson(const ParkingMeasures& m) {
+    return {{"stands", m.stands},
+            {"stays", m.stays},
+            {"arrivals", m.arrivals},
+            {"on_the_stand", m.onStand},
+            {"on_another", m.onAnother},
+            {"on_none", m.onNone},
+            {"absent", m.absent},
+            {"metres_to_real_rest", spread(m.metres)},
+            {"seconds_to_real_stop", spread(m.seconds)},
+            {"nose_degrees", spread(m.nose)},
+            {"stand_to_real_rest_metres", spread(m.standMetres)},
+            {"most_static", m.mostStatic},
+            {"most_parked_live", m.mostParkedLive}};
+}
+
 /// What stands in the first column of a way: of shares the mean.
 double typical(Metric metric, const Series& s) {
     return metric == Metric::wrongBank ? s.mean() : s.quantile(0.95);
@@ -52,6 +76,8 @@ std::string metricsJson(const Result& result) {
             j["flown"].push_back(
                 {{"aircraft", result.names[i]}, {"model", f.model}, {"category", f.category}, {"title", f.title}});
     }
+    if (result.parking.stands > 0)
+        j["parking"] = parkingJson(result.parking);
     j["internal_checks"] = result.faults;
     for (std::size_t way = 0; way < wayCount; ++way) {
         Json& ways = j["ways"][std::string(wayNames[way])];
@@ -73,6 +99,20 @@ std::string metricsJson(const Result& result) {
         }
     }
     return j.dump(1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+std::string parkingText(const ParkingMeasures& m) {
+    if (m.stands == 0)
+        return {};
+    return fmt::format(
+        "parking: {} stands; of {} aircraft that stood on a stand ({} came rolling) {} on it, {} on another, {} on "
+        "none, "
+        "{} not shown; metres to the real rest {:.1f} / {:.1f} (median / 95 %), of the stands themselves {:.1f} / "
+        "{:.1f}; seconds to the real stop {:.1f} / {:.1f}; nose {:.1f} / {:.1f} degrees; at most {} static, {} live "
+        "parked\n",
+        m.stands, m.stays, m.arrivals, m.onStand, m.onAnother, m.onNone, m.absent, m.metres.quantile(0.5),
+        m.metres.quantile(0.95), m.standMetres.quantile(0.5), m.standMetres.quantile(0.95), m.seconds.quantile(0.5),
+        m.seconds.quantile(0.95), m.nose.quantile(0.5), m.nose.quantile(0.95), m.mostStatic, m.mostParkedLive);
 }
 
 std::string metricsTable(const Result& result) {

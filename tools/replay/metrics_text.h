@@ -11,5 +11,7 @@ namespace kes::replay {
 std::string metricsJson(const Result& result);
 /// A table for the terminal: one row per measure and phase.
 std::string metricsTable(const Result& result);
+/// A line about parking; empty when no park airport was loaded.
+std::string parkingText(const ParkingMeasures& measures);
 
 } // namespace kes::replay

@@ -13,6 +13,7 @@
 #include "liveries/store.h"
 #include "reference/reference.h"
 #include "reference/reference_document.h"
+#include "tools/replay/replay_airport.h"
 #include "tools/replay/replay_feed.h"
 #include "tools/replay/stage.h"
 #include "traffic/flight_plans.h"
@@ -130,6 +131,7 @@ struct Flight {
 void fly(const Options& o, ReplayFeed& feed, Stage& stage, std::int32_t length,
          const std::function<void(double)>& progress) {
     Result& result = stage.result();
+    ParkingJudge parking;
     const std::int32_t base = tickCount;
     for (std::int32_t tick = 0; tick < length; ++tick) {
         setWallClockMs(feed.epochMs() + static_cast<std::int64_t>(tick) * 10);
@@ -139,6 +141,7 @@ void fly(const Options& o, ReplayFeed& feed, Stage& stage, std::int32_t length,
             if (stage.reportsQueued() != before) {
                 result.overspeed.takeNewestReport(base);
                 stage.takeNewestReport(base);
+                parking.takeNewestReport(base);
             }
             ++result.lines;
             feed.pop();
@@ -147,6 +150,7 @@ void fly(const Options& o, ReplayFeed& feed, Stage& stage, std::int32_t length,
             throw std::runtime_error("the program ended the flight by itself, see program/Log.txt");
         stage.look(tick + 1);
         result.overspeed.lookAtAll(tick + 1);
+        parking.look(tick + 1);
         if (tick % checkEvery == 0)
             noteFault(result.faults, checkLiveTables());
         if (tick % progressEvery == 0)
@@ -155,6 +159,9 @@ void fly(const Options& o, ReplayFeed& feed, Stage& stage, std::int32_t length,
     if (!o.quiet)
         progress(1.0);
     result.ticks = length;
+    result.parking = parking.finish();
+    for (const std::string& clash : result.parking.clashes)
+        noteFault(result.faults, clash);
 }
 
 void fillProgramFolder(const Options& o, const std::filesystem::path& folder) {
@@ -177,7 +184,9 @@ Result replayInPlace(const Options& o, const std::function<void(double)>& progre
         placeScenarioAirport(*scenario);
     setRandomSeed(o.seed);
     setWallClockMs(feed.epochMs());
-    const world::SimulatorOptions simulator = simulatorFor(viewpointOf(o, feed));
+    const Viewpoint view = viewpointOf(o, feed);
+    const world::SimulatorOptions simulator = simulatorFor(view);
+    chooseParkAirport(serveStands(o.stands, "updates"), view.at);
     tickCount = 0; // much goes by every n-th tick
     const Flight flight(simulator);
     prepareFlightPlanFolders();
@@ -199,6 +208,8 @@ Result runReplay(const Options& options, const std::function<void(double)>& prog
     if (std::filesystem::exists(o.feed))
         o.feed = std::filesystem::absolute(o.feed).string();
     o.data = std::filesystem::absolute(o.data);
+    if (!o.stands.empty())
+        o.stands = std::filesystem::absolute(o.stands);
     o.out = std::filesystem::absolute(o.out);
     const std::filesystem::path program = o.out / "program", before = std::filesystem::current_path();
     std::filesystem::create_directories(program / "appdata" / "Kestrelune");

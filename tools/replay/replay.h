@@ -4,6 +4,7 @@
 #include "tools/replay/judge.h"
 #include "tools/replay/map_page.h"
 #include "tools/replay/overspeed.h"
+#include "tools/replay/parking_judge.h"
 #include "tools/replay/replay_options.h"
 
 #include <array>
@@ -31,6 +32,7 @@ struct Result {
     std::vector<Flown> flown;       ///< by their place, empty texts for those that never came in
     MapPage map;
     Overspeed overspeed;
+    ParkingMeasures parking;
     std::int32_t ticks = 0;
     std::size_t lines = 0, mostAtOnce = 0, objects = 0;
     std::vector<std::string> faults; ///< of the internal checks, one of each kind

@@ -27,7 +27,7 @@ std::optional<command_line::Ending> readOptions(const std::vector<std::string>& 
     CLI::App app("Replays traffic through the whole program in virtual time and judges how it moves.",
                  "kestrelune-replay");
     command_line::prepare(app);
-    std::string out, data;
+    std::string out, data, stands;
     command_line::addText(app, "--feed", "FILE|SCENARIO", o.feed,
                           "A recording of feed lines, plain or gzip, or traffic whose truth is known, as in turns, "
                           "ils-sea+noise or taxi-90+10s+gaps");
@@ -37,6 +37,9 @@ std::optional<command_line::Ending> readOptions(const std::vector<std::string>& 
         [&o](const std::string& text) { return readViewpoint(text, o.at); },
         "Where the user's aircraft is; without it in the middle of the traffic");
     command_line::addText(app, "--airport", "ICAO", o.airport, "The user's aircraft is 5000 ft above this airport");
+    command_line::addText(app, "--stands", "FILE", stands,
+                          "The stands of the airport: an airport file, or a layout in the apt.dat form, plain or gzip; "
+                          "the airport nearest to the traffic is loaded in flight, and parking is judged, too");
     command_line::addValue(
         app, "--minutes", "N", "a number above 0 and up to 1440",
         [&o](const std::string& text) {
@@ -57,6 +60,7 @@ std::optional<command_line::Ending> readOptions(const std::vector<std::string>& 
     if (!data.empty())
         o.data = data;
     o.out = out;
+    o.stands = stands;
     if (!o.list && o.feed.empty())
         return command_line::wrong(app,
                                    "--feed is missing: a recording, or the name of a scenario (--list tells them)");

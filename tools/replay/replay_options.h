@@ -18,12 +18,13 @@ struct Viewpoint {
 };
 
 struct Options {
-    std::string feed;            ///< a recording, plain or gzip, or the name of a scenario
-    std::filesystem::path out;   ///< folder of the results
-    std::filesystem::path data;  ///< folder of the plain sources of the reference content
-    std::optional<Viewpoint> at; ///< the user's aircraft
-    std::string airport;         ///< ICAO code of the airport over which the user's aircraft is; empty = by the feed
-    double minutes = 0;          ///< 0 = to the end
+    std::string feed;             ///< a recording, plain or gzip, or the name of a scenario
+    std::filesystem::path out;    ///< folder of the results
+    std::filesystem::path data;   ///< folder of the plain sources of the reference content
+    std::optional<Viewpoint> at;  ///< the user's aircraft
+    std::string airport;          ///< ICAO code of the airport over which the user's aircraft is; empty = by the feed
+    std::filesystem::path stands; ///< an airport file or a layout in the apt.dat form; empty = no park airport
+    double minutes = 0;           ///< 0 = to the end
     std::uint32_t seed = 1;
     int every = 0;      ///< ticks between rows of motion.csv; 0 = 10 for a scenario, 100 for a recording
     bool burst = false; ///< all lines of 5 s come at once

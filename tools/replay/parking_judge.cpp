@@ -1,0 +1,172 @@
+#include "tools/replay/parking_judge.h"
+
+#include "airports/stands.h"
+#include "airports/static_parking.h"
+#include "feed/report_queue.h"
+#include "reference/reference.h"
+#include "traffic/live_table.h"
+
+#include <algorithm>
+#include <cmath>
+#include <fmt/format.h>
+
+namespace kes::replay {
+
+namespace {
+
+constexpr double restCircle = 20.0 / metresPerNm;
+constexpr std::int32_t stayTicks = 12000; ///< reports that keep to a place for so long are a stay
+constexpr double stillMetres = 0.05;      ///< of a tenth of a second; anything less is no motion
+constexpr std::int32_t lookEvery = 10, clashEvery = 100;
+
+/// The only stand near a place; null with none or several.
+const Stand* onlyStandAt(LatLon at) {
+    const Stand* found = nullptr;
+    for (const Stand& stand : stands) {
+        if (distanceNm(at, stand.position()) > restCircle)
+            continue;
+        if (found != nullptr)
+            return nullptr;
+        found = &stand;
+    }
+    return found;
+}
+
+bool isParked(const LiveAircraft& a) {
+    return a.st == AircraftStatus::active && a.fs == FlightState::parked && a.sid != 0;
+}
+
+struct Standing {
+    std::string callsign;
+    std::uint32_t sid = 0;
+    double halfSpan = 0; ///< nautical miles
+    LatLon at;
+    bool isStatic = false;
+};
+
+std::vector<Standing> allStanding() {
+    std::vector<Standing> list;
+    for (const AiAircraft& a : parkedAircraft)
+        if (a.st == AircraftStatus::active && a.sid != 0)
+            list.push_back({a.callsign, a.sid, wingspanOf(a.model), {a.standLat, a.standLon}, true});
+    for (const LiveAircraft& a : liveAircraft)
+        if (isParked(a))
+            list.push_back({a.callsign, a.sid, a.wingspan, a.position(), false});
+    return list;
+}
+
+} // namespace
+
+std::vector<std::string> standClashes() {
+    std::vector<std::string> clashes;
+    const std::vector<Standing> all = allStanding();
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        for (std::size_t j = i + 1; j < all.size(); ++j) {
+            const Standing &x = all[i], &y = all[j];
+            if (x.sid == y.sid)
+                clashes.push_back(
+                    fmt::format("two on one stand: {} and {} on {}", x.callsign, y.callsign, standName(x.sid)));
+            else if (x.isStatic && y.isStatic && x.halfSpan + y.halfSpan > distanceNm(x.at, y.at))
+                clashes.push_back(fmt::format("static aircraft inside another: {} on {}, {} on {}", x.callsign,
+                                              standName(x.sid), y.callsign, standName(y.sid)));
+        }
+    }
+    return clashes;
+}
+
+void ParkingJudge::takeNewestReport(std::int32_t base) {
+    AircraftReport newest;
+    reportQueue.copyNewest(newest);
+    takeReport(newest.hexid, newest.sample.tick - base, newest.sample.position(), newest.sample.airborne);
+}
+
+/// `tick` is the replay's, at which the report is to be shown.
+void ParkingJudge::takeReport(std::uint32_t hexid, std::int32_t tick, LatLon at, bool airborne) {
+    Rest& rest = rests_[hexid];
+    if (airborne) {
+        rest.known = false;
+        return;
+    }
+    if (!rest.known || distanceNm(rest.at, at) > restCircle) {
+        const std::int32_t lastMove = rest.lastMove;
+        rest = {at, tick, rest.known, true, false, lastMove, rest.shown};
+        return;
+    }
+    if (!rest.judged && tick - rest.since >= stayTicks) {
+        rest.judged = true;
+        due_.push_back(hexid);
+    }
+}
+
+void ParkingJudge::look(std::int32_t tick) {
+    if (tick % lookEvery != 0)
+        return;
+    follow(tick);
+    if (tick % clashEvery != 0)
+        return;
+    count();
+    findClashes();
+    // A report is known half a minute before it is shown, and so is the stay that it completes.
+    std::erase_if(due_, [&](std::uint32_t hexid) {
+        const Rest& rest = rests_.at(hexid);
+        if (tick < rest.since + stayTicks)
+            return false;
+        if (rest.known && rest.judged)
+            judge(hexid, rest, tick);
+        return true;
+    });
+}
+
+void ParkingJudge::follow(std::int32_t tick) {
+    for (const LiveAircraft& a : liveAircraft) {
+        if (!a.onGround || a.st != AircraftStatus::active)
+            continue;
+        Rest& rest = rests_[a.hexid];
+        if (distanceNm(rest.shown, a.position()) * metresPerNm > stillMetres)
+            rest.lastMove = tick;
+        rest.shown = a.position();
+    }
+}
+
+void ParkingJudge::judge(std::uint32_t hexid, const Rest& rest, std::int32_t tick) {
+    const Stand* stand = onlyStandAt(rest.at);
+    if (stand == nullptr)
+        return;
+    const Place place{0, tick};
+    ++measures_.stays;
+    measures_.arrivals += rest.rolledIn ? 1 : 0;
+    measures_.standMetres.add(distanceNm(rest.at, stand->position()) * metresPerNm, place);
+    const LiveAircraft* a = findLive(hexid);
+    if (a == nullptr || a->st != AircraftStatus::active) {
+        ++measures_.absent;
+        return;
+    }
+    const bool parked = isParked(*a);
+    ++(!parked ? measures_.onNone : a->sid == stand->sid ? measures_.onStand : measures_.onAnother);
+    measures_.metres.add(distanceNm(rest.at, a->position()) * metresPerNm, place);
+    if (rest.rolledIn)
+        measures_.seconds.add(std::fabs((rest.lastMove - rest.since) / 100.0), place);
+    if (parked)
+        measures_.nose.add(std::fabs(angleDiff(a->heading, a->standHeading)) * radToDeg, place);
+}
+
+void ParkingJudge::count() {
+    measures_.stands = std::max(measures_.stands, stands.size());
+    const auto live = static_cast<std::size_t>(std::ranges::count_if(liveAircraft, isParked));
+    const auto standing =
+        static_cast<std::size_t>(std::ranges::count(parkedAircraft, AircraftStatus::active, &AiAircraft::st));
+    measures_.mostParkedLive = std::max(measures_.mostParkedLive, live);
+    measures_.mostStatic = std::max(measures_.mostStatic, standing);
+}
+
+void ParkingJudge::findClashes() {
+    for (std::string& clash : standClashes())
+        if (std::ranges::find(measures_.clashes, clash) == measures_.clashes.end())
+            measures_.clashes.push_back(std::move(clash));
+}
+
+ParkingMeasures ParkingJudge::finish() {
+    return measures_;
+}
+
+} // namespace kes::replay

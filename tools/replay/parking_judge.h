@@ -1,0 +1,60 @@
+// Whether aircraft that stand on a stand in reality stand on it in the program, and whether anything stands where
+// something else does. A stay in reality is told by reports that keep within 20 metres for two minutes, with exactly
+// one stand that near.
+#pragma once
+
+#include "core/geo.h"
+#include "tools/replay/series.h"
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace kes::replay {
+
+struct ParkingMeasures {
+    std::size_t stands = 0;                                         ///< of the park airport; 0 = none was loaded
+    std::size_t stays = 0;                                          ///< in reality
+    std::size_t arrivals = 0;                                       ///< of them, those that came rolling
+    std::size_t onStand = 0, onAnother = 0, onNone = 0, absent = 0; ///< where the program has them then
+    Series metres;                                                  ///< between the shown and the real rest
+    Series seconds;     ///< between the shown and the real stop, of arrivals
+    Series nose;        ///< degrees between shown nose and stand, of the parked
+    Series standMetres; ///< between the real rest and the stand: what "the nearest stand" would be off
+    std::size_t mostStatic = 0, mostParkedLive = 0;
+    std::vector<std::string> clashes; ///< two on one stand, or overlapping; each pair once
+};
+
+class ParkingJudge {
+public:
+    /// Notes the report queued last; `base` is the tick count at the replay's tick 0.
+    void takeNewestReport(std::int32_t base);
+    /// Looks at all aircraft, each tenth of a second; `tick` is the moment that their poses stand for.
+    void look(std::int32_t tick);
+    ParkingMeasures finish();
+
+private:
+    struct Rest {
+        LatLon at;
+        std::int32_t since = 0; ///< tick of the first report there
+        bool rolledIn = false;  ///< reports from elsewhere on the ground came before
+        bool known = false, judged = false;
+        std::int32_t lastMove = 0; ///< tick at which it was last seen moving on the screen
+        LatLon shown;
+    };
+    void takeReport(std::uint32_t hexid, std::int32_t tick, LatLon at, bool airborne);
+    void judge(std::uint32_t hexid, const Rest& rest, std::int32_t tick);
+    void follow(std::int32_t tick);
+    void count();
+    void findClashes();
+    std::unordered_map<std::uint32_t, Rest> rests_;
+    std::vector<std::uint32_t> due_; ///< hexids in the order in which their stays became known
+    ParkingMeasures measures_;
+};
+
+/// Two aircraft that stand on one stand, and static ones that have no room beside what else stands there; "" = none.
+/// Brute force over all pairs.
+std::vector<std::string> standClashes();
+
+} // namespace kes::replay

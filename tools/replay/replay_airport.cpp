@@ -1,0 +1,58 @@
+#include "tools/replay/replay_airport.h"
+
+#include "airports/airport_table.h"
+#include "airports/park_airports.h"
+#include "core/folders.h"
+#include "core/text.h"
+#include "tools/pack/apt.h"
+
+#include <fmt/format.h>
+#include <fstream>
+#include <limits>
+#include <stdexcept>
+
+namespace kes::replay {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> serveStands(const fs::path& file, const fs::path& updates) {
+    if (file.empty())
+        return {};
+    if (!fs::is_regular_file(file))
+        throw std::runtime_error(fmt::format("{} is no file", file.string()));
+    const fs::path folder = updates / "MSFS" / "archive" / "stock";
+    fs::create_directories(folder);
+    if (equalsNoCase(file.extension().string(), ".xml")) {
+        fs::copy_file(file, folder / (upper(file.stem().string()) + ".xml"), fs::copy_options::overwrite_existing);
+    } else {
+        pack::PackCount count;
+        pack::packStands({file}, updates, count);
+    }
+    std::vector<std::string> codes;
+    for (const auto& entry : fs::directory_iterator(folder))
+        codes.push_back(entry.path().stem().string());
+    if (codes.empty())
+        throw std::runtime_error(fmt::format("{} has no airport with stands", file.string()));
+    return codes;
+}
+
+void chooseParkAirport(const std::vector<std::string>& codes, LatLon place) {
+    std::string nearest;
+    double best = std::numeric_limits<double>::max();
+    for (const std::string& code : codes) {
+        const auto airport = findAirport(code);
+        if (!airport)
+            continue;
+        const double d = distanceNm(place, {airport->lat, airport->lon});
+        if (d < best || (d == best && code < nearest)) {
+            best = d;
+            nearest = code;
+        }
+    }
+    if (nearest.empty())
+        return;
+    std::ofstream(path::myParkAirports, std::ios::binary) << nearest << "\n";
+    lf_readMyParkAirports();
+}
+
+} // namespace kes::replay
