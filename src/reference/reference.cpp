@@ -4,6 +4,7 @@
 #include "reference/regcode_forms.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace kes {
 
@@ -18,6 +19,8 @@ void resetReference() {
 }
 
 bool modelExists(std::string_view code) {
+    if (const auto known = reference::typeIsKnown(code))
+        return *known;
     return !code.empty() && tables.data.aircraftTypes.contains(code);
 }
 

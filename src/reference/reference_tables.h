@@ -6,8 +6,10 @@
 #include "reference/regcode_table.h"
 
 #include <bitset>
+#include <cstdint>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 namespace kes::reference {
 
@@ -17,6 +19,8 @@ struct Tables {
     ShortRegcodes shortRegcodes;
     PublisherIndex publishers;
     double maxWingspan = 0;
+    std::vector<std::uint64_t>
+        typeSlots; ///< `aircraftTypes` as a hash table of their bytes, 0 = free: the scan asks for each file
     std::bitset<46 * 46 * 46>
         airlineBits; ///< `icaoAirlines` of three characters from '-' to 'Z': the scan asks for each section
 };
@@ -24,6 +28,8 @@ extern Tables tables;
 
 /// A code's place in `airlineBits`; nothing for a code that has none.
 std::optional<std::size_t> airlineBit(std::string_view code);
+/// Whether `typeSlots` hold a type; nothing for a code that has no place there, or before they are filled.
+std::optional<bool> typeIsKnown(std::string_view code);
 /// `categoryOf` for tables that need not be in use.
 AircraftCategory categoryIn(const ReferenceData& data, std::string_view code);
 /// Fills what follows from the data and the registrations.
