@@ -18,11 +18,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }();
     (void)known;
     for (const char* path : {"pack/aircraft.cfg", "x/IVAO_MTL/SimObjects/Airplanes/IVAO_A320/aircraft.cfg"}) {
-        const kes::CfgJudgement judgement = kes::judgeFile({}, path, {nullptr, &bytes});
+        const kes::CfgJudgement judgement = kes::judgeFile({}, path, {&bytes});
         for (const kes::FoundLivery& found : judgement.liveries) {
-            const kes::Livery& livery = found.livery;
-            if (livery.title.empty() || livery.airline.empty() || livery.regcode.size() > 12 ||
-                livery.title.find_first_of(std::string_view("\n\0", 2)) != std::string::npos)
+            if (found.title.empty() || found.airline.empty() || found.regcode.size() > 12 ||
+                found.title.find_first_of(std::string_view("\n\0", 2)) != std::string::npos)
                 __builtin_trap();
         }
     }

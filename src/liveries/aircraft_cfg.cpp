@@ -68,34 +68,48 @@ std::string_view stockModel(std::string_view baseContainer) {
     return {};
 }
 
-std::string findModel(CfgJudgement& result, const FileText& text) {
-    for (std::size_t i = 0; i < text.lines.size(); ++i) {
-        if ((text.letters[i] & typeLetters) == 0)
+/// `keyValue`, made anew for each key.
+[[gnu::always_inline]] inline std::string_view valueOf(const CfgLine& line, std::string_view key) {
+    const std::string_view value = plainKeyValue(line.text, key);
+    return line.holdsReturn && value.find('\r') != std::string_view::npos ? std::string_view() : value;
+}
+
+/// The same as the function for all texts, for a piece of a file's.
+std::string_view unquotedPiece(std::string_view value) {
+    const char* const end = value.data() + value.size();
+    const char* const first = findByte(value.data(), end, '"', '"');
+    if (first == end)
+        return value;
+    const char* const next = findByte(first + 1, end, '"', '"');
+    return next == end ? std::string_view() : std::string_view(first + 1, static_cast<std::size_t>(next - first - 1));
+}
+
+std::string_view findModel(CfgJudgement& result, const FileText& text) {
+    for (const CfgLine& line : text.lines) {
+        if ((line.letters & typeLetters) == 0)
             continue;
-        const std::string_view line = text.lines[i];
-        const std::string_view code = unquoted(keyValue(line, "icao_type_designator").value_or(""));
+        const std::string_view code = unquotedPiece(valueOf(line, "icao_type_designator"));
         if (!code.empty())
             return judgedModel(result, upper(code.substr(0, longestModel)));
     }
-    for (std::size_t i = 0; i < text.lines.size(); ++i) {
-        if ((text.letters[i] & baseContainerLetters) == 0)
+    for (const CfgLine& line : text.lines) {
+        if ((line.letters & baseContainerLetters) == 0)
             continue;
-        const std::string_view line = text.lines[i];
-        const std::string_view code = stockModel(unquoted(keyValue(line, "base_container").value_or("")));
+        const std::string_view code = stockModel(unquotedPiece(valueOf(line, "base_container")));
         if (code.empty())
             continue;
-        std::string model = judgedModel(result, upper(code));
+        const std::string_view model = judgedModel(result, upper(code));
         if (!model.empty())
             return model;
     }
     for (const char* payware : {"pmdg-aircraft-7", "fnx-aircraft-3"}) {
-        if (result.path.find(payware) != std::string::npos) {
+        if (result.path.find(payware) != std::string_view::npos) {
             report(result, &ScanReports::notUsed, fmt::format("{}: {}", result.path, words(SectionFate::payware)));
             return {};
         }
     }
     report(result, &ScanReports::invalidCfgFiles,
-           "Line icao_type_designator= is missing in [General] section of " + result.path);
+           fmt::format("Line icao_type_designator= is missing in [General] section of {}", result.path));
     return {};
 }
 
@@ -104,9 +118,10 @@ bool holds(std::string_view line, std::string_view name) {
     return line.find(name) != std::string_view::npos;
 }
 
+/// `word` is in upper case.
 bool holdsNoCase(std::string_view text, std::string_view word) {
     for (std::size_t at = 0; at + word.size() <= text.size(); ++at) {
-        if (equalsNoCase(text.substr(at, word.size()), word))
+        if ((text[at] | ' ') == (word[0] | ' ') && equalsNoCase(text.substr(at, word.size()), word))
             return true;
     }
     return false;
@@ -115,15 +130,15 @@ bool holdsNoCase(std::string_view text, std::string_view word) {
 /// One section while it is read.
 class Section {
 public:
-    /// `lines` begin with the header and are picked from a text that ends at `end`; `letters` are theirs.
-    Section(const CfgRules& rules, CfgJudgement& result, std::span<const std::string_view> lines,
-            const std::uint8_t* letters, const char* end)
-        : rules_(rules), result_(result), header_(lines.front()), lines_(withoutTrailingComments(lines, end)),
-          letters_(letters) {}
+    /// `lines` of `text` begin with the header; they are picked from a section that ends at `end`.
+    Section(const CfgRules& rules, CfgJudgement& result, FileText& text, std::span<const CfgLine> lines,
+            const char* end)
+        : rules_(rules), result_(result), text_(text), header_(lines.front().text),
+          lines_(withoutTrailingComments(lines, end)) {}
 
     void read() {
-        for (std::size_t i = 0; i < lines_.size(); ++i) {
-            if (!take(lines_[i], letters_[i]))
+        for (const CfgLine& line : lines_) {
+            if (line.letters != 0 && !take(line))
                 return;
         }
         finish();
@@ -134,75 +149,90 @@ private:
         drop(result_, header_, title_, fate);
         return false;
     }
-    bool end(SectionFate fate, std::string reportLine) {
-        report(result_, &ScanReports::incompleteSections, std::move(reportLine));
+    bool end(SectionFate fate, std::initializer_list<std::string_view> reportParts) {
+        report(result_, &ScanReports::incompleteSections, reportParts);
         return end(fate);
     }
 
     /// False ends the section.
-    bool take(std::string_view line, std::uint8_t letters) {
-        return ((letters & titleLetters) == 0 || takeTitle(line)) &&
-               ((letters & airlineLetters) == 0 || takeAirline(line)) &&
-               ((letters & parkingTypesLetters) == 0 || takeParkingTypes(line)) &&
-               ((letters & atcIdLetters) == 0 || takeAtcId(line));
+    bool take(const CfgLine& line) {
+        return ((line.letters & titleLetters) == 0 || takeTitle(line)) &&
+               ((line.letters & airlineLetters) == 0 || takeAirline(line)) &&
+               ((line.letters & parkingTypesLetters) == 0 || takeParkingTypes(line)) &&
+               ((line.letters & atcIdLetters) == 0 || takeAtcId(line));
     }
 
-    bool takeTitle(std::string_view line) {
-        const auto value = keyValue(line, "title");
-        if (!value)
+    bool takeTitle(const CfgLine& line) {
+        const std::string_view value = valueOf(line, "title");
+        if (value.empty())
             return true;
         if (!title_.empty()) {
-            return end(SectionFate::twoTitles,
-                       fmt::format("{} {} has more than one title key", result_.folder, header_));
+            return end(SectionFate::twoTitles, {result_.folder, " ", header_, " has more than one title key"});
         }
-        title_ = strip(unquoted(*value));
-        return !isLeftOut(rules_, result_, header_, title_);
+        title_ = strip(unquotedPiece(value));
+        titleNeedsALook_ = titleNeedsALook(title_) || title_.ends_with("-STUB");
+        return !titleNeedsALook_ || !isLeftOut(rules_, result_, header_, title_);
     }
 
-    bool takeAirline(std::string_view line) {
+    bool takeAirline(const CfgLine& line) {
         if (!airline_.empty()) {
-            if (!holds(line, "icao_airline"))
+            if (!holds(line.text, "icao_airline"))
                 return true;
-            return end(SectionFate::twoAirlines,
-                       fmt::format("{} {} has more than one icao_airline key", result_.folder, header_));
+            return end(SectionFate::twoAirlines, {result_.folder, " ", header_, " has more than one icao_airline key"});
         }
-        const auto value = keyValue(line, "icao_airline");
-        if (!value)
+        const std::string_view value = valueOf(line, "icao_airline");
+        if (value.empty())
             return true;
-        const std::string_view code = unquoted(*value);
-        airline_ = code.empty() || code == "ZZZZ" ? "ZZZ" : upper(code);
+        const std::string_view code = unquotedPiece(value);
+        airline_ = code.empty() || code == "ZZZZ" ? "ZZZ" : upperCase(code);
         if (airline_.size() == 4 && (airline_.back() == 'X' || airline_.back() == 'C'))
-            airline_.pop_back();
+            airline_.remove_suffix(1);
         if (airlineExists(airline_))
             return true;
         if (airline_ == "RFO")
             return end(SectionFate::blockedAirline);
-        report(result_, &ScanReports::invalidAirlines, fmt::format("{:12} in {} {}", airline_, result_.path, header_));
-        airline_.clear();
+        constexpr std::string_view blanks = "            ";
+        const bool isPlain =
+            airline_.size() <= blanks.size() && // else its width is not its size
+            std::all_of(airline_.begin(), airline_.end(), [](char c) { return c > ' ' && c < '\x7F'; });
+        if (isPlain) {
+            report(result_, &ScanReports::invalidAirlines,
+                   {airline_, blanks.substr(airline_.size()), " in ", result_.path, " ", header_});
+        } else {
+            report(result_, &ScanReports::invalidAirlines,
+                   fmt::format("{:12} in {} {}", airline_, result_.path, header_));
+        }
+        airline_ = {};
         return true;
     }
 
-    bool takeParkingTypes(std::string_view line) {
+    std::string_view upperCase(std::string_view code) {
+        std::array<char, 8> letters{};
+        if (code.size() > letters.size())
+            return result_.texts.put(upper(code));
+        std::transform(code.begin(), code.end(), letters.begin(),
+                       [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - ('a' - 'A')) : c; });
+        return result_.texts.put({letters.data(), code.size()});
+    }
+
+    bool takeParkingTypes(const CfgLine& line) {
         if (!parkingTypes_.empty()) {
-            if (!holds(line, "atc_parking_types"))
+            if (!holds(line.text, "atc_parking_types"))
                 return true;
             return end(SectionFate::twoParkingTypes,
-                       fmt::format("{} {} has more than one atc_parking_types key", result_.folder, header_));
+                       {result_.folder, " ", header_, " has more than one atc_parking_types key"});
         }
-        if (const auto value = keyValue(line, "atc_parking_types"))
-            parkingTypes_ = unquoted(*value);
+        parkingTypes_ = unquotedPiece(valueOf(line, "atc_parking_types"));
         return true;
     }
 
-    bool takeAtcId(std::string_view line) {
+    bool takeAtcId(const CfgLine& line) {
         if (!regcode_.empty()) {
-            if (!holds(line, "atc_id="))
+            if (!holds(line.text, "atc_id="))
                 return true;
-            return end(SectionFate::twoAtcIds,
-                       fmt::format("{}, {}, has more than one atc_id key", result_.folder, header_));
+            return end(SectionFate::twoAtcIds, {result_.folder, ", ", header_, ", has more than one atc_id key"});
         }
-        const auto value = keyValue(line, "atc_id");
-        const std::string_view whole = unquoted(value.value_or(""));
+        const std::string_view whole = unquotedPiece(valueOf(line, "atc_id"));
         if (whole.size() >= shortestRegcode)
             regcode_ = regcodeOf(whole.substr(0, whole.find(';')));
         return true;
@@ -228,46 +258,43 @@ private:
 
     void finish() {
         if (title_.empty()) {
-            end(SectionFate::noTitle, fmt::format("{} {} misses title", result_.folder, header_));
+            end(SectionFate::noTitle, {result_.folder, " ", header_, " misses title"});
             return;
         }
-        if (rules_.dontUse && rules_.dontUse->contains(title_)) {
+        if (rules_.dontUse && !rules_.dontUse->empty() && rules_.dontUse->contains(title_)) {
             end(SectionFate::dontUse);
             return;
         }
-        if (!titleIsUsable(result_, header_, title_))
+        if (titleNeedsALook_ && !titleIsUsable(result_, header_, title_))
             return;
         if (airline_ == "ZZZ")
             regcode_ = {};
         if (airline_.empty() && !deduceAirline())
             return;
         FoundLivery& found = result_.liveries.emplace_back();
-        found.header = header_;
-        found.livery.airline = std::move(airline_);
-        found.livery.model = result_.model;
-        found.livery.title = title_;
-        found.livery.regcode = regcode_;
-        found.livery.priority = rules_.folderNumber;
-        found.livery.cargo = holdsNoCase(parkingTypes_, "CARGO") && !holdsNoCase(parkingTypes_, "GATE");
+        found.header = result_.texts.put(header_);
+        found.airline = airline_;
+        found.model = result_.model;
+        found.title = result_.texts.put(title_);
+        found.regcode = result_.texts.put(regcode_);
+        found.priority = rules_.folderNumber;
+        found.cargo = holdsNoCase(parkingTypes_, "CARGO") && !holdsNoCase(parkingTypes_, "GATE");
     }
 
     /// The airframe may tell its airline; small aircraft without any belong to private owners.
     bool deduceAirline() {
-        const AircraftCategory category = categoryOf(result_.model);
-        const bool mustHaveAirline = category == AircraftCategory::large || category == AircraftCategory::heavy;
         if (!regcode_.empty()) {
             if (const auto record = lookupRegcode(regcode_))
-                airline_ = record->airl;
-            if (airline_.empty() && mustHaveAirline) {
-                return end(
-                    SectionFate::unknownRegcode,
-                    fmt::format("\"{}\" \"{}\" has no airline and its regcode is not in my dbase (very old liv?)",
-                                result_.folder, header_));
+                airline_ = result_.texts.put(record->airl);
+            if (airline_.empty() && mustHaveAirline()) {
+                return end(SectionFate::unknownRegcode,
+                           {"\"", result_.folder, "\" \"", header_,
+                            "\" has no airline and its regcode is not in my dbase (very old liv?)"});
             }
         } else {
-            if (mustHaveAirline) {
+            if (mustHaveAirline()) {
                 return end(SectionFate::noRegcode,
-                           fmt::format("\"{}\" \"{}\" has no airline and no regcode info", result_.folder, header_));
+                           {"\"", result_.folder, "\" \"", header_, "\" has no airline and no regcode info"});
             }
             regcode_ = regcodeInTitle(title_);
         }
@@ -275,23 +302,29 @@ private:
             airline_ = "PVT";
         return true;
     }
+    bool mustHaveAirline() {
+        if (!text_.category)
+            text_.category = categoryOf(result_.model);
+        return text_.category == AircraftCategory::large || text_.category == AircraftCategory::heavy;
+    }
 
     const CfgRules& rules_;
     CfgJudgement& result_;
+    FileText& text_;
     std::string_view header_;
-    std::span<const std::string_view> lines_;
-    const std::uint8_t* letters_;
-    std::string_view title_, regcode_, parkingTypes_;
-    std::string airline_;
+    std::span<const CfgLine> lines_;
+    std::string_view title_, regcode_, parkingTypes_; // in the file's text or the reference data
+    std::string_view airline_;                        // stays
+    bool titleNeedsALook_ = false;
 };
 
-void lf_procesFltSimSection(const CfgRules& rules, CfgJudgement& result, std::span<const std::string_view> lines,
-                            const std::uint8_t* letters, const char* end) {
+void lf_procesFltSimSection(const CfgRules& rules, CfgJudgement& result, FileText& text, std::span<const CfgLine> lines,
+                            const char* end) {
     try {
-        Section(rules, result, lines, letters, end).read();
+        Section(rules, result, text, lines, end).read();
     } catch (const std::exception& e) {
         result.log.push_back(fmt::format("exception in lf_procesFltSimSection: {}, file: {}", e.what(), result.path));
-        drop(result, lines.front(), "", SectionFate::failed);
+        drop(result, lines.front().text, "", SectionFate::failed);
     }
 }
 
@@ -312,27 +345,27 @@ void lf_searchLiveriesinFile(const CfgRules& rules, const CfgSource& source, Cfg
         return;
     result.fate = FileFate::sectionsRead;
     result.liveries.reserve(text.numbers.size());
-    const std::span<const std::string_view> lines = text.lines;
+    text.category.reset();
+    const std::span<const CfgLine> lines = text.lines;
     std::optional<std::size_t> begin;
     for (const std::uint32_t number : text.brackets) {
         if (stopWanted())
             return;
-        const bool header = isHeader(lines[number]);
-        if (!header && lines[number].substr(0, bracketReach).find('[') == std::string_view::npos)
+        const CfgLine& line = lines[number];
+        if (!line.isHeader && line.text.substr(0, bracketReach).find('[') == std::string_view::npos)
             continue;
         if (begin)
-            lf_procesFltSimSection(rules, result, lines.subspan(*begin, number - *begin), &text.letters[*begin],
-                                   lines[number].data());
-        begin = header ? std::optional<std::size_t>(number) : std::nullopt;
+            lf_procesFltSimSection(rules, result, text, lines.subspan(*begin, number - *begin), line.text.data());
+        begin = line.isHeader ? std::optional<std::size_t>(number) : std::nullopt;
     }
     if (begin)
-        lf_procesFltSimSection(rules, result, lines.subspan(*begin), &text.letters[*begin], text.end);
+        lf_procesFltSimSection(rules, result, text, lines.subspan(*begin), text.end);
 }
 
 std::string repeatedTitleLine(const CfgJudgement& judgement, const FoundLivery& found) {
     if (judgement.ivao)
-        return fmt::format("{} {} title already exists: {}", judgement.path, found.header, found.livery.title);
-    return fmt::format("{} {} title \"{}\" already exists", judgement.folder, found.header, found.livery.title);
+        return fmt::format("{} {} title already exists: {}", judgement.path, found.header, found.title);
+    return fmt::format("{} {} title \"{}\" already exists", judgement.folder, found.header, found.title);
 }
 
 } // namespace kes

@@ -3,6 +3,7 @@
 // later, in the order of the walk.
 #pragma once
 
+#include "core/text_block.h"
 #include "liveries/livery.h"
 #include "liveries/scan_reports.h"
 #include "platform/file.h"
@@ -42,25 +43,34 @@ enum class FileFate : std::uint8_t { unreadable, noSections, badNumbers, noModel
 std::string_view text(FileFate fate);
 std::string_view words(FileFate fate);
 
+/// A livery of a file; as in `Livery`. All texts are the judgement's.
 struct FoundLivery {
-    Livery livery;
-    std::string header; ///< the section's first line, for messages
+    std::string_view airline, model, title, regcode;
+    std::string_view header; ///< the section's first line, for messages
+    std::int32_t priority = 0;
+    bool cargo = false;
 };
 struct DroppedSection {
-    std::string header, title;
+    std::string_view header, title;
     SectionFate fate;
 };
 
+/// The texts are valid until `clear`, wherever the judgement is moved to.
 struct CfgJudgement {
-    std::string path, folder, model, charset;
+    std::string_view path, folder, model;
+    std::string_view charset; ///< "utf-16-le", "utf-16-be", "utf-8-bom", "plain"; empty = not read
     bool ivao = false;
     FileFate fate = FileFate::unreadable;
     std::size_t lines = 0, sections = 0;
     std::vector<FoundLivery> liveries;
     std::vector<DroppedSection> dropped;
-    std::vector<std::pair<ReportList, std::string>> reports; ///< in the order in which they arose
+    std::vector<std::pair<ReportList, std::string_view>> reports; ///< in the order in which they arose
     std::vector<std::string> log;
+    TextBlock texts; ///< holds them all
+    /// As a fresh one, with the room of the last file.
+    void clear();
 };
+Livery liveryOf(const FoundLivery& found);
 
 /// What the judgement of a file depends on besides the reference data.
 struct CfgRules {
@@ -71,13 +81,16 @@ struct CfgRules {
 
 /// Where the bytes of a file come from besides its path.
 struct CfgSource {
-    const platform::Folder* folder = nullptr; ///< its open folder, so that it is found without a walk along the path
     const std::string* bytes = nullptr;       ///< the bytes themselves; the file need not exist
-    const platform::FolderEntry* entry = nullptr; ///< the file in `folder`
+    const platform::Folder* folder = nullptr; ///< its open folder, so that it is found without a walk along the path
+    const char* name = nullptr;               ///< the file in `folder`
+    bool isRegular = false;                   ///< it was a regular file, and no link, a moment ago
 };
 
-/// Judges the file at a path, normal or of the other family by `isIvaoPath`. Throws nothing but std::bad_alloc.
-CfgJudgement judgeFile(const CfgRules& rules, const std::string& path, const CfgSource& source = {});
+/// Judges the file at a path, normal or of the other family by `isIvaoPath`. `result` may be of another file before.
+/// Throws nothing but std::bad_alloc.
+void judgeFile(const CfgRules& rules, std::string_view path, const CfgSource& source, CfgJudgement& result);
+CfgJudgement judgeFile(const CfgRules& rules, std::string_view path, const CfgSource& source = {});
 
 /// A title was seen before: the line for the report `incompleteSections`.
 std::string repeatedTitleLine(const CfgJudgement& judgement, const FoundLivery& found);
@@ -88,8 +101,8 @@ void lf_searchLiveriesinIvaoFile(const CfgRules& rules, const CfgSource& source,
 bool isIvaoPath(std::string_view path);
 
 /// The bytes of a file as UTF-8 text. 16-bit text with a mark is converted, broken pairs and a lone last byte become
-/// U+FFFD; a mark is dropped. `charset` receives "utf-16-le", "utf-16-be", "utf-8-bom" or "plain". The view is into
-/// `bytes` or `converted`.
-std::string_view decodeCfg(std::string_view bytes, std::string& converted, std::string& charset);
+/// U+FFFD; a mark is dropped. `charset` receives one of the names in `CfgJudgement`. The view is into `bytes` or
+/// `converted`.
+std::string_view decodeCfg(std::string_view bytes, std::string& converted, std::string_view& charset);
 
 } // namespace kes

@@ -10,17 +10,15 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <filesystem>
 #include <fmt/format.h>
-#include <utility>
+#include <span>
 
 namespace kes {
 
 namespace {
 
 void cutLines(std::string_view text, cfg::FileText& out) {
-    out.lines.clear();
-    out.lines.reserve(text.size() / 16);
-    out.brackets.clear();
     std::size_t bracket = text.find('[');
     for (std::size_t begin = 0; begin < text.size();) {
         const std::size_t feed = std::min(text.find('\n', begin), text.size());
@@ -29,43 +27,50 @@ void cutLines(std::string_view text, cfg::FileText& out) {
             out.brackets.push_back(static_cast<std::uint32_t>(out.lines.size()));
             bracket = text.find('[', end);
         }
-        out.lines.push_back(text.substr(begin, end - begin));
+        out.lines.push_back({text.substr(begin, end - begin)});
         begin = feed + 1;
     }
 }
 
+/// The line around a mark, and the line feed that ends it, or the end of the text.
+const char* lineAround(const char* mark, const char* least, const char* end, cfg::CfgLine& line) {
+    const char* begin = mark;
+    while (begin > least && begin[-1] != '\n')
+        --begin;
+    const char* stop = cfg::findByte(mark, end, '\r', '\n');
+    const char* feed = stop;
+    if (stop < end && *stop == '\r') {
+        feed = stop + 1;
+        if (feed < end && *feed != '\n') { // one that ends no line
+            line.holdsReturn = true;
+            feed = cfg::findByte(feed, end, '\n', '\n');
+            stop = feed[-1] == '\r' ? feed - 1 : feed;
+        }
+    }
+    line.text = std::string_view(begin, static_cast<std::size_t>(stop - begin));
+    return feed;
+}
+
 /// Nine lines of ten say nothing to a scan; only the others become lines. The number of all.
 std::size_t pickLines(std::string_view text, cfg::FileText& out) {
-    findMarks<platform::Bytes16>(text, out.marks);
-    out.end = text.data() + text.size();
-    out.lines.clear();
-    out.letters.clear();
-    out.brackets.clear();
-    std::size_t picked = 0; // up to here
-    for (const std::uint32_t mark : std::span(out.marks.at).first(out.marks.count)) {
-        if (mark >= picked) {
-            std::size_t begin = mark;
-            while (begin > picked && text[begin - 1] != '\n')
-                --begin;
-            picked = std::min(text.find('\n', mark), text.size());
-            const std::size_t end = text[picked - 1] == '\r' ? picked - 1 : picked;
-            out.lines.push_back(text.substr(begin, end - begin));
-            out.letters.push_back(0);
-        }
-        if (text[mark] != '[') {
-            out.letters.back() |= cfg::lettersAt(text, mark);
+    cfg::findMarks<platform::Bytes16>(text, out.marks);
+    const char* const end = text.data() + text.size();
+    const char* picked = text.data(); // up to here
+    for (const std::uint32_t at : std::span(out.marks.at).first(out.marks.count)) {
+        const char* const mark = text.data() + at;
+        const bool isBracket = *mark == '[';
+        const std::uint8_t letters = isBracket ? 0 : cfg::lettersAt(mark);
+        if (!isBracket && letters == 0)
             continue;
-        }
+        if (mark >= picked)
+            picked = lineAround(mark, picked, end, out.lines.emplace_back());
+        out.lines.back().letters |= letters;
         const auto number = static_cast<std::uint32_t>(out.lines.size() - 1);
-        if (out.brackets.empty() || out.brackets.back() != number)
+        if (isBracket && (out.brackets.empty() || out.brackets.back() != number))
             out.brackets.push_back(number);
     }
     return out.marks.feeds + (text.empty() || text.back() == '\n' ? 0 : 1);
 }
-
-} // namespace
-
-namespace {
 
 struct FateText {
     std::string_view name, words;
@@ -126,7 +131,7 @@ std::string_view words(FileFate fate) {
     return textsOf(fate, fileFates).words;
 }
 
-std::string_view decodeCfg(std::string_view bytes, std::string& converted, std::string& charset) {
+std::string_view decodeCfg(std::string_view bytes, std::string& converted, std::string_view& charset) {
     // Two bytes tell the character set here; the third byte of a mark is never looked at.
     if (bytes.starts_with("\xEF\xBB")) {
         charset = "utf-8-bom";
@@ -141,10 +146,12 @@ namespace cfg {
 
 bool readCfg(const CfgSource& source, CfgJudgement& result, FileText& text) {
     int error = 0;
-    if (source.folder)
-        error = source.folder->read(*source.entry, text.bytes, longestCfg);
-    else if (!source.bytes)
-        error = platform::readFile(result.path, text.bytes, longestCfg);
+    if (source.bytes)
+        text.bytes.assign(*source.bytes);
+    else if (source.folder)
+        error = source.folder->read(source.name, source.isRegular, text.bytes, longestCfg);
+    else
+        error = platform::readFile(std::string(result.path), text.bytes, longestCfg);
     if (error != 0) {
         if (error == ENOENT)
             return false; // it went away since the walk saw it
@@ -159,24 +166,27 @@ bool readCfg(const CfgSource& source, CfgJudgement& result, FileText& text) {
             result.log.push_back(fmt::format("no character set found for {}", result.path));
         return false;
     }
-    const std::string_view bytes = source.bytes ? *source.bytes : text.bytes.view();
-    const std::string_view decoded = decodeCfg(bytes, text.converted, result.charset);
+    std::string_view decoded = decodeCfg(text.bytes.view(), text.converted, result.charset);
+    if (decoded.data() == text.converted.data()) {
+        text.bytes.assign(decoded); // which has zero bytes around
+        decoded = text.bytes.view();
+    }
+    text.lines.clear();
+    text.brackets.clear();
+    text.end = decoded.data() + decoded.size();
     if (result.ivao)
         cutLines(decoded, text);
     result.lines = result.ivao ? text.lines.size() : pickLines(decoded, text);
     return true;
 }
 
-bool isHeader(std::string_view line) {
-    return !line.starts_with("//") && !headerDigits(line).empty();
-}
-
 bool sectionNumbersAreGood(CfgJudgement& result, FileText& text) {
     result.fate = FileFate::badNumbers;
     constexpr std::int32_t withoutNumber = 10000;
     text.numbers.clear();
+    bool ascending = true;
     for (const std::uint32_t number : text.brackets) {
-        const std::string_view line = text.lines[number];
+        const std::string_view line = text.lines[number].text;
         if (line.starts_with("//"))
             continue;
         const std::string_view digits = headerDigits(line);
@@ -186,8 +196,11 @@ bool sectionNumbersAreGood(CfgJudgement& result, FileText& text) {
                 result.log.push_back(fmt::format("fltsim num {} incorrect", digits));
                 return false;
             }
+            ascending = ascending && (text.numbers.empty() || text.numbers.back() <= value);
             text.numbers.push_back(value);
+            text.lines[number].isHeader = true;
         } else if (line.find("[fltsim.") != std::string_view::npos || line.find("[FLTSIM.") != std::string_view::npos) {
+            ascending = ascending && (text.numbers.empty() || text.numbers.back() <= withoutNumber);
             text.numbers.push_back(withoutNumber);
         }
     }
@@ -197,7 +210,8 @@ bool sectionNumbersAreGood(CfgJudgement& result, FileText& text) {
         report(result, &ScanReports::emptyCfgFiles, result.path);
         return false;
     }
-    std::sort(text.numbers.begin(), text.numbers.end());
+    if (!ascending)
+        std::sort(text.numbers.begin(), text.numbers.end());
     std::int32_t expected = 0;
     for (const std::int32_t found : text.numbers) {
         if (found == expected++)
@@ -211,37 +225,43 @@ bool sectionNumbersAreGood(CfgJudgement& result, FileText& text) {
     return true;
 }
 
-std::string judgedModel(CfgJudgement& result, std::string_view code) {
+std::string_view judgedModel(CfgJudgement& result, std::string_view code) {
     if (modelExists(code))
-        return std::string(code);
+        return result.texts.put(code);
     if (const std::string* correct = find(referenceData().modelFixes, code)) {
         report(result, &ScanReports::modelFixLines,
                fmt::format("Model fix: {} found in {} changed into {}", code, result.path, *correct));
-        return *correct;
+        return result.texts.put(*correct);
     }
     report(result, &ScanReports::invalidModels, fmt::format("{:16} in {}", code, result.path));
     return {};
 }
 
 void drop(CfgJudgement& result, std::string_view header, std::string_view title, SectionFate fate) {
-    result.dropped.push_back({std::string(header), std::string(title), fate});
+    result.dropped.push_back({result.texts.put(header), result.texts.put(title), fate});
     if (!isSilent(fate))
         return;
-    const std::string named = title.empty() ? std::string() : fmt::format(" \"{}\"", title);
-    report(result, &ScanReports::notUsed, fmt::format("{} {}{}: {}", result.path, header, named, words(fate)));
+    if (title.empty())
+        report(result, &ScanReports::notUsed, {result.path, " ", header, ": ", words(fate)});
+    else
+        report(result, &ScanReports::notUsed, {result.path, " ", header, " \"", title, "\": ", words(fate)});
 }
 
-void report(CfgJudgement& result, ReportList list, std::string line) {
-    result.reports.emplace_back(list, std::move(line));
+void report(CfgJudgement& result, ReportList list, std::string_view line) {
+    result.reports.emplace_back(list, result.texts.put(line));
 }
 
-std::span<const std::string_view> withoutTrailingComments(std::span<const std::string_view> section) {
-    while (!section.empty() && (section.back().empty() || section.back().starts_with("//")))
+void report(CfgJudgement& result, ReportList list, std::initializer_list<std::string_view> parts) {
+    result.reports.emplace_back(list, result.texts.join(parts));
+}
+
+std::span<const CfgLine> withoutTrailingComments(std::span<const CfgLine> section) {
+    while (!section.empty() && (section.back().text.empty() || section.back().text.starts_with("//")))
         section = section.first(section.size() - 1);
     return section;
 }
 
-std::span<const std::string_view> withoutTrailingComments(std::span<const std::string_view> picked, const char* end) {
+std::span<const CfgLine> withoutTrailingComments(std::span<const CfgLine> picked, const char* end) {
     const auto onlyComments = [](std::string_view behind) {
         while (!behind.empty()) {
             const std::size_t feed = std::min(behind.find('\n'), behind.size());
@@ -253,14 +273,22 @@ std::span<const std::string_view> withoutTrailingComments(std::span<const std::s
         return true;
     };
     // What is no comment itself ends the search, and so does what was not picked.
-    while (!picked.empty() && picked.back().starts_with("//")) {
-        const char* const behind = picked.back().data() + picked.back().size();
+    while (!picked.empty() && picked.back().text.starts_with("//")) {
+        const std::string_view last = picked.back().text;
+        const char* const behind = last.data() + last.size();
         if (!onlyComments(std::string_view(behind, static_cast<std::size_t>(end - behind))))
             break;
-        end = picked.back().data();
+        end = last.data();
         picked = picked.first(picked.size() - 1);
     }
     return picked;
+}
+
+bool isPlainRegcode(std::string_view list) {
+    return !list.empty() && list.size() <= longestRegcode && list != "G-BAFM" &&
+           std::all_of(list.begin(), list.end(), [](char c) {
+               return (c >= '0' && c <= '9') || ((c | ' ') >= 'a' && (c | ' ') <= 'z') || c == '-';
+           });
 }
 
 std::string commonRegcodeFault(const CfgJudgement& result, std::string_view header, std::string_view piece) {
@@ -291,13 +319,29 @@ bool titleIsUsable(CfgJudgement& result, std::string_view header, std::string_vi
 
 } // namespace cfg
 
-CfgJudgement judgeFile(const CfgRules& rules, const std::string& path, const CfgSource& source) {
-    CfgJudgement result;
-    result.path = path;
+void CfgJudgement::clear() {
+    path = folder = model = charset = {};
+    ivao = false;
+    fate = FileFate::unreadable;
+    lines = sections = 0;
+    liveries.clear();
+    dropped.clear();
+    reports.clear();
+    log.clear();
+    texts.clear();
+}
+
+Livery liveryOf(const FoundLivery& found) {
+    return {std::string(found.airline), std::string(found.model), std::string(found.title),
+            std::string(found.regcode), found.priority,           found.cargo};
+}
+
+void judgeFile(const CfgRules& rules, std::string_view path, const CfgSource& source, CfgJudgement& result) {
+    result.clear();
+    result.path = result.texts.put(path);
     result.ivao = isIvaoPath(path);
     constexpr char separator = static_cast<char>(std::filesystem::path::preferred_separator);
-    const std::size_t last = path.rfind(separator);
-    result.folder = last == std::string::npos ? path : path.substr(0, last);
+    result.folder = result.path.substr(0, result.path.rfind(separator));
     const char* const task = result.ivao ? "lf_searchLiveriesinIvaoFile" : "lf_searchLiveriesinFile";
     try {
         (result.ivao ? lf_searchLiveriesinIvaoFile : lf_searchLiveriesinFile)(rules, source, result);
@@ -309,7 +353,12 @@ CfgJudgement judgeFile(const CfgRules& rules, const std::string& path, const Cfg
         result.log.push_back(fmt::format("exception in {} {}: {}", task, path, e.what()));
     }
     if (result.fate != FileFate::sectionsRead && result.reports.empty())
-        cfg::report(result, &ScanReports::notUsed, fmt::format("{}: {}", path, words(result.fate)));
+        cfg::report(result, &ScanReports::notUsed, {path, ": ", words(result.fate)});
+}
+
+CfgJudgement judgeFile(const CfgRules& rules, std::string_view path, const CfgSource& source) {
+    CfgJudgement result;
+    judgeFile(rules, path, source, result);
     return result;
 }
 

@@ -20,4 +20,42 @@ constexpr bool isSpace(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
+namespace cfg {
+
+inline std::size_t behindSpace(std::string_view line, std::size_t at) {
+    while (at < line.size() && isSpace(line[at]))
+        ++at;
+    return at;
+}
+
+/// The position behind `word`, which is in lower case, at `at`, or 0 when something else stands there.
+[[gnu::always_inline]] inline std::size_t behindWord(std::string_view line, std::size_t at, std::string_view word) {
+    if (line.size() - at < word.size())
+        return 0;
+    for (std::size_t i = 0; i < word.size(); ++i) {
+        const bool isLetter = word[i] >= 'a' && word[i] <= 'z';
+        if ((line[at + i] | (isLetter ? ' ' : 0)) != word[i])
+            return 0;
+    }
+    return at + word.size();
+}
+
+/// `keyValue` for a line whose value is known to hold no carriage return; null data when it does not match. Made anew
+/// for each key that stands in the call.
+[[gnu::always_inline]] inline std::string_view plainKeyValue(std::string_view line, std::string_view key) {
+    std::size_t at = behindWord(line, behindSpace(line, 0), key);
+    if (at == 0)
+        return {};
+    at = behindSpace(line, at);
+    if (at == line.size() || line[at] != '=')
+        return {};
+    at = behindSpace(line, at + 1);
+    std::size_t end = line.size();
+    while (end > at && isSpace(line[end - 1]))
+        --end;
+    return end == at ? std::string_view() : line.substr(at, end - at);
+}
+
+} // namespace cfg
+
 } // namespace kes

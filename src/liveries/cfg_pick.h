@@ -1,4 +1,5 @@
-// The lines of an "aircraft.cfg" that can say anything: a small part of it. Pure, any thread.
+// The places of an "aircraft.cfg" that can say anything: a small part of it. All functions look at up to 64 bytes
+// behind the text, and one before, which have to be there and to be zero (`platform::FileBytes`). Pure, any thread.
 #pragma once
 
 #include "platform/bytes16.h"
@@ -6,7 +7,6 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -22,18 +22,18 @@ enum KeyLetters : std::uint8_t {
     baseContainerLetters = 32 ///< e_c
 };
 
-/// The letters around a mark that is no bracket.
-inline std::uint8_t lettersAt(std::string_view text, std::size_t mark) {
-    if (text[mark] != '_')
-        return titleLetters;
-    const char right = static_cast<char>(text[mark + 1] | ' ');
-    switch (text[mark - 1] | ' ') {
+/// The letters around a mark; 0 for a bracket and for a mark that is none of them.
+inline std::uint8_t lettersAt(const char* mark) {
+    const char left = static_cast<char>(mark[-1] | ' '), right = static_cast<char>(mark[1] | ' ');
+    if (*mark != '_')
+        return (*mark | ' ') == 'i' && left == 't' && right == 't' ? titleLetters : 0;
+    switch (left) {
     case 'c':
-        return right == 'p' ? parkingTypesLetters : atcIdLetters;
+        return right == 'p' ? parkingTypesLetters : right == 'i' ? atcIdLetters : 0;
     case 'o':
-        return right == 'a' ? airlineLetters : typeLetters;
+        return right == 'a' ? airlineLetters : right == 't' ? typeLetters : 0;
     default:
-        return baseContainerLetters;
+        return left == 'e' && right == 'c' ? baseContainerLetters : 0;
     }
 }
 
@@ -43,34 +43,26 @@ struct Marks {
     std::size_t count = 0, feeds = 0;
 };
 
-/// Marks each '[' and the middle of the letters above, in any case: no key of a normal file is without them. One pass,
-/// whatever the text holds, which has less than 4 GiB.
+/// Marks each '[' and the middle of the letters above, in any case: no key of a normal file is without them. Some of
+/// the marks have other letters around them (`lettersAt` tells), since to know all exactly takes twice the time. One
+/// pass, whatever the text holds, which has less than 4 GiB.
 template <class Bytes> void findMarks(std::string_view text, Marks& out) {
     constexpr std::size_t block = 64, mostBlocks = 63; // a byte counts four feeds of a block
-    const Bytes lowerCase = Bytes::of(' '), feed = Bytes::of('\n'), bracket = Bytes::of('[');
-    const Bytes a = Bytes::of('a'), c = Bytes::of('c'), e = Bytes::of('e'), i = Bytes::of('i'), o = Bytes::of('o'),
-                p = Bytes::of('p'), t = Bytes::of('t'), line = Bytes::of('_');
+    const Bytes lowerCase = Bytes::of(' '), feed = Bytes::of('\n'), bracket = Bytes::of('['), line = Bytes::of('_'),
+                i = Bytes::of('i');
     out.count = out.feeds = 0;
     Bytes feeds = Bytes::of('\0');
     std::size_t counted = 0;
     for (std::size_t begin = 0; begin < text.size(); begin += block) {
-        const char* from = text.data() + begin;
-        char edge[block + 2];
-        if (begin == 0 || begin + block >= text.size()) {
-            // No byte outside of the text is looked at; zero stands for it.
-            const std::size_t before = begin == 0 ? 0 : 1;
-            std::memset(edge, 0, sizeof edge);
-            std::memcpy(edge + 1 - before, from - before, std::min(block + 1, text.size() - begin) + before);
-            from = edge + 1;
-        }
+        const char* const from = text.data() + begin;
         std::uint64_t found = 0;
         for (std::size_t part = 0; part < block; part += 16) {
-            const Bytes now = Bytes::load(from + part), left = Bytes::load(from + part - 1) | lowerCase,
-                        right = Bytes::load(from + part + 1) | lowerCase;
-            const Bytes key =
-                (now == line) & (((left == c) & ((right == p) | (right == i))) |
-                                 ((left == o) & ((right == a) | (right == t))) | ((left == e) & (right == c)));
-            const Bytes title = (left == t) & ((now | lowerCase) == i) & (right == t);
+            const Bytes now = Bytes::load(from + part);
+            const Bytes sides = Bytes::load(from + part - 1) ^ Bytes::load(from + part + 1);
+            // The letters on both sides of '_' all differ in the bit 0x02: c^p = 0x13, o^t = 0x1B, c^i = 0x0A,
+            // o^a = 0x0E, e^c = 0x06. Those of a title differ in nothing but, maybe, their case.
+            const Bytes key = (now == line) & sides.template shiftedLeft<6>();
+            const Bytes title = ((now | lowerCase) == i) & ((sides | lowerCase) == lowerCase);
             found |= std::uint64_t{((now == bracket) | key | title).mask()} << part;
             feeds = feeds - (now == feed);
         }
@@ -83,11 +75,38 @@ template <class Bytes> void findMarks(std::string_view text, Marks& out) {
             continue;
         if (out.at.size() < out.count + block)
             out.at.resize(2 * out.count + 16 * block);
+        std::uint32_t* to = out.at.data() + out.count;
         for (; found != 0; found &= found - 1)
-            out.at[out.count++] =
-                static_cast<std::uint32_t>(begin) + static_cast<std::uint32_t>(std::countr_zero(found));
+            *to++ = static_cast<std::uint32_t>(begin) + static_cast<std::uint32_t>(std::countr_zero(found));
+        out.count = static_cast<std::size_t>(to - out.at.data());
     }
     out.feeds += feeds.sum();
+}
+
+/// The first of one or two bytes from `at` on; `end` when there is none before.
+inline const char* findByte(const char* at, const char* end, char one, char other) {
+    using platform::Bytes16;
+    const Bytes16 first = Bytes16::of(one), second = Bytes16::of(other);
+    for (; at < end; at += 16) {
+        const Bytes16 now = Bytes16::load(at);
+        if (const std::uint32_t found = ((now == first) | (now == second)).mask())
+            return std::min(at + std::countr_zero(found), end);
+    }
+    return end;
+}
+
+/// False for a title that holds neither a zero byte nor a name of `isLeftOut`, which nearly all are.
+inline bool titleNeedsALook(std::string_view title) {
+    using platform::Bytes16;
+    const Bytes16 zero = Bytes16::of('\0'), f = Bytes16::of('F'), e = Bytes16::of('e'), p = Bytes16::of('P'),
+                  m = Bytes16::of('M');
+    for (std::size_t at = 0; at < title.size(); at += 16) {
+        const Bytes16 now = Bytes16::load(title.data() + at), next = Bytes16::load(title.data() + at + 1);
+        const std::uint32_t found = ((now == zero) | ((now == f) & (next == e)) | ((now == p) & (next == m))).mask();
+        if (found != 0 && at + std::countr_zero(found) < title.size())
+            return true;
+    }
+    return false;
 }
 
 } // namespace kes::cfg

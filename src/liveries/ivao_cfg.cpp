@@ -52,7 +52,7 @@ std::string_view modelFolder(std::string_view path, std::string_view package) {
     return path.empty() ? std::string_view() : word;
 }
 
-std::string modelFromPath(CfgJudgement& result) {
+std::string_view modelFromPath(CfgJudgement& result) {
     for (const std::string_view package : {"IVAO_MTL", "ivao_x-csl"}) {
         const std::string_view word = modelFolder(result.path, package);
         if (!word.empty())
@@ -88,11 +88,11 @@ std::string_view airlineInTitle(std::string_view title, const std::string& model
 
 class IvaoSection {
 public:
-    IvaoSection(const CfgRules& rules, CfgJudgement& result, std::span<const std::string_view> lines)
-        : rules_(rules), result_(result), header_(lines.front()), lines_(lines) {}
+    IvaoSection(const CfgRules& rules, CfgJudgement& result, std::span<const CfgLine> lines)
+        : rules_(rules), result_(result), header_(lines.front().text), lines_(lines) {}
 
     void read() {
-        for (const std::string_view line : withoutTrailingComments(lines_)) {
+        for (const auto& [line, letters, isHeader, holdsReturn] : withoutTrailingComments(lines_)) {
             if (!takeTitle(line) || !takeParkingTypes(line) || !takeAtcId(line))
                 return;
             if (texture_.empty())
@@ -175,16 +175,17 @@ private:
         if (!titleIsUsable(result_, header_, title_) || !findAirline())
             return;
         FoundLivery& found = result_.liveries.emplace_back();
-        found.header = header_;
-        found.livery.airline = airline_;
-        found.livery.model = result_.model;
-        found.livery.title = title_;
-        found.livery.regcode = regcode_;
-        found.livery.priority = rules_.folderNumber;
+        found.header = result_.texts.put(header_);
+        found.airline = result_.texts.put(airline_);
+        found.model = result_.model;
+        found.title = result_.texts.put(title_);
+        found.regcode = result_.texts.put(regcode_);
+        found.priority = rules_.folderNumber;
     }
 
     bool findAirline() {
-        airline_ = airlineInTitle(title_, folderSharesModel(result_.folder) ? result_.model + "W" : result_.model);
+        airline_ =
+            airlineInTitle(title_, fmt::format("{}{}", result_.model, folderSharesModel(result_.folder) ? "W" : ""));
         if (!airline_.empty()) {
             if (!airlineExists(airline_)) {
                 report(result_, &ScanReports::invalidAirlines,
@@ -210,24 +211,30 @@ private:
     const CfgRules& rules_;
     CfgJudgement& result_;
     std::string_view header_;
-    std::span<const std::string_view> lines_;
+    std::span<const CfgLine> lines_;
     std::string_view title_, parkingTypes_, texture_, regcode_;
     std::string airline_;
 };
 
-void processSection(const CfgRules& rules, CfgJudgement& result, std::span<const std::string_view> lines) {
+void processSection(const CfgRules& rules, CfgJudgement& result, std::span<const CfgLine> lines) {
     try {
         IvaoSection(rules, result, lines).read();
     } catch (const std::exception& e) {
         result.log.push_back(fmt::format("exception in lf_procesFltSimSection: {}, file: {}", e.what(), result.path));
-        drop(result, lines.front(), "", SectionFate::failed);
+        drop(result, lines.front().text, "", SectionFate::failed);
     }
 }
 
 } // namespace
 
 bool isIvaoPath(std::string_view path) {
-    return path.find("ivao_x-csl") != std::string_view::npos || path.find("IVAO_MTL") != std::string_view::npos;
+    // Both names hold the rare '_' behind four letters.
+    for (std::size_t at = path.find('_', 4); at < path.size(); at = path.find('_', at + 1)) {
+        const std::string_view found = path.substr(at - 4);
+        if (found.starts_with("ivao_x-csl") || found.starts_with("IVAO_MTL"))
+            return true;
+    }
+    return false;
 }
 
 void lf_searchLiveriesinIvaoFile(const CfgRules& rules, const CfgSource& source, CfgJudgement& result) {
@@ -240,14 +247,14 @@ void lf_searchLiveriesinIvaoFile(const CfgRules& rules, const CfgSource& source,
     if (!readCfg(source, result, text) || !sectionNumbersAreGood(result, text))
         return;
     result.fate = FileFate::sectionsRead;
-    const std::span<const std::string_view> lines = text.lines;
+    const std::span<const CfgLine> lines = text.lines;
     std::optional<std::size_t> begin;
     for (const std::uint32_t number : text.brackets) {
         if (stopWanted())
             return;
         if (begin)
             processSection(rules, result, lines.subspan(*begin, number - *begin));
-        begin = isHeader(lines[number]) ? std::optional<std::size_t>(number) : std::nullopt;
+        begin = lines[number].isHeader ? std::optional<std::size_t>(number) : std::nullopt;
     }
     if (begin)
         processSection(rules, result, lines.subspan(*begin));

@@ -1,8 +1,8 @@
 #include "liveries/package_finders.h"
 
 #include "core/log.h"
+#include "core/parallel_walk.h"
 #include "core/parameters.h"
-#include "liveries/folder_walk.h"
 #include "platform/file.h"
 #include "platform/system.h"
 
@@ -63,18 +63,20 @@ std::optional<std::string> findFamily(Family family, const std::vector<std::stri
 } // namespace
 
 std::vector<fs::path> findAiPackages(const fs::path& community) {
-    std::vector<platform::FolderEntry> entries;
+    platform::FolderList list;
     platform::Folder folder;
     int error = folder.open(platform::pathText(community));
     if (!error)
-        error = folder.list(entries);
+        error = folder.list(list);
     if (error)
         throw fs::filesystem_error("directory_iterator", community, std::error_code(error, std::generic_category()));
-    std::sort(entries.begin(), entries.end(),
-              [](const auto& a, const auto& b) { return nameComesFirst(a.name, b.name); });
+    std::vector<std::string_view> names;
+    for (const platform::FolderList::Entry& entry : list.entries())
+        names.push_back(list.name(entry));
+    std::sort(names.begin(), names.end(), nameComesFirst);
     std::vector<std::string> paths;
-    for (const platform::FolderEntry& entry : entries)
-        paths.push_back(platform::pathText(community / platform::pathFrom(entry.name)));
+    for (const std::string_view name : names)
+        paths.push_back(platform::pathText(community / platform::pathFrom(name)));
 
     const std::int32_t order = std::clamp<std::int32_t>(par::AI_PACKAGE_ORDER, 1, familyOrders.size());
     std::vector<fs::path> found;

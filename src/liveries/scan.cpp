@@ -41,12 +41,12 @@ struct Scan {
 void takeJudgement(Scan& scan, CfgJudgement& judgement, FolderSummary& folder) {
     for (const std::string& line : judgement.log)
         scan.complaints.write(quoted(line, longestLine)); // parts of it are the file's own words
-    for (auto& [list, line] : judgement.reports)
-        (scanReports.*list).push_back(std::move(line));
+    for (const auto& [list, line] : judgement.reports)
+        (scanReports.*list).emplace_back(line);
     const std::size_t before = scan.list.size();
-    for (FoundLivery& found : judgement.liveries) {
-        if (scan.seenTitles.insert(found.livery.title).second) {
-            scan.list.push_back(std::move(found.livery));
+    for (const FoundLivery& found : judgement.liveries) {
+        if (scan.seenTitles.emplace(found.title).second) {
+            scan.list.push_back(liveryOf(found));
         } else {
             ++folder.repeatedTitles;
             scanReports.incompleteSections.push_back(repeatedTitleLine(judgement, found));

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <system_error>
 
 namespace kes::platform {
@@ -55,29 +56,46 @@ int readFile(const std::string& path, std::string& content, std::uint64_t most) 
     return error != 0 ? error : os::readAll(file, content, most);
 }
 
-void FileBytes::grow() {
-    const std::size_t capacity = std::max(firstPiece, 2 * capacity_);
-    auto room = std::make_unique_for_overwrite<char[]>(capacity);
-    std::copy_n(room_.get(), size_, room.get());
+void FileBytes::grow(std::size_t least) {
+    const std::size_t capacity = std::max({firstPiece, 2 * capacity_, least});
+    auto room = std::make_unique_for_overwrite<char[]>(before + capacity + behind);
+    std::memset(room.get(), 0, before);
+    std::copy_n(room_.get() + (room_ ? before : 0), size_, room.get() + before);
     room_ = std::move(room);
     capacity_ = capacity;
+}
+
+void FileBytes::end(std::size_t size) {
+    size_ = size;
+    if (room_)
+        std::memset(room_.get() + before + size, 0, behind);
+}
+
+void FileBytes::assign(std::string_view bytes) {
+    size_ = 0;
+    if (bytes.size() > capacity_ || !room_)
+        grow(bytes.size());
+    std::copy_n(bytes.data(), bytes.size(), room_.get() + before);
+    end(bytes.size());
 }
 
 int FileBytes::readAll(InputFile& file, std::uint64_t most) {
     // Only a reading of nothing tells the end: one of less than asked for may have met an error.
     for (std::int64_t got = 1; got > 0; size_ += static_cast<std::size_t>(got)) {
         if (size_ > most) {
-            size_ = 0;
+            end(0);
             return EFBIG;
         }
         if (size_ == capacity_)
-            grow();
-        got = file.read(room_.get() + size_, capacity_ - size_);
+            grow(0);
+        got = file.read(room_.get() + before + size_, capacity_ - size_);
         if (got < 0) {
-            size_ = 0;
-            return errno != 0 ? errno : EIO;
+            const int error = errno != 0 ? errno : EIO;
+            end(0);
+            return error;
         }
     }
+    end(size_);
     return 0;
 }
 
@@ -88,10 +106,22 @@ int readFile(const std::string& path, FileBytes& content, std::uint64_t most) {
     return error != 0 ? error : content.readAll(file, most);
 }
 
-int Folder::read(const FolderEntry& entry, FileBytes& content, std::uint64_t most) const {
+void FolderList::add(std::string_view name, Entry entry) {
+    entry.nameAt = static_cast<std::uint32_t>(names_.size());
+    entry.nameSize = static_cast<std::uint32_t>(name.size());
+    names_.append(name).push_back('\0');
+    entries_.push_back(entry);
+}
+
+void FolderList::clear() {
+    entries_.clear();
+    names_.clear();
+}
+
+int Folder::read(const char* name, bool isRegular, FileBytes& content, std::uint64_t most) const {
     content.size_ = 0;
     InputFile file;
-    const int error = openFile(file, entry);
+    const int error = openFile(file, name, isRegular);
     return error != 0 ? error : content.readAll(file, most);
 }
 

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <string>
@@ -43,16 +44,20 @@ private:
     std::uint64_t size_ = 0;
 };
 
-/// The bytes of one file after the other. Their room is kept and never cleared.
+/// The bytes of one file after the other. Their room is kept and never cleared, but zero bytes stand around them, so
+/// that who looks at several at once need not stop short of the ends.
 class FileBytes {
 public:
-    std::string_view view() const { return {room_.get(), size_}; }
+    static constexpr std::size_t before = 16, behind = 96; ///< bytes of zero
+    std::string_view view() const { return {room_ ? room_.get() + before : nullptr, size_}; }
+    void assign(std::string_view bytes); ///< instead of a file's
 
 private:
     friend int readFile(const std::string& path, FileBytes& content, std::uint64_t most);
     friend class Folder;
     int readAll(InputFile& file, std::uint64_t most);
-    void grow();
+    void grow(std::size_t least);
+    void end(std::size_t size);
     std::unique_ptr<char[]> room_;
     std::size_t capacity_ = 0, size_ = 0;
 };
@@ -62,33 +67,49 @@ private:
 int readFile(const std::string& path, std::string& content, std::uint64_t most = noLimit);
 int readFile(const std::string& path, FileBytes& content, std::uint64_t most = noLimit);
 
-struct FolderEntry {
-    std::string name;
-    bool isFolder = false; ///< a folder, or a link to one
-    bool isFile = false;   ///< a regular file, or a link to one
-    bool isLink = false;
+/// What stands in a folder, with all names in one block.
+class FolderList {
+public:
+    struct Entry {
+        std::uint32_t nameAt = 0, nameSize = 0;
+        bool isFolder = false; ///< a folder, or a link to one
+        bool isFile = false;   ///< a regular file, or a link to one
+        bool isLink = false;
+    };
+    const std::vector<Entry>& entries() const { return entries_; }
+    /// Valid until the list changes. A zero byte stands behind it.
+    std::string_view name(const Entry& entry) const { return {names_.data() + entry.nameAt, entry.nameSize}; }
+    void add(std::string_view name, Entry entry); ///< `entry` without its name
+    void clear();                                 ///< the room is kept
+
+private:
+    std::vector<Entry> entries_;
+    std::string names_;
 };
 
-/// An open folder, so that files in it are found without walking their path again. Closed at the end.
+/// An open folder, so that files in it are found without walking their path again. Closed at the end. Several threads
+/// may open and read what is in it at once.
 class Folder {
 public:
     Folder() = default;
-    ~Folder();
+    ~Folder() { close(); }
     Folder(const Folder&) = delete;
     Folder& operator=(const Folder&) = delete;
 
     int open(const std::string& path); ///< 0 = done, else an error number of the C library
     /// The same for a folder in an open one.
     int openIn(const Folder& parent, const char* name);
+    void close();
     /// Appends the entries in the order of the file system, without "." and "..". 0 = done, else an error number; what
-    /// was read until then is in `entries`.
-    int list(std::vector<FolderEntry>& entries);
-    /// `readFile` for an entry of the folder. What `list` has told is believed, so that a file takes no call to ask for
-    /// its kind; one that has changed since is still never waited for, nor read beyond `most`.
-    int read(const FolderEntry& entry, FileBytes& content, std::uint64_t most = noLimit) const;
+    /// was read until then is in `entries`. `stopWanted` is asked every some thousand entries and ends the list.
+    int list(FolderList& entries, const std::function<bool()>& stopWanted = {});
+    /// `readFile` for an entry of the folder. One that its list calls a regular file, and no link, is believed, so that
+    /// it takes no call to ask for its kind; if it has changed since it is still never waited for, nor read beyond
+    /// `most`.
+    int read(const char* name, bool isRegular, FileBytes& content, std::uint64_t most = noLimit) const;
 
 private:
-    int openFile(InputFile& file, const FolderEntry& entry) const;
+    int openFile(InputFile& file, const char* name, bool isRegular) const;
     std::string path_;          ///< Windows
     std::intptr_t handle_ = -1; ///< of the operating system; -1 = none
 };

@@ -57,26 +57,29 @@ void InputFile::close() {
     handle_ = -1;
 }
 
-Folder::~Folder() {
+void Folder::close() {
     if (handle_ >= 0)
         ::close(static_cast<int>(handle_));
+    handle_ = -1;
 }
 
 int Folder::open(const std::string& path) {
+    close();
     handle_ = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     return handle_ >= 0 ? 0 : errno;
 }
 
 int Folder::openIn(const Folder& parent, const char* name) {
+    close();
     handle_ = ::openat(static_cast<int>(parent.handle_), name, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     return handle_ >= 0 ? 0 : errno;
 }
 
-int Folder::openFile(InputFile& file, const FolderEntry& entry) const {
-    return file.openIn(handle_, entry.name.c_str(), entry.isFile && !entry.isLink);
+int Folder::openFile(InputFile& file, const char* name, bool isRegular) const {
+    return file.openIn(handle_, name, isRegular);
 }
 
-int Folder::list(std::vector<FolderEntry>& entries) {
+int Folder::list(FolderList& entries, const std::function<bool()>& stopWanted) {
     constexpr std::size_t room = 65536;
     thread_local const auto buffer = std::make_unique_for_overwrite<char[]>(room);
     const int folder = static_cast<int>(handle_);
@@ -90,8 +93,7 @@ int Folder::list(std::vector<FolderEntry>& entries) {
             const std::string_view name = found->d_name;
             if (name == "." || name == "..")
                 continue;
-            FolderEntry& entry = entries.emplace_back();
-            entry.name = name;
+            FolderList::Entry entry;
             entry.isFolder = found->d_type == DT_DIR;
             entry.isFile = found->d_type == DT_REG;
             entry.isLink = found->d_type == DT_LNK;
@@ -105,7 +107,10 @@ int Folder::list(std::vector<FolderEntry>& entries) {
                 if (found->d_type == DT_UNKNOWN && ::fstatat(folder, found->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0)
                     entry.isLink = S_ISLNK(status.st_mode);
             }
+            entries.add(name, entry);
         }
+        if (stopWanted && stopWanted())
+            return 0;
     }
 }
 

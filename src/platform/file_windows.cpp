@@ -77,7 +77,7 @@ void InputFile::close() {
     handle_ = -1;
 }
 
-Folder::~Folder() = default;
+void Folder::close() {}
 
 int Folder::open(const std::string& path) {
     path_ = path;
@@ -90,16 +90,22 @@ int Folder::openIn(const Folder& parent, const char* name) {
     return open(parent.path_ + '\\' + name);
 }
 
-int Folder::openFile(InputFile& file, const FolderEntry& entry) const {
-    return file.open(path_ + '\\' + entry.name);
+int Folder::openFile(InputFile& file, const char* name, bool) const {
+    return file.open(path_ + '\\' + name);
 }
 
-int Folder::list(std::vector<FolderEntry>& entries) {
+int Folder::list(FolderList& entries, const std::function<bool()>& stopWanted) {
     std::error_code error;
+    std::size_t count = 0;
     for (fs::directory_iterator walk(pathFrom(path_), error), end; !error && walk != end; walk.increment(error)) {
         std::error_code ignored;
-        entries.push_back({pathText(walk->path().filename()), walk->is_directory(ignored),
-                           walk->is_regular_file(ignored), isLink(walk->path())});
+        FolderList::Entry entry;
+        entry.isFolder = walk->is_directory(ignored);
+        entry.isFile = walk->is_regular_file(ignored);
+        entry.isLink = isLink(walk->path());
+        entries.add(pathText(walk->path().filename()), entry);
+        if (++count % 1024 == 0 && stopWanted && stopWanted())
+            break;
     }
     return error ? error.default_error_condition().value() : 0;
 }

@@ -47,7 +47,7 @@ struct AircraftCfg : testing::Test {
     static std::string only(const CfgJudgement& got, ReportList list) {
         std::string all;
         for (const auto& [which, line] : got.reports)
-            all += which == list ? line + "|" : "";
+            all += which == list ? std::string(line) + "|" : "";
         return all;
     }
 };
@@ -100,8 +100,7 @@ TEST_F(AircraftCfg, readsTheKeysOfASection) {
     for (const Row& row : table) {
         const CfgJudgement got = section(row.lines);
         std::string text = only(got, &ScanReports::incompleteSections) + only(got, &ScanReports::notUsed);
-        for (const FoundLivery& found : got.liveries) {
-            const Livery& l = found.livery;
+        for (const FoundLivery& l : got.liveries) {
             text += fmt::format("{}/{}/{}/{:d}", l.airline, l.title, l.regcode, l.cargo);
             EXPECT_EQ(l.priority, 3);
             EXPECT_EQ(l.model, "A320");
@@ -131,9 +130,9 @@ TEST_F(AircraftCfg, tellsInTheLogWhatIsWrongWithARegistration) {
 }
 
 TEST_F(AircraftCfg, givesSmallAircraftWithoutAirlineToPrivateOwners) {
-    EXPECT_EQ(section("title=Cessna", "C172").liveries.at(0).livery.airline, "PVT");
-    EXPECT_EQ(section("title=Cessna N1A", "C172").liveries.at(0).livery.regcode, "N1A");
-    EXPECT_EQ(section("title=Cessna N1A\natc_id=N1AXX", "C172").liveries.at(0).livery.regcode, "N1AXX");
+    EXPECT_EQ(section("title=Cessna", "C172").liveries.at(0).airline, "PVT");
+    EXPECT_EQ(section("title=Cessna N1A", "C172").liveries.at(0).regcode, "N1A");
+    EXPECT_EQ(section("title=Cessna N1A\natc_id=N1AXX", "C172").liveries.at(0).regcode, "N1AXX");
 }
 
 TEST_F(AircraftCfg, checksTheSectionNumbers) {
@@ -161,7 +160,7 @@ TEST_F(AircraftCfg, checksTheSectionNumbers) {
     const auto good = judge("icao_type_designator=A320\n[fltsim.1]\ntitle=b\nicao_airline=DLH\n [FltSim.00] \ntitle=a\n"
                             "icao_airline=AFR\n[END]\ntitle=no\n");
     ASSERT_EQ(good.liveries.size(), 2u);
-    EXPECT_EQ(good.liveries[1].livery.title, "a");
+    EXPECT_EQ(good.liveries[1].title, "a");
     EXPECT_EQ(good.liveries[1].header, " [FltSim.00] ");
 }
 
@@ -222,13 +221,13 @@ TEST_F(AircraftCfg, readsEveryCharacterSet) {
         const CfgJudgement got = judge(bytes);
         EXPECT_EQ(got.charset, charset);
         ASSERT_EQ(got.liveries.size(), 1u) << charset;
-        EXPECT_EQ(got.liveries[0].livery.title, "M\xC3\xBCnchen \xF0\x9F\x9B\xA9");
+        EXPECT_EQ(got.liveries[0].title, "M\xC3\xBCnchen \xF0\x9F\x9B\xA9");
         EXPECT_EQ(got.lines, 4u);
     }
     EXPECT_EQ(judge(wide(false, true)).liveries.size(), 0u)
         << "the lone byte spoils the last line, which holds the airline";
     EXPECT_EQ(judge("\xFF\xFE\x00\xD8[\0", "pack/aircraft.cfg").liveries.size(), 0u);
-    EXPECT_EQ(section("title=K\xF6ln\nicao_airline=DLH").liveries.at(0).livery.title, "K\xF6ln") << "bytes stay";
+    EXPECT_EQ(section("title=K\xF6ln\nicao_airline=DLH").liveries.at(0).title, "K\xF6ln") << "bytes stay";
     const auto zero = section(std::string("title=a\0b\nicao_airline=DLH", 24));
     EXPECT_EQ(only(zero, &ScanReports::incompleteSections),
               "pack [fltsim.0] has a title with a zero byte, which the simulator cannot take|");
@@ -294,8 +293,8 @@ TEST_F(AircraftCfg, ivaoFilesTakeModelAndAirlineFromNames) {
         std::string text = only(got, &ScanReports::incompleteSections) + only(got, &ScanReports::invalidAirlines) +
                            only(got, &ScanReports::invalidModels);
         for (const FoundLivery& found : got.liveries) {
-            text += fmt::format("{}/{}/{}", found.livery.airline, found.livery.model, found.livery.regcode);
-            EXPECT_FALSE(found.livery.cargo);
+            text += fmt::format("{}/{}/{}", found.airline, found.model, found.regcode);
+            EXPECT_FALSE(found.cargo);
         }
         EXPECT_EQ(text, row.wanted) << row.lines;
     }

@@ -2,6 +2,7 @@
 #include "core/text.h"
 #include "liveries/cfg_line.h"
 #include "liveries/cfg_pick.h"
+#include "platform/file.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -142,28 +143,57 @@ std::string plainMarks(std::string_view text) {
 TEST(CfgLine, theVectorPassMarksWhatAPassByBytesMarks) {
     std::mt19937 random(7);
     cfg::Marks marks;
+    platform::FileBytes bytes;
+    std::size_t without = 0;
     const auto found = [&] {
         std::string all;
-        for (std::size_t i = 0; i < marks.count; ++i)
-            all += fmt::format("{} ", marks.at[i]);
+        for (std::size_t i = 0; i < marks.count; ++i) {
+            const char* const mark = bytes.view().data() + marks.at[i];
+            if (*mark == '[' || cfg::lettersAt(mark) != 0)
+                all += fmt::format("{} ", marks.at[i]);
+            else
+                ++without;
+        }
         return all + fmt::format("{}", marks.feeds);
     };
-    std::vector<std::string> texts{std::string(70000, '\n'), std::string(300, '['), "tit", "Tit_o_a[", "ti", "_a"};
+    std::vector<std::string> texts{std::string(70000, '\n'), std::string(300, '['), "tit", "Tit_o_a[", "ti", "_a", ""};
     for (std::size_t size = 0; size < 400; ++size) {
         for (std::string& text = texts.emplace_back(size, '\0'); char& c : text)
             c = "[\n\r_tTiIoOaAcCpPeE= \xF4\x7F"[random() % 22];
     }
+    std::size_t with = 0;
     for (const std::string& text : texts) {
         const std::string wanted = plainMarks(text);
-        for (std::size_t shift = 0; shift < 16; ++shift) {
-            // What lies around the text would make marks of its ends.
-            const std::string around = std::string(shift, 't') + 'o' + text + "a_";
-            const std::string_view view = std::string_view(around).substr(shift + 1, text.size());
-            cfg::findMarks<platform::Bytes16>(view, marks);
-            ASSERT_EQ(found(), wanted) << text << shift;
-        }
-        cfg::findMarks<platform::PlainBytes16>(text, marks);
+        bytes.assign(text);
+        cfg::findMarks<platform::Bytes16>(bytes.view(), marks);
+        with += marks.count;
         ASSERT_EQ(found(), wanted) << text;
+        cfg::findMarks<platform::PlainBytes16>(bytes.view(), marks);
+        ASSERT_EQ(found(), wanted) << text;
+    }
+    EXPECT_LT(without, with) << "few marks in vain";
+}
+
+TEST(CfgLine, findsBytesAndSpecialTitlesAtEveryPlace) {
+    platform::FileBytes bytes;
+    for (std::size_t size = 0; size < 40; ++size) {
+        for (std::size_t at = 0; at <= size; ++at) {
+            std::string text(size, 'x');
+            if (at < size)
+                text[at] = '"';
+            bytes.assign(text + "\"");
+            const char* const begin = bytes.view().data();
+            EXPECT_EQ(cfg::findByte(begin, begin + size, '"', '\n') - begin, at);
+            EXPECT_EQ(cfg::findByte(begin, begin + size, '\r', '"') - begin, at);
+            for (const std::string_view word : {std::string_view("FenixA320"), std::string_view("PMDG 737"),
+                                                std::string_view("\0", 1), std::string_view("Fx Fo PA eFMP")}) {
+                std::string title = text.substr(0, at) + std::string(word) + text.substr(at);
+                bytes.assign(title);
+                EXPECT_EQ(cfg::titleNeedsALook(bytes.view()), word != "Fx Fo PA eFMP");
+                bytes.assign(text.substr(0, at) + "x" + std::string(word));
+                EXPECT_FALSE(cfg::titleNeedsALook(bytes.view().substr(0, at)));
+            }
+        }
     }
 }
 

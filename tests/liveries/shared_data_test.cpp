@@ -125,12 +125,12 @@ struct SharedLiveries : testing::Test {
         std::set<std::string> seen;
         std::vector<std::vector<std::string>> records, wantedRecords, dropped, wantedDropped;
         for (const FoundLivery& livery : got.liveries) {
-            if (!seen.insert(livery.livery.title).second) {
-                got.dropped.push_back({livery.header, livery.livery.title, SectionFate::titleExists});
+            if (!seen.emplace(livery.title).second) {
+                got.dropped.push_back({livery.header, livery.title, SectionFate::titleExists});
                 continue;
             }
-            records.push_back({headerKey(livery.header), livery.livery.airline, livery.livery.title,
-                               livery.livery.regcode, livery.livery.cargo ? "1" : "0"});
+            records.push_back({headerKey(livery.header), std::string(livery.airline), std::string(livery.title),
+                               std::string(livery.regcode), livery.cargo ? "1" : "0"});
         }
         for (const json& record : wanted.value("records", json::array())) {
             wantedRecords.push_back({headerKey(record[0].get<std::string>()), record[1].get<std::string>(),

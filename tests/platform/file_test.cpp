@@ -62,19 +62,19 @@ TEST(InputFile, ReadsFilesAndNothingElse) {
         std::string content = "of the last file";
         EXPECT_EQ(platform::readFile(std::string("in/") + c.name, content, c.most), c.error) << c.name;
         EXPECT_EQ(content, c.content) << c.name;
-        EXPECT_EQ(folder.read({c.name}, bytes, c.most), c.error) << c.name;
+        EXPECT_EQ(folder.read(c.name, false, bytes, c.most), c.error) << c.name;
         EXPECT_EQ(bytes.view(), c.content) << c.name;
         // An entry that was a regular file when the folder was listed, and changed since.
-        const int changed = folder.read({c.name, false, true}, bytes, std::min<std::uint64_t>(c.most, 100000));
+        const int changed = folder.read(c.name, true, bytes, std::min<std::uint64_t>(c.most, 100000));
         EXPECT_TRUE(changed == c.error || bytes.view().empty()) << c.name << changed;
     }
     for (const std::size_t size : {65535u, 65536u, 65537u, 131072u, 300000u}) { // around the room for bytes
         std::string written(size, 'x');
         written.back() = 'y';
         put("in/sized", written);
-        EXPECT_EQ(folder.read({"sized", false, true}, bytes, size), 0);
+        EXPECT_EQ(folder.read("sized", true, bytes, size), 0);
         EXPECT_TRUE(bytes.view() == written) << size;
-        EXPECT_EQ(folder.read({"sized", false, true}, bytes, size - 1), EFBIG);
+        EXPECT_EQ(folder.read("sized", true, bytes, size - 1), EFBIG);
     }
     std::string content;
     EXPECT_EQ(platform::readFile("/proc/self/status", content), 0) << "a file that does not know its size";

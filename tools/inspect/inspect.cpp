@@ -65,11 +65,11 @@ Json describe(const CfgJudgement& judgement) {
     for (const FoundLivery& found : judgement.liveries) {
         Json livery;
         livery["section"] = shown(found.header);
-        livery["airline"] = found.livery.airline;
-        livery["model"] = found.livery.model;
-        livery["title"] = shown(found.livery.title);
-        livery["regcode"] = shown(found.livery.regcode);
-        livery["cargo"] = found.livery.cargo;
+        livery["airline"] = found.airline;
+        livery["model"] = found.model;
+        livery["title"] = shown(found.title);
+        livery["regcode"] = shown(found.regcode);
+        livery["cargo"] = found.cargo;
         file["liveries"].push_back(std::move(livery));
     }
     Json dropped = Json::array();
@@ -94,10 +94,11 @@ Json describe(const CfgJudgement& judgement) {
 /// Moves liveries whose title was seen before to the dropped sections.
 void dropSeenTitles(CfgJudgement& judgement, TextSet& seen) {
     std::erase_if(judgement.liveries, [&](const FoundLivery& found) {
-        if (seen.insert(found.livery.title).second)
+        if (seen.emplace(found.title).second)
             return false;
-        judgement.dropped.push_back({found.header, found.livery.title, SectionFate::titleExists});
-        judgement.reports.emplace_back(&ScanReports::incompleteSections, repeatedTitleLine(judgement, found));
+        judgement.dropped.push_back({found.header, found.title, SectionFate::titleExists});
+        judgement.reports.emplace_back(&ScanReports::incompleteSections,
+                                       judgement.texts.put(repeatedTitleLine(judgement, found)));
         return true;
     });
 }
