@@ -32,11 +32,14 @@ void cutLines(std::string_view text, cfg::FileText& out) {
     }
 }
 
-/// The line around a mark, and the line feed that ends it, or the end of the text.
-const char* lineAround(const char* mark, const char* least, const char* end, cfg::CfgLine& line) {
-    const char* begin = mark;
-    while (begin > least && begin[-1] != '\n')
-        --begin;
+/// The line around a mark with these letters, and the line feed that ends it, or the end of the text.
+const char* lineAround(const char* mark, std::uint8_t letters, const char* least, const char* end, cfg::CfgLine& line) {
+    const char* begin = mark - cfg::bytesBefore(letters);
+    if (begin <= least || begin[-1] != '\n') { // mostly a key begins its line
+        begin = mark;
+        while (begin > least && begin[-1] != '\n')
+            --begin;
+    }
     const char* stop = cfg::findByte(mark, end, '\r', '\n');
     const char* feed = stop;
     if (stop < end && *stop == '\r') {
@@ -56,17 +59,14 @@ std::size_t pickLines(std::string_view text, cfg::FileText& out) {
     cfg::findMarks<platform::Bytes16>(text, out.marks);
     const char* const end = text.data() + text.size();
     const char* picked = text.data(); // up to here
-    for (const std::uint32_t at : std::span(out.marks.at).first(out.marks.count)) {
-        const char* const mark = text.data() + at;
-        const bool isBracket = *mark == '[';
-        const std::uint8_t letters = isBracket ? 0 : cfg::lettersAt(mark);
-        if (!isBracket && letters == 0)
-            continue;
+    for (std::size_t i = 0; i < out.marks.count; ++i) {
+        const char* const mark = text.data() + out.marks.at[i];
+        const std::uint8_t letters = out.marks.letters[i];
         if (mark >= picked)
-            picked = lineAround(mark, picked, end, out.lines.emplace_back());
+            picked = lineAround(mark, letters, picked, end, out.lines.emplace_back());
         out.lines.back().letters |= letters;
         const auto number = static_cast<std::uint32_t>(out.lines.size() - 1);
-        if (isBracket && (out.brackets.empty() || out.brackets.back() != number))
+        if (letters == 0 && (out.brackets.empty() || out.brackets.back() != number))
             out.brackets.push_back(number);
     }
     return out.marks.feeds + (text.empty() || text.back() == '\n' ? 0 : 1);

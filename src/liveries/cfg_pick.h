@@ -5,6 +5,7 @@
 #include "platform/bytes16.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <string_view>
@@ -22,34 +23,75 @@ enum KeyLetters : std::uint8_t {
     baseContainerLetters = 32 ///< e_c
 };
 
-/// The letters around a mark; 0 for a bracket and for a mark that is none of them.
-inline std::uint8_t lettersAt(const char* mark) {
-    const char left = static_cast<char>(mark[-1] | ' '), right = static_cast<char>(mark[1] | ' ');
-    if (*mark != '_')
-        return (*mark | ' ') == 'i' && left == 't' && right == 't' ? titleLetters : 0;
-    switch (left) {
-    case 'c':
-        return right == 'p' ? parkingTypesLetters : right == 'i' ? atcIdLetters : 0;
-    case 'o':
-        return right == 'a' ? airlineLetters : right == 't' ? typeLetters : 0;
-    default:
-        return left == 'e' && right == 'c' ? baseContainerLetters : 0;
+namespace letters {
+
+/// What a letter is beside a mark, in any case; 0 = nothing.
+consteval std::array<std::uint8_t, 256> sideTable(std::string_view wanted) {
+    std::array<std::uint8_t, 256> table{};
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        table[static_cast<unsigned char>(wanted[i])] = static_cast<std::uint8_t>(i + 1);
+        table[static_cast<unsigned char>(wanted[i] - ('a' - 'A'))] = static_cast<std::uint8_t>(i + 1);
     }
+    return table;
+}
+inline constexpr auto leftTable = sideTable("coet"), rightTable = sideTable("piatc");
+/// By the mark ('_', 'i', '['), the left side and the right one.
+inline constexpr std::uint8_t keyTable[3][5][6] = {{{},
+                                                    {0, parkingTypesLetters, atcIdLetters, 0, 0, 0},
+                                                    {0, 0, 0, airlineLetters, typeLetters, 0},
+                                                    {0, 0, 0, 0, 0, baseContainerLetters},
+                                                    {}},
+                                                   {{}, {}, {}, {}, {0, 0, 0, 0, titleLetters, 0}},
+                                                   {}};
+
+} // namespace letters
+
+/// The letters around a mark ('_', 'i' in any case, or a bracket, around which there are none); 0 for none of them.
+inline std::uint8_t lettersAt(const char* mark) {
+    // In tables, since nobody can foretell what comes next.
+    const std::size_t middle = (*mark == '_' ? 0U : 1U) + (*mark == '[' ? 1U : 0U);
+    return letters::keyTable[middle][letters::leftTable[static_cast<unsigned char>(mark[-1])]]
+                            [letters::rightTable[static_cast<unsigned char>(mark[1])]];
+}
+
+/// How many bytes of the key stand before the mark that has these letters, which are of one key.
+inline std::size_t bytesBefore(std::uint8_t letters) {
+    constexpr std::array<std::uint8_t, 6> before{1, 4, 3, 3, 4, 4};
+    return letters == 0 ? 0 : before[static_cast<std::size_t>(std::countr_zero(letters))];
 }
 
 /// Places in a text, and how many line feeds it holds.
 struct Marks {
-    std::vector<std::uint32_t> at; ///< ascending; only the first `count` count, the rest is kept room
+    std::vector<std::uint32_t> at;     ///< ascending; only the first `count` count, the rest is kept room
+    std::vector<std::uint8_t> letters; ///< around each; 0 for a bracket
     std::size_t count = 0, feeds = 0;
 };
 
-/// Marks each '[' and the middle of the letters above, in any case: no key of a normal file is without them. Some of
-/// the marks have other letters around them (`lettersAt` tells), since to know all exactly takes twice the time. One
-/// pass, whatever the text holds, which has less than 4 GiB.
+/// Leaves out marks that are neither a bracket nor have letters around them.
+inline void keepTrueMarks(const char* text, Marks& marks) {
+    if (marks.letters.size() < marks.at.size())
+        marks.letters.resize(marks.at.size());
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < marks.count; ++i) {
+        const std::uint32_t at = marks.at[i];
+        const std::uint8_t found = lettersAt(text + at);
+        marks.at[kept] = at;
+        marks.letters[kept] = found;
+        kept += found != 0 || text[at] == '[' ? 1U : 0U;
+    }
+    marks.count = kept;
+}
+
+/// Marks each '[' and the middle of the letters above, in any case: no key of a normal file is without them. One pass,
+/// whatever the text holds, which has less than 4 GiB.
 template <class Bytes> void findMarks(std::string_view text, Marks& out) {
     constexpr std::size_t block = 64, mostBlocks = 63; // a byte counts four feeds of a block
     const Bytes lowerCase = Bytes::of(' '), feed = Bytes::of('\n'), bracket = Bytes::of('['), line = Bytes::of('_'),
                 i = Bytes::of('i');
+    // By what differs between the letters on both sides, case aside: c^p = 0x13, o^t = 0x1B; c^i = 0x0A, o^a = 0x0E,
+    // e^c = 0x06; nothing for t and t. The few others that differ alike go afterwards: to ask for each letter takes
+    // longer, and to ask for less leaves too many.
+    const Bytes bit3 = Bytes::of(0x28), pOrT = Bytes::of(0x3B), bits23 = Bytes::of(0x2C), others = Bytes::of(0x2E);
     out.count = out.feeds = 0;
     Bytes feeds = Bytes::of('\0');
     std::size_t counted = 0;
@@ -59,9 +101,7 @@ template <class Bytes> void findMarks(std::string_view text, Marks& out) {
         for (std::size_t part = 0; part < block; part += 16) {
             const Bytes now = Bytes::load(from + part);
             const Bytes sides = Bytes::load(from + part - 1) ^ Bytes::load(from + part + 1);
-            // The letters on both sides of '_' all differ in the bit 0x02: c^p = 0x13, o^t = 0x1B, c^i = 0x0A,
-            // o^a = 0x0E, e^c = 0x06. Those of a title differ in nothing but, maybe, their case.
-            const Bytes key = (now == line) & sides.template shiftedLeft<6>();
+            const Bytes key = (now == line) & (((sides | bit3) == pOrT) | ((sides | bits23) == others));
             const Bytes title = ((now | lowerCase) == i) & ((sides | lowerCase) == lowerCase);
             found |= std::uint64_t{((now == bracket) | key | title).mask()} << part;
             feeds = feeds - (now == feed);
@@ -81,6 +121,7 @@ template <class Bytes> void findMarks(std::string_view text, Marks& out) {
         out.count = static_cast<std::size_t>(to - out.at.data());
     }
     out.feeds += feeds.sum();
+    keepTrueMarks(text.data(), out);
 }
 
 /// The first of one or two bytes from `at` on; `end` when there is none before.

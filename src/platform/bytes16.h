@@ -41,10 +41,6 @@ public:
     PlainBytes16 operator-(const PlainBytes16& b) const {
         return each(b, [](int x, int y) { return x - y; });
     }
-    /// The highest bit of each byte is the one that was `bits` below; the others are left open.
-    template <int bits> PlainBytes16 shiftedLeft() const {
-        return each(*this, [](int x, int) { return x << bits; });
-    }
     /// One bit for each byte whose highest bit is set, the first byte's lowest.
     std::uint32_t mask() const {
         std::uint32_t bits = 0;
@@ -80,7 +76,6 @@ public:
     Bytes16 operator&(Bytes16 b) const { return Bytes16(_mm_and_si128(bytes_, b.bytes_)); }
     Bytes16 operator^(Bytes16 b) const { return Bytes16(_mm_xor_si128(bytes_, b.bytes_)); }
     Bytes16 operator-(Bytes16 b) const { return Bytes16(_mm_sub_epi8(bytes_, b.bytes_)); }
-    template <int bits> Bytes16 shiftedLeft() const { return Bytes16(_mm_slli_epi16(bytes_, bits)); }
     std::uint32_t mask() const { return static_cast<std::uint32_t>(_mm_movemask_epi8(bytes_)); }
     std::uint32_t sum() const {
         const __m128i halves = _mm_sad_epu8(bytes_, _mm_setzero_si128());
