@@ -19,19 +19,22 @@ const squeeze = Math.cos(lat0 * Math.PI / 180);
 const away = s => ((s.longitude - lon0 + 540) % 360) - 180;
 const places = data.stands.map(s => ({x: away(s) * metresPerDegree * squeeze, y: (lat0 - s.latitude) * metresPerDegree}));
 
-const map = byId('map'), nearLayer = add(map, 'g', {}), standLayer = add(map, 'g', {});
+const map = byId('map'), standLayer = add(map, 'g', {}), nearLayer = add(map, 'g', {});
 const kind = s => s.heli ? 'heli' : s.cargo ? 'cargo' : s.ramp ? 'ramp' : 'gate';
 const nodes = data.stands.map((s, i) => {
   const {x, y} = places[i], r = Math.max(s.radius, 3), turn = s.heading * Math.PI / 180;
   const g = add(standLayer, 'g', {class: kind(s)});
   add(g, 'circle', {cx: x, cy: y, r});
   add(g, 'line', {x1: x, y1: y, x2: x + Math.sin(turn) * r, y2: y - Math.cos(turn) * r});
-  const size = Math.min(r * 0.62, 1.7 * r / Math.max(s.id.length, 2));
+  const size = Math.min(r * 0.45, 1.7 * r / Math.max(s.id.length, 2));
   add(g, 'text', {x, y: y - r * 0.12, 'font-size': size}, s.id);
-  const who = add(g, 'text', {x, y: y + r * 0.5, 'font-size': r * 0.36, class: 'who'}, '');
+  const who = add(g, 'text', {x, y: y + r * 0.5, 'font-size': r * 0.28, class: 'who'}, '');
   g.addEventListener('click', () => choose(i));
   return {g, who};
 });
+// A small stand lies on top of the great one that shares its place.
+nodes.map((node, i) => i).sort((a, b) => data.stands[b].radius - data.stands[a].radius)
+    .forEach(i => standLayer.appendChild(nodes[i].g));
 const bySid = new Map(data.stands.map((s, i) => [s.sid, i]));
 data.stands.forEach((s, i) => s.adjacent.forEach(sid => {
   const k = bySid.get(sid);
@@ -40,6 +43,12 @@ data.stands.forEach((s, i) => s.adjacent.forEach(sid => {
 
 let day = data.day, hour = data.halfHour, chosen = -1;
 const clockOf = h => `${String(h >> 1).padStart(2, '0')}:${h % 2 ? '30' : '00'}`;
+// "05:00-07:30" for half-hours in a row.
+const ranges = list => list.filter(h => !list.includes(h - 1)).map(from => {
+  let to = from + 1;
+  while (list.includes(to)) ++to;
+  return `${clockOf(from)}-${clockOf(to)}`;
+}).join(', ');
 const usesNow = s => s.options
     .filter(o => (byId('week').checked || o.day === day) && o.halfHours.includes(hour))
     .sort((a, b) => b.real - a.real);
@@ -83,7 +92,7 @@ function detail() {
   const table = line('table', '');
   for (const o of s.options) {
     const row = table.insertRow();
-    const hours = o.halfHours.map(clockOf).join(' ');
+    const hours = ranges(o.halfHours);
     for (const text of [`${o.airline} ${o.model}`, o.regcode ?? '', days[o.day - 1]?.slice(0, 2) ?? '', hours,
                         `${o.real ? 'real' : 'soft'}${o.base ? '' : ', learned'}`])
       row.insertCell().textContent = text;
