@@ -37,7 +37,7 @@ TEST(Stands, NeighboursAreThoseOfAllPairs) {
     const Case cases[] = {
         {"an airport", 51.47, -0.46, 0.03, 40},
         {"far north", 78.2, 15.4, 0.03, 40},
-        {"across the date line", -18.0, 180.0, 0.02, 60},
+        {"across the date line", -18.0, 180.0, 0.005, 60},
         {"at the equator and Greenwich", 0, 0, 0.02, 40},
         {"one place", 40, 10, 0, 30},
         {"at the pole", 90, 0, 0.01, 60},
@@ -84,12 +84,14 @@ TEST(Stands, QualityTellsHowMuchIsKnown) {
         o.optIndex = index;
         return o;
     };
-    std::vector<Stand> list(4);
+    std::vector<Stand> list(1);
     EXPECT_EQ(qualityOf(list), (QualityPair{-1, -1}));
     EXPECT_EQ(qualityText(qualityOf(list)), "  ");
     list[0].options = {option(true, 1, 0b111), option(true, 1, 0b1), option(true, 2, 0b11), option(true, 9, 0),
                        option(true, 3, 0xffff, 0)};
-    // 4 options in use, 2 days, 6 half-hours: 80 + 10000 + 200 + 12, over four stands.
+    // 4 options in use, 2 days, 6 half-hours: 80 + 10000 + 200 + 12.
+    EXPECT_EQ(qualityOf(list), (QualityPair{64, 0}));
+    list.resize(4);
     EXPECT_EQ(qualityOf(list), (QualityPair{16, 0}));
     list[1].options.assign(500, option(false, 4, (std::uint64_t{1} << 48) - 1));
     // No more than 4000 for options and 1200 for half-hours: 15300 over four.
