@@ -1,6 +1,6 @@
 // Which job runs at which second of a flight, and how each request of the window comes in.
-#include "airports/airport_ref.h"
 #include "airports/airport_table.h"
+#include "airports/park_airports.h"
 #include "airports/static_parking.h"
 #include "core/log.h"
 #include "core/run_state.h"
@@ -49,6 +49,9 @@ struct JobTableTest : testing::Test {
             ASSERT_TRUE(world::virtualTick());
         }
     }
+    /// The parking looks how far it is, and does nothing else.
+    static void farParkAirport() { parkAirportList.assign(1, {"EGLL", "", 51.4775, -0.4614, -1}); }
+    static bool parkingLookedAbout() { return parkAirportList.front().distance >= 0; }
     /// Whether the callsign on the ground is still beside its static twin.
     static void placeTwin() {
         liveAircraft.front().onGround = true;
@@ -115,7 +118,7 @@ TEST_F(JobTableTest, EachJobDoesItsWork) {
         std::function<void()> prepare;
         std::function<bool()> done;
     } rows[] = {
-        {"parking", 16, [] { setAirportRef(std::nullopt); }, [] { return airportRef.has_value(); }},
+        {"parking", 16, farParkAirport, parkingLookedAbout},
         {"lamps", 59,
          [] {
              readouts.rtLight = true;
@@ -228,12 +231,12 @@ TEST_F(JobTableTest, ARenewalTakesTwoPassesAndHoldsTheParkingMeanwhile) {
             world::virtualDatagram(test::Straight{}.line(0));
         }
         for (int s = 1; s <= 45; ++s) {
-            setAirportRef(std::nullopt);
+            farParkAirport();
             ASSERT_TRUE(beat(s));
             EXPECT_EQ(trafficReader.collecting(), s < 30 && (collected || s >= 15)) << s;
             EXPECT_EQ(windowRequests.parkAdjust, s < 30) << s;
             EXPECT_EQ(errorText(), s < 30 ? "old" : "") << s;
-            EXPECT_EQ(airportRef.has_value(), s == 32) << "not at 16, between the passes: " << s;
+            EXPECT_EQ(parkingLookedAbout(), s == 32) << "not at 16, between the passes: " << s;
             if (collected && (s == 14 || s == 15)) {
                 EXPECT_EQ(trafficReader.takeCallsigns().size(), s == 14 ? 1u : 0u);
                 trafficReader.setCollectCallsigns();

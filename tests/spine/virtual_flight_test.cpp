@@ -1,6 +1,7 @@
 // Whole flights in virtual time: a line goes in, an aircraft comes out.
 #include "airports/airport_ref.h"
 #include "airports/airport_table.h"
+#include "airports/park_airports.h"
 #include "core/ai_aircraft.h"
 #include "core/hh_now.h"
 #include "core/random.h"
@@ -162,6 +163,7 @@ TEST_F(VirtualFlightTest, TheRangeFollowsTheUsersFlight) {
         double agl, northNm;
         std::int32_t range;
     };
+    parkAirportList.assign(1, {"EDDM", "", test::fieldLat, test::fieldLon, 0});
     for (const Case& c : {Case{true, 0, 0, 10}, Case{true, 0, 200, 10}, Case{false, 49001, 0, 100},
                           Case{false, 30000, 5, 40}, Case{false, 3000, 7, 10}, Case{false, 3000, 8, 11},
                           Case{false, 3000, 36, 39}, Case{false, 3000, 37.5, 40}, Case{false, 3000, 90, 40}}) {

@@ -171,12 +171,15 @@ TEST(AirportTable, NamesAreThereForAScanOnly) {
     EXPECT_TRUE(airportNames.empty());
 }
 
-TEST(ReferenceAirport, FollowsTheUser) {
+TEST(ReferenceAirport, IsTheNextOfTheUsersList) {
     ContentFolder content;
     ASSERT_TRUE(readAirportTable());
+    EmptyFolder::write(path::myParkAirports, "EDDM\nKLGA\n");
+    ASSERT_TRUE(lf_readMyParkAirports());
     const auto fly = [](double lat, double lon) {
         userAircraft.lat = lat;
         userAircraft.lon = lon;
+        setAirportRef(std::nullopt);
         parkingTick(false);
         return airportRef ? airportRef->code : std::string();
     };
@@ -187,27 +190,10 @@ TEST(ReferenceAirport, FollowsTheUser) {
     EXPECT_EQ(referenceElevation(), 1487);
     ASSERT_TRUE(trafficReader.inputs().airport);
     EXPECT_EQ(trafficReader.inputs().airport->elevation, 1487);
-    EXPECT_EQ(fly(48.36, 11.75), "EDDM");
-    EXPECT_EQ(content.logCount("The park airport is EDDM (MUC)"), 1u);
-    EXPECT_EQ(fly(40.70, -74.00), "KLGA") << "of New York's airports the one that is nearest";
+    EXPECT_EQ(fly(40.70, -74.00), "KLGA");
     EXPECT_EQ(fly(45.0, -40.0), "");
     EXPECT_FALSE(trafficReader.inputs().airport);
-    EXPECT_TRUE(content.logHas("KLGA is out of sight"));
-    par::AIRPORT_RANGE.value = 8;
-    EXPECT_EQ(fly(48.354 - 8.2 / 60, 11.786), "");
-    EXPECT_EQ(fly(48.354 - 7.8 / 60, 11.786), "EDDM");
-    unloadParkAirport();
-    EXPECT_FALSE(airportRef);
-}
-
-TEST(ParkAirports, NearestRowStandsInForTheList) {
-    EmptyFolder folder;
-    EXPECT_EQ(nearestCandidateNm({48, 11}), 10000) << "no table";
-    EXPECT_EQ(standNameAt(48, 11), "");
-    airportTable = {{"EDDM", "MUC", 48.0, 11.0, 1487}};
-    EXPECT_NEAR(nearestCandidateNm({49, 11}), 60, 0.01);
-    EXPECT_EQ(standNameAt(48 + 4.9 / 60, 11), "EDDM");
-    EXPECT_EQ(standNameAt(48 + 5.1 / 60, 11), "");
+    EXPECT_EQ(standNameAt(48.3538 + 4.9 / 60, 11.7861), "EDDM") << "an airport without stands";
 }
 
 } // namespace

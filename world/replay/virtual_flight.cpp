@@ -1,6 +1,9 @@
 #include "world/replay/virtual_flight.h"
 
+#include "airports/airport_ref.h"
+#include "airports/airport_table.h"
 #include "airports/static_parking.h"
+#include "core/parameters.h"
 #include "core/run_state.h"
 #include "core/user_aircraft.h"
 #include "feed/traffic_reader.h"
@@ -47,6 +50,9 @@ void startVirtualFlight(const SimulatorOptions& options) {
         throw std::runtime_error("no position of the user's aircraft");
     trafficReader.setUserPosition(userAircraft.lat, userAircraft.lon);
     parkingTick(true);
+    // Most flights are made without airport files; the traffic still has an airport to land at.
+    if (const auto nearest = nearestAirport(userAircraft.position(), par::AIRPORT_RANGE); nearest && !airportRef)
+        setAirportRef(AirportRef{nearest->code, nearest->iata, nearest->lat, nearest->lon, nearest->alt});
     secondCounter = 0;
     computeHhNow();
     reportQueue.setAccepting(true);
