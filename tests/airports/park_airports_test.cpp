@@ -92,9 +92,9 @@ TEST_F(ParkAirportsTest, TheUsersStandIsStored) {
         {"no file", nullptr, {"EDDF", "A1"}, "EDDF,A1\n", "my_park_airports.txt created with EDDF,A1"},
         {"no file, no stand", nullptr, {"EDDF", ""}, "EDDF\n", "my_park_airports.txt created with EDDF\n"},
         {"another stand",
-         "EGLL\nEDDF,A1\nEDDF,A2\n",
+         "EDDH,C3\nEDDF,A1\nEDDF,A2\n",
          {"EDDF", "B2"},
-         "EDDF,A2\nEDDF,B2\nEGLL\n",
+         "EDDF,A2\nEDDF,B2\nEDDH,C3\n",
          "my_park_airports.txt:EDDF,B2 updated stand"},
         {"new",
          "LOWW\nwhat, is, this\nEGLL\nEGLL\n",
@@ -234,6 +234,9 @@ TEST_F(ParkAirportsTest, TheStandThatTheUserLeavesIsLearned) {
     EXPECT_EQ(learn(0, 2.0), "S1");
     EXPECT_EQ(file(), "EDDF,S1\n");
     EXPECT_EQ(reservedStand, "S3") << "until the next load";
+    clearPlan();
+    markReserved();
+    EXPECT_TRUE(stands[0].reserved && !stands[1].reserved && stands[2].reserved) << "the one in use, too";
     parkAirportList.front().code = "EGLL";
     EXPECT_EQ(learn(200, 0), "S1") << "not the park airport";
 }

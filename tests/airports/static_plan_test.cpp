@@ -37,17 +37,12 @@ TEST_F(StaticPlanTest, WantedNumber) {
         std::size_t stands;
         int percent, custom, most, wanted, shown;
     } rows[] = {
-        {"two stands", 2, 30, -1, -1, 1, 30},
-        {"four stands, rounded", 4, 30, -1, -1, 1, 30},
-        {"four stands, rounded up", 4, 40, -1, -1, 2, 40},
-        {"one stand", 1, 100, -1, -1, 1, 100},
-        {"three stands, half", 3, 50, -1, -1, 2, 50},
-        {"three stands, less", 3, 49, -1, -1, 1, 49},
-        {"custom percentage", 100, 30, 0, -1, 0, 0},
-        {"custom most", 100, 30, -1, 10, 10, 10},
-        {"custom most not reached", 100, 30, -1, 50, 30, 30},
-        {"custom most 0", 10, 30, -1, 0, 0, 0},
-        {"no stands", 0, 30, -1, 5, 1, 0},
+        {"two stands", 2, 30, -1, -1, 1, 30},           {"two stands, next to nothing", 2, 10, -1, -1, 1, 10},
+        {"four stands, rounded", 4, 30, -1, -1, 1, 30}, {"four stands, rounded up", 4, 40, -1, -1, 2, 40},
+        {"one stand", 1, 100, -1, -1, 1, 100},          {"three stands, half", 3, 50, -1, -1, 2, 50},
+        {"three stands, less", 3, 49, -1, -1, 1, 49},   {"custom percentage", 100, 30, 0, -1, 0, 0},
+        {"custom most", 100, 30, -1, 10, 10, 10},       {"custom most not reached", 100, 30, -1, 50, 30, 30},
+        {"custom most 0", 10, 30, -1, 0, 0, 0},         {"no stands", 0, 30, -1, 5, 1, 0},
     };
     for (const auto& row : rows) {
         par::parking_percentage.value = row.percent;
@@ -130,6 +125,8 @@ TEST_F(StaticPlanTest, ChanceSaysWhichOfTheLastRoundStayAway) {
     for (int round = 0; round < 20; ++round) {
         fill();
         ASSERT_EQ(toPark.size(), 10u);
+        EXPECT_EQ(realFit, 0);
+        EXPECT_EQ(softFit, -1) << "no soft pass when the real one is enough";
         for (const StaticPlacement& p : toPark)
             used.insert(p.sid);
     }
@@ -326,6 +323,14 @@ TEST_F(RenewalTest, EachStaticAircraftIsJudged) {
          ""},
         {"the real one is reported", one(dlh("DLH1", {18})), {"DLH1"}, "DLH1* ", ""},
         {"the option of a newer one", one(dlh("DLH7", {19})), {}, "DLH1* ", "1 DLH7 1, "},
+        {"an option out of use counts again",
+         [&] {
+             one(dlh("DLH7", {19}))();
+             stands[0].options[0].optIndex = 0;
+         },
+         {},
+         "DLH1* ",
+         "1 DLH7 1, "},
         {"the option of an older one", one(dlh("DLH7", {17})), {}, "", ""},
         {"the option of one as old", one(dlh("DLH7", {18})), {}, "", ""},
         {"newer over the end of the week",
