@@ -98,7 +98,7 @@ std::optional<std::string> readUserCfg(const Simulator& simulator, const platfor
 
 /// The text behind a byte-order mark as UTF-8; without a mark the bytes as they are. Broken 16-bit text had no mark
 /// after all, and a lone last byte of it is left out.
-std::string decoded(std::string bytes) {
+std::string decoded(const std::string& bytes) {
     const TextMark mark = markOf(bytes);
     if (mark != TextMark::utf16Little && mark != TextMark::utf16Big)
         return std::string(withoutMark(bytes));
@@ -108,8 +108,8 @@ std::string decoded(std::string bytes) {
 }
 
 /// The value of the first line that names the packages folder.
-std::string installedPackagesPath(std::string bytes) {
-    const std::string text = decoded(std::move(bytes));
+std::string installedPackagesPath(const std::string& bytes) {
+    const std::string text = decoded(bytes);
     for (std::string_view line : split(text, '\n')) {
         if (line.ends_with('\r'))
             line.remove_suffix(1);
@@ -124,7 +124,7 @@ fs::path pathInUserCfg(std::optional<std::string> bytes, const fs::path& prefix)
         log("No UserCfg.opt found?");
         return {};
     }
-    const std::string value = installedPackagesPath(std::move(*bytes));
+    const std::string value = installedPackagesPath(*bytes);
     fs::path path = prefix.empty() ? platform::pathFrom(value) : platform::pathInPrefix(prefix, value);
     if (!isThere(path))
         path.clear();
