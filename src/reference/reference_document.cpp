@@ -194,7 +194,7 @@ namespace reference {
 
 void readDocumentText(std::string text, const std::filesystem::path& path, ParseAs parseAs, std::size_t pieceSize) {
     const auto section = parseAs == ParseAs::pieces ? findAirframeSection(text) : std::nullopt;
-    std::string parsed = section ? section->rest : std::move(text);
+    std::string parsed = section ? section->rest : text;
     pugi::xml_document document;
     pugi::xml_parse_result result = document.load_buffer_inplace(parsed.data(), parsed.size());
     std::optional<AirframeReader> airframes(std::in_place);
