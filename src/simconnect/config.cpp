@@ -95,7 +95,7 @@ std::optional<ConnectConfig> parseConfig(std::string_view text, std::uint32_t in
 
 std::filesystem::path findConfigFile() {
     std::error_code error;
-    const std::filesystem::path beside = fileName;
+    std::filesystem::path beside = fileName;
     if (std::filesystem::is_regular_file(beside, error))
         return beside;
     const std::filesystem::path folder = userDataFolder();
