@@ -1,9 +1,9 @@
 #!/bin/sh
-# Installs the Debian packages that the build needs. Quiet, and without a network, when all of them are there.
+# Installs the Debian packages that the build and its checks need. Quiet, and without a network, when all of them are there.
 set -eu
 
 packages="g++ cmake ninja-build ccache libpugixml-dev nlohmann-json3-dev libcurl4-openssl-dev libzip-dev libfmt-dev \
-libcli11-dev zlib1g-dev libssl-dev libgtest-dev libbenchmark-dev"
+libcli11-dev zlib1g-dev libssl-dev libgtest-dev libbenchmark-dev clang-format-14 clang-tidy-14"
 
 if ! command -v dpkg-query >/dev/null 2>&1; then
     echo "setup: this is no Debian; these packages, or what they are called here, are needed: $packages" >&2
