@@ -64,7 +64,7 @@ TEST_F(InspectAirport, tellsBothLayersAndWhatTheyMakeTogether) {
     EXPECT_EQ(result["stands"].size(), 1U);
     EXPECT_EQ(result["stands"][0]["options"].size(), 2U);
     EXPECT_EQ(result["stands"][0]["options"][1]["base"], false);
-    EXPECT_EQ(result["quality"]["real"], 65);
+    EXPECT_EQ(result["quality"]["real"], 64);
     ASSERT_EQ(result["warnings"].size(), 2U) << result["log"];
     EXPECT_EQ(result["warnings"][0], "gf_hours2bitset invalid hour \"50\" in 50,6");
     EXPECT_FALSE(fs::exists("airports/learned/thirdparty/Some One/EGLL0.xml")) << "it only looks";
