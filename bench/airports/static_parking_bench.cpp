@@ -12,7 +12,7 @@
 #include "core/user_aircraft.h"
 #include "core/xml_file.h"
 #include "liveries/store.h"
-#include "reference/reference.h"
+#include "reference/reference_document.h"
 #include "sim/orders.h"
 #include "tests/small_reference.h"
 

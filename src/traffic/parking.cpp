@@ -221,7 +221,7 @@ void drive2Stand(LiveAircraft& a, LatLon stand) {
     a.stream.push_back(at);
     a.targetHeading = a.standHeading;
     if (a.extrapCount >= 1)
-        endInvention(a);
+        endExtrapolation(a);
 }
 
 void arriveAtStand(LiveAircraft& a, const Motion& m) {

@@ -7,6 +7,7 @@
 #include "core/parameters.h"
 #include "core/window.h"
 #include "reference/reference.h"
+#include "reference/reference_document.h"
 #include "small_reference.h"
 #include "support.h"
 

@@ -20,6 +20,7 @@
 #include "liveries/matching.h"
 #include "liveries/store.h"
 #include "reference/reference.h"
+#include "reference/reference_document.h"
 #include "sim/orders.h"
 #include "small_reference.h"
 #include "support.h"

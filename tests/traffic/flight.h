@@ -71,7 +71,7 @@ struct Samples {
 /// An active airliner, DLH304, that has just reached the first of its samples.
 struct Flight {
     Outbox out;
-    Motion m{{5000, standardPressure, std::nullopt}, out};
+    Motion m{{5000, standardQnh, std::nullopt}, out};
     LiveAircraft a;
 
     explicit Flight(const std::vector<PositionSample>& stream, AircraftCategory category = AircraftCategory::large) {
