@@ -200,6 +200,8 @@ void lookForNextInAir() {
 // Out of sight
 
 void lookForEndInAir() {
+    if (!airportLoaded)
+        return; // set by others, for a flight without airport files
     const double distance = distanceNm(userAircraft.position(), airportRef->position());
     const std::string code = airportRef->code;
     if (!inReach(distance)) {

@@ -30,6 +30,7 @@ struct JobTableTest : testing::Test {
     void SetUp() override {
         program.readContent();
         world::startVirtualFlight(test::overTheField());
+        parkAirportList.clear();
         window.forget();
     }
     void TearDown() override {

@@ -2,6 +2,7 @@
 
 #include "airports/airport_ref.h"
 #include "airports/airport_table.h"
+#include "airports/park_airports.h"
 #include "airports/static_parking.h"
 #include "core/parameters.h"
 #include "core/run_state.h"
@@ -50,9 +51,15 @@ void startVirtualFlight(const SimulatorOptions& options) {
         throw std::runtime_error("no position of the user's aircraft");
     trafficReader.setUserPosition(userAircraft.lat, userAircraft.lon);
     parkingTick(true);
-    // Most flights are made without airport files; the traffic still has an airport to land at.
-    if (const auto nearest = nearestAirport(userAircraft.position(), par::AIRPORT_RANGE); nearest && !airportRef)
-        setAirportRef(AirportRef{nearest->code, nearest->iata, nearest->lat, nearest->lon, nearest->alt});
+    // Most flights are made without airport files; the traffic still has an airport to land at, and the range one to
+    // follow.
+    constexpr double anywhere = 10000.0;
+    if (const auto nearest = nearestAirport(userAircraft.position(), anywhere); nearest && !airportRef) {
+        const AirportRef reference{nearest->code, nearest->iata, nearest->lat, nearest->lon, nearest->alt};
+        parkAirportList.assign(1, {nearest->code, "", nearest->lat, nearest->lon, 0});
+        if (distanceNm(userAircraft.position(), reference.position()) <= par::AIRPORT_RANGE)
+            setAirportRef(reference);
+    }
     secondCounter = 0;
     computeHhNow();
     reportQueue.setAccepting(true);
