@@ -45,13 +45,6 @@ void workWhileWaiting() {
     moveOne(onlyRemovals);
 }
 
-void wireFloors() {
-    controlLinkHooks.clientGone = removeAllLiveForLostSource;
-    controlLinkHooks.whileWaiting = workWhileWaiting;
-    liveParkingHooks = hooksOfLiveParking();
-    learnedFileHooks.autoRangeSwitched = switchAutoRange;
-}
-
 bool waitForPosition(std::int32_t pauseMs) {
     while (!userAircraft.known()) {
         userAircraft = readUserPosition();
@@ -70,6 +63,13 @@ void waitForFirstTraffic() {
 }
 
 } // namespace
+
+void wireFloors() {
+    controlLinkHooks.clientGone = removeAllLiveForLostSource;
+    controlLinkHooks.whileWaiting = workWhileWaiting;
+    liveParkingHooks = hooksOfLiveParking();
+    learnedFileHooks.autoRangeSwitched = switchAutoRange;
+}
 
 bool waitForSim() {
     while (!simRunning || simRequestFailed) {

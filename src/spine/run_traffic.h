@@ -9,6 +9,8 @@ namespace kes {
 /// Returns when the run is to end, wherever it stood. Throws what the main loop throws, and runtime_error when the port
 /// of the control link cannot be had.
 void runTraffic();
+/// Fills the hooks by which lower floors reach what lies above them. Before the first tick of a run; worker.
+void wireFloors();
 /// Waits for a running flight and the user's aircraft in it, and asks the simulator what he flies. False when the run
 /// is to end.
 bool waitForSim();

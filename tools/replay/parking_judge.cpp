@@ -15,8 +15,10 @@ namespace kes::replay {
 namespace {
 
 constexpr double restCircle = 20.0 / metresPerNm;
-constexpr std::int32_t stayTicks = 12000; ///< reports that keep to a place for so long are a stay
-constexpr double stillMetres = 0.05;      ///< of a tenth of a second; anything less is no motion
+constexpr std::int32_t reportedTicks = 2000;  ///< so long the reports have to keep to a place
+constexpr std::int32_t stayTicks = 12000;     ///< reports that keep to a place for so long are a stay
+constexpr double movedOn = 3.0 / metresPerNm; ///< between two reports; less is noise
+constexpr double stillMetres = 0.05;          ///< of a tenth of a second; anything less is no motion
 constexpr std::int32_t lookEvery = 10, clashEvery = 100;
 
 /// The only stand near a place; null with none or several.
@@ -87,15 +89,14 @@ void ParkingJudge::takeReport(std::uint32_t hexid, std::int32_t tick, LatLon at,
         rest.known = false;
         return;
     }
-    if (!rest.known || distanceNm(rest.at, at) > restCircle) {
-        const std::int32_t lastMove = rest.lastMove;
-        rest = {at, tick, rest.known, true, false, lastMove, rest.shown};
+    if (!rest.known || distanceNm(rest.first, at) > restCircle) {
+        rest = {at, at, tick, tick, tick, rest.known, true, false, rest.lastMove, rest.shown};
         return;
     }
-    if (!rest.judged && tick - rest.since >= stayTicks) {
-        rest.judged = true;
-        due_.push_back(hexid);
-    }
+    if (distanceNm(rest.at, at) > movedOn)
+        rest.stopped = tick;
+    rest.at = at;
+    rest.last = tick;
 }
 
 void ParkingJudge::look(std::int32_t tick) {
@@ -106,15 +107,12 @@ void ParkingJudge::look(std::int32_t tick) {
         return;
     count();
     findClashes();
-    // A report is known half a minute before it is shown, and so is the stay that it completes.
-    std::erase_if(due_, [&](std::uint32_t hexid) {
-        const Rest& rest = rests_.at(hexid);
-        if (tick < rest.since + stayTicks)
-            return false;
-        if (rest.known && rest.judged)
-            judge(hexid, rest, tick);
-        return true;
-    });
+    for (auto& [hexid, rest] : rests_) {
+        if (!rest.known || rest.judged || rest.last - rest.since < reportedTicks || tick < rest.since + stayTicks)
+            continue;
+        rest.judged = true;
+        judge(hexid, rest, tick);
+    }
 }
 
 void ParkingJudge::follow(std::int32_t tick) {
@@ -145,7 +143,7 @@ void ParkingJudge::judge(std::uint32_t hexid, const Rest& rest, std::int32_t tic
     ++(!parked ? measures_.onNone : a->sid == stand->sid ? measures_.onStand : measures_.onAnother);
     measures_.metres.add(distanceNm(rest.at, a->position()) * metresPerNm, place);
     if (rest.rolledIn)
-        measures_.seconds.add(std::fabs((rest.lastMove - rest.since) / 100.0), place);
+        measures_.seconds.add(std::fabs((rest.lastMove - rest.stopped) / 100.0), place);
     if (parked)
         measures_.nose.add(std::fabs(angleDiff(a->heading, a->standHeading)) * radToDeg, place);
 }

@@ -7,8 +7,8 @@
 #include "tools/replay/series.h"
 
 #include <cstdint>
+#include <map>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace kes::replay {
@@ -36,9 +36,10 @@ public:
 
 private:
     struct Rest {
-        LatLon at;
-        std::int32_t since = 0; ///< tick of the first report there
-        bool rolledIn = false;  ///< reports from elsewhere on the ground came before
+        LatLon first, at;                 ///< of the first and the last report there
+        std::int32_t since = 0, last = 0; ///< their ticks
+        std::int32_t stopped = 0;         ///< tick of the last report that had moved on
+        bool rolledIn = false;            ///< reports from elsewhere on the ground came before
         bool known = false, judged = false;
         std::int32_t lastMove = 0; ///< tick at which it was last seen moving on the screen
         LatLon shown;
@@ -48,8 +49,7 @@ private:
     void follow(std::int32_t tick);
     void count();
     void findClashes();
-    std::unordered_map<std::uint32_t, Rest> rests_;
-    std::vector<std::uint32_t> due_; ///< hexids in the order in which their stays became known
+    std::map<std::uint32_t, Rest> rests_; ///< by hexid
     ParkingMeasures measures_;
 };
 

@@ -1,7 +1,6 @@
 #include "tools/replay/replay_airport.h"
 
 #include "airports/airport_table.h"
-#include "airports/park_airports.h"
 #include "core/folders.h"
 #include "core/text.h"
 #include "tools/pack/apt.h"
@@ -52,7 +51,6 @@ void chooseParkAirport(const std::vector<std::string>& codes, LatLon place) {
     if (nearest.empty())
         return;
     std::ofstream(path::myParkAirports, std::ios::binary) << nearest << "\n";
-    lf_readMyParkAirports();
 }
 
 } // namespace kes::replay

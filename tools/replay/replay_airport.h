@@ -13,7 +13,7 @@ namespace kes::replay {
 /// `updates`. The codes of the airports there; empty for an empty name. Throws std::runtime_error when the file cannot
 /// be used.
 std::vector<std::string> serveStands(const std::filesystem::path& stands, const std::filesystem::path& updates);
-/// Writes the user's list with the one of the codes that is nearest to a place, and reads it.
+/// Writes the user's list with the one of the codes that is nearest to a place. A flight reads it when it begins.
 void chooseParkAirport(const std::vector<std::string>& codes, LatLon place);
 
 } // namespace kes::replay

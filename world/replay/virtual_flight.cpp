@@ -3,6 +3,7 @@
 #include "airports/airport_ref.h"
 #include "airports/airport_table.h"
 #include "airports/park_airports.h"
+#include "airports/park_airports.h"
 #include "airports/static_parking.h"
 #include "core/parameters.h"
 #include "core/run_state.h"
@@ -13,6 +14,7 @@
 #include "sim/sim_client.h"
 #include "spine/closing.h"
 #include "spine/main_tick.h"
+#include "spine/run_traffic.h"
 #include "world/simulator/inproc.h"
 
 #include <stdexcept>
@@ -31,6 +33,7 @@ void dispatchAll() {
 
 void startVirtualFlight(const SimulatorOptions& options) {
     resetRun();
+    wireFloors();
     inprocStart(options);
     simconnect::HANDLE handle = nullptr;
     if (simconnect::failed(simconnect::SimConnect_Open(&handle, "Kestrelune")))
@@ -50,6 +53,7 @@ void startVirtualFlight(const SimulatorOptions& options) {
     if (!userAircraft.known())
         throw std::runtime_error("no position of the user's aircraft");
     trafficReader.setUserPosition(userAircraft.lat, userAircraft.lon);
+    lf_readMyParkAirports();
     parkingTick(true);
     // Most flights are made without airport files; the traffic still has an airport to land at, and the range one to
     // follow.
