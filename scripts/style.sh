@@ -11,7 +11,8 @@ check_format() {
         summary="no source is found"
         return 1
     fi
-    (cd "$root" && quiet "$root/build/format.log" clang-format-14 --dry-run -Werror "${files[@]}") || {
+    (cd "$root" && printf '%s\n' "${files[@]}" |
+        quiet "$root/build/format.log" xargs -d '\n' clang-format-14 --dry-run -Werror) || {
         summary="clang-format-14 -i would change a source"
         return 1
     }

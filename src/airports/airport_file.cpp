@@ -10,8 +10,8 @@
 #include "core/log.h"
 #include "core/window.h"
 #include "core/xml_file.h"
-#include "update/download.h"
 #include "platform/system.h"
+#include "update/download.h"
 
 #include <algorithm>
 #include <fmt/format.h>

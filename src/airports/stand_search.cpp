@@ -105,7 +105,8 @@ std::vector<Pass> passesOf(const AiAircraft& a) {
         kinds = {{.onlyHeli = true}, {.ramp = 1}};
     } else if (a.cargo) {
         kinds = {{.onlyCargo = true, .noHeli = true}, {.noHeli = true}};
-    } else if (a.category == AircraftCategory::light || a.category == AircraftCategory::buzjets || a.airline == privateAirline) {
+    } else if (a.category == AircraftCategory::light || a.category == AircraftCategory::buzjets ||
+               a.airline == privateAirline) {
         kinds = {{.noCargo = true, .noHeli = true, .ramp = 1}};
     } else {
         const int ramp = prefersGates() ? 0 : 1;

@@ -3,7 +3,6 @@
 #include "airports/airport_ref.h"
 #include "airports/airport_table.h"
 #include "airports/park_airports.h"
-#include "airports/park_airports.h"
 #include "airports/static_parking.h"
 #include "core/parameters.h"
 #include "core/run_state.h"
