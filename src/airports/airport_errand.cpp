@@ -82,7 +82,7 @@ std::optional<AirportHere> airportAt(LatLon position, int waitMs) {
         if (base) // both use the same files
             return std::nullopt;
         fetched = false;
-        here.emplace(position, start([position] { return lookAround(position); }));
+        here = {position, start([position] { return lookAround(position); })};
     }
     const LatLon asked = here->question;
     std::optional<AirportHere> answer = fetchAnswer(here, waitMs);
@@ -96,7 +96,7 @@ void askForBase(std::string_view code) {
         return;
     fetched = false;
     std::string question(code);
-    base.emplace(question, start([question] { return fetchBase(question); }));
+    base = {question, start([question] { return fetchBase(question); })};
 }
 
 std::optional<AirportBase> airportBase(std::string_view code) {

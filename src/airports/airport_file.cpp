@@ -65,7 +65,7 @@ std::string takeLearned(const std::string& path, const AirportFile& file, Qualit
     quality = qualityOf(list);
     if (!handmadeAirport)
         return {};
-    const std::string text = platform::pathText(learned);
+    std::string text = platform::pathText(learned);
     showStatus(fmt::format("A handmade airport file overruled the archived file! {}", text), false);
     return text;
 }

@@ -204,8 +204,7 @@ void storeUserStand() {
         done = putStand(lines, entry);
     }
     std::ranges::sort(lines);
-    const auto doubles = std::ranges::unique(lines);
-    lines.erase(doubles.begin(), doubles.end());
+    lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
     content.clear();
     for (const std::string& line : lines)
         content += line + '\n';
