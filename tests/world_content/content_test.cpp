@@ -1,4 +1,7 @@
 // What the builder makes, read back by the program's own readers.
+#include "airports/airport_file.h"
+#include "airports/airport_source.h"
+#include "airports/park_airports.h"
 #include "content_folder.h"
 #include "core/geo.h"
 #include "liveries/livery.h"
@@ -33,6 +36,38 @@ TEST(Content, ProgramReadsAllOfIt) {
     EXPECT_TRUE(fs::is_directory("docs"));
     EXPECT_EQ(readFile("input/update_server.txt"), "updates\n");
     EXPECT_TRUE(fs::is_regular_file(content.plan.appData / "InsideSystems" / "RealTraffic.jar"));
+}
+
+TEST(Content, TheScenarioHasAnAirportToFill) {
+    ContentFolder content;
+    ASSERT_TRUE(readDataBase());
+    ASSERT_TRUE(readAirportTable());
+    content.plan.scenarioAirport = {"EDDM", {48.353783, 11.786086}, 1487};
+    EmptyFolder::write(path::myParkAirports, "KLGA\n");
+    world::makeContent(content.plan);
+    EXPECT_EQ(readFile(path::myParkAirports), "KLGA\n") << "the user's own";
+    fs::remove(path::myParkAirports);
+    world::makeContent(content.plan);
+    EXPECT_TRUE(lf_readMyParkAirports());
+    EXPECT_EQ(nearestCandidateNm({48.353783 + 1.0 / 60, 11.786086}), 1.0);
+
+    setAirportRef(AirportRef{"EDDM", "MUC", 48.353783, 11.786086, 0});
+    EXPECT_EQ(gf_readApf(airportSource("EDDM"), parkAirportFile, qualityPair, stands), "") << content.logText();
+    EXPECT_EQ(referenceElevation(), 1487);
+    ASSERT_EQ(stands.size(), 52u);
+    std::set<std::string> airframes;
+    std::size_t used = 0;
+    for (const Stand& stand : stands) {
+        EXPECT_TRUE(stand.adjacent.empty()) << stand.id;
+        if (stand.options.empty())
+            continue;
+        ++used;
+        const ParkPosOption& o = stand.options[0];
+        EXPECT_EQ(stand.options.size(), 7u) << "each day";
+        EXPECT_TRUE(modelExists(o.model) && airlineExists(o.airline)) << o.airline << ' ' << o.model;
+        EXPECT_TRUE(o.regcode.empty() || airframes.insert(o.regcode).second) << o.regcode << " stands twice";
+    }
+    EXPECT_EQ(used, 35u);
 }
 
 TEST(Content, ScanFindsExactlyWhatWasWritten) {

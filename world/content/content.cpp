@@ -3,6 +3,7 @@
 #include "platform/system.h"
 #include "world/content/ai_package.h"
 #include "world/content/program_folder.h"
+#include "world/content/scenario_airport.h"
 #include "world/content/tables.h"
 
 #include <fmt/format.h>
@@ -45,6 +46,8 @@ ContentCount makeContent(const ContentPlan& wanted) {
         for (const AiLivery& livery : liveries) {
             models.insert(livery.type);
         }
+        if (plan.scenarioAirport)
+            writeScenarioAirport(plan, tables, liveries);
         count.models = models.size();
         count.liveries = liveries.size();
     }

@@ -3,17 +3,29 @@
 // touched.
 #pragma once
 
+#include "core/geo.h"
+
 #include <cstddef>
 #include <filesystem>
+#include <optional>
+#include <string>
 
 namespace kes::world {
 
+/// Where the built-in scenario has its airport.
+struct ScenarioAirport {
+    std::string code;
+    LatLon place;
+    double elevation = 0; ///< feet
+};
+
 struct ContentPlan {
-    std::filesystem::path data;          ///< the folder of the plain sources
-    std::filesystem::path programFolder; ///< where the program will run
-    std::filesystem::path community;     ///< a folder of the name "Community"; empty = no AI package
-    std::filesystem::path appData;       ///< the roaming folder; empty = none
-    bool msfs2020 = true;                ///< which simulator the parameters select
+    std::filesystem::path data;                       ///< the folder of the plain sources
+    std::filesystem::path programFolder;              ///< where the program will run
+    std::filesystem::path community;                  ///< a folder of the name "Community"; empty = no AI package
+    std::filesystem::path appData;                    ///< the roaming folder; empty = none
+    bool msfs2020 = true;                             ///< which simulator the parameters select
+    std::optional<ScenarioAirport> scenarioAirport{}; ///< gets a file of its stands; needs `community`
 };
 
 struct ContentCount {

@@ -1,4 +1,5 @@
 // kestrelune-content: makes a program folder, AI packages and the user's files out of the plain sources.
+#include "core/text.h"
 #include "platform/system.h"
 #include "tools/command_line/command_line.h"
 #include "world/content/ai_package.h"
@@ -8,10 +9,24 @@
 #include <cstdio>
 #include <exception>
 #include <fmt/format.h>
+#include <limits>
 
 namespace {
 
 using namespace kes;
+
+bool readAirport(std::string_view text, std::optional<world::ScenarioAirport>& airport) {
+    constexpr double any = std::numeric_limits<double>::max();
+    const auto parts = split(text, ',');
+    world::ScenarioAirport read;
+    if (parts.size() != 4 || parts[0].size() != 4 || !command_line::readNumber(parts[1], read.place.lat, -90.0, 90.0) ||
+        !command_line::readNumber(parts[2], read.place.lon, -180.0, 180.0) ||
+        !command_line::readNumber(parts[3], read.elevation, -any, any))
+        return false;
+    read.code = parts[0];
+    airport = read;
+    return true;
+}
 
 std::optional<command_line::Ending> readPlan(const std::vector<std::string>& arguments, world::ContentPlan& plan) {
     CLI::App app("Makes a folder in which the program can run, out of the plain sources in the data folder.",
@@ -38,6 +53,10 @@ std::optional<command_line::Ending> readPlan(const std::vector<std::string>& arg
             return text == "2020" || text == "2024";
         },
         "The simulator that new parameters select (default 2020)");
+    command_line::addValue(
+        app, "--scenario-airport", "CODE,LAT,LON,FT", "CODE,LAT,LON,FT",
+        [&plan](const std::string& text) { return readAirport(text, plan.scenarioAirport); },
+        "Where the built-in scenario has its airport: it gets stands, and aircraft that stand there");
     app.footer("A second run changes only what differs; parameters.xml and update_server.txt are never overwritten.");
     if (const auto ending = command_line::parse(app, arguments))
         return ending;

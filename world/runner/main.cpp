@@ -77,7 +77,7 @@ struct World {
     }
 };
 
-bool makeFolder(World& world, const Places& at, const RunOptions& options) {
+bool makeFolder(World& world, const Places& at, const RunOptions& options, const RunPlan& plan) {
     std::string error;
     if (!clearFolder(at.folder, options.keep, error)) {
         world.complain(error);
@@ -86,15 +86,19 @@ bool makeFolder(World& world, const Places& at, const RunOptions& options) {
     fs::create_directories(at.output);
     fs::create_directories(at.community);
     Child content;
-    const ChildSpec spec{"content",
-                         at.program("kestrelune-content", "world"),
-                         {"--data", (at.project / "data").string(), "--program-folder", at.folder.string(),
-                          "--community", at.community.string(), "--appdata", at.appData.string(), "--msfs",
-                          options.msfs},
-                         {},
-                         {},
-                         at.output / "content.txt",
-                         false};
+    ChildSpec spec{"content",
+                   at.program("kestrelune-content", "world"),
+                   {"--data", (at.project / "data").string(), "--program-folder", at.folder.string(), "--community",
+                    at.community.string(), "--appdata", at.appData.string(), "--msfs", options.msfs},
+                   {},
+                   {},
+                   at.output / "content.txt",
+                   false};
+    if (const Airport& a = plan.trafficAirport; !a.icao.empty()) {
+        spec.arguments.insert(spec.arguments.end(),
+                              {"--scenario-airport",
+                               fmt::format("{},{:.6f},{:.6f},{:.0f}", a.icao, a.place.lat, a.place.lon, a.elevation)});
+    }
     if (!content.start(spec, error)) {
         world.complain(error);
         return false;
@@ -257,7 +261,7 @@ int runWorld(const RunOptions& options) {
         return 2;
     }
     World world;
-    const bool up = makeFolder(world, at, options) && startSimulator(world, at, options, plan) &&
+    const bool up = makeFolder(world, at, options, plan) && startSimulator(world, at, options, plan) &&
                     startProgram(world, at, options) && startSource(world, at, options, plan);
     if (up) {
         say(fmt::format("user's aircraft at {}, {}, program folder {}", startText(plan.user),

@@ -96,6 +96,8 @@ bool makePlan(const RunOptions& o, const std::vector<Airport>& table, RunPlan& p
             plan.user.altitude = (near ? near->elevation : 1000.0) + enrouteFeet;
         }
     }
+    if (o.feed.empty())
+        plan.trafficAirport = plan.scenarioAirport.value_or(scenarioHome);
     for (const Airport& a : airports) {
         if (distanceNm(a.place, plan.user.place) <= airfieldsNm) {
             plan.airfields.push_back(a);

@@ -31,6 +31,7 @@ struct RunPlan {
     UserStart user;
     std::vector<Airport> airfields;         ///< flat ground of the simulator
     std::optional<Airport> scenarioAirport; ///< where the scenario moves to; nothing = its own place
+    Airport trafficAirport;                 ///< the scenario's, wherever it is; no code with a recording
 };
 /// Decides what the options leave open. With a recording the user is put where it has traffic. False with a reason
 /// when the recording tells no place.
