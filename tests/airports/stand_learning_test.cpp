@@ -54,7 +54,7 @@ struct StandLearning : testing::Test {
     }
 };
 
-TEST_F(StandLearning, fillsShortStaysBetweenTheirEnds) {
+TEST_F(StandLearning, FillsShortStaysBetweenTheirEnds) {
     struct Case {
         const char* name;
         HhNow arrival, departure;
@@ -80,7 +80,7 @@ TEST_F(StandLearning, fillsShortStaysBetweenTheirEnds) {
     }
 }
 
-TEST_F(StandLearning, overMidnightFillsTheRestOnAnOptionOfItsOwn) {
+TEST_F(StandLearning, OverMidnightFillsTheRestOnAnOptionOfItsOwn) {
     stands[0].options.push_back(
         {.regcode = "D-AIZA", .coupledCs1 = "DLH1", .hours = 1U << 10, .optIndex = 1, .day = 2, .real = 1});
     ASSERT_TRUE(lf_addRealParkPosOption(1, aircraft("DLH8"), false, {1, 46}));
@@ -91,7 +91,7 @@ TEST_F(StandLearning, overMidnightFillsTheRestOnAnOptionOfItsOwn) {
     EXPECT_TRUE(stands[0].realSeen.empty());
 }
 
-TEST_F(StandLearning, refusesWhatItCannotTellOrHas) {
+TEST_F(StandLearning, RefusesWhatItCannotTellOrHas) {
     const auto real = [](const AiAircraft& a) { return lf_addRealParkPosOption(1, a, false, {3, 10}); };
     const auto soft = [](const AiAircraft& a) { return lf_addSoftParkPosOption(1, a, false, {3, 10}); };
     EXPECT_FALSE(real(aircraft("DLH1", "")));
@@ -122,7 +122,7 @@ TEST_F(StandLearning, refusesWhatItCannotTellOrHas) {
     EXPECT_EQ(stands[0].options.size(), 1U);
 }
 
-TEST_F(StandLearning, aRegistrationThatIsKnownTellsAirlineAndType) {
+TEST_F(StandLearning, ARegistrationThatIsKnownTellsAirlineAndType) {
     std::filesystem::create_directories("input");
     test::writeSmallReference({.types = "A320,Large,34\nB77W,Heavy,64\n",
                                .airlines = "DLH,Lufthansa\nBAW,British Airways\n",
@@ -132,7 +132,7 @@ TEST_F(StandLearning, aRegistrationThatIsKnownTellsAirlineAndType) {
     EXPECT_EQ(stands[0].options[0].airline + stands[0].options[0].model, "BAWB77W");
 }
 
-TEST_F(StandLearning, freightAndUnknownAirlinesTeachNothing) {
+TEST_F(StandLearning, FreightAndUnknownAirlinesTeachNothing) {
     AiAircraft a = aircraft();
     a.cargo = true;
     noteRealUse(a, false, {1, 1});
@@ -145,7 +145,7 @@ TEST_F(StandLearning, freightAndUnknownAirlinesTeachNothing) {
     EXPECT_EQ(learned(), "r1:1 DLH4AB \n");
 }
 
-TEST_F(StandLearning, guessesOnceInThreeHalfHours) {
+TEST_F(StandLearning, GuessesOnceInThreeHalfHours) {
     stands.push_back({.id = "14", .radius = 30 * metre, .sid = 2});
     noteGuessedUse(aircraft(), {1, 10});
     EXPECT_EQ(learned(), "s1:10 DLH4AB \n") << "the stand that fits best";
@@ -163,7 +163,7 @@ TEST_F(StandLearning, guessesOnceInThreeHalfHours) {
     EXPECT_EQ(stands[0].options.size() + stands[1].options.size(), 3U);
 }
 
-TEST_F(StandLearning, findsBothFlightsOfAVisit) {
+TEST_F(StandLearning, FindsBothFlightsOfAVisit) {
     stands[0].options.push_back(
         {.airline = "DLH", .coupledCs1 = "DLH4AB", .coupledCs2 = "DLH5CD", .hours = 1U << 20, .optIndex = 1, .day = 2});
     struct Case {
@@ -205,7 +205,7 @@ struct StandSearch : StandLearning {
     }
 };
 
-TEST_F(StandSearch, takesTheNearestStandThatFits) {
+TEST_F(StandSearch, TakesTheNearestStandThatFits) {
     struct Case {
         const char* name;
         double from; ///< metres north
@@ -244,7 +244,7 @@ TEST_F(StandSearch, takesTheNearestStandThatFits) {
     }
 }
 
-TEST_F(StandSearch, aStandLearnsTheSizeOfWhatStandsThere) {
+TEST_F(StandSearch, AStandLearnsTheSizeOfWhatStandsThere) {
     use({at("small", 10, 12), at("other", 19, 12)});
     saveUpdates = 0;
     ASSERT_EQ(findClosestStand(north(0), aircraft(), wideStandSearch, true), stands.data());
@@ -254,7 +254,7 @@ TEST_F(StandSearch, aStandLearnsTheSizeOfWhatStandsThere) {
     EXPECT_EQ(saveUpdates, 1);
 }
 
-TEST_F(StandSearch, choosesByKindThenBySize) {
+TEST_F(StandSearch, ChoosesByKindThenBySize) {
     struct Case {
         const char* name;
         AircraftCategory category;
@@ -302,7 +302,7 @@ TEST_F(StandSearch, choosesByKindThenBySize) {
     }
 }
 
-TEST_F(StandSearch, passesOverStandsInUseAndAsksForTheNextHalfHour) {
+TEST_F(StandSearch, PassesOverStandsInUseAndAsksForTheNextHalfHour) {
     Stand a = at("A", 0, 20), b = at("B", 100, 20);
     a.options.push_back({.hours = 1ULL << 47, .optIndex = 1, .day = 7});
     b.options = a.options;

@@ -77,7 +77,7 @@ struct ParallelWalk : testing::Test {
     }
 };
 
-TEST_F(ParallelWalk, handsOverInTheOrderOfTheWalkWhateverThreadIsFaster) {
+TEST_F(ParallelWalk, HandsOverInTheOrderOfTheWalkWhateverThreadIsFaster) {
     for (int i = 0; i < 60; ++i) {
         for (int j = 0; j < i % 7; ++j)
             put(fmt::format("one/{}older{}/{}/a.bgl", i % 2 ? "F" : "f", i, j * j));
@@ -99,7 +99,7 @@ TEST_F(ParallelWalk, handsOverInTheOrderOfTheWalkWhateverThreadIsFaster) {
     EXPECT_EQ(walk({"two/"}).front(), "two/0.bgl");
 }
 
-TEST_F(ParallelWalk, sharesASingleFolderAmongTheThreads) {
+TEST_F(ParallelWalk, SharesASingleFolderAmongTheThreads) {
     for (int i = 0; i < 40; ++i)
         put(fmt::format("flat/in/{:02}", i));
     std::mutex mutex;
@@ -121,7 +121,7 @@ TEST_F(ParallelWalk, sharesASingleFolderAmongTheThreads) {
     EXPECT_EQ(threads.size(), 3u);
 }
 
-TEST_F(ParallelWalk, whatFailsCostsItselfAndIsToldInItsPlace) {
+TEST_F(ParallelWalk, WhatFailsCostsItselfAndIsToldInItsPlace) {
     for (const char* file : {"in/a", "in/bad", "in/c/bad", "in/c/d", "in/gone/x", "in/h", "other/y"})
         put(file);
     const auto select = client.select;
@@ -153,7 +153,7 @@ TEST_F(ParallelWalk, whatFailsCostsItselfAndIsToldInItsPlace) {
     EXPECT_EQ(told.size(), 1u) << "nothing more after what the caller throws";
 }
 
-TEST_F(ParallelWalk, aStopEndsItBetweenTwoEntries) {
+TEST_F(ParallelWalk, AStopEndsItBetweenTwoEntries) {
     for (int i = 0; i < 500; ++i)
         put(fmt::format("in/{:03}/x", i));
     std::atomic<int> worked = 0;
@@ -182,7 +182,7 @@ TEST_F(ParallelWalk, aStopEndsItBetweenTwoEntries) {
     EXPECT_EQ(walk({"in", "in"}).size(), 0u) << "and before the first";
 }
 
-TEST_F(ParallelWalk, entersALinkedFolderOncePerRoot) {
+TEST_F(ParallelWalk, EntersALinkedFolderOncePerRoot) {
     put("in/a/x");
     put("out/y");
     put("out/deep/z");
@@ -208,7 +208,7 @@ TEST_F(ParallelWalk, entersALinkedFolderOncePerRoot) {
         EXPECT_EQ(walk({"in", "in"}, threads), twice) << threads;
 }
 
-TEST_F(ParallelWalk, goesDeeperThanFoldersCanBeOpen) {
+TEST_F(ParallelWalk, GoesDeeperThanFoldersCanBeOpen) {
     fs::path folder = "deep";
     std::vector<std::string> wanted;
     for (int i = 0; i < 300; ++i) {

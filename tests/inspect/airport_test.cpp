@@ -56,7 +56,7 @@ struct InspectAirport : testing::Test {
     std::string server() const { return (program.folder / "server").string(); }
 };
 
-TEST_F(InspectAirport, tellsBothLayersAndWhatTheyMakeTogether) {
+TEST_F(InspectAirport, TellsBothLayersAndWhatTheyMakeTogether) {
     const auto result = look("EGLL");
     EXPECT_FALSE(result.contains("error"));
     EXPECT_EQ(result["base"]["stands"][0]["options"].size(), 1U);
@@ -71,7 +71,7 @@ TEST_F(InspectAirport, tellsBothLayersAndWhatTheyMakeTogether) {
     EXPECT_EQ(par::parking_percentage, 30);
 }
 
-TEST_F(InspectAirport, findsFilesAndTheServersAirports) {
+TEST_F(InspectAirport, FindsFilesAndTheServersAirports) {
     const auto stock = look("LEBL");
     EXPECT_TRUE(stock["source"].get<std::string>().ends_with("server/MSFS/archive/stock/LEBL.xml"));
     EXPECT_TRUE(stock["learned"].is_object());

@@ -52,7 +52,7 @@ struct AircraftCfg : testing::Test {
     }
 };
 
-TEST_F(AircraftCfg, readsTheKeysOfASection) {
+TEST_F(AircraftCfg, ReadsTheKeysOfASection) {
     // airline, title, regcode and cargo, or the report line
     struct Row {
         std::string lines, wanted;
@@ -114,7 +114,7 @@ TEST_F(AircraftCfg, readsTheKeysOfASection) {
               "QQQ          in pack/aircraft.cfg [fltsim.0]|");
 }
 
-TEST_F(AircraftCfg, tellsInTheLogWhatIsWrongWithARegistration) {
+TEST_F(AircraftCfg, TellsInTheLogWhatIsWrongWithARegistration) {
     const std::vector<std::pair<std::string, std::string>> table{
         {";noneyet", "invalid atc_id= ==> in: pack/aircraft.cfg"},
         {",D-AIPA", "empty regcode in pack [fltsim.0]"},
@@ -129,13 +129,13 @@ TEST_F(AircraftCfg, tellsInTheLogWhatIsWrongWithARegistration) {
     }
 }
 
-TEST_F(AircraftCfg, givesSmallAircraftWithoutAirlineToPrivateOwners) {
+TEST_F(AircraftCfg, GivesSmallAircraftWithoutAirlineToPrivateOwners) {
     EXPECT_EQ(section("title=Cessna", "C172").liveries.at(0).airline, "PVT");
     EXPECT_EQ(section("title=Cessna N1A", "C172").liveries.at(0).regcode, "N1A");
     EXPECT_EQ(section("title=Cessna N1A\natc_id=N1AXX", "C172").liveries.at(0).regcode, "N1AXX");
 }
 
-TEST_F(AircraftCfg, checksTheSectionNumbers) {
+TEST_F(AircraftCfg, ChecksTheSectionNumbers) {
     const std::string named = "pack/aircraft.cfg contains ";
     const std::vector<std::pair<std::string, std::string>> table{
         {"", "pack/aircraft.cfg|"},
@@ -164,14 +164,14 @@ TEST_F(AircraftCfg, checksTheSectionNumbers) {
     EXPECT_EQ(good.liveries[1].header, " [FltSim.00] ");
 }
 
-TEST_F(AircraftCfg, endsASectionAtABracketNearTheBegin) {
+TEST_F(AircraftCfg, EndsASectionAtABracketNearTheBegin) {
     const auto got = section("title=A\nname=a [b]\n    [x]\nicao_airline=DLH\n");
     EXPECT_EQ(only(got, &ScanReports::incompleteSections),
               "\"pack\" \"[fltsim.0]\" has no airline and no regcode info|");
     EXPECT_EQ(section("title=A\n      [x]\nicao_airline=DLH\n").liveries.size(), 1u) << "the seventh character";
 }
 
-TEST_F(AircraftCfg, findsTheModel) {
+TEST_F(AircraftCfg, FindsTheModel) {
     const std::string tail = "\n[fltsim.0]\ntitle=A\nicao_airline=DLH\n";
     const std::string missing = "Line icao_type_designator= is missing in [General] section of pack/aircraft.cfg|";
     const std::vector<std::array<std::string, 3>> table{
@@ -201,7 +201,7 @@ TEST_F(AircraftCfg, findsTheModel) {
               "pmdg-aircraft-77w/aircraft.cfg: an add-on for its owner's own flights, not for AI traffic|");
 }
 
-TEST_F(AircraftCfg, readsEveryCharacterSet) {
+TEST_F(AircraftCfg, ReadsEveryCharacterSet) {
     const std::string text = "icao_type_designator=A320\r\n[fltsim.0]\r\ntitle=M\xC3\xBCnchen \xF0\x9F\x9B\xA9\r\n"
                              "icao_airline=DLH";
     const auto wide = [&](bool big, bool odd) {
@@ -233,7 +233,7 @@ TEST_F(AircraftCfg, readsEveryCharacterSet) {
               "pack [fltsim.0] has a title with a zero byte, which the simulator cannot take|");
 }
 
-TEST_F(AircraftCfg, judgesFilesThatCannotBeReadWithoutHarm) {
+TEST_F(AircraftCfg, JudgesFilesThatCannotBeReadWithoutHarm) {
     EXPECT_TRUE(judgeFile(rules, "nowhere/aircraft.cfg").log.empty());
     fs::create_directories("folder/aircraft.cfg");
     const CfgJudgement folder = judgeFile(rules, "folder/aircraft.cfg");
@@ -243,7 +243,7 @@ TEST_F(AircraftCfg, judgesFilesThatCannotBeReadWithoutHarm) {
     EXPECT_EQ(judge("").reports.size(), 1u);
 }
 
-TEST_F(AircraftCfg, aCloseEndsTheReadingOfAFile) {
+TEST_F(AircraftCfg, ACloseEndsTheReadingOfAFile) {
     const std::string path = "packs/IVAO_MTL/SimObjects/Airplanes/IVAO_A320/aircraft.cfg";
     fs::create_directories("packs/IVAO_MTL/SimObjects/Airplanes/IVAO_A320/texture.a");
     std::string bytes = "[GENERAL]\nicao_type_designator=A320\n";
@@ -261,7 +261,7 @@ TEST_F(AircraftCfg, aCloseEndsTheReadingOfAFile) {
     }
 }
 
-TEST_F(AircraftCfg, ivaoFilesTakeModelAndAirlineFromNames) {
+TEST_F(AircraftCfg, IvaoFilesTakeModelAndAirlineFromNames) {
     const fs::path packages = fs::current_path() / "IVAO_MTL/SimObjects/Airplanes";
     const std::string head = "[fltsim.0]\ntexture=dlh\n";
     struct Row {

@@ -84,7 +84,7 @@ std::string randomLine(std::mt19937& random) {
     return line;
 }
 
-TEST(CfgLine, meansWhatTheExpressionsMean) {
+TEST(CfgLine, MeansWhatTheExpressionsMean) {
     std::mt19937 random(4);
     int matches = 0, headers = 0;
     const auto compare = [&](const std::string& line) {
@@ -119,7 +119,7 @@ TEST(CfgLine, meansWhatTheExpressionsMean) {
     EXPECT_GT(headers, 50);
 }
 
-TEST(CfgLine, takesTheTextBetweenTheFirstTwoQuotes) {
+TEST(CfgLine, TakesTheTextBetweenTheFirstTwoQuotes) {
     const std::vector<std::pair<std::string_view, std::string_view>> table{
         {"x", "x"},          {"\"A B\" ; c", "A B"}, {"a \"b\" c", "b"},  {"\"\"", ""}, {"\"open", ""},
         {"x\"\"y\"z\"", ""}, {"\" a \"", " a "},     {"\"a\"\"b\"", "a"}, {"", ""}};
@@ -140,7 +140,7 @@ std::string plainMarks(std::string_view text) {
     return all + fmt::format("{}", std::count(text.begin(), text.end(), '\n'));
 }
 
-TEST(CfgLine, theVectorPassMarksWhatAPassByBytesMarks) {
+TEST(CfgLine, TheVectorPassMarksWhatAPassByBytesMarks) {
     std::mt19937 random(7);
     cfg::Marks marks;
     platform::FileBytes bytes;
@@ -167,7 +167,7 @@ TEST(CfgLine, theVectorPassMarksWhatAPassByBytesMarks) {
     }
 }
 
-TEST(CfgLine, findsBytesAndSpecialTitlesAtEveryPlace) {
+TEST(CfgLine, FindsBytesAndSpecialTitlesAtEveryPlace) {
     platform::FileBytes bytes;
     for (std::size_t size = 0; size < 40; ++size) {
         for (std::size_t at = 0; at <= size; ++at) {
@@ -190,7 +190,7 @@ TEST(CfgLine, findsBytesAndSpecialTitlesAtEveryPlace) {
     }
 }
 
-TEST(CfgLine, takesLinesOfAnyLength) {
+TEST(CfgLine, TakesLinesOfAnyLength) {
     const std::string long_(5'000'000, 'x');
     EXPECT_EQ(keyValue(" title=" + long_ + "  ", "title")->size(), long_.size());
     EXPECT_TRUE(headerDigits("[fltsim." + std::string(5'000'000, '1') + "]").size() == 5'000'000);

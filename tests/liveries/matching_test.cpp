@@ -28,7 +28,7 @@ struct Matching : StoreFolder {
     }
 };
 
-TEST_F(Matching, goesAsFarAsTheDepthAllows) {
+TEST_F(Matching, GoesAsFarAsTheDepthAllows) {
     par::RANDOM.value = false;
     putRegcodes("a.txt", "special;D-SPEC\n");
     text.airframes = {{"D-OPER", "AFR", "A320", "BAW", false}};
@@ -70,7 +70,7 @@ TEST_F(Matching, goesAsFarAsTheDepthAllows) {
     }
 }
 
-TEST_F(Matching, refusedTitlesCountForNothing) {
+TEST_F(Matching, RefusedTitlesCountForNothing) {
     par::RANDOM.value = false;
     par::LOG.value = true;
     install({livery("DLH", "A320", "FSLTL_ one"), livery("DLH", "A321", "two"), livery("ZZZ", "A320", "any")});
@@ -93,7 +93,7 @@ TEST_F(Matching, refusedTitlesCountForNothing) {
     EXPECT_TRUE(program.logHas("\nCould not be created by MSFS:\n  A320 DLH\n" + std::string(100, '*') + "\n"));
 }
 
-TEST_F(Matching, parkedAircraftTakeTheKindOfTheirStand) {
+TEST_F(Matching, ParkedAircraftTakeTheKindOfTheirStand) {
     par::RANDOM.value = false;
     par::LOG.value = true;
     install({livery("DLH", "A320", "pax"), livery("DLH", "A320", "freight", "", true), livery("DLH", "B77W", "heavy")});
@@ -278,7 +278,7 @@ struct Replay {
     }
 };
 
-TEST_F(Matching, agreesWithASlowSearchThroughEverything) {
+TEST_F(Matching, AgreesWithASlowSearchThroughEverything) {
     std::mt19937 random(23);
     const auto pick = [&](const std::vector<std::string>& list) { return list[random() % list.size()]; };
     const std::vector<std::string> airlines{"DLH", "ZZZ", "AFR", "PVT"};

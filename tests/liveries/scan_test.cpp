@@ -75,7 +75,7 @@ struct LiveryScan : testing::Test {
     }
 };
 
-TEST_F(LiveryScan, walksSortedAndLeavesOutWhatHoldsNoAiAircraft) {
+TEST_F(LiveryScan, WalksSortedAndLeavesOutWhatHoldsNoAiAircraft) {
     put("packs/b/x", {"DLH first"});
     put("packs/B2", {"DLH Other"}, "A320", "AIRCRAFT.CFG");
     put("packs/a", {"DLH first"});
@@ -101,7 +101,7 @@ TEST_F(LiveryScan, walksSortedAndLeavesOutWhatHoldsNoAiAircraft) {
     EXPECT_TRUE(program.logHas("5 liveries found in packs")) << program.logText();
 }
 
-TEST_F(LiveryScan, givesTheSameListWhateverThreadIsFaster) {
+TEST_F(LiveryScan, GivesTheSameListWhateverThreadIsFaster) {
     // Every file claims all titles, so that any disorder shows in the airline.
     std::vector<std::string> dlh, afr;
     for (int i = 0; i < 300; ++i) {
@@ -121,7 +121,7 @@ TEST_F(LiveryScan, givesTheSameListWhateverThreadIsFaster) {
     }
 }
 
-TEST_F(LiveryScan, correctsRecordsFromTheDataBase) {
+TEST_F(LiveryScan, CorrectsRecordsFromTheDataBase) {
     put("packs", {"AFR one D-AIPA", "DLH two F-OPER", "DLH three F-EMPT", "DLH four D-XXXX"});
     ASSERT_TRUE(scanFolders({"packs"}));
     EXPECT_EQ(scanned(), "BAW/A320/two/F-OPER DLH/A20N/one/D-AIPA/cargo DLH/A320/four/D-XXXX DLH/A320/three/F-EMPT ");
@@ -132,7 +132,7 @@ TEST_F(LiveryScan, correctsRecordsFromTheDataBase) {
                     "one", "two"));
 }
 
-TEST_F(LiveryScan, prioritizesFolders) {
+TEST_F(LiveryScan, PrioritizesFolders) {
     put("one", {"DLH one"});
     put("two", {"DLH two", "AFR three"});
     par::LIG_PRIORITIZE.value = true;
@@ -145,7 +145,7 @@ TEST_F(LiveryScan, prioritizesFolders) {
     EXPECT_TRUE(program.logHas("3 in total\n"));
 }
 
-TEST_F(LiveryScan, findsThePackagesOfEachFamily) {
+TEST_F(LiveryScan, FindsThePackagesOfEachFamily) {
     for (const char* name : {"fsltl-traffic-base", "aig-aitraffic-oci_CVT_", "aig-aitraffic-oci-beta",
                              "Aig-aitraffic-oci", "aig-aitraffic-oci", "justflight-fstraffic-module-b",
                              "justflight-aircraft-traffic-fleet", "my-user-aitraffic", "something"})
@@ -173,7 +173,7 @@ TEST_F(LiveryScan, findsThePackagesOfEachFamily) {
     EXPECT_TRUE(program.logHas("Automatic user-aitraffic scan found folder: \"Community/my-user-aitraffic\"\n"));
 }
 
-TEST_F(LiveryScan, runsOnceAndTellsInPlainWordsWhatItFound) {
+TEST_F(LiveryScan, RunsOnceAndTellsInPlainWordsWhatItFound) {
     const fs::path packages = fs::current_path() / "packages";
     put(packages / "Community/fsltl-traffic-base/SimObjects", {"DLH one", "AFR two"});
     put(packages / "Community/user-aitraffic/SimObjects", {"QQQ three"});
@@ -198,7 +198,7 @@ TEST_F(LiveryScan, runsOnceAndTellsInPlainWordsWhatItFound) {
     EXPECT_EQ(liveryCount(), 2u);
 }
 
-TEST_F(LiveryScan, refusesToStartWithNothing) {
+TEST_F(LiveryScan, RefusesToStartWithNothing) {
     par::SCAN_LIVERIES.value = true;
     par::LIG_AUTOMATIC.value = false;
     EXPECT_EQ(errorOf(scanLiveries), 48u);
@@ -232,7 +232,7 @@ TEST_F(LiveryScan, refusesToStartWithNothing) {
     EXPECT_TRUE(par::SCAN_LIVERIES) << "a scan that found nothing is tried again";
 }
 
-TEST_F(LiveryScan, aFailureOutsideAJudgementCostsTheFileOrTheFolder) {
+TEST_F(LiveryScan, AFailureOutsideAJudgementCostsTheFileOrTheFolder) {
     put("packs/a", {"DLH first"});
     put("packs/c-full/in", {"DLH hidden"});
     for (int i = 0; i < 4200; ++i)
@@ -255,7 +255,7 @@ TEST_F(LiveryScan, aFailureOutsideAJudgementCostsTheFileOrTheFolder) {
     EXPECT_EQ(readLiveriesScanned().size(), 3u);
 }
 
-TEST_F(LiveryScan, skipsWhatIsNoFileAndWhatIsTooLong) {
+TEST_F(LiveryScan, SkipsWhatIsNoFileAndWhatIsTooLong) {
     put("packs/a", {"DLH first"});
     put("packs/long", {"DLH long"});
     fs::resize_file("packs/long/aircraft.cfg", (8 << 20) + 1);
@@ -273,7 +273,7 @@ TEST_F(LiveryScan, skipsWhatIsNoFileAndWhatIsTooLong) {
     EXPECT_EQ(errorOf([] { (void)readLiveriesScanned(); }), 51u);
 }
 
-TEST_F(LiveryScan, stopsWhenTheRunIsClosed) {
+TEST_F(LiveryScan, StopsWhenTheRunIsClosed) {
     put("packs", {"DLH one"});
     par::SCAN_LIVERIES.value = true;
     par::LIG_AUTOMATIC.value = false;

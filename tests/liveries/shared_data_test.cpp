@@ -173,7 +173,7 @@ struct SharedLiveries : testing::Test {
     }
 };
 
-TEST_F(SharedLiveries, filesGiveWhatAnIndependentReadingGives) {
+TEST_F(SharedLiveries, FilesGiveWhatAnIndependentReadingGives) {
     std::size_t files = 0, records = 0;
     for (const auto& [name, wanted] : expected["files"].items()) {
         ++files;
@@ -186,7 +186,7 @@ TEST_F(SharedLiveries, filesGiveWhatAnIndependentReadingGives) {
     EXPECT_GT(records, 5000u);
 }
 
-TEST_F(SharedLiveries, wholeScansGiveTheSameLists) {
+TEST_F(SharedLiveries, WholeScansGiveTheSameLists) {
     for (const auto& [name, scan] : expected["scans"].items()) {
         SCOPED_TRACE(name);
         std::vector<fs::path> folders;

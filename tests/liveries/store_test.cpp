@@ -28,7 +28,7 @@ std::string joined(const std::vector<std::string>& list) {
     return all;
 }
 
-TEST_F(StoreFolder, anyTitleSurvivesTheListFileByteForByte) {
+TEST_F(StoreFolder, AnyTitleSurvivesTheListFileByteForByte) {
     std::mt19937 random(3);
     std::vector<Livery> liveries{livery("DLH", "A320", " \t\"<&>'\r\n\x01 "), livery("DLH", "A320", "K\xF6ln"),
                                  livery("DLH", "A320", "\xC3\xA9\xF0\x9F\x9B\xA9")};
@@ -55,7 +55,7 @@ TEST_F(StoreFolder, anyTitleSurvivesTheListFileByteForByte) {
         << "attributes in order";
 }
 
-TEST_F(StoreFolder, refusesListFilesThatAreNone) {
+TEST_F(StoreFolder, RefusesListFilesThatAreNone) {
     EXPECT_EQ(errorOf([] { (void)readLiveriesScanned(); }), 51u);
     const auto put = [](const char* xml) { std::ofstream(path::liveriesScanned, std::ios::binary) << xml; };
     put("<other/>");
@@ -70,7 +70,7 @@ TEST_F(StoreFolder, refusesListFilesThatAreNone) {
     EXPECT_EQ(errorOf(processScannedLiveries), 533u);
 }
 
-TEST_F(StoreFolder, splitsByKindAndTellsWhatIsThere) {
+TEST_F(StoreFolder, SplitsByKindAndTellsWhatIsThere) {
     install({livery("DLH", "A320", "b"), livery("DLH", "A320", "a"), livery("DLH", "A320", "c", "", true),
              livery("FDX", "B77W", "d", "", true), livery("ZZZ", "C172", "e"), livery("ZZZ", "B738", "f")});
     const LiveryTables& t = liveryTables();
@@ -94,7 +94,7 @@ TEST_F(StoreFolder, splitsByKindAndTellsWhatIsThere) {
     EXPECT_EQ(t.lightModels.size(), 1u);
 }
 
-TEST_F(StoreFolder, switchesOffWhatHasNoLivery) {
+TEST_F(StoreFolder, SwitchesOffWhatHasNoLivery) {
     install({livery("DLH", "A320", "a"), livery("PVT", "C172", "b")});
     EXPECT_TRUE(par::LIGHT_AIRCRAFT);
     EXPECT_FALSE(par::HELICOPTERS);
@@ -105,7 +105,7 @@ TEST_F(StoreFolder, switchesOffWhatHasNoLivery) {
     EXPECT_NE(readFile(parametersFile()).find("HELICOPTERS"), std::string::npos) << "and saved";
 }
 
-TEST_F(StoreFolder, findsSimilarModels) {
+TEST_F(StoreFolder, FindsSimilarModels) {
     install({livery("DLH", "A320", "a"), livery("DLH", "A321", "b"), livery("AFR", "A319", "c"),
              livery("BAW", "B77W", "d")});
     const LiveryTables& t = liveryTables();
@@ -119,7 +119,7 @@ TEST_F(StoreFolder, findsSimilarModels) {
     EXPECT_EQ(joined(t.similarByAirline.at("BAW").at("B738")), "B77W ");
 }
 
-TEST_F(StoreFolder, theFirstLiveryKeepsAnInlineRegistration) {
+TEST_F(StoreFolder, TheFirstLiveryKeepsAnInlineRegistration) {
     install({livery("AFR", "A320", "a", "X-ABCD"), livery("AFR", "A319", "b", "X-ABCD"),
              livery("DLH", "A320", "c", "D-AIPA")});
     EXPECT_EQ(searchRegcode("X-ABCD"), "b");
@@ -129,7 +129,7 @@ TEST_F(StoreFolder, theFirstLiveryKeepsAnInlineRegistration) {
     EXPECT_EQ(searchRegcode("DAIPA"), "c") << "feeds leave out the dash";
 }
 
-TEST_F(StoreFolder, regcodeFilesWinOverLiveriesAndLaterFilesOverEarlier) {
+TEST_F(StoreFolder, RegcodeFilesWinOverLiveriesAndLaterFilesOverEarlier) {
     putDocument("<AIG-regcodes>"
                 "<livery title=\"a\" reg=\"" +
                 encryptRegcode("D-AIPA") + "," + encryptRegcode("D-AIPB") +
@@ -173,7 +173,7 @@ TEST_F(StoreFolder, regcodeFilesWinOverLiveriesAndLaterFilesOverEarlier) {
         EXPECT_TRUE(program.logHas(line)) << line << "\n" << program.logText();
 }
 
-TEST_F(StoreFolder, goesOnWithoutOrWithBrokenRegcodeDocuments) {
+TEST_F(StoreFolder, GoesOnWithoutOrWithBrokenRegcodeDocuments) {
     install({livery("DLH", "A320", "a")});
     EXPECT_TRUE(program.logHas("reading AIG-regcodes failed?"));
     EXPECT_FALSE(fs::exists("output/info/OfflineRegcodes.txt"));
@@ -187,7 +187,7 @@ TEST_F(StoreFolder, goesOnWithoutOrWithBrokenRegcodeDocuments) {
     }
 }
 
-TEST_F(StoreFolder, collectsTitlesThatMustNotBeUsed) {
+TEST_F(StoreFolder, CollectsTitlesThatMustNotBeUsed) {
     putDocument("<AIG-regcodes><livery title=\"no &amp; never\"/><livery title=\"x\" reg=\"" +
                 encryptRegcode("D-AIPA") + "\"/></AIG-regcodes>");
     putRegcodes("mine.txt", "not this\nnor this;\r\nbut;D-ABCD\nand;;\n;\n");
@@ -198,7 +198,7 @@ TEST_F(StoreFolder, collectsTitlesThatMustNotBeUsed) {
     EXPECT_TRUE(program.logHas("2 don't use titles read from files in input/my_regcodes\n"));
 }
 
-TEST_F(StoreFolder, writesTheReportsOfAScan) {
+TEST_F(StoreFolder, WritesTheReportsOfAScan) {
     scanReports = {};
     writeScanReports();
     EXPECT_TRUE(program.logHas("\nNo errors\n"));

@@ -6,6 +6,7 @@
 #include "tools/replay/scenarios.h"
 #include "world/source/report_line.h"
 
+#include <fmt/format.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <map>
@@ -19,8 +20,11 @@ struct ReplayTest : testing::Test {
     const test::TempFolder temporary;
     const std::filesystem::path folder = temporary.path;
 
+    std::filesystem::path stands; ///< of the airport; empty = none is loaded
+
     Result replay(const std::string& feed, std::uint32_t seed = 1, const char* out = "out", double minutes = 0) const {
         Options o;
+        o.stands = stands;
         o.minutes = minutes;
         o.feed = feed;
         o.seed = seed;
@@ -49,6 +53,35 @@ TEST_F(ReplayTest, TheSameSeedGivesTheSameBytes) {
     EXPECT_NE(metricsTable(first).find("DLH1"), std::string::npos);
     EXPECT_FALSE(first.map.aircraft.at(0).truth.empty());
     EXPECT_FALSE(first.map.aircraft[0].shown.empty());
+}
+
+TEST_F(ReplayTest, AircraftThatStandInRealityStandOnTheirStands) {
+    const auto scenario = makeScenario("parked");
+    ASSERT_TRUE(scenario);
+    stands = folder / (scenario->airportCode + ".xml");
+    std::ofstream file(stands);
+    file << R"(<parameters><parameter name="altitude" value="100"/></parameters><parkpositions>)";
+    std::size_t placed = 0;
+    for (const ScenarioFlight& f : scenario->flights) {
+        if (!f.stand)
+            continue;
+        ++placed;
+        file << fmt::format(R"(<parkpos id="{}" latitude="{:.6f}" longitude="{:.6f}" heading="{:.1f}" radius="40.0"/>)",
+                            f.stand->id, f.stand->lat, f.stand->lon, f.stand->heading * radToDeg);
+    }
+    file << "</parkpositions>";
+    file.close();
+    ASSERT_GE(placed, 2U);
+    const Result r = replay("parked");
+    EXPECT_TRUE(r.faults.empty()) << r.faults.front();
+    EXPECT_EQ(r.parking.stands, placed);
+    EXPECT_EQ(r.parking.stays, placed);
+    EXPECT_EQ(r.parking.onStand, placed);
+    EXPECT_LT(r.parking.metres.maximum(), 1);
+    EXPECT_EQ(r.parking.mostParkedLive, placed);
+    EXPECT_NE(parkingText(r.parking).find("2 on it, 0 on another, 0 on none"), std::string::npos);
+    const auto json = nlohmann::json::parse(metricsJson(r));
+    EXPECT_EQ(json["parking"]["on_the_stand"], placed);
 }
 
 TEST_F(ReplayTest, ALandingIsSoftAndInItsPlaceAtEveryElevation) {

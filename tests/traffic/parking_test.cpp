@@ -82,7 +82,7 @@ struct Parking : test::TrafficTest {
     }
 };
 
-TEST_F(Parking, drivesFromItsLastReportOntoTheStand) {
+TEST_F(Parking, DrivesFromItsLastReportOntoTheStand) {
     LiveAircraft& a = stopped(40);
     a.landedSearch = true;
     a.stream.front().tick = tickCount + 10;
@@ -105,7 +105,7 @@ TEST_F(Parking, drivesFromItsLastReportOntoTheStand) {
     EXPECT_FALSE(liveAircraft[0].feedAtStand);
 }
 
-TEST_F(Parking, looksForAStandOnceAtAPlace) {
+TEST_F(Parking, LooksForAStandOnceAtAPlace) {
     struct Case {
         const char* name;
         double metres;
@@ -139,7 +139,7 @@ TEST_F(Parking, looksForAStandOnceAtAPlace) {
     }
 }
 
-TEST_F(Parking, removesWhoeverIsInItsWay) {
+TEST_F(Parking, RemovesWhoeverIsInItsWay) {
     standsAt({0, 30, 100});
     liveOn(1, "OLD1");
     liveOn(2, "NEXT1", FlightState::pushing_back);
@@ -154,7 +154,7 @@ TEST_F(Parking, removesWhoeverIsInItsWay) {
                                "stand A2"));
 }
 
-TEST_F(Parking, whoeverArrivesSecondGoes) {
+TEST_F(Parking, WhoeverArrivesSecondGoes) {
     LiveAircraft& a = stopped(0);
     a.fs = FlightState::parking;
     a.sid = 1;
@@ -173,7 +173,7 @@ TEST_F(Parking, whoeverArrivesSecondGoes) {
     EXPECT_EQ(past.fs, FlightState::taxi);
 }
 
-TEST_F(Parking, aStandIsOfferedByNameAndByWhatTheFeedShows) {
+TEST_F(Parking, AStandIsOfferedByNameAndByWhatTheFeedShows) {
     struct Case {
         const char* existing;
         const char* newcomer;
@@ -205,7 +205,7 @@ TEST_F(Parking, aStandIsOfferedByNameAndByWhatTheFeedShows) {
     }
 }
 
-TEST_F(Parking, isNotBornBesideANeighbourThatIsTooClose) {
+TEST_F(Parking, IsNotBornBesideANeighbourThatIsTooClose) {
     struct Case {
         const char* name;
         double metres; ///< between the stands
@@ -235,7 +235,7 @@ TEST_F(Parking, isNotBornBesideANeighbourThatIsTooClose) {
     }
 }
 
-TEST_F(Parking, staticAircraftMakeWay) {
+TEST_F(Parking, StaticAircraftMakeWay) {
     standsAt({0, 30, 31});
     LiveAircraft& a = stopped(0);
     staticOn(2);
@@ -261,7 +261,7 @@ TEST_F(Parking, staticAircraftMakeWay) {
     EXPECT_TRUE(parkedAircraft.at(0).removeWhenReady) << "its request was on its way";
 }
 
-TEST_F(Parking, aStaticAircraftThatIsTheSameGoes) {
+TEST_F(Parking, AStaticAircraftThatIsTheSameGoes) {
     struct Case {
         const char* name;
         const char* callsign;
@@ -300,7 +300,7 @@ TEST_F(Parking, aStaticAircraftThatIsTheSameGoes) {
     }
 }
 
-TEST_F(Parking, noMoreParkThanWanted) {
+TEST_F(Parking, NoMoreParkThanWanted) {
     standsAt({0, 100, 200});
     setWallClockMs(1'000'000'000);
     liveOn(1, "LONG").parkedTime = 0;
@@ -322,7 +322,7 @@ TEST_F(Parking, noMoreParkThanWanted) {
     EXPECT_EQ(liveAircraft[1].st, AircraftStatus::active);
 }
 
-TEST_F(Parking, whenTheAirportGoesItsAircraftGo) {
+TEST_F(Parking, WhenTheAirportGoesItsAircraftGo) {
     liveOn(1, "PARKED").sid = 1;
     liveOn(0, "TAXI", FlightState::taxi);
     liveOn(0, "ARRIVES", FlightState::parking).sid = 1;
