@@ -10,7 +10,7 @@
 
 namespace kes {
 
-/// An active live aircraft that is parked on a stand or on its last metres to it.
+/// A live aircraft that is parked on a stand or on its last metres to it.
 struct LiveAtStand {
     std::uint32_t hexid = 0;
     std::uint32_t sid = 0; ///< 0 = it is parked without a stand
@@ -19,12 +19,13 @@ struct LiveAtStand {
     AircraftCategory category = AircraftCategory::light;
     double wingspan = 0;         ///< half span, nautical miles
     std::int64_t parkedTime = 0; ///< monotonic ms when it took or last proved its stand
+    bool active = true;          ///< in the simulator; else on its way into it or out of it
     bool parked = false;         ///< else it is still parking
     bool feedAtStand = false;    ///< the feed still reports it there
 };
 
 struct LiveParkingHooks {
-    /// Those active in parking or parked, in the order of their table.
+    /// Those in parking or parked that are more than a record, in the order of their table.
     std::vector<LiveAtStand> (*atStands)() = nullptr;
     void (*remove)(std::uint32_t hexid) = nullptr;
     /// The park airport goes: live aircraft between push-back and take-off and parked ones forget their stands, the

@@ -76,7 +76,7 @@ void clearStand(std::uint32_t sid) {
     if (liveParkingHooks.atStands == nullptr || liveParkingHooks.remove == nullptr)
         return;
     for (const LiveAtStand& live : liveParkingHooks.atStands()) {
-        if (live.parked && live.sid == sid) {
+        if (live.parked && live.active && live.sid == sid) {
             liveParkingHooks.remove(live.hexid);
             return;
         }

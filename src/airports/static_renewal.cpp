@@ -51,7 +51,7 @@ void findLiveStayers() {
         return;
     const std::int64_t now = monotonicMs();
     for (LiveAtStand& live : liveParkingHooks.atStands()) {
-        if (!live.parked)
+        if (!live.parked || !live.active)
             continue;
         const std::int64_t minutes = live.feedAtStand ? 0 : (now - live.parkedTime) / msPerMinute;
         const std::int64_t most = live.category == AircraftCategory::heavy ? longHeavyStand : longStand;

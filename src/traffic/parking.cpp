@@ -90,7 +90,7 @@ bool parkedAndActive(const LiveAircraft& a) {
 std::vector<LiveAtStand> liveAtStands() {
     std::vector<LiveAtStand> list;
     for (const LiveAircraft& a : liveAircraft) {
-        if (a.st != AircraftStatus::active || (a.fs != FlightState::parked && a.fs != FlightState::parking))
+        if (a.st == AircraftStatus::buffer || (a.fs != FlightState::parked && a.fs != FlightState::parking))
             continue;
         list.push_back({.hexid = a.hexid,
                         .sid = a.sid,
@@ -99,6 +99,7 @@ std::vector<LiveAtStand> liveAtStands() {
                         .category = a.category,
                         .wingspan = a.wingspan,
                         .parkedTime = a.parkedTime,
+                        .active = a.st == AircraftStatus::active,
                         .parked = a.fs == FlightState::parked,
                         .feedAtStand = a.feedAtStand});
     }

@@ -329,6 +329,10 @@ TEST_F(Parking, WhenTheAirportGoesItsAircraftGo) {
     activeFlight(firstHex, {air(0, 9000), air(1, 9000)});
     liveOn(1, "COMES", FlightState::parked).st = AircraftStatus::adding2sim;
     orderBirth(liveAircraft[4].hexid);
+    std::string seen;
+    for (const LiveAtStand& live : hooksOfLiveParking().atStands())
+        seen += live.callsign + (live.parked ? " parked" : "") + (live.active ? " active;" : ";");
+    EXPECT_EQ(seen, "PARKED parked active;ARRIVES active;COMES parked;");
     hooksOfLiveParking().leaveAirport();
     ASSERT_EQ(liveAircraft.size(), 4U) << "the one that was to be born";
     EXPECT_EQ(liveAircraft[0].st, AircraftStatus::removingfromsim);
