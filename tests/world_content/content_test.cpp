@@ -49,7 +49,7 @@ TEST(Content, TheScenarioHasAnAirportToFill) {
     fs::remove(path::myParkAirports);
     world::makeContent(content.plan);
     EXPECT_TRUE(lf_readMyParkAirports());
-    EXPECT_EQ(nearestCandidateNm({48.353783 + 1.0 / 60, 11.786086}), 1.0);
+    EXPECT_NEAR(nearestCandidateNm({48.353783 + 1.0 / 60, 11.786086}), 1.0, 0.01);
 
     setAirportRef(AirportRef{"EDDM", "MUC", 48.353783, 11.786086, 0});
     EXPECT_EQ(gf_readApf(airportSource("EDDM"), parkAirportFile, qualityPair, stands), "") << content.logText();
