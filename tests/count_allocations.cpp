@@ -24,6 +24,16 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     ++kes::test::allocations;
     return std::malloc(size == 0 ? 1 : size);
 }
+// A sanitizer's own form for arrays would pass the plain one by.
+void* operator new[](std::size_t size) {
+    return ::operator new(size);
+}
+void operator delete[](void* room) noexcept {
+    std::free(room);
+}
+void operator delete[](void* room, std::size_t) noexcept {
+    std::free(room);
+}
 void operator delete(void* room) noexcept {
     std::free(room);
 }

@@ -299,10 +299,10 @@ TEST_F(RenewalTest, EachStaticAircraftIsJudged) {
         };
     };
     const auto pair = [](std::initializer_list<int> slots, HhNow now = {3, 20}) {
+        ParkPosOption option = dlh("DLH1", slots, now.day);
+        option.coupledCs2 = "DLH2";
         return [=] {
             setHhNow(now);
-            ParkPosOption option = dlh("DLH1", slots, now.day);
-            option.coupledCs2 = "DLH2";
             addOption(stands[0], option);
             addParked(1, "DLH1", later(now, -2)).coupledCs2 = "DLH2";
         };

@@ -328,10 +328,6 @@ std::string SourceRun::command(std::string_view line) {
     if (name == "report" && words.size() == 1) {
         return reportJson();
     }
-    if (name == "quit" && words.size() == 1) {
-        stop();
-        return "ok";
-    }
     if (name == "drop-link" && words.size() == 1) {
         link_.drop();
         return "ok";
@@ -378,9 +374,14 @@ void SourceRun::serveCommands() {
                 }
                 text.append(buffer.data(), static_cast<std::size_t>(r.bytes));
                 for (std::size_t end; open && (end = text.find('\n')) != std::string::npos;) {
-                    const std::string answer = command(std::string_view(text).substr(0, end)) + "\n";
+                    const std::string_view line = std::string_view(text).substr(0, end);
+                    // The answer goes first: who ends the run closes this connection as well.
+                    const bool ends = strip(line) == "quit";
+                    const std::string answer = (ends ? "ok" : command(line)) + "\n";
                     text.erase(0, end + 1);
                     open = client.sendAll(answer, 2000).bytes >= 0;
+                    if (ends)
+                        stop();
                 }
                 open = open && text.size() < 4096;
             }

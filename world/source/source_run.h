@@ -45,7 +45,7 @@ public:
     void run();
     /// Ends `run`. Any thread.
     void stop();
-    /// One command line, as --help tells them; returns the answer line. Any thread.
+    /// One command line but "quit", as --help tells them; returns the answer line. Any thread.
     std::string command(std::string_view line);
     /// The counts as one JSON object. Any thread.
     std::string reportJson();
