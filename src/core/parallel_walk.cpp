@@ -158,6 +158,8 @@ private:
                 part = {};
             }
             queued_.store(jobs_.size(), std::memory_order_relaxed);
+            if (!jobs_.empty())
+                wakeOneMore(); // who was woken for a job may take a part of it only
         }
         if (!own.busy)
             return true;
@@ -191,6 +193,13 @@ private:
             jobs_.pop_back();
         }
         return part;
+    }
+
+    /// For a job that waits. The lock is held.
+    void wakeOneMore() {
+        workDue_.notify_one();
+        if (callerWaits_)
+            callerDue_.notify_one();
     }
 
     /// The lock is held.
@@ -257,9 +266,7 @@ private:
                 part.end = job.part.next;
                 jobs_.push_back(std::move(job));
                 queued_.store(1, std::memory_order_relaxed);
-                workDue_.notify_one();
-                if (callerWaits_)
-                    callerDue_.notify_one();
+                wakeOneMore();
             } catch (const std::exception&) { // it stays with this thread
             }
             return;
