@@ -1,5 +1,6 @@
 #include "airports/airport_ref.h"
 
+#include "feed/traffic_line.h"
 #include "feed/traffic_reader.h"
 
 namespace kes {
@@ -16,7 +17,7 @@ void setAirportRef(const std::optional<AirportRef>& reference) {
 }
 
 double referenceElevation() {
-    return airportRef ? airportRef->elevation : -1000.0;
+    return airportRef ? airportRef->elevation : noElevation;
 }
 
 } // namespace kes

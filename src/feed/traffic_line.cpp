@@ -40,7 +40,6 @@ enum Field : std::size_t {
 
 constexpr std::string_view unknown = "null";
 constexpr std::size_t longestRegcode = 12;
-constexpr double noElevation = -1000.0;
 
 template <typename... Args> ParsedLine complain(ParsedLine& line, fmt::format_string<Args...> text, Args&&... args) {
     line.outcome = LineOutcome::complaint;

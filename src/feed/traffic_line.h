@@ -47,8 +47,10 @@ ParsedLine parse(std::string_view datagram, const FeedInputs& inputs, AircraftRe
 /// The emitter category and type filter. False = drop. Pure.
 bool categoryFilter(const AircraftReport& report, std::string_view categoryCode);
 
+/// Stands for the elevation of the reference airport where there is none; feet.
+inline constexpr double noElevation = -1000.0;
 /// A report of this altitude (feet) and ground speed (knots) counts as on the ground. `elevation` (feet) is that of the
-/// reference airport, -1000 without one. Pure.
+/// reference airport, or `noElevation`. Pure.
 bool isOnGround(double alt, double gs, double elevation);
 
 /// The pieces between commas, as many as there is room for; an empty piece behind the last comma does not count.

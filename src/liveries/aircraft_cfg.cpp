@@ -1,10 +1,12 @@
-// The normal "aircraft.cfg".
 #include "liveries/aircraft_cfg.h"
 
+#include "core/codes.h"
 #include "core/run_state.h"
 #include "core/text.h"
+#include "core/text_encoding.h"
 #include "liveries/cfg_judge.h"
 #include "liveries/cfg_line.h"
+#include "liveries/ivao_cfg.h"
 #include "reference/reference.h"
 
 #include <algorithm>
@@ -15,6 +17,42 @@
 namespace kes {
 
 namespace {
+
+struct FateText {
+    std::string_view name, words;
+};
+// In the order of their enumerations.
+constexpr FateText sectionFates[] = {
+    {"stub", "a stub, left out while SUPPRESS_STUB is on"},
+    {"payware", "an add-on for its owner's own flights, not for AI traffic"},
+    {"dontUse", "a regcode file forbids this title"},
+    {"blockedAirline", "its airline code RFO is never shown"},
+    {"twoTitles", "more than one title key"},
+    {"twoAirlines", "more than one icao_airline key"},
+    {"twoParkingTypes", "more than one atc_parking_types key"},
+    {"twoAtcIds", "more than one atc_id key"},
+    {"noTitle", "no title"},
+    {"titleNotUsable", "a zero byte in the title, which cannot reach the simulator"},
+    {"unknownRegcode", "no airline, and a registration that tells none"},
+    {"noRegcode", "neither airline nor registration"},
+    {"noTexture", "its texture folder is missing"},
+    {"titleExists", "the title was found before"},
+    {"unknownAirline", "the airline code in its title is none"},
+    {"failed", "could not be judged, see the log"},
+};
+constexpr FateText fileFates[] = {
+    {"unreadable", "could not be read"},
+    {"noSections", "no [fltsim.x] section"},
+    {"badNumbers", "section numbers that do not run 0, 1, 2 and so on"},
+    {"noModel", "no known aircraft type"},
+    {"sectionsRead", ""},
+    {"failed", "could not be judged, see the log"},
+};
+
+template <class Fate, std::size_t N> FateText textsOf(Fate fate, const FateText (&texts)[N]) {
+    const auto at = static_cast<std::size_t>(fate);
+    return at < N ? texts[at] : FateText();
+}
 
 using namespace cfg;
 
@@ -184,7 +222,7 @@ private:
         if (value.empty())
             return true;
         const std::string_view code = unquotedPiece(value);
-        airline_ = code.empty() || code == "ZZZZ" ? "ZZZ" : upperCase(code);
+        airline_ = code.empty() || code == "ZZZZ" ? genericAirline : upperCase(code);
         if (airline_.size() == 4 && (airline_.back() == 'X' || airline_.back() == 'C'))
             airline_.remove_suffix(1);
         if (airlineExists(airline_))
@@ -267,7 +305,7 @@ private:
         }
         if (titleNeedsALook_ && !titleIsUsable(result_, header_, title_))
             return;
-        if (airline_ == "ZZZ")
+        if (airline_ == genericAirline)
             regcode_ = {};
         if (airline_.empty() && !deduceAirline())
             return;
@@ -299,7 +337,7 @@ private:
             regcode_ = regcodeInTitle(title_);
         }
         if (airline_.empty())
-            airline_ = "PVT";
+            airline_ = privateAirline;
         return true;
     }
     bool mustHaveAirline() {
@@ -332,6 +370,33 @@ void lf_procesFltSimSection(const CfgRules& rules, CfgJudgement& result, FileTex
 constexpr std::size_t bracketReach = 6;
 
 } // namespace
+
+std::string_view text(SectionFate fate) {
+    return textsOf(fate, sectionFates).name;
+}
+
+std::string_view words(SectionFate fate) {
+    return textsOf(fate, sectionFates).words;
+}
+
+std::string_view text(FileFate fate) {
+    return textsOf(fate, fileFates).name;
+}
+
+std::string_view words(FileFate fate) {
+    return textsOf(fate, fileFates).words;
+}
+
+std::string_view decodeCfg(std::string_view bytes, std::string& converted, std::string_view& charset) {
+    // Two bytes tell the character set here; the third byte of a mark is never looked at.
+    if (bytes.starts_with("\xEF\xBB")) {
+        charset = "utf-8-bom";
+        return bytes.substr(std::min<std::size_t>(3, bytes.size()));
+    }
+    const TextMark mark = markOf(bytes);
+    charset = mark == TextMark::utf16Big ? "utf-16-be" : mark == TextMark::utf16Little ? "utf-16-le" : "plain";
+    return decodeText(bytes, converted);
+}
 
 void lf_searchLiveriesinFile(const CfgRules& rules, const CfgSource& source, CfgJudgement& result) {
     thread_local FileText text;
@@ -366,6 +431,49 @@ std::string repeatedTitleLine(const CfgJudgement& judgement, const FoundLivery& 
     if (judgement.ivao)
         return fmt::format("{} {} title already exists: {}", judgement.path, found.header, found.title);
     return fmt::format("{} {} title \"{}\" already exists", judgement.folder, found.header, found.title);
+}
+
+void CfgJudgement::clear() {
+    path = folder = model = charset = {};
+    ivao = false;
+    fate = FileFate::unreadable;
+    lines = sections = 0;
+    liveries.clear();
+    dropped.clear();
+    reports.clear();
+    log.clear();
+    texts.clear();
+}
+
+Livery liveryOf(const FoundLivery& found) {
+    return {std::string(found.airline), std::string(found.model), std::string(found.title),
+            std::string(found.regcode), found.priority,           found.cargo};
+}
+
+void judgeFile(const CfgRules& rules, std::string_view path, const CfgSource& source, CfgJudgement& result) {
+    result.clear();
+    result.path = result.texts.put(path);
+    result.ivao = isIvaoPath(path);
+    constexpr char separator = static_cast<char>(std::filesystem::path::preferred_separator);
+    result.folder = result.path.substr(0, result.path.rfind(separator));
+    const char* const task = result.ivao ? "lf_searchLiveriesinIvaoFile" : "lf_searchLiveriesinFile";
+    try {
+        (result.ivao ? lf_searchLiveriesinIvaoFile : lf_searchLiveriesinFile)(rules, source, result);
+    } catch (const std::exception& e) {
+        result.liveries.clear();
+        result.dropped.clear();
+        result.reports.clear();
+        result.fate = FileFate::failed;
+        result.log.push_back(fmt::format("exception in {} {}: {}", task, path, e.what()));
+    }
+    if (result.fate != FileFate::sectionsRead && result.reports.empty())
+        cfg::report(result, &ScanReports::notUsed, {path, ": ", words(result.fate)});
+}
+
+CfgJudgement judgeFile(const CfgRules& rules, std::string_view path, const CfgSource& source) {
+    CfgJudgement result;
+    judgeFile(rules, path, source, result);
+    return result;
 }
 
 } // namespace kes

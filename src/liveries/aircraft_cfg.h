@@ -95,10 +95,8 @@ CfgJudgement judgeFile(const CfgRules& rules, std::string_view path, const CfgSo
 /// A title was seen before: the line for the report `incompleteSections`.
 std::string repeatedTitleLine(const CfgJudgement& judgement, const FoundLivery& found);
 
-/// The two kinds of file task; both throw only what the standard library throws.
+/// The task for a normal file; throws only what the standard library throws. The other family's: ivao_cfg.h.
 void lf_searchLiveriesinFile(const CfgRules& rules, const CfgSource& source, CfgJudgement& result);
-void lf_searchLiveriesinIvaoFile(const CfgRules& rules, const CfgSource& source, CfgJudgement& result);
-bool isIvaoPath(std::string_view path);
 
 /// The bytes of a file as UTF-8 text. 16-bit text with a mark is converted, broken pairs and a lone last byte become
 /// U+FFFD; a mark is dropped. `charset` receives one of the names in `CfgJudgement`. The view is into `bytes` or

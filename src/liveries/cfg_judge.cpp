@@ -1,8 +1,6 @@
-// Reading a file as lines, its character set, and the checks on its section numbers and its model.
 #include "liveries/cfg_judge.h"
 
 #include "core/text.h"
-#include "core/text_encoding.h"
 #include "liveries/cfg_line.h"
 #include "platform/file.h"
 #include "reference/reference.h"
@@ -14,11 +12,11 @@
 #include <fmt/format.h>
 #include <span>
 
-namespace kes {
+namespace kes::cfg {
 
 namespace {
 
-void cutLines(std::string_view text, cfg::FileText& out) {
+void cutLines(std::string_view text, FileText& out) {
     std::size_t bracket = text.find('[');
     for (std::size_t begin = 0; begin < text.size();) {
         const std::size_t feed = std::min(text.find('\n', begin), text.size());
@@ -33,20 +31,20 @@ void cutLines(std::string_view text, cfg::FileText& out) {
 }
 
 /// The line around a mark with these letters, and the line feed that ends it, or the end of the text.
-const char* lineAround(const char* mark, std::uint8_t letters, const char* least, const char* end, cfg::CfgLine& line) {
-    const char* begin = mark - cfg::bytesBefore(letters);
+const char* lineAround(const char* mark, std::uint8_t letters, const char* least, const char* end, CfgLine& line) {
+    const char* begin = mark - bytesBefore(letters);
     if (begin <= least || begin[-1] != '\n') { // mostly a key begins its line
         begin = mark;
         while (begin > least && begin[-1] != '\n')
             --begin;
     }
-    const char* stop = cfg::findByte(mark, end, '\r', '\n');
+    const char* stop = findByte(mark, end, '\r', '\n');
     const char* feed = stop;
     if (stop < end && *stop == '\r') {
         feed = stop + 1;
         if (feed < end && *feed != '\n') { // one that ends no line
             line.holdsReturn = true;
-            feed = cfg::findByte(feed, end, '\n', '\n');
+            feed = findByte(feed, end, '\n', '\n');
             stop = feed[-1] == '\r' ? feed - 1 : feed;
         }
     }
@@ -55,8 +53,8 @@ const char* lineAround(const char* mark, std::uint8_t letters, const char* least
 }
 
 /// Nine lines of ten say nothing to a scan; only the others become lines. The number of all.
-std::size_t pickLines(std::string_view text, cfg::FileText& out) {
-    cfg::findMarks<platform::Bytes16>(text, out.marks);
+std::size_t pickLines(std::string_view text, FileText& out) {
+    findMarks<platform::Bytes16>(text, out.marks);
     const char* const end = text.data() + text.size();
     const char* picked = text.data(); // up to here
     for (std::size_t i = 0; i < out.marks.count; ++i) {
@@ -72,77 +70,12 @@ std::size_t pickLines(std::string_view text, cfg::FileText& out) {
     return out.marks.feeds + (text.empty() || text.back() == '\n' ? 0 : 1);
 }
 
-struct FateText {
-    std::string_view name, words;
-};
-// In the order of their enumerations.
-constexpr FateText sectionFates[] = {
-    {"stub", "a stub, left out while SUPPRESS_STUB is on"},
-    {"payware", "an add-on for its owner's own flights, not for AI traffic"},
-    {"dontUse", "a regcode file forbids this title"},
-    {"blockedAirline", "its airline code RFO is never shown"},
-    {"twoTitles", "more than one title key"},
-    {"twoAirlines", "more than one icao_airline key"},
-    {"twoParkingTypes", "more than one atc_parking_types key"},
-    {"twoAtcIds", "more than one atc_id key"},
-    {"noTitle", "no title"},
-    {"titleNotUsable", "a zero byte in the title, which cannot reach the simulator"},
-    {"unknownRegcode", "no airline, and a registration that tells none"},
-    {"noRegcode", "neither airline nor registration"},
-    {"noTexture", "its texture folder is missing"},
-    {"titleExists", "the title was found before"},
-    {"unknownAirline", "the airline code in its title is none"},
-    {"failed", "could not be judged, see the log"},
-};
-constexpr FateText fileFates[] = {
-    {"unreadable", "could not be read"},
-    {"noSections", "no [fltsim.x] section"},
-    {"badNumbers", "section numbers that do not run 0, 1, 2 and so on"},
-    {"noModel", "no known aircraft type"},
-    {"sectionsRead", ""},
-    {"failed", "could not be judged, see the log"},
-};
-
-template <class Fate, std::size_t N> FateText textsOf(Fate fate, const FateText (&texts)[N]) {
-    const auto at = static_cast<std::size_t>(fate);
-    return at < N ? texts[at] : FateText();
-}
-
 /// Fates that none of the other reports tells.
 bool isSilent(SectionFate fate) {
     return fate <= SectionFate::blockedAirline || fate == SectionFate::failed;
 }
 
 } // namespace
-
-std::string_view text(SectionFate fate) {
-    return textsOf(fate, sectionFates).name;
-}
-
-std::string_view words(SectionFate fate) {
-    return textsOf(fate, sectionFates).words;
-}
-
-std::string_view text(FileFate fate) {
-    return textsOf(fate, fileFates).name;
-}
-
-std::string_view words(FileFate fate) {
-    return textsOf(fate, fileFates).words;
-}
-
-std::string_view decodeCfg(std::string_view bytes, std::string& converted, std::string_view& charset) {
-    // Two bytes tell the character set here; the third byte of a mark is never looked at.
-    if (bytes.starts_with("\xEF\xBB")) {
-        charset = "utf-8-bom";
-        return bytes.substr(std::min<std::size_t>(3, bytes.size()));
-    }
-    const TextMark mark = markOf(bytes);
-    charset = mark == TextMark::utf16Big ? "utf-16-be" : mark == TextMark::utf16Little ? "utf-16-le" : "plain";
-    return decodeText(bytes, converted);
-}
-
-namespace cfg {
 
 bool readCfg(const CfgSource& source, CfgJudgement& result, FileText& text) {
     int error = 0;
@@ -317,49 +250,4 @@ bool titleIsUsable(CfgJudgement& result, std::string_view header, std::string_vi
     return false;
 }
 
-} // namespace cfg
-
-void CfgJudgement::clear() {
-    path = folder = model = charset = {};
-    ivao = false;
-    fate = FileFate::unreadable;
-    lines = sections = 0;
-    liveries.clear();
-    dropped.clear();
-    reports.clear();
-    log.clear();
-    texts.clear();
-}
-
-Livery liveryOf(const FoundLivery& found) {
-    return {std::string(found.airline), std::string(found.model), std::string(found.title),
-            std::string(found.regcode), found.priority,           found.cargo};
-}
-
-void judgeFile(const CfgRules& rules, std::string_view path, const CfgSource& source, CfgJudgement& result) {
-    result.clear();
-    result.path = result.texts.put(path);
-    result.ivao = isIvaoPath(path);
-    constexpr char separator = static_cast<char>(std::filesystem::path::preferred_separator);
-    result.folder = result.path.substr(0, result.path.rfind(separator));
-    const char* const task = result.ivao ? "lf_searchLiveriesinIvaoFile" : "lf_searchLiveriesinFile";
-    try {
-        (result.ivao ? lf_searchLiveriesinIvaoFile : lf_searchLiveriesinFile)(rules, source, result);
-    } catch (const std::exception& e) {
-        result.liveries.clear();
-        result.dropped.clear();
-        result.reports.clear();
-        result.fate = FileFate::failed;
-        result.log.push_back(fmt::format("exception in {} {}: {}", task, path, e.what()));
-    }
-    if (result.fate != FileFate::sectionsRead && result.reports.empty())
-        cfg::report(result, &ScanReports::notUsed, {path, ": ", words(result.fate)});
-}
-
-CfgJudgement judgeFile(const CfgRules& rules, std::string_view path, const CfgSource& source) {
-    CfgJudgement result;
-    judgeFile(rules, path, source, result);
-    return result;
-}
-
-} // namespace kes
+} // namespace kes::cfg

@@ -3,6 +3,7 @@
 #include "core/log.h"
 #include "core/run_state.h"
 #include "core/text.h"
+#include "liveries/ivao_cfg.h"
 #include "platform/file.h"
 
 #include <array>

@@ -1,4 +1,6 @@
-// The "aircraft.cfg" of the IVAO packages: the folder names the model, the title names the airline.
+#include "liveries/ivao_cfg.h"
+
+#include "core/codes.h"
 #include "core/run_state.h"
 #include "core/text.h"
 #include "liveries/cfg_judge.h"
@@ -192,7 +194,7 @@ private:
                        fmt::format("{:12} in {} {}", airline_, result_.path, header_));
                 return end(SectionFate::unknownAirline);
             }
-            if (airline_ == "ZZZ")
+            if (airline_ == genericAirline)
                 regcode_ = {};
             return true;
         }

@@ -1,5 +1,6 @@
 #include "liveries/matching.h"
 
+#include "core/codes.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/random.h"
@@ -19,8 +20,6 @@
 namespace kes {
 
 namespace {
-
-constexpr std::string_view genericAirline = "ZZZ", privateAirline = "PVT";
 
 std::array<std::uint32_t, 6> counters{};
 std::deque<std::string> foreignTitles; ///< refused titles that no scan knows

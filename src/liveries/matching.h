@@ -24,14 +24,14 @@ bool matchStatic(AiAircraft& record, const StandUse& stand);
 /// The title that an installed livery has for a registration or one of its variants; empty when there is none.
 std::string_view searchRegcode(std::string_view regcode);
 
-/// Matches of `matchLive` per step 1 to 6; never reset while the process lives.
+/// Matches of `matchLive` per step 1 to 6 since the process began, or since the liveries were last forgotten.
 const std::array<std::uint32_t, 6>& stepCounters();
 
-/// Titles that the simulator refused; never cleared while the process lives.
+/// Titles that the simulator refused, until the liveries are forgotten.
 void refuseTitle(std::string_view title, std::string_view model, std::string_view airline);
 std::size_t refusedTitleCount();
 bool isRefused(std::string_view title);
-void resetMatching(); ///< counters and refusals; for tests and tools
+void resetMatching(); ///< counters and refusals; see `resetLiveries`
 
 void writeMatchingSummary();
 

@@ -9,6 +9,7 @@
 #include "core/text.h"
 #include "core/window.h"
 #include "install/install.h"
+#include "liveries/dont_use.h"
 #include "liveries/folder_walk.h"
 #include "liveries/package_finders.h"
 #include "liveries/scan_summary.h"

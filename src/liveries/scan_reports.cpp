@@ -12,7 +12,6 @@
 namespace kes {
 
 ScanReports scanReports;
-std::vector<std::string> dontUseTitles;
 
 namespace {
 

@@ -21,9 +21,6 @@ struct ScanReports {
 extern ScanReports scanReports;
 using ReportList = std::vector<std::string> ScanReports::*; ///< one of its lists
 
-/// Titles that a regcode file forbids; filled by `readDontUseTitles`, never become records.
-extern std::vector<std::string> dontUseTitles;
-
 /// Writes a report, one line per item; makes its folder. False (logged) on failure.
 bool writeReport(const std::filesystem::path& file, const std::vector<std::string>& lines);
 /// Writes the report files below "output" and logs their summary; nothing is cleared.
@@ -32,8 +29,5 @@ void writeScanReports();
 void writeReportFiles();
 /// Removes the report files of an earlier scan and makes the errors folder. Throws filesystem_error.
 void removeScanReports();
-/// Fills `dontUseTitles` anew from the update server's regcode document and the user's regcode files. Never throws for
-/// bad content: what is wrong goes to the log.
-void readDontUseTitles();
 
 } // namespace kes

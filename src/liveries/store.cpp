@@ -1,6 +1,7 @@
 #include "liveries/store.h"
 
 #include "core/change.h"
+#include "core/codes.h"
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/parameters.h"
@@ -34,8 +35,6 @@ std::unordered_map<const Titles*, Titles> openLists; // for the lists that hold 
 std::size_t storedLiveries = 0;
 bool liveriesProcessed = false;
 bool roomReserved = false;
-
-constexpr std::string_view genericAirline = "ZZZ";
 
 std::string_view mark(std::size_t n) {
     return plural(static_cast<std::int64_t>(n));
@@ -377,36 +376,6 @@ bool isSpecial(std::string_view title) {
 const Titles& openTitles(const Titles& list) {
     const auto found = openLists.find(&list);
     return found == openLists.end() ? list : found->second;
-}
-
-void readDontUseTitles() {
-    dontUseTitles.clear();
-    const auto add = [](const std::vector<RegcodeEntry>& entries) {
-        const std::size_t before = dontUseTitles.size();
-        for (const RegcodeEntry& entry : entries) {
-            if (entry.regs.empty())
-                dontUseTitles.push_back(entry.title);
-        }
-        return dontUseTitles.size() - before;
-    };
-    std::vector<RegcodeEntry> entries;
-    if (!fetchZipAsText("AIG-regcodes.zip", path::aigRegcodes)) {
-        log("reading AIG-regcodes.zip failed?");
-    } else {
-        if (readRegcodeDocument(path::aigRegcodes, entries)) {
-            const std::size_t added = add(entries);
-            log(fmt::format("{} don't use title{} read", added, mark(added)));
-        }
-        std::error_code ignored;
-        fs::remove(path::aigRegcodes, ignored);
-    }
-    if (!hasMyRegcodes())
-        return;
-    entries.clear();
-    readMyRegcodes(entries);
-    const std::size_t added = add(entries);
-    log(fmt::format("{} don't use title{} read from files in {}", added, mark(added),
-                    platform::pathText(path::myRegcodes)));
 }
 
 } // namespace kes

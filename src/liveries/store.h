@@ -34,7 +34,8 @@ void reserveLiveryTables();
 /// Builds the tables from "output/LiveriesScanned.xml", once per process. Throws nwk::UserErrorException 51, 52, 533,
 /// or 99 for foreign meta data.
 void processScannedLiveries();
-/// Forgets everything, refusals and counters included; views of titles that are still held die. For tests and tools.
+/// Forgets everything, refusals and counters included, so that the next run reads the tables anew: after a change of
+/// the simulator or for a new scan. Views of titles that are still held die; only between two runs.
 void resetLiveries();
 std::size_t liveryCount();
 

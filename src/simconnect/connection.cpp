@@ -74,7 +74,7 @@ bool tryNextAnnounce(Connection& c) {
     old.reset();
     log(fmt::format("SimConnect: version {} refused, trying {}", refused, next));
     HRESULT result = S_OK;
-    std::unique_ptr<Transport> fresh = c.reach(c.configIndex, result);
+    std::unique_ptr<Transport> fresh = c.reach ? c.reach(c.configIndex, result) : nullptr;
     if (!fresh)
         return false;
     clear(c.stream);

@@ -19,7 +19,7 @@
 namespace kes::simconnect {
 
 /// How a further transport is reached when the simulator refuses the announced version: openTransport outside of tests.
-using Reach = std::unique_ptr<Transport> (*)(DWORD configIndex, HRESULT& result);
+using Reach = std::function<std::unique_ptr<Transport>(DWORD configIndex, HRESULT& result)>;
 
 inline constexpr int maxMessagesPerCall = 4096;
 /// Packets kept until the simulator has accepted the version; all definitions of the program are some 50 kB.
@@ -39,7 +39,7 @@ struct Connection {
 
     // Dispatching thread only.
     DWORD configIndex = 0;
-    Reach reach = nullptr;
+    Reach reach; ///< empty: another version is not tried
     MessageStream stream;
     bool quitSeen = false;       ///< a quit message was handed over
     bool finished = false;       ///< all has been handed over

@@ -10,17 +10,6 @@
 
 namespace kes::simconnect {
 
-namespace {
-
-/// The way to a simulator that has refused our version.
-std::unique_ptr<Transport> reachAgain(DWORD configIndex, HRESULT& result) {
-    OpenTry attempt;
-    attempt.giveUp = stopWanted;
-    return openTransport(configIndex, result, attempt);
-}
-
-} // namespace
-
 HRESULT openSimulator(HANDLE& result, const char* name, DWORD configIndex, OpenTry& attempt) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(attempt.timeoutMs);
     result = nullptr;
@@ -28,11 +17,19 @@ HRESULT openSimulator(HANDLE& result, const char* name, DWORD configIndex, OpenT
     std::unique_ptr<Transport> transport = openTransport(configIndex, outcome, attempt);
     if (!transport)
         return outcome;
+    const auto over = [&] { return std::chrono::steady_clock::now() > end || (attempt.giveUp && attempt.giveUp()); };
+    // A simulator that has refused our version is reached again within the same limits.
+    const auto reachAgain = [&](DWORD index, HRESULT& reached) {
+        OpenTry again;
+        again.giveUp = [&] { return over() || stopWanted(); };
+        return openTransport(index, reached, again);
+    };
     outcome = connectWith(result, std::move(transport), name, configIndex, reachAgain);
     if (failed(outcome))
         return outcome;
-    const auto over = [&] { return std::chrono::steady_clock::now() > end || (attempt.giveUp && attempt.giveUp()); };
-    if (!awaitAnswer(*result, over)) {
+    const bool answered = awaitAnswer(*result, over);
+    result->reach = nullptr; // its limits end here, and so do the refusals
+    if (!answered) {
         close(std::exchange(result, nullptr));
         return E_FAIL;
     }

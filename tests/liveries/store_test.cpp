@@ -1,6 +1,7 @@
 // The list file, the tables built from it, and the regcode files.
 #include "core/errors.h"
 #include "core/xml_file.h"
+#include "liveries/dont_use.h"
 #include "liveries/regcode_files.h"
 #include "liveries/scan_reports.h"
 #include "store_folder.h"

@@ -1,0 +1,12 @@
+// The "aircraft.cfg" files of the other family of AI packages, whose model and airline stand in paths and titles.
+#pragma once
+
+#include "liveries/aircraft_cfg.h"
+
+namespace kes {
+
+bool isIvaoPath(std::string_view path);
+/// The task for such a file, with `result.ivao` set; throws only what the standard library throws.
+void lf_searchLiveriesinIvaoFile(const CfgRules& rules, const CfgSource& source, CfgJudgement& result);
+
+} // namespace kes
