@@ -10,14 +10,22 @@ if ! command -v dpkg-query >/dev/null 2>&1; then
     exit 0
 fi
 
-missing=""
-for package in $packages; do
-    case "$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null || true)" in
-    "install ok installed") ;;
-    *) missing="$missing $package" ;;
-    esac
-done
-[ -n "$missing" ] || exit 0
+# The window, and a display to test it on. Without them all else is built: the terminal stands in for the window.
+window_packages="libwxgtk3.2-dev xvfb openbox xdotool"
+
+absent() {
+    for package in "$@"; do
+        case "$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null || true)" in
+        "install ok installed") ;;
+        *) printf ' %s' "$package" ;;
+        esac
+    done
+}
+# shellcheck disable=SC2086
+missing="$(absent $packages)"
+# shellcheck disable=SC2086
+missing_window="$(absent $window_packages)"
+[ -n "$missing$missing_window" ] || exit 0
 
 root=""
 if [ "$(id -u)" -ne 0 ]; then
@@ -28,18 +36,22 @@ if [ "$(id -u)" -ne 0 ]; then
     root="sudo"
 fi
 
-echo "setup: installing$missing"
+echo "setup: installing$missing$missing_window"
 log="$(mktemp)"
 trap 'rm -f "$log"' EXIT
 # The package lists of a fresh machine may be empty or old, so one failure is answered with new lists.
 install() {
-    # shellcheck disable=SC2086
-    $root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends $missing >"$log" 2>&1
+    $root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "$@" >"$log" 2>&1 ||
+        { $root apt-get update -q >>"$log" 2>&1 &&
+            $root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "$@" >"$log" 2>&1; }
 }
-if ! install; then
-    if ! { $root apt-get update -q >>"$log" 2>&1 && install; }; then
-        tail -n 20 "$log" >&2
-        echo "setup: could not install$missing" >&2
-        exit 1
-    fi
+# shellcheck disable=SC2086
+if [ -n "$missing" ] && ! install $missing; then
+    tail -n 20 "$log" >&2
+    echo "setup: could not install$missing" >&2
+    exit 1
+fi
+# shellcheck disable=SC2086
+if [ -n "$missing_window" ] && ! install $missing_window; then
+    echo "setup: could not install$missing_window: the window is not built, or not tested" >&2
 fi

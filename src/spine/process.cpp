@@ -12,6 +12,7 @@
 #include "platform/system.h"
 #include "spine/control_rules.h"
 #include "spine/worker.h"
+#include "window/desktop_window.h"
 #include "window/terminal_window.h"
 
 #include <algorithm>
@@ -70,9 +71,12 @@ void tellWhenLogFails() {
                false);
 }
 
-/// The window that this machine can show. The terminal is all there is at present.
-void chooseWindow() {
-    useTerminalWindow(platform::Output(platform::Output::Standard::out));
+/// The window that this machine can show: on a display, or on the terminal. The reason, where one was expected.
+std::string chooseWindow(bool wanted) {
+    std::string reason;
+    if (!wanted || !useDesktopWindow(reason))
+        useTerminalWindow(platform::Output(platform::Output::Standard::out));
+    return reason;
 }
 
 int initInstance() {
@@ -114,13 +118,15 @@ void closeProgram() {
     quitWindow(0);
 }
 
-int runProcess() {
+int runProcess(bool window) {
     if (!platform::takeInstanceLock("Local\\$Kestrelune$") || !platform::takeFolderLock(path::instanceLock))
         return -1;
-    chooseWindow();
+    const std::string noWindow = chooseWindow(window);
     platform::watchCloseSignals([] { postToWindow(closeClick); });
     try {
         openLog(path::log);
+        if (!noWindow.empty())
+            log(fmt::format("no window, since {}", noWindow));
         platform::watchCrashes(drainLogAtCrash);
         return initInstance();
     } catch (const std::exception& e) {

@@ -5,8 +5,9 @@
 namespace kes {
 
 /// The whole program. -1 for a second instance, otherwise the code that the window ended with; 1, with a reason on the
-/// error stream, when the log or the user's data folder cannot be had.
-int runProcess();
+/// error stream, when the log or the user's data folder cannot be had. Without `window` the terminal stands in for it,
+/// as it does where no display is to be had.
+int runProcess(bool window);
 
 /// Starts the next run, or ends the process after the user's close click. UI thread; a run posts it as its last act
 /// when it is to be followed by another.

@@ -42,7 +42,7 @@ struct ProcessTest : testing::Test {
                 const int file = open(name, O_WRONLY | O_CREAT | O_APPEND, 0600);
                 dup2(stream == 1 && out >= 0 ? out : file, stream);
             }
-            execl(KES_PROGRAM, KES_PROGRAM, nullptr);
+            execl(KES_PROGRAM, KES_PROGRAM, "--no-window", nullptr);
             _exit(99);
         }
         started.push_back(pid);

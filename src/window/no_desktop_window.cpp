@@ -1,0 +1,15 @@
+// For a build without the toolkit.
+#include "window/desktop_window.h"
+
+namespace kes {
+
+bool useDesktopWindow(std::string& reason) {
+    reason.clear();
+    return false;
+}
+
+std::vector<BoxOnWindow> boxesOnWindow() {
+    return {};
+}
+
+} // namespace kes
