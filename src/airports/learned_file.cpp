@@ -139,7 +139,7 @@ bool isOfOtherPublisher(const fs::path& path, std::string_view publisher) {
 /// Puts a file of additions on top of a list.
 class Merge {
 public:
-    Merge(std::vector<Stand>& list, const fs::path& path) : list_(list), pathText_(platform::pathText(path)) {
+    Merge(std::vector<Stand>& list, std::string_view shown) : list_(list), pathText_(shown) {
         for (std::size_t i = 0; i < list.size(); ++i)
             byId_.emplace(list[i].id, i);
     }
@@ -236,14 +236,19 @@ void readLearned(const fs::path& path, std::string_view airportName, std::vector
         logValue("handmade", kes::quoted(*value));
         return;
     }
-    Merge merge(list, path);
-    for (const pugi::xml_node parkpos : document.child("parkpositions").children("parkpos"))
-        merge.take(parkpos);
-    if (isForeign || !merge.everythingFound())
+    const bool everythingFound = mergeLearned(document, pathText, list);
+    if (isForeign || !everythingFound)
         keepAside(path);
 }
 
 } // namespace
+
+bool mergeLearned(const pugi::xml_document& document, std::string_view shown, std::vector<Stand>& list) {
+    Merge merge(list, shown);
+    for (const pugi::xml_node parkpos : document.child("parkpositions").children("parkpos"))
+        merge.take(parkpos);
+    return merge.everythingFound();
+}
 
 void lf_readLearned(const fs::path& path, std::string_view airportName, std::vector<Stand>& list, bool& handmade) {
     try {

@@ -4,6 +4,7 @@
 #include "airports/stands.h"
 
 #include <filesystem>
+#include <pugixml.hpp>
 #include <string_view>
 #include <vector>
 
@@ -21,5 +22,9 @@ extern LearnedFileHooks learnedFileHooks;
 /// front of the extension; so is one of which something would get lost at the next save. Never throws.
 void lf_readLearned(const std::filesystem::path& path, std::string_view airportName, std::vector<Stand>& list,
                     bool& handmade);
+
+/// Puts the options and stands of a learned file that is not handmade on top of a list, and corrects radius and cargo
+/// flag of its stands. `shown` names the file in the log. False when something of it has no place in the list.
+bool mergeLearned(const pugi::xml_document& document, std::string_view shown, std::vector<Stand>& list);
 
 } // namespace kes
