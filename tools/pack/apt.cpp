@@ -1,24 +1,18 @@
 #include "tools/pack/apt.h"
 
-#include "airports/airport_xml.h"
 #include "core/text.h"
-#include "core/xml_file.h"
 #include "platform/system.h"
 #include "reference/text_map.h"
-#include "tools/csv/csv.h"
+#include "tools/pack/unpacked.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <charconv>
 #include <cmath>
 #include <fmt/format.h>
-#include <fstream>
 #include <map>
 #include <optional>
-#include <sstream>
 #include <stdexcept>
-#include <zlib.h>
 
 namespace kes::pack {
 namespace {
@@ -26,26 +20,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr double sameSpotNm = 1.0 / metresPerNm;
-
-/// All of a file, unpacked when it is gzip.
-std::string readUnpacked(const fs::path& file) {
-    const std::string pathText = platform::pathText(file);
-    const gzFile in = gzopen(pathText.c_str(), "rb");
-    if (in == nullptr) {
-        throw std::runtime_error("cannot read " + pathText);
-    }
-    std::string text;
-    std::array<char, 1 << 16> bytes{};
-    int got = 0;
-    while ((got = gzread(in, bytes.data(), bytes.size())) > 0) {
-        text.append(bytes.data(), static_cast<std::size_t>(got));
-    }
-    const bool whole = gzclose(in) == Z_OK && got == 0;
-    if (!whole) {
-        throw std::runtime_error(pathText + " is damaged");
-    }
-    return text;
-}
 
 /// The next word of a row; empty at its end.
 std::string_view nextWord(std::string_view& row) {
@@ -62,11 +36,6 @@ bool toNumber(std::string_view word, double& value) {
     }
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
     return error == std::errc() && end == word.data() + word.size() && std::isfinite(value);
-}
-
-bool isCode(std::string_view code) {
-    return code.size() >= 3 && code.size() <= 8 &&
-           std::ranges::all_of(code, [](char c) { return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); });
 }
 
 class Reader {
@@ -156,13 +125,16 @@ private:
         } else {
             airport_->starts.back().width = width[0];
             airport_->starts.back().operation = nextWord(row);
+            for (std::string_view airline = nextWord(row); !airline.empty(); airline = nextWord(row)) {
+                airport_->starts.back().airlines.push_back(upper(airline));
+            }
         }
     }
 
     void addFact(std::string_view row) {
         if (airport_ && nextWord(row) == "icao_code") {
             const std::string code = upper(strip(row));
-            if (code.size() == 4 && isCode(code)) {
+            if (code.size() == 4 && isFileCode(code)) {
                 airport_->code = code;
             }
         }
@@ -347,48 +319,6 @@ void giveIds(std::vector<Stand>& stands, std::vector<Named> names) {
     }
 }
 
-void appendParameter(pugi::xml_node parameters, const char* name, const std::string& value) {
-    pugi::xml_node parameter = parameters.append_child("parameter");
-    parameter.append_attribute("name") = name;
-    parameter.append_attribute("value") = value.c_str();
-}
-
-std::string stockFile(const AptAirport& airport, const std::vector<Stand>& list) {
-    pugi::xml_document document;
-    appendMeta(document);
-    pugi::xml_node parameters = document.append_child("parameters");
-    appendParameter(parameters, "airport_name", airport.name);
-    appendParameter(parameters, "publisher", "stock");
-    appendParameter(parameters, "altitude", std::to_string(std::lround(airport.elevation)));
-    appendParameter(parameters, "num_parkpos", std::to_string(list.size()));
-    appendStands(document, list, true, true);
-    std::ostringstream text;
-    document.save(text);
-    return text.str();
-}
-
-/// In one step, since a server may be handing the old file out; without waiting for the disk, since there are thousands
-/// and all can be made again.
-void writeQuickly(const fs::path& file, const std::string& content) {
-    if (readBytes(file) == content) {
-        return;
-    }
-    fs::path fresh = file;
-    fresh += ".new";
-    std::ofstream out(fresh, std::ios::binary);
-    out.write(content.data(), static_cast<std::streamsize>(content.size()));
-    out.close();
-    std::error_code error;
-    if (out) {
-        fs::rename(fresh, file, error);
-    }
-    if (!out || error) {
-        std::error_code ignored;
-        fs::remove(fresh, ignored);
-        throw std::runtime_error(fmt::format("cannot write {}", platform::pathText(file)));
-    }
-}
-
 } // namespace
 
 std::vector<AptAirport> parseApt(std::string_view text, const std::string& file, std::vector<BadRow>& bad) {
@@ -420,6 +350,11 @@ std::vector<AptAirport> parseApt(std::string_view text, const std::string& file,
     return reader.end();
 }
 
+bool isFileCode(std::string_view code) {
+    return code.size() >= 3 && code.size() <= 8 &&
+           std::ranges::all_of(code, [](char c) { return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); });
+}
+
 std::vector<AptAirport> readApt(const fs::path& file, std::vector<BadRow>& bad) {
     return parseApt(readUnpacked(file), platform::pathText(file.filename()), bad);
 }
@@ -428,7 +363,7 @@ std::string spotterId(std::string_view name) {
     return namedOf(name).id;
 }
 
-std::vector<Stand> standsOf(const AptAirport& airport) {
+std::vector<Stand> standsOf(const AptAirport& airport, std::vector<AptStart>* starts) {
     std::vector<Stand> list;
     std::vector<Named> names;
     std::map<std::string_view, std::vector<std::size_t>> byName;
@@ -443,35 +378,12 @@ std::vector<Stand> standsOf(const AptAirport& airport) {
         same.push_back(list.size());
         list.push_back(std::move(stand));
         names.push_back(namedOf(start.name));
+        if (starts != nullptr) {
+            starts->push_back(start);
+        }
     }
     giveIds(list, std::move(names));
     return list;
-}
-
-void packStands(const std::vector<fs::path>& files, const fs::path& out, PackCount& count) {
-    const fs::path folder = out / "MSFS" / "archive" / "stock";
-    std::error_code error;
-    fs::create_directories(folder, error);
-    if (error) {
-        throw std::runtime_error(fmt::format("cannot make folder {}: {}", platform::pathText(folder), error.message()));
-    }
-    TextSet seen;
-    for (const fs::path& file : files) {
-        for (const AptAirport& airport : readApt(file, count.bad)) {
-            if (!isCode(airport.code)) {
-                ++count.airportsWithoutCode;
-                continue;
-            }
-            const std::vector<Stand> list = standsOf(airport);
-            if (list.empty() || list.size() > mostStands || !seen.insert(airport.code).second) {
-                ++count.airportsWithoutStands;
-                continue;
-            }
-            writeQuickly(folder / (airport.code + ".xml"), stockFile(airport, list));
-            ++count.stockFiles;
-            count.stands += list.size();
-        }
-    }
 }
 
 } // namespace kes::pack

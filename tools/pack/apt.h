@@ -19,8 +19,9 @@ struct AptStart {
     std::string kind;                     ///< gate, tie_down, hangar, misc; empty in the old form
     std::string classes;                  ///< heavy|jets|turboprops|props|helos|fighters, or all
     std::string name;
-    char width = 0;        ///< A to F, 0 = not told
-    std::string operation; ///< none, general_aviation, airline, cargo, military; empty = not told
+    char width = 0;                      ///< A to F, 0 = not told
+    std::string operation;               ///< none, general_aviation, airline, cargo, military; empty = not told
+    std::vector<std::string> airlines{}; ///< ICAO codes of those that it is marked for
 };
 struct AptAirport {
     std::string code; ///< ICAO code where the layout tells one, else its own
@@ -36,14 +37,14 @@ std::vector<AptAirport> readApt(const std::filesystem::path& file, std::vector<B
 /// The same of a text; `file` is told with bad rows.
 std::vector<AptAirport> parseApt(std::string_view text, const std::string& file, std::vector<BadRow>& bad);
 
-/// The stands of an airport in the order of its start places, each with an id of its own.
-std::vector<Stand> standsOf(const AptAirport& airport);
+/// The stands of an airport in the order of its start places, each with an id of its own. `starts`, when given, gets
+/// the start place of each.
+std::vector<Stand> standsOf(const AptAirport& airport, std::vector<AptStart>* starts = nullptr);
 
 /// The shortest name by which people know a stand: "247" of "Terminal 1 Gate 247", "A08" of "Dock A Gate 08".
 std::string spotterId(std::string_view name);
 
-/// Writes `MSFS/archive/stock/<code>.xml` below `out` for every airport of the files that has a stand; of one that is
-/// in several, the first counts. Throws std::runtime_error.
-void packStands(const std::vector<std::filesystem::path>& files, const std::filesystem::path& out, PackCount& count);
+/// Whether it may be the name of an airport file.
+bool isFileCode(std::string_view code);
 
 } // namespace kes::pack

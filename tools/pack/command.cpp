@@ -119,13 +119,36 @@ void addAirports(CLI::App& app, PackPlan& plan) {
         app, "--apt", "FILE", [&plan](const std::string& value) { plan.apt.push_back(platform::pathFrom(value)); },
         "Airport layouts in the public apt.dat form, plain or gzip; writes MSFS/archive/stock/. May come again; does "
         "without --data");
+    const auto list = [&](const char* name, std::filesystem::path RouteFiles::*target, const char* what) {
+        const auto take = [&plan, target](const std::string& value) {
+            if (!plan.routes) {
+                plan.routes.emplace();
+            }
+            (*plan.routes).*target = platform::pathFrom(value);
+        };
+        addNeeded(app, name, "FILE", take, what);
+    };
+    list(
+        "--routes", &RouteFiles::routes,
+        "Air routes in the columns of OpenFlights, plain or gzip: who stands at the gates of --apt when no traffic has "
+        "been learned yet. Needs --data, --airlines and --planes");
+    list("--airlines", &RouteFiles::airlines, "... the airlines of that list");
+    list("--planes", &RouteFiles::planes, "... and the aircraft");
+    addPath(app, "--learned", "DIR", plan.learned,
+            "Learned files of users, CODE.xml in any tree; adds them to the airport files of the server. Does without "
+            "--data. Give all that were collected each time, since --apt begins anew");
 }
 
 std::string incomplete(const Command& command) {
-    const bool standsAlone = !command.plan.apt.empty() && command.plan.ourAirports.empty() &&
-                             command.plan.aircraft.empty() && !command.plan.typeList;
+    const PackPlan& plan = command.plan;
+    const bool standsAlone = (!plan.apt.empty() || !plan.learned.empty()) && plan.ourAirports.empty() &&
+                             plan.aircraft.empty() && !plan.typeList && !plan.routes;
     if ((command.plan.data.empty() && !standsAlone) || command.plan.out.empty()) {
         return "--data and --out are needed";
+    }
+    if (plan.routes && (plan.routes->routes.empty() || plan.routes->airlines.empty() || plan.routes->planes.empty() ||
+                        plan.apt.empty())) {
+        return "--routes, --airlines and --planes belong together, and need --apt";
     }
     for (const AircraftImport& import : command.plan.aircraft) {
         if (import.reg.empty() || import.type.empty()) {
@@ -150,7 +173,8 @@ std::optional<command_line::Ending> readCommand(const std::vector<std::string>& 
     addAircraft(app, command.plan);
     addAirports(app, command.plan);
     app.footer(
-        "--data and --out are needed, --out alone with nothing but --apt. Bad rows are counted, listed and left\n"
+        "--data and --out are needed, --out alone with nothing but --apt and --learned. Bad rows are counted, listed "
+        "and left\n"
         "out. Doubtful ones are listed and kept: airports at one place, and elevations far from those around.\n\n"
         "Exit codes: 0 written, 1 failed, 2 wrong arguments.");
     if (const auto ending = command_line::parse(app, arguments)) {
@@ -215,6 +239,16 @@ void tell(const Command& command, const PackCount& count, std::string& out) {
         out += fmt::format("written to {}: {} with {}; {} without a stand or in a layout before, {} without a code\n",
                            folder, counted(count.stockFiles, "stock airport file"), counted(count.stands, "stand"),
                            counted(count.airportsWithoutStands, "airport"), count.airportsWithoutCode);
+    }
+    if (command.plan.routes) {
+        out += fmt::format("{} of {} used, {} left out as codeshares, and {} that may be one: {} at {}\n",
+                           count.routesUsed, counted(count.routes, "route"), count.codeshares,
+                           counted(count.unmarkedCodeshares, "service"), counted(count.softOptions, "soft option"),
+                           counted(count.airportsWithOptions, "airport"));
+    }
+    if (!command.plan.learned.empty()) {
+        out += fmt::format("{} merged: {}\n", counted(count.learnedFiles, "learned file"),
+                           counted(count.learnedOptions, "option"));
     }
     if (command.plan.data.empty()) {
         return;

@@ -2,12 +2,14 @@
 
 #include "platform/system.h"
 #include "platform/zip.h"
+#include "reference/reference_document.h"
 #include "tools/pack/airport_check.h"
-#include "tools/pack/apt.h"
 #include "tools/pack/document.h"
 #include "tools/pack/doubts.h"
 #include "tools/pack/imports.h"
+#include "tools/pack/routes.h"
 #include "tools/pack/sources.h"
+#include "tools/pack/stock_files.h"
 #include "update/server_version.h"
 #include "update/sha256.h"
 
@@ -149,6 +151,41 @@ Package readPackage(const PackPlan& plan) {
     return package;
 }
 
+/// Loads the data base that learned files were written with: an option of a known registration names no airline there.
+/// Without sources it is the one of the server, if there is one.
+void loadReference(const PackPlan& plan, std::string document, PackCount& count) {
+    const fs::path file = plan.out / "dbase.zip";
+    if (document.empty()) {
+        platform::ZipArchive zip(file);
+        bool good = zip.open() && zip.countEntries() > 0;
+        if (good) {
+            document = zip.getEntries().front().readAsText(&good);
+        }
+        if (!good) {
+            count.remarks.push_back(
+                fmt::format("{} cannot be read; options of registrations name no airline", platform::pathText(file)));
+            return;
+        }
+    }
+    reference::readDocumentText(std::move(document), file);
+}
+
+StandLayers readLayers(const PackPlan& plan, const Sources& sources, PackCount& count) {
+    StandLayers layers;
+    if (plan.routes) {
+        const auto airports = readAirports(plan.data, count);
+        if (!airports) {
+            throw std::runtime_error("routes need airports.csv in " + platform::pathText(plan.data));
+        }
+        layers.routes = readRoutes(*plan.routes, sources, *airports, count);
+        layers.sizes.emplace(sources);
+    }
+    if (!plan.learned.empty()) {
+        layers.learned = LearnedFiles(plan.learned, count);
+    }
+    return layers;
+}
+
 } // namespace
 
 PackCount packUpdates(const PackPlan& plan) {
@@ -156,8 +193,15 @@ PackCount packUpdates(const PackPlan& plan) {
         throw std::runtime_error("no folder to write to is given");
     }
     PackCount count;
-    if (plan.data.empty() && !plan.apt.empty()) {
-        packStands(plan.apt, plan.out, count);
+    if (plan.routes && (plan.data.empty() || plan.apt.empty())) {
+        throw std::runtime_error("routes need the plain sources and a layout");
+    }
+    const bool withStands = !plan.apt.empty() || !plan.learned.empty();
+    if (plan.data.empty() && withStands) {
+        if (!plan.learned.empty()) {
+            loadReference(plan, {}, count);
+        }
+        packStands(plan.apt, plan.out, readLayers(plan, {}, count), count);
         return count;
     }
     Sources sources;
@@ -190,6 +234,10 @@ PackCount packUpdates(const PackPlan& plan) {
     count.simaddonFiles = package.files.size();
     std::string reference = referenceDocument(sources);
     std::string regcodes = regcodeDocument(sources);
+    const StandLayers layers = readLayers(plan, sources, count);
+    if (!plan.learned.empty()) {
+        loadReference(plan, reference, count);
+    }
 
     // From here on files are written.
     writeZip(plan.out / "dbase.zip", {{"dbase.xml", std::move(reference)}});
@@ -206,8 +254,8 @@ PackCount packUpdates(const PackPlan& plan) {
         writeFile(folder / "airports_msfs.xml", airportTable(airports));
         writeFile(folder / "airports_msfs_names.xml", airportNames(airports));
     }
-    if (!plan.apt.empty()) {
-        packStands(plan.apt, plan.out, count);
+    if (withStands) {
+        packStands(plan.apt, plan.out, layers, count);
     }
     return count;
 }

@@ -29,6 +29,11 @@ struct TypeListImport {
     std::string designator, wake, description, engine, engines; ///< names of columns or members
 };
 
+/// Public lists of the world's air routes, in the columns of OpenFlights; plain or gzip.
+struct RouteFiles {
+    std::filesystem::path routes, airlines, planes;
+};
+
 struct PackPlan {
     std::filesystem::path data;  ///< folder of the plain sources
     std::filesystem::path out;   ///< what the update server serves; made when missing
@@ -39,6 +44,8 @@ struct PackPlan {
     std::filesystem::path ourAirports;      ///< airports.csv of OurAirports; empty = no airport tables are written
     std::filesystem::path airportsOut;      ///< gets the airport tables; empty = `out`
     std::vector<std::filesystem::path> apt; ///< airport layouts, for stock airport files; what comes first wins
+    std::optional<RouteFiles> routes;       ///< soft options for those files; needs `data`
+    std::filesystem::path learned;          ///< learned files for the airport files of the server; empty = none
 };
 
 struct BadRow {
@@ -52,17 +59,22 @@ struct PackCount {
     std::size_t airports = 0;           ///< rows of the airport tables
     std::size_t airportsLeftOut = 0;    ///< closed ones, heliports, and those without a code of the simulator's kind
     std::size_t airportsAtSeaLevel = 0; ///< for want of an elevation
-    std::size_t stockFiles = 0, stands = 0; ///< airport files out of layouts, and the stands in them
-    std::size_t airportsWithoutStands = 0;  ///< in layouts; or in one before
-    std::size_t airportsWithoutCode = 0;    ///< in layouts: its code cannot be the name of a file
-    std::size_t overruled = 0;              ///< rows of imports that gave way to a source before them
-    std::vector<std::string> remarks;       ///< sources that are absent, and what that means
+    std::size_t stockFiles = 0, stands = 0;                 ///< airport files out of layouts, and the stands in them
+    std::size_t airportsWithoutStands = 0;                  ///< in layouts; or in one before
+    std::size_t airportsWithoutCode = 0;                    ///< in layouts: its code cannot be the name of a file
+    std::size_t routes = 0, routesUsed = 0, codeshares = 0; ///< rows of the list of routes
+    std::size_t unmarkedCodeshares =
+        0; ///< services that look like it: a partner flies there from its home with the types
+    std::size_t softOptions = 0, airportsWithOptions = 0; ///< out of them
+    std::size_t learnedFiles = 0, learnedOptions = 0;     ///< merged into airport files
+    std::size_t overruled = 0;                            ///< rows of imports that gave way to a source before them
+    std::vector<std::string> remarks;                     ///< sources that are absent, and what that means
     std::vector<BadRow> bad;
     std::vector<BadRow> doubtful; ///< rows that are kept, but ought to be looked at again
 };
 
 /// Packs everything: dbase.zip, AIG-regcodes.zip, release/version.json, when data/my_simaddon holds files
-/// mysimaddon24/, the airport tables, and stock airport files; the latter alone when the plan has no data folder. The
+/// mysimaddon24/, the airport tables, and airport files; the latter alone when the plan has no data folder. The
 /// same sources give the same bytes; a file that is right already is not touched. Throws std::runtime_error with a text
 /// for the user when a needed source is missing or empty (nothing is written then) or a file cannot be written. One at
 /// a time for an out folder.
