@@ -208,7 +208,8 @@ TEST(RunnerPlan, OverspeedComparesWhatWasShownWithWhatWasReportedBefore) {
 TEST(RunnerPlan, ReportJoinsBothSides) {
     const auto source = nlohmann::json::parse(R"({"reportsSent":12,"linesByKind":{"Qs121":3},"weatherSent":1})");
     const auto simulator = nlohmann::json::parse(R"({"objectsCreated":5,"peakObjects":4,"largestGapMs":41.5})");
-    auto r = runReport(source, simulator, 0, {});
+    auto r = runReport(source, simulator, 0, {}, {{"stands", 5}});
+    EXPECT_EQ(r["parking"]["stands"], 5);
     EXPECT_EQ(r["reportsSent"], 12);
     EXPECT_EQ(r["controlLines"]["Qs121"], 3);
     EXPECT_EQ(r["objectsCreated"], 5);
@@ -217,10 +218,10 @@ TEST(RunnerPlan, ReportJoinsBothSides) {
     EXPECT_EQ(r["exitCode"], 0);
     EXPECT_FALSE(r.contains("problems"));
     EXPECT_FALSE(r.contains("overspeed"));
-    r = runReport({{"speeds", {{"A", {{"100", 100}}}}}}, {{"speeds", {{"A", {{"103", 120}}}}}}, 0, {});
+    r = runReport({{"speeds", {{"A", {{"100", 100}}}}}}, {{"speeds", {{"A", {{"103", 120}}}}}}, 0, {}, {});
     EXPECT_EQ(r["overspeed"]["largest"], 1.2);
     EXPECT_EQ(r["overspeed"]["callsign"], "A");
-    r = runReport(nullptr, nullptr, std::nullopt, {"it broke"});
+    r = runReport(nullptr, nullptr, std::nullopt, {"it broke"}, {});
     EXPECT_TRUE(r["exitCode"].is_null());
     EXPECT_EQ(r["problems"][0], "it broke");
 }

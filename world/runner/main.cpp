@@ -1,6 +1,7 @@
 // kestrelune-run: the program with its stand-in world around it, from nothing to a report.
 #include "platform/system.h"
 #include "world/runner/options.h"
+#include "world/runner/parking_report.h"
 #include "world/runner/plan.h"
 #include "world/runner/process.h"
 
@@ -278,7 +279,16 @@ int runWorld(const RunOptions& options) {
     if (up && (source.is_null() || simulator.is_null())) {
         world.complain("a stand-in left no report");
     }
-    say("run report: " + runReport(source, simulator, code, world.problems).dump());
+    const nlohmann::json parking =
+        parkingReport(source, simulator,
+                      readStandFile(at.folder / "updates" / "MSFS" / "archive" / "stock" / (plan.standsCode + ".xml")),
+                      readHalfSpans(at.project / "data" / "types.csv"));
+    if (parking.is_object()) {
+        for (const auto& clash : parking["clashes"]) {
+            world.complain(clash.get<std::string>());
+        }
+    }
+    say("run report: " + runReport(source, simulator, code, world.problems, parking).dump());
     return world.problems.empty() ? 0 : 1;
 }
 

@@ -21,6 +21,7 @@ constexpr double besideNm = 12, besideBearing = 130;
 constexpr double besideFeet = 5000;   // above the airport
 constexpr double enrouteFeet = 20000; // above ground; high enough for the wide range
 constexpr double airfieldsNm = 100;
+constexpr double standsNm = 20; // as far as the program looks for a park airport
 constexpr std::size_t linesLookedAt = 2000;
 
 UserStart beside(const Airport& airport) {
@@ -98,6 +99,9 @@ bool makePlan(const RunOptions& o, const std::vector<Airport>& table, RunPlan& p
     }
     if (o.feed.empty())
         plan.trafficAirport = plan.scenarioAirport.value_or(scenarioHome);
+    plan.standsCode = plan.trafficAirport.icao;
+    if (const Airport* near = nearestAirport(airports, plan.user.place, standsNm); near && !o.feed.empty())
+        plan.standsCode = near->icao;
     for (const Airport& a : airports) {
         if (distanceNm(a.place, plan.user.place) <= airfieldsNm) {
             plan.airfields.push_back(a);
@@ -110,7 +114,7 @@ bool makePlan(const RunOptions& o, const std::vector<Airport>& table, RunPlan& p
 }
 
 nlohmann::json runReport(const nlohmann::json& source, const nlohmann::json& simulator, std::optional<int> exitCode,
-                         const std::vector<std::string>& problems) {
+                         const std::vector<std::string>& problems, const nlohmann::json& parking) {
     nlohmann::json report = nlohmann::json::object();
     const auto take = [&](const nlohmann::json& from, const char* key, const char* name) {
         report[name] = from.is_object() && from.contains(key) ? from[key] : nlohmann::json();
@@ -125,6 +129,7 @@ nlohmann::json runReport(const nlohmann::json& source, const nlohmann::json& sim
     take(simulator, "largestGapMs", "largestGapMs");
     if (source.is_object() && simulator.is_object() && source.contains("speeds") && simulator.contains("speeds"))
         report["overspeed"] = overspeed(source["speeds"], simulator["speeds"]);
+    report["parking"] = parking;
     report["exitCode"] = exitCode ? nlohmann::json(*exitCode) : nlohmann::json();
     if (!problems.empty()) {
         report["problems"] = problems;

@@ -32,13 +32,15 @@ struct RunPlan {
     std::vector<Airport> airfields;         ///< flat ground of the simulator
     std::optional<Airport> scenarioAirport; ///< where the scenario moves to; nothing = its own place
     Airport trafficAirport;                 ///< the scenario's, wherever it is; no code with a recording
+    std::string standsCode;                 ///< airport whose stands are looked at; empty = none is near
 };
 /// Decides what the options leave open. With a recording the user is put where it has traffic. False with a reason
 /// when the recording tells no place.
 bool makePlan(const RunOptions& options, const std::vector<Airport>& airports, RunPlan& plan, std::string& error);
 
-/// The closing line's object out of the reports of source and simulator; null for a report that is not there.
+/// The closing line's object out of the reports of source and simulator, and what was counted on the stands; null for
+/// what is not there.
 nlohmann::json runReport(const nlohmann::json& source, const nlohmann::json& simulator, std::optional<int> exitCode,
-                         const std::vector<std::string>& problems);
+                         const std::vector<std::string>& problems, const nlohmann::json& parking);
 
 } // namespace kes::runner

@@ -293,6 +293,15 @@ std::string reportJson(const Simulator& simulator) {
     json events = json::object();
     for (const auto& [name, count] : counters.events)
         events[name] = count;
+    json rests = json::array();
+    for (const Rest& r : counters.rests.all())
+        rests.push_back({{"name", r.name},
+                         {"title", r.title},
+                         {"lat", r.at.lat},
+                         {"lon", r.at.lon},
+                         {"from", r.from},
+                         {"to", r.to},
+                         {"rolledIn", r.rolledIn}});
     const json report = {{"objectsCreated", counters.objectsCreated},
                          {"objectsRemoved", counters.objectsRemoved},
                          {"objectsLeftBehind", counters.leftBehind},
@@ -303,6 +312,7 @@ std::string reportJson(const Simulator& simulator) {
                          {"largestGapMs", static_cast<double>(counters.largestGapNs) / 1e6},
                          {"largestGapTail", counters.largestGapTail},
                          {"speeds", counters.speeds.flights()},
+                         {"rests", rests},
                          {"exceptions", exceptions},
                          {"events", events},
                          {"packetsReceived", counters.packetsReceived},

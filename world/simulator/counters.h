@@ -1,6 +1,7 @@
 // What a run counted, for the report. Written under the lock that guards the simulator.
 #pragma once
 
+#include "world/rests.h"
 #include "world/speed_slices.h"
 
 #include <cstdint>
@@ -31,6 +32,8 @@ struct Counters {
     /// Speeds over the ground that clients gave to AI objects, taken over two seconds each, by tail number. Of a
     /// simulator that serves other programs only.
     SpeedSlices speeds;
+    /// Where AI objects stood, looked at each second, by object. Of a simulator that serves other programs only.
+    Rests rests{0.5, 2.0};
     struct Seen {
         double lat = 0, lon = 0; ///< degrees
         std::int64_t ns = 0, lastNs = 0;

@@ -153,6 +153,14 @@ void answerQuery(Simulator& simulator, const RangeQuery& query) {
                        count);
 }
 
+void noteRests(Simulator& simulator) {
+    constexpr double groundWithin = 30.0; // feet; nothing that flies stands still there
+    for (const SimObject& object : simulator.objects)
+        simulator.counters.rests.note(object.id, object.tail, object.title, {object.lat, object.lon},
+                                      object.alt - groundBelow(simulator, object) > groundWithin,
+                                      static_cast<double>(simulator.outsideNs) / 1e9);
+}
+
 void runFrame(Simulator& simulator) {
     const double seconds = static_cast<double>(simulator.timeNs - simulator.lastFrameNs) / 1e9;
     simulator.lastFrameNs = simulator.timeNs;
@@ -179,6 +187,9 @@ void runFrame(Simulator& simulator) {
         postEvent(simulator, SystemEvent::fourSeconds, 0);
     simulator.lastSecond = second;
     simulator.lastSixth = sixth;
+
+    if (secondBeat && simulator.outsideNs >= 0)
+        noteRests(simulator);
 
     for (const auto& session : simulator.sessions)
         answerRequests(simulator, *session, secondBeat);

@@ -15,6 +15,7 @@ namespace {
 
 constexpr double longestGap = 600;  // seconds without a line that a recording may hold
 constexpr double smallStepBack = 5; // seconds by which lines may be out of order
+constexpr std::size_t addressIndex = 1, latIndex = 2, lonIndex = 3, airborneIndex = 6;
 constexpr std::size_t speedIndex = 8, callsignIndex = 9, timeIndex = 14;
 
 /// Begin and length of a field; npos when the line has fewer.
@@ -64,6 +65,16 @@ std::pair<std::string_view, double> callsignAndSpeed(std::string_view line) {
         return {};
     }
     return {line.substr(begin, length), *knots};
+}
+
+std::optional<PlaceOfLine> placeOfLine(std::string_view line) {
+    constexpr double highestAddress = 4294967295.0;
+    const auto address = numberField(line, addressIndex), lat = numberField(line, latIndex),
+               lon = numberField(line, lonIndex), airborne = numberField(line, airborneIndex);
+    if (!address || *address < 0 || *address > highestAddress || !lat || !lon || !airborne) {
+        return std::nullopt;
+    }
+    return PlaceOfLine{static_cast<std::uint32_t>(*address), {*lat, *lon}, *airborne != 0};
 }
 
 std::string withTime(const std::string& line, double epoch) {
@@ -198,7 +209,7 @@ std::optional<MiddlePlace> middlePlace(const std::filesystem::path& file, std::s
         if (!line) {
             break;
         }
-        const auto lat = numberField(line->text, 2), lon = numberField(line->text, 3);
+        const auto lat = numberField(line->text, latIndex), lon = numberField(line->text, lonIndex);
         if (!lat || !lon || std::abs(*lat) > 90 || std::abs(*lon) > 180 || (*lat == 0 && *lon == 0)) {
             continue;
         }

@@ -1,6 +1,8 @@
 // A recording of traffic lines, plain or gzip, read line by line and given times to be sent at. One thread.
 #pragma once
 
+#include "core/geo.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -24,6 +26,13 @@ struct RecordedLine {
 std::optional<double> timeField(std::string_view line);
 /// Callsign and ground speed in knots of a line; no callsign when it has none, or no speed that is a number.
 std::pair<std::string_view, double> callsignAndSpeed(std::string_view line);
+/// Where a line has its aircraft; nothing when one of the numbers cannot be read.
+struct PlaceOfLine {
+    std::uint32_t hexid = 0;
+    LatLon at;
+    bool airborne = false;
+};
+std::optional<PlaceOfLine> placeOfLine(std::string_view line);
 /// The line with field 14 replaced by a time with one decimal; unchanged when the line has no time of its own.
 std::string withTime(const std::string& line, double epoch);
 

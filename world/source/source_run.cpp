@@ -153,8 +153,11 @@ void SourceRun::sendTraffic(std::string_view text) {
         }
     }
     if (const auto [callsign, knots] = callsignAndSpeed(text); !callsign.empty() && callsign != "null") {
-        speeds_.note(callsign, std::chrono::duration<double>(Clock::now().time_since_epoch()).count(),
-                     knots * options_.speed);
+        const double seconds = std::chrono::duration<double>(Clock::now().time_since_epoch()).count();
+        speeds_.note(callsign, seconds, knots * options_.speed);
+        if (const auto place = placeOfLine(text)) {
+            rests_.note(place->hexid, callsign, {}, place->at, place->airborne, seconds);
+        }
     }
 }
 
@@ -394,6 +397,15 @@ void SourceRun::serveCommands() {
 std::string SourceRun::reportJson() {
     const ControlCounts c = link_.counts();
     std::lock_guard lock(mutex_);
+    nlohmann::json rests = nlohmann::json::array();
+    for (const world::Rest& r : rests_.all()) {
+        rests.push_back({{"name", r.name},
+                         {"lat", r.at.lat},
+                         {"lon", r.at.lon},
+                         {"from", r.from},
+                         {"to", r.to},
+                         {"rolledIn", r.rolledIn}});
+    }
     const nlohmann::json report{
         {"reportsSent", counts_.reports},
         {"parkedSent", counts_.parked},
@@ -411,7 +423,8 @@ std::string SourceRun::reportJson() {
         {"badLines", {{"Qs121", c.badPositions}, {"Qs123", c.badTimes}}},
         {"lastPosition", {{"lat", c.lat}, {"lon", c.lon}, {"altitude", c.altitude}, {"groundSpeed", c.groundSpeed}}},
         {"lastSimTime", c.simTimeMs / 1000},
-        {"speeds", speeds_.flights()}};
+        {"speeds", speeds_.flights()},
+        {"rests", rests}};
     return report.dump();
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/socket.h"
+#include "world/rests.h"
 #include "world/source/burst.h"
 #include "world/source/control_client.h"
 #include "world/source/recording.h"
@@ -92,6 +93,7 @@ private:
     Bursts<ScenarioReport> scenarioBursts_;
     Bursts<RecordedLine> recordedBursts_;
     std::deque<Outgoing> burst_;                  ///< not yet sent
+    world::Rests rests_{20.0, 10.0};              ///< reported, by address
     world::SpeedSlices speeds_;                   ///< reported, times the speed of the run
     std::set<std::string, std::less<>> aircraft_; ///< addresses sent, as text
     std::vector<std::string> recent_;             ///< lines to flood with

@@ -1,0 +1,169 @@
+// What the runner makes of the rests of a run: each count, and each thing that must not be.
+#include "world/rests.h"
+#include "world/runner/parking_report.h"
+#include "world_source/source_test_files.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+using namespace kes;
+using namespace kes::runner;
+
+namespace {
+
+constexpr LatLon field{48.0, 11.0};
+constexpr double metre = 1.0 / 60.0 / metresPerNm; // degrees of latitude
+
+LatLon north(double metres) {
+    return {field.lat + metres * metre, field.lon};
+}
+
+nlohmann::json rest(const char* name, const char* title, double metresNorth, double from, double to,
+                    bool rolledIn = false) {
+    const LatLon at = north(metresNorth);
+    return {{"name", name}, {"title", title}, {"lat", at.lat},       {"lon", at.lon},
+            {"from", from}, {"to", to},       {"rolledIn", rolledIn}};
+}
+
+struct ParkingReportTest : testing::Test {
+    std::vector<Stand> stands; ///< "A" to "D", 50 m apart, and "D2" 10 m beside "D"
+    const std::map<std::string, double, std::less<>> halfSpans{{"A320", 17.05 / metresPerNm},
+                                                               {"B77W", 32.4 / metresPerNm}};
+    nlohmann::json source = {{"rests", nlohmann::json::array()}}, simulator = source;
+
+    ParkingReportTest() {
+        for (const auto& [id, metres] : {std::pair{"A", 0}, {"B", 50}, {"C", 100}, {"D", 150}, {"D2", 160}}) {
+            Stand stand{.id = id};
+            stand.lat = north(metres).lat;
+            stand.lon = field.lon;
+            stands.push_back(stand);
+        }
+        show(rest("LAST", "none", 9000, 0, 1000));
+    }
+    void show(const nlohmann::json& r) {
+        simulator["rests"].push_back(r);
+        simulator["speeds"][r["name"].get<std::string>()] = nlohmann::json::object();
+    }
+    nlohmann::json report() const { return parkingReport(source, simulator, stands, halfSpans); }
+};
+
+} // namespace
+
+TEST_F(ParkingReportTest, TwoThingsAtOnePlaceAreSeenAndNothingElse) {
+    struct Side {
+        const char *name, *title;
+        double metres, from, to;
+    };
+    const struct {
+        const char* name;
+        Side a, b;
+        int two, inside;
+    } rows[] = {
+        {"side by side", {"A1*", "KAI A320 X", 0, 0, 99}, {"A2*", "KAI A320 X", 50, 0, 99}, 0, 0},
+        {"on one stand", {"A1*", "KAI A320 X", 0, 0, 99}, {"L2", "KAI A320 X", 2.5, 50, 99}, 1, 0},
+        {"two live ones on one stand", {"L1", "KAI A320 X", 0, 0, 99}, {"L2", "KAI A320 X", 0, 50, 99}, 1, 0},
+        {"one after the other", {"A1*", "KAI A320 X", 0, 0, 50}, {"L2", "KAI A320 X", 0, 49, 99}, 0, 0},
+        {"too wide for the neighbour", {"A1*", "KAI B77W X", 0, 0, 99}, {"A2*", "KAI A320 X", 49, 0, 99}, 0, 1},
+        {"a live one too wide", {"L1", "KAI B77W X", 0, 0, 99}, {"A2*", "KAI A320 X", 49, 0, 99}, 0, 1},
+        {"two live ones may", {"L1", "KAI B77W X", 0, 0, 99}, {"L2", "KAI A320 X", 49, 0, 99}, 0, 0},
+        {"who waits to roll on may", {"L1", "KAI B77W X", 25, 0, 99}, {"A2*", "KAI A320 X", 0, 0, 99}, 0, 0},
+        {"static off its stand", {"A1*", "KAI A320 X", 25, 0, 99}, {"A2*", "KAI A320 X", 0, 0, 99}, 0, 1},
+        {"overlapping stands", {"A1*", "KAI A320 X", 150, 0, 99}, {"A2*", "KAI A320 X", 160, 0, 99}, 0, 1},
+        {"of unknown size", {"A1*", "KAI Q X", 150, 0, 99}, {"A2*", "KAI A320 X", 160, 0, 99}, 0, 0},
+    };
+    for (const auto& row : rows) {
+        const auto before = simulator;
+        for (const Side& s : {row.a, row.b})
+            show(rest(s.name, s.title, s.metres, s.from, s.to));
+        const auto r = report();
+        EXPECT_EQ(r["twoOnOneStand"], row.two) << row.name;
+        EXPECT_EQ(r["staticInsideAnother"], row.inside) << row.name;
+        EXPECT_EQ(r["clashes"].size(), static_cast<std::size_t>(row.two + row.inside)) << row.name;
+        simulator = before;
+    }
+    EXPECT_TRUE(parkingReport(source, simulator, {}, halfSpans).is_null()) << "no stands, no counts";
+    EXPECT_TRUE(parkingReport(source, nullptr, stands, halfSpans).is_null());
+}
+
+TEST_F(ParkingReportTest, ArrivalsAreFollowedToTheirStands) {
+    const struct {
+        const char* name;
+        double realMetres, realFrom, realTo;
+        bool rolledIn;
+        double shownMetres, shownFrom; ///< below 0: it was never shown
+        int seen, parked, wrong;
+    } rows[] = {
+        {"on its stand", 4, 100, 400, true, 0, 140, 1, 1, 0},
+        {"on another", 4, 100, 400, true, 50, 140, 1, 1, 1},
+        {"on none", 4, 100, 400, true, 25, 140, 1, 0, 0},
+        {"nobody knows its stand", 154, 100, 400, true, 150, 140, 0, 0, 0},
+        {"stands from the beginning", 4, 100, 400, false, 0, 140, 0, 0, 0},
+        {"waits at a crossing", 4, 100, 129, true, 0, 140, 0, 0, 0},
+        {"too late to be shown", 4, 911, 1000, true, 25, 980, 0, 0, 0},
+        {"out of range", 4, 100, 400, true, 0, -1, 0, 0, 0},
+    };
+    for (const auto& row : rows) {
+        const auto realBefore = source, shownBefore = simulator;
+        source["rests"].push_back(rest("DLH1", "", row.realMetres, row.realFrom, row.realTo, row.rolledIn));
+        if (row.shownFrom >= 0)
+            show(rest("DLH1", "KAI A320 X", row.shownMetres, row.shownFrom, 1000));
+        const auto r = report();
+        EXPECT_EQ(r["arrivalsSeen"], row.seen) << row.name;
+        EXPECT_EQ(r["arrivalsParked"], row.parked) << row.name;
+        EXPECT_EQ(r["parkedOnWrongStand"], row.wrong) << row.name;
+        EXPECT_EQ(r["notParked"].size(), static_cast<std::size_t>(row.seen - row.parked)) << row.name;
+        source = realBefore, simulator = shownBefore;
+    }
+}
+
+TEST_F(ParkingReportTest, PeaksAreOfOneMoment) {
+    show(rest("A1*", "KAI A320 X", 0, 0, 50));
+    show(rest("A2*", "KAI A320 X", 50, 0, 99));
+    show(rest("A3*", "KAI A320 X", 0, 50, 99));
+    show(rest("L1", "KAI A320 X", 100, 10, 20));
+    show(rest("L2", "KAI A320 X", 125, 10, 20)); // waits somewhere
+    show(rest("L3", "KAI A320 X", 150, 15, 20));
+    const auto r = report();
+    EXPECT_EQ(r["peakStatic"], 2);
+    EXPECT_EQ(r["peakParkedLive"], 2);
+    EXPECT_EQ(r["stands"], 5);
+}
+
+TEST(ParkingReportFiles, StandsAndSpans) {
+    const SourceFolder folder;
+    folder.write("a.xml", "<parkpositions><parkpos id='7' latitude='48' longitude='11' heading='90' radius='20'/>"
+                          "</parkpositions>");
+    folder.write("bad.xml", "<parkpositions><parkpos id='7' ");
+    folder.write("t.csv", "code,category,span_m,name\nA320,Large,34.1,Airbus\nX,Large,wide,X\n");
+    ASSERT_EQ(readStandFile(folder.path / "a.xml").size(), 1U);
+    EXPECT_EQ(readStandFile(folder.path / "a.xml")[0].id, "7");
+    EXPECT_TRUE(readStandFile(folder.path / "bad.xml").empty());
+    EXPECT_TRUE(readStandFile(folder.path / "none.xml").empty());
+    const auto spans = readHalfSpans(folder.path / "t.csv");
+    ASSERT_EQ(spans.size(), 1U);
+    EXPECT_NEAR(spans.at("A320") * metresPerNm, 17.05, 1e-9);
+}
+
+TEST(Rests, BeginEndAndWhoCameRolling) {
+    world::Rests rests(5.0, 10.0);
+    const auto note = [&](std::uint32_t key, double metres, bool airborne, double seconds) {
+        rests.note(key, "N" + std::to_string(key), "", north(metres), airborne, seconds);
+    };
+    for (int t = 0; t <= 60; ++t) {
+        note(1, t < 30 ? 3.0 * (t % 2) : 6.0 * t, false, t); // stands, and rolls off
+        note(2, t < 30 ? 6.0 * t : 500.0, false, t);         // rolls in
+        note(3, 500.0, t < 30, t);                           // flies, comes down on the spot
+        note(4, t < 9 ? 0.0 : 100.0 * t, false, t);          // too short
+    }
+    const auto all = rests.all();
+    ASSERT_EQ(all.size(), 3U);
+    EXPECT_EQ(all[0].name, "N1");
+    EXPECT_EQ(all[0].from, 0);
+    EXPECT_EQ(all[0].to, 29);
+    EXPECT_FALSE(all[0].rolledIn);
+    EXPECT_EQ(all[1].name, "N2");
+    EXPECT_EQ(all[1].from, 30);
+    EXPECT_TRUE(all[1].rolledIn);
+    EXPECT_EQ(all[2].name, "N3");
+    EXPECT_FALSE(all[2].rolledIn);
+}
