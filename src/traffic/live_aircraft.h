@@ -37,6 +37,7 @@ struct LiveAircraft : AiAircraft {
     std::int32_t askedTick = -1;               ///< tick at which the simulator was asked for its object, -1 = not yet
     FlightState fs = FlightState::birth;       ///< changed through `setFlightState` only
     FlightState fsPrevious = FlightState::birth; ///< the state before the last change
+    std::string reportedCallsign{};              ///< of the last report; a parked record keeps that of its arrival
     bool feedAtStand = false;                    ///< the feed still reports this parked aircraft near its stand
     bool onGround = false;                       ///< moves in ground mode
     bool flightPlanSet = false;

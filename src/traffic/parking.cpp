@@ -266,8 +266,16 @@ void noteParked(LiveAircraft& aircraft) {
     dropPlacement(aircraft.sid);
 }
 
-void noteDeparture(const LiveAircraft& aircraft) {
-    noteRealUse(aircraft, true, hhNow());
+void noteDeparture(const LiveAircraft& a) {
+    const std::string& reported = a.reportedCallsign;
+    if (reported.empty() || reported == a.callsign || reported == a.regcode) {
+        noteRealUse(a, true, hhNow());
+        return;
+    }
+    // The record still has the flight it came with; it leaves as the one that is reported by now.
+    AiAircraft leaving = a;
+    leaving.callsign = reported;
+    noteRealUse(leaving, true, hhNow());
 }
 
 void learnStand(LiveAircraft& a, bool force) {

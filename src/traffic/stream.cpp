@@ -69,6 +69,7 @@ void takeOwnReport(LiveAircraft& aircraft, const AircraftReport& report, const M
     if (!checkIdentity(aircraft, report))
         return;
     aircraft.lastReportTime = report.timestamp;
+    aircraft.reportedCallsign = report.callsign;
     decodeExisting(aircraft, report.sample, m);
 }
 

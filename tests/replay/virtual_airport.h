@@ -1,0 +1,92 @@
+// Airports with stands in a row, and the whole program over them in virtual time.
+#pragma once
+
+#include "airports/stands.h"
+#include "core/clock.h"
+#include "core/folders.h"
+#include "core/run_state.h"
+#include "spine/flight_folder.h"
+#include "world/replay/virtual_flight.h"
+#include "world/simulator/inproc.h"
+
+#include <cmath>
+#include <fmt/format.h>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kes::replay {
+
+inline constexpr double metreNorth = 1.0 / 60.0 / metresPerNm; ///< degrees of latitude
+
+inline LatLon offset(LatLon from, double metresEast, double metresNorth) {
+    return {from.lat + metresNorth * metreNorth, from.lon + metresEast * metreNorth / std::cos(from.lat * degToRad)};
+}
+
+/// A row of stands eastwards from a place, noses to the north.
+struct StandRow {
+    LatLon at{test::fieldLat, test::fieldLon};
+    int count = 20;
+    double spacing = 60, radius = 28; ///< metres
+    LatLon stand(int n) const { return offset(at, spacing * n, 0); }
+    static std::string id(int n) { return fmt::format("G{}", n + 1); }
+    /// The stock file of an airport; `options` are the "opt" elements of a stand.
+    template <typename Options> void write(const char* code, Options&& options) const {
+        const std::filesystem::path folder = "updates/MSFS/archive/stock";
+        std::filesystem::create_directories(folder);
+        std::ofstream file(folder / (std::string(code) + ".xml"));
+        file << "<parameters><parameter name='airport_name' value='" << code
+             << "'/><parameter name='publisher' value='stock'/><parameter name='altitude' value='1487'/></parameters>"
+                "<parkpositions>";
+        for (int n = 0; n < count; ++n)
+            file << fmt::format("<parkpos id='{}' latitude='{:.7f}' longitude='{:.7f}' heading='0' radius='{:.1f}'>{}"
+                                "</parkpos>",
+                                id(n), stand(n).lat, stand(n).lon, radius, options(n));
+        file << "</parkpositions>";
+    }
+};
+
+/// A run of the program whose clock is set by hand. The lists of airports and types are the test's.
+struct VirtualAirport {
+    test::FlightFolder program;
+    std::int64_t clockMs = 0;
+    std::int32_t ticks = 0; ///< of this flight
+
+    static void list(std::initializer_list<const char*> codes) {
+        std::filesystem::create_directories("airports");
+        std::ofstream file(path::myParkAirports);
+        for (const char* code : codes)
+            file << code << "\n";
+    }
+    void begin(const world::SimulatorOptions& options, std::int64_t epochSeconds) {
+        setClock(epochSeconds);
+        ticks = tickCount = 0;
+        world::startVirtualFlight(options);
+    }
+    static void end() {
+        world::endVirtualFlight();
+        setWallClockMs(-1);
+    }
+    void setClock(std::int64_t epochSeconds) {
+        clockMs = epochSeconds * 1000;
+        setWallClockMs(clockMs);
+    }
+    double now() const { return static_cast<double>(clockMs) / 1000.0; }
+    /// `each` runs before each tick, which takes the clock 10 ms on.
+    template <typename Each> void fly(double seconds, Each&& each) {
+        for (const auto end = ticks + static_cast<std::int32_t>(std::lround(seconds * 100)); ticks < end; ++ticks) {
+            each();
+            if (!world::virtualTick())
+                throw std::runtime_error("the flight ended by itself");
+            clockMs += 10;
+            setWallClockMs(clockMs);
+        }
+    }
+    void fly(double seconds) {
+        fly(seconds, [] {});
+    }
+};
+
+} // namespace kes::replay
