@@ -84,6 +84,15 @@ TEST_F(ReplayTest, AircraftThatStandInRealityStandOnTheirStands) {
     EXPECT_EQ(json["parking"]["on_the_stand"], placed);
 }
 
+TEST_F(ReplayTest, PushBacksGoToTheSideOfTheRealOnes) {
+    for (const char* feed : {"push-back-left", "push-back-right", "push-back-straight"}) {
+        const Result r = replay(feed);
+        EXPECT_TRUE(r.faults.empty()) << r.faults.front();
+        EXPECT_EQ(r.parking.pushBacks, 1U) << feed;
+        EXPECT_EQ(r.parking.pushBacksToRealSide, 1U) << feed;
+    }
+}
+
 TEST_F(ReplayTest, ALandingIsSoftAndInItsPlaceAtEveryElevation) {
     for (const char* feed : {"ils-sea", "ils-high+2s", "ils-low", "ils-sea-983", "ils-low-1043", "ils-high+hover"}) {
         const Result r = replay(feed);

@@ -49,6 +49,8 @@ Json parkingJson(const ParkingMeasures& m) {
             {"seconds_to_real_stop", spread(m.seconds)},
             {"nose_degrees", spread(m.nose)},
             {"stand_to_real_rest_metres", spread(m.standMetres)},
+            {"push_backs", m.pushBacks},
+            {"push_backs_to_real_side", m.pushBacksToRealSide},
             {"most_static", m.mostStatic},
             {"most_parked_live", m.mostParkedLive}};
 }
@@ -108,11 +110,13 @@ std::string parkingText(const ParkingMeasures& m) {
         "parking: {} stands; of {} aircraft that stood on a stand ({} came rolling) {} on it, {} on another, {} on "
         "none, "
         "{} not shown; metres to the real rest {:.1f} / {:.1f} (median / 95 %), of the stands themselves {:.1f} / "
-        "{:.1f}; seconds to the real stop {:.1f} / {:.1f}; nose {:.1f} / {:.1f} degrees; at most {} static, {} live "
+        "{:.1f}; seconds to the real stop {:.1f} / {:.1f}; nose {:.1f} / {:.1f} degrees; {} of {} push-backs to the "
+        "real side; at most {} static, {} live "
         "parked\n",
         m.stands, m.stays, m.arrivals, m.onStand, m.onAnother, m.onNone, m.absent, m.metres.quantile(0.5),
         m.metres.quantile(0.95), m.standMetres.quantile(0.5), m.standMetres.quantile(0.95), m.seconds.quantile(0.5),
-        m.seconds.quantile(0.95), m.nose.quantile(0.5), m.nose.quantile(0.95), m.mostStatic, m.mostParkedLive);
+        m.seconds.quantile(0.95), m.nose.quantile(0.5), m.nose.quantile(0.95), m.pushBacksToRealSide, m.pushBacks,
+        m.mostStatic, m.mostParkedLive);
 }
 
 std::string metricsTable(const Result& result) {

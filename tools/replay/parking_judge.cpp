@@ -3,7 +3,7 @@
 #include "airports/stands.h"
 #include "airports/static_parking.h"
 #include "feed/report_queue.h"
-#include "reference/reference.h"
+#include "tools/replay/stand_check.h"
 #include "traffic/live_table.h"
 
 #include <algorithm>
@@ -15,10 +15,12 @@ namespace kes::replay {
 namespace {
 
 constexpr double restCircle = 20.0 / metresPerNm;
-constexpr std::int32_t reportedTicks = 2000;  ///< so long the reports have to keep to a place
-constexpr std::int32_t stayTicks = 12000;     ///< reports that keep to a place for so long are a stay
-constexpr double movedOn = 3.0 / metresPerNm; ///< between two reports; less is noise
-constexpr double stillMetres = 0.05;          ///< of a tenth of a second; anything less is no motion
+constexpr std::int32_t reportedTicks = 2000;        ///< so long the reports have to keep to a place
+constexpr std::int32_t stayTicks = 12000;           ///< reports that keep to a place for so long are a stay
+constexpr double movedOn = 3.0 / metresPerNm;       ///< between two reports; less is noise
+constexpr double stillMetres = 0.05;                ///< of a tenth of a second; anything less is no motion
+constexpr double clearlyAside = 40.0 / metresPerNm; ///< of the line of the nose on the stand
+constexpr double clearTurn = 20.0 * degToRad;
 constexpr std::int32_t lookEvery = 10, clashEvery = 100;
 
 /// The only stand near a place; null with none or several.
@@ -38,43 +40,7 @@ bool isParked(const LiveAircraft& a) {
     return a.st == AircraftStatus::active && a.fs == FlightState::parked && a.sid != 0;
 }
 
-struct Standing {
-    std::string callsign;
-    std::uint32_t sid = 0;
-    double halfSpan = 0; ///< nautical miles
-    LatLon at;
-    bool isStatic = false;
-};
-
-std::vector<Standing> allStanding() {
-    std::vector<Standing> list;
-    for (const AiAircraft& a : parkedAircraft)
-        if (a.st == AircraftStatus::active && a.sid != 0)
-            list.push_back({a.callsign, a.sid, wingspanOf(a.model), {a.standLat, a.standLon}, true});
-    for (const LiveAircraft& a : liveAircraft)
-        if (isParked(a))
-            list.push_back({a.callsign, a.sid, a.wingspan, a.position(), false});
-    return list;
-}
-
 } // namespace
-
-std::vector<std::string> standClashes() {
-    std::vector<std::string> clashes;
-    const std::vector<Standing> all = allStanding();
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        for (std::size_t j = i + 1; j < all.size(); ++j) {
-            const Standing &x = all[i], &y = all[j];
-            if (x.sid == y.sid)
-                clashes.push_back(
-                    fmt::format("two on one stand: {} and {} on {}", x.callsign, y.callsign, standName(x.sid)));
-            else if (x.isStatic && y.isStatic && x.halfSpan + y.halfSpan > distanceNm(x.at, y.at))
-                clashes.push_back(fmt::format("static aircraft inside another: {} on {}, {} on {}", x.callsign,
-                                              standName(x.sid), y.callsign, standName(y.sid)));
-        }
-    }
-    return clashes;
-}
 
 void ParkingJudge::takeNewestReport(std::int32_t base) {
     AircraftReport newest;
@@ -84,6 +50,13 @@ void ParkingJudge::takeNewestReport(std::int32_t base) {
 
 /// `tick` is the replay's, at which the report is to be shown.
 void ParkingJudge::takeReport(std::uint32_t hexid, std::int32_t tick, LatLon at, bool airborne) {
+    if (const auto push = pushes_.find(hexid); push != pushes_.end() && push->second.real == 0) {
+        const double off = std::sin(angleDiff(push->second.heading, bearingRad(push->second.stand, at))) *
+                           distanceNm(push->second.stand, at);
+        if (std::fabs(off) > clearlyAside)
+            push->second.real = off > 0.0 ? 1 : -1;
+        countPush(push->second);
+    }
     Rest& rest = rests_[hexid];
     if (airborne) {
         rest.known = false;
@@ -123,7 +96,36 @@ void ParkingJudge::follow(std::int32_t tick) {
         if (distanceNm(rest.shown, a.position()) * metresPerNm > stillMetres)
             rest.lastMove = tick;
         rest.shown = a.position();
+        followPush(a);
     }
+}
+
+void ParkingJudge::followPush(const LiveAircraft& a) {
+    if (a.fs == FlightState::parked && a.sid != 0 && !a.pullOutDue) {
+        pushes_[a.hexid] = {.stand = {a.standLat, a.standLon}, .heading = a.standHeading};
+        return;
+    }
+    const auto at = pushes_.find(a.hexid);
+    if (at == pushes_.end())
+        return;
+    Push& push = at->second;
+    if (a.fs == FlightState::pushing_back) {
+        push.pushed = true;
+    } else if (push.pushed && push.shown == 0) {
+        const double turn = angleDiff(push.heading, a.heading);
+        if (std::fabs(turn) > clearTurn)
+            push.shown = turn > 0.0 ? 1 : -1;
+        push.pushed = false;
+    }
+    countPush(push);
+}
+
+void ParkingJudge::countPush(Push& push) {
+    if (push.real == 0 || push.shown == 0 || push.counted)
+        return;
+    push.counted = true;
+    ++measures_.pushBacks;
+    measures_.pushBacksToRealSide += push.real == push.shown ? 1 : 0;
 }
 
 void ParkingJudge::judge(std::uint32_t hexid, const Rest& rest, std::int32_t tick) {
@@ -158,6 +160,8 @@ void ParkingJudge::count() {
 }
 
 void ParkingJudge::findClashes() {
+    if (measures_.tableFault.empty())
+        measures_.tableFault = checkStandTables();
     for (std::string& clash : standClashes())
         if (std::ranges::find(measures_.clashes, clash) == measures_.clashes.end())
             measures_.clashes.push_back(std::move(clash));

@@ -1,6 +1,6 @@
 // Whether aircraft that stand on a stand in reality stand on it in the program, and whether anything stands where
-// something else does. A stay in reality is told by reports that keep within 20 metres for two minutes, with exactly
-// one stand that near.
+// something else does (stand_check.h). A stay in reality is told by reports that keep within 20 metres for two minutes,
+// with exactly one stand that near.
 #pragma once
 
 #include "core/geo.h"
@@ -10,6 +10,10 @@
 #include <map>
 #include <string>
 #include <vector>
+
+namespace kes {
+struct LiveAircraft;
+}
 
 namespace kes::replay {
 
@@ -22,8 +26,12 @@ struct ParkingMeasures {
     Series seconds;     ///< between the shown and the real stop, of arrivals
     Series nose;        ///< degrees between shown nose and stand, of the parked
     Series standMetres; ///< between the real rest and the stand: what "the nearest stand" would be off
+    /// Push-backs that turned the nose left or right, of aircraft that left to a side in reality, and of them those to
+    /// that side.
+    std::size_t pushBacks = 0, pushBacksToRealSide = 0;
     std::size_t mostStatic = 0, mostParkedLive = 0;
     std::vector<std::string> clashes; ///< two on one stand, or overlapping; each pair once
+    std::string tableFault;           ///< the first of `checkStandTables`
 };
 
 class ParkingJudge {
@@ -44,17 +52,22 @@ private:
         std::int32_t lastMove = 0; ///< tick at which it was last seen moving on the screen
         LatLon shown;
     };
+    struct Push {
+        LatLon stand;
+        double heading = 0;      ///< radians, of the stand
+        int real = 0, shown = 0; ///< -1 to the left of the nose, 1 to the right; 0 = not yet
+        bool pushed = false, counted = false;
+    };
+    void followPush(const LiveAircraft& aircraft);
+    void countPush(Push& push);
     void takeReport(std::uint32_t hexid, std::int32_t tick, LatLon at, bool airborne);
     void judge(std::uint32_t hexid, const Rest& rest, std::int32_t tick);
     void follow(std::int32_t tick);
     void count();
     void findClashes();
-    std::map<std::uint32_t, Rest> rests_; ///< by hexid
+    std::map<std::uint32_t, Rest> rests_;  ///< by hexid
+    std::map<std::uint32_t, Push> pushes_; ///< by hexid, of those that have stood on a stand
     ParkingMeasures measures_;
 };
-
-/// Two aircraft that stand on one stand, and static ones that have no room beside what else stands there; "" = none.
-/// Brute force over all pairs.
-std::vector<std::string> standClashes();
 
 } // namespace kes::replay

@@ -160,6 +160,7 @@ void fly(const Options& o, ReplayFeed& feed, Stage& stage, std::int32_t length,
         progress(1.0);
     result.ticks = length;
     result.parking = parking.finish();
+    noteFault(result.faults, result.parking.tableFault);
     for (const std::string& clash : result.parking.clashes)
         noteFault(result.faults, clash);
 }
