@@ -105,11 +105,6 @@ struct LearningTest : testing::Test, VirtualAirport {
         strangers = {{10, 13, -1, "DLH", "A320", "", "DLH7", "", 6000000},
                      {11, 20, -1, "BAW", "A320", "D-LOST", "BAW9", "", 6000001, false}};
     }
-    void TearDown() override {
-        if (world::inprocRunning())
-            end();
-    }
-
     /// Metres per second.
     static constexpr double rolls = 5, pushes = 1.5;
 

@@ -25,12 +25,17 @@ inline LatLon offset(LatLon from, double metresEast, double metresNorth) {
     return {from.lat + metresNorth * metreNorth, from.lon + metresEast * metreNorth / std::cos(from.lat * degToRad)};
 }
 
-/// A row of stands eastwards from a place, noses to the north.
+/// Rows of stands eastwards from a place, noses to the north, the next row 200 m behind.
 struct StandRow {
     LatLon at{test::fieldLat, test::fieldLon};
     int count = 20;
     double spacing = 60, radius = 28; ///< metres
-    LatLon stand(int n) const { return offset(at, spacing * n, 0); }
+    int perRow = 30;
+    bool someOverlap = false; ///< each tenth lies half as far from the one before
+    LatLon stand(int n) const {
+        const int column = n % perRow;
+        return offset(at, spacing * (column - (someOverlap && column % 10 == 9 ? 0.5 : 0.0)), 200.0 * (n / perRow));
+    }
     static std::string id(int n) { return fmt::format("G{}", n + 1); }
     /// The stock file of an airport; `options` are the "opt" elements of a stand.
     template <typename Options> void write(const char* code, Options&& options) const {
@@ -54,6 +59,13 @@ struct VirtualAirport {
     std::int64_t clockMs = 0;
     std::int32_t ticks = 0; ///< of this flight
 
+    VirtualAirport() = default;
+    VirtualAirport(const VirtualAirport&) = delete;
+    VirtualAirport& operator=(const VirtualAirport&) = delete;
+    ~VirtualAirport() {
+        if (world::inprocRunning())
+            end();
+    }
     static void list(std::initializer_list<const char*> codes) {
         std::filesystem::create_directories("airports");
         std::ofstream file(path::myParkAirports);
