@@ -12,7 +12,7 @@
 #include <cmath>
 #include <fmt/format.h>
 #include <fstream>
-#include <gtest/gtest.h>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
