@@ -27,8 +27,8 @@ nlohmann::json rest(const char* name, const char* title, double metresNorth, dou
 
 struct ParkingReportTest : testing::Test {
     std::vector<Stand> stands; ///< "A" to "D", 50 m apart, and "D2" 10 m beside "D"
-    const std::map<std::string, double, std::less<>> halfSpans{{"A320", 17.05 / metresPerNm},
-                                                               {"B77W", 32.4 / metresPerNm}};
+    const std::map<std::string, double, std::less<>> halfSpans{
+        {"A320", 17.05 / metresPerNm}, {"B77W", 32.4 / metresPerNm}, {"B748", 34.2 / metresPerNm}};
     nlohmann::json source = {{"rests", nlohmann::json::array()}}, simulator = source;
 
     ParkingReportTest() {
@@ -36,8 +36,11 @@ struct ParkingReportTest : testing::Test {
             Stand stand{.id = id};
             stand.lat = north(metres).lat;
             stand.lon = field.lon;
+            stand.radius = (metres < 150 ? 24.0 : 20.0) / metresPerNm;
             stands.push_back(stand);
         }
+        giveSids(stands);
+        findAdjacent(stands);
         show(rest("LAST", "none", 9000, 0, 1000));
     }
     void show(const nlohmann::json& r) {
@@ -63,9 +66,11 @@ TEST_F(ParkingReportTest, TwoThingsAtOnePlaceAreSeenAndNothingElse) {
         {"on one stand", {"A1*", "KAI A320 X", 0, 0, 99}, {"L2", "KAI A320 X", 2.5, 50, 99}, 1, 0},
         {"two live ones on one stand", {"L1", "KAI A320 X", 0, 0, 99}, {"L2", "KAI A320 X", 0, 50, 99}, 1, 0},
         {"one after the other", {"A1*", "KAI A320 X", 0, 0, 50}, {"L2", "KAI A320 X", 0, 49, 99}, 0, 0},
-        {"too wide for the neighbour", {"A1*", "KAI B77W X", 0, 0, 99}, {"A2*", "KAI A320 X", 49, 0, 99}, 0, 1},
-        {"a live one too wide", {"L1", "KAI B77W X", 0, 0, 99}, {"A2*", "KAI A320 X", 49, 0, 99}, 0, 1},
-        {"two live ones may", {"L1", "KAI B77W X", 0, 0, 99}, {"L2", "KAI A320 X", 49, 0, 99}, 0, 0},
+        {"a little too wide for stands apart", {"A1*", "KAI A320 X", 0, 0, 99}, {"A2*", "KAI B748 X", 50, 0, 99}, 0, 0},
+        {"too wide for stands apart", {"A1*", "KAI B77W X", 0, 0, 99}, {"A2*", "KAI B77W X", 50, 0, 99}, 0, 1},
+        {"wide beside the stand", {"A1*", "KAI B77W X", 0, 0, 99}, {"A2*", "KAI A320 X", 45, 0, 99}, 0, 1},
+        {"a live one too wide", {"L1", "KAI B77W X", 0, 0, 99}, {"A2*", "KAI B77W X", 50, 0, 99}, 0, 1},
+        {"two live ones may", {"L1", "KAI B77W X", 0, 0, 99}, {"L2", "KAI B77W X", 50, 0, 99}, 0, 0},
         {"who waits to roll on may", {"L1", "KAI B77W X", 25, 0, 99}, {"A2*", "KAI A320 X", 0, 0, 99}, 0, 0},
         {"static off its stand", {"A1*", "KAI A320 X", 25, 0, 99}, {"A2*", "KAI A320 X", 0, 0, 99}, 0, 1},
         {"overlapping stands", {"A1*", "KAI A320 X", 150, 0, 99}, {"A2*", "KAI A320 X", 160, 0, 99}, 0, 1},

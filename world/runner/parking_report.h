@@ -25,8 +25,8 @@ std::map<std::string, double, std::less<>> readHalfSpans(const std::filesystem::
 ///   beginning a minute and a half before the end or earlier, and were shown.
 ///  arrivalsParked, parkedOnWrongStand: of them those that the simulator had on a stand, and on another one.
 ///  twoOnOneStand: pairs that rested within 3 m of one stand at the same time.
-///  staticInsideAnother: pairs of a static aircraft and another, static or on a stand, that were nearer to each other
-///   at the same time than the sum of their half spans.
+///  staticInsideAnother: pairs of a static aircraft and another, static or on a stand, that overlapped at the same time
+///   (circles of their half spans, with what the stands themselves leave short where they are no neighbours).
 /// Two things happen at the same time when it is for two seconds. The last two counts must be 0; `clashes` names them.
 nlohmann::json parkingReport(const nlohmann::json& source, const nlohmann::json& simulator,
                              const std::vector<Stand>& stands,
