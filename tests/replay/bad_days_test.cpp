@@ -25,7 +25,7 @@ struct BadDaysTest : testing::Test, VirtualAirport {
     std::vector<std::string> faults;
 
     void SetUp() override {
-        program.readContent();
+        readContent();
         par::CUSTOM_PARKING_PERCENTAGE.value = 100;
         list({"EDDM"});
     }

@@ -95,7 +95,7 @@ struct LearningTest : testing::Test, VirtualAirport {
                 liveries.push_back(
                     {airline, model, titles_.emplace_back(fmt::format("T {} {}", model, airline)).c_str()});
         program.writeLiveries(liveries);
-        program.readContent();
+        readContent();
         par::CUSTOM_PARKING_PERCENTAGE.value = 100;
         par::MAX_HOLDING_MINUTES.value = 1;
         par::PARK_SOFT.value = false;

@@ -2,6 +2,7 @@
 // airport to the other: for the checks that must hold all the time, and for benchmarks. One run at a time.
 #pragma once
 
+#include "airports/parked_table.h"
 #include "core/parameters.h"
 #include "core/random.h"
 #include "core/window.h"
@@ -53,7 +54,7 @@ struct StandLoad : VirtualAirport {
                 liveries.push_back({codes[static_cast<std::size_t>(n)].c_str(), models[m],
                                     titles[static_cast<std::size_t>(n) * std::size(models) + m].c_str()});
         program.writeLiveries(liveries);
-        program.readContent();
+        readContent();
         airportTable.push_back({"EDDN", "NUE", test::fieldLat + northOfTheFirst, test::fieldLon, test::fieldElevation});
         rows[1].at.lat += northOfTheFirst;
         for (int a = 0; a < 2; ++a) {

@@ -66,6 +66,11 @@ struct VirtualAirport {
         if (world::inprocRunning())
             end();
     }
+    /// The content of the folder, whatever was read before.
+    static void readContent() {
+        resetLiveries();
+        test::FlightFolder::readContent();
+    }
     static void list(std::initializer_list<const char*> codes) {
         std::filesystem::create_directories("airports");
         std::ofstream file(path::myParkAirports);
