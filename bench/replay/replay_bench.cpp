@@ -1,5 +1,6 @@
 // One hour of 300 aircraft through the whole replay: logic, simulator, judge, baselines, files. The baseline of the
 // same run is the additions of a tick on as many poses, as often.
+#include "bench/replay/stand_load.h"
 #include "core/geo.h"
 #include "tools/replay/replay.h"
 
@@ -76,8 +77,11 @@ double additions(std::size_t count, std::int64_t ticks) {
 
 } // namespace
 
-int main(int argc, char**) {
-    const double minutes = argc > 1 ? 6 : 60; // any argument: a short look
+/// "stands" and minutes: two full airports instead. Any other argument: a short look.
+int main(int argc, char** argv) {
+    if (argc > 1 && std::string_view(argv[1]) == "stands")
+        return runStandLoad(argc > 2 ? std::atof(argv[2]) : 120);
+    const double minutes = argc > 1 ? 6 : 60;
     std::string folder = (std::filesystem::temp_directory_path() / "kestrelune-replay-XXXXXX").string();
     if (mkdtemp(folder.data()) == nullptr)
         return 1;
