@@ -10,9 +10,11 @@
 #include "reference/reference_document.h"
 #include "tools/command_line/command_line.h"
 #include "tools/inspect/airport.h"
+#include "tools/inspect/bgl.h"
 #include "tools/inspect/inspect.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <fmt/format.h>
 #include <iostream>
 #include <nlohmann/json.hpp>
@@ -28,7 +30,8 @@ struct Arguments {
     std::vector<std::string> names;
     std::vector<fs::path> folders;
     int depth = 4;
-    bool match = false, airport = false; ///< else liveries
+    bool match = false, airport = false, bgl = false; ///< else liveries
+    bool msfs2024 = false;
     inspect::AirportQuery query;
     std::string program = ".", learned, html;
     int day = 1, halfHour = 24;
@@ -81,14 +84,28 @@ std::optional<command_line::Ending> read(const std::vector<std::string>& words, 
     command_line::addNumber(*airport, "--day", arguments.day, 1, 7, "... on this day of the week, 1 = Monday (1)");
     command_line::addNumber(*airport, "--half-hour", arguments.halfHour, 0, 47, "... in this half-hour in UTC (24)");
 
+    CLI::App* const bgl = app.add_subcommand(
+        "bgl",
+        "Reads compiled scenery as the scan of add-on airports does, and writes JSON: per file its airports with\n"
+        "their stands, and what the reader has to tell. Ends with 1 when a file cannot be read.");
+    bgl->add_option("files", arguments.names, "Scenery files")->type_name("FILE");
+    command_line::addValue(
+        *bgl, "--mode", "2020|2024", "2020 or 2024",
+        [&arguments](const std::string& text) {
+            arguments.msfs2024 = text == "2024";
+            return arguments.msfs2024 || text == "2020";
+        },
+        "The simulator that the scan is for (2020)");
+
     if (const auto ending = command_line::parse(app, words))
         return ending;
+    arguments.bgl = bgl->parsed();
     arguments.match = match->parsed();
     arguments.airport = airport->parsed();
     if (arguments.airport && arguments.query.airport.empty())
         return command_line::wrong(app, "no airport is given");
     if (!arguments.match && !arguments.airport && arguments.names.empty())
-        return command_line::wrong(app, "no folder is given");
+        return command_line::wrong(app, arguments.bgl ? "no file is given" : "no folder is given");
     if (arguments.match && arguments.liveries.empty())
         return command_line::wrong(app, "match wants --liveries FILE");
     for (const std::string& name : arguments.names)
@@ -147,7 +164,16 @@ int airport(const Arguments& arguments) {
     return result.contains("error") ? 1 : 0;
 }
 
+int bgl(const Arguments& arguments) {
+    const auto result = inspect::inspectBgl(arguments.names, arguments.msfs2024);
+    std::cout << result.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+    const bool failed = std::ranges::any_of(result, [](const auto& file) { return file.contains("error"); });
+    return failed ? 1 : 0;
+}
+
 int run(const Arguments& arguments) {
+    if (arguments.bgl)
+        return bgl(arguments);
     const inspect::WorkFolder work(arguments.updates);
     if (!arguments.logFile.empty() && !arguments.airport)
         openLog(platform::pathFrom(arguments.logFile));
