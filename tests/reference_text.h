@@ -32,6 +32,9 @@ struct ReferenceText {
     };
     std::vector<Airframe> airframes;
     std::map<std::string, double> metres; ///< full spans
+    std::vector<std::string> simaddons{"EHAM"};
+    std::vector<std::vector<std::string>> publishers;
+    std::map<std::string, std::string> thirdParties20, thirdParties24; ///< publisher to list of airports
 
     std::string xml() const {
         std::string all;
@@ -74,7 +77,22 @@ struct ReferenceText {
         all += "</fixes>\n<wingspans>";
         for (const auto& [type, span] : metres)
             all += fmt::format("<wingspan type=\"{}\" meters=\"{}\"/>", escaped(encryptModel(type)), span);
-        all += "</wingspans>\n<simaddons20><simaddon20 arpts=\"EHAM\"/></simaddons20>\n<dbase>";
+        all += "</wingspans>\n<publishers>";
+        for (const auto& group : publishers) {
+            std::string names;
+            for (const std::string& name : group)
+                names += (names.empty() ? "" : ",") + escaped(name);
+            all += fmt::format("<pub names=\"{}\"/>", names);
+        }
+        all += "</publishers>\n";
+        section("simaddons20", "simaddon20", "arpts", simaddons, "EHAM", [](const std::string& code) { return code; });
+        for (const auto& [year, list] : {std::pair(20, &thirdParties20), std::pair(24, &thirdParties24)}) {
+            all += fmt::format("<thirdparties{}>", year);
+            for (const auto& [publisher, airports] : *list)
+                all += fmt::format("<thirdpartie{} pub=\"{}\" arpts=\"{}\"/>", year, escaped(publisher), airports);
+            all += fmt::format("</thirdparties{}>\n", year);
+        }
+        all += "<dbase>";
         for (const Airframe& a : airframes) {
             all += fmt::format("<db reg=\"{}\" airl=\"{}\" type=\"{}\" opr=\"{}\" cargo=\"{}\"/>\n",
                                escaped(encryptRegcode(a.reg)), escaped(encryptAirline(a.airl)),
