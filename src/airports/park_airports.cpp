@@ -279,12 +279,6 @@ std::string standNameAt(double lat, double lon) {
     return nearest ? nearest->code : std::string();
 }
 
-void scanAddonAirports() {
-    if (par::SCAN_AIRPORTS) {
-        log("Add-on airports are not scanned by this version");
-    }
-}
-
 void resetParkAirports() {
     parkAirportList.clear();
     forgetOrder();

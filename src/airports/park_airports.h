@@ -47,7 +47,6 @@ double nearestCandidateNm(LatLon user);
 
 /// Name of the stand or airport at a position, degrees; empty when none.
 std::string standNameAt(double lat, double lon);
-void scanAddonAirports();
 void resetParkAirports();
 
 } // namespace kes

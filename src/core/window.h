@@ -78,6 +78,7 @@ struct Readouts {
     std::atomic<Lamp> weatherLamp{Lamp::stopped}, trafficLamp{Lamp::stopped};
     std::atomic<std::int32_t> liveries{-1}; ///< -1 = scan running, shown as "..."
     std::atomic<std::int32_t> simaddonFiles{-1}, thirdpartyFiles{-1};
+    std::atomic<std::int32_t> tbloFiles{0}; ///< add-on airports in the folder for the hand-over
     std::atomic<std::int32_t> live{0}, parkedLive{0}, parkedStatic{0}, stands{0}, updates{0};
     std::atomic<bool> handmade{false};        ///< the park airport's file is one made by hand
     std::atomic<std::int32_t> trafficWeek{0}; ///< of the traffic from which its file was made, 0 = none

@@ -1,5 +1,6 @@
 #include "spine/worker.h"
 
+#include "airports/addon_scan.h"
 #include "airports/airport_table.h"
 #include "airports/park_airports.h"
 #include "core/change.h"

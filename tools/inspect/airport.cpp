@@ -7,10 +7,12 @@
 #include "airports/airport_xml.h"
 #include "core/folders.h"
 #include "core/log.h"
+#include "core/text.h"
 #include "core/text_encoding.h"
 #include "core/xml_file.h"
 #include "platform/system.h"
 #include "tools/inspect/airport_page_text.h"
+#include "tools/inspect/bgl.h"
 
 #include <algorithm>
 #include <cmath>
@@ -188,7 +190,9 @@ std::string placeOf(const fs::path& file, const std::string& code) {
     const std::string publisher = publisherIn(file);
     if (publisher != "stock" && publisher != "simaddon") {
         const std::string place = platform::pathText(path::myThirdparty / platform::pathFrom(code)) + ".xml";
-        copyInto(file, platform::pathFrom(place));
+        std::error_code error;
+        if (!fs::equivalent(file, platform::pathFrom(place), error))
+            copyInto(file, platform::pathFrom(place));
         return place;
     }
     const std::string place = fmt::format("archive/{}/{}.xml", publisher, code);
@@ -209,8 +213,10 @@ std::string forScript(std::string text) {
 Json inspectAirport(const AirportQuery& query) {
     createFolders();
     std::string code, source;
-    const fs::path given = query.program / platform::pathFrom(query.airport);
+    fs::path given = query.program / platform::pathFrom(query.airport);
     const bool isFile = fs::is_regular_file(given);
+    if (isFile && equalsNoCase(platform::pathText(given.extension()), ".bgl"))
+        given = fs::absolute(airportFileFromBgl(given));
     if (isFile) {
         code = platform::pathText(given.stem());
         source = placeOf(given, code);

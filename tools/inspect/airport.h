@@ -8,7 +8,7 @@
 namespace kes::inspect {
 
 struct AirportQuery {
-    std::string airport;           ///< a file, or an airport code
+    std::string airport;           ///< an airport file, a scenery file, or an airport code
     std::filesystem::path program; ///< the program folder in which a code is looked for, and which knows airports
     std::filesystem::path
         learned;               ///< the learned file on top; empty = the program folder's for a code, none for a file

@@ -1,12 +1,21 @@
 #include "tools/inspect/bgl.h"
 
+#include "airports/addon_link.h"
+#include "airports/addon_scan.h"
+#include "airports/airport_table.h"
 #include "airports/bgl_reader.h"
+#include "core/folders.h"
 #include "core/geo.h"
+#include "core/parameters.h"
 #include "core/units.h"
 #include "platform/file.h"
+#include "platform/system.h"
 
 #include <cerrno>
+#include <fmt/format.h>
+#include <fstream>
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 
 namespace kes::inspect {
 
@@ -77,6 +86,62 @@ Json inspectBgl(const std::vector<std::string>& files, bool msfs2024) {
     for (const std::string& file : files)
         result.push_back(describe(file, msfs2024));
     return result;
+}
+
+Json inspectAddons(const std::vector<std::filesystem::path>& folders, const std::filesystem::path& program,
+                   bool msfs2024) {
+    namespace fs = std::filesystem;
+    createFolders();
+    par::MSFS_2020.value = !msfs2024;
+    for (const fs::path* table : {&path::airportsMsfs, &path::airportsMsfsNames}) {
+        std::error_code ignored;
+        fs::copy_file(program / *table, *table, ignored);
+    }
+    readAirportTable();
+    readAirportNames();
+    const bool found = scanRoots(folders);
+    Json result;
+    result["found"] = found;
+    result["summary"] = addonSummary();
+    result["airports"] = Json::array();
+    for (const AddonAirport& airport : addonAirports) {
+        Json json;
+        json["icao"] = airport.code;
+        json["file"] = airport.file;
+        json["recognised"] = airport.isRecognised;
+        json["publisher"] = airport.publisher;
+        json["stands"] = airport.stands;
+        if (!airport.archive.empty()) {
+            json["linked"] = airport.archive;
+            json["archived_stands"] = airport.archivedCount;
+        }
+        json["generated"] = airport.isGenerated;
+        result["airports"].push_back(std::move(json));
+    }
+    result["report"] = Json::array();
+    std::ifstream in(path::outputInfo / "AirportsScanLog.txt", std::ios::binary);
+    for (std::string line; std::getline(in, line);)
+        result["report"].push_back(line);
+    dropAirportNames();
+    return result;
+}
+
+std::filesystem::path airportFileFromBgl(const std::filesystem::path& file) {
+    const std::string name = platform::pathText(file);
+    BglContent content = lf_toParkingPositions(name, false);
+    for (ScanAirport& airport : content.airports) {
+        if (!airport.isWhole || airport.file.standList.empty())
+            continue;
+        std::vector<std::string> lines;
+        airport.file.publisher = findPublisher(name, lines).publisher;
+        airport.file.BGLpath = name;
+        if (!generateAirportFile(airport))
+            break;
+        const bool simaddon = airport.file.publisher == "simaddon";
+        return (simaddon ? path::mySimaddon : path::myThirdparty) / (airport.file.icao + ".xml");
+    }
+    throw std::runtime_error(
+        fmt::format("{} has no airport with stands{}{}", name, content.error.empty() ? "" : ": ", content.error));
 }
 
 } // namespace kes::inspect

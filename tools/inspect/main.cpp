@@ -30,7 +30,7 @@ struct Arguments {
     std::vector<std::string> names;
     std::vector<fs::path> folders;
     int depth = 4;
-    bool match = false, airport = false, bgl = false; ///< else liveries
+    bool match = false, airport = false, bgl = false, addons = false; ///< else liveries
     bool msfs2024 = false;
     inspect::AirportQuery query;
     std::string program = ".", learned, html;
@@ -76,7 +76,9 @@ std::optional<command_line::Ending> read(const std::vector<std::string>& words, 
         "Reads the stands of an airport as the program does, base file and what was learned on top of it, and writes\n"
         "JSON: what was read, every warning, and the quality. Registrations are looked up with --document or a\n"
         "dbase.zip only. Ends with 1 when the program would not use the airport.");
-    airport->add_option("airport", arguments.query.airport, "An airport file, or the code of an airport")
+    airport
+        ->add_option("airport", arguments.query.airport,
+                     "An airport file, a scenery file (.bgl), or the code of an airport")
         ->type_name("FILE|CODE");
     addText(*airport, "--program", "FOLDER", arguments.program, "The program folder to look for a code in (.)");
     addText(*airport, "--learned", "FILE", arguments.learned, "The learned file on top, instead of the folder's");
@@ -89,17 +91,26 @@ std::optional<command_line::Ending> read(const std::vector<std::string>& words, 
         "Reads compiled scenery as the scan of add-on airports does, and writes JSON: per file its airports with\n"
         "their stands, and what the reader has to tell. Ends with 1 when a file cannot be read.");
     bgl->add_option("files", arguments.names, "Scenery files")->type_name("FILE");
-    command_line::addValue(
-        *bgl, "--mode", "2020|2024", "2020 or 2024",
-        [&arguments](const std::string& text) {
-            arguments.msfs2024 = text == "2024";
-            return arguments.msfs2024 || text == "2020";
-        },
-        "The simulator that the scan is for (2020)");
+    CLI::App* const addons = app.add_subcommand(
+        "addons",
+        "Tells what the scan of add-on airports does with each airport below the folders, and writes JSON. Nothing is\n"
+        "changed. Publishers are known from --document or a dbase.zip. Ends with 1 when no airport was found.");
+    addons->add_option("folders", arguments.names, "Community folders or parts of them")->type_name("FOLDER");
+    addText(*addons, "--program", "FOLDER", arguments.program, "The program folder, which knows airports (.)");
+    for (CLI::App* const command : {bgl, addons}) {
+        command_line::addValue(
+            *command, "--mode", "2020|2024", "2020 or 2024",
+            [&arguments](const std::string& text) {
+                arguments.msfs2024 = text == "2024";
+                return arguments.msfs2024 || text == "2020";
+            },
+            "The simulator that the scan is for (2020)");
+    }
 
     if (const auto ending = command_line::parse(app, words))
         return ending;
     arguments.bgl = bgl->parsed();
+    arguments.addons = addons->parsed();
     arguments.match = match->parsed();
     arguments.airport = airport->parsed();
     if (arguments.airport && arguments.query.airport.empty())
@@ -182,12 +193,19 @@ int run(const Arguments& arguments) {
         fs::copy(platform::pathFrom(arguments.regcodes), path::myRegcodes);
     if (!arguments.document.empty())
         readReferenceDocument(platform::pathFrom(arguments.document));
-    else if (!arguments.airport || fs::exists(platform::pathFrom(arguments.updates) / "dbase.zip"))
+    else if ((!arguments.airport && !arguments.addons) ||
+             fs::exists(platform::pathFrom(arguments.updates) / "dbase.zip"))
         readDataBase();
     if (arguments.airport)
         return airport(arguments);
     int code = 0;
-    if (arguments.match) {
+    if (arguments.addons) {
+        const auto result =
+            inspect::inspectAddons(arguments.folders, platform::pathFrom(arguments.program), arguments.msfs2024);
+        std::cout << result.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+        std::cerr << result["summary"].get<std::string>() << '\n';
+        code = result["found"].get<bool>() ? 0 : 1;
+    } else if (arguments.match) {
         code = match(arguments);
     } else {
         readDontUseTitles();
