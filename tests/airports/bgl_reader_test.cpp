@@ -123,7 +123,8 @@ TEST(BglReader, WalksRecordsAsTheyLie) {
     const std::string other = bglRecord(25, std::string(42, '\x7f')), deleted = bglRecord(51, std::string(10, '\1'));
     const auto airport = [](const std::string& subRecords) { return bglAirport("EDDF", 100000, subRecords); };
     const std::string plain = airport(gate);
-    std::string stuck = airport(other + gate), longer = airport(pad), odd = airport(bglRecord(25, "abc") + gate);
+    std::string stuck = airport(bglRecord(25, std::string(42, '\0')) + gate), longer = airport(pad),
+                odd = airport(bglRecord(25, "abc") + gate);
     put(stuck, 70, std::uint32_t{3});
     put(longer, 2, static_cast<std::uint32_t>(longer.size() + 400)); // reaches into what follows
     put(odd, 70, std::uint32_t{15});                                 // the rest of 3 bytes does not count
