@@ -254,6 +254,8 @@ void notRecognisedAirport(const std::string& path, const PublisherInfo& publishe
     found.file = path;
     found.publisher = publisher.publisher;
     found.isRecognised = false;
+    if (!publisherLines.empty())
+        found.why = publisherLines.back();
     AirportFile file;
     file.icao = found.code = guessCode(path);
     if (!file.icao.empty()) {
@@ -275,6 +277,8 @@ void takeScenery(const std::string& path, BglContent& content, const PublisherIn
         found.code = file.icao;
         found.file = path;
         found.publisher = publisher.publisher;
+        if (!publisherLines.empty())
+            found.why = publisherLines.back();
         found.stands = file.standList.size();
         tellDoubled(found);
         const bool linked = linkAirport(file, found, path, publisher);

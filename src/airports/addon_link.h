@@ -20,6 +20,7 @@ struct AddonAirport {
     std::string code;      ///< empty = nobody knows
     std::string file;      ///< the scenery
     std::string publisher; ///< as `PublisherInfo`
+    std::string why;       ///< how the publisher was found, or why not
     std::string archive;   ///< place on the update server that it was linked to; empty = it was not
     std::size_t stands = 0;
     std::int32_t archivedCount = 0; ///< stands of the archived list; 0 when that is not known

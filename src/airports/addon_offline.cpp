@@ -2,6 +2,7 @@
 
 #include "airports/addon_link.h"
 #include "airports/airport_xml.h"
+#include "core/clock.h"
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/run_state.h"
@@ -21,7 +22,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::int32_t enoughWeeks = 23;
-constexpr std::size_t leastName = 4; ///< bytes of a maker's name that can mean something
+constexpr std::int64_t tooSlowMs = 4000; ///< for an answer about one file; hundreds may be asked for
+constexpr std::size_t leastName = 4;     ///< bytes of a maker's name that can mean something
 
 std::string textOf(const pugi::xml_document& document, const char* name) {
     return std::string(parameterText(document, name).value_or(""));
@@ -97,18 +99,28 @@ std::vector<fs::path> generatedAirports() {
 
 std::int32_t gatherForHandOver(const std::vector<fs::path>& files) {
     std::int32_t count = 0;
+    bool answers = true;
     for (const fs::path& file : files) {
         if (stopWanted())
             return count;
-        if (isLeftOut(file))
+        if (isLeftOut(file)) {
             removeQuietly(file);
-        else if (suitableForOffline(platform::pathText(file.stem())) && offlineCandidate(file).empty())
-            count += copyForHandOver(file) ? 1 : 0;
+            continue;
+        }
+        const std::int64_t asked = monotonicMs();
+        if (suitableForOffline(platform::pathText(file.stem()))) {
+            if (offlineCandidate(file).empty())
+                count += copyForHandOver(file) ? 1 : 0;
+        } else if (monotonicMs() - asked > tooSlowMs) {
+            logWarning("The update server does not answer, the other airports are not asked for");
+            answers = false;
+            break;
+        }
     }
     if (count > 0) {
         log(fmt::format("{} airport{} for off line learning in folder \"{}\", please send it in as a zip", count,
                         plural(count), platform::pathText(tbloFolder)));
-    } else {
+    } else if (answers) {
         log("All your third party airports are done, no off line learning needed.");
     }
     return count;

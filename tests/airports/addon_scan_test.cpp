@@ -329,6 +329,14 @@ TEST_F(AddonScan, OfflineLearningGathersWhatTheArchiveCanUse) {
     EXPECT_EQ(program.logCount("===> EDDE Not suitable for offline learning"), 1U);
     EXPECT_EQ(program.logCount("===> EDDB Not suitable"), 0U);
 
+    // What the walk has noted stays beside the copies.
+    par::MSFS_2020.value = false;
+    put("sim/Community/new/lbbg.bgl", bglFile(bglAirport("LBBG", 0, "", 275)));
+    scanAddonAirports();
+    par::MSFS_2020.value = true;
+    EXPECT_TRUE(fs::exists("TBLO/LBBG.xml") && fs::exists("TBLO/EDDA.xml") && fs::exists("TBLO/KMCI.xml"));
+    EXPECT_EQ(readouts.tbloFiles, 3);
+
     put("unknown.xml", "<parameters><parameter name=\"publisher\" value=\"unknown\"/><parameter name=\"creator\" "
                        "value=\"abc\"/></parameters>");
     EXPECT_EQ(offlineCandidate("unknown.xml"), "manufacturer=, creator=abc");

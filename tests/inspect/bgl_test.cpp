@@ -77,6 +77,8 @@ TEST_F(InspectBgl, TellsWhatAScanMakesOfFoldersAndChangesNothing) {
     EXPECT_EQ(result["airports"][0]["linked"], "archive/thirdparty/Orbx/EGLC.xml");
     EXPECT_EQ(result["airports"][0]["archived_stands"], 7);
     EXPECT_EQ(result["airports"][1]["publisher"], "unknown");
+    EXPECT_EQ(result["airports"][0]["why"], "publisher \"Orbx\" found");
+    EXPECT_EQ(result["airports"][1]["why"], "===> No publisher found");
     EXPECT_EQ(result["airports"][1]["generated"], true);
     EXPECT_GT(result["report"].size(), 4U);
     EXPECT_FALSE(std::filesystem::exists("airports") || std::filesystem::exists("output"));

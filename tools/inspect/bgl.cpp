@@ -110,6 +110,7 @@ Json inspectAddons(const std::vector<std::filesystem::path>& folders, const std:
         json["file"] = airport.file;
         json["recognised"] = airport.isRecognised;
         json["publisher"] = airport.publisher;
+        json["why"] = airport.why;
         json["stands"] = airport.stands;
         if (!airport.archive.empty()) {
             json["linked"] = airport.archive;
