@@ -37,6 +37,7 @@ struct Community {
             for (int n = 1; n < texturesEach; ++n)
                 std::ofstream(package / "texture" / fmt::format("wall{}.dds", n)) << "dds";
         }
+        fs::create_directories(path / "input");
         fs::current_path(path);
         createFolders();
     }
