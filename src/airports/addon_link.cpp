@@ -113,7 +113,7 @@ std::vector<std::string> dashedWords(std::string_view path) {
 
 /// The code of an airport that could not be read, from what stands around it; empty when nothing tells.
 std::string guessCode(const std::string& path) {
-    const std::string stem = upper(platform::pathText(platform::pathFrom(path).stem()));
+    std::string stem = upper(platform::pathText(platform::pathFrom(path).stem()));
     if (stem.size() == 4 && findAirport(stem)) {
         scanLogLine(fmt::format("Not recognised airport has ICAO code \"{}\" as BGL stem", stem));
         return stem;
@@ -280,6 +280,7 @@ void takeScenery(const std::string& path, BglContent& content, const PublisherIn
         if (!publisherLines.empty())
             found.why = publisherLines.back();
         found.stands = file.standList.size();
+        found.isWhole = airport.isWhole;
         tellDoubled(found);
         const bool linked = linkAirport(file, found, path, publisher);
         const bool isRead = airport.isWhole && (par::MSFS_2020 || !linked);
@@ -307,7 +308,7 @@ void takeScenery(const std::string& path, BglContent& content, const PublisherIn
 
 std::string addonSummary() {
     constexpr std::size_t mostNames = 10;
-    std::set<std::string> airports, packages, linked, generated, lost;
+    std::set<std::string> airports, packages, linked, generated, empty, failed, lost;
     for (const AddonAirport& a : addonAirports) {
         packages.insert(packageOf(a.file));
         airports.insert(a.code.empty() ? a.file : a.code);
@@ -315,13 +316,22 @@ std::string addonSummary() {
             linked.insert(a.code);
         if (a.isGenerated)
             generated.insert(a.code);
-        if (!a.isRecognised && a.archive.empty())
+        if (!a.archive.empty() || a.isGenerated)
+            continue;
+        if (!a.isRecognised)
             lost.insert(a.code.empty() ? platform::pathText(platform::pathFrom(a.file).filename()) : a.code);
+        else
+            (a.isWhole && a.stands == 0 ? empty : failed).insert(a.code);
     }
     const auto count = [](const std::set<std::string>& set) { return static_cast<std::int64_t>(set.size()); };
-    std::string text = fmt::format("{} airport{} in {} package{}: {} linked, {} generated, {} not recognised",
-                                   airports.size(), plural(count(airports)), packages.size(), plural(count(packages)),
-                                   linked.size(), generated.size(), lost.size());
+    std::string text =
+        fmt::format("{} airport{} in {} package{}: {} linked, {} generated", airports.size(), plural(count(airports)),
+                    packages.size(), plural(count(packages)), linked.size(), generated.size());
+    if (!empty.empty())
+        text += fmt::format(", {} without stands", empty.size());
+    if (!failed.empty())
+        text += fmt::format(", {} failed", failed.size());
+    text += fmt::format(", {} not recognised", lost.size());
     std::string_view before = ": ";
     std::size_t names = 0;
     for (const std::string& name : lost) {

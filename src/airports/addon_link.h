@@ -25,6 +25,7 @@ struct AddonAirport {
     std::size_t stands = 0;
     std::int32_t archivedCount = 0; ///< stands of the archived list; 0 when that is not known
     bool isGenerated = false;
+    bool isWhole = true;      ///< false: its file broke off
     bool isRecognised = true; ///< false for scenery of a form that is not read
 };
 extern std::vector<AddonAirport> addonAirports; ///< of the last scan, in the order of the walk

@@ -26,7 +26,7 @@ constexpr std::size_t wordSize = 4;
 constexpr std::size_t headerSize = 56, sectionSize = 20, leastFile = 15;
 constexpr std::uint32_t airportSection = 3, longSubsections = 0x10000;
 constexpr std::size_t firstRead = 4096, readBlock = std::size_t{4} << 20;
-constexpr std::size_t roomKept = std::size_t{32} << 20;
+constexpr std::size_t roomKept = std::size_t{8} << 20; ///< by each thread, between files
 
 enum RecordType : std::uint16_t { helipadRecord = 38, airportRecord = 86, parkingRecord = 231, newAirportRecord = 275 };
 

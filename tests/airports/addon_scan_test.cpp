@@ -171,6 +171,17 @@ TEST_F(AddonScan, AGeneratedFileHoldsAllStandsInOrder) {
     EXPECT_TRUE(program.logHas("Airports scan successful\n1 airport in 1 package"));
 }
 
+TEST_F(AddonScan, SaysInPlainWordsWhatItFound) {
+    put("sim/Community/flytampa/a.bgl", bglFile("KLAS", gates(85)));
+    put("sim/Community/b/a.bgl", bglFile("EDDF", gates(1)));
+    put("sim/Community/b/b.bgl", bglFile("EDDN", {}));
+    put("sim/Community/b/c.bgl", bglFile("EDDM", gates(9)).substr(0, 200));
+    put("sim/Community/b/d.bgl", bglFile("EDDF", gates(1)));
+    scanAddonAirports();
+    EXPECT_EQ(statusText(),
+              "4 airports in 2 packages: 1 linked, 2 generated, 1 without stands, 1 failed, 0 not recognised");
+}
+
 TEST_F(AddonScan, LooksAtTheRightFilesOnly) {
     const std::string file = bglFile("EDDF", gates(1));
     const std::string start = "sim/Community/";
