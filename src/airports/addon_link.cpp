@@ -2,6 +2,7 @@
 
 #include "airports/airport_table.h"
 #include "core/folders.h"
+#include "core/foreign_log.h"
 #include "core/log.h"
 #include "core/parallel_walk.h"
 #include "core/parameters.h"
@@ -319,7 +320,8 @@ std::string addonSummary() {
         if (!a.archive.empty() || a.isGenerated)
             continue;
         if (!a.isRecognised)
-            lost.insert(a.code.empty() ? platform::pathText(platform::pathFrom(a.file).filename()) : a.code);
+            lost.insert(a.code.empty() ? kes::quoted(platform::pathText(platform::pathFrom(a.file).filename()))
+                                       : a.code);
         else
             (a.isWhole && a.stands == 0 ? empty : failed).insert(a.code);
     }

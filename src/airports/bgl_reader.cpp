@@ -35,7 +35,7 @@ constexpr std::size_t stepsPerWord = 16, leastSteps = 4096;
 constexpr std::size_t mostAirports = 100000, mostEntries = 1000000;
 
 constexpr double nmPerMetre = 0.0005399568034557236;
-constexpr double feetPerMetreHere = 3.2808399; ///< to the digit, since stand lists are compared with older ones
+constexpr double feetPerMetreRounded = 3.2808399; ///< to the digit, since stand lists are compared with older ones
 constexpr double lonStep = 4.470348358154297e-7, latStep = 3.3527612686157227e-7;
 
 struct Position {
@@ -146,7 +146,7 @@ private:
             throw std::length_error(fmt::format("more than {} airports", mostAirports));
         ScanAirport& airport = content_.airports.emplace_back();
         airport.file.icao = std::move(code);
-        const double feet = std::round(bytes_.i32(word * wordSize + 20) * feetPerMetreHere / 1000.0);
+        const double feet = std::round(bytes_.i32(word * wordSize + 20) * feetPerMetreRounded / 1000.0);
         airport.file.altitude = feet < -20 || feet > 10000 ? 0 : static_cast<std::int32_t>(feet);
         if (const auto name = airportNames.find(airport.file.icao); name != airportNames.end())
             airport.file.airport_name = name->second;
