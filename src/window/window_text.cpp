@@ -23,6 +23,11 @@ std::string counted(std::string_view name, std::int32_t count) {
     return count < 0 ? fmt::format("# {}: ...", name) : fmt::format("# {}: {}", name, count);
 }
 
+std::string forHandOver() {
+    const std::int32_t count = readouts.tbloFiles;
+    return count == 0 ? "" : fmt::format("{} airport{} in {} folder", count, plural(count), "TBLO");
+}
+
 std::string maxPark() {
     if (readouts.maxPark < 0)
         return "no max park live";
@@ -111,6 +116,7 @@ void buildWindowTexts(std::vector<DrawnText>& texts) {
     const std::string kept = readoutText(Readout::keptStand);
     put(640, row4, 235, kept.empty() ? "" : fmt::format("reserved stand: {}", kept));
 
+    put(217, 175, 430, forHandOver(), Tone::grey);
     put(550, 259, 325, readoutText(Readout::foundObject), Tone::highlight);
     put(left, 315, 205, fmt::format("Airport parking{}", active ? " active" : ""),
         active ? Tone::highlight : Tone::normal);

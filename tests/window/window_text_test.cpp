@@ -26,6 +26,7 @@ struct WindowText : testing::Test {
         rtProfEdition = false;
         trafficReader.timestamp = 0;
         readouts.liveries = -1;
+        readouts.tbloFiles = 0;
     }
     bool shows(std::string_view text) {
         buildWindowTexts(texts);
@@ -63,10 +64,12 @@ TEST_F(WindowText, TellsWhatTheLogicWrites) {
     setReadout(Readout::quality, "87");
     setReadout(Readout::publisher, "stock");
     readouts.handmade = true;
-    for (const char* text : {"MSFS 2024 mode", "# liveries: 12345", "# simaddon: 2", "live: 300", "qnh: 1013",
-                             "# stands: 147", "# updates:    8", "average fit: 3.2", "max park:  44 (=30 %)",
-                             "Airport parking active", "(next in 17 min)", "reserved stand: A12", ", user stand B4",
-                             "qf: 87", "stock, handmade", "parked live:  12, parked static: 500"}) {
+    readouts.tbloFiles = 1;
+    for (const char* text :
+         {"MSFS 2024 mode", "# liveries: 12345", "# simaddon: 2", "live: 300", "qnh: 1013", "# stands: 147",
+          "# updates:    8", "average fit: 3.2", "max park:  44 (=30 %)", "Airport parking active", "(next in 17 min)",
+          "reserved stand: A12", ", user stand B4", "qf: 87", "stock, handmade", "1 airport in TBLO folder",
+          "parked live:  12, parked static: 500"}) {
         EXPECT_TRUE(shows(text)) << text;
     }
     EXPECT_EQ(texts.size(), many) << "the places stay";
