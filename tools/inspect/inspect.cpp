@@ -4,6 +4,7 @@
 #include "core/parameters.h"
 #include "core/text.h"
 #include "core/text_encoding.h"
+#include "liveries/dont_use.h"
 #include "liveries/folder_walk.h"
 #include "liveries/matching.h"
 #include "liveries/scan_summary.h"

@@ -3,7 +3,7 @@
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/parameters.h"
-#include "liveries/scan_reports.h"
+#include "liveries/dont_use.h"
 #include "liveries/store.h"
 #include "platform/system.h"
 #include "reference/reference.h"

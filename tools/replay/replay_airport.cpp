@@ -3,7 +3,7 @@
 #include "airports/airport_table.h"
 #include "core/folders.h"
 #include "core/text.h"
-#include "tools/pack/apt.h"
+#include "tools/pack/stock_files.h"
 
 #include <fmt/format.h>
 #include <fstream>
@@ -25,7 +25,7 @@ std::vector<std::string> serveStands(const fs::path& file, const fs::path& updat
         fs::copy_file(file, folder / (upper(file.stem().string()) + ".xml"), fs::copy_options::overwrite_existing);
     } else {
         pack::PackCount count;
-        pack::packStands({file}, updates, count);
+        pack::packStands({file}, updates, {}, count);
     }
     std::vector<std::string> codes;
     for (const auto& entry : fs::directory_iterator(folder))
