@@ -46,7 +46,8 @@ public:
         int number[2];
         if (::pipe(number) != 0)
             return false;
-        server_ = run({"Xvfb", "-displayfd", "1", "-screen", "0", "1280x900x24", "-nolisten", "tcp"}, number[1]);
+        server_ =
+            run({"Xvfb", "-displayfd", "1", "-screen", "0", "1280x900x24", "-nolisten", "tcp", "-noreset"}, number[1]);
         ::close(number[1]);
         char text[16] = {};
         const ssize_t got = ::read(number[0], text, sizeof text - 1); // waits until the display is there
@@ -128,7 +129,14 @@ void checkPlaces() {
 
 void checkTicks() {
     click(par::LOG); // disabled as yet
+    par::MAIN_WINDOW_X.value = 120;
+    par::MAIN_WINDOW_Y.value = 150;
     enableControls(true);
+    EXPECT_TRUE(waitFor([] {
+        const BoxOnWindow box = boxes()[par::LOG.controlId];
+        const int left = box.left - 652 - 120, top = box.top - par::LOG.top - 150; // what is left is the frame
+        return left >= 0 && left < 20 && top >= 0 && top < 60;
+    })) << "the window goes where it was last";
     setCheck(par::HELICOPTERS, true);
     click(par::HELICOPTERS);
     const ControlChange off = nextChange(); // and nothing of the click before

@@ -212,7 +212,15 @@ Result runReplay(const Options& options, const std::function<void(double)>& prog
     if (!o.stands.empty())
         o.stands = std::filesystem::absolute(o.stands);
     o.out = std::filesystem::absolute(o.out);
-    const std::filesystem::path program = o.out / "program", before = std::filesystem::current_path();
+    const std::filesystem::path program = o.out / "program";
+    struct WayBack { // also when the flight cannot begin
+        std::filesystem::path before = std::filesystem::current_path();
+        ~WayBack() {
+            std::error_code ignored;
+            closeLog();
+            std::filesystem::current_path(before, ignored);
+        }
+    } wayBack;
     std::filesystem::create_directories(program / "appdata" / "Kestrelune");
     std::filesystem::current_path(program);
     setUserDataFolder(program / "appdata" / "Kestrelune");
@@ -221,7 +229,6 @@ Result runReplay(const Options& options, const std::function<void(double)>& prog
     Result result = replayInPlace(o, progress);
     closeLog();
     addLoggedFaults(result.faults);
-    std::filesystem::current_path(before);
     result.feed = options.feed;
     return result;
 }
