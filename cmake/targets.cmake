@@ -46,3 +46,17 @@ function(kes_bench folder)
   # The second library gives a main function to programs that have none of their own.
   target_link_libraries(bench_${folder} PRIVATE ${ARG_DEPENDS} benchmark::benchmark benchmark::benchmark_main)
 endfunction()
+
+# kes_page(target folder page namespace name): a page of a browser in a program, from files in folder/page that a
+# browser's tools can read.
+function(kes_page target folder page namespace name)
+  file(GLOB files CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/page/*)
+  set(text ${CMAKE_CURRENT_BINARY_DIR}/${page}_page_text.cpp)
+  add_custom_command(
+    OUTPUT ${text}
+    COMMAND ${CMAKE_COMMAND} -D PAGE=${PROJECT_SOURCE_DIR}/${folder}/page/${page}.html -D HEADER=${folder}/${page}_page_text.h
+            -D NAMESPACE=${namespace} -D NAME=${name} -D OUT=${text} -P ${PROJECT_SOURCE_DIR}/cmake/embed_page.cmake
+    DEPENDS ${files} ${PROJECT_SOURCE_DIR}/cmake/embed_page.cmake
+    VERBATIM)
+  target_sources(${target} PRIVATE ${text})
+endfunction()

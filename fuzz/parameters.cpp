@@ -23,12 +23,12 @@ bool isLfolder(std::string_view name) {
 }
 
 /// All values but the lfolders: when an empty one is removed, a second one of the same name comes to light.
-std::string valuesNow(const kes::TakenTexts& texts) {
+std::string valuesNow(const kes::TakenLater& later) {
     std::string all;
     for (const kes::StoredParameter& parameter : kes::storedParameters())
         if (!std::holds_alternative<kes::TextParameter*>(parameter.value))
             all += parameter.valueText() + '\n';
-    for (const auto& [parameter, text] : texts) {
+    for (const auto& [parameter, text] : later.texts) {
         require(kes::isUtf8(text));
         if (!isLfolder(parameter->name))
             all += text + '\n';
@@ -45,19 +45,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(!reason.empty());
         return 0;
     }
-    kes::TakenTexts texts;
-    kes::takeParameters(document, texts);
+    kes::TakenLater later;
+    kes::takeParameters(document, later);
     for (const kes::StoredParameter& parameter : kes::storedParameters())
         if (kes::IntParameter* const* integer = std::get_if<kes::IntParameter*>(&parameter.value))
             require((*integer)->clamped(**integer) == **integer);
 
-    const std::string values = valuesNow(texts);
+    const std::string values = valuesNow(later);
     TextWriter writer;
     document.save(writer);
     pugi::xml_document again;
     require(kes::parseParameters(writer.text, again, reason));
-    texts.clear();
-    kes::takeParameters(again, texts);
-    require(valuesNow(texts) == values);
+    later = {};
+    kes::takeParameters(again, later);
+    require(valuesNow(later) == values);
     return 0;
 }

@@ -3,7 +3,7 @@
 set -eu
 
 packages="g++ cmake ninja-build ccache libpugixml-dev nlohmann-json3-dev libcurl4-openssl-dev libzip-dev libfmt-dev \
-libcli11-dev zlib1g-dev libssl-dev libgtest-dev libbenchmark-dev clang-format-14 clang-tidy-14"
+libcli11-dev libcpp-httplib-dev zlib1g-dev libssl-dev libgtest-dev libbenchmark-dev clang-format-14 clang-tidy-14"
 
 if ! command -v dpkg-query >/dev/null 2>&1; then
     echo "setup: this is no Debian; these packages, or what they are called here, are needed: $packages" >&2

@@ -27,8 +27,8 @@ public:
             if (current()->onRepaint)
                 current()->onRepaint();
         };
-        backend.drawMessageLine = [](std::string_view text, bool isError) {
-            current()->keep([&](Shown& s) { s.lines.push_back({std::string(text), isError}); });
+        backend.drawMessageLine = [](std::string_view text, bool isError, std::string_view advice) {
+            current()->keep([&](Shown& s) { s.lines.push_back({std::string(text), isError, std::string(advice)}); });
             if (current()->onLine)
                 current()->onLine(text);
         };
@@ -61,6 +61,7 @@ public:
     struct Line {
         std::string text;
         bool isError = false;
+        std::string advice;
     };
     struct Shown {
         std::vector<Line> lines;

@@ -76,15 +76,21 @@ std::filesystem::path olderName(const std::filesystem::path& path) {
     return older;
 }
 
+void logAdvice(std::string_view advice) {
+    if (!advice.empty() && !stopWanted())
+        logIndented(advice);
+}
+
 /// With statusMutex held, which the caller's argument shows.
-void setStatus(const std::lock_guard<std::mutex>&, std::string_view text, bool alsoLog) {
+void setStatus(const std::lock_guard<std::mutex>&, std::string_view text, bool alsoLog, std::string_view advice) {
     if (!errorLine.empty())
         return;
     statusLine = text;
     statusShownAt = text.empty() ? 0 : std::max(statusAgeSeconds, 1);
     if (alsoLog && !text.empty())
         logUnlessClosing(text);
-    drawMessageLine(text, false);
+    logAdvice(advice);
+    drawMessageLine(text, false, advice);
 }
 
 std::string clockOf(std::int64_t epochSeconds) {
@@ -225,22 +231,23 @@ void logUnlessClosing(std::string_view text) {
         log(text);
 }
 
-void showStatus(std::string_view text, bool alsoLog) {
+void showStatus(std::string_view text, bool alsoLog, std::string_view advice) {
     const std::lock_guard lock(statusMutex);
-    setStatus(lock, text, alsoLog);
+    setStatus(lock, text, alsoLog, advice);
 }
 
 void clearStatus() {
     showStatus({}, true);
 }
 
-void showError(std::string_view text) {
+void showError(std::string_view text, std::string_view advice) {
     const std::lock_guard lock(statusMutex);
     statusLine.clear();
     statusShownAt = 0;
     errorLine = text;
     logUnlessClosing(fmt::format("Error {}", text));
-    drawMessageLine(text, true);
+    logAdvice(advice);
+    drawMessageLine(text, true, advice);
 }
 
 void clearError() {
@@ -265,7 +272,7 @@ void ageStatus() {
     const std::lock_guard lock(statusMutex);
     ++statusAgeSeconds;
     if (statusShownAt >= 1 && statusAgeSeconds - statusShownAt >= statusLifeSeconds)
-        setStatus(lock, {}, true);
+        setStatus(lock, {}, true, {});
 }
 
 void resetStatus() {

@@ -31,11 +31,12 @@ void logWarning(std::string_view text);       ///< "===> " in front
 void logIndented(std::string_view text);      ///< ten blanks in front
 void logUnlessClosing(std::string_view text); ///< `log`, unless the run is to end
 
-/// Sets the status line, unless an error stands there. `alsoLog` writes a non-empty text to the log as well.
-void showStatus(std::string_view text, bool alsoLog);
+/// Sets the status line, unless an error stands there. `alsoLog` writes a non-empty text to the log as well. `advice`
+/// is the cause and what the user can do, in whole sentences; it is always logged, and shown with the text.
+void showStatus(std::string_view text, bool alsoLog, std::string_view advice = {});
 void clearStatus(); ///< `showStatus` with an empty text
-/// Sets the error line, which then hides every status text until `clearError`.
-void showError(std::string_view text);
+/// Sets the error line, which then hides every status text until `clearError`. `advice` as above.
+void showError(std::string_view text, std::string_view advice = {});
 void clearError();
 std::string statusText(); ///< of the line, also while an error hides it; empty = none
 std::string errorText();  ///< empty = none

@@ -2,6 +2,7 @@
 
 #include "core/clock.h"
 #include "core/folders.h"
+#include "core/foreign_log.h"
 #include "core/log.h"
 #include "core/run_state.h"
 #include "core/text_encoding.h"
@@ -11,6 +12,7 @@
 #include "platform/file.h"
 #include "platform/system.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <filesystem>
@@ -142,25 +144,57 @@ void updateBox(const StoredParameter& parameter) {
         setText(*parameter.control, parameter.valueText());
 }
 
+/// Whether the text says what a reader would take from it.
+bool saysBool(std::string_view text) {
+    constexpr std::string_view words = "1tTyY0fFnN";
+    return !text.empty() && words.find(text.front()) != std::string_view::npos;
+}
+
+std::string doubtAbout(std::string_view name, std::string_view text, std::string_view problem, std::string_view used) {
+    return fmt::format("{}=\"{}\" in parameters.xml {}, {} is used", name, quoted(text), problem, used);
+}
+
 /// Value of an element that was found; returns it as it is now in effect.
-std::string take(const StoredParameter& parameter, pugi::xml_attribute attribute, TakenTexts& texts) {
+std::string take(const StoredParameter& parameter, pugi::xml_attribute attribute, TakenLater& later) {
+    const std::string_view text = attribute.value();
     if (BoolParameter* const* boolean = std::get_if<BoolParameter*>(&parameter.value)) {
         (*boolean)->value = attribute.as_bool();
+        if (!saysBool(text))
+            later.doubts.push_back(
+                doubtAbout(parameter.name(), text, "is neither true nor false", boolText(**boolean)));
         return boolText(**boolean);
     }
     if (IntParameter* const* integer = std::get_if<IntParameter*>(&parameter.value)) {
-        (*integer)->value = (*integer)->clamped(attribute.as_int());
-        return std::to_string(**integer);
+        const int read = attribute.as_int();
+        (*integer)->value = (*integer)->clamped(read);
+        std::string used = std::to_string(**integer);
+        if (text != std::to_string(read))
+            later.doubts.push_back(doubtAbout(parameter.name(), text, "is no whole number", used));
+        else if (read != **integer)
+            later.doubts.push_back(doubtAbout(
+                parameter.name(), text,
+                fmt::format("lies beyond the limits {} to {}", (*integer)->minValue, (*integer)->maxValue), used));
+        return used;
     }
     // A hand-edited file may hold Latin letters in the old single-byte code.
-    texts.emplace_back(std::get<TextParameter*>(parameter.value), utf8OrLatin1(attribute.value()));
-    return texts.back().second;
+    later.texts.emplace_back(std::get<TextParameter*>(parameter.value), utf8OrLatin1(attribute.value()));
+    return later.texts.back().second;
+}
+
+/// Names that nobody reads: mostly a slip of who edited the file, and then another value than the wanted one holds.
+void doubtUnknown(pugi::xml_node parameters, TakenLater& later) {
+    for (const pugi::xml_node node : parameters.children(parameterElement)) {
+        const std::string_view name = node.attribute(nameAttribute.c_str()).value();
+        if (std::none_of(table().begin(), table().end(),
+                         [name](const StoredParameter& known) { return known.name() == name; }))
+            later.doubts.push_back(fmt::format("\"{}\" in parameters.xml is no setting", quoted(name)));
+    }
 }
 
 /// As above, for a parameter that the file lacks.
-std::string takeMissing(const StoredParameter& parameter, TakenTexts& texts) {
+std::string takeMissing(const StoredParameter& parameter, TakenLater& later) {
     if (TextParameter* const* text = std::get_if<TextParameter*>(&parameter.value))
-        texts.emplace_back(*text, std::string((*text)->defaultValue));
+        later.texts.emplace_back(*text, std::string((*text)->defaultValue));
     else
         takeDefault(parameter);
     return parameter.defaultText();
@@ -375,7 +409,7 @@ bool parseParameters(std::string_view content, pugi::xml_document& document, std
     return true;
 }
 
-bool takeParameters(pugi::xml_document& document, TakenTexts& texts) {
+bool takeParameters(pugi::xml_document& document, TakenLater& later) {
     bool changed = false;
     Finder find;
     pugi::xml_node parameters = document.child(parametersElement);
@@ -383,7 +417,7 @@ bool takeParameters(pugi::xml_document& document, TakenTexts& texts) {
         const std::string_view name = parameter.name();
         pugi::xml_node node = find(parameters, name);
         if (const pugi::xml_attribute attribute = node.attribute(valueAttribute.c_str())) {
-            const std::string value = take(parameter, attribute, texts);
+            const std::string value = take(parameter, attribute, later);
             logValue(name, value);
             if (isLfolder(name) && value.empty()) {
                 parameters.remove_child(node);
@@ -392,7 +426,7 @@ bool takeParameters(pugi::xml_document& document, TakenTexts& texts) {
             }
             continue;
         }
-        const std::string value = takeMissing(parameter, texts);
+        const std::string value = takeMissing(parameter, later);
         logValue(name, value);
         if (isLfolder(name) && value.empty()) {
             // It would only be removed again.
@@ -404,11 +438,12 @@ bool takeParameters(pugi::xml_document& document, TakenTexts& texts) {
             logWarning(fmt::format("{}adding init xml parameter {} with {} failed!", "", name, value));
         changed = true;
     }
+    doubtUnknown(parameters, later);
     return changed;
 }
 
 void readParameters() {
-    TakenTexts texts;
+    TakenLater later;
     FileState state = FileState::good;
     const fs::path path = parametersFile();
     {
@@ -418,7 +453,7 @@ void readParameters() {
         state = loadFile(path, document, reason);
         if (state == FileState::good) {
             log(fmt::format("from \"{}\"", platform::pathText(path)));
-            bool changed = takeParameters(document, texts);
+            bool changed = takeParameters(document, later);
             if (!metaIsGood(document)) {
                 log("meta data incorrect?");
                 rewriteMeta(document);
@@ -439,8 +474,10 @@ void readParameters() {
         }
     }
     if (state == FileState::good) {
-        for (const auto& [parameter, text] : texts)
+        for (const auto& [parameter, text] : later.texts)
             parameter->set(text);
+        for (const std::string& doubt : later.doubts)
+            showStatus(doubt, true);
     } else {
         for (const StoredParameter& parameter : table())
             takeDefault(parameter);

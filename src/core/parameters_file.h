@@ -32,10 +32,13 @@ void takeDefault(const StoredParameter& parameter);
 /// Builds the tree from the content of a parameter file. False, with the reason, when it is no such file.
 bool parseParameters(std::string_view content, pugi::xml_document& document, std::string& reason);
 
-/// Texts that were read but not yet set: their locks must not be taken while the file is held.
-using TakenTexts = std::vector<std::pair<TextParameter*, std::string>>;
+/// What has to wait until the file is let go, since it takes locks of its own.
+struct TakenLater {
+    std::vector<std::pair<TextParameter*, std::string>> texts; ///< read but not yet set
+    std::vector<std::string> doubts; ///< for the user: what stands in the file and was not taken as it stands
+};
 /// Takes the values from a parsed file and logs them; adds to the tree what is missing, removes empty lfolders.
 /// True when the tree was changed and has to be saved.
-bool takeParameters(pugi::xml_document& document, TakenTexts& texts);
+bool takeParameters(pugi::xml_document& document, TakenLater& later);
 
 } // namespace kes

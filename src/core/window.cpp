@@ -46,9 +46,9 @@ void repaint() {
         backend.repaint();
 }
 
-void drawMessageLine(std::string_view text, bool isError) {
+void drawMessageLine(std::string_view text, bool isError, std::string_view advice) {
     if (backend.drawMessageLine != nullptr)
-        backend.drawMessageLine(text, isError);
+        backend.drawMessageLine(text, isError, advice);
 }
 
 void enableControl(const Control& control, bool on) {

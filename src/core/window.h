@@ -40,8 +40,9 @@ struct WindowBackend {
     void (*quit)(int code) = nullptr;
 
     void (*repaint)() = nullptr; ///< many times a second: read-outs have changed, they are read when they are drawn
-    /// The line for status or error; an empty text clears it. Called under `statusMutex`.
-    void (*drawMessageLine)(std::string_view text, bool isError) = nullptr;
+    /// The line for status or error; an empty text clears it. `advice` is what the user can do about it, mostly empty;
+    /// it goes with the text. Called under `statusMutex`.
+    void (*drawMessageLine)(std::string_view text, bool isError, std::string_view advice) = nullptr;
     void (*enableControl)(std::uint16_t controlId, bool on) = nullptr;
     void (*setCheck)(std::uint16_t controlId, bool on) = nullptr;              ///< is no change by the user
     void (*setText)(std::uint16_t controlId, std::string_view text) = nullptr; ///< UTF-8; likewise
@@ -62,7 +63,7 @@ void postToWindow(void (*work)());
 void quitWindow(int code);
 
 void repaint();
-void drawMessageLine(std::string_view text, bool isError);
+void drawMessageLine(std::string_view text, bool isError, std::string_view advice = {});
 void enableControl(const Control& control, bool on);
 void enableControls(bool on); ///< all boxes at once
 void setCheck(const Control& control, bool on);

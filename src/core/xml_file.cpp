@@ -21,7 +21,7 @@ struct TextWriter : pugi::xml_writer {
 
 // Fixed texts: they name the layout of the block, not a build, so files of all versions agree in them.
 constexpr const char* metaDate = "2026-01-01";
-constexpr const char* metaCopyright = "Copyright (c) Kestrelune authors, all rights reserved";
+constexpr const char* metaCopyright = "Copyright (c) The Kestrelune developers, MIT License";
 
 struct MetaInfo {
     const char* name;

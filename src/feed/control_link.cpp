@@ -1,14 +1,18 @@
 #include "feed/control_link.h"
 
+#include "core/errors.h"
 #include "core/foreign_log.h"
 #include "core/log.h"
+#include "core/parameters.h"
 #include "core/run_state.h"
 #include "core/text.h"
 #include "core/window.h"
 #include "feed/link_clients.h"
+#include "feed/port_advice.h"
 #include "feed/traffic_reader.h"
 #include "platform/socket.h"
 
+#include <charconv>
 #include <chrono>
 #include <fmt/format.h>
 #include <limits>
@@ -19,6 +23,7 @@
 namespace kes {
 
 ControlLinkHooks controlLinkHooks;
+std::chrono::milliseconds sourceAdviceAfter = std::chrono::minutes(1);
 
 namespace {
 
@@ -118,7 +123,10 @@ void startServer(const std::string& port) {
     if (const int error = listener.listenTcp(port, step, true)) {
         listener.close();
         endLibrary();
-        throw std::runtime_error(listenError(step, port, error));
+        std::uint16_t number = 0; // stays 0 for what is no port
+        std::from_chars(port.data(), port.data() + port.size(), number);
+        throw AdvisedError(listenError(step, port, error),
+                           portAdvice(number, platform::PortKind::tcp, par::PORT_NUMBER.name));
     }
 }
 
@@ -152,12 +160,21 @@ bool waitForClient() {
     if (rtConnected || !listener.isOpen())
         return false;
     auto hookDue = Clock::now() + slice;
+    const auto adviceDue = Clock::now() + sourceAdviceAfter;
+    bool advised = false;
     while (!stopWanted()) {
         if (!admit(static_cast<int>(slice.count())))
             return false;
         followClients();
         if (rtConnected)
             return true;
+        if (!advised && Clock::now() >= adviceDue) {
+            advised = true;
+            showStatus(statusText(), false,
+                       fmt::format("Nobody has connected to port {} of this PC so far. Is RealTraffic running and "
+                                   "logged in? Is {} in parameters.xml the port that it connects to?",
+                                   listener.localPort(), par::PORT_NUMBER.name));
+        }
         if (const auto now = Clock::now(); now >= hookDue) {
             hookDue = now + slice;
             if (controlLinkHooks.whileWaiting != nullptr)

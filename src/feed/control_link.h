@@ -4,6 +4,7 @@
 
 #include "core/user_aircraft.h"
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -16,6 +17,9 @@ struct ControlLinkHooks {
     void (*whileWaiting)() = nullptr; ///< about every 100 ms while the worker stands in the wait for a client
 };
 extern ControlLinkHooks controlLinkHooks;
+
+/// After this long without a client the user is told what to look at. Tests make it shorter.
+extern std::chrono::milliseconds sourceAdviceAfter;
 
 /// Listens on a port of the loopback, for RealTraffic runs on this PC; a link that stands is closed first. Throws
 /// runtime_error with the failing call and reason after closing what is open.

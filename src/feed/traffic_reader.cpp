@@ -3,6 +3,7 @@
 #include "core/log.h"
 #include "core/run_state.h"
 #include "feed/qnh_reader.h"
+#include "feed/recorder.h"
 
 #include <fmt/format.h>
 #include <stdexcept>
@@ -19,6 +20,7 @@ ReaderThread thread(trafficReader);
 } // namespace
 
 void TrafficReader::onDatagram() {
+    recordDatagram(text);
     try {
         processLine();
     } catch (const std::exception& error) {

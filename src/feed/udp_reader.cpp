@@ -1,7 +1,9 @@
 #include "feed/udp_reader.h"
 
+#include "core/errors.h"
 #include "core/log.h"
 #include "core/run_state.h"
+#include "feed/port_advice.h"
 #include "platform/system.h"
 
 #include <fmt/format.h>
@@ -27,7 +29,8 @@ void UdpReader::openSocket() {
 
 void UdpReader::bindPort(std::uint16_t port) {
     if (const int error = socket.bindUdp(port, rtOnThisPc))
-        throw std::runtime_error(fmt::format("bind to stream socket failed with error: {}", socketErrorText(error)));
+        throw AdvisedError(fmt::format("bind to stream socket failed with error: {}", socketErrorText(error)),
+                           portAdvice(port, platform::PortKind::udp, {}));
 }
 
 void UdpReader::receiveLoop() {
@@ -78,7 +81,8 @@ void readerThread(UdpReader& reader, const ReaderNames& names, std::uint16_t por
         reader.receiveLoop();
     } catch (const std::exception& error) {
         logIndented(fmt::format("{} disconnected", names.thread));
-        showStatus(fmt::format("The {} has stopped with an error: {}", names.subject, error.what()), true);
+        showStatus(fmt::format("The {} has stopped with an error: {}", names.subject, error.what()), true,
+                   adviceOf(error));
         readerFailed = true;
     }
     reader.socket.close();

@@ -2,6 +2,7 @@
 
 #include "core/change.h"
 #include "core/errors.h"
+#include "core/folders.h"
 #include "core/foreign_log.h"
 #include "core/log.h"
 #include "core/parameters.h"
@@ -174,7 +175,9 @@ std::vector<fs::path> manualFolders() {
     }
     if (folders.empty()) {
         throw nwk::UserErrorException(
-            48, "Set lfolder parameter(-s) to your liveries first, see Manual 5.1 (or check Liveries automatic)");
+            48, "Set lfolder parameter(-s) to your liveries first, see Manual 5.1 (or check Liveries automatic)",
+            fmt::format("LIG_AUTOMATIC is off in {}, and lfolder0 to lfolder9 are empty.",
+                        platform::pathText(parametersFile())));
     }
     return folders;
 }
@@ -192,10 +195,10 @@ void takeList() {
         std::string text = e.what();
         if (e.number != withoutNumber)
             text.erase(0, fmt::format("{}: ", e.number).size());
-        text += text.ends_with('?') ? " " : ". ";
-        text += e.number == noFile ? "The next start scans the liveries anew"
-                                   : "The list of liveries is damaged, the next start scans anew";
-        throw nwk::UserErrorException(e.number, text);
+        throw nwk::UserErrorException(e.number, text,
+                                      e.number == noFile
+                                          ? "The next start scans the liveries anew."
+                                          : "The list of liveries is damaged, the next start scans anew.");
     }
 }
 
@@ -258,9 +261,16 @@ void scanLiveries() {
         return; // the next start scans again, since the list of the last scan is gone
     if (!found) {
         if (!automatic)
-            throw nwk::UserErrorException(53, "no liveries found");
-        throw nwk::UserErrorException(43, "Automatic scan has not found any liveries, switch off automatic and set "
-                                          "lfolder parameter(-s), Manual 5.1");
+            throw nwk::UserErrorException(53, "no liveries found",
+                                          "None of the folders in lfolder0 to lfolder9 holds an aircraft.cfg that can "
+                                          "be used; Log.txt and output/errors tell why.");
+        throw nwk::UserErrorException(
+            43,
+            "Automatic scan has not found any liveries, switch off automatic and set "
+            "lfolder parameter(-s), Manual 5.1",
+            fmt::format("Looked in \"{}\" for AI aircraft packages of AIG, FSLTL or Just Flight, or one of your own "
+                        "with \"user-aitraffic\" in its name. Install one of them, or name your folders.",
+                        platform::pathText(installSubFolder("Community"))));
     }
     change(par::SCAN_LIVERIES, false);
     log("\n++++++++++++++++++++++++ liveries scan ends ++++++++++++++++++++++++++++++++\n");

@@ -43,6 +43,9 @@ private:
     std::size_t mostAtOnce_ = 0; ///< bytes that an output that is ready takes without waiting
 };
 
+/// Whether somebody reads the stream as it comes, on a terminal.
+bool isTerminal(Output::Standard stream);
+
 /// Writes a small file anew, or over what stands there, without waiting for the disk, and never for the reader of a
 /// pipe in its place. False with a reason on failure; the file may then be cut short. Any thread.
 bool writeSmallFile(const std::filesystem::path& path, std::string_view content, std::string& error);

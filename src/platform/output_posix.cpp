@@ -31,6 +31,10 @@ Output::Output(Standard stream) : handle_(stream == Standard::out ? STDOUT_FILEN
     mostAtOnce_ = pieceOf(static_cast<int>(handle_));
 }
 
+bool isTerminal(Output::Standard stream) {
+    return ::isatty(stream == Output::Standard::out ? STDOUT_FILENO : STDERR_FILENO) != 0;
+}
+
 bool Output::open(const std::filesystem::path& path, std::string& error) {
     const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666);
     if (descriptor < 0) {

@@ -23,6 +23,12 @@ Output::Output(Standard stream) : mostAtOnce_(piece) {
     handle_ = handle == nullptr || handle == INVALID_HANDLE_VALUE ? -1 : reinterpret_cast<std::intptr_t>(handle);
 }
 
+bool isTerminal(Output::Standard stream) {
+    DWORD mode = 0; // only a console has one
+    return ::GetConsoleMode(::GetStdHandle(stream == Output::Standard::out ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE),
+                            &mode) != 0;
+}
+
 bool Output::open(const std::filesystem::path& path, std::string& error) {
     const HANDLE file = ::CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                       CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);

@@ -36,6 +36,9 @@ std::filesystem::path roamingFolder();
 /// The local application data folder: LOCALAPPDATA, or XDG_DATA_HOME or ~/.local/share. Empty = unknown.
 std::filesystem::path localFolder();
 
+/// The folder that this process's program file stands in, with links followed. Empty = unknown.
+std::filesystem::path executableFolder();
+
 /// Writes `content` to a temporary beside `target`, flushes it to the disk and moves it over the target in one step.
 /// False on failure, with the reason in `error`; the old file is then untouched and no temporary stays.
 bool replaceFile(const std::filesystem::path& target, std::string_view content, std::string& error);
@@ -54,6 +57,10 @@ std::filesystem::path pathFrom(std::string_view utf8);
 /// Calls `onClose` on a thread of its own whenever the user asks the process to end (Ctrl-C, SIGTERM, console close).
 /// Before any other thread is started.
 void watchCloseSignals(void (*onClose)());
+
+/// Calls `onSwitch` on a thread of its own whenever the process gets the signal SIGUSR1. Does nothing on Windows.
+/// Before any other thread is started.
+void watchSwitchSignal(void (*onSwitch)());
 
 /// Calls `beforeEnd` on the failing thread when the process is about to end by a fault of its own; the other threads
 /// still run. It may only wait and read atomics.

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
+#include <initializer_list>
 #include <pthread.h>
 #include <pwd.h>
 #include <sys/file.h>
@@ -80,6 +81,23 @@ bool keepLock(File file) {
     return true;
 }
 
+/// Blocked here and in every thread that is started later, the signals wait for the one thread that asks for them.
+void watchSignals(std::initializer_list<int> numbers, const char* name, void (*act)()) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int number : numbers)
+        sigaddset(&signals, number);
+    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::thread([signals, name, act] {
+        nameThread(name);
+        for (;;) {
+            int number = 0;
+            if (::sigwait(&signals, &number) == 0)
+                act();
+        }
+    }).detach();
+}
+
 constexpr std::array crashSignals{SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
 std::array<struct sigaction, crashSignals.size()> actionsBefore;
 void (*crashHandler)() = nullptr;
@@ -123,6 +141,11 @@ fs::path roamingFolder() {
 }
 fs::path localFolder() {
     return homeBelow("XDG_DATA_HOME", ".local/share");
+}
+
+fs::path executableFolder() {
+    std::error_code error;
+    return fs::read_symlink("/proc/self/exe", error).parent_path();
 }
 
 namespace os {
@@ -197,20 +220,11 @@ void endFineTimer() {}
 void watchCloseSignals(void (*onClose)()) {
     // A terminal that has gone must not take the program with it before it has closed down.
     surviveFailedWrites();
-    sigset_t closing;
-    sigemptyset(&closing);
-    for (const int number : {SIGINT, SIGTERM, SIGHUP})
-        sigaddset(&closing, number);
-    // Blocked here and in every thread that is started later, the signals wait for the one thread that asks for them.
-    ::pthread_sigmask(SIG_BLOCK, &closing, nullptr);
-    std::thread([closing, onClose] {
-        nameThread("Close signals");
-        for (;;) {
-            int number = 0;
-            if (::sigwait(&closing, &number) == 0)
-                onClose();
-        }
-    }).detach();
+    watchSignals({SIGINT, SIGTERM, SIGHUP}, "Close signals", onClose);
+}
+
+void watchSwitchSignal(void (*onSwitch)()) {
+    watchSignals({SIGUSR1}, "Switch signal", onSwitch);
 }
 
 void watchCrashes(void (*beforeEnd)()) {

@@ -75,6 +75,12 @@ fs::path localFolder() {
     return knownFolder(CSIDL_LOCAL_APPDATA);
 }
 
+fs::path executableFolder() {
+    std::wstring name(32768, L'\0'); // the longest path there is
+    name.resize(::GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size())));
+    return fs::path(name).parent_path();
+}
+
 namespace os {
 
 bool writeThrough(const fs::path& path, std::string_view content, std::string& error) {
@@ -119,6 +125,8 @@ void watchCloseSignals(void (*onClose)()) {
     closeHandler = onClose;
     ::SetConsoleCtrlHandler(onConsole, TRUE);
 }
+
+void watchSwitchSignal(void (*)()) {}
 
 void watchCrashes(void (*beforeEnd)()) {
     crashHandler = beforeEnd;

@@ -1,5 +1,7 @@
 #include "sim/sim_client.h"
 
+#include "core/errors.h"
+#include "core/folders.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/run_state.h"
@@ -27,6 +29,7 @@ using namespace simconnect;
 std::atomic<HANDLE> simHandle{nullptr};
 std::atomic<std::uint32_t> userObjectId{2};
 std::atomic<int> simAnswerMs{answerMs};
+std::chrono::milliseconds simAdviceAfter = std::chrono::seconds(20);
 
 namespace {
 
@@ -91,6 +94,10 @@ bool dispatchUntilEnd(const std::stop_token& stop) {
     return false;
 }
 
+std::string waitingForSim() {
+    return fmt::format("Waiting for MSFS 20{} ...", par::MSFS_2020 ? "20" : "24");
+}
+
 /// Somebody who takes the connection and says nothing: since when, and what the user has been told of it.
 struct Silence {
     std::chrono::steady_clock::time_point since;
@@ -118,13 +125,31 @@ void noteSilence(Silence& silence, const OpenTry& attempt, std::chrono::steady_c
     silence.told = text;
 }
 
+/// A simulator that has been waited for in vain: once per wait the user is told where it was looked for.
+struct VainWait {
+    std::chrono::steady_clock::time_point since = std::chrono::steady_clock::now();
+    bool told = false;
+};
+
+void noteVainTry(VainWait& wait, const OpenTry& attempt) {
+    if (wait.told || attempt.reached || std::chrono::steady_clock::now() - wait.since < simAdviceAfter)
+        return;
+    wait.told = true;
+    showStatus(waitingForSim(), false,
+               fmt::format("Nobody listens at {} ({}). Is the simulator running, and does its SimConnect.xml have a "
+                           "listener of protocol IPv4 for this port? Manual, chapter 3.",
+                           attempt.address.empty() ? "the address of SimConnect.cfg" : attempt.address,
+                           attempt.file.empty() ? "no SimConnect.cfg names another address" : "from " + attempt.file));
+}
+
 void connectAndDispatch(const std::stop_token& stop) {
     bool firstPass = true;
     bool connectedBefore = false;
     Silence silence;
+    VainWait vain;
     while (!stopWanted() && !stop.stop_requested()) {
         if (firstPass) {
-            showStatus(fmt::format("Waiting for MSFS 20{} ...", par::MSFS_2020 ? "20" : "24"), true);
+            showStatus(waitingForSim(), true);
             repaint();
             firstPass = false;
         }
@@ -134,8 +159,10 @@ void connectAndDispatch(const std::stop_token& stop) {
         attempt.giveUp = [&stop] { return stop.stop_requested() || stopWanted(); };
         const auto begin = std::chrono::steady_clock::now();
         if (failed(openSimulator(handle, std::string(programName).c_str(), 0, attempt))) {
-            if (!attempt.giveUp())
+            if (!attempt.giveUp()) {
                 noteSilence(silence, attempt, begin);
+                noteVainTry(vain, attempt);
+            }
             sleepUnlessStopped(stop, 1000);
             continue;
         }
@@ -158,7 +185,8 @@ void connectAndDispatch(const std::stop_token& stop) {
         readouts.simLight = false;
         connectedBefore = true;
         logUnlessClosing(fmt::format("{} SimConnect connection has ended", timeStamp()));
-        showStatus(fmt::format("Waiting for MSFS 20{} ...", par::MSFS_2020 ? "20" : "24"), true);
+        showStatus(waitingForSim(), true);
+        vain = {};
         repaint();
         closeConnection();
     }
@@ -182,8 +210,11 @@ void onOpen(const RecvOpen& open) {
             77, fmt::format("\"{}\" not being MSFS 2020 or MSFS 2024 connects ... ? ", kes::quoted(name)));
     if (is2020 != par::MSFS_2020.value)
         throw nwk::UserErrorException(
-            71, fmt::format("MSFS 20{} is running ..., switch Sim or toggle the Install path checkbox of {}",
-                            is2020 ? "20" : "24", programName));
+            71,
+            fmt::format("MSFS 20{} is running ..., switch Sim or toggle the Install path checkbox of {}",
+                        is2020 ? "20" : "24", programName),
+            fmt::format("{} is set to MSFS 20{}. Without a window: set MSFS_2020 to \"{}\" in {}.", programName,
+                        is2020 ? "24" : "20", is2020 ? "true" : "false", platform::pathText(parametersFile())));
     const std::string display =
         is2024 ? "MSFS 2024"
                : fmt::format("MSFS 2020 ({}.{}.{}.{})", DWORD{open.dwApplicationVersionMajor},
@@ -379,7 +410,7 @@ void simThread(std::stop_token stop) {
     try {
         connectAndDispatch(stop);
     } catch (const nwk::UserErrorException& e) {
-        showError(e.what());
+        showError(e.what(), e.advice);
     } catch (const std::exception& e) {
         showError(e.what());
         simRunning = false;

@@ -19,6 +19,8 @@ extern std::atomic<std::uint32_t> userObjectId;
 
 /// Milliseconds that a simulator may take to answer before the user is told who was met instead. Tests shorten it.
 extern std::atomic<int> simAnswerMs;
+/// After this long without a simulator the user is told where it was looked for. Tests make it shorter.
+extern std::chrono::milliseconds simAdviceAfter;
 
 /// Starts the SimClient thread; one that still runs is stopped and joined first. Worker.
 void startSimClient();

@@ -8,6 +8,7 @@
 #include "core/run_state.h"
 #include "core/version.h"
 #include "core/window.h"
+#include "feed/recorder.h"
 #include "platform/output.h"
 #include "platform/system.h"
 #include "spine/control_rules.h"
@@ -17,6 +18,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <thread>
 
@@ -27,6 +29,7 @@ namespace {
 // UI thread.
 std::thread worker;
 bool closeClicked = false;
+bool onTerminal = false;
 
 /// The longest wait for a terminal that does not read, milliseconds.
 constexpr int endMs = 500;
@@ -74,12 +77,34 @@ void tellWhenLogFails() {
 /// The window that this machine can show: on a display, or on the terminal. The reason, where one was expected.
 std::string chooseWindow(bool wanted) {
     std::string reason;
-    if (!wanted || !useDesktopWindow(reason))
-        useTerminalWindow(platform::Output(platform::Output::Standard::out));
+    onTerminal = !wanted || !useDesktopWindow(reason);
+    if (onTerminal)
+        useTerminalWindow(platform::Output(platform::Output::Standard::out),
+                          platform::Output(platform::Output::Standard::error));
     return reason;
 }
 
-int initInstance() {
+void beginRecording(const std::filesystem::path& file) {
+    std::string reason;
+    const std::string name = platform::pathText(file);
+    if (startRecording(file, reason))
+        showStatus(fmt::format("Recording what the traffic source sends to {}", name), true);
+    else
+        showStatus(fmt::format("The recording {} cannot be written: {}", name, reason), true);
+}
+
+/// On the thread of the signal.
+void switchRecording() {
+    if (isRecording()) {
+        stopRecording();
+        showStatus("Recording ended", true);
+        return;
+    }
+    beginRecording(
+        fmt::format("Recording-{:%Y%m%d-%H%M%S}.rttfc.gz", fmt::gmtime(static_cast<std::time_t>(wallClock()))));
+}
+
+int initInstance(const std::filesystem::path& recording) {
     openWindow();
     tellWhenLogFails();
     try {
@@ -90,8 +115,12 @@ int initInstance() {
         complain(text + "\n");
         return 1;
     }
+    if (!recording.empty())
+        beginRecording(recording);
     postToWindow(startWorker);
-    return runWindow(closeClick);
+    const int code = runWindow(closeClick);
+    // Who runs it from a shell or a script has no window that would have shown what went wrong.
+    return code == 0 && onTerminal && exitReason() == ExitReason::systemError ? 1 : code;
 }
 
 } // namespace
@@ -113,22 +142,29 @@ void closeProgram() {
         worker.join();
     applyControlChanges(); // those that no worker was left for
     rememberWindowPlace();
+    stopRecording();
     log(dateTime(wallClock()));
     closeLog();
     quitWindow(0);
 }
 
-int runProcess(bool window) {
-    if (!platform::takeInstanceLock("Local\\$Kestrelune$") || !platform::takeFolderLock(path::instanceLock))
+int runProcess(bool window, const std::filesystem::path& recording) {
+    if (!platform::takeInstanceLock("Local\\$Kestrelune$"))
         return -1;
+    if (!platform::takeFolderLock(path::instanceLock)) {
+        complain(fmt::format("another {} works in the folder {}; close it, or name another folder with --folder\n",
+                             programName, platform::pathText(std::filesystem::current_path())));
+        return 1;
+    }
     const std::string noWindow = chooseWindow(window);
     platform::watchCloseSignals([] { postToWindow(closeClick); });
+    platform::watchSwitchSignal(switchRecording);
     try {
         openLog(path::log);
         if (!noWindow.empty())
             log(fmt::format("no window, since {}", noWindow));
         platform::watchCrashes(drainLogAtCrash);
-        return initInstance();
+        return initInstance(recording);
     } catch (const std::exception& e) {
         complain(fmt::format("{} cannot start: {}\n", programName, e.what()));
         return 1;

@@ -16,6 +16,7 @@
 #include "sim/ai_commands.h"
 #include "sim/orders.h"
 #include "sim/sim_client.h"
+#include "simconnect/config.h"
 #include "spine/control_rules.h"
 #include "spine/main_tick.h"
 #include "spine/waits.h"
@@ -43,6 +44,24 @@ void workWhileWaiting() {
         applySimReplies();
     flushOutbox();
     moveOne(onlyRemovals);
+}
+
+/// What the next half minute brings, since nothing is shown until reports have been waited for.
+void tellReady() {
+    std::string places;
+    if (const auto config = simconnect::loadConfig(0))
+        places = fmt::format("Simulator at {}:{}, ", config->address, config->port);
+    if (rtOnThisPc && !par::AEROWINX)
+        places += fmt::format("RealTraffic at port {}, ", controlLinkPort());
+    places += fmt::format("reports at UDP port {}, weather at {}.", feedPorts.traffic, feedPorts.weather);
+    const bool fed = trafficReader.timestamp != 0.0;
+    if (!fed)
+        places += " Does RealTraffic show aircraft around you, and does it send to these ports of this PC?";
+    showStatus(fmt::format("Ready with {} liveries of {} airlines, {}", liveryCount(),
+                           liveryTables().liveryStore.size(),
+                           fed ? fmt::format("the first aircraft come in about {} s", showDelayTicks / 100)
+                               : std::string("but no report has come so far")),
+               true, places);
 }
 
 bool waitForPosition(std::int32_t pauseMs) {
@@ -130,6 +149,7 @@ void runTraffic() {
     }
     waitForFirstTraffic();
     computeHhNow();
+    tellReady();
     mainLoop();
 }
 

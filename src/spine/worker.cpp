@@ -4,6 +4,7 @@
 #include "airports/airport_table.h"
 #include "airports/park_airports.h"
 #include "core/change.h"
+#include "core/errors.h"
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/parameters.h"
@@ -63,18 +64,37 @@ void showInstallPath(const std::string& path) {
     changeForNow(par::ALL_INSTALL_PATH, path);
 }
 
+/// A path that the user gave is taken as it is, but a slip in it would show as nothing but absent liveries.
+void tellDoubtfulInstallPath(const std::string& path) {
+    std::error_code error;
+    if (!fs::is_directory(installSubFolder("Community"), error))
+        showStatus(fmt::format("There is no Community folder in {}", path), true,
+                   fmt::format("Is the simulator's disk there, and is {} the folder that holds \"Community\"? It "
+                               "stands in {}; empty, it is looked for anew.",
+                               selectedInstallPath().name, platform::pathText(parametersFile())));
+}
+
 void findInstallPath() {
     const std::string path = selectedInstallPath().get();
     showInstallPath(path);
-    if (!path.empty())
+    if (!path.empty()) {
+        tellDoubtfulInstallPath(path);
         return;
+    }
     const std::string found = detectPackagesPath();
     if (found.empty())
         throw nwk::UserErrorException(
-            150, "No install path detected, type full path to your Community folder above, and press Enter");
+            150, "No install path detected, type full path to your Community folder above, and press Enter",
+            fmt::format(
+                "MSFS 20{} was looked for in the places that Log.txt names. Without a window: write the path of "
+                "the folder that holds \"Community\" as {} into {} and start again.",
+                par::MSFS_2020 ? "20" : "24", selectedInstallPath().name, platform::pathText(parametersFile())));
     change(selectedInstallPath(), found);
     showInstallPath(found);
 }
+
+/// What can be done when the step under way fails with an error that does not tell it itself.
+std::string advice;
 
 /// Once per process. What fails here ends the run, and the user has to know where the data was looked for.
 void readReferenceData() {
@@ -84,10 +104,10 @@ void readReferenceData() {
     try {
         readDataBase();
     } catch (const std::runtime_error&) {
-        logUnlessClosing(fmt::format(
-            "The reference data \"dbase.zip\" was asked for at {}. Another place can be named in \"{}\", as the "
-            "only line: a folder or the address of an update server",
-            downloadBase(), platform::pathText(path::updateServer)));
+        advice = fmt::format(
+            "The reference data \"dbase.zip\" was asked for at {}. Is that place there, is the net? Another one can be "
+            "named in \"{}\", as the only line: a folder or the address of an update server.",
+            downloadBase(), platform::pathText(path::updateServer));
         throw;
     }
     dataBaseRead = true;
@@ -121,7 +141,12 @@ void showDestination() {
 /// Everything of a run between its first check and its close-down.
 void runBody() {
     if (!fs::is_directory(path::docs))
-        throw nwk::UserErrorException(41, fmt::format("{} must be run from the {} folder!", programName, programName));
+        throw nwk::UserErrorException(
+            41, fmt::format("{} must be run from the {} folder!", programName, programName),
+            fmt::format(
+                "There is no folder \"docs\" in {}. Start it in the folder that you have unpacked, or name that "
+                "with --folder.",
+                platform::pathText(fs::current_path())));
     startUp();
     checkLiveriesFile();
     scanLiveries();
@@ -147,8 +172,13 @@ void runBody() {
     runTraffic();
 }
 
-void fail(const char* text) {
-    showError(text);
+std::string adviceFor(const std::exception& error) {
+    std::string own = adviceOf(error);
+    return own.empty() ? advice : own;
+}
+
+void fail(const std::exception& error) {
+    showError(error.what(), adviceFor(error));
     requestExit(ExitReason::systemError, 0);
 }
 
@@ -180,7 +210,11 @@ void startUp() {
     versionUpdateStep();
     repaint();
     dropCommunityFromInstallPath();
+    advice = fmt::format("The program's folder is {}. Was the whole package unpacked, with docs, input and updates? "
+                         "May you write there, and has the disk room?",
+                         platform::pathText(fs::current_path()));
     createFolders();
+    advice.clear();
     maxLive = par::MAX_LIVE;
     applyMaxLive();
     if (!restarting) {
@@ -207,22 +241,23 @@ void startUp() {
 
 void workerMain() {
     platform::nameThread("worker");
+    advice.clear();
     try {
         runBody();
     } catch (const nwk::UserErrorException& e) {
-        showError(e.what());
+        showError(e.what(), adviceFor(e));
         setExitReason(ExitReason::systemError);
     } catch (const fmt::format_error& e) {
         showError(fmt::format("std::format error: {}", e.what()));
-        fail(e.what());
+        fail(e);
     } catch (const std::bad_alloc& e) {
-        fail(e.what());
+        fail(e);
     } catch (const std::out_of_range& e) {
-        fail(e.what());
+        fail(e);
     } catch (const std::runtime_error& e) {
-        fail(e.what());
+        fail(e);
     } catch (const std::exception& e) {
-        fail(e.what());
+        fail(e);
     } catch (...) {
         showError("Unknown exception");
         setExitReason(ExitReason::systemError);

@@ -101,6 +101,7 @@ std::vector<Wish>& wishes = *new std::vector<Wish>;
 bool awake = false; ///< under the lock: the toolkit runs and can be woken
 std::mutex& lineMutex = *new std::mutex;
 std::string& lineText = *new std::string;
+std::string& lineAdvice = *new std::string;
 bool lineIsError = false;
 std::atomic<bool> paintDue{true};
 
@@ -282,6 +283,7 @@ private:
         {
             const std::lock_guard lock(lineMutex);
             line = lineText;
+            advice_ = lineAdvice;
             isError = lineIsError;
         }
         if (line != message_ || isError != messageIsError_)
@@ -370,6 +372,8 @@ private:
         }
         if (isCut(textOf(message_), messagePlace()))
             whole = textOf(message_);
+        if (!advice_.empty() && messagePlace().Contains(at))
+            whole = textOf(message_) + "\n" + textOf(advice_);
         if (whole != GetToolTipText()) {
             if (whole.empty())
                 UnsetToolTip();
@@ -381,7 +385,7 @@ private:
     std::vector<Shown> shown_;
     std::map<std::uint16_t, std::size_t> byId_;
     std::vector<DrawnText> texts_, last_;
-    std::string message_;
+    std::string message_, advice_;
     bool messageIsError_ = false;
     wxFont font_, titleFont_;
     wxTimer timer_;
@@ -522,10 +526,11 @@ bool useDesktopWindow(std::string& reason) {
     backend.post = [](void (*work)()) { wish(Post{work}); };
     backend.quit = [](int code) { wish(Quit{code}); };
     backend.repaint = [] { paintDue = true; };
-    backend.drawMessageLine = [](std::string_view text, bool isError) {
+    backend.drawMessageLine = [](std::string_view text, bool isError, std::string_view advice) {
         {
             const std::lock_guard lock(lineMutex);
             lineText = text;
+            lineAdvice = advice;
             lineIsError = isError;
         }
         paintDue = true;

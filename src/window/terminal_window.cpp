@@ -22,9 +22,10 @@ constexpr std::size_t terminalQueueBytes = 32768;
 /// The longest wait at the end for a terminal that does not read, milliseconds.
 constexpr int endMs = 500;
 
-platform::Output output; ///< until `open`
+platform::Output output, errorOutput; ///< until `open`
 // Never destroyed: threads may show a line to the very end of the process.
 LineWriter* terminal = nullptr;
+LineWriter* errors = nullptr; ///< the standard error output, or the same as above
 std::atomic<std::int64_t> nextCountersMs{0};
 
 std::string missingLines(std::uint64_t lines, const std::string&) {
@@ -45,9 +46,16 @@ std::string_view lampText(Lamp lamp) {
     }
 }
 
-void terminalMessageLine(std::string_view text, bool isError) {
-    if (!text.empty() && terminal != nullptr)
-        terminal->write(isError ? "error:  " : "status: ", text);
+void terminalMessageLine(std::string_view text, bool isError, std::string_view advice) {
+    if (text.empty() || terminal == nullptr)
+        return;
+    LineWriter& lines = isError ? *errors : *terminal;
+    lines.write(isError ? "error:  " : "status: ", text);
+    if (!advice.empty())
+        lines.write("        ", advice);
+    // An error ends the run, but its text stays up until the user has seen it.
+    if (isError)
+        lines.write("        ", "Ctrl-C closes the program.");
 }
 
 /// The counters change many times a second; a line every ten seconds is what a reader of a terminal can use.
@@ -68,6 +76,9 @@ void terminalRepaint() {
 
 void openTerminal() {
     terminal = new LineWriter(std::move(output), {terminalQueueBytes, "Terminal"}, missingLines);
+    errors = errorOutput.isOpen()
+                 ? new LineWriter(std::move(errorOutput), {terminalQueueBytes, "Terminal errors"}, missingLines)
+                 : terminal;
 }
 
 /// A terminal has no close button; the user's signals reach the process another way.
@@ -79,8 +90,9 @@ int runTerminal(void (*)()) {
 
 } // namespace
 
-void useTerminalWindow(platform::Output out) {
+void useTerminalWindow(platform::Output out, platform::Output forErrors) {
     output = std::move(out);
+    errorOutput = std::move(forErrors);
     WindowBackend backend;
     backend.open = openTerminal;
     backend.run = runTerminal;
@@ -93,6 +105,8 @@ void useTerminalWindow(platform::Output out) {
 
 void closeTerminalWindow(int ms) {
     terminal->close(ms);
+    if (errors != terminal)
+        errors->close(ms);
 }
 
 } // namespace kes

@@ -7,7 +7,8 @@ namespace kes {
 
 /// Installs the backend. From `openWindow` on a thread of its own writes the lines: a terminal that does not read holds
 /// nobody. What it misses beyond some hundred lines is left out, and a line tells how many once it reads again.
-void useTerminalWindow(platform::Output out);
+/// Error lines go to `errors`; all to `out` when that is not open.
+void useTerminalWindow(platform::Output out, platform::Output errors);
 /// Waits until the lines so far are out, at most `ms` milliseconds, and takes no more. UI thread; `runWindow` ends
 /// with it.
 void closeTerminalWindow(int ms);

@@ -1,3 +1,4 @@
+#include "core/errors.h"
 #include "core/parameters.h"
 #include "feed/link_clients.h"
 #include "feed_test.h"
@@ -109,6 +110,11 @@ TEST_F(ControlLinkTest, ServerErrorsNameTheCall) {
         FAIL() << "the port is taken";
     } catch (const std::runtime_error& error) {
         EXPECT_EQ(error.what(), "Bind failed at port " + taken + " with error " + socketErrorText(10048));
+        EXPECT_TRUE(adviceOf(error).starts_with("Port " + taken +
+                                                " (TCP) is wanted for RealTraffic and cannot be had: "
+                                                "test_feed (process " +
+                                                std::to_string(getpid()) + ") has it. "))
+            << adviceOf(error);
     }
     EXPECT_EQ(controlLinkPort(), 0);
     try {
@@ -166,6 +172,26 @@ TEST_F(ControlLinkTest, NothingHappensWithoutRealTrafficOnThisPc) {
     sendQs121(user);
     EXPECT_TRUE(logLines().empty());
     EXPECT_EQ(goneCalls, 0);
+}
+
+TEST_F(ControlLinkTest, AWaitInVainTellsOnceWhatToLookAt) {
+    const auto usual = std::exchange(sourceAdviceAfter, 150ms);
+    auto waiting = std::async(std::launch::async, waitForRealTraffic);
+    const std::string advice = "Nobody has connected to port " + std::to_string(controlLinkPort()) + " of this PC";
+    const auto told = [&] {
+        std::size_t count = 0;
+        for (const std::string& line : logLines())
+            count += line.find(advice) != std::string::npos ? 1 : 0;
+        return count;
+    };
+    EXPECT_TRUE(waitFor([&] { return told() == 1; }));
+    EXPECT_EQ(statusText(), "Waiting for RealTraffic to connect to Kestrelune ...");
+    const int calls = waitCalls;
+    EXPECT_TRUE(waitFor([&] { return waitCalls >= calls + 3; }));
+    EXPECT_EQ(told(), 1U);
+    exitRequested = true;
+    waiting.get();
+    sourceAdviceAfter = usual;
 }
 
 TEST_F(ControlLinkTest, WaitsEndWithTheRun) {

@@ -1,9 +1,12 @@
 #include "count_allocations.h"
+#include "feed/recorder.h"
 #include "feed_test.h"
 
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <fmt/format.h>
+#include <unistd.h>
 #include <zlib.h>
 
 namespace kes::test {
@@ -55,7 +58,36 @@ TEST_F(TrafficReaderTest, APortInUseIsAnErrorOfTheRun) {
     const std::string text = "The TrafficReader  has stopped with an error: bind to stream socket failed with error: " +
                              socketErrorText(10048);
     EXPECT_EQ(statusText(), text);
-    EXPECT_EQ(logLines(), (std::vector<std::string>{"          Traffic Reader disconnected", text}));
+    const std::string advice = fmt::format(
+        "          Port {} (UDP) is wanted for RealTraffic and cannot be had: test_feed (process {}) has it. "
+        "Close it.",
+        other.localPort(), getpid());
+    EXPECT_EQ(logLines(), (std::vector<std::string>{"          Traffic Reader disconnected", text, advice}));
+}
+
+TEST_F(TrafficReaderTest, ARecordingHoldsWhatCameIn) {
+    const std::string file = "recording.gz";
+    std::string reason;
+    EXPECT_FALSE(startRecording("no folder/recording.gz", reason));
+    EXPECT_FALSE(reason.empty() || isRecording());
+    ASSERT_TRUE(startRecording(file, reason)) << reason;
+    UdpSender sender(startedTrafficReader());
+    const auto before = trafficReader.datagramCount.load();
+    const std::string lines[] = {feedLine(), "not a line at all", feedLine() + "\r\n"};
+    for (const std::string& line : lines)
+        sender.send(line);
+    EXPECT_TRUE(waitFor([&] { return trafficReader.datagramCount >= before + 3; }));
+    stopTrafficReader();
+    EXPECT_TRUE(isRecording()) << "a run ends, the recording goes on";
+    stopRecording();
+    EXPECT_TRUE(logged("Recording recording.gz finished with 3 lines"));
+    std::string text(4096, '\0');
+    const gzFile in = gzopen(file.c_str(), "rb");
+    text.resize(static_cast<std::size_t>(std::max(0, gzread(in, text.data(), static_cast<unsigned>(text.size())))));
+    gzclose(in);
+    EXPECT_EQ(text, feedLine() + "\nnot a line at all\n" + feedLine() + "\n");
+    recordDatagram("nobody records");
+    EXPECT_FALSE(isRecording());
 }
 
 TEST_F(TrafficReaderTest, RepeatsFromAnotherPcAreIgnored) {

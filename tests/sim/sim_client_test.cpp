@@ -259,6 +259,18 @@ TEST_F(SimClientTest, WhoTakesTheConnectionAndSaysNothingIsNoSimulator) {
     simAnswerMs = simconnect::answerMs;
 }
 
+TEST_F(SimClientTest, AWaitInVainTellsWhereTheSimulatorWasLookedFor) {
+    const auto usual = std::exchange(simAdviceAfter, std::chrono::milliseconds(50));
+    world::inprocStop(); // nobody is there
+    startSimClient();
+    EXPECT_TRUE(
+        waitFor([&] { return program.logHas("Is the simulator running, and does its SimConnect.xml have a"); }));
+    EXPECT_EQ(statusText(), "Waiting for MSFS 2020 ...");
+    EXPECT_TRUE(program.logHas("Nobody listens at this process (no SimConnect.cfg names another address)."))
+        << program.logText();
+    simAdviceAfter = usual;
+}
+
 TEST_F(SimClientTest, AFailedRequestEndsTheRunForARestartAndEmptiesTheQueues) {
     requestError();
     EXPECT_TRUE(simRequestFailed);

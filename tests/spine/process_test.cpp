@@ -85,10 +85,11 @@ TEST_F(ProcessTest, ATerminalThatIsNeverReadHoldsNeitherTheRunNorItsEnd) {
 TEST_F(ProcessTest, AnotherDesktopDoesNotShareTheFolder) {
     const pid_t first = start("a");
     ASSERT_TRUE(waitForLog(up));
-    for (const char* desktop : {"a", "b"}) {
-        EXPECT_EQ(codeOf(start(desktop)), 255) << desktop;
+    for (const auto& [desktop, code] : {std::pair("a", 255), {"b", 1}}) {
+        EXPECT_EQ(codeOf(start(desktop)), code) << desktop;
         EXPECT_FALSE(fs::exists("Log0.txt")) << "the log of the first is not touched";
     }
+    EXPECT_TRUE(has("err.txt", "another Kestrelune works in the folder ")) << test::readFile("err.txt");
     EXPECT_EQ(waitpid(first, nullptr, WNOHANG), 0) << "it goes on";
     kill(first, SIGTERM);
     EXPECT_EQ(codeOf(first), 0);
@@ -107,6 +108,70 @@ TEST_F(ProcessTest, WhatCannotStartSaysWhyOnTheErrorStream) {
     fs::create_directory("Log.txt");
     EXPECT_EQ(codeOf(start()), 1);
     EXPECT_TRUE(has("err.txt", "Kestrelune cannot start: ")) << test::readFile("err.txt");
+}
+
+TEST_F(ProcessTest, AFailedStartTellsCauseAndCureAndEndsWithOne) {
+    struct Case {
+        const char* name;
+        void (*spoil)(const test::FlightFolder& folder);
+        const char* text;
+        const char* advice;
+    };
+    const Case cases[] = {
+        {"wrong folder", [](const test::FlightFolder&) { fs::remove_all("docs"); },
+         "error:  41: Kestrelune must be run from the Kestrelune folder!\n", "There is no folder \"docs\" in /"},
+        {"half a package", [](const test::FlightFolder&) { fs::remove_all("input"); }, "input/my_regcodes",
+         "Was the whole package unpacked"},
+        {"no update data", [](const test::FlightFolder&) { fs::remove_all("updates"); },
+         "error:  ", "The reference data \"dbase.zip\" was asked for at file:"},
+        {"no simulator", [](const test::FlightFolder& folder) { folder.writeParameters("", false); },
+         "error:  150: No install path detected, type full path to your Community folder above, and press Enter\n",
+         "write the path of the folder that holds \"Community\" as MSFS_INSTALL_PATH into "},
+        {"no packages",
+         [](const test::FlightFolder&) {
+             fs::create_directory("Community");
+             fs::remove(path::liveriesScanned);
+         },
+         "error:  43: Automatic scan has not found any liveries", "/Community\" for AI aircraft packages of AIG"},
+        {"no folders",
+         [](const test::FlightFolder& folder) {
+             folder.writeParameters("<parameter name=\"LIG_AUTOMATIC\" value=\"false\"/>");
+             fs::remove(path::liveriesScanned);
+         },
+         "error:  48: Set lfolder parameter(-s)", "lfolder0 to lfolder9 are empty."},
+        {"damaged list", [](const test::FlightFolder&) { std::ofstream(path::liveriesScanned) << "<liv"; },
+         "error:  52: ", "The list of liveries is damaged, the next start scans anew."},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        test::FlightFolder fresh(false);
+        closeLog();
+        fs::remove("Log.txt");
+        c.spoil(fresh);
+        const pid_t pid = start("a", -1, (fresh.folder / "appdata").c_str());
+        ASSERT_TRUE(test::waitFor([] { return has("err.txt", "Ctrl-C closes the program.\n"); }))
+            << test::readFile("out.txt");
+        kill(pid, SIGTERM);
+        EXPECT_EQ(codeOf(pid), 1);
+        EXPECT_TRUE(has("err.txt", c.text)) << test::readFile("err.txt");
+        EXPECT_TRUE(has("err.txt", c.advice)) << test::readFile("err.txt");
+        EXPECT_TRUE(has("Log.txt", c.advice)) << "the log tells it as well";
+    }
+}
+
+TEST_F(ProcessTest, DoubtfulSettingsAreToldAndTheRunGoesOn) {
+    program.writeParameters("<parameter name=\"MAX_LIVE\" value=\"twenty\"/><parameter name=\"LOG\" value=\"on\"/>"
+                            "<parameter name=\"LATERAL_RANGE\" value=\"4000\"/>"
+                            "<parameter name=\"LATTERAL_RANGE\" value=\"40\"/>");
+    const pid_t pid = start();
+    ASSERT_TRUE(waitForLog(up));
+    for (const char* told : {"MAX_LIVE=\"twenty\" in parameters.xml is no whole number, 0 is used",
+                             "LOG=\"on\" in parameters.xml is neither true nor false, false is used",
+                             "LATERAL_RANGE=\"4000\" in parameters.xml lies beyond the limits 2 to 100, 100 is used",
+                             "\"LATTERAL_RANGE\" in parameters.xml is no setting", "There is no Community folder in "})
+        EXPECT_TRUE(has("out.txt", told) && has("Log.txt", told)) << told;
+    kill(pid, SIGTERM);
+    EXPECT_EQ(codeOf(pid), 0);
 }
 
 TEST_F(ProcessTest, AFullDiskIsToldOnTheStatus) {

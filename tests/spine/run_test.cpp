@@ -238,6 +238,7 @@ TEST_F(RunTest, ATrafficSourceThatGoesTakesItsTrafficAlongAndMayComeBack) {
         jumpTicks(500);
     }
     ASSERT_TRUE(waitFor([] { return world::inprocObject("DLH4AB").has_value(); }));
+    EXPECT_TRUE(shown("Ready with 4 liveries of 4 airlines, ")) << window.lines();
     link.socket.close();
     ASSERT_TRUE(waitFor([] { return !rtConnected; }));
     EXPECT_TRUE(waitFor([] { return world::inprocObjects().empty(); })) << "while the worker waits for the client";
@@ -391,7 +392,7 @@ TEST_F(RunTest, ANewRunBeginsWithoutTheReportsOfTheOldOne) {
 TEST_F(RunTest, ATerminalThatDoesNotReadLeavesTheTickAlone) {
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    useTerminalWindow(platform::Output::own(ends[1]));
+    useTerminalWindow(platform::Output::own(ends[1]), {});
     openWindow();
     LinkClient link;
     fly(link);

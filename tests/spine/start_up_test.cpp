@@ -102,7 +102,7 @@ TEST_F(StartUpTest, WithoutReferenceDataTheRunEndsAndTellsWhereItLooked) {
     EXPECT_FALSE(dataBaseRead);
     EXPECT_EQ(exitReason(), ExitReason::systemError);
     EXPECT_TRUE(program.logHas("no%20such%20folder")) << program.logText();
-    EXPECT_TRUE(program.logHas("Another place can be named in \"input/update_server.txt\""));
+    EXPECT_TRUE(program.logHas("Another one can be named in \"input/update_server.txt\""));
     EXPECT_NE(window.lines().find("Fetching and reading the reference data ..."), std::string::npos);
     EXPECT_FALSE(ended) << "the error stays up until the user closes";
     userClosed = true;
@@ -111,8 +111,8 @@ TEST_F(StartUpTest, WithoutReferenceDataTheRunEndsAndTellsWhereItLooked) {
 }
 
 TEST_F(StartUpTest, ADamagedListOfLiveriesIsToldAndTheNextStartScansAnew) {
-    const std::string list = test::readFile(path::liveriesScanned), damaged = "The list of liveries is damaged, ";
-    const std::string noSection = "52: output/LiveriesScanned.xml does not contain a <liveries> section. " + damaged;
+    const std::string list = test::readFile(path::liveriesScanned);
+    const std::string noSection = "52: output/LiveriesScanned.xml does not contain a <liveries> section";
     fs::create_directories("packs");
     std::ofstream("packs/aircraft.cfg") << "icao_type_designator=A320\n[fltsim.0]\ntitle=Found\nicao_airline=DLH\n";
     test::writeSmallReference({.types = "A320,Large,34.1\n", .airlines = "DLH,Lufthansa\n"});
@@ -122,9 +122,9 @@ TEST_F(StartUpTest, ADamagedListOfLiveriesIsToldAndTheNextStartScansAnew) {
          {std::pair{list.substr(0, list.size() / 2), noSection},
           {"", noSection},
           {"\x1F\x8B garbage", noSection},
-          {"<liveries><liv airl=\"DLH\" type=\"A320\" title=\"x\"/></liveries>", "meta data incorrect? " + damaged},
+          {"<liveries><liv airl=\"DLH\" type=\"A320\" title=\"x\"/></liveries>", "meta data incorrect?"},
           {list.substr(0, list.find("<liv ")) + "</liveries>",
-           "533: output/LiveriesScanned.xml does not contain liveries. " + damaged}}) {
+           "533: output/LiveriesScanned.xml does not contain liveries"}}) {
         program.writeParameters("<parameter name=\"LIG_AUTOMATIC\" value=\"false\"/>"
                                 "<parameter name=\"lfolder0\" value=\"packs\"/>");
         std::ofstream(path::liveriesScanned, std::ios::binary) << content;
@@ -135,7 +135,9 @@ TEST_F(StartUpTest, ADamagedListOfLiveriesIsToldAndTheNextStartScansAnew) {
             std::thread worker(workerMain);
             EXPECT_TRUE(waitFor([&] { return next ? program.logCount(ready) > before : !errorText().empty(); }))
                 << content;
-            EXPECT_EQ(errorText(), next ? "" : told + "the next start scans anew");
+            EXPECT_EQ(errorText(), next ? "" : told);
+            EXPECT_EQ(window.shown().lines.back().advice,
+                      next ? "" : "The list of liveries is damaged, the next start scans anew.");
             userClosed = true;
             exitRequested = true;
             worker.join();
