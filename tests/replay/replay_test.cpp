@@ -51,6 +51,11 @@ TEST_F(ReplayTest, TheSameSeedGivesTheSameBytes) {
     EXPECT_EQ(json["reference"], "truth");
     EXPECT_GT(json["ways"]["A straight"]["across"]["phases"]["taxi"]["count"], 1000);
     EXPECT_NE(metricsTable(first).find("DLH1"), std::string::npos);
+    const std::string verdict = verdictText(first);
+    EXPECT_EQ(std::count(verdict.begin(), verdict.end(), '\n'), 6) << verdict;
+    EXPECT_TRUE(
+        verdict.starts_with(fmt::format("traffic:  {:.0f} s, {} reports of ", secondsOf(first.ticks), first.lines)))
+        << verdict;
     EXPECT_FALSE(first.map.aircraft.at(0).truth.empty());
     EXPECT_FALSE(first.map.aircraft[0].shown.empty());
 }

@@ -1,4 +1,5 @@
 // kestrelune-replay: replays traffic through the whole program and judges the motion.
+#include "platform/output.h"
 #include "tools/replay/metrics_text.h"
 #include "tools/replay/replay.h"
 #include "tools/replay/scenarios.h"
@@ -27,28 +28,26 @@ void listScenarios() {
 }
 
 int replay(const Options& options) {
+    const bool quiet = options.quiet || !kes::platform::isTerminal(kes::platform::Output::Standard::error);
     int told = -1;
     const Result result = runReplay(options, [&](double part) {
         const int percent = static_cast<int>(part * 100.0);
-        if (options.quiet || percent / 5 == told / 5)
+        if (quiet || percent / 5 == told / 5)
             return;
         told = percent;
         fmt::print(stderr, "\rreplay: {} %", percent);
         std::fflush(stderr);
     });
-    if (!options.quiet)
+    if (!quiet)
         fmt::print(stderr, "\rreplay: 100 %\n");
     writeText(options.out / "metrics.json", metricsJson(result));
     writeMapPage(options.out / "map.html", result.map);
-    fmt::print("{}", metricsTable(result));
+    fmt::print("{}", verdictText(result));
+    if (options.table)
+        fmt::print("{}{}{}", metricsTable(result), overspeedText(result.overspeed), parkingText(result.parking));
     for (const std::string& fault : result.faults)
         fmt::print("internal check failed: {}\n", fault);
-    fmt::print("{}{}", overspeedText(result.overspeed), parkingText(result.parking));
-    fmt::print("replay: {:.0f} s of traffic, {} reports, {} aircraft, {} at most at once, {} objects; measured against "
-               "{}; {}; see {}\n",
-               kes::secondsOf(result.ticks), result.lines, result.names.size(), result.mostAtOnce, result.objects,
-               result.truthKnown ? "the truth" : "the line between the reports",
-               result.faults.empty() ? "no internal check failed" : "INTERNAL CHECKS FAILED",
+    fmt::print("replay: {}; see {}\n", result.faults.empty() ? "no internal check failed" : "INTERNAL CHECKS FAILED",
                (options.out / "map.html").string());
     return result.faults.empty() ? 0 : 1;
 }

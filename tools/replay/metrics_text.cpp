@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <initializer_list>
 #include <nlohmann/json.hpp>
 
 namespace kes::replay {
@@ -117,6 +118,57 @@ std::string parkingText(const ParkingMeasures& m) {
         m.metres.quantile(0.95), m.standMetres.quantile(0.5), m.standMetres.quantile(0.95), m.seconds.quantile(0.5),
         m.seconds.quantile(0.95), m.nose.quantile(0.5), m.nose.quantile(0.95), m.pushBacksToRealSide, m.pushBacks,
         m.mostStatic, m.mostParkedLive);
+}
+
+std::string verdictText(const Result& result) {
+    const Board& board = *result.boards[0];
+    const auto over = [&board](Metric metric, std::initializer_list<Phase> phases) {
+        Series all;
+        for (const Phase phase : phases)
+            all.add(board.of(metric, phase));
+        return all;
+    };
+    const auto p95 = [&over](Metric metric, std::initializer_list<Phase> phases) {
+        return over(metric, phases).quantile(0.95);
+    };
+    const auto inAir = {Phase::air, Phase::approach};
+    const auto onGround = {Phase::rollOut, Phase::taxi, Phase::pushBack};
+    const auto everywhere = {Phase::air,  Phase::approach, Phase::flare,   Phase::rollOut,
+                             Phase::taxi, Phase::pushBack, Phase::takeOff, Phase::parked};
+    const Series sink = over(Metric::sinkRate, everywhere);
+    std::string out =
+        fmt::format("traffic:  {:.0f} s, {} reports of {} aircraft, {} at once at most, measured against {}\n",
+                    secondsOf(result.ticks), result.lines, result.names.size(), result.mostAtOnce,
+                    result.truthKnown ? "the truth" : "the line between the reports");
+    out += fmt::format(
+        "air:      95 % within {:.1f} m of the way, {:.1f} s early, {:.1f} s late, {:.1f} degrees of bank\n",
+        p95(Metric::way, inAir), p95(Metric::early, inAir), p95(Metric::late, inAir), p95(Metric::bank, inAir));
+    out += fmt::format(
+        "ground:   95 % within {:.1f} m of the way, {:.1f} s early, {:.1f} s late, nose {:.1f} degrees off the "
+        "motion\n",
+        p95(Metric::way, onGround), p95(Metric::early, onGround), p95(Metric::late, onGround),
+        p95(Metric::nose, onGround));
+    out += fmt::format(
+        "evenness: largest jump {:.2f} m a tick, {:.1f} twitches a minute at rest, {:.1f} false stops a minute "
+        "rolling, at most {:.2f} times the reported speed\n",
+        over(Metric::jump, everywhere).maximum(), over(Metric::twitches, everywhere).mean(),
+        over(Metric::falseStops, everywhere).mean(), result.overspeed.worst().ratio);
+    out +=
+        sink.count() == 0
+            ? std::string("landings: none\n")
+            : fmt::format("landings: {}, sink rate {:.0f} ft/min (at most {:.0f}), {:.1f} s afloat, at most {:.1f} ft "
+                          "below the ground\n",
+                          sink.count(), sink.quantile(0.5), sink.maximum(),
+                          over(Metric::floatTime, everywhere).quantile(0.5),
+                          over(Metric::belowGround, everywhere).maximum());
+    const ParkingMeasures& m = result.parking;
+    out += m.stands == 0
+               ? std::string("stands:   none were loaded\n")
+               : fmt::format("stands:   {}; of {} aircraft that really stood on one {} did here, {} on another, {} on "
+                             "none; {} of {} push-backs to the real side\n",
+                             m.stands, m.stays, m.onStand, m.onAnother, m.onNone + m.absent, m.pushBacksToRealSide,
+                             m.pushBacks);
+    return out;
 }
 
 std::string metricsTable(const Result& result) {

@@ -9,6 +9,8 @@ namespace kes::replay {
 
 /// One JSON object.
 std::string metricsJson(const Result& result);
+/// What a reader wants to know first, in six lines: traffic, air, ground, evenness, landings, stands.
+std::string verdictText(const Result& result);
 /// A table for the terminal: one row per measure and phase.
 std::string metricsTable(const Result& result);
 /// A line about parking; empty when no park airport was loaded.

@@ -52,6 +52,7 @@ std::optional<command_line::Ending> readOptions(const std::vector<std::string>& 
                             "Ticks of 10 ms between the rows of motion.csv (scenario 10, recording 100)");
     command_line::addText(app, "--data", "DIR", data, "The plain sources of the reference content");
     app.add_flag("--burst", o.burst, "All lines of 5 s come at once, of each aircraft the newest");
+    app.add_flag("--table", o.table, "Each measure by phase, beside the baselines, and not the verdict alone");
     app.add_flag("--quiet", o.quiet, "No progress");
     command_line::addText(app, "--out", "DIR", out,
                           "Gets motion.csv, metrics.json, map.html and, in program/, the program's own files");

@@ -29,6 +29,7 @@ struct Options {
     int every = 0;      ///< ticks between rows of motion.csv; 0 = 10 for a scenario, 100 for a recording
     bool burst = false; ///< all lines of 5 s come at once
     bool quiet = false; ///< no progress
+    bool table = false; ///< all measures, and not the verdict alone
     bool list = false;  ///< the names of the scenarios are wanted, and nothing else
 };
 

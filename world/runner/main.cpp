@@ -71,6 +71,7 @@ std::string startText(const UserStart& u) {
 /// The processes of a run. Whatever happens, their destructors end them.
 struct World {
     Child simulator, source, program;
+    std::string page; ///< the address of the live page
     std::vector<std::string> problems;
     void complain(const std::string& text, const Child* about = nullptr) {
         problems.push_back(text);
@@ -111,12 +112,18 @@ bool makeFolder(World& world, const Places& at, const RunOptions& options, const
     return true;
 }
 
+fs::path standFile(const Places& at, const RunPlan& plan) {
+    return at.folder / "updates" / "MSFS" / "archive" / "stock" / (plan.standsCode + ".xml");
+}
+
 bool startSimulator(World& world, const Places& at, const RunOptions& options, const RunPlan& plan) {
     std::vector<std::string> arguments{"--port",      "0",
                                        "--at",        startText(plan.user),
                                        "--community", at.community.string(),
                                        "--msfs",      options.msfs,
                                        "--report",    (at.output / "simulator.json").string()};
+    arguments.insert(arguments.end(), {"--live", "0", "--live-stands", standFile(at, plan).string(), "--live-log",
+                                       (at.folder / "Log.txt").string(), "--live-place", plan.standsCode});
     for (const Airport& a : plan.airfields) {
         arguments.push_back("--airfield");
         arguments.push_back(fmt::format("{:.6f},{:.6f},{:.0f}", a.place.lat, a.place.lon, a.elevation));
@@ -134,7 +141,8 @@ bool startSimulator(World& world, const Places& at, const RunOptions& options, c
         return false;
     }
     const auto port = world.simulator.waitForLine("simulator listening on port ", startMs);
-    if (!port) {
+    const auto page = world.simulator.waitForLine("live page at ", startMs);
+    if (!port || !page) {
         world.complain("the simulator did not come up", &world.simulator);
         return false;
     }
@@ -142,6 +150,7 @@ bool startSimulator(World& world, const Places& at, const RunOptions& options, c
     config << "[SimConnect]\nProtocol=IPv4\nAddress=127.0.0.1\nPort=" << *port
            << "\nMaxReceiveSize=41088\nDisableNagle=1\n";
     config.close();
+    world.page = *page;
     if (!config) {
         world.complain("SimConnect.cfg could not be written");
         return false;
@@ -268,6 +277,7 @@ int runWorld(const RunOptions& options) {
         say(fmt::format("user's aircraft at {}, {}, program folder {}", startText(plan.user),
                         options.minutes > 0 ? fmt::format("for {:g} minutes", options.minutes) : "until Ctrl-C",
                         at.folder.string()));
+        say(fmt::format("watch it in a browser: {}", world.page));
         watch(world, options.minutes);
     }
     closeDown(world);
@@ -279,10 +289,8 @@ int runWorld(const RunOptions& options) {
     if (up && (source.is_null() || simulator.is_null())) {
         world.complain("a stand-in left no report");
     }
-    const nlohmann::json parking =
-        parkingReport(source, simulator,
-                      readStandFile(at.folder / "updates" / "MSFS" / "archive" / "stock" / (plan.standsCode + ".xml")),
-                      readHalfSpans(at.project / "data" / "types.csv"));
+    const nlohmann::json parking = parkingReport(source, simulator, readStandFile(standFile(at, plan)),
+                                                 readHalfSpans(at.project / "data" / "types.csv"));
     if (parking.is_object()) {
         for (const auto& clash : parking["clashes"]) {
             world.complain(clash.get<std::string>());

@@ -229,13 +229,13 @@ std::unique_ptr<Transport> openTransport(DWORD configIndex, HRESULT& result, Ope
     result = configIndex == 0 ? E_FAIL : E_INVALIDARG;
     if (configIndex != 0)
         return nullptr;
+    attempt.address = "this process";
     world::Inproc& world = world::inproc();
     const std::lock_guard lock(world.mutex);
     const world::Session* session = world.simulator ? world::openSession(*world.simulator) : nullptr;
     if (!session)
         return nullptr;
     attempt.reached = true;
-    attempt.address = "this process";
     result = S_OK;
     return std::make_unique<world::InprocTransport>(world.run, session->id);
 }

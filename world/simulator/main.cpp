@@ -1,6 +1,8 @@
 // The process entry of kestrelune-simulator.
 #include "platform/system.h"
+#include "world/runner/parking_report.h"
 #include "world/simulator/options.h"
+#include "world/view/live_view.h"
 
 #include <algorithm>
 #include <atomic>
@@ -39,12 +41,23 @@ int run(const kes::world::ProgramOptions& options) {
     std::printf("simulator listening on port %u\n", unsigned{server.port()});
     if (options.server.control)
         std::printf("control listening on port %u\n", unsigned{server.controlPort()});
+    kes::world::LiveView live(server);
+    if (options.live) {
+        if (!live.start({options.livePort, kes::runner::readStandFile(kes::platform::pathFrom(options.liveStands)),
+                         kes::platform::pathFrom(options.liveLog), options.livePlace},
+                        error)) {
+            std::fprintf(stderr, "%s\n", error.c_str());
+            return 1;
+        }
+        std::printf("live page at http://127.0.0.1:%u/\n", unsigned{live.port()});
+    }
     std::fflush(stdout);
 
     const auto end = Clock::now() + std::chrono::duration<double, std::ratio<60>>(options.minutes);
     while (!closeAsked && (options.minutes <= 0 || Clock::now() < end))
         if (server.waitForQuit(50))
             break;
+    live.stop();
     server.stop(true);
     kes::platform::endFineTimer();
     return options.reportFile.empty() || writeReport(options.reportFile, server.command("report")) ? 0 : 1;

@@ -46,6 +46,21 @@ void addConnections(CLI::App& app, ServerOptions& server) {
     addNumber(app, "--clients", server.maxClients, 1, 1000, "The most clients at once, default 64");
 }
 
+void addLivePage(CLI::App& app, ProgramOptions& options) {
+    addValue(
+        app, "--live", "N", "a whole number from 0 to 65535",
+        [&options](const std::string& text) {
+            options.live = true;
+            return command_line::readNumber<std::uint16_t>(text, options.livePort, 0, 65535);
+        },
+        "Serve a page for a browser on this port of the loopback that shows what the simulator shows; 0 = any free "
+        "port");
+    addText(app, "--live-stands", "FILE", options.liveStands, "... with the stands of this airport file");
+    addText(app, "--live-log", "FILE", options.liveLog,
+            "... and why an aircraft wears its livery, from the program's log");
+    addText(app, "--live-place", "TEXT", options.livePlace, "... and this in its head");
+}
+
 void addUser(CLI::App& app, SimulatorOptions& simulator) {
     addValue(
         app, "--at", "LAT,LON,ALT_FT[,HDG]", "LAT,LON,ALT_FT[,HDG]",
@@ -113,6 +128,7 @@ std::optional<command_line::Ending> readOptions(const std::vector<std::string>& 
     addConnections(app, options.server);
     addUser(app, options.simulator);
     addSimulator(app, options.simulator);
+    addLivePage(app, options);
     addValue(
         app, "--command", "LINE", "",
         [&options](const std::string& text) {

@@ -329,6 +329,11 @@ std::string Server::command(std::string_view line) {
     return state_->command(line);
 }
 
+void Server::look(const std::function<void(const Simulator&)>& look) const {
+    const std::lock_guard lock(state_->mutex);
+    look(state_->simulator);
+}
+
 bool Server::waitForQuit(int timeoutMs) {
     std::unique_lock lock(state_->mutex);
     return state_->quitWait.wait_for(lock, std::chrono::milliseconds(timeoutMs),

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -33,6 +34,8 @@ public:
     std::uint16_t controlPort() const; ///< likewise, and without a control port
     /// One command (see control.h) between two frames. Any thread.
     std::string command(std::string_view line);
+    /// Shows the simulator between two frames. `look` must be quick, since they wait for it. Any thread.
+    void look(const std::function<void(const Simulator&)>& look) const;
     /// Waits until the simulator has quit by command, or `timeoutMs` have passed. True when it has quit.
     bool waitForQuit(int timeoutMs);
     /// Ends the streams and joins the threads; `farewell` sends QUIT first. The counters stay readable.
