@@ -206,7 +206,8 @@
     pen.fillStyle = colourOf(o);
     pen.fill(shape);
     pen.restore();
-    const named = o.id === selected || (!o.fixed && phaseOf(o) !== 'rest') || view.scale > 0.5;
+    // From afar the names of a whole airport would lie on one another.
+    const named = o.id === selected || (o.fixed || phaseOf(o) === 'rest' ? view.scale > 0.5 : inAir(o) || view.scale > 0.05);
     if (!named) return;
     pen.font = o.id === selected ? '600 12px system-ui' : '11px system-ui';
     pen.fillStyle = o.fixed ? '#8d98a4' : '#e8edf2';
@@ -462,17 +463,19 @@
     take(JSON.parse(e.data));
     $('link').textContent = `live, ${new Date().toISOString().slice(11, 19)} UTC`;
     $('link').classList.remove('lost');
+    if (rows.size === 0) refresh(); // the first message is not kept waiting
   };
   stream.onerror = () => {
     $('link').textContent = 'the simulator is gone, trying again ...';
     $('link').classList.add('lost');
   };
-  setInterval(() => {
+  function refresh() {
     holdStands();
     firstView();
     showCounts();
     showList();
     showCard();
-  }, 500);
+  }
+  setInterval(refresh, 500);
   requestAnimationFrame(frame);
 })();
