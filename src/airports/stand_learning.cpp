@@ -199,11 +199,13 @@ void fillHours(Stand& stand, HhNow now, std::int32_t optIndex, SeenEntry& seen, 
         return;
     const bool sameDay = now.day == seen.time.day;
     const bool nextDay = now.day == seen.time.day % 7 + 1;
-    const std::int32_t gap = sameDay ? now.slot - seen.time.slot : now.slot - seen.time.slot + slotsPerDay;
+    const std::int32_t ahead = now.slot - seen.time.slot + slotsPerDay;
+    const std::int32_t gap = sameDay ? ahead % slotsPerDay : ahead;
     if (!(sameDay || nextDay) || gap < 1 || gap > longestGap)
         return;
     if (sameDay) {
-        for (std::int32_t slot = seen.time.slot + 1; slot <= now.slot; ++slot)
+        // Of a note of a week ago, late on this day, only what has passed of today is filled.
+        for (std::int32_t slot = now.slot - gap + 1; slot <= now.slot; ++slot)
             option->hours |= bitOf(slot);
         joinCallsign(stand, optIndex, a.callsign);
     } else if (const std::int32_t added = addOption(stand, a, real, now, a.callsign, a.regcode); added > 0) {

@@ -91,9 +91,9 @@ std::vector<Candidate> candidatesOf(const Pass& pass, HhNow now, const AiAircraf
     return found;
 }
 
-/// United States airports have gates for nearly all airliners; elsewhere one in ten stands on a ramp.
+/// United States airports have gates for nearly all airliners; elsewhere chance puts one in ten on a ramp.
 bool prefersGates() {
-    if (airportRef && airportRef->code.starts_with('K'))
+    if (!par::RANDOM || (airportRef && airportRef->code.starts_with('K')))
         return true;
     return std::uniform_int_distribution<int>(1, 10)(generator()) != 1;
 }

@@ -1,5 +1,6 @@
 // What a stand list notes of the aircraft that were seen, or are taken to have been, on its stands.
 #include "airports/airport_file.h"
+#include "airports/airport_ref.h"
 #include "airports/stand_learning.h"
 #include "airports/stand_search.h"
 #include "core/parameters.h"
@@ -66,6 +67,7 @@ TEST_F(StandLearning, FillsShortStaysBetweenTheirEnds) {
         {"longer", {1, 20}, {1, 26}, "r1:20,26 DLH4AB \n"},
         {"within a half-hour", {1, 20}, {1, 20}, "r1:20 DLH4AB \n"},
         {"over midnight of a Sunday", {7, 47}, {1, 1}, "r7:47 DLH4AB \nr1:1 DLH5CD \n"},
+        {"of last week", {1, 46}, {1, 2}, "r1:0,1,2,46 DLH4AB DLH5CD\n"},
         {"a week later is no stay", {1, 20}, {2, 21}, "r1:20 DLH4AB \nr2:21 DLH5CD \n"},
     };
     for (const Case& c : cases) {
@@ -300,6 +302,25 @@ TEST_F(StandSearch, ChoosesByKindThenBySize) {
             std::erase_if(list, [&](const Stand& s) { return s.id == id; });
         }
     }
+}
+
+TEST_F(StandSearch, ChancePutsSomeAirlinersOnRamps) {
+    Stand gate = at("gate", 0, 20), ramp = at("ramp", 100, 20);
+    ramp.ramp = true;
+    use({gate, ramp});
+    const auto gates = [] {
+        int count = 0;
+        for (int n = 0; n < 400; ++n)
+            count += lf_searchStands({1, 10}, aircraft(), false) == 1 ? 1 : 0;
+        return count;
+    };
+    EXPECT_EQ(gates(), 400) << "without RANDOM nothing is left to chance";
+    par::RANDOM.value = true;
+    setRandomSeed(1);
+    EXPECT_NEAR(gates(), 360, 20);
+    setAirportRef(AirportRef{"KBOS", "BOS", 0, 0, 0});
+    EXPECT_EQ(gates(), 400);
+    setAirportRef(std::nullopt);
 }
 
 TEST_F(StandSearch, PassesOverStandsInUseAndAsksForTheNextHalfHour) {
