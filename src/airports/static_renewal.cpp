@@ -166,17 +166,14 @@ bool stays(const AiAircraft& a, Placements& placements, HhNow now) {
     if (liveCallsigns.contains(a.coupledCs1) || liveCallsigns.contains(a.coupledCs2))
         return false; // the real one is about
     std::vector<std::size_t> rivals;
-    if (const std::size_t own = placements.on(a.sid); own != none) {
-        if (!isSame(toPark[own], a) && isNewer(toPark[own], a, now))
-            return false;
+    if (const std::size_t own = placements.on(a.sid); own != none)
         rivals.push_back(own);
-    } else {
+    else
         rivals = colliding(a, placements);
-        if (rivals.empty())
-            return testRange(a, now);
-        if (std::ranges::any_of(rivals, [&](std::size_t n) { return isNewer(toPark[n], a, now); }))
-            return false;
-    }
+    if (rivals.empty())
+        return testRange(a, now);
+    if (std::ranges::any_of(rivals, [&](std::size_t n) { return !isSame(toPark[n], a) && isNewer(toPark[n], a, now); }))
+        return false;
     for (const std::size_t n : rivals)
         placements.drop(n);
     return true;

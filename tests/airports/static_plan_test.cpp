@@ -307,6 +307,17 @@ TEST_F(RenewalTest, EachStaticAircraftIsJudged) {
             addParked(1, "DLH1", later(now, -2)).coupledCs2 = "DLH2";
         };
     };
+    // Only the aircraft's stand knows of the other.
+    const auto nextDoor = [](const char* callsign, std::initializer_list<int> slots) {
+        stands[1].lat = stands[0].lat + 20 * metre;
+        stands[0].adjacent = {2};
+        addOption(stands[1], dlh(callsign, slots));
+        AiAircraft& a = addParked(1, "DLH1", {3, 18});
+        if (std::string_view(callsign) == "DLH2") {
+            a.coupledCs2 = "DLH2";
+            a.callsign = "DLH2*";
+        }
+    };
     const Row rows[] = {
         {"its option still speaks for it", one(dlh("DLH1", {18})), {}, "", ""},
         {"another option of its kind, too", one(dlh("", {5})), {}, "", ""},
@@ -341,6 +352,9 @@ TEST_F(RenewalTest, EachStaticAircraftIsJudged) {
          {},
          "DLH1* ",
          "1 DLH7 1, "},
+        {"a newer one next door that leaves no room", [&] { nextDoor("DLH7", {19}); }, {}, "DLH1* ", "2 DLH7 1, "},
+        {"an older one", [&] { nextDoor("DLH7", {17}); }, {}, "", ""},
+        {"itself, on its departure", [&] { nextDoor("DLH2", {19}); }, {}, "", ""},
         {"no stand",
          [&] {
              addParked(0, "DLH1", {3, 18});
