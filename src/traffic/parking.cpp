@@ -118,6 +118,9 @@ bool belongsToAirport(const LiveAircraft& a) {
 void leaveParkAirport() {
     bool dropAsked = false;
     for (LiveAircraft& a : liveAircraft) {
+        // It drives on to where it was to stand, but the number is soon that of another airport's stand.
+        if (a.fs == FlightState::parking)
+            a.sid = 0;
         if (!belongsToAirport(a))
             continue;
         releaseStand(a.sid);

@@ -339,6 +339,7 @@ TEST_F(Parking, WhenTheAirportGoesItsAircraftGo) {
     EXPECT_EQ(liveAircraft[0].sid, 0U);
     EXPECT_EQ(liveAircraft[1].st, AircraftStatus::removingfromsim);
     EXPECT_EQ(liveAircraft[2].st, AircraftStatus::active);
+    EXPECT_EQ(liveAircraft[2].sid, 0U) << "a number of the next airport's list";
     EXPECT_EQ(liveAircraft[3].st, AircraftStatus::active);
 }
 
