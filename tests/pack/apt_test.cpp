@@ -57,6 +57,11 @@ TEST(Apt, RowsBecomeStands) {
         {"1300 50 8 0 gate jets|turboprops Cargo 1", "1 18.0 cargo"},
         {"1300 50 8 0 tie_down turboprops|props Apron 1", "1 12.0 ramp"},
         {"1300 50 8 0 misc all Apron 1", "1 18.0 ramp"},
+        {"102 H1 50 8 370 30.5 24 2 0 0 0.00 0", "H1 12.0 ramp heli"},
+        {"102 H1 50 8 0 10 10 2", "H1 7.5 ramp heli"},
+        {"102 H1 50 8 0 58.7 75.1 2", "H1 20.0 ramp heli"},
+        {"102 H1 50.0001 8 0 30 30 2\n1300 50 8 0 misc helos Pad 1\n1301 A none", "1 7.5 ramp heli"},
+        {"15 50 8 0 Ramp 1\n102 H1 50.0001 8 0 30 30 2", "1 12.0 ramp"},
         {"15 50 8 0 Gate 1", "1 18.0"},
         {"15 50 8 0 Ramp 1", "1 12.0 ramp"},
         {"15 50 8 0 Ramp 9\n1300 50 8 0 gate jets Gate 1", "1 18.0"},
@@ -95,7 +100,8 @@ TEST(Apt, BadRowsCostThemselvesOnly) {
     std::vector<BadRow> bad;
     const auto airports =
         parse("1301 C airline\n1 x 0 0 ABCD A\n1302 icao_code EDYY\n1300 50 8 gate jets Gate 1\n1301 C "
-              "airline\n1300 95 8 0 gate jets Gate 2\n1300 50 8 0 gate jets Gate 3\n1301 Z airline\n",
+              "airline\n1300 95 8 0 gate jets Gate 2\n1300 50 8 0 gate jets Gate 3\n1301 Z airline\n"
+              "102 H1 50 8 0 wide 3\n",
               &bad);
     ASSERT_EQ(airports.size(), 1U);
     EXPECT_EQ(airports[0].code, "EDYY");
@@ -103,7 +109,8 @@ TEST(Apt, BadRowsCostThemselvesOnly) {
     std::string text;
     for (const BadRow& row : bad)
         text += fmt::format("{} {};", row.line, row.reason);
-    EXPECT_EQ(text, "5 no elevation;7 no position or heading;9 no position or heading;11 \"Z\" is no width code;");
+    EXPECT_EQ(text, "5 no elevation;7 no position or heading;9 no position or heading;11 \"Z\" is no width code;"
+                    "12 a helipad without a size;");
     EXPECT_THROW(parseApt("PK\x03\x04", "x.zip", bad), std::runtime_error);
 }
 

@@ -20,6 +20,9 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr double sameSpotNm = 1.0 / metresPerNm;
+constexpr double onPadNm = 20.0 / metresPerNm;
+/// Metres; no rotor turns beyond these, and a pad may be drawn as the whole apron.
+constexpr double smallestPad = 7.5, greatestPad = 20.0;
 
 /// The next word of a row; empty at its end.
 std::string_view nextWord(std::string_view& row) {
@@ -52,6 +55,8 @@ public:
             addStart(row);
         } else if (code == "15") {
             addOldStart(row);
+        } else if (code == "102") {
+            addPad(row);
         } else if (code == "1301") {
             addOperation(row);
         } else if (code == "1302") {
@@ -113,6 +118,36 @@ private:
         oldStarts_.push_back(std::move(start));
     }
 
+    void addPad(std::string_view row) {
+        AptStart pad;
+        pad.kind = "misc";
+        pad.classes = "helos";
+        pad.name = nextWord(row);
+        if (!airport_ || !readPlace(row, pad)) {
+            return;
+        }
+        double length = 0, width = 0;
+        if (!toNumber(nextWord(row), length) || !toNumber(nextWord(row), width)) {
+            refuse("a helipad without a size");
+            return;
+        }
+        pad.padRadius = std::clamp(std::min(length, width) / 2, smallestPad, greatestPad);
+        pads_.push_back(std::move(pad));
+    }
+
+    /// Adds the helipads where nothing starts yet.
+    void addFreePads() {
+        std::vector<AptStart>& starts = airport_->starts;
+        for (AptStart& pad : pads_) {
+            const bool isFree = std::ranges::none_of(starts, [&](const AptStart& start) {
+                return distanceNm({start.lat, start.lon}, {pad.lat, pad.lon}) < onPadNm;
+            });
+            if (isFree) {
+                starts.push_back(std::move(pad));
+            }
+        }
+    }
+
     void addOperation(std::string_view row) {
         if (!airport_ || (lastWasStart_ && refused_)) {
             return;
@@ -145,10 +180,12 @@ private:
             if (airport_->starts.empty()) {
                 airport_->starts = std::move(oldStarts_);
             }
+            addFreePads();
             airports_.push_back(std::move(*airport_));
         }
         airport_.reset();
         oldStarts_.clear();
+        pads_.clear();
     }
 
     std::string file_;
@@ -157,7 +194,7 @@ private:
     bool lastWasStart_ = false;
     bool refused_ = false; ///< the last row 1300
     std::optional<AptAirport> airport_;
-    std::vector<AptStart> oldStarts_;
+    std::vector<AptStart> oldStarts_, pads_;
     std::vector<AptAirport> airports_;
 };
 
@@ -197,7 +234,7 @@ Stand standOf(const AptStart& start) {
     stand.lat = start.lat;
     stand.lon = start.lon;
     stand.heading = normalizeAngle(start.heading * degToRad);
-    stand.radius = radiusOf(widthOf(start));
+    stand.radius = start.padRadius > 0 ? start.padRadius / metresPerNm : radiusOf(widthOf(start));
     stand.heli = start.classes == "helos" || (start.kind.empty() && hasWord(start.name, {"HELI"}));
     const bool unknownUse = start.operation.empty() || start.operation == "none";
     stand.cargo =

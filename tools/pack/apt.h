@@ -12,7 +12,7 @@
 
 namespace kes::pack {
 
-/// A start place as a layout tells it.
+/// A start place as a layout tells it, or a helipad.
 struct AptStart {
     std::size_t line = 0;                 ///< in its file, from 1
     double lat = 0, lon = 0, heading = 0; ///< degrees; the heading in any turn
@@ -20,6 +20,7 @@ struct AptStart {
     std::string classes;                  ///< heavy|jets|turboprops|props|helos|fighters, or all
     std::string name;
     char width = 0;                      ///< A to F, 0 = not told
+    double padRadius = 0;                ///< metres; 0 = no helipad
     std::string operation;               ///< none, general_aviation, airline, cargo, military; empty = not told
     std::vector<std::string> airlines{}; ///< ICAO codes of those that it is marked for
 };
@@ -31,7 +32,8 @@ struct AptAirport {
 };
 
 /// Reads a layout file of form 1100, one before or after it, plain or gzip. Start places of the old kind (row 15) count
-/// only where an airport has none of the new kind. Rows that cannot be used are added to `bad`. Throws
+/// only where an airport has none of the new kind. Helipads (row 102) come last, but for those on which a start place
+/// lies: theirs would be the nearest stand to others, too. Rows that cannot be used are added to `bad`. Throws
 /// std::runtime_error when the file cannot be read or is no layout file.
 std::vector<AptAirport> readApt(const std::filesystem::path& file, std::vector<BadRow>& bad);
 /// The same of a text; `file` is told with bad rows.
