@@ -2,10 +2,9 @@
 #include "airport_harness.h"
 #include "airports/user_stand.h"
 #include "core/folders.h"
+#include "read_only_folder.h"
 
 #include <functional>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace kes {
 namespace {
@@ -115,18 +114,23 @@ TEST_F(ParkAirportsTest, TheUsersStandIsStored) {
 
 TEST_F(ParkAirportsTest, AFailedWriteLeavesTheOldFile) {
     parkAirportList.assign(1, {"EDDF", "A1"});
-    if (geteuid() == 0) { // nothing is read-only for this user, but a folder cannot be replaced, nor read as a file
-        std::filesystem::create_directories(path::myParkAirports / "old");
+    const auto told = [] {
+        const bool isTold = statusText().starts_with("airports/my_park_airports.txt could not be written: ");
+        clearStatus();
+        return isTold;
+    };
+    write(path::myParkAirports, "EDDF,OLD\n");
+    {
+        const test::ReadOnlyFolder folder("airports");
         storeUserStand();
-        EXPECT_TRUE(std::filesystem::exists(path::myParkAirports / "old"));
-    } else {
-        write(path::myParkAirports, "EDDF,OLD\n");
-        chmod("airports", 0555);
-        storeUserStand();
-        chmod("airports", 0755);
-        EXPECT_EQ(file(), "EDDF,OLD\n");
     }
-    EXPECT_TRUE(statusText().starts_with("airports/my_park_airports.txt could not be written: ")) << statusText();
+    EXPECT_TRUE(told());
+    EXPECT_EQ(file(), "EDDF,OLD\n");
+    std::filesystem::remove(path::myParkAirports);
+    std::filesystem::create_directories(path::myParkAirports / "old");
+    storeUserStand();
+    EXPECT_TRUE(told()) << "what cannot be read is not written over";
+    EXPECT_TRUE(std::filesystem::exists(path::myParkAirports / "old"));
 }
 
 TEST_F(ParkAirportsTest, TheNextAirportStandsFirst) {

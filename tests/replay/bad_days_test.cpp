@@ -9,6 +9,7 @@
 #include "core/user_aircraft.h"
 #include "core/window.h"
 #include "full_disk.h"
+#include "read_only_folder.h"
 #include "replay/virtual_airport.h"
 #include "tools/replay/stand_check.h"
 #include "traffic/live_table.h"
@@ -133,34 +134,54 @@ TEST_F(BadDaysTest, AllWantTheOnlyStand) {
 }
 
 TEST_F(BadDaysTest, WhatCannotBeSavedAtTheReleaseIsTold) {
-    row.count = 3;
+    row.count = 4;
     row.write("EDDM", [](int) { return ""; });
-    const std::filesystem::path learned = "airports/learned/stock/EDDM.xml";
+    const std::filesystem::path folder = "airports/learned/stock", learned = folder / "EDDM.xml";
+    const std::string refused = " saving \"airports/learned/stock/EDDM.xml\" did not succeed";
     std::string old;
-    for (const bool full : {false, true}) {
+    enum Day { good, fullDisk, readOnly, noFolder };
+    for (const Day day : {good, fullDisk, readOnly, noFolder}) {
         begin(test::overTheField(), wednesday);
         fly(40);
         const std::int32_t first = ticks;
         fly(130, [&] {
             if (ticks % 500 == 0)
-                rollIn(full ? 2 : 1, row.stand(full ? 2 : 1), (ticks - first) / 100.0);
+                rollIn(day, row.stand(day), (ticks - first) / 100.0);
         });
-        EXPECT_EQ(saveUpdates, 1);
-        if (full) {
-            test::FullDisk disk;
-            unloadParkAirport();
-            EXPECT_NE(statusText().find(" saving \"airports/learned/stock/EDDM.xml\" did not succeed"),
-                      std::string::npos)
-                << statusText();
-        } else {
+        EXPECT_EQ(saveUpdates, 1) << day;
+        if (day == good) {
             unloadParkAirport();
             old = test::readFile(learned);
-            EXPECT_NE(old.find("D-Z001"), std::string::npos);
+            EXPECT_NE(old.find("D-Z000"), std::string::npos);
+        } else if (day == fullDisk) {
+            const test::FullDisk disk;
+            unloadParkAirport();
+            EXPECT_NE(statusText().find(refused), std::string::npos) << statusText();
+        } else if (day == readOnly) {
+            const test::ReadOnlyFolder writeProtected(folder);
+            unloadParkAirport();
+            EXPECT_NE(statusText().find(refused), std::string::npos) << statusText();
+        } else {
+            std::filesystem::rename(folder, "aside");
+            std::ofstream(folder, std::ios::binary) << "a file";
+            try {
+                unloadParkAirport();
+                ADD_FAILURE() << "there is no folder";
+            } catch (const std::filesystem::filesystem_error& error) {
+                EXPECT_NE(std::string(error.what()).find("create_directory"), std::string::npos) << error.what();
+            }
+            std::filesystem::remove(folder);
+            std::filesystem::rename("aside", folder);
+            EXPECT_TRUE(parkAirportLoaded()) << "the end of the run saves once more";
+            saveParkState();
+            EXPECT_NE(test::readFile(learned).find("D-Z003"), std::string::npos);
+            end();
+            break;
         }
         EXPECT_FALSE(parkAirportLoaded());
+        EXPECT_EQ(test::readFile(learned), old) << "the old file is whole";
         end();
     }
-    EXPECT_EQ(test::readFile(learned), old) << "the old file is whole";
 }
 
 } // namespace
