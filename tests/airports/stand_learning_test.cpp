@@ -154,15 +154,41 @@ TEST_F(StandLearning, GuessesOnceInThreeHalfHours) {
     noteGuessedUse(aircraft(), {1, 12});
     EXPECT_EQ(learned(), "s1:10,11,12 DLH4AB \n") << "known from before, and the gap closed";
 
-    AiAircraft other = aircraft("DLH7", "D-AIZB");
-    other.hexid = 0x3c0002;
-    stands[0].options.push_back({.regcode = "D-AIZB", .hours = 1U << 12, .optIndex = 2, .day = 1, .real = 1});
-    noteGuessedUse(other, {1, 13});
-    EXPECT_TRUE(stands[1].options.empty()) << "it was really seen half an hour before";
-    noteGuessedUse(other, {1, 15});
-    EXPECT_TRUE(stands[1].options.empty()) << "asked again too soon";
-    noteGuessedUse(other, {1, 16});
-    EXPECT_EQ(stands[0].options.size() + stands[1].options.size(), 3U);
+    AiAircraft lost = aircraft("DLH7", "D-AIZB");
+    lost.hexid = 0x3c0002;
+    lost.wingspan = 99 * metre;
+    saveUpdates = 0;
+    for (Stand& stand : stands)
+        stand.options.push_back({.hours = 3U << 13, .optIndex = 1, .day = 1});
+    noteGuessedUse(lost, {1, 13}); // finds no stand
+    noteGuessedUse(lost, {1, 15});
+    EXPECT_EQ(saveUpdates, 0) << "asked again too soon";
+    noteGuessedUse(lost, {1, 16});
+    EXPECT_EQ(saveUpdates, 1);
+}
+
+TEST_F(StandLearning, WhatWasReallySeenIsNotGuessed) {
+    const struct {
+        const char* name;
+        ParkPosOption seen;
+        bool guessed;
+    } rows[] = {
+        {"half an hour before", {.regcode = "D-AIZA", .hours = 1U << 12, .optIndex = 1, .day = 1, .real = 1}, false},
+        {"now", {.regcode = "D-AIZA", .hours = 1U << 13, .optIndex = 1, .day = 1, .real = 1}, false},
+        {"half an hour after", {.regcode = "D-AIZA", .hours = 1U << 14, .optIndex = 1, .day = 1, .real = 1}, false},
+        {"an hour before", {.regcode = "D-AIZA", .hours = 1U << 11, .optIndex = 1, .day = 1, .real = 1}, true},
+        {"another day", {.regcode = "D-AIZA", .hours = 1U << 13, .optIndex = 1, .day = 2, .real = 1}, true},
+        {"another one", {.regcode = "D-AIZB", .hours = 1U << 12, .optIndex = 1, .day = 1, .real = 1}, true},
+        {"guessed itself", {.regcode = "D-AIZA", .hours = 1U << 12, .optIndex = 1, .day = 1, .real = 0}, true},
+    };
+    for (const auto& row : rows) {
+        resetStandLearning();
+        stands.assign(2, Stand{.id = "12", .radius = 20 * metre});
+        giveSids(stands);
+        stands[0].options.push_back(row.seen);
+        noteGuessedUse(aircraft(), {1, 13});
+        EXPECT_EQ(saveUpdates, row.guessed ? 1 : 0) << row.name;
+    }
 }
 
 TEST_F(StandLearning, FindsBothFlightsOfAVisit) {
@@ -327,6 +353,7 @@ TEST_F(StandSearch, PassesOverStandsInUseAndAsksForTheNextHalfHour) {
     Stand a = at("A", 0, 20), b = at("B", 100, 20);
     a.options.push_back({.hours = 1ULL << 47, .optIndex = 1, .day = 7});
     b.options = a.options;
+    b.options[0].real = 1; // seen or guessed, it is in use
     use({a, b});
     EXPECT_EQ(lf_searchStands({7, 47}, aircraft(), false), 0U);
     EXPECT_NE(lf_searchStands({7, 47}, aircraft(), true), 0U);

@@ -438,8 +438,12 @@ TEST_F(RenewalTest, LiveAircraftStayForATime) {
     par::INITIAL_LOAD_ONLY.value = true;
     renewParking({});
     EXPECT_EQ(liveRemoved, Hexids{});
-    par::INITIAL_LOAD_ONLY.value = false;
     par::CUSTOM_MAX_PARK.value = 1;
+    parkAll();
+    renewParking({});
+    EXPECT_EQ(liveRemoved, (Hexids{0x400004, 0x400003, 0x400002, 0x400001}))
+        << "no stay is too long, but they are many";
+    par::INITIAL_LOAD_ONLY.value = false;
     parkAll();
     renewParking({});
     EXPECT_EQ(liveRemoved, (Hexids{0x400002, 0x400004, 0x400003, 0x400001})) << "the longest standing first";

@@ -259,6 +259,21 @@ TEST_F(Parking, StaticAircraftMakeWay) {
     staticOn(1, AircraftStatus::adding2sim);
     makeWay(a, stands[0]);
     EXPECT_TRUE(parkedAircraft.at(0).removeWhenReady) << "its request was on its way";
+
+    wantedParked = 5;
+    for (const bool born : {true, false}) { // both ways onto a stand ask for it
+        resetLiveTraffic();
+        parkedAircraft.clear();
+        standsAt({0});
+        staticOn(1);
+        LiveAircraft& comes = stopped(5);
+        comes.stream.push_back(comes.stream.front());
+        if (born)
+            EXPECT_EQ(bornOnStand(comes), BirthPlace::parked);
+        else
+            try2Park(comes, true);
+        EXPECT_EQ(parkedAircraft[0].st, AircraftStatus::removingfromsim) << born;
+    }
 }
 
 TEST_F(Parking, AStaticAircraftThatIsTheSameGoes) {

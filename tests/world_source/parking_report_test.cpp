@@ -26,13 +26,14 @@ nlohmann::json rest(const char* name, const char* title, double metresNorth, dou
 }
 
 struct ParkingReportTest : testing::Test {
-    std::vector<Stand> stands; ///< "A" to "D", 50 m apart, and "D2" 10 m beside "D"
+    std::vector<Stand> stands; ///< "A" to "D", 50 m apart, "D2" 10 m and "E" 30 m beside "D"
     const std::map<std::string, double, std::less<>> halfSpans{
         {"A320", 17.05 / metresPerNm}, {"B77W", 32.4 / metresPerNm}, {"B748", 34.2 / metresPerNm}};
     nlohmann::json source = {{"rests", nlohmann::json::array()}}, simulator = source;
 
     ParkingReportTest() {
-        for (const auto& [id, metres] : {std::pair{"A", 0}, {"B", 50}, {"C", 100}, {"D", 150}, {"D2", 160}}) {
+        for (const auto& [id, metres] :
+             {std::pair{"A", 0}, {"B", 50}, {"C", 100}, {"D", 150}, {"D2", 160}, {"E", 180}}) {
             Stand stand{.id = id};
             stand.lat = north(metres).lat;
             stand.lon = field.lon;
@@ -74,6 +75,7 @@ TEST_F(ParkingReportTest, TwoThingsAtOnePlaceAreSeenAndNothingElse) {
         {"who waits to roll on may", {"L1", "KAI B77W X", 25, 0, 99}, {"A2*", "KAI A320 X", 0, 0, 99}, 0, 0},
         {"static off its stand", {"A1*", "KAI A320 X", 25, 0, 99}, {"A2*", "KAI A320 X", 0, 0, 99}, 0, 1},
         {"overlapping stands", {"A1*", "KAI A320 X", 150, 0, 99}, {"A2*", "KAI A320 X", 160, 0, 99}, 0, 1},
+        {"too near for neighbours", {"A1*", "KAI A320 X", 150, 0, 99}, {"A2*", "KAI A320 X", 180, 0, 99}, 0, 1},
         {"of unknown size", {"A1*", "KAI Q X", 150, 0, 99}, {"A2*", "KAI A320 X", 160, 0, 99}, 0, 0},
     };
     for (const auto& row : rows) {
@@ -86,6 +88,12 @@ TEST_F(ParkingReportTest, TwoThingsAtOnePlaceAreSeenAndNothingElse) {
         EXPECT_EQ(r["clashes"].size(), static_cast<std::size_t>(row.two + row.inside)) << row.name;
         simulator = before;
     }
+    stands.push_back(stands[0]);
+    stands.back().sid = 7;
+    stands.back().lat = north(2).lat;
+    show(rest("L1", "none", 0, 0, 99));
+    show(rest("L2", "none", 1.8, 0, 99));
+    EXPECT_EQ(report()["twoOnOneStand"], 0) << "each is on the nearer of two";
     EXPECT_TRUE(parkingReport(source, simulator, {}, halfSpans).is_null()) << "no stands, no counts";
     EXPECT_TRUE(parkingReport(source, nullptr, stands, halfSpans).is_null());
 }
@@ -97,10 +105,12 @@ TEST_F(ParkingReportTest, ArrivalsAreFollowedToTheirStands) {
         bool rolledIn;
         double shownMetres, shownFrom; ///< below 0: it was never shown
         int seen, parked, wrong;
+        double shownTo = 1000;
     } rows[] = {
         {"on its stand", 4, 100, 400, true, 0, 140, 1, 1, 0},
         {"on another", 4, 100, 400, true, 50, 140, 1, 1, 1},
         {"on none", 4, 100, 400, true, 25, 140, 1, 0, 0},
+        {"it was there before", 4, 500, 900, true, 0, 100, 1, 0, 0, 400},
         {"nobody knows its stand", 154, 100, 400, true, 150, 140, 0, 0, 0},
         {"stands from the beginning", 4, 100, 400, false, 0, 140, 0, 0, 0},
         {"waits at a crossing", 4, 100, 129, true, 0, 140, 0, 0, 0},
@@ -111,7 +121,7 @@ TEST_F(ParkingReportTest, ArrivalsAreFollowedToTheirStands) {
         const auto realBefore = source, shownBefore = simulator;
         source["rests"].push_back(rest("DLH1", "", row.realMetres, row.realFrom, row.realTo, row.rolledIn));
         if (row.shownFrom >= 0)
-            show(rest("DLH1", "KAI A320 X", row.shownMetres, row.shownFrom, 1000));
+            show(rest("DLH1", "KAI A320 X", row.shownMetres, row.shownFrom, row.shownTo));
         const auto r = report();
         EXPECT_EQ(r["arrivalsSeen"], row.seen) << row.name;
         EXPECT_EQ(r["arrivalsParked"], row.parked) << row.name;
@@ -131,17 +141,19 @@ TEST_F(ParkingReportTest, PeaksAreOfOneMoment) {
     const auto r = report();
     EXPECT_EQ(r["peakStatic"], 2);
     EXPECT_EQ(r["peakParkedLive"], 2);
-    EXPECT_EQ(r["stands"], 5);
+    EXPECT_EQ(r["stands"], 6);
 }
 
 TEST(ParkingReportFiles, StandsAndSpans) {
     const SourceFolder folder;
     folder.write("a.xml", "<parkpositions><parkpos id='7' latitude='48' longitude='11' heading='90' radius='20'/>"
-                          "</parkpositions>");
+                          "<parkpos id='8' latitude='48.0003' longitude='11' radius='20'/></parkpositions>");
     folder.write("bad.xml", "<parkpositions><parkpos id='7' ");
     folder.write("t.csv", "code,category,span_m,name\nA320,Large,34.1,Airbus\nX,Large,wide,X\n");
-    ASSERT_EQ(readStandFile(folder.path / "a.xml").size(), 1U);
-    EXPECT_EQ(readStandFile(folder.path / "a.xml")[0].id, "7");
+    const std::vector<Stand> list = readStandFile(folder.path / "a.xml");
+    ASSERT_EQ(list.size(), 2U);
+    EXPECT_EQ(list[0].id, "7");
+    EXPECT_EQ(list[0].adjacent, std::vector<std::uint32_t>{2});
     EXPECT_TRUE(readStandFile(folder.path / "bad.xml").empty());
     EXPECT_TRUE(readStandFile(folder.path / "none.xml").empty());
     const auto spans = readHalfSpans(folder.path / "t.csv");
