@@ -68,11 +68,6 @@ struct StaticParkingTest : AirportTest {
             a.st = AircraftStatus::active;
         }
     }
-    /// The simulator has done what it was told.
-    static void removeAll() {
-        std::erase_if(parkedAircraft, [](const AiAircraft& a) { return a.st == AircraftStatus::removingfromsim; });
-        clearOrders();
-    }
 };
 
 TEST_F(StaticParkingTest, OnTheGroundTheAirportIsFilled) {
@@ -242,36 +237,6 @@ TEST_F(StaticParkingTest, SettingsOfTheAirportEndWithIt) {
         saveParamChanged = false;
         unloadParkAirport();
     }
-}
-
-TEST_F(StaticParkingTest, JumpsBetweenTwoAirportsLeaveNothingBehind) {
-    putAirport("EDDF", field, 30);
-    putAirport("EGLL", heathrow, 1);
-    list({"EDDF", "EGLL"});
-    for (int jump = 0; jump < 60; ++jump) {
-        const bool away = jump % 2 == 1;
-        for (int tick = 0; tick < 1 + jump % 4; ++tick) {
-            fly(away ? heathrow : field);
-            for (int n = 0; n < jump % 7; ++n)
-                createNextStatic();
-            if (jump % 3 == 0)
-                createAll();
-            for (const AiAircraft& a : parkedAircraft)
-                if (a.sid != 0) {
-                    ASSERT_LE(a.sid, stands.size()) << jump;
-                    ASSERT_TRUE(a.callsign.starts_with(here())) << jump << " " << a.callsign;
-                }
-            ASSERT_LE(parkedAircraft.size(), 61u) << jump;
-        }
-        if (jump % 5 == 0)
-            unloadParkAirport(); // flushed by the user
-        if (jump % 4 == 0)
-            removeAll();
-    }
-    unloadParkAirport();
-    removeAll();
-    EXPECT_TRUE(parkedAircraft.empty());
-    EXPECT_TRUE(waitingOrders().staticCreateQueue.empty());
 }
 
 TEST_F(StaticParkingTest, AnOnlyStandIsFilled) {

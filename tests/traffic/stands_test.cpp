@@ -180,12 +180,8 @@ TEST_F(StandsTest, BornOnAStandThatFits) {
         {"too fast for that", 80, 50, 5.1, false, taxiing},
         {"the last one too far off", 80, 44, 5, false, taxiing},
         {"about to stop elsewhere", 50, 60, 5, false, taxiing},
-        {"hardly too wide", 0, 0, 0, true, parked, "A320", 15.3},
-        {"too wide", 21, 21, 5, true, taxiing, "A320", 15.1},
-        {"too wide, but clearly here", 19, 19, 5, true, parked, "A320", 15.1},
         {"a helicopter at a gate", 0, 0, 5, true, taxiing, "EC35"},
         {"a helicopter on its pad", 0, 0, 0, true, parked, "EC35", 20, true},
-        {"an airliner on that", 0, 0, 5, true, taxiing, "A320", 20, true},
         {"taken", 0, 0, 5, true, taxiing, "A320", 20, false, true},
         {"the airport is near", 0, 0, 0, true, parked, "A320", 20, false, false, 4.9},
         {"it is not", 0, 0, 0, true, taxiing, "A320", 20, false, false, 5.1},
@@ -239,26 +235,6 @@ TEST_F(StandsTest, BornOnAStandThatFits) {
     setAirportRef(std::nullopt);
     EXPECT_EQ(bornOnStand(a), taxiing) << "no airport";
     EXPECT_EQ(standName(2) + standName(0) + standName(7), "A1sid==0?unknown");
-}
-
-TEST_F(StandsTest, TheNearestFreeStandIsTaken) {
-    setAirportRef(AirportRef{"EDDF", "FRA", homeLat, homeLon, 0});
-    stands = {
-        {.id = "far", .lat = homeLat + 40 * metre, .lon = homeLon, .heading = 0, .radius = 20 * metreNm, .sid = 1},
-        {.id = "taken",
-         .lat = homeLat,
-         .lon = homeLon,
-         .heading = 0,
-         .radius = 20 * metreNm,
-         .sid = 2,
-         .liveOnIt = true},
-        {.id = "near", .lat = homeLat + 30 * metre, .lon = homeLon, .heading = 0, .radius = 20 * metreNm, .sid = 3},
-        {.id = "farther", .lat = homeLat - 50 * metre, .lon = homeLon, .heading = 0, .radius = 20 * metreNm, .sid = 4}};
-    PositionSample s = ground(0, 5000, 0);
-    s.stopped = true;
-    LiveAircraft& a = activeFlight(firstHex, {s, s});
-    EXPECT_EQ(bornOnStand(a), BirthPlace::parked);
-    EXPECT_EQ(standName(a.sid), "near");
 }
 
 } // namespace
