@@ -143,8 +143,19 @@ for (const text of (data.error ? [data.error] : []).concat(data.warnings)) {
   item.textContent = text;
   byId('warnings').appendChild(item);
 }
-// "#247" at the end of the address leads to that stand.
-chosen = data.stands.findIndex(s => s.id === decodeURIComponent(location.hash.slice(1)));
-if (chosen >= 0) Object.assign(view, {x: places[chosen].x - 150, y: places[chosen].y - 110, w: 300, h: 220});
+// "#247" at the end of the address leads to that stand, also when it is typed later on. An id with a '%' may stand there
+// as it is.
+function followAddress() {
+  const text = location.hash.slice(1);
+  let id = text;
+  try { id = decodeURIComponent(text); } catch {}
+  const i = data.stands.findIndex(s => s.id === id || s.id === text);
+  if (i < 0) return;
+  Object.assign(view, {x: places[i].x - 150, y: places[i].y - 110, w: 300, h: 220});
+  setView();
+  choose(i);
+}
+window.addEventListener('hashchange', followAddress);
 setView();
 show();
+followAddress();
