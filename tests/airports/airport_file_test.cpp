@@ -98,7 +98,11 @@ TEST_F(AirportFileTest, BaseStandsAndOptionsAreRead) {
             "<parkpos id=\"near0\" latitude=\"0.0005\" longitude=\"0.02\" radius=\"-3\"/>"
             "<parkpos id=\"nowhere\" latitude=\"95\" longitude=\"0\" radius=\"20\"/><other/>",
         parameter("Qf_real", "44") + parameter("Qf_soft", "7") + parameter("RT_traffic_week", "31"));
+    par::parking_percentage.value = 55; // of another airport
+    saveParamChanged = true;
     EXPECT_EQ(load(), "");
+    EXPECT_EQ(par::parking_percentage, 30);
+    EXPECT_FALSE(saveParamChanged);
     ASSERT_EQ(stands.size(), 3U);
     EXPECT_EQ(optionsOf(stands[0]), "BAW A320 G-EUUU 3 3,4 BAW1:BAW2 #1 real archive;"
                                     "EZY A20N G-NONE 7 0,47 A: #2 soft archive;");

@@ -2,6 +2,7 @@
 #include "airport_harness.h"
 #include "airports/airport_errand.h"
 #include "core/folders.h"
+#include "feed/traffic_reader.h"
 #include "tests/update/http_server.h"
 #include "window_backend.h"
 
@@ -88,9 +89,11 @@ TEST_F(StaticParkingTest, OnTheGroundTheAirportIsFilled) {
     EXPECT_TRUE(placingGoesOn());
     EXPECT_FALSE(window.enabled(par::MAX_FIT));
     EXPECT_FALSE(parkAirportLoaded());
+    EXPECT_TRUE(trafficReader.collecting()) << "the callsigns of until the next time";
 
     parkingTick(false);
     EXPECT_TRUE(parkAirportLoaded());
+    EXPECT_FALSE(trafficReader.collecting());
     EXPECT_EQ(statusText(),
               "Making changes to airport parking parameters is disabled while static parking takes place ...");
     EXPECT_EQ(planned(), "1 EDDF1 0, 3 EDDF3 0, 4 EDDF4 0, ") << "30 percent, and not on the user's stand";
@@ -158,6 +161,7 @@ TEST_F(StaticParkingTest, InTheAirItComesAndGoesWithTheList) {
 
 TEST_F(StaticParkingTest, TheDestinationIsTheNextWhenTheAirportHasGone) {
     putAirport("EDDF", field, 2);
+    putAirport("EGLL", heathrow, 2);
     list({"EGLL", "EDDF"});
     par::DESTINATION.set("EGLL");
     setDestinationEntry("EGLL", heathrow);
@@ -171,6 +175,15 @@ TEST_F(StaticParkingTest, TheDestinationIsTheNextWhenTheAirportHasGone) {
     EXPECT_EQ(parkAirportList.front().code, "EGLL");
     fly({heathrow.lat + 0.1, heathrow.lon});
     EXPECT_EQ(here(), "EGLL");
+    fly({heathrow.lat + 0.1, heathrow.lon});
+    par::DESTINATION.set("EDFE");
+    airportTable[1].lat = heathrow.lat - 0.1;
+    airportTable[1].lon = heathrow.lon;
+    setDestinationEntry("EDFE", {heathrow.lat - 0.1, heathrow.lon});
+    fly({heathrow.lat - 0.04, heathrow.lon});
+    EXPECT_EQ(here(), "EGLL") << "the destination is in sight, but farther";
+    fly({heathrow.lat - 0.06, heathrow.lon});
+    EXPECT_EQ(here(), "-");
 }
 
 TEST_F(StaticParkingTest, WhatCannotBeLoadedIsToldAndLetGo) {
@@ -255,11 +268,93 @@ TEST_F(StaticParkingTest, AnOnlyStandIsFilled) {
     EXPECT_EQ(parkedAircraft.front().st, AircraftStatus::removingfromsim);
 }
 
-TEST_F(StaticParkingTest, PlansGoWithALiveAircraft) {
-    toPark = {{.sid = 1}, {.sid = 2}, {.sid = 1}};
-    dropPlacement(1);
-    ASSERT_EQ(toPark.size(), 1u);
-    EXPECT_EQ(toPark[0].sid, 2u);
+TEST_F(StaticParkingTest, TheBestFitsComeFirst) {
+    std::string text = airportText("EDDF", field, 2);
+    text.replace(text.find("hh='20'"), 7, "hh='18'");
+    write("updates/MSFS/archive/stock/EDDF.xml", text);
+    list({"EDDF"});
+    fly(field);
+    fly(field);
+    EXPECT_EQ(planned(), "2 EDDF2 0, 1 EDDF1 2, ");
+}
+
+TEST_F(StaticParkingTest, WhatTheBaseDoesNotHaveIsSavedAtTheRelease) {
+    const struct {
+        const char* name;
+        std::function<void()> learn;
+        const char* positions; ///< of the file; null = none is written
+        const char* told;      ///< behind the path
+    } rows[] = {
+        {"nothing", [] {}, nullptr, ""},
+        {"a setting", [] { saveParamChanged = true; }, "<parkpositions />",
+         "\" saved with 0 updates and one or more parameter changes"},
+        {"an option of a known aircraft",
+         [] {
+             addOption(stands[0], {.regcode = "D-AIZA", .coupledCs1 = "DLH1", .hours = 2, .day = 3, .real = 0});
+             saveUpdates = 1;
+         },
+         "<parkpositions><parkpos id=\"EDDF1\"><opt reg=\"D-AIZA\" soft=\"true\" day=\"3\" hh=\"1\" cs=\"DLH1\" />"
+         "</parkpos></parkpositions>",
+         "\" saved with 1 update "},
+        {"a radius",
+         [] {
+             stands[1].radius = 33 / metresPerNm;
+             stands[1].radiusChange = true;
+             saveUpdates = 2;
+         },
+         "<parkpositions><parkpos id=\"EDDF2\" radius_change=\"true\" radius=\"33.0\" /></parkpositions>",
+         "\" saved with 2 updates "},
+        {"freight", [] { stands[1].cargo = stands[1].cargoChange = true, saveUpdates = 1; },
+         "<parkpositions><parkpos id=\"EDDF2\" cargo_change=\"true\" cargo=\"true\" /></parkpositions>",
+         "\" saved with 1 update "},
+        {"a stand made by hand",
+         [] {
+             stands[0].manual = true;
+             stands[0].options.clear();
+             saveUpdates = 1;
+         },
+         "<parkpositions><parkpos id=\"EDDF1\" latitude=\"50.000000\" longitude=\"8.000000\" heading=\"90.0\" "
+         "radius=\"30.0\" cargo=\"false\" ramp=\"false\" manual=\"true\" /></parkpositions>",
+         "\" saved with 1 update "},
+    };
+    putAirport("EDDF", field, 2);
+    list({"EDDF"});
+    const std::filesystem::path file = "airports/learned/stock/EDDF.xml";
+    const auto load = [] {
+        fly(field);
+        saveUpdates = 7; // of another airport
+        fly(field);
+        ASSERT_EQ(saveUpdates, 0);
+    };
+    for (const auto& row : rows) {
+        std::filesystem::remove(file);
+        load();
+        row.learn();
+        unloadParkAirport();
+        ASSERT_EQ(std::filesystem::exists(file), row.positions != nullptr) << row.name;
+        if (row.positions == nullptr)
+            continue;
+        std::string text = test::readFile(file), positions;
+        EXPECT_EQ(text.find("BGLpath"), std::string::npos);
+        for (const char c : text.substr(text.find("<parkpositions")))
+            if (c != '\n' && c != '\t')
+                positions += c;
+        EXPECT_EQ(positions, row.positions) << row.name;
+        EXPECT_TRUE(program.logHas("airports/learned/stock/EDDF.xml" + std::string(row.told))) << row.name;
+    }
+    load();
+    handmadeAirport = true;
+    saveUpdates = 1;
+    saveParkState();
+    EXPECT_EQ(saveUpdates, 0) << "once is enough";
+    EXPECT_TRUE(program.logHas(" handmade \"airports/learned/stock/EDDF.xml\" saved with 1 update "));
+    const std::string whole = test::readFile(file);
+    for (const char* part : {"name=\"handmade\" value=\"true\"", "name=\"Qf_real\" value=\"63\"", "name=\"Qf_soft\"",
+                             "name=\"altitude\" value=\"364\"", "id=\"EDDF2\" latitude=", "cs=\"EDDF2\""})
+        EXPECT_NE(whole.find(part), std::string::npos) << part << whole;
+    saveParamChanged = true;
+    saveParkState();
+    EXPECT_FALSE(saveParamChanged);
 }
 
 TEST_F(StaticParkingTest, AServerOnTheNetworkHoldsNoTickUp) {

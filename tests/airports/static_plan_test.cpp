@@ -262,6 +262,7 @@ struct RenewalTest : StaticPlanTest {
         parkedAircraft.clear();
         live.clear();
         liveRemoved.clear();
+        reservedStand.clear();
         for (int n = 0; n < 5; ++n)
             addStand(200.0 * n);
     }
@@ -355,6 +356,14 @@ TEST_F(RenewalTest, EachStaticAircraftIsJudged) {
         {"a newer one next door that leaves no room", [&] { nextDoor("DLH7", {19}); }, {}, "DLH1* ", "2 DLH7 1, "},
         {"an older one", [&] { nextDoor("DLH7", {17}); }, {}, "", ""},
         {"itself, on its departure", [&] { nextDoor("DLH2", {19}); }, {}, "", ""},
+        {"its stand is the user's, so the newer one cannot come",
+         [&] {
+             reservedStand = "S1";
+             one(dlh("DLH7", {19}))();
+         },
+         {},
+         "",
+         ""},
         {"no stand",
          [&] {
              addParked(0, "DLH1", {3, 18});

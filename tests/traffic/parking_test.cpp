@@ -8,6 +8,7 @@
 #include "traffic/stand_conflicts.h"
 
 #include <fmt/format.h>
+#include <functional>
 
 namespace kes {
 namespace {
@@ -130,7 +131,13 @@ TEST_F(Parking, LooksForAStandOnceAtAPlace) {
         try2Park(a, c.wide);
         EXPECT_EQ(a.fs == FlightState::parking, c.parks);
         EXPECT_EQ(a.sid != 0, c.parks);
-        EXPECT_EQ(a.sz(), c.parks ? 3U : 1U);
+        ASSERT_EQ(a.sz(), c.parks ? 3U : 1U);
+        if (c.parks) {
+            EXPECT_GE(a.stream[1].tick - a.stream[0].tick, 100);
+            EXPECT_EQ(a.stream[2].tick - a.stream[1].tick, 50);
+            EXPECT_EQ(a.stream[1].gs, a.taxiSpeed);
+            EXPECT_EQ(a.stream[2].gs, 0);
+        }
         reservedStand.clear();
         a.fs = FlightState::taxi;
         a.stream.resize(1);
@@ -312,6 +319,117 @@ TEST_F(Parking, AStaticAircraftThatIsTheSameGoes) {
             EXPECT_TRUE(program.logHas(c.message)) << program.logText();
         }
         EXPECT_EQ(landingList, std::deque<std::uint32_t>{firstHex + 5});
+    }
+}
+
+TEST_F(Parking, AnArrivalShutsDownAndCounts) {
+    const struct {
+        const char* name;
+        bool cargo, cargoStand;
+        const char* told;
+        int updates;
+    } rows[] = {
+        {"an airliner", false, false, "throttle 0, flaps 0, engines off, lights n----oc", 1},
+        {"a freighter", true, true, "throttle 0, flaps 0, engines off, lights -----o-", 1},
+        {"a freighter at a gate", true, false, "throttle 0, flaps 0, engines off, lights -----oc",
+         1}, // the stand's flag
+        {"an airliner among freight", false, true, "throttle 0, flaps 0, engines off, lights n----o-", 0},
+    };
+    for (const auto& row : rows) {
+        resetLiveTraffic();
+        standsAt({0, 100, 200});
+        stands[0].cargo = row.cargoStand;
+        liveOn(2, "LONG").parkedTime = 0;
+        liveOn(3, "SHORT").parkedTime = monotonicMs();
+        wantedParked = 1;
+        saveUpdates = 0;
+        par::NAV_LIGHTS_WHILE_PARKED.value = !row.cargo;
+        test::Flight f({stopAt(0, 5000)});
+        f.a.fs = FlightState::parking;
+        f.a.sid = 1;
+        f.a.standLat = homeLat;
+        f.a.standLon = homeLon;
+        f.a.cargo = row.cargo;
+        f.a.standCargo = row.cargoStand;
+        f.a.regcode = "D-AIZA";
+        arriveAtStand(f.a, f.m);
+        EXPECT_EQ(f.out.landings, std::vector<std::uint32_t>{f.a.hexid}) << row.name;
+        EXPECT_EQ(f.told(), row.told) << row.name;
+        EXPECT_EQ(saveUpdates, row.updates) << row.name;
+        EXPECT_EQ(stands[0].cargo, row.cargo || row.cargoStand) << row.name;
+        EXPECT_EQ(liveAircraft[0].st, AircraftStatus::removingfromsim) << "more than wanted";
+    }
+}
+
+TEST_F(Parking, ABirthOnAStandCounts) {
+    enum Ends { parks, refused, asItIs };
+    const struct {
+        const char* name;
+        double neighbour; ///< metres to the other stand, where a live aircraft is parked
+        bool cargo;
+        const char* reserved;
+        Ends ends;
+        int updates;
+    } rows[] = {{"an airliner", 100, false, "", parks, 1},
+                {"a freighter at a gate", 100, true, "", parks, 1},
+                {"no room beside a neighbour", 34, false, "", refused, 0},
+                {"the user's stand", 34, false, "A1", asItIs, 0}};
+    for (const auto& row : rows) {
+        resetLiveTraffic();
+        standsAt({0, row.neighbour});
+        reservedStand = row.reserved;
+        saveUpdates = 0;
+        wantedParked = 1;
+        LiveAircraft& other = liveOn(2, "BAW1");
+        other.parkedTime = 0;
+        other.wingspan = 19 * metreNm;
+        LiveAircraft a = stopped(0);
+        a.stream.push_back(a.stream.front());
+        a.fs = FlightState::birth;
+        a.cargo = row.cargo;
+        EXPECT_EQ(bornOnStand(a), row.ends == asItIs ? BirthPlace::asItIs : BirthPlace::parked) << row.name;
+        EXPECT_EQ(a.deleteNow, row.ends == refused) << row.name;
+        EXPECT_EQ(a.sid, row.ends == parks ? 1U : 0U) << row.name;
+        EXPECT_EQ(saveUpdates, row.updates) << row.name;
+        EXPECT_EQ(stands[0].options.size(), row.ends == parks && !row.cargo ? 1U : 0U) << row.name;
+        EXPECT_EQ(stands[0].cargo && stands[0].cargoChange, row.cargo) << row.name;
+        EXPECT_EQ(liveAircraft[0].st == AircraftStatus::removingfromsim, row.ends == parks) << "more than wanted";
+        if (row.ends != parks)
+            continue;
+        toPark = {{.sid = 1}, {.sid = 2}, {.sid = 1}};
+        noteParked(a);
+        ASSERT_EQ(toPark.size(), 1U) << "nobody else is planned for it";
+        EXPECT_EQ(toPark[0].sid, 2U);
+        toPark.clear();
+    }
+    EXPECT_TRUE(program.logHas("EDDF stand: A1, cargo attribute set to true, "));
+}
+
+TEST_F(Parking, OnlyWhoComesToTheAirportIsGuessedAt) {
+    const struct {
+        const char* name;
+        std::function<void(LiveAircraft&)> change;
+        bool force, guessed;
+    } rows[] = {
+        {"low over it", [](LiveAircraft& a) { a.agl = 2499; }, false, true},
+        {"high over it", [](LiveAircraft& a) { a.agl = 2500; }, false, false},
+        {"high over it at its end", [](LiveAircraft& a) { a.agl = 2500; }, true, true},
+        {"elsewhere", [](LiveAircraft& a) { a.lat += 5.1 / 60; }, true, false},
+        {"on a stand", [](LiveAircraft& a) { a.sid = 1; }, true, false},
+        {"nobody is to be", [](LiveAircraft&) { par::LEARN_SOFT.value = false; }, true, false},
+        {"enough is known", [](LiveAircraft&) { learningAllowed = false; }, true, false},
+        {"no airport", [](LiveAircraft&) { airportLoaded = false; }, true, false},
+    };
+    for (const auto& row : rows) {
+        resetLiveTraffic();
+        standsAt({0});
+        resetStandLearning();
+        par::LEARN_SOFT.value = learningAllowed = true;
+        airportLoaded = true;
+        LiveAircraft& a = stopped(0);
+        row.change(a);
+        learnStand(a, row.force);
+        EXPECT_EQ(saveUpdates, row.guessed ? 1 : 0) << row.name;
     }
 }
 
