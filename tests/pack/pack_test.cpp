@@ -304,6 +304,16 @@ TEST(Pack, OwnSourcesHaveNoBadRow) {
     EXPECT_GE(count.types, 400u);
     EXPECT_GE(count.airlines, 1000u);
     EXPECT_TRUE(airlineExists("ZZZ") && airlineExists("PVT"));
+    // Where simulators have their packages nobody's name may stand, or all that lies there is his.
+    for (const char* place : {"Local\\Packages\\Microsoft.FlightSimulator_8wekyb3d8bbwe\\LocalCache",
+                              "Local\\Packages\\Microsoft.Limitless_8wekyb3d8bbwe\\LocalCache",
+                              "Roaming\\Microsoft Flight Simulator 2024", "Roaming\\Microsoft Flight Simulator"}) {
+        for (const char* end : {"Community\\", "Official\\OneStore\\", "Official\\Steam\\"}) {
+            const std::string path = std::string("C:\\Users\\me\\AppData\\") + place + "\\Packages\\" + end;
+            EXPECT_EQ(publisherOf(path + "x\\scenery\\x.bgl"), "unknown") << path;
+            EXPECT_EQ(publisherOf(path + "tropicalsim-kmci\\x.bgl"), "TropicalSim") << path;
+        }
+    }
     for (const char* bad : {"skipped", "already exists", "not a valid model", "nencrypted"})
         EXPECT_FALSE(folder.logHas(bad)) << folder.logText();
 }
