@@ -66,10 +66,9 @@ std::string memberText(const json& object, const char* name, std::vector<std::st
     if (member == object.end())
         return {};
     try {
-        return kes::quoted(member->get_ref<const std::string&>());
-    } catch (const json::type_error&) {
-        lines.push_back(fmt::format("exception in lf_searchManifest: type must be string, but is {} ({})",
-                                    member->type_name(), name));
+        return kes::quoted(member->get<std::string>());
+    } catch (const json::type_error& e) {
+        lines.push_back(fmt::format("exception in lf_searchManifest: {}", e.what()));
         return {};
     }
 }
