@@ -17,6 +17,7 @@
 #include <optional>
 #include <set>
 #include <system_error>
+#include <utility>
 
 namespace kes {
 
@@ -165,8 +166,43 @@ std::string packageOf(const std::string& path) {
 void tellDoubled(const AddonAirport& found) {
     const auto before = std::find_if(addonAirports.rbegin(), addonAirports.rend(),
                                      [&](const AddonAirport& a) { return a.code == found.code; });
-    if (before != addonAirports.rend() && before->file != found.file)
+    if (!found.code.empty() && before != addonAirports.rend() && before->file != found.file)
         log(fmt::format("{} is in \"{}\" and in \"{}\"", found.code, before->file, found.file));
+}
+
+AddonAirport addonAirport(std::string code, const std::string& path, const PublisherInfo& publisher,
+                          const std::vector<std::string>& publisherLines) {
+    AddonAirport airport;
+    airport.code = std::move(code);
+    airport.file = path;
+    airport.publisher = publisher.publisher;
+    if (!publisherLines.empty())
+        airport.why = publisherLines.back();
+    return airport;
+}
+
+void takeAirport(const std::string& path, ScanAirport& airport, const PublisherInfo& publisher,
+                 std::vector<std::string> publisherLines) {
+    AirportFile& file = airport.file;
+    AddonAirport known = addonAirport(file.icao, path, publisher, publisherLines);
+    known.stands = file.standList.size();
+    known.isWhole = airport.isWhole;
+    tellDoubled(known);
+    AddonAirport& found = addonAirports.emplace_back(std::move(known));
+    scanLogLines(publisherLines);
+    const bool linked = linkAirport(file, found, path, publisher);
+    if (!par::MSFS_2020 && linked)
+        return;
+    scanLogLines(airport.messages);
+    if (!airport.isWhole)
+        return;
+    const bool more = static_cast<std::int64_t>(found.stands) > found.archivedCount && file.publisher != simaddon;
+    if (more) {
+        scanLogLine(fmt::format("{}{} has {} parkpos while archived one has {}", warning, file.icao, found.stands,
+                                found.archivedCount));
+    }
+    if (!linked || more)
+        found.isGenerated = generateAirportFile(airport);
 }
 
 } // namespace
@@ -249,57 +285,34 @@ bool generateAirportFile(ScanAirport& airport) {
 }
 
 void notRecognisedAirport(const std::string& path, const PublisherInfo& publisher,
-                          std::vector<std::string>& publisherLines) {
+                          std::vector<std::string>& publisherLines, const std::string& unusedIdent) {
     scanLogLine(fmt::format("\n==> Not recognised airport {}", path));
-    AddonAirport found;
-    found.file = path;
-    found.publisher = publisher.publisher;
-    found.isRecognised = false;
-    if (!publisherLines.empty())
-        found.why = publisherLines.back();
+    AddonAirport known = addonAirport(guessCode(path), path, publisher, publisherLines);
+    known.isRecognised = false;
+    known.unusedIdent = unusedIdent;
     AirportFile file;
-    file.icao = found.code = guessCode(path);
-    if (!file.icao.empty()) {
-        scanLogLines(publisherLines);
-        tellDoubled(found);
-        if (!linkAirport(file, found, path, publisher) && file.publisher != simaddon)
-            noteForHandOver(file);
-    }
-    addonAirports.push_back(std::move(found));
+    file.icao = known.code;
+    tellDoubled(known);
+    AddonAirport& found = addonAirports.emplace_back(std::move(known));
+    if (file.icao.empty())
+        return;
+    scanLogLines(publisherLines);
+    if (!linkAirport(file, found, path, publisher) && file.publisher != simaddon)
+        noteForHandOver(file);
 }
 
 void takeScenery(const std::string& path, BglContent& content, const PublisherInfo& publisher,
                  std::vector<std::string>& publisherLines) {
-    for (ScanAirport& airport : content.airports) {
-        AirportFile& file = airport.file;
-        std::vector<std::string> lines = publisherLines;
-        scanLogLines(lines);
-        AddonAirport found;
-        found.code = file.icao;
-        found.file = path;
-        found.publisher = publisher.publisher;
-        if (!publisherLines.empty())
-            found.why = publisherLines.back();
-        found.stands = file.standList.size();
-        found.isWhole = airport.isWhole;
-        tellDoubled(found);
-        const bool linked = linkAirport(file, found, path, publisher);
-        const bool isRead = airport.isWhole && (par::MSFS_2020 || !linked);
-        if (isRead) {
-            scanLogLines(airport.messages);
-            const bool more =
-                static_cast<std::int64_t>(found.stands) > found.archivedCount && file.publisher != simaddon;
-            if (more) {
-                scanLogLine(fmt::format("{}{} has {} parkpos while archived one has {}", warning, file.icao,
-                                        found.stands, found.archivedCount));
-            }
-            if (!linked || more)
-                found.isGenerated = generateAirportFile(airport);
+    try {
+        for (ScanAirport& airport : content.airports)
+            takeAirport(path, airport, publisher, publisherLines);
+        if (content.notRecognised) {
+            notRecognisedAirport(path, publisher, publisherLines,
+                                 content.newFormIdents.empty() ? "" : content.newFormIdents.back());
         }
-        addonAirports.push_back(std::move(found));
+    } catch (const std::exception& e) {
+        content.error = e.what();
     }
-    if (content.notRecognised)
-        notRecognisedAirport(path, publisher, publisherLines);
     if (!content.error.empty()) {
         log(fmt::format("Exception in lf_toParkingPositions: {}", path));
         scanLogLine(fmt::format("{} airports search aborted, futs inner, \n{}\n{}\n{}", warning, content.error,

@@ -27,6 +27,7 @@ struct AddonAirport {
     bool isGenerated = false;
     bool isWhole = true;      ///< false: its file broke off
     bool isRecognised = true; ///< false for scenery of a form that is not read
+    std::string unusedIdent;  ///< `BglContent::newFormIdents`
 };
 extern std::vector<AddonAirport> addonAirports; ///< of the last scan, in the order of the walk
 
@@ -43,7 +44,8 @@ void resetAddonAirports();
 /// Whether the scan has linked or generated anything.
 bool scanHasFound();
 
-/// What a file gave: each of its airports is linked or generated, and what went wrong is told.
+/// What a file gave: each of its airports is linked or generated, and what went wrong is told. That costs the rest of
+/// the file and nothing else, whether it went wrong in the file or beside it.
 void takeScenery(const std::string& path, BglContent& content, const PublisherInfo& publisher,
                  std::vector<std::string>& publisherLines);
 
@@ -56,7 +58,7 @@ bool linkAirport(AirportFile& file, AddonAirport& found, const std::string& path
 bool generateAirportFile(ScanAirport& airport);
 /// Tells which airport a scenery of unknown form is, as far as can be seen, and links it, or notes it in `tbloFolder`.
 void notRecognisedAirport(const std::string& path, const PublisherInfo& publisher,
-                          std::vector<std::string>& publisherLines);
+                          std::vector<std::string>& publisherLines, const std::string& unusedIdent);
 
 /// "41 airports in 38 packages: 12 linked, 27 generated, 2 not recognised: ..."
 std::string addonSummary();

@@ -110,13 +110,8 @@ void walkRoot(const std::string& root) {
         readScenery(file, msfs2024, scenery);
     };
     client.take = [](Scenery& scenery) {
-        if (scenery.path.empty())
-            return;
-        try {
+        if (!scenery.path.empty())
             takeScenery(scenery.path, scenery.content, scenery.publisher, scenery.publisherLines);
-        } catch (const std::exception& e) {
-            tellFailed(platform::pathText(platform::pathFrom(scenery.path).parent_path()), e.what());
-        }
     };
     client.tell = tell;
     (void)walkFolders({root}, client);

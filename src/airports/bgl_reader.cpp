@@ -60,6 +60,21 @@ std::string nameText(std::uint32_t code) {
     return code < names.size() ? names[code] : std::string(1, static_cast<char>(code + 53));
 }
 
+/// An identifier without the flags below it.
+std::string identifierText(std::uint32_t value, bool& ok) {
+    constexpr std::uint32_t base = 38;
+    ok = true;
+    std::string text;
+    for (; value != 0; value /= base) {
+        const std::uint32_t digit = value % base;
+        ok = ok && digit != 0;
+        text += static_cast<char>(digit == 0 ? ' ' : digit + (digit >= 2 && digit <= 11 ? 46 : 53));
+    }
+    std::ranges::reverse(text);
+    ok = ok && text.size() == 4;
+    return text;
+}
+
 struct ParkingUse {
     bool skipped = false, ramp = false, cargo = false;
 };
@@ -120,9 +135,12 @@ private:
             const std::uint16_t type = typeAt(word);
             if (!content_.firstRecordType)
                 content_.firstRecordType = type;
-            if (msfs2024_ && type == newAirportRecord) {
-                content_.notRecognised = true;
-                return false;
+            if (type == newAirportRecord) {
+                noteNewForm(word);
+                if (msfs2024_) {
+                    content_.notRecognised = true;
+                    return false;
+                }
             }
             const std::size_t size = wordsAt(word);
             if (type == airportRecord) {
@@ -138,6 +156,13 @@ private:
             word += size;
         }
         return true;
+    }
+
+    void noteNewForm(std::size_t word) {
+        const std::size_t at = word * wordSize + 76;
+        bool ignored = false;
+        if (at + wordSize <= bytes_.size() && content_.newFormIdents.size() < mostAirports)
+            content_.newFormIdents.push_back(identifierText(bytes_.u32(at) >> 6, ignored));
     }
 
     void readAirportRecord(std::size_t word, std::size_t size, std::string code) {
@@ -402,17 +427,7 @@ BglContent readBgl(std::string_view bytes, const std::string& path, bool msfs202
 }
 
 std::string lf_decodeIdentifierOrRegionCode(std::uint32_t word, bool& ok) {
-    constexpr std::uint32_t base = 38;
-    ok = true;
-    std::string text;
-    for (std::uint32_t value = word >> 5; value != 0; value /= base) {
-        const std::uint32_t digit = value % base;
-        ok = ok && digit != 0;
-        text += static_cast<char>(digit == 0 ? ' ' : digit + (digit >= 2 && digit <= 11 ? 46 : 53));
-    }
-    std::ranges::reverse(text);
-    ok = ok && text.size() == 4;
-    return text;
+    return identifierText(word >> 5, ok);
 }
 
 } // namespace kes

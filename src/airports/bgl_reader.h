@@ -28,7 +28,9 @@ struct BglContent {
     std::vector<std::string> passedOver; ///< identifiers that are no ICAO codes
     std::optional<std::uint16_t> firstRecordType;
     bool notRecognised = false; ///< for MSFS 2024: an airport of a form that is not known ended the reading
-    std::string error;          ///< why the file was given up; empty = it was not
+    /// What real airports of that form have for an identifier. Nothing but tools may go by it: its place is a guess.
+    std::vector<std::string> newFormIdents;
+    std::string error; ///< why the file was given up; empty = it was not
 };
 
 /// Bytes of the longest file that is read; with more than that it is given up.

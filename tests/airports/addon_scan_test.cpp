@@ -11,6 +11,7 @@
 #include "core/run_state.h"
 #include "core/window.h"
 #include "core/xml_file.h"
+#include "full_disk.h"
 #include "reference/reference.h"
 #include "reference_text.h"
 #include "support.h"
@@ -118,6 +119,8 @@ TEST_F(AddonScan, EachAirportIsLinkedOrGenerated) {
          bglFile(bglAirport("EDDF", 0, bglParkings(gates(1))) +
                  bglAirport("KLAS", 0, bglParkings(gates(2))).substr(0, 88)),
          true, "thirdparty/EDDF.xml", "===>  airports search aborted, futs inner, "},
+        {"what a broken one has told until then", "x", bglFile("EDDF", {{12, 1, 8, 0, 0.5F}, {12, 2}}).substr(0, 240),
+         true, "", "skipped position with radius 0.5 meters, in sim/Community/x/scenery/a.bgl"},
         {"a broken one of a known publisher", "flytampa-x", bglFile("KLAS", gates(2)).substr(0, 200), true,
          "thirdparty/KLAS.txt", "thirdparty airport KLAS linked to archive/thirdparty/Fly%20Tampa/KLAS.xml"},
     };
@@ -360,25 +363,32 @@ TEST_F(AddonScan, OfflineLearningGathersWhatTheArchiveCanUse) {
 
 TEST_F(AddonScan, AClickEndsItAndTheNextStartScansAgain) {
     for (int n = 0; n < 300; ++n)
-        put(fmt::format("sim/Community/p{}/a.bgl", n), bglFile("EDDF", gates(20)));
+        put(fmt::format("sim/Community/p{}/a.bgl", n), bglFile("EDDF", gates(300)));
     par::SCAN_AIRPORTS.value = true;
-    userClosed = true;
-    scanAddonAirports();
-    EXPECT_EQ(made(), "");
+    {
+        // The first airport's file does not fit on the disk, and that is the click.
+        const FullDisk disk(20000);
+        std::signal(SIGXFSZ, [](int) { userClosed = true; });
+        scanAddonAirports();
+    }
+    EXPECT_EQ(addonAirports.size(), 1U);
+    EXPECT_TRUE(told("===> Generating airports/my_thirdparty/EDDF.xml did not succeed")) << report();
     EXPECT_TRUE(par::SCAN_AIRPORTS);
     EXPECT_TRUE(airportNames.empty());
 }
 
-TEST_F(AddonScan, AFolderThatCannotBeMadeCostsItsAirport) {
+TEST_F(AddonScan, AFolderThatCannotBeMadeCostsTheRestOfTheFile) {
     fs::remove_all("airports/my_simaddon");
     put("airports/my_simaddon", "a file");
-    put("sim/Community/a-asobo-airport/a.bgl", bglFile("EHAM", gates(1)));
+    put("sim/Community/a-asobo-airport/a.bgl",
+        bglFile(bglAirport("EHAM", 0, bglParkings(gates(1))) + bglAirport("EDDN", 0, bglParkings(gates(1)))));
     put("sim/Community/b/a.bgl", bglFile("EDDF", gates(1)));
     EXPECT_TRUE(scanRoots({"sim/Community"}));
-    EXPECT_NE(report().find("===>  airports search in folder sim/Community/a-asobo-airport aborted, cause: "),
-              std::string::npos)
-        << report();
+    const std::size_t at = report().find("\n===>  airports search aborted, futs inner, \n");
+    EXPECT_NE(report().find("create_directory", at), std::string::npos) << report();
+    EXPECT_TRUE(program.logHas("Exception in lf_toParkingPositions: sim/Community/a-asobo-airport/a.bgl"));
     EXPECT_TRUE(told("Generated EDDF: 1 position"));
+    EXPECT_EQ(addonSummary(), "2 airports in 2 packages: 0 linked, 1 generated, 1 failed, 0 not recognised");
 }
 
 } // namespace

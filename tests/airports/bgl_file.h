@@ -78,6 +78,13 @@ inline std::string bglAirport(std::string_view code, std::int32_t millimetres, c
     return bglRecord(type, content + subRecords);
 }
 
+/// An airport of the form that is not read, with its identifier where real ones have it.
+inline std::string newFormAirport(std::string_view code) {
+    std::string bytes = bglAirport("", 0, std::string(20, '\0'), 275);
+    put(bytes, 76, identCode(code) << 1);
+    return bytes;
+}
+
 struct BglSection {
     std::uint32_t type = 3, flags = 0;
     std::string records;

@@ -44,7 +44,7 @@ struct InspectBgl : testing::Test {
 TEST_F(InspectBgl, TellsWhatEachFileHolds) {
     const std::string parking = bglParkings({{12, 5, 8, 0, 20, 0}});
     const std::string good = put("a.bgl", bglFile(bglAirport("EDDF", 100000, bglHelipad(50, 8, 10) + parking) +
-                                                  bglAirport("N82", 0, parking) + bglAirport("EDDN", 0, "", 275)));
+                                                  bglAirport("N82", 0, parking) + newFormAirport("EDDN")));
     const std::string none = put("b.bgl", bglFile({{7, 0, ""}}));
     const std::string cut = put("c.bgl", bglFile("EDDF", {{}}).substr(0, 200));
     const auto result = inspect::inspectBgl({good, none, cut, "nowhere.bgl"}, true);
@@ -52,6 +52,7 @@ TEST_F(InspectBgl, TellsWhatEachFileHolds) {
     EXPECT_TRUE(first["has_airport_section"] && first["not_recognised_2024"] && !first.contains("error"));
     EXPECT_EQ(first["first_record_type"], 86);
     EXPECT_EQ(first["passed_over_idents"].dump(), R"(["N82"])");
+    EXPECT_EQ(first["new_form_idents_unused"].dump(), R"(["EDDN"])");
     ASSERT_EQ(first["airports"].size(), 1U);
     const auto& airport = first["airports"][0];
     EXPECT_EQ(airport["elevation_ft"], 328);
@@ -82,6 +83,14 @@ TEST_F(InspectBgl, TellsWhatAScanMakesOfFoldersAndChangesNothing) {
     EXPECT_EQ(result["airports"][1]["generated"], true);
     EXPECT_GT(result["report"].size(), 4U);
     EXPECT_FALSE(std::filesystem::exists("airports") || std::filesystem::exists("output"));
+    // Of the form that is not read the name of the file counts, whatever may stand in it.
+    put("input/airports_msfs.xml", R"(<airports><airport code="LBBG" iata="" lat="42" lon="27" alt="0"/></airports>)");
+    resetAirportTable();
+    put("new/LBBG.bgl", bglFile(newFormAirport("EDDN")));
+    const inspect::WorkFolder work((program.folder / "server").string());
+    result = inspect::inspectAddons({program.folder / "new"}, program.folder, true);
+    EXPECT_EQ(result["airports"][0]["icao"], "LBBG");
+    EXPECT_EQ(result["airports"][0]["ident_unused"], "EDDN");
 }
 
 TEST_F(InspectBgl, DrawsTheStandsOfASceneryFile) {

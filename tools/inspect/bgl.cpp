@@ -65,6 +65,8 @@ Json describe(const std::string& file, bool msfs2024) {
         json["first_record_type"] = *content.firstRecordType;
     if (msfs2024)
         json["not_recognised_2024"] = content.notRecognised;
+    if (!content.newFormIdents.empty())
+        json["new_form_idents_unused"] = content.newFormIdents;
     if (!content.passedOver.empty())
         json["passed_over_idents"] = content.passedOver;
     if (!content.error.empty())
@@ -107,6 +109,8 @@ Json inspectAddons(const std::vector<std::filesystem::path>& folders, const std:
     for (const AddonAirport& airport : addonAirports) {
         Json json;
         json["icao"] = airport.code;
+        if (!airport.unusedIdent.empty())
+            json["ident_unused"] = airport.unusedIdent;
         json["file"] = airport.file;
         json["recognised"] = airport.isRecognised;
         json["publisher"] = airport.publisher;

@@ -11,6 +11,7 @@ namespace kes::inspect {
 
 /// Per file: the quick test, the type of the first record, the airports in file order with their stands, identifiers
 /// that were passed over, what the reader told, and why it gave up. Headings in degrees, 0 is 360; radii in metres.
+/// "unused" is marked what airports of a form that is not read have for an identifier: the scan does not go by it.
 nlohmann::ordered_json inspectBgl(const std::vector<std::string>& files, bool msfs2024);
 
 /// What a scan of the folders does with each airport, in the order of the walk, and its report. Everything is written
