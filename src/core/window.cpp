@@ -101,7 +101,6 @@ void resetWindow() {
     readouts.rtLight = false;
     readouts.waiting = true;
     readouts.spanMark = false;
-    readouts.simTimeMark = false;
     readouts.weatherLamp = Lamp::stopped;
     readouts.trafficLamp = Lamp::stopped;
     // The liveries stay loaded over a restart, so their number stays as well.

@@ -75,7 +75,7 @@ enum class Lamp : std::int32_t { off = 0, receiving = 1, silent = 2, stopped = 3
 
 /// Numbers that the window shows; written by the logic, read by the paint routine.
 struct Readouts {
-    std::atomic<bool> simLight{false}, rtLight{false}, waiting{true}, spanMark{false}, simTimeMark{false};
+    std::atomic<bool> simLight{false}, rtLight{false}, waiting{true}, spanMark{false};
     std::atomic<Lamp> weatherLamp{Lamp::stopped}, trafficLamp{Lamp::stopped};
     std::atomic<std::int32_t> liveries{-1}; ///< -1 = scan running, shown as "..."
     std::atomic<std::int32_t> simaddonFiles{-1}, thirdpartyFiles{-1};

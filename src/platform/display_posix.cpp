@@ -1,21 +1,6 @@
+#ifndef _WIN32
+
 #include "platform/display.h"
-
-#if defined(_WIN32)
-
-namespace kes::platform {
-
-bool displayCanBeReached(std::string& reason) {
-    reason.clear();
-    return true;
-}
-
-void* loadedAddress(const char*) {
-    return nullptr;
-}
-
-} // namespace kes::platform
-
-#else
 
 #include <cerrno>
 #include <cstddef>
