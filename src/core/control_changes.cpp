@@ -33,10 +33,12 @@ void restartWithNewSettings() {
 }
 
 /// The path of a Community folder, or of one that holds it.
-bool leadsToCommunity(const std::string& text) {
+bool leadsToCommunity(std::string_view text) {
     try {
         const std::filesystem::path path = platform::pathFrom(text);
         std::error_code error;
+        // Shells complete a folder's name with a separator behind it.
+        text = text.substr(0, text.find_last_not_of("/\\") + 1);
         return std::filesystem::exists(path, error) &&
                (text.ends_with("Community") || std::filesystem::exists(path / "Community", error));
     } catch (const std::exception&) {

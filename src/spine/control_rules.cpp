@@ -107,8 +107,11 @@ void askForScan(std::string_view what, std::string_view changed, bool now) {
 }
 
 void switchNavLights(bool on) {
-    for (const AiAircraft& parked : parkedAircraft)
-        setNavLights(parked.objectid, on);
+    // An aircraft that the simulator has yet to create has no number, which would be the user's own.
+    for (const AiAircraft& parked : parkedAircraft) {
+        if (parked.st == AircraftStatus::active)
+            setNavLights(parked.objectid, on);
+    }
     for (const LiveAircraft& live : liveAircraft) {
         if (live.fs == FlightState::parked && live.st == AircraftStatus::active)
             setNavLights(live.objectid, on);
@@ -146,7 +149,7 @@ void store(IntBox& box, std::int64_t value) {
 }
 
 /// Whether the value has changed.
-bool enter(IntBox& box, const std::string& text) {
+bool lf_processTbInt(IntBox& box, const std::string& text) {
     if (text.empty()) {
         store(box, &box == &par::parking_percentage ? 0 : box.defaultValue);
     } else {
@@ -165,7 +168,7 @@ bool enter(IntBox& box, const std::string& text) {
     return true;
 }
 
-bool enter(FloatBox& box, const std::string& text) {
+bool lf_processTbFloat(FloatBox& box, const std::string& text) {
     if (text.empty()) {
         changeForNow(box, box.defaultValue);
     } else {
@@ -176,7 +179,7 @@ bool enter(FloatBox& box, const std::string& text) {
             if (!isNumber)
                 say(fmt::format("invalid input: {}", text));
             else
-                showStatus(fmt::format("Same {} value {:.1F}, no changes made", box.name, wanted), true);
+                showStatus(fmt::format("Same {} value {}, no changes made", box.name, wanted), true);
             showValue(box);
             return false;
         }
@@ -191,9 +194,9 @@ void parkingSettingChanged() {
         parkingWillRespond();
 }
 
-void takeNumber(IntBox& box, const std::string& text) {
+void setFromEdit(IntBox& box, const std::string& text) {
     const std::int32_t before = box;
-    if (!enter(box, text))
+    if (!lf_processTbInt(box, text))
         return;
     noteForAirport(box);
     if (&box == &par::MAX_FIT) // the same in hours
@@ -208,17 +211,32 @@ void takeNumber(IntBox& box, const std::string& text) {
         windowRequests.clearNoMatch = true;
 }
 
+void setFromEdit(FloatBox& box, const std::string& text) {
+    if (!lf_processTbFloat(box, text))
+        return;
+    noteForAirport(box);
+    if (&box == &par::MAX_FIT_FL) // the same in half-hours
+        change(par::MAX_FIT, std::lround((par::MAX_FIT_FL - 0.5F) * 2.0F));
+    parkingSettingChanged();
+}
+
+std::ptrdiff_t characters(std::string_view utf8) {
+    return std::ranges::count_if(utf8, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; });
+}
+
 void blockCallsign(const std::string& text) {
     const std::string before = par::BLOCK_CALLSIGN.get();
     if (text.empty()) {
         say(fmt::format("no more blocking of live aircraft \"{}\"", before));
         change(par::BLOCK_CALLSIGN, "");
+        enableControl(par::unblock, false);
     } else if (text == before) {
         say(fmt::format("callsign \"{}\" was already set ...", text));
-    } else if (text.size() < 4 || text.size() > 8) {
+    } else if (characters(text) < 4 || characters(text) > 8) {
         say(fmt::format("callsign \"{}\" is not valid", text));
     } else {
         change(par::BLOCK_CALLSIGN, upper(text));
+        enableControl(par::unblock, true);
         say(fmt::format("live aircraft with callsign \"{}\" will be blocked", par::BLOCK_CALLSIGN.get()));
         windowRequests.blockNow = true;
     }
@@ -232,7 +250,7 @@ void takeDestination(const std::string& text) {
         say("destination set to empty");
     } else if (text == par::DESTINATION.get()) {
         say(fmt::format("destination \"{}\" was already set ...", text));
-    } else if (text.size() != 4) {
+    } else if (characters(text) != 4) {
         say(fmt::format("destination \"{}\" is not valid", text));
     } else if (const auto airport = findAirport(code); !airport) {
         say(fmt::format("destination \"{}\" is unknown ...", text));
@@ -255,7 +273,7 @@ void lf_newSimPath(const std::string& text, bool leadsToCommunity) {
     }
 }
 
-void takeText(TextBox& box, const std::string& text, bool endsRun) {
+void setFromEdit(TextBox& box, const std::string& text, bool endsRun) {
     if (&box == &par::BLOCK_CALLSIGN) {
         blockCallsign(text);
     } else if (&box == &par::DESTINATION) {
@@ -293,28 +311,38 @@ struct Apply {
     void operator()(const Button* button) const { press(*button); }
     void operator()(IntBox* box) const {
         clearStatus();
-        takeNumber(*box, made.text);
+        setFromEdit(*box, made.text);
     }
     void operator()(FloatBox* box) const {
         clearStatus();
-        if (!enter(*box, made.text))
-            return;
-        noteForAirport(*box);
-        if (box == &par::MAX_FIT_FL) // the same in half-hours
-            change(par::MAX_FIT, std::lround((par::MAX_FIT_FL - 0.5F) * 2.0F));
-        parkingSettingChanged();
+        setFromEdit(*box, made.text);
     }
     void operator()(TextBox* box) const {
         clearStatus();
-        takeText(*box, made.text, made.endsRun);
+        setFromEdit(*box, made.text, made.endsRun);
     }
 };
 
+void enableRangeBoxes(bool automatic) {
+    enableControl(par::LATERAL_RANGE, !automatic);
+    enableControl(par::AUTO_RANGE_ABOVE_HEIGHT, automatic);
+}
+
 } // namespace
 
+void enableForRun() {
+    enableControls(true);
+    // These come on when there is what they work on.
+    for (const Control* later :
+         {static_cast<const Control*>(&par::reRead), static_cast<const Control*>(&par::flushStatic),
+          static_cast<const Control*>(&par::CALLSIGN_2_OBJECTID)})
+        enableControl(*later, false);
+    enableControl(par::AI_PACKAGE_ORDER, par::LIG_AUTOMATIC);
+    enableRangeBoxes(par::AUTO_RANGE);
+}
+
 void switchAutoRange(bool on) {
-    enableControl(par::LATERAL_RANGE, !on);
-    enableControl(par::AUTO_RANGE_ABOVE_HEIGHT, on);
+    enableRangeBoxes(on);
     if (on) {
         rememberedRange = par::LATERAL_RANGE;
         rangeRule();

@@ -9,6 +9,10 @@ namespace kes {
 /// status line and costs no other change.
 void applyControlChanges();
 
+/// Enables the controls that make sense as a run begins, when its parameters have been read; others come on in its
+/// course. Worker.
+void enableForRun();
+
 /// AUTO_RANGE has come to stand so: its boxes follow, and the range. Worker.
 void switchAutoRange(bool on);
 

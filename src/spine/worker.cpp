@@ -227,7 +227,7 @@ void startUp() {
         if (!restarting)
             updateMySimaddon();
     }
-    enableControls(true);
+    enableForRun();
     change(par::PROGRAM_INSTALL_PATH, platform::pathText(fs::current_path()));
     computeHhNow();
     readReferenceData();

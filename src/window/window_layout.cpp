@@ -18,7 +18,7 @@ const PlacedControl controls[] = {
     {&par::LIG_AUTOMATIC, 217, 150, "&Automatic, selector:", "Finds the AI packages by itself; off: the lfolder list"},
     {&par::AI_PACKAGE_ORDER, 368, digit, "", "Which AI package goes first"},
     {&par::LIG_PRIORITIZE, 430, tickWidth, "&Prioritize", "A livery that an earlier folder has is skipped"},
-    {&par::SUPPRESS_STUB, 536, tickWidth, "S&tub", "Leaves out liveries whose title ends with -STUB"},
+    {&par::SUPPRESS_STUB, 536, tickWidth, "S&tub", "Leaves out liveries whose title ends in -STUB"},
     {&par::LOG, 652, 95, "L&og", "Writes details into Log.txt"},
     {&par::ALWAYS_ON_TOP, 748, 127, "Sta&y on top", "Keeps this window above others"},
 
@@ -62,7 +62,7 @@ const PlacedControl controls[] = {
     {&par::PARK_SOFT, 151, 62, "Soft", "Fills stands also by what is likely"},
     {&par::parking_percentage, 217, number, "", "So many of a hundred stands are filled"},
     {&par::flushStatic, 323, 105, "", "Removes all static aircraft"},
-    {&par::INITIAL_LOAD_ONLY, 450, 56, "ILO", "Static aircraft are placed once and not renewed"},
+    {&par::INITIAL_LOAD_ONLY, 430, 56, "ILO", "Static aircraft are placed once and not renewed"},
     {&par::MAX_FIT, 566, number, "Max fit:", "A static aircraft's visit lies at most so many half-hours back"},
     {&par::MAX_FIT_FL, 616, number, "", "The same in hours"},
 };

@@ -108,15 +108,18 @@ TEST_F(ControlRulesTest, EachKindOfControlSetsValueFileBoxAndRequest) {
         enter(MATCHING_DEPTH, "3", "3", "3", "The new MATCHING_DEPTH is 3", &r.clearNoMatch),
         enter(parking_percentage, "", "0", "0", "The new parking_percentage is 0"),
         enter(MAX_FIT_FL, "3.25", "3.25", "3.2", "The new MAX_FIT_FL is 3.2"),
+        enter(MAX_FIT_FL, "3.25", "3.25", "3.2", "Same MAX_FIT_FL value 3.25, no changes made"),
         enter(MAX_FIT_FL, "nan", "3.25", "3.2", "invalid input: nan"),
         enter(MAX_FIT_FL, "99", "24", "24.0", "The new MAX_FIT_FL is 24.0"),
         enter(BLOCK_CALLSIGN, "dlh4ab", "DLH4AB", "DLH4AB", "live aircraft with callsign \"DLH4AB\" will be blocked",
               &r.blockNow),
         enter(BLOCK_CALLSIGN, "DLH4AB", "DLH4AB", "DLH4AB", "callsign \"DLH4AB\" was already set ..."),
         enter(BLOCK_CALLSIGN, "abc", "DLH4AB", "abc", "callsign \"abc\" is not valid"),
+        enter(BLOCK_CALLSIGN, "\u00e4\u00f6", "DLH4AB", "\u00e4\u00f6", "callsign \"\u00e4\u00f6\" is not valid"),
         enter(BLOCK_CALLSIGN, "", "", "", "no more blocking of live aircraft \"DLH4AB\""),
         enter(DESTINATION, "eddm", "EDDM", "EDDM", "New destination: EDDM"),
         enter(DESTINATION, "EDDX", "EDDM", "EDDX", "destination \"EDDX\" is unknown ..."),
+        enter(DESTINATION, "\u00c4\u00d6", "EDDM", "\u00c4\u00d6", "destination \"\u00c4\u00d6\" is not valid"),
         enter(DESTINATION, "", "", "", "destination set to empty"),
         enter(ALL_INSTALL_PATH, "no such", "", "no such", "This install path does not exist: no such"),
         enter(ALL_INSTALL_PATH, "docs", "", "docs", "This path exists but is not a path to Community ..."),
@@ -126,6 +129,7 @@ TEST_F(ControlRulesTest, EachKindOfControlSetsValueFileBoxAndRequest) {
         press(flushStatic, "All static parked aircraft will be removed ...", &r.flushStatic),
     };
     enableControls(true);
+    bool everBlocked = false;
     for (const Step& step : steps) {
         const std::string name(step.parameter == nullptr ? "button" : step.parameter->name);
         const std::string about = name + ": " + step.status;
@@ -138,6 +142,8 @@ TEST_F(ControlRulesTest, EachKindOfControlSetsValueFileBoxAndRequest) {
         EXPECT_TRUE(requests().empty()) << about;
         EXPECT_EQ(window.shown().topmost, bool(ALWAYS_ON_TOP) || &step.control == &ALWAYS_ON_TOP) << "at once";
         applyControlChanges();
+        EXPECT_EQ(window.enabled(unblock), !BLOCK_CALLSIGN.empty() || !everBlocked) << about;
+        everBlocked |= !BLOCK_CALLSIGN.empty();
         EXPECT_EQ(step.value(), step.expected) << about;
         EXPECT_EQ(stored(name), step.stored) << about;
         EXPECT_EQ(window.box(step.control), step.box) << about;
@@ -181,6 +187,8 @@ TEST_F(ControlRulesTest, WhatNeedsANewStartEndsTheRunAtOnce) {
          true},
         {[&](TestWindow& w) { w.enter(par::ALL_INSTALL_PATH, community); }, false, 3,
          "Community path found, Kestrelune will restart ...", true, true},
+        {[&](TestWindow& w) { w.enter(par::ALL_INSTALL_PATH, community + '/'); }, false, 3,
+         "Community path found, Kestrelune will restart ...", true, true},
         {[](TestWindow& w) { w.tick(par::SCAN_LIVERIES, true); }, true, 2, "Your liveries will be scanned", true,
          false},
         {[](TestWindow& w) { w.tick(par::SCAN_LIVERIES, true); }, false, -1,
@@ -217,6 +225,20 @@ TEST_F(ControlRulesTest, WhatNeedsANewStartEndsTheRunAtOnce) {
     window.enter(par::ALL_INSTALL_PATH, community);
     applyControlChanges();
     EXPECT_EQ(stored("MSFS_INSTALL_PATH"), community);
+}
+
+TEST_F(ControlRulesTest, ARunBeginsWithTheControlsThatMakeSense) {
+    for (const bool on : {true, false}) {
+        par::LIG_AUTOMATIC.value = par::AUTO_RANGE.value = on;
+        enableForRun();
+        EXPECT_EQ(window.enabled(par::AI_PACKAGE_ORDER), on);
+        EXPECT_EQ(window.enabled(par::AUTO_RANGE_ABOVE_HEIGHT), on);
+        EXPECT_EQ(window.enabled(par::LATERAL_RANGE), !on);
+        EXPECT_TRUE(window.enabled(par::MAX_LIVE));
+        for (const Control* later :
+             std::initializer_list<const Control*>{&par::reRead, &par::flushStatic, &par::CALLSIGN_2_OBJECTID})
+            EXPECT_FALSE(window.enabled(*later));
+    }
 }
 
 TEST_F(ControlRulesTest, ANewStartReadsWhatTheUserHasJustSet) {
