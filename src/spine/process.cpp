@@ -77,10 +77,11 @@ void tellWhenLogFails() {
 /// The window that this machine can show: on a display, or on the terminal. The reason, where one was expected.
 std::string chooseWindow(bool wanted) {
     std::string reason;
-    onTerminal = !wanted || !useDesktopWindow(reason);
-    if (onTerminal)
-        useTerminalWindow(platform::Output(platform::Output::Standard::out),
-                          platform::Output(platform::Output::Standard::error));
+    if (wanted && useDesktopWindow(reason))
+        return reason;
+    onTerminal = true;
+    setWindowBackend(terminalBackend(platform::Output(platform::Output::Standard::out),
+                                     platform::Output(platform::Output::Standard::error)));
     return reason;
 }
 
@@ -105,7 +106,12 @@ void switchRecording() {
 }
 
 int initInstance(const std::filesystem::path& recording) {
-    openWindow();
+    try {
+        openWindow();
+    } catch (...) {
+        log("initInstance failed");
+        throw;
+    }
     tellWhenLogFails();
     try {
         std::filesystem::create_directories(userDataFolder());

@@ -10,6 +10,8 @@ namespace kes {
 /// Starts the toolkit and installs the backend. False when this machine shows no window, or the program was built
 /// without one; `reason` then tells why, and is empty where nobody expects a window: without any display. Main thread,
 /// before others are started.
+/// When the display goes away, the terminal stands in for the window: `runWindow` goes on, and at `quitWindow` ends the
+/// process with its code instead of coming back.
 bool useDesktopWindow(std::string& reason);
 
 /// A control as it stands on the window, pixels of the screen; for tests. `neededWidth` is what a tick
@@ -20,5 +22,7 @@ struct BoxOnWindow {
     std::int32_t neededWidth = 0;
 };
 std::vector<BoxOnWindow> boxesOnWindow(); ///< UI thread
+/// How many texts and labels have been drawn so far, for tests. UI thread.
+std::uint64_t drawnOnWindow();
 
 } // namespace kes

@@ -12,4 +12,8 @@ std::vector<BoxOnWindow> boxesOnWindow() {
     return {};
 }
 
+std::uint64_t drawnOnWindow() {
+    return 0;
+}
+
 } // namespace kes

@@ -90,7 +90,7 @@ int runTerminal(void (*)()) {
 
 } // namespace
 
-void useTerminalWindow(platform::Output out, platform::Output forErrors) {
+WindowBackend terminalBackend(platform::Output out, platform::Output forErrors) {
     output = std::move(out);
     errorOutput = std::move(forErrors);
     WindowBackend backend;
@@ -100,7 +100,7 @@ void useTerminalWindow(platform::Output out, platform::Output forErrors) {
     backend.quit = postQuit;
     backend.repaint = terminalRepaint;
     backend.drawMessageLine = terminalMessageLine;
-    setWindowBackend(backend);
+    return backend;
 }
 
 void closeTerminalWindow(int ms) {

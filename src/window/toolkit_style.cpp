@@ -2,6 +2,8 @@
 
 #include "platform/display.h"
 
+#include <string>
+
 namespace kes {
 
 namespace {
@@ -13,7 +15,46 @@ constexpr const char* css = "entry, button, checkbutton { min-height: 0; padding
                             "entry:disabled { background-image: none; background-color: #4a6078; color: #202020; }";
 constexpr unsigned overThemes = 800; ///< GTK's priority of the user's own style
 
+void (*goOnWithout)() = nullptr;
+
+using IoErrorHandler = int (*)(void* display);
+IoErrorHandler toolkitsHandler = nullptr;
+
+/// X11: the connection has failed. The toolkit's own handler ends the process.
+int xHasGone(void* display) {
+    goOnWithout();
+    return toolkitsHandler != nullptr ? toolkitsHandler(display) : 0;
+}
+
+/// Wayland: no hook is there, but the toolkit says a word before it ends the process.
+void toolkitSays(const char* domain, int level, const char* text, void* data) {
+    std::string reason;
+    if (!platform::displayCanBeReached(reason))
+        goOnWithout();
+    static const auto byDefault =
+        platform::loadedFunction<void (*)(const char*, int, const char*, void*)>("g_log_default_handler");
+    byDefault(domain, level, text, data);
+}
+
 } // namespace
+
+bool clipBoxes(void* nativeDrawing, std::vector<ClipBox>& boxes) {
+    struct List { // cairo's
+        int status;
+        const ClipBox* boxes;
+        int count;
+    };
+    static const auto copy = platform::loadedFunction<List* (*)(void*)>("cairo_copy_clip_rectangle_list");
+    static const auto release = platform::loadedFunction<void (*)(List*)>("cairo_rectangle_list_destroy");
+    if (nativeDrawing == nullptr || !copy || !release)
+        return false;
+    List* const list = copy(nativeDrawing);
+    const bool known = list->status == 0;
+    if (known)
+        boxes.assign(list->boxes, list->boxes + list->count);
+    release(list);
+    return known;
+}
 
 void makeFlat(void* nativeControl) {
     if (nativeControl == nullptr)
@@ -33,6 +74,16 @@ void makeFlat(void* nativeControl) {
         return made;
     }();
     addProvider(contextOf(nativeControl), provider, overThemes);
+}
+
+void whenDisplayGoes(void (*goOn)()) {
+    constexpr int warnings = 1 << 4, messages = 1 << 5; // GLib's levels
+    goOnWithout = goOn;
+    if (const auto setHandler = platform::loadedFunction<IoErrorHandler (*)(IoErrorHandler)>("XSetIOErrorHandler"))
+        toolkitsHandler = setHandler(xHasGone);
+    using Log = void (*)(const char*, int, const char*, void*);
+    if (const auto setLog = platform::loadedFunction<unsigned (*)(const char*, int, Log, void*)>("g_log_set_handler"))
+        setLog("Gdk", warnings | messages, toolkitSays, nullptr);
 }
 
 } // namespace kes

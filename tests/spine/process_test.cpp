@@ -1,6 +1,7 @@
 // The real program, started as a user starts it, on a machine that does not play along.
 #include "flight_folder.h"
 #include "platform/output.h"
+#include "virtual_display.h"
 
 #include <cerrno>
 #include <csignal>
@@ -30,7 +31,7 @@ struct ProcessTest : testing::Test {
         }
     }
     /// The program in this folder, on desktop `desktop`, with its output in the descriptor `out` or a file.
-    pid_t start(const char* desktop = "a", int out = -1, const char* appData = "appdata") {
+    pid_t start(const char* desktop = "a", int out = -1, const char* appData = "appdata", bool window = false) {
         const fs::path runtime = program.folder / desktop;
         fs::create_directories(runtime);
         const std::string runtimeFolder = runtime, roaming = program.folder / appData;
@@ -42,7 +43,7 @@ struct ProcessTest : testing::Test {
                 const int file = open(name, O_WRONLY | O_CREAT | O_APPEND, 0600);
                 dup2(stream == 1 && out >= 0 ? out : file, stream);
             }
-            execl(KES_PROGRAM, KES_PROGRAM, "--no-window", nullptr);
+            execl(KES_PROGRAM, KES_PROGRAM, window ? nullptr : "--no-window", nullptr);
             _exit(99);
         }
         started.push_back(pid);
@@ -172,6 +173,33 @@ TEST_F(ProcessTest, DoubtfulSettingsAreToldAndTheRunGoesOn) {
         EXPECT_TRUE(has("out.txt", told) && has("Log.txt", told)) << told;
     kill(pid, SIGTERM);
     EXPECT_EQ(codeOf(pid), 0);
+}
+
+TEST_F(ProcessTest, ADisplayThatGoesAwayCostsTheWindowAlone) {
+    constexpr const char* file = "appdata/Kestrelune/parameters.xml";
+    constexpr std::string_view gone = "The display has gone, the run goes on without a window";
+    test::Display display;
+    if (const std::string none = display.start(); !none.empty())
+        GTEST_SKIP() << none;
+    program.writeParameters("<parameter name=\"MAIN_WINDOW_X\" value=\"5000\"/>");
+    const pid_t pid = start("a", -1, "appdata", true);
+    ASSERT_TRUE(waitForLog(up));
+    if (has("out.txt", "status: "))
+        GTEST_SKIP() << "built without the window";
+    test::user("search --sync --onlyvisible --name '^Kestrelune$' windowactivate --sync");
+    EXPECT_TRUE(test::waitFor([&] {
+        test::user("key alt+o"); // once the controls are on
+        return test::waitFor([&] { return has(file, "name=\"LOG\" value=\"false\""); }, 3000);
+    }));
+    display.endServer();
+    EXPECT_TRUE(test::waitFor([&] { return has("out.txt", fmt::format("status: {}\n", gone)); }));
+    EXPECT_TRUE(waitForLog(gone));
+    kill(pid, SIGTERM);
+    EXPECT_EQ(codeOf(pid), 0);
+    EXPECT_TRUE(has("out.txt", "status: Close window button clicked, closing Kestrelune ...\n"));
+    EXPECT_TRUE(has("Log.txt", "Exiting: NOT YET SET"));
+    EXPECT_TRUE(has(file, "name=\"LOG\" value=\"false\""));
+    EXPECT_FALSE(has(file, "value=\"5000\"")) << "it was pulled back onto the screen, and that is remembered";
 }
 
 TEST_F(ProcessTest, AFullDiskIsToldOnTheStatus) {

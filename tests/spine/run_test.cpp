@@ -392,7 +392,7 @@ TEST_F(RunTest, ANewRunBeginsWithoutTheReportsOfTheOldOne) {
 TEST_F(RunTest, ATerminalThatDoesNotReadLeavesTheTickAlone) {
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    useTerminalWindow(platform::Output::own(ends[1]), {});
+    setWindowBackend(terminalBackend(platform::Output::own(ends[1]), platform::Output()));
     openWindow();
     LinkClient link;
     fly(link);

@@ -1,5 +1,6 @@
 // The table of controls against the parameters that have one, and against itself.
 #include "window/window_layout.h"
+#include "window/window_place.h"
 
 #include <gtest/gtest.h>
 #include <map>
@@ -58,6 +59,27 @@ TEST(WindowLayout, TipsTellTheLimitsOfNumbers) {
     EXPECT_TRUE(tips[par::MAX_LIVE.controlId].ends_with(" (-1 to 300)")) << tips[par::MAX_LIVE.controlId];
     EXPECT_TRUE(tips[par::MAX_FIT_FL.controlId].ends_with(" (0.5 to 24.0)")) << tips[par::MAX_FIT_FL.controlId];
     EXPECT_EQ(tips[par::LOG.controlId], "Writes details into Log.txt");
+}
+
+TEST(WindowPlace, IsPulledBackOntoTheNearestScreenThereIs) {
+    const Area left{0, 0, 1920, 1040}, right{1920, 200, 1280, 1000}, small{0, 0, 800, 480};
+    const struct {
+        const char* name;
+        int x, y;
+        std::vector<Area> screens;
+        Area expected;
+    } rows[] = {
+        {"where it was", 400, 20, {left}, {400, 20, 890, 550}},
+        {"on the second screen", 2000, 300, {left, right}, {2000, 300, 890, 550}},
+        {"that is no longer there", 2000, 300, {left}, {1030, 300, 890, 550}},
+        {"above and left of all", -30000, -30000, {left, right}, {0, 0, 890, 550}},
+        {"right of all", 30000, 700, {left, right}, {2310, 650, 890, 550}},
+        {"between two screens, most of it on the right", 1600, 250, {left, right}, {1920, 250, 890, 550}},
+        {"a step below", 100, 900, {left, right}, {100, 490, 890, 550}},
+        {"on a screen of hand size", 100, 100, {small}, {0, 0, 890, 550}},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(pulledBack({row.x, row.y, 890, 550}, row.screens), row.expected) << row.name;
 }
 
 } // namespace
