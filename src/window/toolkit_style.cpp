@@ -12,7 +12,7 @@ namespace {
 constexpr const char* css = "entry, button, checkbutton { min-height: 0; padding-top: 0; padding-bottom: 0; }"
                             "entry { padding-left: 4px; padding-right: 2px; }"
                             "checkbutton { padding-left: 0; padding-right: 0; }"
-                            "entry:disabled { background-image: none; background-color: #4a6078; color: #202020; }";
+                            "entry:disabled { background-image: none; background-color: #3a4c60; color: #c8d0d8; }";
 constexpr unsigned overThemes = 800; ///< GTK's priority of the user's own style
 
 void (*goOnWithout)() = nullptr;
