@@ -17,6 +17,7 @@
 #include "window/terminal_window.h"
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -30,6 +31,9 @@ namespace {
 std::thread worker;
 bool closeClicked = false;
 bool onTerminal = false;
+
+/// A signal may come before there is a window to post to.
+std::atomic<bool> closeAsked{false}, windowStands{false};
 
 /// The longest wait for a terminal that does not read, milliseconds.
 constexpr int endMs = 500;
@@ -162,9 +166,17 @@ int runProcess(bool window, const std::filesystem::path& recording) {
                              programName, platform::pathText(std::filesystem::current_path())));
         return 1;
     }
-    const std::string noWindow = chooseWindow(window);
-    platform::watchCloseSignals([] { postToWindow(closeClick); });
+    // Before the toolkit starts threads, which would not know that these signals are asked for.
+    platform::watchCloseSignals([] {
+        closeAsked = true;
+        if (windowStands)
+            postToWindow(closeClick);
+    });
     platform::watchSwitchSignal(switchRecording);
+    const std::string noWindow = chooseWindow(window);
+    windowStands = true;
+    if (closeAsked)
+        postToWindow(closeClick);
     try {
         openLog(path::log);
         if (!noWindow.empty())

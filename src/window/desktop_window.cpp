@@ -195,7 +195,11 @@ void goOnWithoutDisplay() {
         for (const Wish& wanted : wishes)
             doWithoutDisplay(wanted);
     }
-    showStatus("The display has gone, the run goes on without a window", true);
+    // Not as a status: an error that stands would hide it.
+    constexpr std::string_view told = "The display has gone, the run goes on without a window";
+    log(told);
+    terminal.drawMessageLine(told, false);
+    terminal.drawMessageLine(errorText(), true);
     std::_Exit(terminal.run(closeClick));
 }
 

@@ -2,7 +2,14 @@
 
 #include "platform/display.h"
 
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <string>
+#include <string_view>
+#include <thread>
+#include <utility>
 
 namespace kes {
 
@@ -26,14 +33,38 @@ int xHasGone(void* display) {
     return toolkitsHandler != nullptr ? toolkitsHandler(display) : 0;
 }
 
-/// Wayland: no hook is there, but the toolkit says a word before it ends the process.
-void toolkitSays(const char* domain, int level, const char* text, void* data) {
+/// GLib's, of which a line of its log consists.
+struct LogField {
+    const char* key;
+    const void* value;
+    std::intptr_t length;
+};
+using LogWriter = int (*)(int level, const LogField* fields, std::size_t count, void* data);
+
+/// A server that ends takes new connections for some moments after it has dropped the old ones.
+bool displayEnds() {
+    constexpr int looks = 10;
+    constexpr std::chrono::milliseconds between(50);
     std::string reason;
-    if (!platform::displayCanBeReached(reason))
+    for (int i = 0; i < looks; ++i) {
+        if (!platform::displayCanBeReached(reason))
+            return true;
+        std::this_thread::sleep_for(between);
+    }
+    return false;
+}
+
+/// Wayland: there is no hook, but the toolkit says a word before it ends the process, and hardly ever another one.
+int toolkitSays(int level, const LogField* fields, std::size_t count, void* data) {
+    constexpr int message = 1 << 5;
+    const bool ofDisplay = std::any_of(fields, fields + count, [](const LogField& field) {
+        return std::string_view(field.key) == "GLIB_DOMAIN" &&
+               std::string_view(static_cast<const char*>(field.value)) == "Gdk";
+    });
+    if (ofDisplay && (level & message) != 0 && displayEnds())
         goOnWithout();
-    static const auto byDefault =
-        platform::loadedFunction<void (*)(const char*, int, const char*, void*)>("g_log_default_handler");
-    byDefault(domain, level, text, data);
+    static const auto byDefault = platform::loadedFunction<LogWriter>("g_log_writer_default");
+    return byDefault(level, fields, count, data);
 }
 
 } // namespace
@@ -77,13 +108,14 @@ void makeFlat(void* nativeControl) {
 }
 
 void whenDisplayGoes(void (*goOn)()) {
-    constexpr int warnings = 1 << 4, messages = 1 << 5; // GLib's levels
     goOnWithout = goOn;
     if (const auto setHandler = platform::loadedFunction<IoErrorHandler (*)(IoErrorHandler)>("XSetIOErrorHandler"))
         toolkitsHandler = setHandler(xHasGone);
-    using Log = void (*)(const char*, int, const char*, void*);
-    if (const auto setLog = platform::loadedFunction<unsigned (*)(const char*, int, Log, void*)>("g_log_set_handler"))
-        setLog("Gdk", warnings | messages, toolkitSays, nullptr);
+    static bool listens = false; // GLib takes one writer for the life of the process
+    using SetWriter = void (*)(LogWriter, void* data, void (*freeData)(void*));
+    const auto setWriter = platform::loadedFunction<SetWriter>("g_log_set_writer_func");
+    if (setWriter && !std::exchange(listens, true))
+        setWriter(toolkitSays, nullptr, nullptr);
 }
 
 } // namespace kes
