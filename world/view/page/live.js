@@ -87,7 +87,8 @@
     };
   }
 
-  const inAir = o => o.above > 15;
+  // Heights are of the reference point, which stands up to 16 feet above the ground.
+  const inAir = o => o.above > 50 || (o.above > 16 && Math.abs(o.speed) > 60);
   function colourOf(o) {
     if (o.id === USER) return COLOURS.user;
     if (o.fixed) return COLOURS.fixed;
@@ -211,12 +212,16 @@
     if (!named) return;
     pen.font = o.id === selected ? '600 12px system-ui' : '11px system-ui';
     pen.fillStyle = o.fixed ? '#8d98a4' : '#e8edf2';
-    pen.fillText(o.name, x + size / 2 + 4, y);
-    if (!o.fixed && phaseOf(o) !== 'rest') {
-      pen.fillStyle = '#9aa7b4';
-      const arrow = o.climb > 200 ? ' \u2191' : o.climb < -200 ? ' \u2193' : '';
-      pen.fillText(`${inAir(o) ? heightText(o) + arrow + ' ' : ''}${Math.round(Math.abs(o.speed))} kt`, x + size / 2 + 4, y + 13);
+    if (o.fixed || phaseOf(o) === 'rest') { // neighbours stand to both sides
+      pen.textAlign = 'center';
+      pen.fillText(o.name, x, y - size * 0.6 - 3);
+      pen.textAlign = 'left';
+      return;
     }
+    pen.fillText(o.name, x + size / 2 + 4, y);
+    pen.fillStyle = '#9aa7b4';
+    const arrow = o.climb > 200 ? ' \u2191' : o.climb < -200 ? ' \u2193' : '';
+    pen.fillText(`${inAir(o) ? heightText(o) + arrow + ' ' : ''}${Math.round(Math.abs(o.speed))} kt`, x + size / 2 + 4, y + 13);
   }
 
   function frame(now) {
