@@ -198,8 +198,8 @@ void goOnWithoutDisplay() {
     // Not as a status: an error that stands would hide it.
     constexpr std::string_view told = "The display has gone, the run goes on without a window";
     log(told);
-    terminal.drawMessageLine(told, false);
-    terminal.drawMessageLine(errorText(), true);
+    terminal.drawMessageLine(told, false, {});
+    terminal.drawMessageLine(errorText(), true, {});
     std::_Exit(terminal.run(closeClick));
 }
 
