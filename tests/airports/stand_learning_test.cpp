@@ -12,7 +12,7 @@
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
-#include <map>
+#include <set>
 
 namespace kes {
 namespace {
@@ -111,6 +111,13 @@ TEST_F(StandLearning, RefusesWhatItCannotTellOrHas) {
         1, {.regcode = "D-AIZA", .hours = 1U << 9, .optIndex = 1, .day = 3, .fromArchive = 1, .real = 1});
     EXPECT_FALSE(real(aircraft())) << "what came with the list stays as it is";
     EXPECT_EQ(learned(), "r3:9  \n");
+
+    stands[0].options.assign(1, {.regcode = "D-AIZA", .hours = 1U << 9, .optIndex = 0, .day = 3, .real = 1});
+    EXPECT_TRUE(real(aircraft())) << "an option out of use is none";
+    stands[0].options[0].optIndex = 7;
+    EXPECT_EQ(addOption(stands[0], aircraft(), true, {4, 10}, "DLH1", "D-AIZA"), 2) << "behind the last one's number";
+    stands[0].options.back().optIndex = 9;
+    EXPECT_EQ(addOption(stands[0], aircraft(), true, {5, 10}, "DLH1", "D-AIZA"), 10);
 
     // One with another mark but the same flight is in the way of a second option.
     stands[0].options.assign(
@@ -217,6 +224,13 @@ TEST_F(StandLearning, FindsBothFlightsOfAVisit) {
         lf_searchForCoupledCsAroundThisTime(c.now, a);
         EXPECT_EQ(a.coupledCs2 == "DLH5CD" && a.coupledCs1 == "DLH4AB", c.found) << c.name;
     }
+    AiAircraft other = aircraft("DLH4AB");
+    other.airline = "BAW";
+    lf_searchForCoupledCsAroundThisTime({2, 20}, other);
+    stands[0].options[0].optIndex = 0;
+    other.airline = "DLH";
+    lf_searchForCoupledCsAroundThisTime({2, 20}, other);
+    EXPECT_EQ(other.coupledCs2, "") << "neither of another airline nor out of use";
 }
 
 struct StandSearch : StandLearning {
@@ -349,6 +363,21 @@ TEST_F(StandSearch, ChancePutsSomeAirlinersOnRamps) {
     setAirportRef(std::nullopt);
 }
 
+TEST_F(StandSearch, AKnownUserGoesBeforeABetterFit) {
+    Stand known = at("known", 0, 33), close = at("close", 100, 20);
+    known.options.push_back({.airline = "DLH", .model = "A320", .optIndex = 1, .real = 1});
+    use({known, close});
+    EXPECT_EQ(lf_searchStands({1, 10}, aircraft(), false), 1U);
+    use({close, known});
+    EXPECT_EQ(lf_searchStands({1, 10}, aircraft(), false), 1U) << "but is not looked for behind it";
+    use({close, close, close});
+    par::RANDOM.value = true;
+    std::set<std::uint32_t> chosen;
+    for (int n = 0; n < 100; ++n)
+        chosen.insert(lf_searchStands({1, 10}, aircraft(), false));
+    EXPECT_EQ(chosen, (std::set<std::uint32_t>{1, 2, 3}));
+}
+
 TEST_F(StandSearch, PassesOverStandsInUseAndAsksForTheNextHalfHour) {
     Stand a = at("A", 0, 20), b = at("B", 100, 20);
     a.options.push_back({.hours = 1ULL << 47, .optIndex = 1, .day = 7});
@@ -361,6 +390,8 @@ TEST_F(StandSearch, PassesOverStandsInUseAndAsksForTheNextHalfHour) {
     stands[1].options[0].day = 1;
     stands[0].options.push_back({.hours = 1, .optIndex = 2, .day = 1});
     EXPECT_EQ(lf_searchStands({7, 47}, aircraft(), true), 2U) << "B's use is on another day now";
+    use(std::vector<Stand>(10, a));
+    EXPECT_NE(lf_searchStands({7, 47}, aircraft(), true), 0U);
     use(std::vector<Stand>(11, a));
     EXPECT_EQ(lf_searchStands({7, 47}, aircraft(), true), 0U) << "no small airport";
 }

@@ -200,7 +200,14 @@ TEST_F(StaticPlanTest, CreationOrdersWhatIsStillFree) {
         stands[1].adjacent = {1};
         stands[1].heading = 1.5;
         stands[1].cargo = true;
-        toPark = {{.sid = 2, .fit = 3, .airline = "DLH", .model = "A320", .coupledCs1 = "DLH1", .regcode = "D-AIZA"}};
+        toPark = {{.sid = 2,
+                   .fit = 3,
+                   .airline = "DLH",
+                   .model = "A320",
+                   .coupledCs1 = "DLH1",
+                   .coupledCs2 = "DLH2",
+                   .regcode = "D-AIZA"}};
+        setAirportRef(AirportRef{"EDDF", "FRA", field.lat, field.lon, 364});
         par::LOG.value = true;
         allowWaiting();
         row.prepare();
@@ -221,6 +228,10 @@ TEST_F(StaticPlanTest, CreationOrdersWhatIsStillFree) {
         EXPECT_NEAR(request.heading, 85.94, 0.01);
         EXPECT_EQ(a.st, AircraftStatus::adding2sim);
         EXPECT_TRUE(a.standCargo);
+        EXPECT_EQ(request.alt, 364);
+        EXPECT_EQ(a.wingspan, wingspanOf("A320"));
+        EXPECT_EQ(a.category, AircraftCategory::large);
+        EXPECT_EQ(a.coupledCs2 + " " + a.regcode, "DLH2 D-AIZA");
         EXPECT_EQ(a.sid, 2u);
         EXPECT_EQ(a.parkedAt, (HhNow{7, 45}));
         EXPECT_EQ(a.callsign, a.coupledCs1.empty() ? "DLH" + std::to_string(a.hexid) + "*" : "DLH1*");
@@ -373,6 +384,14 @@ TEST_F(RenewalTest, EachStaticAircraftIsJudged) {
          ""},
         {"its departure is not next", pair({18, 19, 20, 21}), {}, "", ""},
         {"its departure is next", pair({18, 19, 20}), {}, "DLH1* ", "1 DLH1 18, "},
+        {"its departure is next, and only one is wanted",
+         [&] {
+             par::CUSTOM_MAX_PARK.value = 1;
+             pair({18, 19, 20})();
+         },
+         {},
+         "DLH1* ",
+         "1 DLH1 18, "},
         {"its departure is tomorrow",
          [&] {
              pair({45, 46, 47}, {3, 47})();
@@ -447,6 +466,12 @@ TEST_F(RenewalTest, LiveAircraftStayForATime) {
     par::INITIAL_LOAD_ONLY.value = true;
     renewParking({});
     EXPECT_EQ(liveRemoved, Hexids{});
+    par::CUSTOM_MAX_PARK.value = 0;
+    stands[0].liveOnIt = true;
+    parkAll();
+    renewParking({});
+    EXPECT_EQ(liveRemoved, Hexids{}) << "only static ones are not wanted";
+    EXPECT_FALSE(stands[0].liveOnIt);
     par::CUSTOM_MAX_PARK.value = 1;
     parkAll();
     renewParking({});
