@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # cmake -D PAGE=FILE.html -D HEADER=... -D NAMESPACE=... -D NAME=... -D OUT=FILE.cpp -P embed_page.cmake
 # Puts a page together and makes a source file of it. A line @FILE@ of the page stands for that file, which lies beside
 # the page; @data@ is the place where the page is cut in two, the texts NAMEHead and NAMETail.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # What an installation holds, and the packages made of it: a .deb (cpack in the build folder), and with
 # "cmake --install BUILD --component portable --prefix DIR" a folder that runs where it lies.
 include(GNUInstallDirs)

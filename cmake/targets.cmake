@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # kes_library(name FOLDER dir [DEPENDS targets...] [EXCLUDE regex]): one static library of every .cpp in a folder.
 function(kes_library name)
   cmake_parse_arguments(ARG "" "FOLDER;EXCLUDE" "DEPENDS" ${ARGN})

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Files of foreign packages: any bytes must come out as liveries that can be used, or as lines that say why not.
 #include "liveries/aircraft_cfg.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Airport files, of which the learned ones are edited by hand and the others come from a server: any bytes give stands
 // or one of the errors that are told, a learned layer never breaks its base, and what is written is read back.
 #include "airports/airport_file.h"

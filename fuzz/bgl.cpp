@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Compiled scenery of others: any bytes must come out as stands that an airport file can hold, in bounded time.
 #include "airports/airport_xml.h"
 #include "airports/bgl_reader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Any bytes as the client's answer to the version question: the read-out stays short and printable.
 #include "core/run_state.h"
 #include "core/window.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lists that users may have edited: any bytes must end, and each field must survive being written and read again.
 #include "tools/csv/csv.h"
 

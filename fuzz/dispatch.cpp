@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Messages of a simulator that says anything, through the stream into the client's dispatcher. Each message in the
 // input is a byte for its kind, two for its length and that many bytes behind its header, so that mutations meet the
 // inside of messages and not only their sizes. Between messages the worker does what a tick does.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Any bytes as a traffic datagram: no record with a value that motion cannot use, no text that others cannot print.
 #include "core/run_state.h"
 #include "feed/traffic_reader.h"

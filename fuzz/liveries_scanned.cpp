@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The list of liveries, which users edit by hand: any bytes give liveries or one of the errors that the user is told,
 // and any title that a scan may find comes back as it was.
 #include "core/errors.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Manifests of packages: any bytes must come out as no manifest, or as texts that can stand in a line of a log.
 #include "core/foreign_log.h"
 #include "core/text_encoding.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Bytes as the content of parameters.xml. What is taken must be savable, and the saved file must give the same values.
 #include "core/parameters_file.h"
 #include "core/text_encoding.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The document of the update server: any bytes must end in tables or a told failure, and reading it in pieces (here of
 // a single element) must not be told apart from reading it as a whole. The first byte chooses whether the rest stands
 // alone or as the registrations of a good document, which random bytes would hardly ever reach.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Regcode files, the user's text and the server's document: any bytes give entries with a title and registrations of a
 // good length.
 #include "liveries/regcode_files.h"

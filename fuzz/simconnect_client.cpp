@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Arbitrary bytes as the simulator's stream. The first byte of the input rules how the rest is split.
 #include "simconnect/connection.h"
 #include "simconnect/wire.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Arbitrary bytes as the stream of a client of the stand-in simulator. The first byte tells how the stream begins and
 // is cut; the rest goes in as it is. What comes out must always be whole messages.
 #include "world/simulator/model.h"

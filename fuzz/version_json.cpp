@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The first line of a version file: any bytes give a version and perhaps a hash, none, or the one error that is told.
 #include "update/server_version.h"
 

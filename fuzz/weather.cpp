@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Any bytes as a weather datagram: the pressure stays within its limits.
 #include "feed/qnh_reader.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Zips of a server that is not ours: any bytes open or do not, and no entry is read beyond itself.
 #include "platform/zip.h"
 

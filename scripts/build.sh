@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=bash
 # Sourced by the scripts at the top: builds with nothing to read unless it fails.
 # The caller has set "root" to the project's folder.

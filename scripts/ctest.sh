@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=bash
 # Sourced by the scripts at the top: runs test programs of one build and counts what they ran.
 # The caller has set "root" to the project's folder.

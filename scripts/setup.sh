@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Installs the Debian packages that the build and its checks need. Quiet, and without a network, when all of them are there.
 set -eu
 

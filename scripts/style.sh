@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=bash disable=SC2154,SC2034
 # Sourced by .ci/run: how the sources look, and the slips that a reader of the syntax tree finds.
 # The caller has set "root" to the project's folder and sourced build.sh.
@@ -16,6 +17,13 @@ check_format() {
         summary="clang-format-14 -i would change a source"
         return 1
     }
+    local unmarked
+    unmarked="$(cd "$root" && printf '%s\n' "${files[@]}" | xargs -d '\n' grep -L 'SPDX-License-Identifier: MIT')"
+    if [ -n "$unmarked" ]; then
+        echo "$unmarked" | head -n 20 >&2
+        summary="a source does not name its licence"
+        return 1
+    fi
     summary="${#files[@]} sources formatted"
 }
 

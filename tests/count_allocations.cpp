@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Counts what a thread takes from the heap, or lets it fail. In a file of its own, so that no compiler pairs the calls
 // by inlining them.
 #include "count_allocations.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A disk that is full, as far as this process can tell.
 #pragma once
 

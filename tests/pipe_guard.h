@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A pipe in the place of a file. Who opens it for reading waits for a writer; the guard comes as one after some
 // seconds, so that a test fails instead of hanging.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A folder into which nobody may write, not even the superuser as whom tests run in a container.
 #pragma once
 

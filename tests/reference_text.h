@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A reference document by hand: what a test names, and one filler for each section that must not be empty.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A small reference data base on the update server of the current folder, for tests and benchmarks.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What several test programs need: waiting for a condition, and a temporary program folder with a log.
 #pragma once
 

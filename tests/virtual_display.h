@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A virtual display with a window manager, and a user before it, for tests of the window.
 #pragma once
 

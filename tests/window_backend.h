@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A window without a display: keeps what the logic shows, and does to its controls what a user would do.
 #pragma once
 

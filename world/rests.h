@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where things have stood still on the ground and how long, out of samples of where they are: enough to tell afterwards
 // what stood on which stand, without a record of every line. Used under its owner's lock.
 #pragma once

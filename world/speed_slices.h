@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The highest speed that each flight was reported with, or was shown with, by slices of time: enough to tell afterwards
 // whether it moved faster than it was reported, without a record of every line. Used under its owner's lock.
 #pragma once

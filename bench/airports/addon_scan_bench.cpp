@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A Community folder of 20,000 files, 400 of them scenery and 40 of these with airports, against the leanest walk that
 // sees each entry and reads the first block of each scenery file. The airports have no stands, so that nothing is
 // written: that is the disk's time.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Loading the stands of a great airport, beside the XML library alone on the same bytes, and their neighbours beside
 // the plain double loop.
 #include "airports/airport_file.h"

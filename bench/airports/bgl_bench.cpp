@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Stands out of real scenery files, against a plain reading of their bytes, and how much the quick test reads.
 #include "airports/bgl_reader.h"
 #include "platform/file.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the calculations of static parking cost the tick they run in, at an airport of 600 stands with 30 options each:
 // the first fill, a renewal with 500 static and 300 live aircraft, and one creation.
 #include "airports/airport_ref.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lines per second through the line filter, against two things that cannot be done faster in the same run: copying the
 // line, and finding its commas. Own main: the ratios and the allocation count need all results at hand.
 #include "core/run_state.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One search for a livery among 30,000 titles, 7,500 of them special and 2,000 refused, for an aircraft of each step
 // and for an airline whose 3,000 liveries are all special but one; and the building of the tables. The baseline is one
 // look-up in a hash table of the same titles.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How fast folders of packages are scanned: 20,000 files, copies of the real ones beside the project when they are
 // there, of one made file otherwise, each with titles of its own. The baseline walks the same folders with the leanest
 // system calls and reads the same files with the same number of threads; "ofWalkAndRead" tells how many times as long

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading a document of half a million registrations, beside the XML library alone on the same bytes, and the look-ups
 // that the scan and the matching make thousands of times.
 #include "platform/file.h"

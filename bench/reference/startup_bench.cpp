@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How long a start takes from reading to ready with a full data base (500,000 registrations), all airports (44,000) and
 // a large collection of liveries (30,000), and how much memory it peaks at. Every measurement runs in a process of its
 // own, so that neither warm tables nor the making of the files count.

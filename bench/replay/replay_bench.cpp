@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One hour of 300 aircraft through the whole replay: logic, simulator, judge, baselines, files. The baseline of the
 // same run is the additions of a tick on as many poses, as often.
 #include "bench/replay/stand_load.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "bench/replay/stand_load.h"
 
 #include "tests/replay/stand_load.h"

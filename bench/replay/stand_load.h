@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Two hours at two full airports: what a tick costs, whether memory grows, and whether every check holds.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A frame's worth of position records through the client to a server that reads all of it, against plain sends of the
 // same bytes over a connection of the same kind in the same run. All take turns, so that a busy machine hits all alike.
 #include "core/folders.h"

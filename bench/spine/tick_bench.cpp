@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What one main tick costs with 300 and with 3000 active aircraft, against the bare additions of as many poses.
 // Build type Release; prints ratios to the baseline of the same run.
 #include "airports/airport_table.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a tick of many live aircraft costs: between samples only steps are added, at a sample a leg is planned.
 #include "core/run_state.h"
 #include "sim/ai_commands.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What becomes of an airport that the scan of add-ons has found: a link to the list that the archive has of it, a file
 // made from its scenery, or a note for those who keep the archive. Worker; what others need of it during a scan are the
 // reference data, `airportTable` and `airportNames`.

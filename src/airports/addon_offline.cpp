@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/addon_offline.h"
 
 #include "airports/addon_link.h"

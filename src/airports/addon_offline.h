@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Airports of add-ons that the archive could learn from: those whose stock file has enough traffic are put into a
 // folder that the user may send in. Worker.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The scan of add-on airports: walks the simulator's package folders for scenery with airports, and leaves a link or a
 // generated file of each where `airportSource` looks first. Worker; files are read on threads of the walk's own, which
 // end with it. What is made of them, and written, follows the order of the walk, whatever thread was faster: of two

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Questions about airport files that the update server may have to answer. A server on the network takes as long as it
 // likes, and the tick that asks moves every aircraft; so a thread of its own asks there, one question at a time, and
 // the tick fetches the answer when it looks in again. A limit in the tick instead would have to be a few milliseconds

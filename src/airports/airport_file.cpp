@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/airport_file.h"
 
 #include "airports/airport_ref.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The file of one airport: the record, and the load of the park airport's stand list from its base file and what was
 // learned on top of it. Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/airport_ref.h"
 
 #include "feed/traffic_line.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The reference airport of all ground logic: the park airport in sight, or none.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/airport_source.h"
 
 #include "airports/airport_errand.h"

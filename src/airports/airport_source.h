@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where the file of an airport lies, and where what is learned of it belongs. Worker only.
 #pragma once
 

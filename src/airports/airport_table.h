@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every airport of the simulator by ICAO code. Worker; the UI thread while no worker runs, for what the user types is
 // looked up; during a scan its threads read the names, which nobody changes then.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/airport_xml.h"
 
 #include "core/errors.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The XML of an airport file, element by element. Nothing in here knows of the park airport. Worker only.
 #pragma once
 

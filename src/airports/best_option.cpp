@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/best_option.h"
 
 #include "core/parameters.h"

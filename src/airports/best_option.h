@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The options that fit the stands at one half-hour, one aircraft to a stand. Worker only.
 // An airport of 600 stands with 30 options each is searched up to 96 times in one tick, so what the rules ask for is
 // indexed once: the hours of each stand's options, who is parked where, and which callsigns and registrations are

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/bgl_reader.h"
 
 #include "airports/airport_table.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Stands of add-on airports out of compiled scenery (BGL): identifier, elevation, parking positions and helipads of
 // each airport record of a file, and nothing else. Files are foreign bytes: whatever does not fit costs the rest of its
 // file. No state; any thread. `airportNames` is read, and must not change meanwhile.

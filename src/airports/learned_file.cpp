@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/learned_file.h"
 
 #include "airports/airport_source.h"

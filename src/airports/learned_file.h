@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The learned file of an airport: what it adds to a stand list, and the settings of the airport. Worker only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/live_parking.h"
 
 namespace kes {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What static parking has to know of live aircraft, and asks of them. Live traffic is built on the airports, so it
 // fills the hooks; without them (tests of airports alone) there are no live aircraft. Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/object_removal.h"
 
 #include "airports/stands.h"

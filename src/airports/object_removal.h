@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How an aircraft, live or static, leaves the simulator: one that is not there yet is taken back or marked, one that is
 // there is ordered to leave, once. Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/park_airports.h"
 
 #include "airports/airport_ref.h"

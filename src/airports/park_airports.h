@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The airports at which the user wants static aircraft, with the stand that is kept for him at each, and those that the
 // scan has found. Worker only.
 #pragma once

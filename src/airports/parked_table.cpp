@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/parked_table.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The static parked aircraft. Worker only.
 #pragma once
 

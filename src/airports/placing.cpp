@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/placing.h"
 
 #include "core/hh_now.h"

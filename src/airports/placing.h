@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The time in which static aircraft are being placed: from the collecting of callsigns to the last creation. Settings
 // of the parking cannot be changed meanwhile. Worker; the flag is read by any thread.
 #pragma once

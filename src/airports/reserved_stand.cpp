@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/reserved_stand.h"
 
 #include "airports/airport_ref.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The stand that is kept for the user's aircraft, and the one that it stands on. Worker only.
 #pragma once
 

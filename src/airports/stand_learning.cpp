@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/stand_learning.h"
 
 #include "airports/airport_file.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a stand list learns from live traffic: who was seen on a stand at which half-hour, and who is taken to have used
 // one. Learned uses steer the choice of stands and static aircraft, and are saved when the park airport goes. Nobody
 // learns but the list of the present park airport. Worker only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/stand_search.h"
 
 #include "airports/airport_ref.h"

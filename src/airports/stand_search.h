@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which stand of the list an aircraft is on or may have used: by its place when the reports tell one, by its size and
 // kind when they do not. Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/stands.h"
 
 #include "core/foreign_log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The stands of the park airport in sight and what is known of their use. Worker only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/static_creation.h"
 
 #include "airports/airport_ref.h"

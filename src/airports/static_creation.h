@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One planned static aircraft after the other comes into the simulator. Worker only.
 #pragma once
 

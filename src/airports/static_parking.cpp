@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/static_parking.h"
 
 #include "airports/airport_errand.h"

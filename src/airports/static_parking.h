@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Static parked aircraft at the airport in sight: which airport it is, its load, and its end. Worker only, but for the
 // two flags that `parkAirportLoaded` and `placingGoesOn` read.
 #pragma once

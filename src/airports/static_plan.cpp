@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/static_plan.h"
 
 #include "airports/best_option.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which static aircraft are to stand where: the lists of one calculation, how many are wanted, and the passes that fill
 // the stands. Worker only.
 #pragma once

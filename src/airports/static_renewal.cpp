@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/static_renewal.h"
 
 #include "airports/airport_ref.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every 20 minutes, and when the user changes a setting: who of the parked aircraft stays, who goes, who comes. Worker
 // only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/user_stand.h"
 
 #include "airports/park_airports.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The stand of the user's aircraft, in step with what the simulator client sees. The client runs on a thread of its own
 // and knows no stands; it leaves positions behind, and the worker, to whom all tables of airports belong, acts on them.
 #pragma once

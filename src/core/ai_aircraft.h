@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The record that a live aircraft and a static parked aircraft share: who it is, what its category lets it do, which
 // livery and which object of the simulator it has, where it stands, and what was sent to it last. Plain data, worker
 // only; the texts and the small functions on them are pure.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Numbers, texts and pieces out of bytes that others wrote: packets, compiled scenery. Numbers are little-endian and
 // stand at any address. Offsets and sizes may come from the bytes themselves: whatever lies outside, and whatever
 // overflows, throws MissingBytes, so that a reader of nested records needs no check of its own, never goes on with a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/change.h"
 
 #include "core/window.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The one way in which the running program changes a parameter: value, file and box go together, so that no restart
 // reads a file that lacks a value, and no box shows what does not hold. On the worker; the UI thread may change while
 // no worker runs (before the first run, after the last). What the user changes reaches the worker by

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The one wall clock of the logic. Tests and replay set it; nothing else in the logic reads a system clock.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Codes that stand for something else than what they name.
 #pragma once
 

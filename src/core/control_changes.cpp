@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/control_changes.h"
 
 #include "core/run_state.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the user does to the controls of the window, on its way from the backend to the worker. The worker alone changes
 // parameters and knows the flight, so all but a little waits here for its next tick or wait (spine/control_rules.h).
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The errors that carry a meaning of their own: what the user has to read and can put right. Every other fault is one
 // of the standard library's exceptions.
 #pragma once

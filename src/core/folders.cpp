@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/folders.h"
 
 #include "core/errors.h"

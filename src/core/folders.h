@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The fixed paths of the program. All are relative to the program's folder, which is the current directory,
 // but for the user's data folder.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/foreign_log.h"
 
 #include "core/clock.h"

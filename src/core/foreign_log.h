@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How text that comes from outside (feed, control link, simulator) goes into the log: safe to read, bounded in size and
 // in number.
 #pragma once

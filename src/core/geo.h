@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Geometry on a sphere of 60 nautical miles to the degree. Pure functions, any thread.
 // Positions in degrees, bearings in radians, distances in nautical miles unless a name says feet.
 #pragma once

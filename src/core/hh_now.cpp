@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/hh_now.h"
 
 #include <bit>

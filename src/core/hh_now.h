@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Day of the week and half-hour of the day, by which the use of stands is counted.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/line_writer.h"
 
 #include "platform/system.h"

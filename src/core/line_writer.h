@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lines on their way to a file or a terminal. A thread of its own writes them, so that an output that stands still (a
 // terminal that is held, a full pipe, a stalled disk) never holds the thread that has something to say.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/log.h"
 
 #include "core/clock.h"

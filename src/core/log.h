@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The two channels to the user: the file Log.txt and one line for status or error on the window.
 // Every text is one complete line in UTF-8; none of the operations adds a time. All callable from any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/parallel_walk.h"
 
 #include "core/walk_stream.h"

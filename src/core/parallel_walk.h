@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A walk over folders by as many threads as the machine has: the client picks entries and works on each, and is handed
 // what it made of them in the order of the walk, which is the same on every file system and whatever thread is faster.
 #pragma once

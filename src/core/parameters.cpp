@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/parameters.h"
 
 #include "core/parameters_file.h"

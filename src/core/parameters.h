@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Everything the user can set, and a few values the program remembers: typed objects with static lifetime.
 // The file "parameters.xml" in the user's data folder holds the values; each change is saved at once.
 // Read from every thread, texts under their own lock; written by the worker alone, by the UI thread when none runs.

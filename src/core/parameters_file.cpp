@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/parameters_file.h"
 
 #include "core/clock.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How the parameters stand in their file. For the parameter code itself, its tests and its fuzz target.
 #pragma once
 

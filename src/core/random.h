@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // All that is left to chance: one generator per thread, so that nobody waits for another, seeded from the random
 // device, or from a fixed seed that tests and replay set to have the same flight again. Any thread.
 #pragma once

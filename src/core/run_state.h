@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The flags by which the threads of a run ask each other to stop, and the few values that every floor reads.
 // All are process-wide, and atomic but for `secondCounter`; `resetRunFlags` brings back the start values for the next
 // run.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Small text helpers. All texts are UTF-8 bytes; case is ASCII only. Pure functions, any thread.
 #pragma once
 

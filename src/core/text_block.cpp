@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/text_block.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Texts that live as long as the block that holds them, and need no room of their own. One thread at a time.
 #pragma once
 

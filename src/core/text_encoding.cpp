@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/text_encoding.h"
 
 #include "platform/utf8.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Foreign text files as UTF-8, the coding of all texts of the system: marks at a file's beginning, 16-bit text, and the
 // old Western single-byte code. Written by hand: iconv is no part of Windows and the converters there are part of
 // nothing else, while these few lines do the same on both. Pure functions, any thread.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Units that meet in this program, and what it counts with them. Feed and simulator speak in feet, knots and nautical
 // miles, the data sources in metres, the logic in ticks.
 #pragma once

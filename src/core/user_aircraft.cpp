@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/user_aircraft.h"
 
 namespace kes {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What is known of the user's aircraft: the block that the simulator's position reply delivers, and beside it what
 // other replies tell. The worker has the block as its own copy, the rest are atomics that the SimClient thread writes.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A program or file version: three numbers, compared in this order, and the version of this program. Pure, any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How the results of a parallel walk come into its order. Each thread writes into a segment of its own; who gives a
 // part of its work away puts that part's segment right behind its own. Only for the walk.
 #pragma once

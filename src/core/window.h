@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The seam between the logic and the main window: the operations that the logic has on the window, the read-outs that
 // it shows, and what a backend has to provide. What the user does to a control comes back through
 // core/control_changes.h. Without a backend (tests) the operations do nothing. All callable from any thread.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/xml_file.h"
 
 #include "core/log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Loading and saving XML files, and the `meta` block that all of the program's XML files carry.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One report of one real aircraft, as the traffic reader hands it to the main tick: who it is, and one sample of where
 // it was. Samples one behind the other make the stream that a live aircraft flies along. Plain data.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "feed/control_link.h"
 
 #include "core/errors.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // TCP server for RealTraffic as a client: it reads the user's position from one line per second.
 // All operations run on the worker.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "feed/link_clients.h"
 
 #include "core/foreign_log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The clients of the control link: who is connected, what each said to the version question, and which one is served.
 // Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "feed/port_advice.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a user can do when a port of this machine cannot be had.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "feed/qnh_reader.h"
 
 #include "core/log.h"

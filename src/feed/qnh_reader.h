@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // UDP 49004: the sea-level pressure out of the weather datagram, which descents to a runway take into account. A thread
 // of its own receives; the worker starts and stops it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "feed/recorder.h"
 
 #include "core/log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Keeps what the traffic source sent, one line a report, in a gzip file that kestrelune-replay and ./run --feed read: a
 // report of a fault is one file.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "feed/report_queue.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Hand-over of reports from the traffic reader to the main tick. The queue locks by itself, for some copies of a report
 // at most, and calls nobody meanwhile: no operation can be met with its lock held.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "feed/traffic_line.h"
 
 #include "core/foreign_log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The traffic line: comma-separated fields become a report, or fall out. Nothing here has a memory or reads anything
 // but what it is given, so a line gives the same report on any thread and at any time.
 #pragma once

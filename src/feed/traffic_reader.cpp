@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "feed/traffic_reader.h"
 
 #include "core/log.h"

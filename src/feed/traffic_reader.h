@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // UDP 49005: one traffic line per datagram becomes a report in the queue, or falls out. A thread of its own receives;
 // what it judges a line by, the worker hands over under a lock that is held for a copy only.
 #pragma once

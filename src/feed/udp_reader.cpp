@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "feed/udp_reader.h"
 
 #include "core/errors.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the two feed readers have in common: the socket, the receive loop, the filter of repeated datagrams, and the
 // thread with its end. A reader adds what it does with a datagram.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "install/install.h"
 
 #include "core/folders.h"

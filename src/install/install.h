@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where the selected simulator keeps its packages (MSFS_2020 selects). Worker. A failed test of existence, other than
 // "not found", throws filesystem_error ("exists").
 #pragma once

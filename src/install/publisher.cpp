@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "install/publisher.h"
 
 #include "core/foreign_log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Who published an add-on airport: told by its path, or else by the manifest of the package that it lies in. Any thread
 // once the reference data is read. What is found is told in lines for the log of the scan, added to `lines`.
 #pragma once

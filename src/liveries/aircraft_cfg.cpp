@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "liveries/aircraft_cfg.h"
 
 #include "core/codes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What one "aircraft.cfg" gives a scan: its liveries, and lines for the reports and the log. A file is judged on any
 // thread; it touches nothing shared but the reference data, which does not change meanwhile. Titles are made unique
 // later, in the order of the walk.

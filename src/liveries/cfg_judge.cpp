@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "liveries/cfg_judge.h"
 
 #include "core/text.h"

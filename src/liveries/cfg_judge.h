@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the two kinds of file task share. Only for the readers of "aircraft.cfg".
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "liveries/cfg_line.h"
 
 namespace kes {

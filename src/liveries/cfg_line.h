@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How one line of an "aircraft.cfg" is read. Each function has the exact meaning of a regular expression that is
 // matched against the whole line, ignoring ASCII case, but takes lines of any length and bytes of any kind. Pure, any
 // thread.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The places of an "aircraft.cfg" that can say anything: a small part of it. All functions look at up to 64 bytes
 // behind the text, and one before, which have to be there and to be zero (`platform::FileBytes`). Pure, any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "liveries/dont_use.h"
 
 #include "core/folders.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Titles that must not become records, since a regcode file forbids them. Worker.
 #pragma once
 

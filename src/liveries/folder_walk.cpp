@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "liveries/folder_walk.h"
 
 #include "core/log.h"

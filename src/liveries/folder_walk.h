@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The walk over a folder of packages: every "aircraft.cfg" below it is judged, on several threads, and taken in the
 // order of the walk, which is the same on every file system. Worker.
 #pragma once

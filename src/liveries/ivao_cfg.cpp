@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "liveries/ivao_cfg.h"
 
 #include "core/codes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The "aircraft.cfg" files of the other family of AI packages, whose model and airline stand in paths and titles.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "liveries/livery.h"
 
 #include "core/errors.h"

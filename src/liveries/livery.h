@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One installed livery, and the file that keeps the result of a scan.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "liveries/matching.h"
 
 #include "core/codes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which installed livery an aircraft shows. Thread of the main tick; a search allocates nothing.
 #pragma once
 

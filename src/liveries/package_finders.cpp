@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "liveries/package_finders.h"
 
 #include "core/log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Finds the packages with AI aircraft in the simulator's Community folder. Worker.
 #pragma once
 

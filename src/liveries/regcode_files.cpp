@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "liveries/regcode_files.h"
 
 #include "core/folders.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Files that tie registrations to liveries: the update server's document and the user's own text files. Worker. What is
 // wrong in them goes to the log and never stops the program.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "liveries/scan.h"
 
 #include "core/change.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Finds installed liveries: walks package folders, reads every "aircraft.cfg", and leaves "output/LiveriesScanned.xml".
 // Worker; files are read on threads of its own that end with the scan.
 #pragma once

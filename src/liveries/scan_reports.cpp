@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "liveries/scan_reports.h"
 
 #include "core/folders.h"

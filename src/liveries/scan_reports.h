@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a scan found wrong or worth telling, in the order of the walk. Filled by the scan, written and summed up by the
 // store, cleared before and after a scan. Worker.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "liveries/scan_summary.h"
 
 #include "core/text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a scan tells a person about each folder, in plain words. Pure.
 #pragma once
 

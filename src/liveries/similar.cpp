@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "liveries/similar.h"
 
 #include "core/log.h"

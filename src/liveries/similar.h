@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The tables of similar models. Only for the store.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "liveries/store.h"
 
 #include "core/change.h"

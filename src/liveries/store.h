@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The installed liveries. Built on the worker before the main loop, read-only afterwards; the store owns the title
 // texts for the life of the process and all else holds views of them.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sixteen bytes of a text at once: the vector instructions that every processor of the kind has, and plain loops of the
 // same meaning for all others. Any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whether this machine shows windows, and functions of the libraries that show them.
 #pragma once
 

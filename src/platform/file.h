@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whole files and folders with as few system calls as they need. Paths are UTF-8. Any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/output.h"
 
 #include <system_error>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A file or terminal that takes text, written to without an endless wait.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Who has a port that this program wants.
 #pragma once
 

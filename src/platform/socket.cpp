@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/socket.h"
 
 #include "platform/socket_os.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sockets on IPv4, the same on every system. Nothing throws but std::bad_alloc. One thread may receive and another send
 // on one object, while a third calls `stop`, which ends their waits at once. Error codes are in Windows Sockets
 // numbering (see core/log.h, socketErrorText).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The few socket calls that differ between systems. Only for the files of this folder.
 // Errors are numbers of the Windows Sockets list on every system.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the program needs from the operating system besides files, outputs, sockets and the folders of other systems.
 // Every #ifdef for one lives in this folder. Any thread, unless told.
 #pragma once

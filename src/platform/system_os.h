@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the files of this folder share: reading an open file, the two halves of replacing one, and where a user's
 // folders begin.
 #pragma once

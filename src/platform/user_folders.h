@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where programs of another system keep a user's data on this one: inside Proton and Wine prefixes, which show them a
 // Windows machine. On Windows itself there are none, and paths are taken as they stand. Any thread; what cannot be
 // read is passed over.

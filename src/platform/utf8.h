@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The characters of UTF-8, for all that checks or writes them. Pure functions, any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/zip.h"
 
 #include "platform/file.h"

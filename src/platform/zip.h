@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Zip files, as a thin layer over libzip. Errors come back as values, nothing throws but std::bad_alloc. One thread at
 // a time uses an archive and its entries.
 #pragma once

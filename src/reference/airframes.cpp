@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reference/airframes.h"
 
 #include "core/log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The registrations of the reference document. Only for the files of this folder.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reference/identity.h"
 
 #include "core/codes.h"

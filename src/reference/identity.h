@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Who an aircraft is, from what a report says and what the data base knows of its registration. A live aircraft and the
 // tools that ask about one take the same way. Reads the reference data; any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reference/publishers.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Looking for publishers' names in paths and in what packages say of themselves. Only for the files of this folder.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reference/reference.h"
 
 #include "reference/reference_tables.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the program knows of the real world of aviation: types, airlines, registrations, publishers. Filled once per
 // process on the worker, read-only afterwards, then readable from every thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The document that fills the reference data: fetched from the update server, unscrambled, checked. It is read aside
 // and put in use as a whole. Worker.
 #pragma once

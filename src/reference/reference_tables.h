@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The tables behind the look-ups. Only for the files of this folder.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The forms in which a registration is looked up: feeds often leave out the dash, and where it stood depends on the
 // state.
 #pragma once

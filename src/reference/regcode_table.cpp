@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reference/regcode_table.h"
 
 #include "core/codes.h"

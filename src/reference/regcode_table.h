@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Registrations and what is known of their airframes: half a million of them have to fit beside a simulator. Only for
 // the files of this folder.
 #pragma once

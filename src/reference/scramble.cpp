@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reference/scramble.h"
 
 #include "core/log.h"

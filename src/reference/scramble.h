@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The key that the reference document and the regcode document are scrambled with, both ways. Pure functions, any
 // thread. Characters from '-' to 'Z' survive the round; an empty text stays empty in all of them.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Hash tables keyed by text that are searched with a view, so that a look-up makes no copy.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "sim/ai_commands.h"
 
 #include "core/log.h"

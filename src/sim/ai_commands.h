@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The queues between the worker, which decides what AI aircraft do, and the SimClient thread, which talks to the
 // simulator. The worker fills them under `simMutex`; each frame empties all of them in one fixed order.
 #pragma once

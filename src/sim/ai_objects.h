@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // From the create request to the simulator's object: the simulator gives an object a number of its own and says only
 // that one was added, so its tail number, which the replies about the range tell, joins the two. Here come in, too,
 // what the simulator says about objects that are joined. All of it becomes SimReply records for the worker. SimClient

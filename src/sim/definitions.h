@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The numbers by which this program and the simulator name data, requests and events to each other, and the one place
 // where they are declared to it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "sim/from_simulator.h"
 
 #include "core/log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What every reader of the simulator's messages needs: whoever answers on the simulator's port decides how many come
 // and what stands in them. All on the SimClient thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "sim/orders.h"
 
 #include "core/ai_aircraft.h"

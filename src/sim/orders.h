@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the worker wants of the simulator's objects, at the pace that a simulator bears: births one after the other,
 // creations every half second, those of live aircraft first, removals ten times a second. Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The connection to the simulator: one thread opens it, declares what the program asks for and dispatches what arrives.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "sim/user_recognition.h"
 
 #include "core/errors.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the user flies, as far as title and "ATC MODEL" tell it. Add-on aircraft fill the two in many ways, so a type
 // code has to be found in them first; from it come the half span and the category that collision checks need. SimClient
 // thread.

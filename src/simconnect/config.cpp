@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "simconnect/config.h"
 
 #include "core/folders.h"

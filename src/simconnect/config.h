@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // "SimConnect.cfg": where the simulator listens. INI text with ';' comments, sections [SimConnect] (index 0) or
 // [SimConnect.N] with Protocol (Pipe, IPv4, IPv6, Auto), Address, Port, MaxReceiveSize, DisableNagle.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "simconnect/connection.h"
 
 #include "core/byte_reader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One connection to the simulator: numbers and writes packets, reads the stream and hands its messages over. Private to
 // this folder, its tests and its fuzz target.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "simconnect/message_stream.h"
 
 #include "core/byte_reader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Cuts the simulator's byte stream into messages. Packets may be split or joined anywhere on the way; only their size
 // words mark where one ends, so a wrong size leaves no way back into the stream.
 #pragma once

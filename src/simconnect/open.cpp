@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "simconnect/open.h"
 
 #include "core/run_state.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opening a connection, with what the published function cannot tell: who was met on the way, and when to give up.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Puts the fields of a client packet one behind the other, as they lie on the wire behind the header.
 #pragma once
 

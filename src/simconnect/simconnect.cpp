@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "simconnect/simconnect.h"
 
 #include "core/run_state.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The functions of the simulator's public interface that this program calls, with their published names and
 // meanings. Results are local only: success says that a packet was handed to the transport; what the simulator thinks
 // of it arrives later through the dispatcher. Two implementations of the transport are chosen at link time.

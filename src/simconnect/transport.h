@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The way on which packets travel. The client writes whole packets and reads a byte stream; what lies between is
 // chosen at link time: a TCP connection (transport_net.cpp) or the simulator model in the same process.
 #pragma once

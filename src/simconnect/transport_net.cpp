@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Packets over a TCP connection to the simulator that SimConnect.cfg names.
 #include "core/log.h"
 #include "platform/socket.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Numbers and layouts of the network protocol, shared by the client and by the stand-in simulator. Little-endian,
 // packed.
 #pragma once

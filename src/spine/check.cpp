@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "spine/check.h"
 
 #include "airports/airport_table.h"

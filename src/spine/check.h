@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // "kestrelune --check": what a flight needs, item by item, without a flight.
 #pragma once
 

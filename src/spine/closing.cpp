@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "spine/closing.h"
 
 #include "airports/airport_errand.h"

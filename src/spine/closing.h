@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The end of a run: its threads stop, what is to be saved is saved, and the next run or the end of the process follows.
 // Worker only.
 #pragma once

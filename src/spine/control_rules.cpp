@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "spine/control_rules.h"
 
 #include "airports/airport_file.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What each control of the window does: checks, messages, and what follows from a new value. The rules stand here and
 // in no backend, and run on the worker, to whom parameters and flight belong.
 #pragma once

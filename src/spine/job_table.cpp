@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "spine/job_table.h"
 
 #include "airports/park_airports.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a running flight does less often than every tick, as a table: one row per job, in the order in which those of
 // one second run. Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "spine/main_tick.h"
 
 #include "airports/park_airports.h"

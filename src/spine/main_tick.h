@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The periodic function that everything in a flight hangs on, every 10 ms on the worker: what the user did, what the
 // simulator answered, each aircraft by one step, the orders, the reports, and on the simulator's beat the jobs of
 // job_table.h. Nothing in it waits. Worker only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "spine/process.h"
 
 #include "core/change.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The process: one instance, log, window, and one worker thread at a time. A run posts its end to the UI thread, which
 // starts the next one or ends the process.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "spine/program_folder.h"
 
 #include "core/folders.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where the program works. Its paths are relative to one folder with docs, input and updates in it, which a user who
 // unpacked it has; an installed program makes one for each user and brings along what was installed.
 #pragma once

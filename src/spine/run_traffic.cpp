@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "spine/run_traffic.h"
 
 #include "airports/learned_file.h"

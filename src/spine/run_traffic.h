@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The middle of a run: it connects the simulator, the traffic source and the feed, one after the other, and then stays
 // in the main loop. Worker only.
 #pragma once

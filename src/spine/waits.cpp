@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "spine/waits.h"
 
 #include "airports/user_stand.h"

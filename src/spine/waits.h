@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The waits of a run. A worker that waits still takes what the user does to the controls and follows his stand, so
 // every wait of some length goes through here. Worker only.
 #pragma once

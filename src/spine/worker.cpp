@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "spine/worker.h"
 
 #include "airports/addon_scan.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One run of the program from its start-up to its close-down, as the body of the worker thread: parameters, folders,
 // updates, reference data, liveries, airports, then the traffic. What ends it early is told to the user at its one
 // barrier. Worker only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/abandoned.h"
 
 #include "core/run_state.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Creations that nobody waits for any more. Their objects may still come, and until they have, or until that is too
 // long ago, nobody with the same hexid is asked for: the two objects could not be told apart. Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/advance.h"
 
 #include "traffic/departure.h"

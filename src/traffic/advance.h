@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The step of one tick, in the air and on the ground: position, heading, attitude and height move by the steps that
 // were planned for the leg, along the curve of a corner, or as the rotation and the flare say. Pure.
 #pragma once

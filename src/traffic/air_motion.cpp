@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/air_motion.h"
 
 #include "traffic/air_setup.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A leg in the air, planned once per sample: the arrival tick anew from distance and speed, then the steps by which a
 // tick moves position, heading, attitude and height. Pure.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The configuration of an aircraft in the air: lights, gear, flaps and throttle by height and vertical speed.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which of two aircraft stays: ghosts and their real twins, static aircraft in the way of live ones of the same flight,
 // and what the user blocks. Worker only.
 #pragma once

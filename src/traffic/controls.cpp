@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/controls.h"
 
 #include <array>

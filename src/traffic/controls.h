@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Throttle, flaps, gear, spoilers, reversers and lights of one live aircraft, as events in the outbox. What a
 // helicopter has not got is left out here, so that no phase of a flight has to think of it. An aircraft without an
 // object gets nothing. Pure.

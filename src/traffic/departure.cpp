@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/departure.h"
 
 #include "core/log.h"

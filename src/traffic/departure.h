@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // From the take-off run to the climb: the configuration, the rotation over some seconds, and the climb that grows after
 // lift-off. Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/end_of_stream.h"
 
 #include "core/parameters.h"

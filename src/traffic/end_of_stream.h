@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What an aircraft does when its reports end: it holds, runs on for a while on extrapolated samples, or goes. Worker
 // only.
 #pragma once

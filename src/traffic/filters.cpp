@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/filters.h"
 
 #include "airports/airport_ref.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which aircraft may enter the simulator: by category, by height where that is in doubt, and by number, where the
 // farthest gives way. Beside it, how the user finds one among them. Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/flare.h"
 
 #include "traffic/controls.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The last seconds of a landing: the flare in four stages by height, the touchdown when the simulator says that the
 // object stands on the ground, and the nose coming down. Pure.
 #pragma once

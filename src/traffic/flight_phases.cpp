@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/flight_phases.h"
 
 #include "core/log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What an aircraft is doing, decided 30 seconds ahead at the back of its stream, and the edits that make a stream easy
 // to fly: noise on the ground, short stops, altitudes that hang or jump on landing. Worker only.
 #pragma once

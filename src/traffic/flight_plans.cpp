@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/flight_plans.h"
 
 #include "core/folders.h"

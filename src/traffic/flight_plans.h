@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Flight plan files of live aircraft: with one the simulator's own displays tell where an aircraft flies from and to.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Corners on the ground, flown as quadratic Bezier curves from where the aircraft is to the sample behind the corner,
 // bent towards the corner. Pure but for a log line.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/ground_data.h"
 
 #include "core/log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the simulator knows better than the feed: the ground below an object, and how the standing aircraft sits on it.
 // Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/ground_motion.h"
 
 #include "core/log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A leg on the ground: its corner becomes a curve, a large change of speed is made in two steps, a stop may lead to a
 // stand, a parked aircraft moves off, and in the roll-out and the take-off run the controls follow the speed. Worker
 // only.

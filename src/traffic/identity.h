@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A report of a known aircraft may tell another route, registration or flight than the record holds; the aircraft may
 // then come back in another livery. Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/leaving_stand.h"
 
 #include "core/clock.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whether the feed shows a parked aircraft leaving its stand: noise of the receivers must not push it back, and a real
 // departure must not be missed. Worker only.
 #pragma once

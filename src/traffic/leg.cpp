@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/leg.h"
 
 #include "traffic/air_motion.h"

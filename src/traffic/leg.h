@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The change from one leg to the next: the sample just reached leaves the stream, the way to the next one is planned,
 // and who has none left holds, extrapolates samples or goes. Worker only.
 #pragma once

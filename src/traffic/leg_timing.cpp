@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/leg_timing.h"
 
 #include "traffic/ground_curve.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How long a leg takes: from distance and speed, held within a window around the time that the feed tells, which is
 // wide for a while after the stream was changed. On the ground the turn rate follows from it. Pure.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/light_sequence.h"
 
 #include "airports/static_parking.h"

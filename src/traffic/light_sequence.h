@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A new object needs some seconds before it takes its lights: it is toggled twice, gets its first set of lights and
 // controls after two seconds, and counts as active from then on. Worker only.
 #pragma once

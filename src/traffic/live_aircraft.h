@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The record of one live aircraft: who it is, its stream of samples to fly to, where it is now, and the steps by which
 // each tick moves it. Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/live_table.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The table of all live aircraft, and the list of those that may make a static aircraft give up its stand. Worker only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a decision of motion may know besides its aircraft, and what it may ask for. The input is taken once for all
 // aircraft, so no decision sees two values of one thing; what is asked for gathers in the outbox and goes out once a
 // tick, under one lock. So planning and advancing need neither a clock, nor a simulator, nor a table. Worker only.

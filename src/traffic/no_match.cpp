@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/no_match.h"
 
 #include "core/log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Keys of aircraft for which no installed livery fits: they are not searched again until the user clears the list.
 // Worker only.
 #pragma once

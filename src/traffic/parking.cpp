@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/parking.h"
 
 #include "airports/airport_file.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Stands for live traffic: an aircraft is born on one, drives onto one where its reports end, stands on it until the
 // feed shows it leaving, and tells the stand list what it was seen to do. Works only while a park airport with stands
 // is loaded; who stays when two want one stand is told by traffic/stand_conflicts.h. Worker only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/push_back.h"
 
 #include "airports/stands.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Out of a stand: ahead under own power, or pushed back in a straight line and then, when the feed tells a side, round
 // a quarter turn. Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/removal.h"
 
 #include "core/log.h"

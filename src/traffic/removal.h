@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a live aircraft leaves the simulator for another livery, and how all leave it. Worker only.
 #pragma once
 

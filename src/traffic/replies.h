@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the simulator answers: objects that came, went or could not be made, and what is known of them. Each answer
 // finds its aircraft, or the object that nobody waits for is taken away again. Worker only.
 #pragma once

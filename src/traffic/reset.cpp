@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/reset.h"
 
 #include "sim/orders.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Everything of live traffic that a run leaves behind, put back at once, so that the next run of the process begins as
 // the first one did. Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/spawn.h"
 
 #include "core/log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a live aircraft enters the simulator: the decision while it waits in buffer, the preparation of stream, identity,
 // livery and pose, and the create request. Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/stand_conflicts.h"
 
 #include "airports/object_removal.h"

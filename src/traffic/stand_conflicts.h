@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Two aircraft and one stand, or two stands too close for both: who stays. Live aircraft go before static ones, a real
 // aircraft before its ghost, and among live ones the newcomer has it unless the feed still shows the other one there.
 // Messages go to the log only with LOG. Worker only.

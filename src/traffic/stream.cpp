@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/stream.h"
 
 #include "core/run_state.h"

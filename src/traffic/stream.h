@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a report of the feed enters the table of live aircraft: each report is offered to the records, one that nobody
 // claims may become a new record, and what the feed tells too densely or contradicts itself is left out. Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/tick_check.h"
 
 #include "core/log.h"

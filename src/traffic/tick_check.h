@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What must hold after every tick, whatever the feed and the simulator sent. Looked at in debug builds. Worker.
 #pragma once
 

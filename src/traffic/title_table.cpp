@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/title_table.h"
 
 #include <unordered_map>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The run's table of hexids and titles: an aircraft keeps its livery when it comes back. The views are those of the
 // livery store. Worker only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/trouble.h"
 
 #include "core/log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What is told when something goes wrong with one aircraft: the others go on. Worker only.
 #pragma once
 

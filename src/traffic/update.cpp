@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/update.h"
 
 #include "core/log.h"

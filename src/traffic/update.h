@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One tick of the live aircraft: those in the simulator move on, those in buffer may enter it, and a creation that
 // nobody answers is given up. Worker only.
 #pragma once

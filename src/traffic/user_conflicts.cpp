@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "traffic/user_conflicts.h"
 
 #include "airports/static_parking.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Live aircraft too near the user's aircraft, in the air and on the ground, and live aircraft that taxi into static
 // ones. Worker only.
 #pragma once

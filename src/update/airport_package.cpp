@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "update/airport_package.h"
 
 #include "core/change.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The package of airport files of the simulator of 2024, kept at the version of the update server. Worker; see
 // download.h.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "update/download.h"
 
 #include "core/folders.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One file from the update server: where the server is, and a download that leaves a good file as it was when it fails.
 // Worker; two downloads never run at once, for they may use the same temporary file.
 #pragma once

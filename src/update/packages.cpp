@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "update/packages.h"
 
 #include "core/foreign_log.h"

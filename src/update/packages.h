@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The zips of the update server: checked before they are unpacked, unpacked by way of a file beside the target. Worker;
 // see download.h.
 #pragma once

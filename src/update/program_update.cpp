@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "update/program_update.h"
 
 #include "core/errors.h"

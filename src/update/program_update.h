@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A newer program on the update server: its installer is brought into the program's folder, and the user is asked to
 // run it. Worker; see download.h.
 #pragma once

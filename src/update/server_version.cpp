@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "update/server_version.h"
 
 #include "core/foreign_log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The version files of the update server. Worker; see download.h.
 #pragma once
 

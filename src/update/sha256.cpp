@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "update/sha256.h"
 
 #include "core/run_state.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The SHA-256 of what an update server hands out, as 64 small hexadecimal digits. Any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "window/desktop_panel.h"
 
 #include "core/control_changes.h"

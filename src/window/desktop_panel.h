@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The client area of the desktop window: the controls, and the read-outs painted beside them. At most ten times a
 // second it looks what has changed, and repaints only that. UI thread but for the two functions that say so.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "window/desktop_window.h"
 
 #include "core/log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The window on a desktop, by wxWidgets: native controls, and the read-outs painted beside them.
 #pragma once
 

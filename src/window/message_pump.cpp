@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "window/message_pump.h"
 
 #include <condition_variable>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The UI thread of a window without a toolkit: a queue of work, and the loop that does it.
 #pragma once
 

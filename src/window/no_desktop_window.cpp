@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // For a build without the toolkit.
 #include "window/desktop_window.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "window/terminal_window.h"
 
 #include "core/line_writer.h"

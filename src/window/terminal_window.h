@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The window of a machine without a display: status and error lines and the counters, line by line on the terminal.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "window/toolkit_style.h"
 
 #include "platform/display.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the toolkit's native controls cannot be told by wxWidgets itself. The one place that knows what lies below it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where the controls of the main window stand, and what is written beside them. Pixels at 96 dpi, from the client
 // area's upper left corner. Fixed tables, any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "window/window_place.h"
 
 #include <algorithm>

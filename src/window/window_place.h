@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where the window opens: as the user left it, as far as the screens of today allow. A pure function, any thread.
 #pragma once
 

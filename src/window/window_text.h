@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the main window tells beside its controls: the read-outs as texts, each with its place and its tone. Built on
 // the UI thread each time the window is painted, from values that other threads write.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The scan of add-on airports over real folders: what is looked at, what becomes of each airport, and what is told.
 #include "airports/addon_link.h"
 #include "airports/addon_offline.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Airport files: base and learned layer, where they are looked for, what damaged ones cost, and writing.
 #include "airports/airport_file.h"
 #include "airports/airport_ref.h"

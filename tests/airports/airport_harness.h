@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A program folder with small reference data and liveries, the tables of airports empty, and live aircraft by hand.
 #pragma once
 

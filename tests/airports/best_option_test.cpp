@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The indexed search against the rules read out one by one.
 #include "airport_harness.h"
 #include "airports/best_option.h"

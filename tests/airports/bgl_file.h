@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Small scenery files by hand.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Stands out of scenery files: what is taken of each record, and that no file can do harm.
 #include "airports/airport_table.h"
 #include "airports/bgl_reader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The list of park airports, its file, and the user's stand.
 #include "airport_harness.h"
 #include "airports/user_stand.h"

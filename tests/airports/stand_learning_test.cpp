@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a stand list notes of the aircraft that were seen, or are taken to have been, on its stands.
 #include "airports/airport_file.h"
 #include "airports/airport_ref.h"

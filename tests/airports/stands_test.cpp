@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Neighbours of stands, quality of a list, and half-hours.
 #include "airports/stands.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A park airport from sight to release: its load, its aircraft, and the bad days.
 #include "airport_harness.h"
 #include "airports/airport_errand.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Numbers, passes, creation and renewal of static aircraft.
 #include "airport_harness.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/ai_aircraft.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/clock.h"
 #include "core/foreign_log.h"
 #include "core/log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lines for outputs that stand still, fill up or go.
 #include "core/line_writer.h"
 #include "full_disk.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/clock.h"
 #include "core/log.h"
 #include "core/run_state.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The walk alone, over real folders: order, threads, what fails, links, and a stop in the middle.
 #include "core/parallel_walk.h"
 #include "support.h"

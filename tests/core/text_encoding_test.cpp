@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/text_encoding.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/errors.h"
 #include "core/parameters.h"
 #include "feed/link_clients.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the tests of the feed share: a clean state, a log of their own, lines, datagrams.
 #pragma once
 

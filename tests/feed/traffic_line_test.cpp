@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "feed_test.h"
 
 namespace kes::test {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "count_allocations.h"
 #include "feed/recorder.h"
 #include "feed_test.h"

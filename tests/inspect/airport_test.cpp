@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the inspecting tool says about the stands of an airport.
 #include "airports/airport_file.h"
 #include "airports/airport_ref.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the inspecting tool says about scenery files and about folders of them.
 #include "airports/addon_link.h"
 #include "airports/airport_file.h"

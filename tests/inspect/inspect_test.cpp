@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the inspecting tool says about files and about aircraft.
 #include "core/parameters.h"
 #include "liveries/aircraft_cfg.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Install detection over real folder trees, with every place of the user in a temporary folder.
 #include "core/log.h"
 #include "core/parameters.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Who published a scenery file: by its path on either system, and by manifests good and bad.
 #include "core/foreign_log.h"
 #include "install/publisher.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What one file gives: character sets, section numbers, models, sections, and every line that tells why there is
 // nothing.
 #include "core/parameters.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One line at a time against the regular expressions that define it.
 #include "core/text.h"
 #include "liveries/cfg_line.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The search for a livery: a table of what it must give, and the same rules once more, slowly, over all records.
 #include "store_folder.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whole scans: which folders, which files, in which order, and what is told.
 #include "core/errors.h"
 #include "core/parameters.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The real packages and odd cases beside the project, against what an independent prototype says of them.
 #include "core/parameters.h"
 #include "liveries/aircraft_cfg.h"

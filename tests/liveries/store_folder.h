@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A program folder with reference data of a few types and airlines, and liveries that a test names.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The list file, the tables built from it, and the regcode files.
 #include "core/errors.h"
 #include "core/xml_file.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lets a client that others wrote talk to the stand-in simulator. Usage: node interop.mjs PATH_OF_SIMULATOR
 // Every step waits for its message; a step that does not come, or comes with other values, ends the run with code 1.
 import assert from 'node:assert/strict';

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # The live page in a real browser: it reads the stream, fills its panels, and no script fails. Exit code 77 = cannot be
 # tried here.
 set -u

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Checks the programs of the tools' pages: each file for itself, and all of a page together as it puts them into one
 # function, where no name may come twice. Exit code 77 = cannot be tried here.
 set -u

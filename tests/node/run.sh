@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Runs interop.mjs against BUILD_DIR/world/kestrelune-simulator. Exit code 77 = cannot be tried here.
 set -u
 here=$(cd "$(dirname "$0")" && pwd)

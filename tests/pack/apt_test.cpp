@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Stock airport files out of airport layouts.
 #include "airports/airport_xml.h"
 #include "core/xml_file.h"

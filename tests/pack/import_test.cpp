@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/version.h"
 #include "pack_folder.h"
 #include "tools/pack/airport_check.h"

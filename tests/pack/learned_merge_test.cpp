@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Learned files of users, merged into the airport files of the server.
 #include "airports/airport_xml.h"
 #include "core/xml_file.h"

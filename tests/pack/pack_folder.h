@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A folder with sources of every kind, and what the program reads from what is packed of them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/geo.h"
 #include "core/parameters.h"
 #include "liveries/livery.h"

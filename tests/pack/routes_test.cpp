@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Soft options out of lists of routes.
 #include "airports/airport_xml.h"
 #include "airports/static_plan.h"

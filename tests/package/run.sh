@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # The Debian package and the portable folder, made out of a build folder and tried as a user would: looked at by lintian,
 # installed into an empty tree, started there, and removed. 77 where dpkg is missing.
 set -eu

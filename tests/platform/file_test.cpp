@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading what may be no file, replacing a file at once, and two folders that change places.
 #include "full_disk.h"
 #include "pipe_guard.h"

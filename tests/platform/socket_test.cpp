@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/log.h"
 #include "platform/socket.h"
 #include "platform/system.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The zip layer: what goes in comes out, and damage is told.
 #include "pipe_guard.h"
 #include "platform/zip.h"

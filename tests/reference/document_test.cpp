@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What is read from a document, and what is told about it.
 #include "core/errors.h"
 #include "core/run_state.h"

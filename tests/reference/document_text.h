@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Builds the texts of reference documents.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Looking things up, beside slow and plain versions of the same.
 #include "core/text.h"
 #include "count_allocations.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The whole way from the update server to the tables.
 #include "core/errors.h"
 #include "document_text.h"

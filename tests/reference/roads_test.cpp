@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The two ways through a document must not be told apart: in pieces and as a whole.
 #include "core/errors.h"
 #include "document_text.h"

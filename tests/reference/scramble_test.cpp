@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The key as its users see it: what goes in comes out, and the stored form keeps to its rules whatever the offsets are.
 #include "reference/scramble.h"
 #include "support.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The whole program on bad days at the stands: the user stands on one, everybody wants the only one, and what was
 // learned cannot be saved.
 #include "airports/park_airports.h"

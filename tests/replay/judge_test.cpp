@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The measuring instrument, measured: baselines and measures against known motion.
 #include "support.h"
 #include "tools/replay/baselines.h"

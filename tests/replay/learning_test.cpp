@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Three days of a timetable, flown through the whole program: what it learns is the timetable and nothing else, and the
 // next run fills the airport with it. The hours in which nothing moves are skipped.
 #include "airports/airport_xml.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A feed that reports all its aircraft at once, in virtual time: nobody dashes to make up for a late birth, and the
 // limit of live aircraft holds.
 #include "airports/airport_table.h"

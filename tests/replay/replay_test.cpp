@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whole replays of scenarios: the same bytes for the same seed, and motion that stays as good as it is.
 #include "reference/reference.h"
 #include "support.h"

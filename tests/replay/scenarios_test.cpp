@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The truth of the scenarios is smooth and agrees with itself, and the reports are what a receiver would make of it.
 #include "core/text.h"
 #include "tools/replay/scenario_reports.h"

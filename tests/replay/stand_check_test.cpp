@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The checks of what stands on the stands, and the judge of parking, against scenes of which the answer is known.
 #include "core/hh_now.h"
 #include "feed/report_queue.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Two airports full of static aircraft, live ones in the air and at the stands, renewals, and a user who jumps from one
 // airport to the other: for the checks that must hold all the time, and for benchmarks. One run at a time.
 #pragma once

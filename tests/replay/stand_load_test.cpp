@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Full airports with live traffic, renewals and changes of the airport: what must hold holds in every second, and the
 // same seed shows the same.
 #include "airports/airport_ref.h"

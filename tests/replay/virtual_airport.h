@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Airports with stands in a row, and the whole program over them in virtual time.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The measure of way and time against motion whose distance from the way, and lateness on it, are known.
 #include "tools/replay/way.h"
 

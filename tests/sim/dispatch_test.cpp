@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What each message of a simulator brings about, and what none may: hand-made messages, as only a broken or hostile
 // peer sends some of them.
 #include "core/clock.h"

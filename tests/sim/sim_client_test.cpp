@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The simulator client against the simulator model, through the real packets.
 #include "sim/sim_test.h"
 #include "simconnect/open.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the tests of the simulator's client share: a program folder, everything at its start, the client ended at the
 // end.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the client makes of title and model, told by the simulator model through the real packets.
 #include "core/errors.h"
 #include "reference/reference.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // All that the simulator must receive from this program, in its order, read off the wire by the stand-in simulator.
 #include "sim/sim_test.h"
 

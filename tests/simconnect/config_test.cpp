@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/folders.h"
 #include "simconnect/config.h"
 #include "simconnect/raw_server.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The connection as a whole: refused versions, several threads, packets of the handler, and peers that stall.
 #include "simconnect/connection.h"
 #include "simconnect/raw_server.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opening against peers that are no simulator, or not yet: it takes its time, no more, and looks at the stop flags.
 #include "core/run_state.h"
 #include "simconnect/open.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the client puts on the wire, byte for byte.
 #include "simconnect/raw_server.h"
 

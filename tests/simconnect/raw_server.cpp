@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "simconnect/raw_server.h"
 
 #include "core/folders.h"

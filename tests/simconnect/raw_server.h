@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the tests of the client stand on: a peer that knows bytes and nothing else, and the client in a folder of its
 // own with a SimConnect.cfg that names this peer.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The simulator's stream: cut into messages wherever it is split, and ended where it makes no sense.
 #include "core/log.h"
 #include "simconnect/connection.h"

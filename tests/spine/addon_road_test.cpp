@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The whole road of an add-on airport: a package that is installed, a scan, and an aircraft that parks on one of its
 // stands.
 #include "airports/addon_link.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the user does to a control, and what he then sees in the simulator.
 #include "airports/airport_ref.h"
 #include "airports/airport_table.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the user does to the controls of the window, and what the worker makes of it.
 #include "airports/airport_table.h"
 #include "core/control_changes.h"

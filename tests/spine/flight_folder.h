@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A program folder with the least content that lets a run fly, and lines to fly in it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which job runs at which second of a flight, and how each request of the window comes in.
 #include "airports/airport_table.h"
 #include "airports/park_airports.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The real program, started as a user starts it, on a machine that does not play along.
 #include "flight_folder.h"
 #include "platform/output.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "core/folders.h"
 #include "spine/program_folder.h"
 #include "support.h"

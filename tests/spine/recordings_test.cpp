@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Recordings of real traffic through the whole logic in virtual time, with the content that the project ships.
 #include "airports/airport_ref.h"
 #include "airports/airport_table.h"

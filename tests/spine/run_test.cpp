@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs of the worker with real threads and real sockets, the simulator model behind the client functions.
 #include "core/run_state.h"
 #include "core/user_aircraft.h"

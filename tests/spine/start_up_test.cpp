@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What start-up does before a run needs simulator and traffic source: install path, reference data.
 #include "core/parameters.h"
 #include "core/run_state.h"

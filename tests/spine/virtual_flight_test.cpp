@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whole flights in virtual time: a line goes in, an aircraft comes out.
 #include "airports/airport_ref.h"
 #include "airports/airport_table.h"

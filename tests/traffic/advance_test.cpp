@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The step of one tick, and where the ticks of a leg lead.
 #include "traffic/advance.h"
 #include "traffic/flight.h"

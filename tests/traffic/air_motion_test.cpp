@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A leg in the air: its time, heights, attitude and heading.
 #include "traffic/air_motion.h"
 #include "traffic/flight.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The configuration of an aircraft in the air, by height and vertical speed.
 #include "traffic/air_setup.h"
 #include "traffic/flight.h"

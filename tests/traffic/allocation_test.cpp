@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Steady flight allocates nothing between samples.
 #include "count_allocations.h"
 #include "traffic/harness.h"

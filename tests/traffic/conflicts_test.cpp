@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Limits, ghosts, blocking, the user's surroundings, and how the user finds an object.
 #include "airports/stands.h"
 #include "pipe_guard.h"

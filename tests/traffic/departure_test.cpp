@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // From the take-off run to the climb.
 #include "support.h"
 #include "traffic/departure.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What happens when the reports of an aircraft end.
 #include "core/run_state.h"
 #include "core/user_aircraft.h"

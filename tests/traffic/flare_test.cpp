@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The last seconds of a landing.
 #include "traffic/flare.h"
 #include "traffic/flight.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One aircraft with the input and the outbox of its motion: neither program folder, packages, clock nor simulator. What
 // it has been told comes as one line of short words, so that a table can say what each phase of a flight must send:
 //

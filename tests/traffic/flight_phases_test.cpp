@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What becomes of a new sample at the back of a stream.
 #include "traffic/flight.h"
 #include "traffic/flight_phases.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Flight plan files: what is in them, when they come and go.
 #include "core/folders.h"
 #include "traffic/flight_plans.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Corners on the ground.
 #include "traffic/flight.h"
 

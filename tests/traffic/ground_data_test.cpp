@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the simulator knows better than the feed.
 #include "support.h"
 #include "traffic/flight.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Decisions at the start of a leg on the ground.
 #include "traffic/flight.h"
 #include "traffic/ground_motion.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A program folder with small reference data, reports by hand, and ticks as the main loop makes them, with a simulator
 // that answers through SimReply records only.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reports that tell another route, registration or flight.
 #include "traffic/harness.h"
 

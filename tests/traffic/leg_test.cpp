@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The change from one leg to the next.
 #include "traffic/flight.h"
 #include "traffic/leg.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How long a leg takes, and how fast it turns.
 #include "traffic/flight.h"
 #include "traffic/leg_timing.h"

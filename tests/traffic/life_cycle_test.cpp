@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the simulator's answers do, and how aircraft leave it.
 #include "core/errors.h"
 #include "sim/orders.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The first seconds of a new object.
 #include "support.h"
 #include "traffic/flight.h"

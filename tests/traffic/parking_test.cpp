@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Live traffic finds its stand, takes it, and others make way.
 #include "airports/airport_file.h"
 #include "airports/park_airports.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Out of a stand: ahead under own power, or pushed back.
 #include "support.h"
 #include "traffic/departure.h"

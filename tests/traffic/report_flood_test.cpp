@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Invented aircraft do not crowd out those that fly.
 #include "feed/traffic_reader.h"
 #include "traffic/harness.h"

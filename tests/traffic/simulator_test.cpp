@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Live aircraft through the real command queues and the simulator's protocol.
 #include "sim/sim_client.h"
 #include "traffic/flight_plans.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // From buffer into the simulator.
 #include "core/errors.h"
 #include "sim/orders.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Born on a stand, and away from it.
 #include "airports/stands.h"
 #include "core/clock.h"

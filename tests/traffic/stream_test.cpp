@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How reports enter the table of live aircraft.
 #include "traffic/harness.h"
 

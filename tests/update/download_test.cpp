@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One file from a server that is right, wrong, slow, dead or sly.
 #include "pipe_guard.h"
 #include "update_folder.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Packages that lie: sizes that are not true, names that are no names, a good entry before a bad one.
 #include "pipe_guard.h"
 #include "update_folder.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A small server on the loopback for downloads: each path has an answer, right or wrong in the way that a test wants.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What is made of downloads: versions, the installer, zipped documents, the package of airport files.
 #include "core/errors.h"
 #include "core/text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A program folder whose update server is a server of the test's own, and zips by hand.
 #pragma once
 

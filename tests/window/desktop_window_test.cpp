@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The real window on a display of its own, with keys and clicks as a user makes them. Without the programs that give
 // such a display, or in a build without the toolkit, it is skipped.
 #include "core/control_changes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The table of controls against the parameters that have one, and against itself.
 #include "window/window_layout.h"
 #include "window/window_place.h"

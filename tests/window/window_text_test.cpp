@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The read-outs as the window shows them, from a fresh start to a full airport.
 #include "core/clock.h"
 #include "core/hh_now.h"

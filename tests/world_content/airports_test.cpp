@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "airports/park_airports.h"
 #include "content_folder.h"
 #include "feed/traffic_reader.h"

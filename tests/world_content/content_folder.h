@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A program folder made by the content builder from the project's own data, with the tables still empty.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the builder makes, read back by the program's own readers.
 #include "airports/airport_file.h"
 #include "airports/airport_source.h"

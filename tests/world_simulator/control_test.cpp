@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Commands, and time.
 #include "core/geo.h"
 #include "raw_client.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Data definitions: names, units, types, periods and flags.
 #include "core/clock.h"
 #include "raw_client.h"

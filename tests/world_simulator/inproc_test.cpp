@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The model behind the client's own functions, in one process.
 #include "raw_client.h"
 #include "simconnect/transport.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The live page and its stream, as a browser reads them.
 #include "platform/socket.h"
 #include "raw_client.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // AI objects as their client and the others see them.
 #include "core/geo.h"
 #include "raw_client.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A client that writes and reads packets by their offsets, so that a wrong layout shows.
 #pragma once
 

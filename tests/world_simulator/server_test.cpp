@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The simulator behind real sockets.
 #include "platform/socket.h"
 #include "raw_client.h"

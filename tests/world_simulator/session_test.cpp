@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The stream of one client: framing, opening, sizes, and which exception answers what.
 #include "raw_client.h"
 

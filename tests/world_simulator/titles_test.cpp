@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "raw_client.h"
 #include "support.h"
 #include "world/simulator/control.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The program's own reader on the scenario: it must take every line that counts, drop the rest, and complain of
 // nothing.
 #include "core/run_state.h"

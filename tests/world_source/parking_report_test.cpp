@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the runner makes of the rests of a run: each count, and each thing that must not be.
 #include "world/rests.h"
 #include "world/runner/parking_report.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/source/recording.h"
 #include "world_source/source_test_files.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support.h"
 #include "world/runner/options.h"
 #include "world/runner/overspeed.h"

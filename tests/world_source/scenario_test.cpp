@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The scenario is the truth that the program is measured against, so it must itself be possible to fly.
 #include "core/text.h"
 #include "world/source/scenario.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The source against real sockets: a UDP receiver and a TCP server in the place of the program.
 #include "core/text.h"
 #include "feed/control_link.h"

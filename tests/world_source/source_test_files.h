@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Feed lines and files for the tests of the traffic source.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/source/track.h"
 
 #include <cmath>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the command lines of all programs around the main one have in common, on top of CLI11: --help, --version, one
 // way to read a value and to say what is wrong with it, and the exit codes. Options act in the order in which they
 // stand, and one that comes again replaces what it said before. A value may begin with a dash.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Plain comma lists with a head line. Fields may stand in quotes, lines end in LF or CR LF, a byte-order mark is
 // skipped. Nothing in such a file is fatal: a row that cannot be used is told and left out. Any thread.
 #pragma once

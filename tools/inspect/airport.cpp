@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/inspect/airport.h"
 
 #include "airports/airport_file.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Looks at the file of one airport from the shell: both layers, what the program makes of them, and a drawing.
 #pragma once
 

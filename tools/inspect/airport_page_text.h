@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The page that draws an airport, cut at the place of its data. Made from page/ at build time.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/inspect/bgl.h"
 
 #include "airports/addon_link.h"

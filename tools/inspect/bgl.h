@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Looks at compiled scenery from the shell: what the reader of the add-on scan takes from each file, and what the scan
 // makes of the airports of whole folders.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/inspect/inspect.h"
 
 #include "core/folders.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Looks at installed liveries from the shell: what each file gives, and which livery an aircraft gets and why. The same
 // modules as the program, in a temporary program folder, so that nothing of the user's is touched.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // kestrelune-inspect: what installed packages give, which livery an aircraft gets, and the stands of an airport.
 #include "core/errors.h"
 #include "core/folders.h"

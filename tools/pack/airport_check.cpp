@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/pack/airport_check.h"
 
 #include "platform/system.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Looks for airports that cannot be right beside each other: two at one place, and an elevation far from those around.
 // For the sources of the project and for lists of somebody else's making.
 #pragma once

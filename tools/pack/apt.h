@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Stock airport files out of airport layouts in the public apt.dat form.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/pack/command.h"
 
 #include "core/text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/pack/document.h"
 
 #include "reference/scramble.h"

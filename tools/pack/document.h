@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The texts of the documents on the update server. Written as text, not as a tree: half a million elements are many.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/pack/doubts.h"
 
 #include "core/text.h"

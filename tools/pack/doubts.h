@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What is wrong with the sources as a whole although each row is well formed: such rows are written, but somebody
 // should look at them again.
 #pragma once

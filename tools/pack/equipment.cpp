@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/pack/equipment.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The equipment codes of published timetables, where lists of aircraft leave gaps: families of which no one type is
 // named, versions with winglets, and freighters.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/pack/imports.h"
 
 #include "core/codes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Data bases in the public forms that people have. Rows that cannot be used go to the count; a file that cannot be read
 // at all throws std::runtime_error.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/pack/learned_merge.h"
 
 #include "airports/airport_xml.h"

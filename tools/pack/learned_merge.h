@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Learned files that an operator has collected from users, for the airport files of the server.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // kestrelune-pack: builds what an update server holds out of plain sources.
 #include "tools/pack/command.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/pack/pack.h"
 
 #include "platform/system.h"

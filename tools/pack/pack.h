@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Builds what an update server holds from plain sources: comma lists with a head line, one topic a file, and whole data
 // bases in the public forms that people have. A bad row is counted and listed, never fatal.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Public lists of the world's air routes: who flies where with what.
 #pragma once
 

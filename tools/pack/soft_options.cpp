@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/pack/soft_options.h"
 
 #include "core/text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Who stands where: the aircraft of a made-up week dealt out to the stands of an airport, as soft options.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plain sources, read and checked against each other. For this folder, and for what makes
 // packages from the same sources.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/pack/stock_files.h"
 
 #include "airports/airport_xml.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The airport files of the update server: out of layouts, with soft options out of routes, and with what was learned.
 #pragma once
 

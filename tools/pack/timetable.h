@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plausible week at an airport out of the bare list of who flies there: when which aircraft stands on the ground.
 // Made up, but the same each time: chance comes from the names.
 #pragma once

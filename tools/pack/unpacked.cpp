@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/pack/unpacked.h"
 
 #include "platform/system.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lists as people have them: as they are, or gzip.
 #pragma once
 

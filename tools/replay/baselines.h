@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Three simple ways of drawing an aircraft from its reports, 30 seconds late as ours, to compare with:
 // A straight lines with the heading of the line, B straight lines with the reported heading, C cubic Hermite curves.
 #pragma once

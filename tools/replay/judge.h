@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The measures by which motion is judged, and the boards that collect them by phase.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // kestrelune-replay: replays traffic through the whole program and judges the motion.
 #include "platform/output.h"
 #include "tools/replay/metrics_text.h"

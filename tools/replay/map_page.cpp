@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Packs the data of the page. Per aircraft and series there are columns of whole numbers: "s" and "mark" as pairs of
 // value and count, "lat" and "lon" as second differences, the others as first ones. An aircraft that flies straight
 // and level so costs about ten bytes a second.

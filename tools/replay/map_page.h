@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The page that shows a replay: one file of HTML with its data and its program inside, no network needed. The page's
 // own policy keeps it from loading anything when somebody passes it on.
 #pragma once

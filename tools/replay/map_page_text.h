@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The parts of the page that never change: what lies in page/, put together when the program is built (map.html tells
 // the order) and cut at the place of the data.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the judge found, as text. Pure.
 #pragma once
 

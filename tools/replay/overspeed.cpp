@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/replay/overspeed.h"
 
 #include "feed/report_queue.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How much faster the aircraft move on screen than their reports said. An aircraft that is late on its way, for
 // instance because its object came late, has to make up for it, and dashes.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/replay/parking_judge.h"
 
 #include "airports/stands.h"

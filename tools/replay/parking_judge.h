@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whether aircraft that stand on a stand in reality stand on it in the program, and whether anything stands where
 // something else does (stand_check.h). A stay in reality is told by reports that keep within 20 metres for two minutes,
 // with exactly one stand that near.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/replay/pose.h"
 
 #include <array>

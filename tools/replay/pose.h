@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What is judged: where a way of drawing puts an aircraft at a tick, in which phase, and what it should look like.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/replay/replay.h"
 
 #include "airports/airport_table.h"

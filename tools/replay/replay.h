@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A replay: the traffic of a recording or a scenario, drawn by the program and by the baselines, and judged.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The park airport of a replay: its file on the replay's own update server, and its line in the user's list.
 #pragma once
 

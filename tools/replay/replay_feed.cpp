@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/replay/replay_feed.h"
 
 #include "tools/replay/scenario_reports.h"

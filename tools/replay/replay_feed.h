@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The feed lines of a replay by the tick at which they come in, from a recording or a scenario.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the replay program is asked to do.
 #pragma once
 

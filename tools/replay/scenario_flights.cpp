@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/replay/scenario_flights.h"
 
 #include <algorithm>

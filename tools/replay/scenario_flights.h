@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The flights of the scenarios: where each is at any time. Pure functions.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/replay/scenario_reports.h"
 
 #include "world/source/report_line.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a receiver would report of a scenario's flights. The same seed gives the same reports. Pure.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/replay/scenarios.h"
 
 #include "core/text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Named scenarios whose truth is known at any time in closed form. Pure functions.
 #pragma once
 

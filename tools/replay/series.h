@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a quantity is distributed over many samples, in constant memory, and where the worst one was.
 #pragma once
 

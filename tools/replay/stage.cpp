@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/replay/stage.h"
 
 #include "core/run_state.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Watches the program's aircraft tick by tick during a replay: judges them and the baselines, and writes motion.csv.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/replay/stand_check.h"
 
 #include "airports/parked_table.h"

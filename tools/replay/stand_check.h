@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What must hold of all that stands at the park airport, looked at by brute force over all pairs. Worker.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The way of an aircraft as a line with times, to tell how far off it something is, and how early or late it is there.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/content/ai_package.h"
 
 #include "core/codes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The package with our own AI aircraft, as a Community folder holds it. Throws std::runtime_error and filesystem_error
 // when a file cannot be written.
 #pragma once

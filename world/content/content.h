@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Makes what surrounds the program on a user's machine: its program folder, a Community folder with our own AI
 // package, and the files in the roaming application data folder. Safe to repeat: files that are right already are not
 // touched.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/content/files.h"
 
 #include "platform/system.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Small file operations of the content builder. All throw std::runtime_error that names the path.
 #pragma once
 

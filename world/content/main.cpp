@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // kestrelune-content: makes a program folder, AI packages and the user's files out of the plain sources.
 #include "core/text.h"
 #include "platform/system.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The program's own folder with its update server in it, and the files in the user's roaming folder. Throws
 // std::runtime_error and filesystem_error when a file cannot be written.
 #pragma once

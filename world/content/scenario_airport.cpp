@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/content/scenario_airport.h"
 
 #include "airports/airport_xml.h"

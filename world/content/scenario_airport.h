@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The airport of the built-in scenario: a stock file with its stands and with the aircraft that stand there all week,
 // so that a fresh program folder has an airport to fill. Throws std::runtime_error when a file cannot be written.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/content/tables.h"
 
 #include "platform/system.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plain sources in the data folder, read and checked against each other.
 #pragma once
 

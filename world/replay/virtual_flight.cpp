@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/replay/virtual_flight.h"
 
 #include "airports/airport_ref.h"

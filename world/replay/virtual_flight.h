@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The whole logic of a flight in virtual time, on one thread: simulator model, client, main tick, feed lines.
 // For tests, benchmarks and replay. The tables (reference data, liveries, airports) are the caller's to fill.
 #pragma once

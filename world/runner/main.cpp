@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // kestrelune-run: the program with its stand-in world around it, from nothing to a report.
 #include "platform/system.h"
 #include "world/runner/options.h"

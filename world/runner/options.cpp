@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/runner/options.h"
 
 #include "core/text.h"

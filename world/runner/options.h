@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The options of a run. Pure.
 #pragma once
 

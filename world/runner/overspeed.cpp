@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/runner/overspeed.h"
 
 #include "world/speed_slices.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How well the program kept to the speeds that were reported to it, for the closing line of a run. Pure.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/runner/parking_report.h"
 
 #include "airports/airport_xml.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What stood on the stands of a run, out of the rests that source and simulator have noted: whether arrivals came to
 // the stand they went to in reality, and whether anything stood where something else did. Of the program's own tables
 // nothing is asked. Pure but for reading files.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/runner/plan.h"
 
 #include "tools/csv/csv.h"

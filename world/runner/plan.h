@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a run is to be: where the user's aircraft is, which airports have flat ground, and what is told of it at its
 // end. Pure but for reading files.
 #pragma once

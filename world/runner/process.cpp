@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/runner/process.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Child processes of the runner: started with their output in a pipe, ended for certain. One thread. POSIX.
 #pragma once
 

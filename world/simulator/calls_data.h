@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Data definitions, requests and setting of data, each call as its packet asks for it. What the
 // packet gets wrong becomes an exception message; one that is too short throws MissingBytes.
 #pragma once

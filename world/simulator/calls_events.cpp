@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/simulator/calls_events.h"
 
 #include "core/text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/simulator/calls_objects.h"
 
 #include "core/geo.h"

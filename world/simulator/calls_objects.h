@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Creating, steering and removing AI objects, each call as its packet asks for it. What the
 // packet gets wrong becomes an exception message; one that is too short throws MissingBytes.
 #pragma once

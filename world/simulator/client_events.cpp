@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/simulator/client_events.h"
 
 #include "core/text.h"

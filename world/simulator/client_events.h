@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The simulator's own events that a client may map and send to an object.
 #pragma once
 

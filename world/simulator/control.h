@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Commands that make things happen in a running simulator, one a line, and the report of a run.
 #pragma once
 

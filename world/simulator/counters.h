@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a run counted, for the report. Written under the lock that guards the simulator.
 #pragma once
 

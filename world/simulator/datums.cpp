@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/simulator/datums.h"
 
 #include "core/geo.h"

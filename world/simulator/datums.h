@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Simulation variables and units: names as clients write them, and how a field of a data definition is read from and
 // written to an object. Names compare without regard to case. Any thread; the tables are constant.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/simulator/inproc.h"
 
 #include "platform/system.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The simulator in the same process: its model behind the client functions, without sockets, for tests and replay.
 // A program that links it and calls SimConnect_Open talks to this model; while it is not started, opening fails.
 // All functions may be called from any thread. Without `inprocRunThread` its time stands still between steps.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The process entry of kestrelune-simulator.
 #include "platform/system.h"
 #include "world/runner/parking_report.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the simulator says to its clients: each message is put behind what waits in the session's buffer. Nothing goes
 // to a session that is finished or dropped; one whose buffer would outgrow `maxOutput` is dropped. Under whatever
 // guards the simulator.

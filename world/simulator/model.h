@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The stand-in simulator: a model of what a client of the simulator can see and do. Nothing in it waits, sleeps or
 // starts a thread: time passes when `advance` is called, and packets come in through `receive` of a session.
 // Whoever shares a Simulator between threads guards all of it with one lock.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One simulation object: the user's aircraft or an AI object. Plain data in the units named at each field.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The command line of kestrelune-simulator.
 #pragma once
 

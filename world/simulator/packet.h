@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A complete packet of a client, and what carries one out.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/simulator/server.h"
 
 #include "platform/socket.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The stand-in simulator as a TCP server: one listener for clients, and one on loopback for commands.
 #pragma once
 

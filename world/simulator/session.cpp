@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/simulator/session.h"
 
 #include "simconnect/wire.h"

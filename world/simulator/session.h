@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One client of the stand-in simulator: what it sent so far, what waits to be sent to it, and what it declared.
 // A session belongs to a Simulator and is guarded by whatever guards that.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a title tells about an aircraft. Pure.
 #pragma once
 

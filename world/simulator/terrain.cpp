@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/simulator/terrain.h"
 
 #include "core/geo.h"

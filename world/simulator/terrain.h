@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The ground of the stand-in simulator: a few smooth hills and flat airfields. Pure functions, any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The aircraft titles that the stand-in simulator has "installed".
 #pragma once
 

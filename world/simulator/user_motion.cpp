@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/simulator/user_motion.h"
 
 #include "core/geo.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How the user's aircraft moves: it stands, flies straight, or follows a file.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/simulator/wire_log.h"
 
 #include "simconnect/wire.h"

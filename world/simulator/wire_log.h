@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A client's packets in words, read off by their offsets, so that a test can say what has to arrive.
 #pragma once
 

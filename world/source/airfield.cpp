@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/source/airfield.h"
 
 #include <algorithm>

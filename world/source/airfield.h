@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The scenario's airport: two parallel runways with taxiways and two rows of stands between them. Its frame has the
 // axis `a` along the landing direction (west) and `b` to the right of it (north), metres from the reference point.
 // Aircraft land on the northern runway and take off from the southern one; all taxiways are one-way.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Many feeds ask for all aircraft every few seconds and hand on what they got at once: a cycle of lines goes out within
 // milliseconds, then nothing comes until the next. One thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/source/control_client.h"
 
 #include "core/geo.h"

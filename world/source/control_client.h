@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The client side of the control link: connects, answers the version question, counts what it reads. Owns one thread.
 #pragma once
 

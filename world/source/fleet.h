@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Who flies in the scenario: airlines with types that they operate, registrations, transponder addresses, callsigns.
 #pragma once
 

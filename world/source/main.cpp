@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/socket.h"
 #include "platform/system.h"
 #include "world/source/source_run.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A recording of traffic lines, plain or gzip, read line by line and given times to be sent at. One thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/source/report_line.h"
 
 #include <cmath>

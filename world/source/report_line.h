@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The traffic line as the source writes it: 44 comma-separated fields, one datagram.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The built-in traffic around one airport: arrivals on the ILS, departures, overflights, light aircraft, a helicopter,
 // aircraft at stands, vehicles. The same seed gives the same reports. It goes on for ever: what ends is replaced, and
 // an aircraft that has arrived leaves again. One thread.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/source/source_options.h"
 
 #include "core/text.h"

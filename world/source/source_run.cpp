@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/source/source_run.h"
 
 #include "core/text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One run of the traffic source: the sending loop, the faults that it makes on demand, its report.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where a scenario aircraft is at any time, in closed form: lines and arcs on a plane around the airport, a speed that
 // is piecewise uniformly accelerated along them, and a height profile over the distance flown. Pure functions.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The parts of the live page that never change: what lies in page/, cut at the place of the data.
 #pragma once
 

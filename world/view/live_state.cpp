@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/view/live_state.h"
 
 #include "core/geo.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a watcher of the simulator has been told, and what is new since: the messages behind the live page.
 #pragma once
 

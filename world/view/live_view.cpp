@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "world/view/live_view.h"
 
 #include "core/geo.h"
@@ -133,7 +134,7 @@ bool LiveView::start(const LiveViewOptions& options, std::string& error) {
     State& state = *state_;
     state.options = options;
     state.http.set_socket_options([](socket_t) {}); // the usual ones let two servers have one port
-    state.http.set_keep_alive_max_count(1); // an idle connection would hold up the end
+    state.http.set_keep_alive_max_count(1);         // an idle connection would hold up the end
     state.http.new_task_queue = [] { return new httplib::ThreadPool(mostWatchers); };
     state.http.Get("/", [&state](const httplib::Request&, httplib::Response& response) { state.sendPage(response); });
     state.http.Get("/events",

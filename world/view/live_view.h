@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The live page: what the simulator shows, on a page of a browser on this machine.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 const data = JSON.parse(document.getElementById('data').textContent);
 const byId = id => document.getElementById(id);
 const svgName = 'http://www.w3.org/2000/svg';

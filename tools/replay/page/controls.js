@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ---- one drawing per frame at most ----
 let wanted = false, lastFrame = 0;
 function redraw() {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ---- data: unpacked into one array per column ----
 const $ = id => document.getElementById(id);
 const data = JSON.parse($('data').textContent);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ---- state ----
 const state = {
     t: begin, playing: false, speed: 1, trail: aircraft.length > 12 ? 600 : Infinity, chosen: null, follow: false,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // ---- profile: altitude and speed of the chosen aircraft over time ----
 const profile = {from: 0, to: 1, left: 56, right: 24, width: 1};
 const profileX = t => profile.left + (t - profile.from) / (profile.to - profile.from) * profile.width;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The live page: keeps what the stream of events tells of each aircraft, and draws it sixty times a second.
 (() => {
   const METRES_PER_NM = 1852;
