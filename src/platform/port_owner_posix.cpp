@@ -59,7 +59,7 @@ std::string portOwner(std::uint16_t port, PortKind kind) {
             std::ifstream file(process.path() / "comm");
             std::string name;
             std::getline(file, name);
-            return name + " (process " + id + ")";
+            return name.append(" (process ").append(id).append(")");
         }
     }
     return {};

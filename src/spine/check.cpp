@@ -41,7 +41,7 @@ constexpr int simulatorMs = 3000; ///< one that runs answers at once
 using Item = std::string();
 
 std::string programFolder() {
-    const std::string here = platform::pathText(fs::current_path());
+    std::string here = platform::pathText(fs::current_path());
     for (const fs::path* folder : {&path::docs, &path::input}) {
         if (!fs::is_directory(*folder))
             throw AdvisedError(fmt::format("{} has no folder \"{}\"", here, platform::pathText(*folder)),
@@ -132,9 +132,8 @@ std::string simulator() {
     attempt.timeoutMs = simulatorMs;
     simconnect::HANDLE handle = nullptr;
     const bool open = simconnect::openSimulator(handle, "Kestrelune check", 0, attempt) == simconnect::S_OK;
-    const std::string place =
-        fmt::format("{} ({})", attempt.address.empty() ? "no address" : attempt.address,
-                    attempt.file.empty() ? "no SimConnect.cfg names another" : "from " + attempt.file);
+    std::string place = fmt::format("{} ({})", attempt.address.empty() ? "no address" : attempt.address,
+                                    attempt.file.empty() ? "no SimConnect.cfg names another" : "from " + attempt.file);
     if (!open)
         throw AdvisedError(
             fmt::format("{} {}", place,

@@ -122,6 +122,27 @@ std::string aircraftJson(const MapAircraft& a) {
     return out + "}";
 }
 
+double number(double value, double unit) {
+    return fits(value) ? std::round(value / unit) * unit : 0.0;
+}
+
+std::string aroundJson(const MapPage& page) {
+    std::string out = fmt::format(",\n\"epoch\":{:.3f},\"user\":[{:.6f},{:.6f}],\"stands\":[", number(page.epoch, 1e-3),
+                                  number(page.userLat, 1e-6), number(page.userLon, 1e-6));
+    for (std::size_t i = 0; i < page.stands.size(); ++i) {
+        const MapStand& s = page.stands[i];
+        out += fmt::format("{}[{},{:.6f},{:.6f},{:.1f},{:.1f}]", i == 0 ? "" : ",", jsonText(s.id), number(s.lat, 1e-6),
+                           number(s.lon, 1e-6), number(s.radius, 0.1), number(s.heading, 0.1));
+    }
+    out += "],\"worst\":[";
+    for (std::size_t i = 0; i < page.worst.size(); ++i) {
+        const MapWorst& w = page.worst[i];
+        out +=
+            fmt::format("{}[{},{:.2f},{}]", i == 0 ? "" : ",", w.aircraft, number(w.seconds, 0.01), jsonText(w.text));
+    }
+    return out + "]";
+}
+
 } // namespace
 
 void writeMapPage(const std::filesystem::path& file, const MapPage& page) {
@@ -129,7 +150,7 @@ void writeMapPage(const std::filesystem::path& file, const MapPage& page) {
     out << mapPageHead << "{\"title\":" << jsonText(page.title) << ",\"phases\":[";
     for (std::size_t i = 0; i < page.phases.size(); ++i)
         out << (i == 0 ? "" : ",") << jsonText(page.phases[i]);
-    out << "],\n\"aircraft\":[";
+    out << "]" << aroundJson(page) << ",\n\"aircraft\":[";
     for (std::size_t i = 0; i < page.aircraft.size(); ++i)
         out << (i == 0 ? "\n" : ",\n") << aircraftJson(page.aircraft[i]);
     out << "]}" << mapPageTail;

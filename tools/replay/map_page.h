@@ -37,10 +37,28 @@ struct MapAircraft {
     std::vector<MapPoint> truth; ///< empty where it is not known
 };
 
+struct MapStand {
+    std::string id;
+    double lat = 0, lon = 0; ///< degrees
+    double radius = 0;       ///< metres
+    double heading = 0;      ///< degrees true
+};
+
+/// A moment that is worth a look.
+struct MapWorst {
+    std::uint32_t aircraft = 0; ///< place in MapPage::aircraft
+    double seconds = 0;         ///< of the replay
+    std::string text;           ///< what was worst then
+};
+
 struct MapPage {
     std::string title;
     std::vector<std::string_view> phases; ///< names
     std::vector<MapAircraft> aircraft;
+    std::vector<MapStand> stands{};
+    double userLat = 0, userLon = 0; ///< degrees; of the user's aircraft, which stays there
+    double epoch = 0;                ///< seconds since 1970 at second 0 of the replay; 0 = not known
+    std::vector<MapWorst> worst{};
 };
 
 /// Writes the page. Throws std::runtime_error that names the file when it cannot be written.

@@ -166,6 +166,35 @@ void fly(const Options& o, ReplayFeed& feed, Stage& stage, std::int32_t length,
         noteFault(result.faults, clash);
 }
 
+/// What the map shows beside the aircraft.
+void describePlace(MapPage& map, const Viewpoint& view, const ReplayFeed& feed) {
+    map.userLat = view.at.lat;
+    map.userLon = view.at.lon;
+    map.epoch = static_cast<double>(feed.epochMs()) / 1000.0;
+    for (const Stand& stand : stands)
+        map.stands.push_back({stand.id, stand.lat, stand.lon, stand.radius * metresPerNm, stand.heading * radToDeg});
+}
+
+/// The worst moment of each measure of ours, in the order of the measures.
+void findWorst(Result& result) {
+    for (std::size_t m = 0; m < metricCount; ++m) {
+        const auto metric = static_cast<Metric>(m);
+        const Series* worst = nullptr;
+        Phase of{};
+        for (std::size_t p = 0; p < phaseCount; ++p) {
+            const Series& s = result.boards[0]->of(metric, static_cast<Phase>(p));
+            if (s.count() > 0 && s.maximum() > 0.0 && (worst == nullptr || s.maximum() > worst->maximum())) {
+                worst = &s;
+                of = static_cast<Phase>(p);
+            }
+        }
+        if (worst != nullptr)
+            result.map.worst.push_back({worst->worst().aircraft, secondsOf(worst->worst().tick),
+                                        fmt::format("{} {:.4g} {} ({})", nameOf(metric).key, worst->maximum(),
+                                                    nameOf(metric).unit, text(of))});
+    }
+}
+
 void fillProgramFolder(const Options& o, const std::filesystem::path& folder) {
     world::makeContent({o.data, folder, folder / "sim" / "Community", folder / "appdata", true});
     setParameterDefaults();
@@ -197,6 +226,8 @@ Result replayInPlace(const Options& o, const std::function<void(double)>& progre
     Stage stage(o, feed, simulator.terrain);
     fly(o, feed, stage, lengthOf(o, feed), progress);
     Result result = stage.finish();
+    describePlace(result.map, view, feed);
+    findWorst(result);
     const world::Counters counters = world::inprocCounters();
     result.objects = counters.objectsCreated;
     if (!counters.exceptions.empty())

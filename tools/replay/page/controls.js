@@ -28,6 +28,8 @@ function paint() {
         readOut();
     }
     $('clock').textContent = clockText(state.t);
+    if (data.epoch)
+        $('utc').textContent = new Date((data.epoch + state.t) * 1000).toISOString().slice(11, 19) + ' UTC';
     $('slider').value = state.t;
     refreshList();
 }
@@ -39,9 +41,27 @@ function drawRow(a) {
     parts[1].textContent = a.callsign;
     parts[3].textContent = a.model;
     row.title = a.model;
+    row.tabIndex = 0;
+    row.setAttribute('role', 'button');
     row.addEventListener('click', () => choose(a, true));
+    row.addEventListener('keydown', event => rowKey(event, a));
     a.row = {row, dot: parts[0], where: parts[2], mark: -2, text: ''};
     return row;
+}
+function rowKey(event, a) {
+    const step = {ArrowDown: 'nextElementSibling', ArrowUp: 'previousElementSibling'}[event.key];
+    if (event.key === 'Enter' || event.key === ' ') {
+        choose(a, true);
+    } else if (step) {
+        let row = a.row.row[step];
+        while (row && row.hidden)
+            row = row[step];
+        row?.focus();
+    } else {
+        return;
+    }
+    event.preventDefault();
+    event.stopPropagation();
 }
 let listedAt = -Infinity;
 function refreshList() {
@@ -128,6 +148,34 @@ function choice(box, key, options) {
 const pickSpeed = choice('speed', 'speed', [1, 2, 5, 10, 30].map(n => [n, `${n}×`]));
 const pickTrail = choice('trail', 'trail', [[120, '2 min'], [600, '10 min'], [Infinity, 'All']]);
 
+// ---- worst moments ----
+let worstAt = -1;
+function nextWorst() {
+    if (!data.worst.length)
+        return;
+    worstAt = (worstAt + 1) % data.worst.length;
+    const [index, t, words] = data.worst[worstAt];
+    const a = aircraft[index];
+    $('worsttext').textContent = `${worstAt + 1} of ${data.worst.length}: ${words}`;
+    if (!a)
+        return;
+    play(false);
+    choose(a, false);
+    seek(t);
+    view.mpp = Math.min(view.mpp, 2);
+    redraw();
+}
+/// The moment with the most aircraft, which says more than an empty sky at the begin.
+function busiestTime() {
+    let best = begin, most = 0;
+    for (let t = begin; t <= end; t += Math.max(1, (end - begin) / 400)) {
+        const count = aircraft.reduce((sum, a) => sum + (poseAt(a.shown, t) ? 1 : 0), 0);
+        if (count > most)
+            best = t, most = count;
+    }
+    return best;
+}
+
 // ---- address: what is looked at can be linked ----
 let addressTimer = 0;
 function noteAddress() {
@@ -159,6 +207,8 @@ function readAddress() {
         pickTrail(number('trail') ?? Infinity);
     if (number('t') !== null)
         state.t = Math.min(end, Math.max(begin, number('t')));
+    else if (!at.has('ac'))
+        state.t = busiestTime();
     const named = at.has('ac') ? aircraft.filter(a => a.key === at.get('ac')) : [];
     // A callsign may have been used twice.
     const chosen = named.find(a => poseAt(a.shown, state.t)) ?? named[0] ?? null;
@@ -186,6 +236,7 @@ function readAddress() {
 function listenToMap() {
     const map = $('map');
     let from = null, moved = false;
+    const fingers = new Map(); // of a touch screen, by pointer
     const place = event => {
         const box = map.getBoundingClientRect();
         return [event.clientX - box.left, event.clientY - box.top];
@@ -195,10 +246,21 @@ function listenToMap() {
             return;
         map.setPointerCapture(event.pointerId);
         from = place(event);
-        moved = false;
+        fingers.set(event.pointerId, from);
+        moved = fingers.size > 1;
     });
     map.addEventListener('pointermove', event => {
         const [px, py] = place(event);
+        if (fingers.size > 1 && fingers.has(event.pointerId)) {
+            const before = fingers.get(event.pointerId);
+            const other = [...fingers].find(([id]) => id !== event.pointerId)[1];
+            const apart = at => Math.hypot(at[0] - other[0], at[1] - other[1]);
+            if (apart(before) > 0 && apart([px, py]) > 0)
+                zoomAt(apart(before) / apart([px, py]), (px + other[0]) / 2, (py + other[1]) / 2);
+            fingers.set(event.pointerId, [px, py]);
+            redraw();
+            return;
+        }
         if (!from) {
             const over = seen.find(one => Math.hypot(one.px - px, one.py - py) < Math.max(one.size, 10) + 4)?.a ?? null;
             if (over !== state.over) {
@@ -225,7 +287,8 @@ function listenToMap() {
             if (found)
                 choose(found, false);
         }
-        from = null;
+        fingers.delete(event.pointerId);
+        from = fingers.size === 1 ? [...fingers.values()][0] : null;
         map.classList.remove('drag');
         noteAddress();
     };
@@ -287,6 +350,8 @@ function listenToKeys() {
             const first = aircraft.find(a => !a.row.row.hidden);
             if (first)
                 choose(first, true);
+        } else if (!typing && (event.key === 'w' || event.key === 'W') && !event.ctrlKey && !event.metaKey) {
+            nextWorst();
         } else if (!typing && event.key === ' ' && event.target.tagName !== 'BUTTON') {
             event.preventDefault();
             play(!state.playing);
@@ -304,13 +369,13 @@ function listenToKeys() {
 
 function drawLegend() {
     const row = (kind, colour, text) => {
-        const line = $('legend').appendChild(document.createElement('div'));
+        const line = $('signs').appendChild(document.createElement('div'));
         const sign = line.appendChild(document.createElement('i'));
         sign.className = kind;
         sign.style.borderColor = kind === 'truth' ? '' : colour;
         line.append(text);
     };
-    $('legend').replaceChildren();
+    $('signs').replaceChildren();
     for (const mark of [...occurring].sort((l, r) => l - r))
         row('', phaseColour(mark), phaseName(mark));
     if (aircraft.some(a => a.truth.n))
@@ -319,6 +384,11 @@ function drawLegend() {
         row('dot', '', 'report, in the air');
     if (aircraft.some(a => a.reports.mark.includes(0)))
         row('ring', '', 'report, on the ground');
+    if (aircraft.some(a => a.shown.n))
+        row('tick', '', 'where the nose points');
+    if (data.stands.length)
+        row('stand', '', 'stand');
+    row('user', '', 'your aircraft');
 }
 function useTheme(name) {
     setTheme(name);
@@ -343,6 +413,9 @@ $('follow').addEventListener('click', () => {
     setFollow(!state.follow);
     redraw();
 });
+$('worst').addEventListener('click', nextWorst);
+$('worst').disabled = !data.worst.length;
+$('legend').open = innerWidth >= 900;
 $('theme').addEventListener('click', () => useTheme(dark ? 'light' : 'dark'));
 listenToMap();
 listenToProfile();

@@ -67,6 +67,10 @@ const lonOf = x => aroundTurn(origin.lon + x / EAST);
 const xOf = lon => aroundTurn(lon - origin.lon) * EAST;
 const yOf = lat => (lat - origin.lat) * METRES_PER_DEGREE;
 
+const stands = data.stands.map(([id, lat, lon, radius, heading]) =>
+    ({id, x: xOf(lon), y: yOf(lat), radius, heading: heading * Math.PI / 180}));
+const user = {x: xOf(data.user[1]), y: yOf(data.user[0])};
+
 for (const s of allSeries) {
     s.far = new Float64Array(s.n); // metres along the path
     s.broken = new Uint8Array(s.n); // a break is before it

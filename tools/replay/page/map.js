@@ -281,6 +281,45 @@ function drawGrid(g) {
     }
     g.stroke();
 }
+function drawStands(g) {
+    if (view.mpp > 8)
+        return;
+    g.strokeStyle = g.fillStyle = colours.truth;
+    g.lineWidth = 1;
+    g.font = '11px ' + colours.font;
+    g.textBaseline = 'middle';
+    g.textAlign = 'center';
+    for (const s of stands) {
+        const px = toX(s.x), py = toY(s.y), r = Math.max(1.5, s.radius / view.mpp);
+        if (!pointInView(px, py, r + 14))
+            continue;
+        g.globalAlpha = 0.7;
+        g.beginPath();
+        g.arc(px, py, r, 0, 7);
+        g.moveTo(px, py);
+        g.lineTo(px + Math.sin(s.heading) * r, py - Math.cos(s.heading) * r);
+        g.stroke();
+        g.globalAlpha = 1;
+        if (r > 11)
+            g.fillText(s.id, px, py + r + 8);
+    }
+    g.textAlign = 'start';
+}
+function drawUser(g) {
+    const px = toX(user.x), py = toY(user.y);
+    if (!pointInView(px, py, 20))
+        return;
+    g.strokeStyle = g.fillStyle = colours.accent;
+    g.lineWidth = 1.6;
+    g.beginPath();
+    g.arc(px, py, 6, 0, 7);
+    g.moveTo(px - 11, py), g.lineTo(px + 11, py);
+    g.moveTo(px, py - 11), g.lineTo(px, py + 11);
+    g.stroke();
+    g.font = '11px ' + colours.font;
+    g.textBaseline = 'middle';
+    g.fillText('you', px + 13, py + 9);
+}
 function drawScale(g) {
     const metres = niceBelow(view.mpp * 150), miles = niceBelow(view.mpp * 150 / 1852);
     const left = 16, base = view.height - 28;
@@ -319,6 +358,8 @@ function drawMap() {
     const {g} = sheet($('map'));
     measureView();
     drawGrid(g);
+    drawStands(g);
+    drawUser(g);
     const order = aircraft.filter(a => a !== state.chosen);
     if (state.chosen)
         order.push(state.chosen);
