@@ -4,7 +4,10 @@
 # installed into an empty tree, started there, and removed. 77 where dpkg is missing.
 set -eu
 build="$1"
-command -v dpkg-deb >/dev/null && command -v dpkg-shlibdeps >/dev/null || { echo "no dpkg here"; exit 77; }
+for tool in dpkg-deb dpkg-shlibdeps file; do
+    command -v $tool >/dev/null || { echo "skipped: no $tool here"; exit 77; }
+done
+[ -d "$build/man" ] || { echo "skipped: built without help2man"; exit 77; }
 
 work="$(mktemp -d)"
 trap 'rm -rf "$work"' EXIT
