@@ -117,6 +117,35 @@ fs::path standFile(const Places& at, const RunPlan& plan) {
     return at.folder / "updates" / "MSFS" / "archive" / "stock" / (plan.standsCode + ".xml");
 }
 
+/// Puts the stands of a recording's airport where the program asks for them, and that airport on the user's list.
+bool addStands(World& world, const Places& at, const RunOptions& options, const RunPlan& plan) {
+    if (options.stands.empty())
+        return true;
+    Child pack;
+    std::string error;
+    if (!pack.start({"pack",
+                     at.program("kestrelune-pack", "tools"),
+                     {"--apt", options.stands, "--out", (at.folder / "updates").string()},
+                     {},
+                     {},
+                     at.output / "pack.txt",
+                     false},
+                    error)) {
+        world.complain(error);
+        return false;
+    }
+    if (!pack.waitForEnd(contentMs) || pack.exitCode() != 0 || !fs::exists(standFile(at, plan))) {
+        world.complain(fmt::format("{} gave no stands of {}", options.stands, plan.standsCode), &pack);
+        return false;
+    }
+    const fs::path list = at.folder / "airports" / "my_park_airports.txt";
+    if (!fs::exists(list)) {
+        fs::create_directories(list.parent_path());
+        std::ofstream(list) << plan.standsCode << '\n';
+    }
+    return true;
+}
+
 bool startSimulator(World& world, const Places& at, const RunOptions& options, const RunPlan& plan) {
     std::vector<std::string> arguments{"--port",      "0",
                                        "--at",        startText(plan.user),
@@ -272,8 +301,9 @@ int runWorld(const RunOptions& options) {
         return 2;
     }
     World world;
-    const bool up = makeFolder(world, at, options, plan) && startSimulator(world, at, options, plan) &&
-                    startProgram(world, at, options) && startSource(world, at, options, plan);
+    const bool up = makeFolder(world, at, options, plan) && addStands(world, at, options, plan) &&
+                    startSimulator(world, at, options, plan) && startProgram(world, at, options) &&
+                    startSource(world, at, options, plan);
     if (up) {
         say(fmt::format("user's aircraft at {}, {}, program folder {}", startText(plan.user),
                         options.minutes > 0 ? fmt::format("for {:g} minutes", options.minutes) : "until Ctrl-C",
@@ -308,8 +338,10 @@ int main(int argc, char** argv) {
     if (const auto ending = readOptions({argv + 1, argv + argc}, options)) {
         return kes::command_line::tell(*ending);
     }
-    if (!options.feed.empty()) {
-        options.feed = fs::absolute(options.feed).string();
+    for (std::string* file : {&options.feed, &options.stands}) {
+        if (!file->empty()) {
+            *file = fs::absolute(*file).string();
+        }
     }
     try {
         kes::platform::watchCloseSignals([] { endAsked = true; });

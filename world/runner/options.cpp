@@ -48,6 +48,8 @@ std::optional<command_line::Ending> readOptions(const std::vector<std::string>& 
         [&o](const std::string& text) { return readNumber(text, o.minutes, std::numeric_limits<double>::min(), 1e6); },
         "End after so many minutes (default: with Ctrl-C)");
     addText(app, "--feed", "FILE", o.feed, "Traffic from a recording instead of the built-in scenario");
+    addText(app, "--stands", "FILE", o.stands,
+            "With --feed: the stands of its airport, in the apt.dat form, plain or gzip");
     addValue(
         app, "--at", "LAT,LON,ALT_FT[,HDG]", "LAT,LON,ALT_FT[,HDG]",
         [&o](const std::string& text) { return readStart(text, o.at); },

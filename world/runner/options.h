@@ -22,6 +22,7 @@ struct UserStart {
 struct RunOptions {
     double minutes = 0; ///< 0 = until Ctrl-C or the program ends
     std::string feed;
+    std::string stands; ///< airport layout for a recording's airport, apt.dat; empty = none
     std::optional<UserStart> at;
     bool noWindow = false, keep = false;
     std::filesystem::path build = "build/release";
