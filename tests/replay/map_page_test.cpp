@@ -114,6 +114,22 @@ TEST_F(MapPageTest, NumbersAreWholeStepsFromOneToTheNext) {
     EXPECT_EQ(read["shown"]["s"], Json({100, 5})) << "even steps must cost nothing";
 }
 
+TEST_F(MapPageTest, TheSurroundingsComeThrough) {
+    MapPage page{"t", {}, {}};
+    page.epoch = 1601625601.5;
+    page.userLat = 41.2971;
+    page.userLon = -2.0785;
+    page.stands = {{"A\"</script>", 41.3, 2.1, 36.04, 270.06}, {"B", HUGE_VAL, 0, 0, 0}};
+    page.worst = {{3, 12.345, "jump 1 m (air)"}};
+    const Json data = dataOf(write(page));
+    EXPECT_EQ(data["epoch"], 1601625601.5);
+    EXPECT_EQ(data["user"], Json({41.2971, -2.0785}));
+    EXPECT_EQ(data["stands"], Json({{"A\"</script>", 41.3, 2.1, 36.0, 270.1}, {"B", 0.0, 0.0, 0.0, 0.0}}));
+    EXPECT_EQ(data["worst"], Json::array({{3, 12.35, "jump 1 m (air)"}}));
+    page.epoch = HUGE_VAL;
+    EXPECT_EQ(dataOf(write(page))["epoch"], 0.0);
+}
+
 TEST_F(MapPageTest, EqualDataGiveEqualBytesThatNeedNoNetwork) {
     const MapPage page{"t", {"air"}, {{"A", "B", 0.01, {{1, 2, 3, 4, 5, 6, true}}, {{1, 2, 3, 4, 5, 6, 0}}, {}}}};
     const std::string html = write(page);

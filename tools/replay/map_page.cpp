@@ -27,6 +27,7 @@ constexpr double perSecond = 100, perDegree = 1e6, perFoot = 1, perKnot = 10, pe
 constexpr double decimetresPerNm = 10.0 * metresPerNm;
 /// Anything beyond is no number of this world, and its differences would leave what a script's number holds.
 constexpr double largest = 1e9;
+constexpr double largestEpoch = 1e11; ///< seconds
 
 bool fits(double value) {
     return std::fabs(value) < largest; // false for what is no number
@@ -127,8 +128,9 @@ double number(double value, double unit) {
 }
 
 std::string aroundJson(const MapPage& page) {
-    std::string out = fmt::format(",\n\"epoch\":{:.3f},\"user\":[{:.6f},{:.6f}],\"stands\":[", number(page.epoch, 1e-3),
-                                  number(page.userLat, 1e-6), number(page.userLon, 1e-6));
+    std::string out = fmt::format(",\n\"epoch\":{:.3f},\"user\":[{:.6f},{:.6f}],\"stands\":[",
+                                  std::fabs(page.epoch) < largestEpoch ? page.epoch : 0.0, number(page.userLat, 1e-6),
+                                  number(page.userLon, 1e-6));
     for (std::size_t i = 0; i < page.stands.size(); ++i) {
         const MapStand& s = page.stands[i];
         out += fmt::format("{}[{},{:.6f},{:.6f},{:.1f},{:.1f}]", i == 0 ? "" : ",", jsonText(s.id), number(s.lat, 1e-6),
