@@ -35,9 +35,14 @@ public:
             return false;
         }
         path_ = path;
-        lines_ = 0;
-        lost_ = 0;
-        stopping_ = false;
+        {
+            // A datagram of the recording before may still be on its way in.
+            const std::lock_guard lock(mutex_);
+            waiting_.clear();
+            lines_ = 0;
+            lost_ = 0;
+            stopping_ = false;
+        }
         thread_ = std::thread([this] { writeAll(); });
         active_ = true;
         return true;
@@ -54,6 +59,7 @@ public:
         wake_.notify_one();
         thread_.join();
         const bool whole = gzclose(std::exchange(file_, nullptr)) == Z_OK && !failed_;
+        const std::lock_guard lock(mutex_);
         log(fmt::format("Recording {} {} with {} lines{}", platform::pathText(path_),
                         whole ? "finished" : "could not be written to the end", lines_,
                         lost_ == 0 ? "" : fmt::format(", {} left out since the disk was too slow", lost_)));
