@@ -8,6 +8,7 @@
 #include "platform/system.h"
 
 #include <fmt/format.h>
+#include <mutex>
 #include <stdexcept>
 
 namespace kes {
@@ -15,6 +16,9 @@ namespace kes {
 namespace {
 /// A burst that comes while the reader waits for its turn on the processor has to fit in here, bytes.
 constexpr int receiveBufferBytes = 4 << 20;
+
+std::mutex failureMutex;
+std::string failureAdvice; // guarded by failureMutex
 } // namespace
 
 void UdpReader::openSocket() {
@@ -82,13 +86,25 @@ void readerThread(UdpReader& reader, const ReaderNames& names, std::uint16_t por
         reader.receiveLoop();
     } catch (const std::exception& error) {
         logIndented(fmt::format("{} disconnected", names.thread));
-        showStatus(fmt::format("The {} has stopped with an error: {}", names.subject, error.what()), true,
-                   adviceOf(error));
+        const std::string text = fmt::format("The {} has stopped with an error: {}", names.subject, error.what());
+        const std::string advice = adviceOf(error);
+        showStatus(text, true, advice);
+        {
+            const std::lock_guard lock(failureMutex);
+            failureAdvice = advice.empty() ? text : advice;
+        }
         readerFailed = true;
     }
     reader.socket.close();
     if (opened)
         platform::endSockets();
+}
+
+std::string readerFailureAdvice() {
+    if (!readerFailed)
+        return {};
+    const std::lock_guard lock(failureMutex);
+    return failureAdvice;
 }
 
 void ReaderThread::start(const ReaderNames& names, std::uint16_t port) {

@@ -12,6 +12,7 @@
 #include "feed/control_link.h"
 #include "feed/report_queue.h"
 #include "feed/traffic_reader.h"
+#include "feed/udp_reader.h"
 #include "liveries/matching.h"
 #include "spine/main_tick.h"
 #include "traffic/conflicts.h"
@@ -146,7 +147,7 @@ void setRangeByRule() {
 void endAfterReaderFailure() {
     if (!readerFailed)
         return;
-    showError("1001: RT error");
+    showError("1001: RT error", readerFailureAdvice());
     requestExit(ExitReason::systemError, 0);
 }
 

@@ -13,6 +13,7 @@
 #include "feed/qnh_reader.h"
 #include "feed/report_queue.h"
 #include "feed/traffic_reader.h"
+#include "feed/udp_reader.h"
 #include "liveries/store.h"
 #include "sim/ai_commands.h"
 #include "sim/orders.h"
@@ -145,7 +146,7 @@ void runTraffic() {
     sendQs121(userAircraft);
     trafficReader.setUserPosition(userAircraft.lat, userAircraft.lon);
     if (readerFailed) {
-        showError("Reader error");
+        showError("Reader error", readerFailureAdvice());
         requestExit(ExitReason::systemError, 0);
     }
     waitForFirstTraffic();

@@ -5,6 +5,7 @@
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/window.h"
+#include "traffic/absence.h"
 #include "traffic/live_table.h"
 #include "traffic/parking.h"
 #include "traffic/removal.h"
@@ -58,8 +59,10 @@ void applyBlocking() {
         return;
     const auto it = std::ranges::find_if(
         liveAircraft, [&](const LiveAircraft& a) { return a.st == AircraftStatus::active && a.callsign == blocked; });
-    if (it != liveAircraft.end())
-        removeAircraftFromSim(*it);
+    if (it == liveAircraft.end())
+        return;
+    tellLeaving(*it, "its callsign is blocked");
+    removeAircraftFromSim(*it);
 }
 
 void removeParkedTwins() {
@@ -71,8 +74,10 @@ void removeParkedTwins() {
             return parked.st == AircraftStatus::active &&
                    (parked.callsign == flight || (!live.regcode.empty() && parked.regcode == live.regcode));
         });
-        if (it != parkedAircraft.end())
-            removeAircraftFromSim(*it);
+        if (it == parkedAircraft.end())
+            continue;
+        tellLeaving(*it, fmt::format("it is the live {}", live.callsign));
+        removeAircraftFromSim(*it);
     }
 }
 

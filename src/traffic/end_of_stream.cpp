@@ -126,11 +126,11 @@ void extrapolateSample(LiveAircraft& a, std::int32_t count) {
     a.stream.push_back(s);
 }
 
+} // namespace
+
 bool inSightOfUser(const LiveAircraft& a) {
     return !userAircraft.known() || distanceNm(userAircraft.position(), a.position()) < rangeNm - rangeMargin;
 }
-
-} // namespace
 
 bool endOfStream(LiveAircraft& a, const Motion& m) {
     if (a.stream.empty()) {

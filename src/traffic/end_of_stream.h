@@ -10,5 +10,7 @@ namespace kes {
 
 /// The stream has run out. True = a sample was added, the leg can begin.
 bool endOfStream(LiveAircraft& aircraft, const Motion& m);
+/// Nearer to the user than half a mile inside the range, so that its reports should go on.
+bool inSightOfUser(const LiveAircraft& aircraft);
 
 } // namespace kes

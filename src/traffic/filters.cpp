@@ -10,6 +10,7 @@
 #include "platform/output.h"
 #include "platform/system.h"
 #include "reference/reference.h"
+#include "traffic/absence.h"
 #include "traffic/live_table.h"
 #include "traffic/parking.h"
 #include "traffic/removal.h"
@@ -89,6 +90,7 @@ bool removeFarthest(double distance) {
     }
     if (farthest == nullptr)
         return false;
+    tellLeaving(*farthest, "MAX_LIVE is reached, and all others are nearer to you");
     removeAircraftFromSim(*farthest);
     return true;
 }

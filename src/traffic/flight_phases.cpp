@@ -3,6 +3,7 @@
 
 #include "core/log.h"
 #include "core/parameters.h"
+#include "traffic/absence.h"
 #include "traffic/controls.h"
 #include "traffic/departure.h"
 #include "traffic/ground_motion.h"
@@ -235,12 +236,15 @@ void lookForTakeOff(LiveAircraft& a, const PositionSample& n, const Motion& m) {
 }
 
 void decode(LiveAircraft& a, PositionSample& n, const Motion& m) {
-    if (a.sz() > longestStream)
-        removeAircraftFromSim(a); // such a stream cannot be flown any more
+    if (a.sz() > longestStream) { // such a stream cannot be flown any more
+        tellLeaving(a, "too many reports of it wait");
+        removeAircraftFromSim(a);
+    }
     if (a.holding && !a.stream.empty() &&
         distanceNm(n.position(), a.stream.front().position()) * metresPerNm > par::HOLDING_THRESHOLD_METERS) {
         a.holding = false;
         a.holdStartTick = 0;
+        tellLeaving(a, "it goes on far from where it waited for reports");
         removeAircraftFromSim(a);
         return;
     }

@@ -2,6 +2,7 @@
 #include "traffic/leaving_stand.h"
 
 #include "core/clock.h"
+#include "traffic/absence.h"
 #include "traffic/leg_timing.h"
 #include "traffic/parking.h"
 #include "traffic/removal.h"
@@ -87,6 +88,7 @@ bool checkAtStand(LiveAircraft& a, PositionSample& n, const Motion& m) {
     } else if (d > beyondDoubt) {
         if (a.st != AircraftStatus::active)
             return true;
+        tellLeaving(a, "it is reported far from its stand");
         removeAircraftFromSim(a);
         return false;
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "traffic/leg.h"
 
+#include "traffic/absence.h"
 #include "traffic/air_motion.h"
 #include "traffic/end_of_stream.h"
 #include "traffic/ground_curve.h"
@@ -62,6 +63,7 @@ void beginLegs(LiveAircraft& a, const Motion& m) {
             continue;
         if (a.fs != FlightState::parked) {
             learnStand(a, a.fs != FlightState::flying);
+            tellLeaving(a, inSightOfUser(a) ? "no further report of it has come" : "it is out of range");
             removeAircraftFromSim(a);
         }
         return;

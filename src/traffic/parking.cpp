@@ -14,6 +14,7 @@
 #include "core/parameters.h"
 #include "core/random.h"
 #include "core/window.h"
+#include "traffic/absence.h"
 #include "traffic/controls.h"
 #include "traffic/filters.h"
 #include "traffic/ground_curve.h"
@@ -108,8 +109,11 @@ std::vector<LiveAtStand> liveAtStands() {
 }
 
 void removeLive(std::uint32_t hexid) {
-    if (LiveAircraft* a = findLive(hexid))
-        removeAircraftFromSim(*a);
+    LiveAircraft* a = findLive(hexid);
+    if (a == nullptr)
+        return;
+    tellLeaving(*a, "its stand is wanted, or fewer parked ones are");
+    removeAircraftFromSim(*a);
 }
 
 bool belongsToAirport(const LiveAircraft& a) {
@@ -126,8 +130,10 @@ void leaveParkAirport() {
             continue;
         releaseStand(a.sid);
         emptyStand(a);
-        if (a.st == AircraftStatus::active || a.st == AircraftStatus::adding2sim)
+        if (a.st == AircraftStatus::active || a.st == AircraftStatus::adding2sim) {
+            tellLeaving(a, "its airport is out of sight");
             removeAircraftFromSim(a);
+        }
         dropAsked = dropAsked || a.deleteQueued;
     }
     if (dropAsked)
@@ -165,6 +171,7 @@ BirthPlace bornOnStand(LiveAircraft& a) {
     if (keptForUser(*stand))
         return BirthPlace::asItIs;
     if (!offerStand(a, stand->sid) || neighbourInTheWay(a, *stand)) {
+        tellNotShown(a.hexid, a, NotShown::standTaken);
         a.deleteNow = true;
         return BirthPlace::parked;
     }
@@ -233,6 +240,7 @@ void arriveAtStand(LiveAircraft& a, const Motion& m) {
     Stand* stand = findStand(a.sid);
     if (stand != nullptr && stand->liveOnIt) { // another one stands there
         a.extrapCount = 1;
+        tellLeaving(a, fmt::format("another one stands on its stand {}", stand->id));
         removeAircraftFromSim(a);
         stand->liveOnIt = true;
         return;

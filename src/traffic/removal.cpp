@@ -4,6 +4,7 @@
 #include "core/log.h"
 #include "core/run_state.h"
 #include "sim/orders.h"
+#include "traffic/absence.h"
 #include "traffic/live_table.h"
 
 #include <algorithm>
@@ -57,10 +58,10 @@ void removeAllLiveForLostSource() {
         return;
     bool dropAsked = false;
     for (LiveAircraft& a : liveAircraft) {
-        if (a.st == AircraftStatus::active)
+        if (a.st == AircraftStatus::active || (a.st == AircraftStatus::adding2sim && !a.deleteQueued)) {
+            tellLeaving(a, "the traffic source has gone");
             removeAircraftFromSim(a);
-        else if (a.st == AircraftStatus::adding2sim && !a.deleteQueued)
-            removeAircraftFromSim(a);
+        }
         dropAsked = dropAsked || a.deleteQueued;
     }
     if (dropAsked)

@@ -3,6 +3,7 @@
 
 #include "sim/orders.h"
 #include "traffic/abandoned.h"
+#include "traffic/absence.h"
 #include "traffic/conflicts.h"
 #include "traffic/light_sequence.h"
 #include "traffic/live_table.h"
@@ -26,6 +27,7 @@ void resetLiveTraffic() {
     resetConflicts();
     resetUserConflicts();
     resetTickCheck();
+    resetAbsence();
 }
 
 } // namespace kes

@@ -8,6 +8,7 @@
 #include "reference/identity.h"
 #include "sim/orders.h"
 #include "traffic/abandoned.h"
+#include "traffic/absence.h"
 #include "traffic/air_motion.h"
 #include "traffic/conflicts.h"
 #include "traffic/filters.h"
@@ -19,6 +20,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <optional>
 
 namespace kes {
 
@@ -56,17 +58,24 @@ bool isBlocked(const LiveAircraft& a) {
     return !blocked.empty() && a.callsign == blocked;
 }
 
-/// False = the record is dropped.
-bool completeIdentity(LiveAircraft& a) {
+void drop(LiveAircraft& a, NotShown reason) {
+    tellNotShown(a.hexid, a, reason);
+    a.deleteNow = true;
+}
+
+/// Why the record is dropped, if it is.
+std::optional<NotShown> completeIdentity(LiveAircraft& a) {
     const std::string reported = a.model;
     const bool known = takeKnownIdentity(a);
     if (a.model != reported)
         applyModel(a);
     if (!known)
-        return false;
+        return NotShown::noCallsign;
     if (noMatchList.contains(noMatchKey(a)))
-        return false;
-    return !(isGhost(a.callsign) && hasRealTwin(a.callsign));
+        return NotShown::noLivery;
+    if (isGhost(a.callsign) && hasRealTwin(a.callsign))
+        return NotShown::realFlightShown;
+    return std::nullopt;
 }
 
 /// False = no livery fits.
@@ -138,15 +147,22 @@ void spawnDecision(LiveAircraft& a, const Motion& m) {
     if (m.in.tick < front.tick - lead)
         return;
     if (a.sz() == 1 || (isGhost(a.callsign) && contains(ghostList, a.callsign))) {
-        a.deleteNow = true;
+        drop(a, a.sz() == 1 ? NotShown::oneReport : NotShown::realFlightShown);
         return;
     }
     if (mixedStream(a) || birthCheckUser(a) == BirthCheck::wait || mustWait(a)) {
         a.stream.pop_front(); // the life in the simulator begins further along its way
         return;
     }
-    if (!makeRoomFor(a) || isBlocked(a) || !completeIdentity(a)) {
-        a.deleteNow = true;
+    std::optional<NotShown> reason;
+    if (!makeRoomFor(a))
+        reason = NotShown::limitReached;
+    else if (isBlocked(a))
+        reason = NotShown::blocked;
+    else
+        reason = completeIdentity(a);
+    if (reason) {
+        drop(a, *reason);
         return;
     }
     spawnLiveAc(a, m);
@@ -160,7 +176,7 @@ void spawnLiveAc(LiveAircraft& aircraft, const Motion& m) {
     matchStops(aircraft);
     if (aircraft.fs == FlightState::birth) {
         if (!findLivery(aircraft)) {
-            aircraft.deleteNow = true;
+            drop(aircraft, NotShown::noLivery);
             return;
         }
         const BirthPlace place = aircraft.stream.front().airborne ? BirthPlace::taxiing : bornOnStand(aircraft);

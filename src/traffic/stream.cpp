@@ -4,6 +4,8 @@
 #include "core/run_state.h"
 #include "feed/report_queue.h"
 #include "reference/identity.h"
+#include "reference/reference.h"
+#include "traffic/absence.h"
 #include "traffic/filters.h"
 #include "traffic/flight_phases.h"
 #include "traffic/identity.h"
@@ -128,10 +130,17 @@ void findOrCreate(AircraftReport& report) {
     }
     if (isDuplicateAddress(report))
         return;
-    if (!takeKnownModel(report))
+    const std::string reported = report.model;
+    if (!takeKnownModel(report)) {
+        report.model = reported;
+        tellNotShown(report.hexid, report, NotShown::unknownType);
         return;
-    if (!passesCategorySwitch(report.model, report.sample.alt))
+    }
+    if (!passesCategorySwitch(report.model, report.sample.alt)) {
+        const bool off = !categorySwitchedOn(categoryOf(report.model));
+        tellNotShown(report.hexid, report, off ? NotShown::switchedOff : NotShown::doubtfulHeight);
         return;
+    }
     create(report);
 }
 

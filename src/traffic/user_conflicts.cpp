@@ -5,6 +5,7 @@
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/user_aircraft.h"
+#include "traffic/absence.h"
 #include "traffic/live_table.h"
 #include "traffic/parking.h"
 #include "traffic/removal.h"
@@ -105,6 +106,7 @@ template <typename Test> bool removeFirst(Test test) {
     const auto it = std::ranges::find_if(liveAircraft, [&](const LiveAircraft& a) { return isActive(a) && test(a); });
     if (it == liveAircraft.end())
         return false;
+    tellLeaving(*it, "it came too close to you");
     removeAircraftFromSim(*it);
     return true;
 }
@@ -120,8 +122,10 @@ void checkStandingUser() {
     const auto it = std::ranges::find_if(parkedAircraft, [](const AiAircraft& a) {
         return isActive(a) && reachesUser(a.wingspan, 1.1, {a.standLat, a.standLon});
     });
-    if (it != parkedAircraft.end())
-        removeAircraftFromSim(*it);
+    if (it == parkedAircraft.end())
+        return;
+    tellLeaving(*it, "it stands too close to you");
+    removeAircraftFromSim(*it);
 }
 
 bool taxiesAmongParked(const LiveAircraft& a) {

@@ -4,6 +4,7 @@
 #include "core/control_changes.h"
 #include "core/log.h"
 
+#include <algorithm>
 #include <atomic>
 #include <fmt/format.h>
 #include <mutex>
@@ -95,6 +96,20 @@ void enter(const PlacedControl& placed, const wxTextCtrl& from) {
 /// The text, shortened to the room it has.
 wxString shortened(wxDC& dc, const std::string& text, int width) {
     return wxControl::Ellipsize(toolkitText(text), dc, wxELLIPSIZE_END, width);
+}
+
+/// Up to which blank a text fits into the width; all of it when it has none there.
+std::size_t firstLineEnd(wxDC& dc, std::string_view text, int width) {
+    std::size_t fits = std::string_view::npos;
+    for (std::size_t end = 0; end != std::string_view::npos;) {
+        end = text.find(' ', end + 1);
+        if (dc.GetTextExtent(toolkitText(text.substr(0, end))).x > width)
+            break;
+        fits = end;
+        if (end == std::string_view::npos)
+            return text.size();
+    }
+    return fits == std::string_view::npos ? text.size() : fits;
 }
 
 } // namespace
@@ -262,6 +277,10 @@ wxRect DesktopPanel::messagePlace() const {
     return scaled(messageColumn, messageRow, windowWidth - 2 * messageColumn, rowHeight);
 }
 
+wxRect DesktopPanel::advicePlace() const {
+    return scaled(messageColumn, adviceRow, windowWidth - 2 * messageColumn, adviceLines * adviceLineHeight);
+}
+
 void DesktopPanel::refreshWhatChanged() {
     if (!paintDue.exchange(false))
         return;
@@ -271,17 +290,20 @@ void DesktopPanel::refreshWhatChanged() {
         if (i >= last_.size() || !(texts_[i] == last_[i]))
             RefreshRect(placeOf(texts_[i]));
     }
-    std::string line;
+    std::string line, advice;
     bool isError = false;
     {
         const std::lock_guard lock(lineMutex);
         line = lineText;
-        advice_ = lineAdvice;
+        advice = lineAdvice;
         isError = lineIsError;
     }
     if (line != message_ || isError != messageIsError_)
         RefreshRect(messagePlace());
+    if (advice != advice_)
+        RefreshRect(advicePlace());
     message_ = std::move(line);
+    advice_ = std::move(advice);
     messageIsError_ = isError;
 }
 
@@ -317,6 +339,8 @@ void DesktopPanel::paint() {
     }
     if (!message_.empty() && draws(messagePlace()))
         drawMessage(dc);
+    if (!advice_.empty() && draws(advicePlace()))
+        drawAdvice(dc);
 }
 
 void DesktopPanel::draw(wxDC& dc, const DrawnText& drawn) const {
@@ -344,6 +368,21 @@ void DesktopPanel::drawMessage(wxDC& dc) const {
     dc.DrawLabel(shortened(dc, message_, place.width), place, wxALIGN_LEFT | wxALIGN_CENTRE_VERTICAL);
 }
 
+void DesktopPanel::drawAdvice(wxDC& dc) const {
+    const wxRect whole = advicePlace();
+    wxRect place(whole.x, whole.y, whole.width, whole.height / adviceLines);
+    dc.SetFont(font_);
+    dc.SetTextForeground(normalText);
+    std::string_view rest = advice_;
+    for (int line = 1; line <= adviceLines && !rest.empty(); ++line) {
+        const std::size_t end = line < adviceLines ? firstLineEnd(dc, rest, place.width) : rest.size();
+        dc.DrawLabel(shortened(dc, std::string(rest.substr(0, end)), place.width), place,
+                     wxALIGN_LEFT | wxALIGN_CENTRE_VERTICAL);
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+        place.y += place.height;
+    }
+}
+
 /// What was cut stands whole in a tip.
 void DesktopPanel::tipAt(const wxPoint& at) {
     wxString whole;
@@ -361,7 +400,7 @@ void DesktopPanel::tipAt(const wxPoint& at) {
     }
     if (isCut(message_, messagePlace()))
         whole = toolkitText(message_);
-    if (!advice_.empty() && messagePlace().Contains(at))
+    if (!advice_.empty() && (messagePlace().Contains(at) || advicePlace().Contains(at)))
         whole = toolkitText(message_ + "\n" + advice_);
     if (whole == GetToolTipText())
         return;

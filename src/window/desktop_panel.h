@@ -69,10 +69,12 @@ private:
     wxRect scaled(int x, int y, int width, int height) const;
     wxRect placeOf(const DrawnText& drawn) const;
     wxRect messagePlace() const;
+    wxRect advicePlace() const;
     void refreshWhatChanged();
     void paint();
     void draw(wxDC& dc, const DrawnText& drawn) const;
     void drawMessage(wxDC& dc) const;
+    void drawAdvice(wxDC& dc) const;
     void tipAt(const wxPoint& at);
 
     std::vector<Shown> shown_;

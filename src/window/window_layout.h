@@ -16,6 +16,8 @@ namespace kes {
 inline constexpr int windowWidth = 880, windowHeight = 516;
 inline constexpr int rowHeight = 24; ///< of a control; the rows are 28 apart
 inline constexpr int messageRow = 455, messageColumn = 3;
+/// What can be done about the message stands below it, in smaller steps than the rows.
+inline constexpr int adviceRow = 479, adviceLines = 2, adviceLineHeight = 18;
 
 /// One control, at its parameter's row.
 struct PlacedControl {

@@ -512,6 +512,7 @@ TEST_F(RunTest, ATakenFeedPortIsToldAndEndsTheRun) {
     ASSERT_TRUE(waitFor([] { return exitRequested.load(); }));
     EXPECT_EQ(exitReason(), ExitReason::systemError);
     EXPECT_EQ(errorText(), "Reader error");
+    EXPECT_TRUE(program.logHas(fmt::format("Error Reader error\n          Port {} (UDP)", feedPorts.weather)));
     EXPECT_FALSE(rtProfEdition) << "an answer that is no JSON is the standard edition";
 }
 

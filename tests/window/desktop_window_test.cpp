@@ -182,6 +182,7 @@ void checkPainting() {
          2},
         {"the message", [] { drawMessageLine("a word", false); }, 1},
         {"the same as an error", [] { drawMessageLine("a word", true); }, 1},
+        {"what to do about it", [] { drawMessageLine("a word", true, "Close it."); }, 1},
         {"the two labels of a box", [] { enableControl(par::LATERAL_RANGE, false); }, 2},
     };
     for (const auto& row : rows) {
