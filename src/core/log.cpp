@@ -42,6 +42,7 @@ std::int32_t statusAgeSeconds = 0; // run time
 std::int32_t statusShownAt = 0;    // run time at which the status text came up; 0 = none is up
 
 constexpr std::int32_t statusLifeSeconds = 25;
+constexpr std::string_view indent = "          ";
 
 std::shared_ptr<LineWriter> currentWriter() {
     const std::lock_guard lock(logMutex);
@@ -77,9 +78,12 @@ std::filesystem::path olderName(const std::filesystem::path& path) {
     return older;
 }
 
-void logAdvice(std::string_view advice) {
-    if (!advice.empty() && !stopWanted())
-        logIndented(advice);
+/// In one piece, so that no other thread's line comes between. An empty text is left out.
+void logMessage(std::string_view text, std::string_view advice) {
+    if (advice.empty() && !text.empty())
+        logUnlessClosing(text);
+    else if (!advice.empty())
+        logUnlessClosing(fmt::format("{}{}{}{}", text, text.empty() ? "" : "\n", indent, advice));
 }
 
 /// With statusMutex held, which the caller's argument shows.
@@ -88,9 +92,7 @@ void setStatus(const std::lock_guard<std::mutex>&, std::string_view text, bool a
         return;
     statusLine = text;
     statusShownAt = text.empty() ? 0 : std::max(statusAgeSeconds, 1);
-    if (alsoLog && !text.empty())
-        logUnlessClosing(text);
-    logAdvice(advice);
+    logMessage(alsoLog ? text : std::string_view(), advice);
     drawMessageLine(text, false, advice);
 }
 
@@ -224,7 +226,7 @@ void logWarning(std::string_view text) {
     writeLine("===> ", text);
 }
 void logIndented(std::string_view text) {
-    writeLine("          ", text);
+    writeLine(indent, text);
 }
 
 void logUnlessClosing(std::string_view text) {
@@ -246,8 +248,7 @@ void showError(std::string_view text, std::string_view advice) {
     statusLine.clear();
     statusShownAt = 0;
     errorLine = text;
-    logUnlessClosing(fmt::format("Error {}", text));
-    logAdvice(advice);
+    logMessage(fmt::format("Error {}", text), advice);
     drawMessageLine(text, true, advice);
 }
 

@@ -4,9 +4,11 @@
 #include "airports/learned_file.h"
 #include "airports/static_parking.h"
 #include "airports/user_stand.h"
+#include "core/codes.h"
 #include "core/log.h"
 #include "core/parameters.h"
 #include "core/run_state.h"
+#include "core/text.h"
 #include "core/user_aircraft.h"
 #include "core/window.h"
 #include "feed/control_link.h"
@@ -27,6 +29,7 @@
 #include "traffic/removal.h"
 #include "traffic/replies.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 
 namespace kes {
@@ -48,6 +51,13 @@ void workWhileWaiting() {
     moveOne(onlyRemovals);
 }
 
+/// The airlines whose paint can be shown.
+std::size_t paintedAirlines() {
+    return static_cast<std::size_t>(std::ranges::count_if(liveryTables().liveryStore, [](const auto& entry) {
+        return entry.first != genericAirline && entry.first != privateAirline;
+    }));
+}
+
 /// What the next half minute brings, since nothing is shown until reports have been waited for.
 void tellReady() {
     std::string places;
@@ -59,8 +69,12 @@ void tellReady() {
     const bool fed = trafficReader.timestamp != 0.0;
     if (!fed)
         places += " Does RealTraffic show aircraft around you, and does it send to these ports of this PC?";
-    showStatus(fmt::format("Ready with {} liveries of {} airlines, {}", liveryCount(),
-                           liveryTables().liveryStore.size(),
+    const std::size_t airlines = paintedAirlines();
+    if (airlines == 0)
+        places += " All liveries are generic, so that no aircraft shows its airline: install packages with airlines' "
+                  "liveries, and scan for them.";
+    showStatus(fmt::format("Ready with {} liveries of {} airline{}, {}", liveryCount(), airlines,
+                           plural(static_cast<std::int64_t>(airlines)),
                            fed ? fmt::format("the first aircraft come in about {} s", showDelayTicks / 100)
                                : std::string("but no report has come so far")),
                true, places);
