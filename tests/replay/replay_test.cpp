@@ -258,5 +258,35 @@ TEST_F(ReplayTest, TellsWhatCannotBeReplayed) {
     }
 }
 
+TEST_F(ReplayTest, APlaceWithoutTrafficNamesTheAirportThatHasIt) {
+    const std::filesystem::path feed = folder / "lebl.rttfc";
+    std::ofstream(feed)
+        << "RTTFC,5024017,41.29,2.08,3815,832,1,208.01,135.36,RYR6CE,B738,EI-EPC,BCN,BGY,1601625601.7,M\n";
+    Options o;
+    o.feed = feed;
+    o.out = folder / "out";
+    o.data = std::filesystem::path(KES_SOURCE_DIR) / "data";
+    const struct {
+        const char* airport;
+        std::optional<Viewpoint> at;
+        const char* text;
+    } rows[] = {
+        {"EDDM", {}, "no report within 40 nm of EDDM, did you mean LEBL?"},
+        {"", Viewpoint{{48, 11}, 5000}, "no report within 40 nm of 48.0000,11.0000, did you mean LEBL?"},
+        {"LEBL", {}, ""},
+    };
+    for (const auto& row : rows) {
+        o.airport = row.airport;
+        o.at = row.at;
+        std::string told;
+        try {
+            runReplay(o, [](double) {});
+        } catch (const std::runtime_error& e) {
+            told = e.what();
+        }
+        EXPECT_EQ(told, row.text);
+    }
+}
+
 } // namespace
 } // namespace kes::replay

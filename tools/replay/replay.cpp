@@ -38,13 +38,42 @@ constexpr double aboveAirport = 5000.0, aboveGround = 5000.0, amongAirTraffic = 
 constexpr std::int32_t checkEvery = 10, progressEvery = 1000;
 constexpr std::int32_t longestTicks = 24 * 60 * ticksPerMinute;
 
+bool anyReportNear(const std::string& file, LatLon place) {
+    source::Recording recording;
+    std::string problem;
+    if (!recording.open(file, problem))
+        return true; // whoever reads it next tells
+    while (const auto line = recording.next()) {
+        const auto report = source::placeOfLine(line->text);
+        if (report && distanceNm(report->at, place) <= defaultRangeNm)
+            return true;
+    }
+    return false;
+}
+
+/// A slip in the place would show as nothing but an empty replay.
+void checkTrafficAround(const Options& o, const ReplayFeed& feed, LatLon place) {
+    if (feed.scenario() != nullptr || anyReportNear(o.feed, place))
+        return;
+    std::string text = fmt::format("no report within {} nm of {}", defaultRangeNm,
+                                   o.at ? fmt::format("{:.4f},{:.4f}", place.lat, place.lon) : o.airport);
+    if (const auto middle = feed.middle()) {
+        if (const auto nearest = nearestAirport({middle->lat, middle->lon}, airfieldsWithinNm))
+            text += fmt::format(", did you mean {}?", nearest->code);
+    }
+    throw std::runtime_error(text);
+}
+
 Viewpoint viewpointOf(const Options& o, const ReplayFeed& feed) {
-    if (o.at)
+    if (o.at) {
+        checkTrafficAround(o, feed, o.at->at);
         return *o.at;
+    }
     if (!o.airport.empty()) {
         const auto airport = findAirport(o.airport);
         if (!airport)
             throw std::runtime_error(fmt::format("airport {} is unknown", o.airport));
+        checkTrafficAround(o, feed, {airport->lat, airport->lon});
         return {{airport->lat, airport->lon}, airport->alt + aboveAirport};
     }
     if (const TruthScenario* scenario = feed.scenario())
