@@ -42,6 +42,17 @@ TEST(Apt, StandsAreNamedAsSpottersDo) {
         EXPECT_EQ(spotterId(name), id) << name;
 }
 
+TEST(Apt, ARunwayHasItsTwoEnds) {
+    const auto airports =
+        parse("1 12 1 0 LEBL Barcelona\n"
+              "100 60.05 1 0 0.00 1 3 0 07L  41.29  002.06 427 0 3 2 1 1 25R  41.31 002.10 0 0 3 2 1 1\n"
+              "100 60.05 1 0 0.00 1 3 0 02 41.28\n");
+    ASSERT_EQ(airports.at(0).runways.size(), 1U);
+    const AptRunway& r = airports[0].runways[0];
+    EXPECT_EQ(fmt::format("{} {} {} {} {} {}", r.name, r.width, r.first.lat, r.first.lon, r.second.lat, r.second.lon),
+              "07L/25R 60.05 41.29 2.06 41.31 2.1");
+}
+
 TEST(Apt, RowsBecomeStands) {
     struct Case {
         const char* rows;

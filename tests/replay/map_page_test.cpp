@@ -119,11 +119,13 @@ TEST_F(MapPageTest, TheSurroundingsComeThrough) {
     page.epoch = 1601625601.5;
     page.userLat = 41.2971;
     page.userLon = -2.0785;
+    page.runways = {{"07L/25R", 60.06, {41.29, 2.07}, {41.31, 2.1}}};
     page.stands = {{"A\"</script>", 41.3, 2.1, 36.04, 270.06}, {"B", HUGE_VAL, 0, 0, 0}};
     page.worst = {{3, 12.345, "jump 1 m (air)"}};
     const Json data = dataOf(write(page));
     EXPECT_EQ(data["epoch"], 1601625601.5);
     EXPECT_EQ(data["user"], Json({41.2971, -2.0785}));
+    EXPECT_EQ(data["runways"], Json({{"07L/25R", 60.1, 41.29, 2.07, 41.31, 2.1}}));
     EXPECT_EQ(data["stands"], Json({{"A\"</script>", 41.3, 2.1, 36.0, 270.1}, {"B", 0.0, 0.0, 0.0, 0.0}}));
     EXPECT_EQ(data["worst"], Json::array({{3, 12.35, "jump 1 m (air)"}}));
     page.epoch = HUGE_VAL;

@@ -82,9 +82,10 @@ TEST(LiveState, ReadsTheLogForTheReason) {
 
 /// A browser: asks once and keeps what comes.
 struct Browser {
-    explicit Browser(std::uint16_t port, const std::string& path) {
+    Browser(std::uint16_t port, const std::string& path, const std::string& host = "127.0.0.1") {
         EXPECT_EQ(socket.connectTcp("127.0.0.1", std::to_string(port), 2000), 0);
-        const std::string request = "GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n";
+        const std::string request =
+            "GET " + path + " HTTP/1.1\r\nHost: " + host + ":" + std::to_string(port) + "\r\nConnection: close\r\n\r\n";
         EXPECT_GT(socket.sendAll({request.data(), request.size()}, 2000).bytes, 0);
     }
     bool waitForText(std::string_view wanted) {
@@ -120,6 +121,10 @@ TEST(LiveView, ServesPageAndStreamAndEndsThemWhenTold) {
     EXPECT_TRUE(page.waitForText("</html>"));
     EXPECT_NE(page.text.find("\"place\":\"EDDM\""), std::string::npos);
     EXPECT_EQ(page.text.find("</script>1"), std::string::npos) << "a stand's name ends no script";
+
+    Browser stranger(view.port(), "/", "pages.example");
+    EXPECT_TRUE(stranger.waitForText("")) << "answered and closed";
+    EXPECT_TRUE(stranger.text.starts_with("HTTP/1.1 403")) << stranger.text;
 
     Browser stream(view.port(), "/events");
     EXPECT_TRUE(stream.waitForText("data: {\"move\":[[1,"));

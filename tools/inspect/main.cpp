@@ -183,6 +183,16 @@ int bgl(const Arguments& arguments) {
     return failed ? 1 : 0;
 }
 
+void readReferenceData(const std::string& updates) {
+    try {
+        readDataBase();
+    } catch (const std::runtime_error& error) {
+        throw AdvisedError(error.what(), fmt::format("dbase.zip was looked for at \"{}\"; --updates names another "
+                                                     "folder or address, as ./run makes it, --document a document.",
+                                                     updates));
+    }
+}
+
 int run(const Arguments& arguments) {
     if (arguments.bgl)
         return bgl(arguments);
@@ -196,7 +206,7 @@ int run(const Arguments& arguments) {
         readReferenceDocument(platform::pathFrom(arguments.document));
     else if ((!arguments.airport && !arguments.addons) ||
              fs::exists(platform::pathFrom(arguments.updates) / "dbase.zip"))
-        readDataBase();
+        readReferenceData(arguments.updates);
     if (arguments.airport)
         return airport(arguments);
     int code = 0;
@@ -235,6 +245,8 @@ int main(int argc, char** argv) {
         return run(arguments);
     } catch (const std::exception& e) {
         std::cerr << "kestrelune-inspect: " << e.what() << '\n';
+        if (const std::string cure = adviceOf(e); !cure.empty())
+            std::cerr << cure << '\n';
         return 1;
     }
 }

@@ -56,6 +56,8 @@ public:
             addStart(row);
         } else if (code == "15") {
             addOldStart(row);
+        } else if (code == "100") {
+            addRunway(row);
         } else if (code == "102") {
             addPad(row);
         } else if (code == "1301") {
@@ -134,6 +136,28 @@ private:
         }
         pad.padRadius = std::clamp(std::min(length, width) / 2, smallestPad, greatestPad);
         pads_.push_back(std::move(pad));
+    }
+
+    /// Of a row that cannot be used no stand hangs, so that it is not told.
+    void addRunway(std::string_view row) {
+        AptRunway runway;
+        bool isGood = airport_ && toNumber(nextWord(row), runway.width);
+        for (int i = 0; i < 6; ++i) { // of surface and lights
+            nextWord(row);
+        }
+        const auto readEnd = [&](LatLon& end) {
+            runway.name += runway.name.empty() ? "" : "/";
+            runway.name += nextWord(row);
+            isGood = isGood && toNumber(nextWord(row), end.lat) && toNumber(nextWord(row), end.lon);
+        };
+        readEnd(runway.first);
+        for (int i = 0; i < 6; ++i) { // of thresholds, markings and lights
+            nextWord(row);
+        }
+        readEnd(runway.second);
+        if (isGood) {
+            airport_->runways.push_back(std::move(runway));
+        }
     }
 
     /// Adds the helipads where nothing starts yet.

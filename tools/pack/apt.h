@@ -25,11 +25,18 @@ struct AptStart {
     std::string operation;               ///< none, general_aviation, airline, cargo, military; empty = not told
     std::vector<std::string> airlines{}; ///< ICAO codes of those that it is marked for
 };
+/// A runway of land from end to end; pictures are all that needs it.
+struct AptRunway {
+    std::string name; ///< "07L/25R"
+    double width = 0; ///< metres
+    LatLon first, second;
+};
 struct AptAirport {
     std::string code; ///< ICAO code where the layout tells one, else its own
     std::string name;
     double elevation = 0; ///< feet
     std::vector<AptStart> starts;
+    std::vector<AptRunway> runways{};
 };
 
 /// Reads a layout file of form 1100, one before or after it, plain or gzip. Start places of the old kind (row 15) count

@@ -136,6 +136,13 @@ std::string aroundJson(const MapPage& page) {
         out += fmt::format("{}[{},{:.6f},{:.6f},{:.1f},{:.1f}]", i == 0 ? "" : ",", jsonText(s.id), number(s.lat, 1e-6),
                            number(s.lon, 1e-6), number(s.radius, 0.1), number(s.heading, 0.1));
     }
+    out += "],\"runways\":[";
+    for (std::size_t i = 0; i < page.runways.size(); ++i) {
+        const MapRunway& r = page.runways[i];
+        out += fmt::format("{}[{},{:.1f},{:.6f},{:.6f},{:.6f},{:.6f}]", i == 0 ? "" : ",", jsonText(r.name),
+                           number(r.width, 0.1), number(r.first.lat, 1e-6), number(r.first.lon, 1e-6),
+                           number(r.second.lat, 1e-6), number(r.second.lon, 1e-6));
+    }
     out += "],\"worst\":[";
     for (std::size_t i = 0; i < page.worst.size(); ++i) {
         const MapWorst& w = page.worst[i];

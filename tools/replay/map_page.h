@@ -3,6 +3,8 @@
 // own policy keeps it from loading anything when somebody passes it on.
 #pragma once
 
+#include "core/geo.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -44,6 +46,12 @@ struct MapStand {
     double heading = 0;      ///< degrees true
 };
 
+struct MapRunway {
+    std::string name;     ///< of both ends: "07L/25R"
+    double width = 0;     ///< metres
+    LatLon first, second; ///< degrees; the ends in the order of the name
+};
+
 /// A moment that is worth a look.
 struct MapWorst {
     std::uint32_t aircraft = 0; ///< place in MapPage::aircraft
@@ -56,6 +64,7 @@ struct MapPage {
     std::vector<std::string_view> phases; ///< names
     std::vector<MapAircraft> aircraft;
     std::vector<MapStand> stands{};
+    std::vector<MapRunway> runways{};
     double userLat = 0, userLon = 0; ///< degrees; of the user's aircraft, which stays there
     double epoch = 0;                ///< seconds since 1970 at second 0 of the replay; 0 = not known
     std::vector<MapWorst> worst{};

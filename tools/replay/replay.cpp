@@ -246,7 +246,7 @@ Result replayInPlace(const Options& o, const std::function<void(double)>& progre
     setWallClockMs(feed.epochMs());
     const Viewpoint view = viewpointOf(o, feed);
     const world::SimulatorOptions simulator = simulatorFor(view);
-    chooseParkAirport(serveStands(o.stands, "updates"), view.at);
+    const std::string parkAirport = chooseParkAirport(serveStands(o.stands, "updates"), view.at);
     tickCount = 0; // much goes by every n-th tick
     const Flight flight(simulator);
     prepareFlightPlanFolders();
@@ -256,6 +256,8 @@ Result replayInPlace(const Options& o, const std::function<void(double)>& progre
     fly(o, feed, stage, lengthOf(o, feed), progress);
     Result result = stage.finish();
     describePlace(result.map, view, feed);
+    for (const pack::AptRunway& r : runwaysOf(o.stands, parkAirport))
+        result.map.runways.push_back({r.name, r.width, r.first, r.second});
     findWorst(result);
     const world::Counters counters = world::inprocCounters();
     result.objects = counters.objectsCreated;

@@ -15,6 +15,15 @@ namespace kes::replay {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+/// Else it is a layout.
+bool isAirportFile(const fs::path& stands) {
+    return equalsNoCase(stands.extension().string(), ".xml");
+}
+
+} // namespace
+
 std::vector<std::string> serveStands(const fs::path& file, const fs::path& updates) {
     if (file.empty())
         return {};
@@ -22,7 +31,7 @@ std::vector<std::string> serveStands(const fs::path& file, const fs::path& updat
         throw std::runtime_error(fmt::format("{} is no file", file.string()));
     const fs::path folder = updates / "MSFS" / "archive" / "stock";
     fs::create_directories(folder);
-    if (equalsNoCase(file.extension().string(), ".xml")) {
+    if (isAirportFile(file)) {
         fs::copy_file(file, folder / (upper(file.stem().string()) + ".xml"), fs::copy_options::overwrite_existing);
     } else {
         pack::PackCount count;
@@ -36,7 +45,7 @@ std::vector<std::string> serveStands(const fs::path& file, const fs::path& updat
     return codes;
 }
 
-void chooseParkAirport(const std::vector<std::string>& codes, LatLon place) {
+std::string chooseParkAirport(const std::vector<std::string>& codes, LatLon place) {
     std::string nearest;
     double best = std::numeric_limits<double>::max();
     for (const std::string& code : codes) {
@@ -49,9 +58,20 @@ void chooseParkAirport(const std::vector<std::string>& codes, LatLon place) {
             nearest = code;
         }
     }
-    if (nearest.empty())
-        return;
-    std::ofstream(path::myParkAirports, std::ios::binary) << nearest << "\n";
+    if (!nearest.empty())
+        std::ofstream(path::myParkAirports, std::ios::binary) << nearest << "\n";
+    return nearest;
+}
+
+std::vector<pack::AptRunway> runwaysOf(const fs::path& stands, std::string_view code) {
+    if (code.empty() || isAirportFile(stands))
+        return {};
+    std::vector<pack::BadRow> ignored; // told when its stands were read
+    for (pack::AptAirport& airport : pack::readApt(stands, ignored)) {
+        if (airport.code == code)
+            return std::move(airport.runways);
+    }
+    return {};
 }
 
 } // namespace kes::replay

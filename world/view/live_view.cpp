@@ -135,6 +135,15 @@ bool LiveView::start(const LiveViewOptions& options, std::string& error) {
     state.options = options;
     state.http.set_socket_options([](socket_t) {}); // the usual ones let two servers have one port
     state.http.set_keep_alive_max_count(1);         // an idle connection would hold up the end
+    // A page of the net that has its name point here must not read what is shown.
+    state.http.set_pre_routing_handler([&state](const httplib::Request& request, httplib::Response& response) {
+        const std::string host = request.get_header_value("Host");
+        const std::string port = ":" + std::to_string(state.port);
+        if (host == "127.0.0.1" + port || host == "localhost" + port)
+            return httplib::Server::HandlerResponse::Unhandled;
+        response.status = 403;
+        return httplib::Server::HandlerResponse::Handled;
+    });
     state.http.new_task_queue = [] { return new httplib::ThreadPool(mostWatchers); };
     state.http.Get("/", [&state](const httplib::Request&, httplib::Response& response) { state.sendPage(response); });
     state.http.Get("/events",

@@ -386,6 +386,8 @@ function drawLegend() {
         row('ring', '', 'report, on the ground');
     if (aircraft.some(a => a.shown.n))
         row('tick', '', 'where the nose points');
+    if (data.runways.length)
+        row('runway', '', 'runway');
     if (data.stands.length)
         row('stand', '', 'stand');
     row('user', '', 'your aircraft');

@@ -69,6 +69,8 @@ const yOf = lat => (lat - origin.lat) * METRES_PER_DEGREE;
 
 const stands = data.stands.map(([id, lat, lon, radius, heading]) =>
     ({id, x: xOf(lon), y: yOf(lat), radius, heading: heading * Math.PI / 180}));
+const runways = data.runways.map(([name, width, lat0, lon0, lat1, lon1]) =>
+    ({names: name.split('/'), width, ends: [{x: xOf(lon0), y: yOf(lat0)}, {x: xOf(lon1), y: yOf(lat1)}]}));
 const user = {x: xOf(data.user[1]), y: yOf(data.user[0])};
 
 for (const s of allSeries) {

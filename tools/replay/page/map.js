@@ -18,7 +18,7 @@ function setTheme(name) {
     dark = name === 'dark';
     document.documentElement.dataset.theme = name;
     const style = getComputedStyle(document.documentElement);
-    for (const key of ['panel', 'map', 'grid', 'line', 'ink', 'soft', 'truth', 'accent'])
+    for (const key of ['panel', 'map', 'grid', 'line', 'ink', 'soft', 'truth', 'accent', 'runway'])
         colours[key] = style.getPropertyValue('--' + key).trim();
     colours.font = getComputedStyle(document.body).fontFamily;
 }
@@ -281,6 +281,32 @@ function drawGrid(g) {
     }
     g.stroke();
 }
+function drawRunways(g) {
+    if (view.mpp > 60)
+        return;
+    g.strokeStyle = colours.runway;
+    g.lineCap = 'butt';
+    g.fillStyle = colours.soft;
+    g.font = '11px ' + colours.font;
+    g.textBaseline = 'middle';
+    g.textAlign = 'center';
+    for (const r of runways) {
+        const [a, b] = r.ends.map(end => ({px: toX(end.x), py: toY(end.y)}));
+        const length = Math.hypot(b.px - a.px, b.py - a.py);
+        g.lineWidth = Math.max(1.5, r.width / view.mpp);
+        g.beginPath();
+        g.moveTo(a.px, a.py);
+        g.lineTo(b.px, b.py);
+        g.stroke();
+        if (length < 90)
+            continue;
+        const out = 14 / length;
+        g.fillText(r.names[0], a.px + (a.px - b.px) * out, a.py + (a.py - b.py) * out);
+        g.fillText(r.names[1] ?? '', b.px + (b.px - a.px) * out, b.py + (b.py - a.py) * out);
+    }
+    g.lineCap = 'round';
+    g.textAlign = 'start';
+}
 function drawStands(g) {
     if (view.mpp > 8)
         return;
@@ -358,6 +384,7 @@ function drawMap() {
     const {g} = sheet($('map'));
     measureView();
     drawGrid(g);
+    drawRunways(g);
     drawStands(g);
     drawUser(g);
     const order = aircraft.filter(a => a !== state.chosen);
