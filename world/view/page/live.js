@@ -13,7 +13,7 @@
 
   const $ = id => document.getElementById(id);
   const canvas = $('map');
-  const pen = canvas.getContext('2d');
+  let pen = canvas.getContext('2d');
   const objects = new Map(); // by id
   const reasons = new Map(); // by callsign or registration, of the log
   let origin = null; // {lat, lon}: where east and north are 0
@@ -38,6 +38,7 @@
 
   let stands = [];
   function placeStands() {
+    ++stillCount;
     stands = start.stands.map(s => ({ ...metres(s.lat, s.lon), id: s.id, radius: s.radius, heading: s.heading, held: null }));
   }
 
@@ -45,6 +46,7 @@
 
   function take(message) {
     const now = performance.now();
+    if (message.gone || message.new) ++stillCount;
     for (const id of message.gone || []) {
       objects.delete(id);
       if (id === selected) select(0);
@@ -63,6 +65,7 @@
         origin = { lat, lon };
         placeStands();
       }
+      if (o.fixed) ++stillCount;
       const at = metres(lat, lon);
       o.from = o.to ? shown(o, now) : { ...at, heading };
       o.to = { ...at, heading };
@@ -110,6 +113,46 @@
   // ---- drawing
 
   const shape = new Path2D('M0-18c1.6 0 2.6 3 2.6 6v6L18 5v4L2.6 4.500V11l5 4v3L0 16l-7.600 2v-3l5-4V4.500L-18 9V5L-2.600-6v-6c0-3 1-6 2.600-6z');
+
+  /// A picture that is kept from frame to frame until its key changes. One that `glides` is moved along with the view.
+  function layer(paint, glides) {
+    const sheet = document.createElement('canvas');
+    let last = '';
+    let drawn = { east: 0, north: 0 };
+    return (key, now) => {
+      const place = glides ? '' : `${view.east},${view.north}`;
+      const whole = [place, view.scale, width, height, canvas.width, key].join();
+      if (whole !== last) {
+        last = whole;
+        drawn = { ...view };
+        sheet.width = canvas.width;
+        sheet.height = canvas.height;
+        const onScreen = pen;
+        pen = sheet.getContext('2d');
+        pen.setTransform(canvas.width / width, 0, 0, canvas.height / height, 0, 0);
+        paint(now);
+        pen = onScreen;
+      }
+      pen.drawImage(sheet, (drawn.east - view.east) * view.scale, (view.north - drawn.north) * view.scale, width, height);
+    };
+  }
+
+  // Stands and what stands on them: hundreds, and hardly ever another picture.
+  let stillCount = 0; // of changes of what is on it
+  const drawStill = layer(now => {
+    drawStands();
+    for (const o of objects.values()) if (o.to && o.fixed) drawAircraft(o, now);
+  }, false);
+  const drawTrails = layer(paintTrails, true);
+
+  // Where a label stands already, in cells of the size of one.
+  const labelled = new Set();
+  function hasRoom(x, y) {
+    const cell = Math.floor(x / 72) * 4096 + Math.floor(y / 28);
+    if (labelled.has(cell)) return false;
+    labelled.add(cell);
+    return true;
+  }
 
   function drawRings() {
     const user = objects.get(USER);
@@ -171,7 +214,7 @@
     pen.fillText(start.place, toX(middle.east) + 8, toY(middle.north) + 4);
   }
 
-  function drawTrails(now) {
+  function paintTrails(now) {
     pen.lineWidth = 1.5;
     for (const o of objects.values()) {
       while (o.trail.length && now - o.trail[0].when > TRAIL_MS) o.trail.shift();
@@ -194,15 +237,15 @@
     if (x < -60 || y < -60 || x > width + 60 || y > height + 60) return;
     const least = o.fixed ? 5 : phaseOf(o) === 'rest' ? 9 : 15;
     const size = Math.max(SPAN_METRES * view.scale, least);
-    pen.save();
-    pen.translate(x, y);
     if (o.id === selected) {
       pen.strokeStyle = '#ffffff';
       pen.lineWidth = 1.5;
       pen.beginPath();
-      pen.arc(0, 0, size * 0.75 + 4, 0, 2 * Math.PI);
+      pen.arc(x, y, size * 0.75 + 4, 0, 2 * Math.PI);
       pen.stroke();
     }
+    pen.save();
+    pen.translate(x, y);
     pen.rotate(at.heading * Math.PI / 180);
     pen.scale(size / 36, size / 36);
     pen.fillStyle = colourOf(o);
@@ -219,6 +262,7 @@
       pen.textAlign = 'left';
       return;
     }
+    if (o.id !== selected && !hasRoom(x, y)) return;
     pen.fillText(o.name, x + size / 2 + 4, y);
     pen.fillStyle = '#9aa7b4';
     const arrow = o.climb > 200 ? ' \u2191' : o.climb < -200 ? ' \u2193' : '';
@@ -236,12 +280,11 @@
         view.north += (at.north - view.north) * 0.15;
       }
       drawRings();
-      drawStands();
-      drawTrails(now);
-      // What moves lies above what stands.
-      for (const rank of [true, false]) {
-        for (const each of objects.values()) if (each.to && each.fixed === rank) drawAircraft(each, now);
-      }
+      drawStill(stillCount, now);
+      drawTrails(`${Math.floor(now / 500)},${selected}`, now);
+      labelled.clear();
+      // What moves lies above what stands, and what is chosen above its own picture among them.
+      for (const each of objects.values()) if (each.to && (!each.fixed || each.id === selected)) drawAircraft(each, now);
     }
     requestAnimationFrame(frame);
   }
@@ -259,17 +302,20 @@
   // ---- the panels, twice a second
 
   function holdStands() {
+    const before = stands.map(s => s.held);
     for (const s of stands) s.held = null;
     for (const o of objects.values()) {
       o.stand = null;
       if (!o.to || o.id === USER || inAir(o) || Math.abs(o.speed) > 0.5) continue;
       let best = 25;
       for (const s of stands) {
+        if (Math.abs(s.east - o.to.east) > best) continue;
         const d = distance(s, o.to);
         if (d < best) [best, o.stand] = [d, s];
       }
       if (o.stand) o.stand.held = o;
     }
+    if (stands.some((s, i) => s.held !== before[i])) ++stillCount;
   }
 
   function facts(list, pairs) {
