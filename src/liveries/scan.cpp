@@ -21,6 +21,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <system_error>
 #include <unordered_set>
 
 namespace kes {
@@ -177,10 +178,25 @@ std::vector<fs::path> manualFolders() {
     if (folders.empty()) {
         throw nwk::UserErrorException(
             48, "Set lfolder parameter(-s) to your liveries first, see Manual 5.1 (or check Liveries automatic)",
-            fmt::format("LIG_AUTOMATIC is off in {}, and lfolder0 to lfolder9 are empty.",
+            fmt::format("LIG_AUTOMATIC is off in {0}, and it names no folder: add <parameter name=\"lfolder0\" "
+                        "value=\"FOLDER\" /> to its parameters, up to lfolder9.",
                         platform::pathText(parametersFile())));
     }
     return folders;
+}
+
+/// What the user can do when the folders that he named hold nothing.
+std::string adviceForFolders() {
+    std::string missing;
+    for (const TextParameter& parameter : par::lfolder) {
+        std::error_code ignored;
+        if (!parameter.empty() && !fs::is_directory(platform::pathFrom(parameter.get()), ignored))
+            missing += fmt::format("{}{} ({})", missing.empty() ? "" : ", ", parameter.get(), parameter.name);
+    }
+    if (!missing.empty())
+        return fmt::format("No such folder: {}. Put it right in {}.", missing, platform::pathText(parametersFile()));
+    return "None of the folders in lfolder0 to lfolder9 holds an aircraft.cfg that can be used; Log.txt and "
+           "output/errors tell why.";
 }
 
 std::string foundText; ///< what the last scan found, for the status line; worker
@@ -262,9 +278,7 @@ void scanLiveries() {
         return; // the next start scans again, since the list of the last scan is gone
     if (!found) {
         if (!automatic)
-            throw nwk::UserErrorException(53, "no liveries found",
-                                          "None of the folders in lfolder0 to lfolder9 holds an aircraft.cfg that can "
-                                          "be used; Log.txt and output/errors tell why.");
+            throw nwk::UserErrorException(53, "no liveries found", adviceForFolders());
         throw nwk::UserErrorException(
             43,
             "Automatic scan has not found any liveries, switch off automatic and set "

@@ -140,7 +140,14 @@ TEST_F(ProcessTest, AFailedStartTellsCauseAndCureAndEndsWithOne) {
              folder.writeParameters("<parameter name=\"LIG_AUTOMATIC\" value=\"false\"/>");
              fs::remove(path::liveriesScanned);
          },
-         "error:  48: Set lfolder parameter(-s)", "lfolder0 to lfolder9 are empty."},
+         "error:  48: Set lfolder parameter(-s)", "it names no folder: add <parameter name=\"lfolder0\" "},
+        {"folders that are not there",
+         [](const test::FlightFolder& folder) {
+             folder.writeParameters("<parameter name=\"LIG_AUTOMATIC\" value=\"false\"/>"
+                                    "<parameter name=\"lfolder3\" value=\"/no/such\"/>");
+             fs::remove(path::liveriesScanned);
+         },
+         "error:  53: no liveries found\n", "No such folder: /no/such (lfolder3). Put it right in "},
         {"damaged list", [](const test::FlightFolder&) { std::ofstream(path::liveriesScanned) << "<liv"; },
          "error:  52: ", "The list of liveries is damaged, the next start scans anew."},
     };
