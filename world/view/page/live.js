@@ -318,7 +318,19 @@
     if (stands.some((s, i) => s.held !== before[i])) ++stillCount;
   }
 
+  /// A text that is set again is laid out again.
+  function write(node, text) {
+    if (node.textContent !== text) node.textContent = text;
+  }
+
   function facts(list, pairs) {
+    if (list.children.length === pairs.length * 2) {
+      pairs.forEach(([name, value], i) => {
+        write(list.children[2 * i], name);
+        write(list.children[2 * i + 1], String(value));
+      });
+      return;
+    }
     list.replaceChildren(...pairs.flatMap(([name, value]) => {
       const dt = document.createElement('dt');
       const dd = document.createElement('dd');
@@ -359,10 +371,11 @@
         rows.set(o.id, row);
       }
       const [dot, name, state, title] = row.firstChild.children;
-      dot.style.setProperty('--c', colourOf(o));
-      name.textContent = o.name;
-      state.textContent = o.stand ? `stand ${o.stand.id}` : inAir(o) ? heightText(o) : `${Math.round(Math.abs(o.speed))} kt`;
-      title.textContent = `${o.title}`;
+      const colour = colourOf(o);
+      if (row.colour !== colour) dot.style.setProperty('--c', row.colour = colour);
+      write(name, o.name);
+      write(state, o.stand ? `stand ${o.stand.id}` : inAir(o) ? heightText(o) : `${Math.round(Math.abs(o.speed))} kt`);
+      write(title, o.title);
       row.firstChild.setAttribute('aria-pressed', o.id === selected);
       // Only what is out of place is moved, or the row that has the focus would lose it.
       if ($('list').children[place] !== row) $('list').insertBefore(row, $('list').children[place] || null);
