@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # What an installation holds, and the packages made of it: a .deb (cpack in the build folder), and with
-# "cmake --install BUILD --component portable --prefix DIR" a folder that runs where it lies.
+# "cmake --build BUILD --target archive" a .tar.gz whose folder runs where it is unpacked.
 include(GNUInstallDirs)
 set(P ${PROJECT_SOURCE_DIR}/packaging)
 set(content ${PROJECT_BINARY_DIR}/content)
@@ -77,6 +77,15 @@ install(PROGRAMS $<TARGET_FILE:kestrelune> $<TARGET_FILE:kestrelune-inspect> $<T
 install(DIRECTORY ${content}/docs ${content}/input ${content}/updates DESTINATION . COMPONENT portable EXCLUDE_FROM_ALL)
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
         DESTINATION . COMPONENT portable EXCLUDE_FROM_ALL)
+set(archive kestrelune-${PROJECT_VERSION}-${CMAKE_SYSTEM_PROCESSOR})
+add_custom_target(archive
+  COMMAND ${CMAKE_COMMAND} -E rm -rf ${PROJECT_BINARY_DIR}/archive
+  COMMAND ${CMAKE_COMMAND} --install ${PROJECT_BINARY_DIR} --component portable --strip
+          --prefix ${PROJECT_BINARY_DIR}/archive/${archive} > ${PROJECT_BINARY_DIR}/archive.log
+  COMMAND ${CMAKE_COMMAND} -E chdir ${PROJECT_BINARY_DIR}/archive
+          ${CMAKE_COMMAND} -E tar czf ${PROJECT_BINARY_DIR}/${archive}.tar.gz ${archive}
+  DEPENDS ${installed_programs} package_content
+  VERBATIM)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME kestrelune)

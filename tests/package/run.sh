@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# The Debian package and the portable folder, made out of a build folder and tried as a user would: looked at by lintian,
+# The Debian package and the archive to unpack, made out of a build folder and tried as a user would: looked at by lintian,
 # installed into an empty tree, started there, and removed. 77 where dpkg is missing.
 set -eu
 build="$1"
@@ -59,5 +59,7 @@ grep -q example.invalid "$work/home/.local/share/Kestrelune/input/update_server.
 dpkg --root="$root" --force-not-root --log="$work/dpkg.log" -r kestrelune >"$work/remove.log" 2>&1 || fail "cannot be removed" "$work/remove.log"
 [ -z "$(find "$root" -path "*/usr/*" -type f)" ] || fail "leaves files behind"
 
-cmake --install "$build" --component portable --prefix "$work/portable" >"$work/portable.log" || fail "no portable folder" "$work/portable.log"
-started "$work/portable" ./kestrelune "$work/portable"
+cmake --build "$build" --target archive >"$work/archive.log" 2>&1 || fail "no archive" "$work/archive.log"
+tar -xzf "$build"/kestrelune-*.tar.gz -C "$work"
+portable="$(ls -d "$work"/kestrelune-*)"
+started "$portable" ./kestrelune "$portable"
