@@ -6,10 +6,8 @@
 #include "airports/airport_ref.h"
 #include "core/errors.h"
 #include "core/folders.h"
+#include "fuzz/fuzz.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string_view>
@@ -17,6 +15,7 @@
 namespace {
 
 namespace fs = std::filesystem;
+using kes::fuzz::require;
 constexpr const char* base = "airports/my_thirdparty/EGLL.xml";
 constexpr const char* learned = "airports/learned/thirdparty/unknown/EGLL.xml";
 
@@ -37,15 +36,11 @@ bool load() {
 void check() {
     std::uint32_t sid = 0;
     for (const kes::Stand& stand : kes::stands) {
-        const bool good = stand.sid == ++sid && stand.radius >= 0 && stand.radius < 1 && stand.heading >= 0 &&
-                          stand.heading < 6.2832 && stand.lat >= -90 && stand.lat <= 90 && stand.lon >= -180 &&
-                          stand.lon <= 180 && std::ranges::find(stand.adjacent, stand.sid) == stand.adjacent.end();
-        if (!good)
-            std::abort();
-        for (const kes::ParkPosOption& option : stand.options) {
-            if (option.hours >> 48 != 0 || option.day > 7 || option.optIndex < 1)
-                std::abort();
-        }
+        require(stand.sid == ++sid && stand.radius >= 0 && stand.radius < 1 && stand.heading >= 0 &&
+                stand.heading < 6.2832 && stand.lat >= -90 && stand.lat <= 90 && stand.lon >= -180 &&
+                stand.lon <= 180 && std::ranges::find(stand.adjacent, stand.sid) == stand.adjacent.end());
+        for (const kes::ParkPosOption& option : stand.options)
+            require(option.hours >> 48 == 0 && option.day <= 7 && option.optIndex >= 1);
     }
 }
 
@@ -56,32 +51,30 @@ void writeAndRead() {
     file.publisher = "unknown";
     std::error_code ignored;
     fs::remove(learned, ignored);
-    if (!kes::writeAirportFile(file, base, true))
-        std::abort();
+    require(kes::writeAirportFile(file, base, true));
     // Six decimals may make a position 0, 0, which is none.
     const auto lost = std::ranges::count_if(before, [](const kes::Stand& stand) {
         return stand.lat > -1e-6 && stand.lat < 1e-6 && stand.lon > -1e-6 && stand.lon < 1e-6;
     });
     const bool isRead = load();
-    if (kes::stands.size() + static_cast<std::size_t>(lost) < before.size() || (!isRead && !kes::stands.empty()))
-        std::abort();
+    require(kes::stands.size() + static_cast<std::size_t>(lost) >= before.size() && (isRead || kes::stands.empty()));
 }
 
 } // namespace
 
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    const fs::path folder = fs::temp_directory_path() / "kestrelune-fuzz-airport";
+    fs::create_directories(folder / "input");
+    fs::current_path(folder);
+    kes::createFolders();
+    fs::create_directories(fs::path(learned).parent_path());
+    return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const bool inFolder = [] {
-        const fs::path folder = fs::temp_directory_path() / "kestrelune-fuzz-airport";
-        fs::create_directories(folder / "input");
-        fs::current_path(folder);
-        kes::createFolders();
-        fs::create_directories(fs::path(learned).parent_path());
-        return true;
-    }();
-    (void)inFolder;
     kes::setAirportRef(kes::AirportRef{"EGLL", "LHR", 51.47, -0.46, 0});
     // The first zero byte divides base and learned file.
-    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+    const std::string_view bytes = kes::fuzz::textOf(data, size);
     const std::size_t cut = std::min(bytes.find('\0'), size);
     put(base, bytes.substr(0, cut));
     put(learned, bytes.substr(std::min(cut + 1, size)));

@@ -2,11 +2,12 @@
 // Lists that users may have edited: any bytes must end, and each field must survive being written and read again.
 #include "tools/csv/csv.h"
 
-#include <cstdint>
-#include <string_view>
+#include "fuzz/fuzz.h"
+
+using kes::fuzz::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view text{reinterpret_cast<const char*>(data), size};
+    const std::string_view text = kes::fuzz::textOf(data, size);
     std::string problem;
     for (const kes::CsvForm form : {kes::CsvForm::plain, kes::CsvForm::guessed}) {
         std::size_t complaints = 0, lastLine = 0;
@@ -21,14 +22,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                         return std::string();
                     },
                     nullptr, again);
-                if (again != row[0] || row.line <= lastLine)
-                    __builtin_trap();
+                require(again == row[0] && row.line > lastLine);
                 lastLine = row.line;
                 return row[1].empty() ? "" : "refused";
             },
             [&](std::size_t, const std::string&) { ++complaints; }, problem, form);
-        if (count && count->bad != complaints)
-            __builtin_trap();
+        require(!count || count->bad == complaints);
     }
     return 0;
 }

@@ -6,44 +6,21 @@
 #include "core/run_state.h"
 #include "core/user_aircraft.h"
 #include "core/window.h"
+#include "fuzz/input_transport.h"
 #include "sim/ai_commands.h"
 #include "sim/from_simulator.h"
 #include "sim/sim_client.h"
 #include "simconnect/connection.h"
 #include "simconnect/wire.h"
 
-#include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <cstring>
-#include <stdexcept>
 #include <vector>
 
 namespace {
 
 using namespace kes;
 using namespace kes::simconnect;
-
-struct InputTransport final : Transport {
-    std::vector<std::byte> bytes;
-    std::size_t at = 0;
-
-    bool write(std::span<const std::byte> packet) override {
-        std::uint32_t size = 0;
-        std::memcpy(&size, packet.data(), sizeof size);
-        if (size != packet.size())
-            std::abort();
-        return true;
-    }
-    std::ptrdiff_t read(std::span<std::byte> buffer) override {
-        if (at == bytes.size())
-            return -1;
-        const std::size_t count = std::min(buffer.size(), bytes.size() - at);
-        std::memcpy(buffer.data(), bytes.data() + at, count);
-        at += count;
-        return static_cast<std::ptrdiff_t>(count);
-    }
-};
+using fuzz::require;
 
 void append(std::vector<std::byte>& to, std::uint32_t word) {
     const auto* bytes = reinterpret_cast<const std::byte*>(&word);
@@ -71,21 +48,18 @@ std::vector<std::byte> streamOf(std::span<const std::uint8_t> input) {
 }
 
 void checkReply(const SimReply& reply) {
-    if (!std::isfinite(reply.a) || !std::isfinite(reply.b))
-        std::abort();
+    require(std::isfinite(reply.a) && std::isfinite(reply.b));
 }
 
 void checkText(const std::string& text) {
-    if (quoted(text, text.size() + 1) != text) // printable UTF-8 stays what it is
-        std::abort();
+    require(quoted(text, text.size() + 1) == text); // printable UTF-8 stays what it is
 }
 
 /// What the worker would do with all that has come.
 void tick(std::uint32_t number) {
     drainSimReplies(checkReply);
     userAircraft = readUserPosition();
-    if (!isPlausible(userAircraft) || userAircraft.alt < 0 || !std::isfinite(readouts.simFrameRate.load()))
-        std::abort();
+    require(isPlausible(userAircraft) && userAircraft.alt >= 0 && std::isfinite(readouts.simFrameRate.load()));
     for (const Readout which : {Readout::simName, Readout::userTitle, Readout::userModel, Readout::userStand})
         checkText(readoutText(which));
     checkText(statusText());
@@ -114,11 +88,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     resetStatus();
     clearError();
     rtProfEdition = size % 2 == 0;
-    auto transport = std::make_unique<InputTransport>();
-    transport->bytes = streamOf(std::span(data, size));
+    const std::vector<std::byte> stream = streamOf(std::span(data, size));
+    std::span<const std::byte> left = stream;
     Connection* client = nullptr;
-    if (failed(connectWith(client, std::move(transport), "fuzz", 0, nullptr)))
-        std::abort();
+    require(
+        !failed(connectWith(client, std::make_unique<fuzz::InputTransport>(left, left.size()), "fuzz", 0, nullptr)));
     client->recording = false; // accepted; a refusal is a message as any other
     simHandle = client;
     std::uint32_t number = 0;

@@ -2,20 +2,16 @@
 // Any bytes as a traffic datagram: no record with a value that motion cannot use, no text that others cannot print.
 #include "core/run_state.h"
 #include "feed/traffic_reader.h"
+#include "fuzz/fuzz.h"
 
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <string>
 
 namespace {
 
 using namespace kes;
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
+using fuzz::require;
 
 void checkReport(const AircraftReport& r) {
     const PositionSample& s = r.sample;
@@ -37,17 +33,17 @@ void checkReport(const AircraftReport& r) {
 
 } // namespace
 
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    trafficReader.setUserPosition(41.3, 2.08);
+    trafficReader.setReferenceAirport(FeedAirport{{41.3, 2.08}, 12.0});
+    trafficReader.setCollectCallsigns();
+    setRange(20000.0F);
+    reportQueue.setAccepting(true);
+    return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const bool prepared = [] {
-        trafficReader.setUserPosition(41.3, 2.08);
-        trafficReader.setReferenceAirport(FeedAirport{{41.3, 2.08}, 12.0});
-        trafficReader.setCollectCallsigns();
-        setRange(20000.0F);
-        reportQueue.setAccepting(true);
-        return true;
-    }();
-    (void)prepared;
-    trafficReader.text = {reinterpret_cast<const char*>(data), size};
+    trafficReader.text = fuzz::textOf(data, size);
     trafficReader.onDatagram();
     static std::array<AircraftReport, 1> report;
     while (reportQueue.take(report) != 0)

@@ -4,11 +4,9 @@
 #include "core/errors.h"
 #include "core/folders.h"
 #include "core/xml_file.h"
+#include "fuzz/fuzz.h"
 #include "liveries/livery.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -55,32 +53,26 @@ void writeAndRead(std::string_view bytes) {
     if (liveries.empty())
         return;
     kes::sortLiveries(liveries);
-    if (!kes::writeLiveriesScanned(liveries))
-        std::abort();
-    const auto back = kes::readLiveriesScanned();
-    if (back.size() != liveries.size())
-        std::abort();
-    for (std::size_t i = 0; i < back.size(); ++i) {
-        const kes::Livery &a = liveries[i], &b = back[i];
-        if (a.airline != b.airline || a.model != b.model || a.title != b.title || a.regcode != b.regcode ||
-            a.cargo != b.cargo)
-            std::abort();
-    }
+    kes::fuzz::require(kes::writeLiveriesScanned(liveries));
+    kes::fuzz::require(std::ranges::equal(liveries, kes::readLiveriesScanned(), [](const auto& a, const auto& b) {
+        return std::tie(a.airline, a.model, a.title, a.regcode, a.cargo) ==
+               std::tie(b.airline, b.model, b.title, b.regcode, b.cargo);
+    }));
 }
 
 } // namespace
 
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    const auto folder = std::filesystem::temp_directory_path() / "kestrelune-fuzz-list";
+    std::filesystem::create_directories(folder / "output");
+    std::filesystem::current_path(folder);
+    return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const bool inFolder = [] {
-        const auto folder = std::filesystem::temp_directory_path() / "kestrelune-fuzz-list";
-        std::filesystem::create_directories(folder / "output");
-        std::filesystem::current_path(folder);
-        return true;
-    }();
-    (void)inFolder;
     if (size == 0)
         return 0;
-    const std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
+    const std::string_view bytes = kes::fuzz::textOf(data + 1, size - 1);
     data[0] % 4 == 0 ? readBytes(bytes) : data[0] % 4 == 1 ? readBody(bytes) : writeAndRead(bytes);
     return 0;
 }

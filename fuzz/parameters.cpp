@@ -2,22 +2,18 @@
 // Bytes as the content of parameters.xml. What is taken must be savable, and the saved file must give the same values.
 #include "core/parameters_file.h"
 #include "core/text_encoding.h"
+#include "fuzz/fuzz.h"
 
-#include <cstdint>
-#include <cstdlib>
 #include <string>
 
 namespace {
+
+using kes::fuzz::require;
 
 struct TextWriter : pugi::xml_writer {
     std::string text;
     void write(const void* data, std::size_t size) override { text.append(static_cast<const char*>(data), size); }
 };
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 bool isLfolder(std::string_view name) {
     return name.starts_with("lfolder");
@@ -42,7 +38,7 @@ std::string valuesNow(const kes::TakenLater& later) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     pugi::xml_document document;
     std::string reason;
-    if (!kes::parseParameters({reinterpret_cast<const char*>(data), size}, document, reason)) {
+    if (!kes::parseParameters(kes::fuzz::textOf(data, size), document, reason)) {
         require(!reason.empty());
         return 0;
     }

@@ -4,10 +4,10 @@
 // alone or as the registrations of a good document, which random bytes would hardly ever reach.
 #include "reference/reference_document.h"
 
+#include "fuzz/fuzz.h"
 #include "reference/reference.h"
 #include "reference/reference_tables.h"
 
-#include <cstdint>
 #include <exception>
 #include <string>
 
@@ -45,7 +45,7 @@ std::string outcome(const std::string& text, kes::reference::ParseAs parseAs) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0)
         return 0;
-    std::string text(reinterpret_cast<const char*>(data + 1), size - 1);
+    std::string text(kes::fuzz::textOf(data + 1, size - 1));
     if (data[0] % 2 == 1) {
         std::string good;
         for (const char* child : {"aircrafts><aircraft", "high_performance><hpf", "heavy><hvy", "large><lar",
@@ -58,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             "<simaddons20><simaddon20 arpts='EHAM'/></simaddons20>";
         text = good + "<dbase>" + text + "</dbase>";
     }
-    if (outcome(text, kes::reference::ParseAs::pieces) != outcome(text, kes::reference::ParseAs::whole))
-        __builtin_trap();
+    using kes::reference::ParseAs;
+    kes::fuzz::require(outcome(text, ParseAs::pieces) == outcome(text, ParseAs::whole));
     return 0;
 }

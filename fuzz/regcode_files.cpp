@@ -3,21 +3,21 @@
 // good length.
 #include "liveries/regcode_files.h"
 
-#include <cstdint>
-#include <cstdlib>
+#include "fuzz/fuzz.h"
+
 #include <filesystem>
 #include <fstream>
 
+using kes::fuzz::require;
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+    const std::string_view bytes = kes::fuzz::textOf(data, size);
     std::vector<kes::RegcodeEntry> entries;
     (void)kes::readRegcodeText(bytes, "a.txt", entries);
     for (const kes::RegcodeEntry& entry : entries) {
-        if (entry.title.empty())
-            std::abort();
+        require(!entry.title.empty());
         for (const std::string& reg : entry.regs)
-            if (reg.size() < 3 || reg.size() > 12)
-                std::abort();
+            require(reg.size() >= 3 && reg.size() <= 12);
     }
     static const std::filesystem::path file = std::filesystem::temp_directory_path() / "kestrelune-fuzz-regcodes.xml";
     // Bare, and as the registrations of a livery, where the bytes get as far as the key.
@@ -27,11 +27,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             << (framed ? "\"/></AIG-regcodes>" : "");
         out.close();
         entries.clear();
-        if (!kes::readRegcodeDocument(file, entries) && !entries.empty())
-            std::abort();
+        require(kes::readRegcodeDocument(file, entries) || entries.empty());
         for (const kes::RegcodeEntry& entry : entries)
-            if (entry.title.empty())
-                std::abort();
+            require(!entry.title.empty());
     }
     return 0;
 }

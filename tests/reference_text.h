@@ -21,6 +21,34 @@ inline std::string escaped(std::string_view text) {
     return out;
 }
 
+/// All sets of codes: types, heavy, large, business jets, high performance, rotorcraft, cargo types, airlines, cargo
+/// operators, airports, with bars between.
+inline std::string setsText() {
+    const ReferenceData& d = referenceData();
+    std::string all;
+    for (const CodeSet* set : {&d.aircraftTypes, &d.heavyTypes, &d.largeTypes, &d.buzjetTypes, &d.highPerfTypes,
+                               &d.rotorTypes, &d.cargoTypes, &d.icaoAirlines, &d.cargoOperators, &d.simaddonAirports20})
+        all += fmt::format("{}{}", all.empty() ? "" : "|", fmt::join(*set, ","));
+    return all;
+}
+
+/// "publisher:airports;" of each entry, a bar between those of the two simulators.
+inline std::string thirdPartiesText() {
+    std::string all;
+    for (const auto* list : {&referenceData().thirdParties20, &referenceData().thirdParties24}) {
+        all += all.empty() ? "" : "|";
+        for (const ThirdPartyEntry& entry : *list)
+            all += fmt::format("{}:{};", entry.pub, fmt::join(entry.arpts, ","));
+    }
+    return all;
+}
+
+/// "airline/type/operator", with "/cargo" behind it, or "unknown".
+inline std::string recordText(std::string_view regcode) {
+    const auto r = lookupRegcode(regcode);
+    return r ? fmt::format("{}/{}/{}{}", r->airl, r->type, r->opr, r->cargo ? "/cargo" : "") : "unknown";
+}
+
 struct ReferenceText {
     /// Category to type codes; every code is a type.
     std::map<AircraftCategory, std::vector<std::string>> types;

@@ -1,12 +1,21 @@
 // SPDX-License-Identifier: MIT
-// What the inspecting tool says about files and about aircraft.
+// What the inspecting tool says about liveries and aircraft, about scenery files and folders of them, and about the
+// stands of an airport.
+#include "airports/addon_link.h"
+#include "airports/airport_file.h"
+#include "airports/airport_ref.h"
+#include "airports/airport_table.h"
+#include "airports/bgl_file.h"
 #include "core/parameters.h"
 #include "liveries/aircraft_cfg.h"
 #include "liveries/livery.h"
 #include "liveries/matching.h"
 #include "liveries/store.h"
+#include "reference/reference.h"
 #include "reference_text.h"
 #include "support.h"
+#include "tools/inspect/airport.h"
+#include "tools/inspect/bgl.h"
 #include "tools/inspect/inspect.h"
 
 #include <nlohmann/json.hpp>
@@ -15,6 +24,7 @@ namespace kes::test {
 namespace {
 
 namespace fs = std::filesystem;
+
 using inspect::parseQuery;
 
 struct Inspect : testing::Test {
@@ -149,6 +159,168 @@ TEST_F(Inspect, WorksInAFolderOfItsOwn) {
     EXPECT_EQ(fs::current_path(), before);
     EXPECT_FALSE(fs::exists(inside));
     setUserDataFolder(before / "appdata" / "Kestrelune");
+}
+
+struct InspectScenery : testing::Test {
+    ProgramFolder program;
+    const std::string server = (program.folder / "server").string();
+
+    InspectScenery() { setParameterDefaults(); }
+    ~InspectScenery() override {
+        forgetAirportFile();
+        setAirportRef(std::nullopt);
+        resetAddonAirports();
+        resetAirportTable();
+        resetReference();
+        setParameterDefaults();
+    }
+};
+
+struct InspectBgl : InspectScenery {
+    InspectBgl() {
+        ReferenceText text;
+        text.types = {{AircraftCategory::large, {"A320"}}};
+        text.publishers = {{"Orbx"}};
+        text.thirdParties20 = {{"Orbx", "EGLC7"}};
+        text.read();
+    }
+    std::string put(const std::string& name, const std::string& bytes) const {
+        return program.temporary.write(name, bytes).string();
+    }
+};
+
+TEST_F(InspectBgl, TellsWhatEachFileHolds) {
+    const std::string parking = bglParkings({{12, 5, 8, 0, 20, 0}});
+    const std::string good = put("a.bgl", bglFile(bglAirport("EDDF", 100000, bglHelipad(50, 8, 10) + parking) +
+                                                  bglAirport("N82", 0, parking) + newFormAirport("EDDN")));
+    const std::string none = put("b.bgl", bglFile({{7, 0, ""}}));
+    const std::string cut = put("c.bgl", bglFile("EDDF", {{}}).substr(0, 200));
+    const auto result = inspect::inspectBgl({good, none, cut, "nowhere.bgl"}, true);
+    const auto& first = result[0];
+    EXPECT_TRUE(first["has_airport_section"] && first["not_recognised_2024"] && !first.contains("error"));
+    EXPECT_EQ(first["first_record_type"], 86);
+    EXPECT_EQ(first["passed_over_idents"].dump(), R"(["N82"])");
+    EXPECT_EQ(first["new_form_idents_unused"].dump(), R"(["EDDN"])");
+    ASSERT_EQ(first["airports"].size(), 1U);
+    const auto& airport = first["airports"][0];
+    EXPECT_EQ(airport["elevation_ft"], 328);
+    EXPECT_EQ(airport["helipads"][0]["id"], "helipad1");
+    EXPECT_EQ(airport["parkings"][0]["id"], "A5");
+    EXPECT_NEAR(airport["parkings"][0]["heading_deg"].get<double>(), 360, 1e-9);
+    EXPECT_NEAR(airport["parkings"][0]["radius_m"].get<double>(), 20, 1e-9);
+    EXPECT_FALSE(result[1]["has_airport_section"].get<bool>() || result[1].contains("error"));
+    EXPECT_TRUE(result[2].contains("error") && result[2]["broken_airport"] == "EDDF");
+    EXPECT_TRUE(result[3].contains("error"));
+}
+
+TEST_F(InspectBgl, TellsWhatAScanMakesOfFoldersAndChangesNothing) {
+    put("sim/orbx-eglc/a.bgl", bglFile("EGLC", {{}, {12, 6}}));
+    put("sim/x/a.bgl", bglFile("EDDF", {{}}));
+    nlohmann::ordered_json result;
+    {
+        const inspect::WorkFolder work(server);
+        result = inspect::inspectAddons({program.folder / "sim"}, program.folder, false);
+    }
+    EXPECT_EQ(result["summary"], "2 airports in 2 packages: 1 linked, 1 generated, 0 not recognised");
+    ASSERT_EQ(result["airports"].size(), 2U);
+    const auto &linked = result["airports"][0], &generated = result["airports"][1];
+    EXPECT_EQ(linked["linked"], "archive/thirdparty/Orbx/EGLC.xml");
+    EXPECT_EQ(linked["archived_stands"], 7);
+    EXPECT_EQ(linked["why"], "publisher \"Orbx\" found");
+    EXPECT_EQ(generated["publisher"], "unknown");
+    EXPECT_EQ(generated["why"], "===> No publisher found");
+    EXPECT_EQ(generated["generated"], true);
+    EXPECT_GT(result["report"].size(), 4U);
+    EXPECT_FALSE(std::filesystem::exists("airports") || std::filesystem::exists("output"));
+    // Of the form that is not read the name of the file counts, whatever may stand in it.
+    put("input/airports_msfs.xml", R"(<airports><airport code="LBBG" iata="" lat="42" lon="27" alt="0"/></airports>)");
+    resetAirportTable();
+    put("new/LBBG.bgl", bglFile(newFormAirport("EDDN")));
+    const inspect::WorkFolder work(server);
+    result = inspect::inspectAddons({program.folder / "new"}, program.folder, true);
+    EXPECT_EQ(result["airports"][0]["icao"], "LBBG");
+    EXPECT_EQ(result["airports"][0]["ident_unused"], "EDDN");
+}
+
+TEST_F(InspectBgl, DrawsTheStandsOfASceneryFile) {
+    put("a.BGL", bglFile(bglAirport("EDDM", 0, "") + bglAirport("EDDF", 100000, bglParkings({{}, {12, 6}}))));
+    put("b.bgl", bglFile("EDDF", {}));
+    inspect::AirportQuery query;
+    query.program = program.folder;
+    query.airport = "a.BGL";
+    {
+        const inspect::WorkFolder work(server);
+        const auto result = inspect::inspectAirport(query);
+        EXPECT_EQ(result["code"], "EDDF");
+        EXPECT_EQ(result["altitude"], 328);
+        EXPECT_EQ(result["totals"]["stands"], 2);
+        EXPECT_FALSE(result.contains("error"));
+        EXPECT_NE(inspect::airportPage(result, 1, 1).find("\"A6\""), std::string::npos);
+    }
+    query.airport = "b.bgl";
+    const inspect::WorkFolder work(server);
+    EXPECT_THROW((void)inspect::inspectAirport(query), std::runtime_error);
+}
+
+/// A program folder with a generated airport and what was learned of it, and a server with a stock one.
+struct InspectAirport : InspectScenery {
+    InspectAirport() {
+        for (const char* folder : {"airports/my_thirdparty", "airports/learned/thirdparty/Some One",
+                                   "airports/learned/stock", "server/MSFS/archive/stock"})
+            fs::create_directories(folder);
+        put("airports/my_thirdparty/EGLL.xml", "Some One",
+            stand("1", "<opt airl=\"BAW\" type=\"A320\" day=\"1\" hh=\"5\"/>"));
+        put("airports/learned/thirdparty/Some One/EGLL.xml", "Some One",
+            "<parkpos id=\"1\"><opt airl=\"DLH\" type=\"A321\" day=\"2\" hh=\"50,6\"/></parkpos><parkpos id=\"7\"/>");
+        put("server/MSFS/archive/stock/LEBL.xml", "stock", stand("&lt;/script>", ""));
+        put("airports/learned/stock/LEBL.xml", "stock", "");
+        put("bad.xml", "stock", stand("1", "") + stand("1", ""));
+    }
+    static void put(const char* file, const char* publisher, const std::string& positions) {
+        std::ofstream(file)
+            << "<parameters><parameter name=\"altitude\" value=\"83\"/><parameter name=\"publisher\" value=\""
+            << publisher << "\"/></parameters><parkpositions>" << positions << "</parkpositions>";
+    }
+    static std::string stand(const std::string& id, const std::string& options) {
+        return "<parkpos id=\"" + id + "\" latitude=\"51.47\" longitude=\"-0.46\" radius=\"20\">" + options +
+               "</parkpos>";
+    }
+    nlohmann::ordered_json look(const std::string& airport) const {
+        const inspect::WorkFolder work(server);
+        inspect::AirportQuery query;
+        query.airport = airport;
+        query.program = program.folder;
+        return inspect::inspectAirport(query);
+    }
+};
+
+TEST_F(InspectAirport, TellsBothLayersAndWhatTheyMakeTogether) {
+    const auto result = look("EGLL");
+    EXPECT_FALSE(result.contains("error"));
+    EXPECT_EQ(result["base"]["stands"][0]["options"].size(), 1U);
+    EXPECT_EQ(result["learned"]["stands"][0]["options"][0]["halfHours"], (std::vector<int>{6}));
+    EXPECT_EQ(result["stands"].size(), 1U);
+    EXPECT_EQ(result["stands"][0]["options"].size(), 2U);
+    EXPECT_EQ(result["stands"][0]["options"][1]["base"], false);
+    EXPECT_EQ(result["quality"]["real"], 64);
+    ASSERT_EQ(result["warnings"].size(), 2U) << result["log"];
+    EXPECT_EQ(result["warnings"][0], "gf_hours2bitset invalid hour \"50\" in 50,6");
+    EXPECT_FALSE(fs::exists("airports/learned/thirdparty/Some One/EGLL0.xml")) << "it only looks";
+    EXPECT_EQ(par::parking_percentage, 30);
+}
+
+TEST_F(InspectAirport, FindsFilesAndTheServersAirports) {
+    const auto stock = look("LEBL");
+    EXPECT_TRUE(stock["source"].get<std::string>().ends_with("server/MSFS/archive/stock/LEBL.xml"));
+    EXPECT_TRUE(stock["learned"].is_object());
+    EXPECT_TRUE(stock["warnings"].empty()) << stock["warnings"];
+    const std::string page = inspect::airportPage(stock, 3, 20);
+    EXPECT_EQ(page.find("\"</script>"), std::string::npos) << "a name does not end the page's data";
+    EXPECT_NE(page.find("\"halfHour\":20"), std::string::npos);
+    const auto bad = look("bad.xml");
+    EXPECT_EQ(bad["error"], "94: Parking position 1 appears more than once?");
+    EXPECT_EQ(bad["base"]["stands"].size(), 2U);
+    EXPECT_THROW(look("ZZZZ"), std::runtime_error);
 }
 
 } // namespace

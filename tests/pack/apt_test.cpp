@@ -6,9 +6,7 @@
 #include "tools/pack/apt.h"
 #include "tools/pack/command.h"
 
-#include <algorithm>
 #include <fmt/format.h>
-#include <gtest/gtest.h>
 #include <set>
 #include <zlib.h>
 

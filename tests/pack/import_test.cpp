@@ -1,26 +1,20 @@
 // SPDX-License-Identifier: MIT
+#include "core/text.h"
 #include "core/version.h"
+#include "files.h"
 #include "pack_folder.h"
+#include "reference_text.h"
 #include "tools/pack/airport_check.h"
 #include "tools/pack/command.h"
 #include "tools/pack/imports.h"
 #include "tools/pack/sources.h"
 
-#include <fmt/format.h>
-#include <gtest/gtest.h>
 #include <stdexcept>
 
 namespace kes::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string known(std::string_view reg) {
-    const auto record = lookupRegcode(reg);
-    if (!record)
-        return "unknown";
-    return record->airl + "/" + record->type + "/" + record->opr + (record->cargo ? "/cargo" : "");
-}
 
 TEST(Import, AircraftOfRealLifeLists) {
     PackFolder folder;
@@ -41,12 +35,12 @@ TEST(Import, AircraftOfRealLifeLists) {
     pack::PackPlan plan = folder.plan();
     plan.aircraft.push_back({"base.csv", "registration", "MODEL", "operator", "flown by", "freighter", false});
     const pack::PackCount count = folder.packAndRead(plan);
-    EXPECT_EQ(known("D-AIZA"), "DLH/A320/");
-    EXPECT_EQ(known("D-AAAA"), "DLH/A320/BAW");
-    EXPECT_EQ(known("D-BBBB"), "DLH/B77W//cargo") << "its own airline flies it";
-    EXPECT_EQ(known("D-CCCC"), "/C172/");
-    EXPECT_EQ(known("D-GGGG"), "GEC//");
-    EXPECT_EQ(known("D-FFFF"), "unknown");
+    EXPECT_EQ(recordText("D-AIZA"), "DLH/A320/");
+    EXPECT_EQ(recordText("D-AAAA"), "DLH/A320/BAW");
+    EXPECT_EQ(recordText("D-BBBB"), "DLH/B77W//cargo") << "its own airline flies it";
+    EXPECT_EQ(recordText("D-CCCC"), "/C172/");
+    EXPECT_EQ(recordText("D-GGGG"), "GEC//");
+    EXPECT_EQ(recordText("D-FFFF"), "unknown");
     EXPECT_EQ(count.overruled, 1u);
     EXPECT_EQ(folder.badText(count), "base.csv:8: D-AAAA stands twice\nbase.csv:9: no registration\n"
                                      "base.csv:10: \"D DDDD\" is no registration\nbase.csv:11: type ZZ99 of D-EEEE is "
@@ -55,9 +49,9 @@ TEST(Import, AircraftOfRealLifeLists) {
     plan.aircraft[0].privateWhenEmpty = true;
     plan.aircraft[0].cargo = plan.aircraft[0].operating = "";
     folder.packAndRead(plan);
-    EXPECT_EQ(known("D-CCCC"), "PVT/C172/");
-    EXPECT_EQ(known("D-FFFF"), "PVT//");
-    EXPECT_EQ(known("D-BBBB"), "DLH/B77W/") << "a column that is not named is not read";
+    EXPECT_EQ(recordText("D-CCCC"), "PVT/C172/");
+    EXPECT_EQ(recordText("D-FFFF"), "PVT//");
+    EXPECT_EQ(recordText("D-BBBB"), "DLH/B77W/") << "a column that is not named is not read";
     plan.aircraft[0].type = "no such column";
     EXPECT_THROW(pack::packUpdates(plan), std::runtime_error);
 }
@@ -70,44 +64,29 @@ TEST(Import, OfTwoAircraftListsTheFirstWins) {
     plan.aircraft.push_back({"one.csv", "r", "t", "o", "", "", false});
     plan.aircraft.push_back({"two.csv", "r", "t", "", "", "", true});
     const pack::PackCount count = folder.packAndRead(plan);
-    EXPECT_EQ(known("N1"), "DLH/A320/");
-    EXPECT_EQ(known("N2"), "PVT/A321/");
+    EXPECT_EQ(recordText("N1"), "DLH/A320/");
+    EXPECT_EQ(recordText("N2"), "PVT/A321/");
     EXPECT_EQ(count.overruled, 1u);
     EXPECT_EQ(folder.badText(count), "");
 }
 
 TEST(Import, CategoriesOfTypeLists) {
-    struct Case {
-        const char *wake, *description, *engine, *engines, *category;
+    // Wake, description, kind of engine and number of engines.
+    const std::pair<const char*, std::vector<const char*>> cases[] = {
+        {"Large", {"M,L2J,,", "M,L2T,,", "L/M,L2T,,", "M,LandPlane,Jet,2"}},
+        {"Heavy", {"H,L2J,,", "J,L4J,,", "H,L4T,,"}},
+        {"Buzjets", {"L,L2J,,", "l,l2j,,"}},
+        {"HighPerf", {"L,L1J,,", "M,L1J,,", "M,LandPlane,Jet,1"}},
+        {"Light", {"L,L1P,,", "L,S1T,,", "L,Tornado,Piston,2", "L,,,"}},
+        {"Rotorcraft", {"L,H2T,,", ",G1P,,", "M,T2T,,", "L,Helicopter,,"}},
+        {"none", {",L2J,,", "-,,,"}},
     };
-    const Case cases[] = {
-        {"M", "L2J", "", "", "Large"},
-        {"L", "L2J", "", "", "Buzjets"},
-        {"L", "L1J", "", "", "HighPerf"},
-        {"M", "L1J", "", "", "HighPerf"},
-        {"H", "L2J", "", "", "Heavy"},
-        {"J", "L4J", "", "", "Heavy"},
-        {"H", "L4T", "", "", "Heavy"},
-        {"M", "L2T", "", "", "Large"},
-        {"L", "L1P", "", "", "Light"},
-        {"L", "S1T", "", "", "Light"},
-        {"L/M", "L2T", "", "", "Large"},
-        {"L", "H2T", "", "", "Rotorcraft"},
-        {"", "G1P", "", "", "Rotorcraft"},
-        {"M", "T2T", "", "", "Rotorcraft"},
-        {"l", "l2j", "", "", "Buzjets"},
-        {"M", "LandPlane", "Jet", "2", "Large"},
-        {"M", "LandPlane", "Jet", "1", "HighPerf"},
-        {"L", "Helicopter", "", "", "Rotorcraft"},
-        {"L", "Tornado", "Piston", "2", "Light"},
-        {"L", "", "", "", "Light"},
-        {"", "L2J", "", "", "none"},
-        {"-", "", "", "", "none"},
-    };
-    for (const Case& c : cases) {
-        const auto category = pack::categoryFrom(c.wake, c.description, c.engine, c.engines);
-        EXPECT_EQ(category ? text(*category) : "none", c.category) << c.wake << " " << c.description << " " << c.engine;
-    }
+    for (const auto& [expected, types] : cases)
+        for (const char* type : types) {
+            const auto f = split(type, ',');
+            const auto category = pack::categoryFrom(f[0], f[1], f[2], f[3]);
+            EXPECT_EQ(category ? text(*category) : "none", expected) << type;
+        }
 }
 
 TEST(Import, TypeListsInBothForms) {

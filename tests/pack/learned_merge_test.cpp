@@ -2,23 +2,18 @@
 // Learned files of users, merged into the airport files of the server.
 #include "airports/airport_xml.h"
 #include "core/xml_file.h"
+#include "files.h"
 #include "pack_folder.h"
 #include "tools/csv/csv.h"
 #include "tools/pack/command.h"
 
 #include <fmt/format.h>
-#include <gtest/gtest.h>
 
 namespace kes::pack {
 namespace {
 
 namespace fs = std::filesystem;
-
-void put(const fs::path& file, const std::string& text) {
-    if (file.has_parent_path())
-        fs::create_directories(file.parent_path());
-    std::ofstream(file, std::ios::binary) << text;
-}
+using test::putFile;
 
 std::string document(const std::string& parameters, const std::string& stands) {
     return "<?xml version=\"1.0\"?><parameters><parameter name=\"altitude\" value=\"10\"/><parameter "
@@ -34,6 +29,10 @@ std::string base(const std::string& publisher) {
                     "<parkpos id=\"1\" latitude=\"50\" longitude=\"8\" radius=\"18\"><opt airl=\"DLH\" type=\"A320\" "
                     "day=\"1\" hh=\"10,11\"/></parkpos>"
                     "<parkpos id=\"2\" latitude=\"50.1\" longitude=\"8\" radius=\"18\"/>");
+}
+
+std::string onTwo(const std::string& options, const std::string& publisher = "stock", const std::string& more = "") {
+    return learned("<parkpos id=\"2\">" + options + "</parkpos>", publisher, more);
 }
 
 const std::string dlh = "<opt airl=\"DLH\" type=\"A320\" day=\"1\" hh=\"11,12\"/>";
@@ -62,7 +61,7 @@ std::string standsIn(const fs::path& file) {
 }
 
 TEST(LearnedMerge, FilesGoToTheirAirportByTheProgramsRules) {
-    const std::string before = "1 18: DLH A320 1 10,11;\n2 18:\n";
+    const std::string one = "1 18: DLH A320 1 10,11;\n", before = one + "2 18:\n";
     const struct {
         const char* name;
         std::vector<std::pair<const char*, std::string>> files;
@@ -74,9 +73,8 @@ TEST(LearnedMerge, FilesGoToTheirAirportByTheProgramsRules) {
          before,
          "1 learned file merged: 0 options"},
         {"two users, one of them twice",
-         {{"a/EDDF.xml", learned("<parkpos id=\"2\">" + baw + dlh + "</parkpos>")},
-          {"b/x/EDDF.XML", learned("<parkpos id=\"2\">" + dlh + baw + "</parkpos>")}},
-         "1 18: DLH A320 1 10,11;\n2 18: BAW A320 2 4 soft; DLH A320 1 11,12;\n",
+         {{"a/EDDF.xml", onTwo(baw + dlh)}, {"b/x/EDDF.XML", onTwo(dlh + baw)}},
+         one + "2 18: BAW A320 2 4 soft; DLH A320 1 11,12;\n",
          "2 learned files merged: 2 options"},
         {"corrections, the later one holds",
          {{"a/EDDF.xml",
@@ -90,47 +88,35 @@ TEST(LearnedMerge, FilesGoToTheirAirportByTheProgramsRules) {
          before + "H 9: DLH A320 1 11,12;\n",
          "merged: 1 option\n"},
         {"airline by the registration",
-         {{"a/EDDF.xml", learned("<parkpos id=\"2\"><opt reg=\"D-AIZA\" day=\"3\" hh=\"1\"/></parkpos>")}},
-         "1 18: DLH A320 1 10,11;\n2 18: D-AIZADLH A320 3 1;\n",
+         {{"a/EDDF.xml", onTwo("<opt reg=\"D-AIZA\" day=\"3\" hh=\"1\"/>")}},
+         one + "2 18: D-AIZADLH A320 3 1;\n",
          "merged: 1 option\n"},
         {"a stand that is not there",
          {{"a/EDDF.xml", learned("<parkpos id=\"99\">" + dlh + "</parkpos><parkpos id=\"2\">" + baw + "</parkpos>")}},
-         "1 18: DLH A320 1 10,11;\n2 18: BAW A320 2 4 soft;\n",
+         one + "2 18: BAW A320 2 4 soft;\n",
          "EDDF.xml:1: has stands that are not in the airport file"},
         {"damaged, and another one",
-         {{"a/EDDF.xml", "<parameters><parame"}, {"b/EDDF.xml", learned("<parkpos id=\"2\">" + baw + "</parkpos>")}},
-         "1 18: DLH A320 1 10,11;\n2 18: BAW A320 2 4 soft;\n",
+         {{"a/EDDF.xml", "<parameters><parame"}, {"b/EDDF.xml", onTwo(baw)}},
+         one + "2 18: BAW A320 2 4 soft;\n",
          "EDDF.xml:1: could not be loaded"},
         {"handmade",
          {{"a/EDDF.xml", learned("", "stock", "<parameter name=\"handmade\" value=\"true\"/>")}},
          before,
          "handmade: it would replace the whole list"},
-        {"unknown publisher",
-         {{"a/EDDF.xml", learned("<parkpos id=\"2\">" + baw + "</parkpos>", "unknown")}},
-         before,
-         "the publisher is unknown"},
-        {"publisher that leads away",
-         {{"a/EDDF.xml", learned("<parkpos id=\"2\">" + baw + "</parkpos>", "../stock")}},
-         before,
-         "is no publisher"},
-        {"airport that is not there",
-         {{"a/EDDM.xml", learned("<parkpos id=\"2\">" + baw + "</parkpos>")}},
-         before,
-         "EDDM.xml:1: is not there"},
-        {"no code",
-         {{"a/EDDF copy.xml", learned("<parkpos id=\"2\">" + baw + "</parkpos>")}},
-         before,
-         "is no airport code"},
+        {"unknown publisher", {{"a/EDDF.xml", onTwo(baw, "unknown")}}, before, "the publisher is unknown"},
+        {"publisher that leads away", {{"a/EDDF.xml", onTwo(baw, "../stock")}}, before, "is no publisher"},
+        {"airport that is not there", {{"a/EDDM.xml", onTwo(baw)}}, before, "EDDM.xml:1: is not there"},
+        {"no code", {{"a/EDDF copy.xml", onTwo(baw)}}, before, "is no airport code"},
         {"nothing to merge", {{"a/readme.txt", "x"}}, before, "0 learned files merged"},
     };
     for (const auto& c : cases) {
         const test::PackFolder folder;
         test::PackFolder::packAndRead(test::PackFolder::plan());
         const fs::path file = "updates/MSFS/archive/stock/EDDF.xml";
-        put(file, base("stock"));
+        putFile(file, base("stock"));
         fs::create_directories("collected");
         for (const auto& [name, text] : c.files)
-            put(fs::path("collected") / name, text);
+            putFile(fs::path("collected") / name, text);
         std::string out, error, first;
         resetReference();
         for (int run = 0; run < 2; ++run) { // again, which changes nothing
@@ -155,8 +141,8 @@ TEST(LearnedMerge, EveryPublisherHasItsFolder) {
                  {"MSFS/archive/thirdparty/Best Scenery/EDDF.xml", "Best Scenery", ""},
                  {"MSFS2024/archive/thirdparty/Best Scenery/EDDF.xml", "Best Scenery", msfs2024}};
     for (const auto& c : cases) {
-        put(fs::path("updates") / c.file, base(c.publisher));
-        put("collected/EDDF.xml", learned("<parkpos id=\"2\">" + baw + "</parkpos>", c.publisher, c.more));
+        putFile(fs::path("updates") / c.file, base(c.publisher));
+        putFile("collected/EDDF.xml", onTwo(baw, c.publisher, c.more));
         std::string out, error;
         ASSERT_EQ(runCommand({"--out", "updates", "--learned", "collected"}, out, error), 0) << error;
         EXPECT_NE(standsIn(fs::path("updates") / c.file).find("BAW"), std::string::npos) << c.file;
@@ -166,8 +152,8 @@ TEST(LearnedMerge, EveryPublisherHasItsFolder) {
 
 TEST(LearnedMerge, ComesOnTopOfALayoutInOneRun) {
     const test::PackFolder folder;
-    put("apt.dat", "I\n1100\n\n1 0 0 0 EDDF F\n1300 50 8 0 gate jets 1\n1301 C airline\n");
-    put("collected/EDDF.xml", learned("<parkpos id=\"1\"><opt reg=\"D-AIZA\" day=\"3\" hh=\"1\"/></parkpos>"));
+    putFile("apt.dat", "I\n1100\n\n1 0 0 0 EDDF F\n1300 50 8 0 gate jets 1\n1301 C airline\n");
+    putFile("collected/EDDF.xml", learned("<parkpos id=\"1\"><opt reg=\"D-AIZA\" day=\"3\" hh=\"1\"/></parkpos>"));
     std::string out, error;
     ASSERT_EQ(
         runCommand({"--data", "data", "--out", "updates", "--apt", "apt.dat", "--learned", "collected"}, out, error), 0)

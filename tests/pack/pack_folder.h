@@ -7,7 +7,6 @@
 #include "support.h"
 #include "tools/pack/pack.h"
 
-#include <string>
 #include <string_view>
 
 namespace kes::test {

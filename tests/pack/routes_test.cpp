@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <bit>
 #include <fmt/format.h>
-#include <gtest/gtest.h>
 
 namespace kes::pack {
 namespace {

@@ -5,16 +5,9 @@
 #include "support.h"
 
 #include <array>
-#include <atomic>
-#include <chrono>
 #include <cstring>
-#include <functional>
-#include <gtest/gtest.h>
-#include <string>
 #include <string_view>
 #include <sys/resource.h>
-#include <thread>
-#include <vector>
 
 namespace kes::platform {
 namespace {
@@ -29,6 +22,14 @@ struct Pair {
         EXPECT_EQ(listener.accept(server, 5000).bytes, 0);
     }
 };
+
+/// A socket for datagrams at any free port.
+Socket bound() {
+    Socket udp;
+    EXPECT_EQ(udp.openUdp(), 0);
+    EXPECT_EQ(udp.bindUdp(0, true), 0);
+    return udp;
+}
 
 std::span<const char> bytesOf(std::string_view text) {
     return {text.data(), text.size()};
@@ -47,9 +48,7 @@ IoResult stopDuring(Socket& socket, const std::function<IoResult()>& wait) {
 
 TEST(Socket, StopEndsEveryKindOfWaitAndAllLaterOnes) {
     Pair pair;
-    Socket udp;
-    ASSERT_EQ(udp.openUdp(), 0);
-    ASSERT_EQ(udp.bindUdp(0, true), 0);
+    Socket udp = bound();
     std::array<char, 64> buffer{};
     const std::vector<char> flood(64 << 20, 'x');
     Socket nobody;
@@ -154,12 +153,8 @@ TEST(Socket, APeerThatVanishedIsAnErrorAndNoSignal) {
 }
 
 TEST(Socket, DatagramsKeepTheirEdgesAndLongOnesAreCut) {
-    Socket in;
-    Socket out;
-    ASSERT_EQ(in.openUdp(), 0);
+    Socket in = bound(), out = bound();
     ASSERT_EQ(in.setReceiveBuffer(1 << 20), 0);
-    ASSERT_EQ(in.bindUdp(0, true), 0);
-    ASSERT_EQ(out.openUdp(), 0);
     for (const std::string_view text : {"first", "", "a much longer second"})
         ASSERT_EQ(out.sendTo(bytesOf(text), "127.0.0.1", in.localPort()).bytes,
                   static_cast<std::ptrdiff_t>(text.size()));
@@ -180,12 +175,8 @@ TEST(Socket, FailuresComeInWindowsNumbers) {
     const char* step = "";
     Pair pair;
     const std::string taken = std::to_string(pair.listener.localPort());
-    Socket udp;
-    Socket udp2;
-    ASSERT_EQ(udp.openUdp(), 0);
+    Socket udp = bound(), udp2;
     ASSERT_EQ(udp2.openUdp(), 0);
-    ASSERT_EQ(udp.bindUdp(0, true), 0);
-
     EXPECT_EQ(closed.receive(buffer, 0).error, 10038);
     EXPECT_EQ(closed.sendAll(bytesOf("x"), 0).error, 10038);
     EXPECT_EQ(closed.accept(pair.server, 0).error, 10038);

@@ -5,15 +5,9 @@
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
-#include <functional>
-#include <gtest/gtest.h>
-#include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <thread>
-#include <unistd.h>
-#include <vector>
 
 namespace kes::platform {
 namespace {
@@ -38,27 +32,25 @@ TEST(InstanceLock, OneProcessAtATimeAndFreedByItsEnd) {
         const auto lock = [] { return takeInstanceLock("Local\\$Test$") ? 1 : 0; };
         EXPECT_EQ(inProcess(lock), 1) << place;
         // The first process is gone, so is its lock.
-        int toChild[2];
-        int fromChild[2];
-        ASSERT_EQ(pipe(toChild), 0);
-        ASSERT_EQ(pipe(fromChild), 0);
+        int told[2];
+        ASSERT_EQ(pipe(told), 0);
         const pid_t holder = fork();
         if (holder == 0) {
-            char result = lock() == 1 ? '1' : '0';
-            if (write(fromChild[1], &result, 1) != 1 || read(toChild[0], &result, 1) < 0)
-                _exit(1);
-            _exit(0);
+            const char result = lock() == 1 ? '1' : '0';
+            if (write(told[1], &result, 1) == 1)
+                pause();
+            _exit(1);
         }
         char held = 0;
-        ASSERT_EQ(read(fromChild[0], &held, 1), 1);
+        ASSERT_EQ(read(told[0], &held, 1), 1);
         EXPECT_EQ(held, '1') << place;
         EXPECT_EQ(inProcess(lock), 0) << place << ": a second instance";
         EXPECT_EQ(inProcess([] { return takeInstanceLock("Other") ? 1 : 0; }), 1) << place << ": another name";
         ASSERT_EQ(kill(holder, SIGKILL), 0);
         waitpid(holder, nullptr, 0);
         EXPECT_EQ(inProcess(lock), 1) << place << ": after the holder was killed";
-        for (const int end : {toChild[0], toChild[1], fromChild[0], fromChild[1]})
-            close(end);
+        close(told[0]);
+        close(told[1]);
         unsetenv(place);
     }
 }

@@ -1,24 +1,14 @@
 // SPDX-License-Identifier: MIT
 // The zip layer: what goes in comes out, and damage is told.
+#include "files.h"
 #include "pipe_guard.h"
-#include "platform/zip.h"
 
 #include <random>
-#include <sstream>
 
 namespace kes::test {
 namespace {
 
 using platform::ZipArchive;
-
-std::string made(const std::vector<std::pair<std::string, std::string>>& entries) {
-    ZipArchive zip("made.zip");
-    EXPECT_TRUE(zip.open(ZipArchive::OpenMode::create));
-    for (const auto& [name, content] : entries)
-        EXPECT_TRUE(zip.addData(name, content));
-    EXPECT_TRUE(zip.close());
-    return readFile("made.zip");
-}
 
 TEST(Zip, GivesBackWhatWasPut) {
     const ProgramFolder folder;
@@ -28,8 +18,8 @@ TEST(Zip, GivesBackWhatWasPut) {
         c = static_cast<char>(random());
     const std::vector<std::pair<std::string, std::string>> entries{
         {"b.txt", "text"}, {"a/empty", ""}, {"M\xC3\xBCnchen.xml", noise}, {"a/zeros", std::string(700'000, '\0')}};
-    const std::string bytes = made(entries);
-    EXPECT_EQ(made(entries), bytes) << "the same content gives the same zip";
+    const std::string bytes = zipOf(entries);
+    EXPECT_EQ(zipOf(entries), bytes) << "the same content gives the same zip";
     ZipArchive zip("made.zip");
     ASSERT_TRUE(zip.open());
     const auto found = zip.getEntries();
@@ -51,7 +41,7 @@ TEST(Zip, TellsDamage) {
     ZipArchive none("nowhere.zip");
     EXPECT_FALSE(none.open());
     EXPECT_TRUE(none.getEntries().empty());
-    const std::string bytes = made({{"a", std::string(4000, 'a')}});
+    const std::string bytes = zipOf({{"a", std::string(4000, 'a')}});
     const auto opens = [](const std::string& content) {
         std::ofstream("other.zip", std::ios::binary) << content;
         ZipArchive zip("other.zip");
@@ -91,7 +81,7 @@ TEST(Zip, OpensOnlyFilesAndStopsWhenTold) {
         EXPECT_FALSE(ZipArchive("pipe.zip").open());
         EXPECT_FALSE(ZipArchive(".").open());
     }
-    made({{"a", std::string(12'000'000, 'a')}});
+    zipOf({{"a", std::string(12'000'000, 'a')}});
     ZipArchive zip("made.zip", stop);
     stopAt = 1'000'000;
     asked = 0;
@@ -121,7 +111,7 @@ TEST(Zip, ReadsNoEndlessTableOfEntries) {
         std::vector<std::pair<std::string, std::string>> entries;
         for (std::size_t i = 0; i < count; ++i)
             entries.emplace_back(std::to_string(i) + std::string(60'000, 'n'), "");
-        made(entries);
+        zipOf(entries);
         return ZipArchive("made.zip").open();
     };
     EXPECT_TRUE(opens(100));

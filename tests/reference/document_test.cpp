@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// What is read from a document, and what is told about it.
+// What is read from a document, and what is told about it; at the end the whole way from the update server to the
+// tables.
 #include "core/errors.h"
 #include "core/run_state.h"
 #include "document_text.h"
+#include "files.h"
 #include "pipe_guard.h"
-
-#include <functional>
 
 namespace kes {
 namespace {
@@ -13,20 +13,6 @@ namespace {
 using namespace test;
 
 struct Document : ReferenceTest {};
-
-/// The text of what reading throws, "none" without a failure.
-std::string failureOf(const std::function<void()>& read, std::uint32_t code = 0) {
-    try {
-        read();
-        return "none";
-    } catch (const nwk::UserErrorException& e) {
-        EXPECT_EQ(e.number, code);
-        return e.what();
-    } catch (const std::runtime_error& e) {
-        EXPECT_EQ(code, 0u) << "no user error";
-        return e.what();
-    }
-}
 
 TEST_F(Document, FillsEachTableFromItsSection) {
     DocumentText()
@@ -42,25 +28,10 @@ TEST_F(Document, FillsEachTableFromItsSection) {
         .set("unknown_section", "<x/>")
         .read();
     const ReferenceData& data = referenceData();
-    EXPECT_EQ(data.aircraftTypes, (CodeSet{"A320", "B744", "C172"}));
-    EXPECT_EQ(data.highPerfTypes, (CodeSet{"F16"}));
-    EXPECT_EQ(data.heavyTypes, (CodeSet{"A388", "B744"}));
-    EXPECT_EQ(data.largeTypes, (CodeSet{"A320", "A388"}));
-    EXPECT_EQ(data.buzjetTypes, (CodeSet{"C25A"}));
-    EXPECT_EQ(data.rotorTypes, (CodeSet{"EC35"}));
-    EXPECT_EQ(data.cargoTypes, (CodeSet{"B744"}));
-    EXPECT_EQ(data.icaoAirlines, (CodeSet{"BAW", "KLM"}));
-    EXPECT_EQ(data.cargoOperators, (CodeSet{"GEC"}));
-    EXPECT_EQ(data.simaddonAirports20, (CodeSet{"EHAM", "LFPG"}));
+    EXPECT_EQ(setsText(), "A320,B744,C172|A388,B744|A320,A388|C25A|F16|EC35|B744|BAW,KLM|GEC|EHAM,LFPG");
     EXPECT_EQ(data.similarGroups, (std::vector<std::vector<std::string>>{{"A320", "B744", "C172"}, {"A1", "F16"}}));
     EXPECT_EQ(data.modelFixes.at("73H"), "B744");
-    ASSERT_EQ(data.thirdParties20.size(), 2u);
-    EXPECT_EQ(data.thirdParties20[0].pub, "Pyreegue");
-    EXPECT_EQ(data.thirdParties20[0].arpts, (std::vector<std::string>{"EGNX12", "EGPF7"}));
-    EXPECT_EQ(data.thirdParties20[1].pub, "Aerosoft");
-    EXPECT_EQ(data.thirdParties20[1].arpts, (std::vector<std::string>{""}));
-    ASSERT_EQ(data.thirdParties24.size(), 1u);
-    EXPECT_EQ(data.thirdParties24[0].pub, "Orbx");
+    EXPECT_EQ(thirdPartiesText(), "Pyreegue:EGNX12,EGPF7;Aerosoft:;|Orbx:EGLC20;");
     EXPECT_EQ(dbaseSize(), 0u);
 }
 
@@ -83,40 +54,35 @@ TEST_F(Document, EmptySectionsAreUserErrors) {
                           Case{"simaddons20", "simaddon20", "arpts"}}) {
         const std::string text =
             fmt::format("61: In an xml file section {} {} {} is empty ", c.section, c.child, c.attribute);
-        EXPECT_EQ(failureOf([&] { DocumentText().without(c.section).read(); }, 61), text);
-        EXPECT_EQ(failureOf([&] { DocumentText().set(c.section, "<other/>").read(); }, 61), text);
+        EXPECT_EQ(thrownBy([&] { DocumentText().without(c.section).read(); }), text);
+        EXPECT_EQ(thrownBy([&] { DocumentText().set(c.section, "<other/>").read(); }), text);
+        EXPECT_THROW(DocumentText().without(c.section).read(), nwk::UserErrorException);
         // An element with nothing in it gives one empty member, as any list of that form does.
-        EXPECT_EQ(failureOf([&] { DocumentText().set(c.section, fmt::format("<{}/>", c.child)).read(); }), "none");
+        EXPECT_EQ(thrownBy([&] { DocumentText().set(c.section, fmt::format("<{}/>", c.child)).read(); }), "nothing");
     }
     EXPECT_FALSE(modelExists(""));
 }
 
 TEST_F(Document, SectionsAreReadInTheirOrder) {
     const auto document = [] { return DocumentText().without("heavy").without("ICAO_airlines"); };
-    EXPECT_EQ(failureOf([&] { document().without("large").read(); }, 61),
-              "61: In an xml file section heavy hvy types is empty ");
+    const std::string heavyEmpty = "61: In an xml file section heavy hvy types is empty ";
+    EXPECT_EQ(thrownBy([&] { document().without("large").read(); }), heavyEmpty);
     // A broken value ends the reading where it stands: registrations come last, sets before the airlines.
-    EXPECT_EQ(failureOf([&] { document().set("dbase", "<db reg=\"\" airl=\"AB\"/>").read(); }, 61),
-              "61: In an xml file section heavy hvy types is empty ");
-    EXPECT_EQ(failureOf([&] { DocumentText().set("large", "<lar types=\"X\"/>").without("ICAO_airlines").read(); }),
+    EXPECT_EQ(thrownBy([&] { document().set("dbase", "<db reg=\"\" airl=\"AB\"/>").read(); }), heavyEmpty);
+    EXPECT_EQ(thrownBy([&] { DocumentText().set("large", "<lar types=\"X\"/>").without("ICAO_airlines").read(); }),
               "decrypt model \"X\" error");
-    EXPECT_EQ(failureOf([&] { DocumentText().set("cargo_operators", "<ICAO codes=\"ABCD\"/>").read(); }),
-              "decrypt airl \"ABCD\" error");
-    EXPECT_EQ(failureOf([&] { DocumentText().set("similar_types", "<similar types=\"X\"/>").read(); }),
-              "decrypt model \"X\" error");
-}
-
-TEST_F(Document, BrokenRegistrationsEndTheReading) {
-    const std::string good = db("G-ABCD", "BAW", "A320");
-    EXPECT_EQ(failureOf([&] { DocumentText().set("dbase", good + "<db airl=\"ABCD\"/>").read(); }),
-              "decrypt airl \"ABCD\" error");
-    EXPECT_EQ(failureOf([&] { DocumentText().set("dbase", good + "<db opr=\"ABCDE\"/>").read(); }),
-              "decrypt airl \"ABCDE\" error");
-    EXPECT_EQ(failureOf([&] { DocumentText().set("dbase", good + "<db type=\"A\"/>").read(); }),
-              "decrypt model \"A\" error");
-    const std::string longRegcode(25, 'A');
-    EXPECT_EQ(failureOf([&] { DocumentText().set("dbase", good + "<db reg=\"" + longRegcode + "\"/>").read(); }),
-              "decrypt regcode \"" + longRegcode + "\" error");
+    const std::string good = db("G-ABCD", "BAW", "A320"), longRegcode(25, 'A');
+    struct Case {
+        const char* section;
+        std::string content, value;
+    };
+    for (const Case& c : {Case{"cargo_operators", "<ICAO codes=\"ABCD\"/>", "airl \"ABCD\""},
+                          Case{"similar_types", "<similar types=\"X\"/>", "model \"X\""},
+                          Case{"dbase", good + "<db airl=\"ABCD\"/>", "airl \"ABCD\""},
+                          Case{"dbase", good + "<db opr=\"ABCDE\"/>", "airl \"ABCDE\""},
+                          Case{"dbase", good + "<db type=\"A\"/>", "model \"A\""},
+                          Case{"dbase", good + "<db reg=\"" + longRegcode + "\"/>", "regcode \"" + longRegcode + "\""}})
+        EXPECT_EQ(thrownBy([&] { DocumentText().set(c.section, c.content).read(); }), "decrypt " + c.value + " error");
 }
 
 TEST_F(Document, WhatIsNoXmlIsUserError60) {
@@ -131,18 +97,19 @@ TEST_F(Document, WhatIsNoXmlIsUserError60) {
           Case{good.substr(0, good.find("airl=") + 9), "Error parsing element attribute"},
           Case{good.substr(0, good.find("</dbase>")), "Start-end tags mismatch"},
           Case{good + "<!-- open", "Error parsing comment"}})
-        EXPECT_EQ(failureOf([&] { read(c.text); }, 60), "60: \"temp2.xml\" not read because of " + c.reason);
-    EXPECT_EQ(failureOf([] { readReferenceDocument("input/absent.xml"); }, 60),
+        EXPECT_EQ(thrownBy([&] { read(c.text); }), "60: \"temp2.xml\" not read because of " + c.reason);
+    EXPECT_EQ(thrownBy([] { readReferenceDocument("input/absent.xml"); }),
               "60: \"absent.xml\" not read because of File was not found");
-    EXPECT_EQ(failureOf([] { readReferenceDocument("appdata"); }, 60),
+    EXPECT_EQ(thrownBy([] { readReferenceDocument("appdata"); }),
               "60: \"appdata\" not read because of Error reading from file/stream");
+    EXPECT_THROW(read(""), nwk::UserErrorException);
 }
 
 TEST_F(Document, ACloseEndsTheReading) {
     const std::string text = DocumentText().set("dbase", db("G-ABCD", "BAW", "A320")).xml();
     userClosed = true;
     for (const reference::ParseAs parseAs : {reference::ParseAs::pieces, reference::ParseAs::whole})
-        EXPECT_EQ(failureOf([&] { reference::readDocumentText(text, "input/temp2.xml", parseAs); }),
+        EXPECT_EQ(thrownBy([&] { reference::readDocumentText(text, "input/temp2.xml", parseAs); }),
                   "the run was ended");
     resetRunFlags();
     // What is no file, and what would fill the memory.
@@ -150,7 +117,7 @@ TEST_F(Document, ACloseEndsTheReading) {
     std::ofstream("long.xml") << text;
     std::filesystem::resize_file("long.xml", (256 << 20) + 1); // a hole on the disk
     for (const char* name : {"pipe.xml", "long.xml"})
-        EXPECT_EQ(failureOf([&] { readReferenceDocument(name); }, 60),
+        EXPECT_EQ(thrownBy([&] { readReferenceDocument(name); }),
                   fmt::format("60: \"{}\" not read because of Error reading from file/stream", name));
 }
 
@@ -208,7 +175,7 @@ TEST_F(Document, Wingspans) {
     for (const auto& [type, value] :
          {std::pair{"F16", "wide"}, {"EC35", "-4"}, {"B744", "64,4"}, {"C25A", "1e999"}, {"A1", ""}})
         EXPECT_TRUE(folder.logHas(fmt::format("wingspan \"{}\" of model {} is no length, skipped\n", value, type)));
-    EXPECT_EQ(failureOf([] { DocumentText().set("wingspans", "<wingspan type=\"X\" meters=\"3\"/>").read(); }),
+    EXPECT_EQ(thrownBy([] { DocumentText().set("wingspans", "<wingspan type=\"X\" meters=\"3\"/>").read(); }),
               "exception decrypt model \"X\" error in reading wingspans from \"input/temp2.xml\"");
     DocumentText().read();
     EXPECT_EQ(wingspanOf("A320"), 0);
@@ -236,16 +203,13 @@ TEST_F(Document, Registrations) {
                           airline("DLH") + "\"/>" + db("N1+2", "PVT", "A1"))
         .read();
     EXPECT_EQ(dbaseSize(), 4u);
-    const auto told = [](std::string_view regcode) {
-        const auto record = lookupRegcode(regcode);
-        return record ? fmt::format("{}|{}|{}|{}", record->airl, record->type, record->opr, record->cargo) : "unknown";
-    };
-    EXPECT_EQ(told("G-ABCD"), "BAW|A320|GEC|true");
-    EXPECT_EQ(told("PH-BVB"), "KLM|||false");
-    EXPECT_EQ(told("D-AIMA"), "|||false");
-    EXPECT_EQ(told("D-AIMB"), "unknown");
-    EXPECT_EQ(told("OO-AAA"), "unknown");
-    EXPECT_EQ(told("N1+2"), "PVT|A1||false");
+    for (const auto& [regcode, record] : {std::pair{"G-ABCD", "BAW/A320/GEC/cargo"},
+                                          {"PH-BVB", "KLM//"},
+                                          {"D-AIMA", "//"},
+                                          {"D-AIMB", "unknown"},
+                                          {"OO-AAA", "unknown"},
+                                          {"N1+2", "PVT/A1/"}})
+        EXPECT_EQ(recordText(regcode), record) << regcode;
     EXPECT_EQ(folder.logCount("regcode G-ABCD already exists\n"), 1u);
     EXPECT_EQ(folder.logCount("Unencrypted airline KLM in decrypt airl?\n"), 1u);
 }
@@ -261,6 +225,69 @@ TEST_F(Document, Flags) {
     for (std::size_t i = 0; i < values.size(); ++i)
         EXPECT_EQ(lookupRegcode("G-" + std::to_string(i))->cargo, values[i].second) << '"' << values[i].first << '"';
     EXPECT_FALSE(lookupRegcode("G-X")->cargo);
+}
+
+} // namespace
+} // namespace kes
+
+namespace kes {
+namespace {
+
+using namespace test;
+namespace fs = std::filesystem;
+
+struct DataBase : ReferenceTest {
+    DataBase() { fs::create_directories("input"); }
+
+    static void serve(const std::string& document) {
+        fs::create_directories("updates");
+        zipOf({{"dbase.xml", document}}, "updates/dbase.zip");
+    }
+    static std::string failure() { return thrownBy(readDataBase); }
+};
+
+TEST_F(DataBase, IsReadFromTheServerAndLeavesNoDocument) {
+    serve(DocumentText().set("dbase", db("PH-BVB", "KLM", "A320")).set("wingspans", span("A320", "35.8")).xml());
+    EXPECT_TRUE(readDataBase());
+    EXPECT_EQ(lookupRegcode("PHBVB")->airl, "KLM");
+    EXPECT_TRUE(modelExists("A320"));
+    EXPECT_FALSE(fs::exists(path::referenceDocument));
+    EXPECT_FALSE(fs::exists("dbase.zip"));
+}
+
+TEST_F(DataBase, MissingZipEndsTheStart) {
+    EXPECT_EQ(failure(), "data base could not be read from on-line?");
+    EXPECT_TRUE(folder.logHas("downloading dbase.zip failed?"));
+    putFile("updates/dbase.zip", "no zip");
+    // A document from an interrupted start is neither read nor left.
+    std::ofstream(path::referenceDocument) << DocumentText().xml();
+    EXPECT_EQ(failure(), "data base could not be read from on-line?");
+    EXPECT_FALSE(fs::exists(path::referenceDocument));
+    EXPECT_FALSE(modelExists("A320"));
+}
+
+TEST_F(DataBase, BrokenDocumentsLeaveNeitherFileNorTables) {
+    struct Case {
+        std::string text, failure;
+    };
+    for (const Case& c :
+         {Case{"<aircrafts>", "60: \"temp2.xml\" not read because of Start-end tags mismatch"},
+          Case{DocumentText().without("buzjet").xml(), "61: In an xml file section buzjet bzj types is empty "},
+          Case{DocumentText().set("dbase", "<db type=\"A\"/>").xml(), "decrypt model \"A\" error"},
+          Case{DocumentText().set("wingspans", "<wingspan type=\"X\"/>").xml(),
+               "exception decrypt model \"X\" error in reading wingspans from \"input/temp2.xml\""}}) {
+        serve(c.text);
+        EXPECT_EQ(failure(), c.failure);
+        EXPECT_FALSE(fs::exists(path::referenceDocument)) << c.failure;
+        EXPECT_FALSE(modelExists("A320"));
+    }
+}
+
+TEST_F(DataBase, DocumentsFromAFileStay) {
+    std::ofstream("document.xml", std::ios::binary) << DocumentText().xml();
+    readReferenceDocument("document.xml");
+    EXPECT_TRUE(modelExists("A320"));
+    EXPECT_TRUE(fs::exists("document.xml"));
 }
 
 } // namespace

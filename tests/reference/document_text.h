@@ -9,12 +9,9 @@
 #include "reference_text.h"
 #include "support.h"
 
-#include <fmt/format.h>
 #include <initializer_list>
-#include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 namespace kes::test {
 

@@ -132,31 +132,13 @@ std::string regcodeByWalk(const std::vector<std::pair<std::string, std::string>>
     return {};
 }
 
-TEST_F(Lookups, RegistrationsInTitles) {
-    DocumentText()
-        .set("dbase", db("N1AB", "PVT", "C172") + db("N1A", "PVT", "C172") + db("N2AB", "KLM", "C172") +
-                          db("OY-AB", "PVT", "C172") + db("", "PVT", "C172") + db("N2AB", "PVT", "C172") +
-                          db("+", "PVT", "C172") + db("D-A", "PVT", "C172"))
-        .read();
-    struct Case {
-        std::string_view title, regcode;
-    };
-    for (const Case& c : {Case{"Cessna N1AB", "N1AB"}, Case{"N1AC Cessna", "N1A"}, Case{"N1", ""}, Case{"", ""},
-                          Case{"Cessna n1ab", ""}, Case{"Cessna N2AB", ""}, Case{"Robin OY-AB", ""},
-                          Case{"D-A first + last", "+"}, Case{"DR400 D-A", "D-A"}, Case{"D-A or N1ABC", "N1AB"},
-                          Case{std::string_view("N1\0A", 4), ""}, Case{"\xC3\x84 N1A\xC3\x84", "N1A"}})
-        EXPECT_EQ(regcodeInTitle(c.title), c.regcode) << c.title;
-    resetReference();
-    EXPECT_EQ(regcodeInTitle("N1AB"), "");
-}
-
 TEST_F(Lookups, RegistrationsInTitlesAsByAWalkOverAll) {
     std::mt19937 random(11);
     // Few letters, so that the texts often hold each other.
     const auto text = [&](std::size_t longest) {
         std::string out(random() % (longest + 1), ' ');
         for (char& c : out)
-            c = "AN1-+"[random() % 5];
+            c = random() % 20 == 0 ? "n\0\xC3"[random() % 3] : "AN1-+"[random() % 5];
         return out;
     };
     int hits = 0;
@@ -165,6 +147,7 @@ TEST_F(Lookups, RegistrationsInTitlesAsByAWalkOverAll) {
         std::string all;
         for (int i = 0; i < 12; ++i) {
             document.emplace_back(text(5), random() % 2 ? "PVT" : "KLM");
+            std::erase_if(document.back().first, [](char c) { return c < '+' || c > 'Z'; });
             all += db(document.back().first, document.back().second, "C172");
         }
         DocumentText().set("dbase", all).read();
@@ -176,6 +159,8 @@ TEST_F(Lookups, RegistrationsInTitlesAsByAWalkOverAll) {
     }
     EXPECT_GT(hits, 400);
     EXPECT_LT(hits, 2200);
+    resetReference();
+    EXPECT_EQ(regcodeInTitle("N1AB"), "");
 }
 
 // --- publishers
@@ -216,28 +201,6 @@ void setPublishers(const std::vector<std::string>& values) {
     DocumentText().set("publishers", all).read();
 }
 
-TEST_F(Lookups, PublishersInOrder) {
-    setPublishers({"Zed,orbx", "Orbx,FTX", "fly tampa,FlyTampa", "ab"});
-    for (const auto& [text, publisher] : {std::pair{"ORBX Global", "Orbx"},
-                                          {"the FtX world", "Orbx"},
-                                          {"C:/flytampa-ams", "fly tampa"},
-                                          {"zed and orbx", "Orbx"},
-                                          {"ZED", "Zed"},
-                                          {"or bx", "unknown"},
-                                          {"", "unknown"},
-                                          {"cAb", "ab"},
-                                          {"a", "unknown"}})
-        EXPECT_EQ(publisherOf(text), publisher) << text;
-    // An empty name hits at once, but only when its turn comes.
-    setPublishers({"Orbx,", "Aerosoft"});
-    EXPECT_EQ(publisherOf("aerosoft"), "Aerosoft");
-    EXPECT_EQ(publisherOf("anything"), "Orbx");
-    setPublishers({",Orbx"});
-    EXPECT_EQ(publisherOf("anything"), "");
-    resetReference();
-    EXPECT_EQ(publisherOf("orbx"), "unknown");
-}
-
 TEST_F(Lookups, PublishersAsTheLibraryFindsThem) {
     const std::vector<std::vector<std::string>> sets = {
         {"orbx", "Aerosoft", "sim-wings,SIM", "a", "ab", "xy"},
@@ -253,6 +216,9 @@ TEST_F(Lookups, PublishersAsTheLibraryFindsThem) {
         {"ab*cd", "xyz?w", "lo+ng", "(opt)?tail", "head(?:mid)*foot", "q*", "^start", "xa+*y", "v++w", "a?b?",
          "u(v|w)x"},
         {"(a)\\1", "\\bword\\b", "\\s\\s"},
+        {"Zed,orbx", "Orbx,FTX", "fly tampa,FlyTampa", "ab"},
+        {"Orbx,", "Aerosoft"}, // an empty name hits at once, but only when its turn comes
+        {",Orbx"},
     };
     // One text between two bars.
     const std::string_view all =
@@ -264,7 +230,7 @@ TEST_F(Lookups, PublishersAsTheLibraryFindsThem) {
         "e|strasse|M\xC3\xA9T\xC3\xA9O|caf\xC3\xA9|CAF\xFF|"
         "CAF|bobby|BOB|\ny|xy|zy|]X|}Y|A]|/SLASH/|TAB\tNAME|aa|a\\1|a word here|swords|ACD|abbcd|AB|cd|XYW|"
         "xyzw|zw|LONG|looong|lng|tail|OPTTAIL|headfoot|HEADMIDFOOT|head foot|start|x start|uvx|UX|B|XY|xaay|"
-        "VVW|vw|two  blanks|two\n\nblanks";
+        "VVW|vw|two  blanks|two\n\nblanks|the FtX world|C:/flytampa-ams|zed and orbx|ZED|or bx|cAb";
     std::vector<std::string> texts;
     for (const std::string_view text : split(all, '|'))
         texts.emplace_back(text);

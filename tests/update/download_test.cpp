@@ -131,6 +131,7 @@ TEST_F(Download, ReadsTheBaseAsPeopleWriteIt) {
     const std::string here = "file://" + fs::current_path().string();
     const std::vector<std::pair<std::string, std::string>> table{
         {"https://example.org/downloads", "https://example.org/downloads/"},
+        {"HTTPS://example.org/x", "HTTPS://example.org/x/"},
         {"\xEF\xBB\xBFhttp://a/b/ \r\nsecond line", "http://a/b/"},
         {"", here + "/updates/"},
         {"my updates/x", here + "/my%20updates/x/"},
@@ -144,8 +145,7 @@ TEST_F(Download, ReadsTheBaseAsPeopleWriteIt) {
     par::MSFS_2020.value = false;
     EXPECT_EQ(airportsBaseUrl(false), here + "/updates/MSFS2024/");
     EXPECT_EQ(airportsBaseUrl(true), here + "/updates/MSFS/");
-    fs::create_directories("my updates");
-    std::ofstream("my updates/f") << "local";
+    putFile("my updates/f", "local");
     useBase("my updates");
     EXPECT_TRUE(downloadToFile(curl, downloadBase() + "f", "f", true));
     EXPECT_EQ(readFile("f"), "local");
@@ -168,40 +168,29 @@ struct TlsServer {
         context = SSL_CTX_new(TLS_server_method());
         SSL_CTX_use_certificate(context, certificate);
         SSL_CTX_use_PrivateKey(context, key);
-        listener = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        ::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address);
-        ::listen(listener, 4);
-        socklen_t size = sizeof address;
-        ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
-        port = ntohs(address.sin_port);
+        listener = BIO_new_accept("127.0.0.1:0");
+        EXPECT_EQ(BIO_do_accept(listener), 1) << "the first call only binds";
+        port = BIO_get_accept_port(listener);
         thread = std::thread([this] {
-            while (!ending) {
-                pollfd wanted{listener, POLLIN, 0};
-                if (::poll(&wanted, 1, 20) <= 0)
-                    continue;
-                const int client = ::accept(listener, nullptr, nullptr);
-                SSL* const session = SSL_new(context);
-                SSL_set_fd(session, client);
-                const bool agreed = SSL_accept(session) == 1;
-                ++connections;
-                char request[2048];
-                if (agreed && SSL_read(session, request, sizeof request) > 0) {
-                    ++requests;
-                    constexpr std::string_view answer = "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nevil";
-                    SSL_write(session, answer.data(), static_cast<int>(answer.size()));
-                }
-                SSL_free(session);
-                ::close(client);
+            BIO_do_accept(listener);
+            ++connections;
+            BIO* const client = BIO_pop(listener);
+            SSL* const session = SSL_new(context);
+            SSL_set_bio(session, client, client);
+            char request[2048];
+            if (SSL_accept(session) == 1 && SSL_read(session, request, sizeof request) > 0) {
+                ++requests;
+                constexpr std::string_view answer = "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nevil";
+                SSL_write(session, answer.data(), static_cast<int>(answer.size()));
             }
+            SSL_free(session);
         });
     }
     ~TlsServer() {
-        ending = true;
+        platform::Socket last; // if nobody came, the thread still waits
+        last.connectTcp("127.0.0.1", port, 1000);
         thread.join();
-        ::close(listener);
+        BIO_free_all(listener);
         SSL_CTX_free(context);
         X509_free(certificate);
         EVP_PKEY_free(key);
@@ -209,9 +198,8 @@ struct TlsServer {
     EVP_PKEY* key;
     X509* certificate;
     SSL_CTX* context;
-    int listener;
-    std::uint16_t port;
-    std::atomic<bool> ending{false};
+    BIO* listener;
+    std::string port;
     std::atomic<int> connections{0}, requests{0};
     std::thread thread;
 };

@@ -12,7 +12,9 @@ namespace fs = std::filesystem;
 using Packages = UpdateFolder;
 
 TEST(ServerVersion, IsTextOrJson) {
+    const std::string most = R"({"major":2147483647,"minor":-2147483648})";
     const std::vector<std::pair<std::string_view, Version>> table{{"1.2.3", {1, 2, 3}},
+                                                                  {most, {2147483647, -2147483647 - 1, 0}},
                                                                   {"1-2-3", {1, 2, 3}},
                                                                   {"10.10.9", {10, 10, 9}},
                                                                   {"123", {}}, // a JSON number, and no object
@@ -28,8 +30,9 @@ TEST(ServerVersion, IsTextOrJson) {
                                                                   {"{", {}}};
     for (const auto& [text, wanted] : table)
         EXPECT_EQ(parseVersion(text), wanted) << text;
-    EXPECT_THROW((void)parseVersion("1.2.99999999999"), std::out_of_range);
-    EXPECT_THROW((void)parseVersion(R"({"major":99999999999})"), std::out_of_range);
+    for (const char* text : {"1.2.99999999999", R"({"major":99999999999})", R"({"major":2147483648})",
+                             R"({"major":18446744073709551615})", R"({"patch":-2147483649})"})
+        EXPECT_THROW((void)parseVersion(text), std::out_of_range) << text;
     EXPECT_EQ(parseVersion(std::string(100000, '1')), Version{});
 }
 
@@ -159,8 +162,7 @@ TEST_F(Packages, UpdatesTheAirportFiles) {
 
 TEST_F(Packages, ReplacesTheAirportFilesAsAWholeOrNotAtAll) {
     const auto offered = [&](const std::string& version, const std::string& zip) {
-        server.put("mysimaddon24/version.json", {version});
-        server.put("mysimaddon24/my_simaddon2024.zip", {zip});
+        serveAirports(version, zip);
         EXPECT_TRUE(updateMySimaddon());
         std::string all = par::MYSIMADDON24_VERSION.get();
         for (const char* name : {"EDDF", "LIRF", "my own"})
@@ -192,10 +194,8 @@ TEST_F(Packages, ReplacesTheAirportFilesAsAWholeOrNotAtAll) {
 }
 
 TEST_F(Packages, NeverEmptiesALinkedFolderAndMendsAfterACrash) {
-    server.put("mysimaddon24/version.json", {"1.5.0"});
-    server.put("mysimaddon24/my_simaddon2024.zip", {zipOf({{"EDDF.xml", "eddf"}})});
-    fs::create_directories("precious");
-    std::ofstream("precious/photo") << "mine";
+    serveAirports("1.5.0", zipOf({{"EDDF.xml", "eddf"}}));
+    putFile("precious/photo", "mine");
     fs::create_directory_symlink(fs::absolute("precious"), path::mySimaddon);
     EXPECT_TRUE(updateMySimaddon());
     EXPECT_EQ(statusText(), "airports/my_simaddon is a link, so mysimaddon 1.5.0 is not installed");
@@ -205,8 +205,7 @@ TEST_F(Packages, NeverEmptiesALinkedFolderAndMendsAfterACrash) {
     // A link where the new files are unpacked goes, and not what it leads to.
     fs::create_directory_symlink(fs::absolute("precious"), "airports/my_simaddon.unpacking");
     // The last exchange was cut between its two moves, and the start has made the folder anew.
-    fs::create_directories("airports/my_simaddon.before-exchange");
-    std::ofstream("airports/my_simaddon.before-exchange/EDDM.txt") << "eddm";
+    putFile("airports/my_simaddon.before-exchange/EDDM.txt", "eddm");
     fs::create_directories(path::mySimaddon);
     userClosed = true; // so that nothing is fetched
     EXPECT_FALSE(updateMySimaddon());

@@ -4,9 +4,8 @@
 
 #include "core/parameters.h"
 #include "core/run_state.h"
+#include "files.h"
 #include "http_server.h"
-#include "platform/zip.h"
-#include "support.h"
 #include "update/airport_package.h"
 #include "update/download.h"
 #include "update/packages.h"
@@ -14,7 +13,7 @@
 #include "update/server_version.h"
 
 #include <fmt/format.h>
-#include <utility>
+#include <set>
 
 namespace kes::test {
 
@@ -45,30 +44,22 @@ struct UpdateFolder : testing::Test {
 
     /// Has the update server be the folder "served".
     static void useFolder() { useBase("served"); }
-    static void offer(const std::filesystem::path& name, const std::string& bytes) {
-        std::filesystem::create_directories(("served" / name).parent_path());
-        std::ofstream("served" / name, std::ios::binary) << bytes;
-    }
+    static void offer(const std::filesystem::path& name, const std::string& bytes) { putFile("served" / name, bytes); }
     static void offerInstaller(const std::string& zip) { offer("release/setup_Kestrelune_d_v11.0.0.zip", zip); }
-
-    static std::string zipOf(const std::vector<std::pair<std::string, std::string>>& entries) {
-        {
-            platform::ZipArchive zip("made.zip");
-            EXPECT_TRUE(zip.open(platform::ZipArchive::OpenMode::create));
-            for (const auto& [name, content] : entries)
-                EXPECT_TRUE(zip.addData(name, content));
-            EXPECT_TRUE(zip.close());
-        }
-        std::string bytes = readFile("made.zip");
-        std::filesystem::remove("made.zip");
-        return bytes;
+    static void offerAirports(const std::string& version, const std::string& zip) {
+        offer("mysimaddon24/version.json", version);
+        offer("mysimaddon24/my_simaddon2024.zip", zip);
+    }
+    void serveAirports(const std::string& version, const std::string& zip) {
+        server.put("mysimaddon24/version.json", {version});
+        server.put("mysimaddon24/my_simaddon2024.zip", {zip});
     }
     /// Names in the current folder, without those that every test has.
     static std::string leftovers() {
         std::string all;
         for (const auto& entry : std::filesystem::directory_iterator(".")) {
             const std::string name = entry.path().filename().string();
-            if (name != "input" && name != "airports" && name != "Log.txt" && name != "appdata" && name != "served")
+            if (!std::set<std::string>{"input", "airports", "Log.txt", "appdata", "served", "made.zip"}.contains(name))
                 all += name + " ";
         }
         return all;

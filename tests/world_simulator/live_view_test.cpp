@@ -6,8 +6,6 @@
 #include "world/view/live_state.h"
 #include "world/view/live_view.h"
 
-#include <fstream>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 namespace kes::world::test {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// AI objects as their client and the others see them.
+// AI objects as their client and the others see them, commands, and time.
 #include "core/geo.h"
 #include "raw_client.h"
 #include "world/simulator/control.h"
@@ -7,15 +7,25 @@
 
 #include <cmath>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 namespace kes::world::test {
 namespace {
 
+/// A simulator and a client that has opened.
+struct OneClient : testing::Test {
+    World world;
+    RawClient client{world.simulator};
+};
+using Control = OneClient;
+using Objects = OneClient;
+using Report = OneClient;
+using Time = OneClient;
+
 constexpr double pose1[8] = {50.1, 8.2, -0.02, 0.1, 1.5, 4000, -5, 210};
 
-TEST(Objects, LiveFromCreateToRemove) {
-    World world;
-    RawClient client(world.simulator), watcher(world.simulator);
+TEST_F(Objects, LiveFromCreateToRemove) {
+    RawClient watcher(world.simulator);
     for (RawClient* one : {&client, &watcher}) {
         one->subscribe(202, "ObjectAdded");
         one->subscribe(203, "OBJECTREMOVED");
@@ -23,20 +33,12 @@ TEST(Objects, LiveFromCreateToRemove) {
     }
     client.definePose();
     client.create("Airline A320", "LONGCALLSIGN99", 50.1, 8.2, 4000);
-    EXPECT_EQ(client.take().size(), 0u) << "nothing happens between frames";
+    EXPECT_EQ(client.told(), "") << "nothing happens between frames";
     world.frame();
-    const auto born = client.take();
-    ASSERT_EQ(born.size(), 2u);
-    EXPECT_EQ(born[0].kind(), kind::assigned);
-    EXPECT_EQ(born[0].u32(12), 104u);
-    EXPECT_EQ(born[1].kind(), kind::addRemove);
-    const std::uint32_t id = born[0].u32(16);
+    const std::uint32_t id = world.simulator.objects.at(0).id;
     EXPECT_GT(id, 2u) << "ids up to 2 are taken for the user's";
-    EXPECT_EQ(born[1].u32(16), 202u);
-    EXPECT_EQ(born[1].u32(20), id);
-    const auto seen = watcher.take();
-    ASSERT_EQ(seen.size(), 1u) << "the id is the creator's affair";
-    EXPECT_EQ(seen[0].u32(20), id);
+    EXPECT_EQ(client.told(), fmt::format("assigned 104 {0};object 202 {0};", id));
+    EXPECT_EQ(watcher.told(), fmt::format("object 202 {};", id)) << "the id is the creator's affair";
 
     client.setPose(id, pose1);
     client.request(120, 402, id, 1);
@@ -53,21 +55,16 @@ TEST(Objects, LiveFromCreateToRemove) {
 
     client.remove(id);
     client.remove(id); // the second finds nothing any more
-    EXPECT_EQ(client.take().at(0).u32(12), 3u);
+    EXPECT_EQ(client.told(), client.refused(3, 1));
     client.setPose(id, pose1); // may still be on its way
     world.frame();
-    const auto gone = client.take();
-    ASSERT_EQ(gone.size(), 1u);
-    EXPECT_EQ(gone[0].u32(16), 203u);
-    EXPECT_EQ(gone[0].u32(20), id);
-    EXPECT_EQ(watcher.take().size(), 1u);
+    for (RawClient* one : {&client, &watcher})
+        EXPECT_EQ(one->told(), fmt::format("object 203 {};", id));
     EXPECT_EQ(findObject(world.simulator, id), nullptr);
     EXPECT_NE(client.created("T", "N", 50, 8, 1000), id) << "ids are not used again";
 }
 
-TEST(Objects, AFramesMessagesHaveAnOrder) {
-    World world;
-    RawClient client(world.simulator);
+TEST_F(Objects, AFramesMessagesHaveAnOrder) {
     client.subscribe(202, "ObjectAdded");
     client.subscribe(203, "ObjectRemoved");
     client.subscribe(204, "Frame");
@@ -90,9 +87,7 @@ TEST(Objects, AFramesMessagesHaveAnOrder) {
                                           kind::data, kind::data, kind::dataByType, kind::dataByType}));
 }
 
-TEST(Objects, RangeRepliesComeLastAndAreCounted) {
-    World world;
-    RawClient client(world.simulator);
+TEST_F(Objects, RangeRepliesComeLastAndAreCounted) {
     client.define(404, "Plane Alt Above Ground", "feet");
     client.define(404, "Ground Altitude", "feet");
     client.define(404, "SIM ON GROUND", "Bool", 2);
@@ -139,9 +134,7 @@ TEST(Objects, RangeRepliesComeLastAndAreCounted) {
     EXPECT_EQ(none[0].u32(28) + none[0].u32(32), 0u);
 }
 
-TEST(Objects, StaySetWhileFrozenAndDriftOtherwise) {
-    World world;
-    RawClient client(world.simulator);
+TEST_F(Objects, StaySetWhileFrozenAndDriftOtherwise) {
     client.definePose();
     client.map(214, "FREEZE_LATITUDE_LONGITUDE_SET");
     client.map(215, "FREEZE_ALTITUDE_SET");
@@ -179,16 +172,10 @@ TEST(Objects, StaySetWhileFrozenAndDriftOtherwise) {
     EXPECT_NEAR(findObject(world.simulator, id)->alt, 300 + object.staticCg, 1e-9) << "a free one stands on it";
 }
 
-TEST(Objects, ObeyLightAndLeverEvents) {
-    World world;
-    RawClient client(world.simulator);
-    client.map(213, "ALL_LIGHTS_TOGGLE");
-    client.map(217, "FLAPS_SET");
-    client.map(218, "SPOILERS_SET");
-    client.map(219, "GEAR_SET");
-    client.map(220, "ENGINE_AUTO_START");
-    client.map(221, "ENGINE_AUTO_SHUTDOWN");
-    client.map(222, "THROTTLE_SET");
+TEST_F(Objects, ObeyLightAndLeverEvents) {
+    for (std::uint32_t id = 216; const char* event : {"ALL_LIGHTS_TOGGLE", "FLAPS_SET", "SPOILERS_SET", "GEAR_SET",
+                                                      "ENGINE_AUTO_START", "ENGINE_AUTO_SHUTDOWN", "THROTTLE_SET"})
+        client.map(id++, event);
     const struct {
         const char* name;
         std::uint32_t bit;
@@ -205,9 +192,9 @@ TEST(Objects, ObeyLightAndLeverEvents) {
     }
     client.transmit(id, 301, 0);
     EXPECT_EQ(object.lights, mask & ~1u);
-    client.transmit(id, 213, 0);
+    client.transmit(id, 216, 0);
     EXPECT_EQ(object.lights, 0u);
-    client.transmit(id, 213, 0);
+    client.transmit(id, 216, 0);
     EXPECT_EQ(object.lights, mask);
     client.define(406, "Light On States", "Mask", 2);
     client.request(1, 406, id, 1);
@@ -231,9 +218,8 @@ TEST(Objects, ObeyLightAndLeverEvents) {
     EXPECT_EQ(client.take(kind::event).size(), 0u) << "an event for an AI object comes back to nobody";
 }
 
-TEST(Objects, EventsAtTheUserReachTheGroups) {
-    World world;
-    RawClient client(world.simulator), other(world.simulator);
+TEST_F(Objects, EventsAtTheUserReachTheGroups) {
+    RawClient other(world.simulator);
     for (RawClient* one : {&client, &other})
         one->map(207, "NAV_LIGHTS_SET");
     other.group(7, 207);
@@ -248,18 +234,13 @@ TEST(Objects, EventsAtTheUserReachTheGroups) {
     EXPECT_EQ(client.take().size(), 0u);
 }
 
-TEST(Objects, AreLimitedInNumber) {
-    World world;
-    RawClient client(world.simulator);
+TEST_F(Objects, AreLimitedInNumber) {
     client.take();
     for (int i = 0; i < 1000; ++i)
         client.create("T", "N" + std::to_string(i), 50, 8, 1000);
     EXPECT_EQ(client.take(kind::exception).size(), 0u);
     client.create("T", "ONEMORE", 50, 8, 1000);
-    const auto refused = client.take(kind::exception);
-    ASSERT_EQ(refused.size(), 1u);
-    EXPECT_EQ(refused[0].u32(12), 11u);
-    EXPECT_EQ(refused[0].u32(16), client.lastSendId());
+    EXPECT_EQ(client.told().substr(0, 12), "exception 11");
     world.frame();
     EXPECT_EQ(client.take(kind::assigned).size(), 1000u);
     client.remove(world.simulator.objects[500].id);
@@ -269,9 +250,8 @@ TEST(Objects, AreLimitedInNumber) {
     EXPECT_EQ(world.simulator.counters.refusedCreates, 1u);
 }
 
-TEST(Objects, GoWithTheirClient) {
-    World world;
-    RawClient client(world.simulator), other(world.simulator);
+TEST_F(Objects, GoWithTheirClient) {
+    RawClient other(world.simulator);
     other.subscribe(203, "ObjectRemoved");
     client.definePose();
     const std::uint32_t id = client.created("T", "MINE", 50, 8, 1000);
@@ -281,9 +261,7 @@ TEST(Objects, GoWithTheirClient) {
     client.request(1, 402, id, 4);
     other.take();
     closeSession(world.simulator, client.session().id);
-    const auto told = other.take();
-    ASSERT_EQ(told.size(), 1u);
-    EXPECT_EQ(told[0].u32(20), id);
+    EXPECT_EQ(other.told(), fmt::format("object 203 {};", id));
     world.seconds(2);
     ASSERT_EQ(world.simulator.objects.size(), 1u);
     EXPECT_EQ(world.simulator.objects[0].id, kept);
@@ -292,9 +270,7 @@ TEST(Objects, GoWithTheirClient) {
     EXPECT_EQ(world.simulator.counters.objectsCreated - world.simulator.counters.objectsRemoved, 1u);
 }
 
-TEST(Objects, StandAsTheirTypeDoes) {
-    World world;
-    RawClient client(world.simulator);
+TEST_F(Objects, StandAsTheirTypeDoes) {
     client.define(405, "Static CG to Ground", "feet");
     client.define(405, "Static Pitch", "radians");
     const char* titles[] = {
@@ -318,9 +294,7 @@ TEST(Objects, StandAsTheirTypeDoes) {
     EXPECT_EQ(stanceOf("some a320 neo").model, "A320");
 }
 
-TEST(Report, CountsTheLargestGapOfMovingObjectsOnly) {
-    World world;
-    RawClient client(world.simulator);
+TEST_F(Report, CountsTheLargestGapOfMovingObjectsOnly) {
     client.definePose();
     const std::uint32_t a = client.created("T", "A", 50, 8, 1000);
     const std::uint32_t b = client.created("T", "B", 50, 8, 1000);
@@ -378,6 +352,125 @@ TEST(Report, CountsTheLargestGapOfMovingObjectsOnly) {
     ASSERT_EQ(speeds.size(), 1U);
     ASSERT_EQ(speeds.at("A").size(), 1U);
     EXPECT_NEAR(speeds.at("A").at("0"), 250, 1);
+}
+
+TEST_F(Control, RefusesAndAcceptsCreates) {
+    const auto works = [&](const char* title) { return client.created(title, "X", 50, 8, 1000) != 0; };
+    const auto tell = [&](std::string_view line) { return runCommand(world.simulator, line); };
+    EXPECT_EQ(tell("refuse Bad  Airline A320"), "ok");
+    EXPECT_FALSE(works("Bad  Airline A320"));
+    EXPECT_TRUE(works("Good Airline A320"));
+    EXPECT_EQ(tell("accept Bad  Airline A320"), "ok");
+    EXPECT_TRUE(works("Bad  Airline A320"));
+    EXPECT_EQ(tell("accept Bad  Airline A320").substr(0, 6), "error:");
+    EXPECT_EQ(tell("refuse-all on"), "ok");
+    EXPECT_FALSE(works("T"));
+    EXPECT_EQ(tell("refuse-all off"), "ok");
+    EXPECT_EQ(tell("refuse-every 3"), "ok");
+    for (int i = 1; i <= 7; ++i)
+        EXPECT_EQ(works("T"), i % 3 != 0) << i;
+    EXPECT_EQ(tell("refuse-every 0"), "ok");
+    EXPECT_TRUE(works("T"));
+    EXPECT_EQ(world.simulator.counters.refusedCreates, 4u);
+    EXPECT_EQ(world.simulator.counters.exceptions[22], 4u);
+}
+
+TEST_F(Control, StopsTheSimAndTheFrames) {
+    client.subscribe(201, "SIM");
+    client.subscribe(204, "Frame");
+    client.subscribe(205, "FlightLoaded");
+    client.subscribe(203, "ObjectRemoved");
+    const std::uint32_t id = client.created("T", "X", 50, 8, 1000);
+    client.take();
+    EXPECT_EQ(runCommand(world.simulator, "sim 0"), "ok");
+    EXPECT_EQ(runCommand(world.simulator, "sim 0"), "ok");
+    world.seconds(5);
+    EXPECT_EQ(client.told(kind::event), "event 201 0;") << "a state that stays is not told again";
+    EXPECT_EQ(runCommand(world.simulator, "sim 1"), "ok");
+    EXPECT_EQ(client.told(kind::event), "event 201 1;");
+
+    EXPECT_EQ(runCommand(world.simulator, "stall 3"), "ok");
+    world.seconds(2.9);
+    EXPECT_EQ(client.take().size(), 0u);
+    world.seconds(1.1);
+    const auto resumed = client.take(kind::frame).size();
+    EXPECT_GE(resumed, 30u);
+    EXPECT_LE(resumed, 34u) << "lost frames are not made up for";
+
+    EXPECT_EQ(runCommand(world.simulator, "fps 60"), "ok");
+    world.seconds(1);
+    const auto faster = client.take(kind::frame);
+    EXPECT_EQ(faster.size(), 60u);
+    EXPECT_EQ(faster[0].get<float>(24), 60.0f);
+
+    EXPECT_EQ(runCommand(world.simulator, "newflight C:\\flights\\b.flt"), "ok");
+    EXPECT_EQ(client.told(), fmt::format("event 201 0;object 203 {};event 205 C:\\flights\\b.flt;", id));
+    world.seconds(1.9);
+    EXPECT_EQ(client.take(kind::event).size(), 0u);
+    world.seconds(0.2);
+    EXPECT_EQ(client.told(kind::event), "event 201 1;");
+}
+
+TEST_F(Control, TeleportsTheUser) {
+    EXPECT_EQ(runCommand(world.simulator, "teleport 48.35 11.78 9000 270"), "ok");
+    world.seconds(1);
+    EXPECT_EQ(world.simulator.user.lat, 48.35);
+    EXPECT_EQ(world.simulator.user.alt, 9000.0);
+    EXPECT_NEAR(world.simulator.user.heading, 1.5 * pi, 1e-12);
+    EXPECT_EQ(runCommand(world.simulator, "airfield 48.35,11.78,1487"), "ok");
+    EXPECT_EQ(runCommand(world.simulator, "teleport 48.35,11.78,0"), "ok");
+    EXPECT_EQ(world.simulator.user.alt, 1487 + world.simulator.user.staticCg) << "never below the ground";
+}
+
+TEST_F(Control, ComplainsAboutWhatItDoesNotUnderstand) {
+    EXPECT_EQ(runCommand(world.simulator, "  \r"), "");
+    for (const char* line : {"dance", "teleport", "teleport 1 2", "teleport 95 2 3", "teleport a b c", "fps 0", "fps x",
+                             "stall", "stall -1", "sim 2", "refuse", "refuse-all maybe", "refuse-every 1.5",
+                             "user swim", "user fly:1", "user file:/no/such", "airfield 1,2"})
+        EXPECT_EQ(runCommand(world.simulator, line).substr(0, 7), "error: ") << line;
+    EXPECT_EQ(world.simulator.user.lat, 50.0);
+    std::string help = runCommand(world.simulator, "help");
+    for (const char* name : {"teleport", "quit", "refuse-every", "report", "newflight"})
+        EXPECT_NE(help.find(name), std::string::npos);
+}
+
+TEST_F(Control, ReportsInJson) {
+    client.definePose();
+    const std::uint32_t id = client.created("Caf\xE9 A320", "DLH1", 50, 8, 300, true);
+    client.map(1, "NAV_LIGHTS_SET");
+    client.transmit(id, 1, 1);
+    client.remove(4711);
+    world.seconds(1);
+    const auto report = nlohmann::json::parse(runCommand(world.simulator, "report"));
+    EXPECT_EQ(fmt::format("{} {} {} {} {}", report["objectsCreated"].dump(), report["peakObjects"].dump(),
+                          report["exceptions"].dump(), report["events"].dump(), report["packetsReceived"].dump()),
+              R"(1 1 {"3":1} {"NAV_LIGHTS_SET":1} 13)");
+    EXPECT_EQ(report["largestGapMs"], 0.0);
+    const auto objects = nlohmann::json::parse(runCommand(world.simulator, "objects"));
+    ASSERT_EQ(objects.size(), 1u);
+    EXPECT_EQ(objects[0]["tail"], "DLH1");
+    EXPECT_EQ(objects[0]["onGround"], true);
+    EXPECT_EQ(objects[0]["lights"], 1);
+}
+
+TEST_F(Time, FramesNeitherDriftNorPileUp) {
+    client.subscribe(204, "Frame");
+    client.subscribe(205, "1sec");
+    client.subscribe(206, "4sec");
+    client.subscribe(207, "6Hz");
+    client.take();
+    // Ten minutes in steps that fit no frame.
+    for (int i = 0; i < 60000; ++i)
+        advance(world.simulator, 10'000'000);
+    std::map<std::uint32_t, int> count;
+    for (const Message& message : client.take())
+        ++count[message.u32(16)];
+    EXPECT_EQ(count[204], 18000);
+    EXPECT_EQ(count[205], 600);
+    EXPECT_EQ(count[206], 150);
+    EXPECT_EQ(count[207], 3600);
+    advance(world.simulator, 5'000'000'000, true);
+    EXPECT_EQ(client.take(kind::frame).size(), 1u) << "a machine that was busy for five seconds";
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <fmt/format.h>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -72,6 +73,35 @@ struct Message {
 namespace kind {
 inline constexpr std::uint32_t exception = 1, open = 2, quit = 3, event = 4, addRemove = 5, filename = 6, frame = 7,
                                data = 8, dataByType = 9, assigned = 12, systemState = 15;
+}
+
+/// A message in a few words, by the fields that tell it from others of its kind.
+inline std::string told(const Message& m) {
+    switch (m.kind()) {
+    case kind::open:
+        return "open";
+    case kind::exception:
+        return fmt::format("exception {} of packet {}, index {}", m.u32(12), m.u32(16), m.get<std::int32_t>(20));
+    case kind::event:
+        return fmt::format("event {} {}", m.u32(16), m.u32(20));
+    case kind::addRemove:
+        return fmt::format("object {} {}", m.u32(16), m.u32(20));
+    case kind::filename:
+        return fmt::format("event {} {}", m.u32(16), m.text(24, 260));
+    case kind::assigned:
+        return fmt::format("assigned {} {}", m.u32(12), m.u32(16));
+    default:
+        return fmt::format("kind {}", m.kind());
+    }
+}
+
+/// The last one of a kind; empty when there is none.
+inline Message lastOf(const std::vector<Message>& messages, std::uint32_t wanted) {
+    Message last;
+    for (const Message& message : messages)
+        if (message.kind() == wanted)
+            last = message;
+    return last;
 }
 
 /// Cuts a stream into messages; every size word must fit.
@@ -170,11 +200,20 @@ public:
         return messages;
     }
     std::vector<Message> take(std::uint32_t wanted) {
-        std::vector<Message> some;
-        for (Message& message : take())
-            if (message.kind() == wanted)
-                some.push_back(std::move(message));
+        std::vector<Message> some = take();
+        std::erase_if(some, [&](const Message& message) { return message.kind() != wanted; });
         return some;
+    }
+
+    /// The same in words, each with a semicolon; of one kind only, or of all.
+    std::string told(std::uint32_t wanted = 0) {
+        std::string all;
+        for (const Message& message : wanted != 0 ? take(wanted) : take())
+            all += test::told(message) + ";";
+        return all;
+    }
+    std::string refused(std::uint32_t exception, std::int32_t index) const {
+        return fmt::format("exception {} of packet {}, index {};", exception, sendId_, index);
     }
     /// Creates an aircraft, lets a frame pass and returns its id; 0 when none was assigned.
     std::uint32_t created(std::string_view title, std::string_view tail, double lat, double lon, double alt,

@@ -5,7 +5,6 @@
 #include "support.h"
 #include "world/simulator/server.h"
 
-#include <gtest/gtest.h>
 #include <list>
 #include <nlohmann/json.hpp>
 
@@ -18,15 +17,10 @@ struct RunningServer {
     explicit RunningServer(SimulatorOptions options = World::flat(), bool control = false,
                            std::size_t maxClients = 64) {
         std::string error;
-        ServerOptions where;
-        where.control = control;
-        where.maxClients = maxClients;
-        started = server.start(options, where, error);
-        EXPECT_TRUE(started) << error;
+        EXPECT_TRUE(server.start(options, {.control = control, .maxClients = maxClients}, error)) << error;
     }
     nlohmann::json report() { return nlohmann::json::parse(server.command("report")); }
     Server server;
-    bool started = false;
 };
 
 /// A client over TCP that keeps all it has read.
@@ -51,9 +45,7 @@ struct TcpClient {
             ended = true;
     }
     std::size_t count(std::uint32_t wanted) {
-        const auto messages = cut(stream);
-        return static_cast<std::size_t>(
-            std::count_if(messages.begin(), messages.end(), [&](const Message& m) { return m.kind() == wanted; }));
+        return static_cast<std::size_t>(std::ranges::count(cut(stream), wanted, &Message::kind));
     }
     bool waitForKind(std::uint32_t wanted, std::size_t number = 1) {
         return waitFor([&] {
@@ -67,12 +59,7 @@ struct TcpClient {
             return ended;
         });
     }
-    Message last(std::uint32_t wanted) {
-        const auto messages = cut(stream);
-        const auto found =
-            std::find_if(messages.rbegin(), messages.rend(), [&](const Message& m) { return m.kind() == wanted; });
-        return found == messages.rend() ? Message{} : *found;
-    }
+    Message last(std::uint32_t wanted) { return lastOf(cut(stream), wanted); }
     platform::Socket socket;
     Bytes stream;
     bool ended = false;
@@ -107,18 +94,12 @@ TEST(Server, ServesSeveralClientsAndForgetsThoseThatLeave) {
     EXPECT_EQ(running.report()["objectsNow"], 0);
 }
 
-TEST(Server, TakesPacketsByteByByte) {
+TEST(Server, TakesPacketsByteByByteAndClosesAStreamItCannotFollow) {
     RunningServer running;
     TcpClient client(running.server.port(), false);
     Packet open = openPacket();
     for (const std::byte one : open.bytes())
         ASSERT_TRUE(client.sendBytes({one}));
-    EXPECT_TRUE(client.waitForKind(kind::open));
-}
-
-TEST(Server, ClosesAStreamItCannotFollow) {
-    RunningServer running;
-    TcpClient client(running.server.port());
     ASSERT_TRUE(client.waitForKind(kind::open));
     client.sendBytes(Bytes(16, std::byte{0xFF}));
     EXPECT_TRUE(client.waitForEnd());
