@@ -7,18 +7,14 @@
 #include "airports/airport_table.h"
 #include "airports/airport_xml.h"
 #include "bgl_file.h"
-#include "core/log.h"
 #include "core/parameters.h"
 #include "core/run_state.h"
 #include "core/window.h"
 #include "core/xml_file.h"
 #include "full_disk.h"
-#include "reference/reference.h"
 #include "reference_text.h"
 #include "support.h"
 
-#include <algorithm>
-#include <fmt/format.h>
 #include <set>
 
 namespace kes::test {
@@ -73,18 +69,22 @@ struct AddonScan : testing::Test {
     static bool told(const std::string& line) {
         return ("\n" + report()).find("\n" + line + "\n") != std::string::npos;
     }
-    /// What the folders hold afterwards: "thirdparty/KLAS.txt ...".
-    static std::string made() {
+    /// The files of a folder, with `before` in front of each.
+    static std::string filesOf(const fs::path& folder, const std::string& before = "") {
         std::set<std::string> files;
-        for (const char* folder : {"my_thirdparty", "my_simaddon"}) {
-            for (const auto& entry : fs::directory_iterator(fs::path("airports") / folder))
-                files.insert(std::string(folder + 3) + "/" + entry.path().filename().string());
+        if (fs::exists(folder)) {
+            for (const auto& entry : fs::directory_iterator(folder))
+                files.insert(before + entry.path().filename().string());
         }
-        std::string text;
-        for (const std::string& file : files)
-            text += (text.empty() ? "" : " ") + file;
-        return text;
+        return fmt::format("{}", fmt::join(files, " "));
     }
+    /// What the folders hold afterwards: "simaddon/EHAM.txt thirdparty/KLAS.txt ...".
+    static std::string made() {
+        const std::string simaddon = filesOf("airports/my_simaddon", "simaddon/");
+        const std::string thirdparty = filesOf("airports/my_thirdparty", "thirdparty/");
+        return simaddon + (simaddon.empty() || thirdparty.empty() ? "" : " ") + thirdparty;
+    }
+    static std::string entries() { return filesOf("TBLO"); }
 };
 
 TEST_F(AddonScan, EachAirportIsLinkedOrGenerated) {
@@ -155,12 +155,11 @@ TEST_F(AddonScan, AGeneratedFileHoldsAllStandsInOrder) {
     scanAddonAirports();
     pugi::xml_document document;
     ASSERT_TRUE(loadXml(document, "airports/my_thirdparty/EDDF.xml"));
-    const std::pair<const char*, const char*> values[] = {
-        {"airport_name", "Frankfurt"},        {"publisher", "unknown"}, {"altitude", "328"}, {"num_parkpos", "4"},
-        {"BGLpath", "sim/Community/x/a.BGL"}, {"manufacturer", "me"},   {"creator", "you"}};
-    for (const auto& [name, value] : values)
-        EXPECT_EQ(parameterText(document, name).value_or("none"), value) << name;
-    std::string text;
+    std::string text, parameters;
+    for (const char* name :
+         {"airport_name", "publisher", "altitude", "num_parkpos", "BGLpath", "manufacturer", "creator"})
+        parameters += std::string(parameterText(document, name).value_or("none")) + " ";
+    EXPECT_EQ(parameters, "Frankfurt unknown 328 4 sim/Community/x/a.BGL me you ");
     for (const pugi::xml_node node : document.child("parkpositions").children("parkpos")) {
         for (const pugi::xml_attribute attribute : node.attributes()) {
             if (std::string_view(attribute.name()) != "latitude" && std::string_view(attribute.name()) != "longitude")
@@ -288,17 +287,10 @@ TEST_F(AddonScan, WhatIsNotRecognisedIsNamedAsFarAsCanBe) {
         scanAddonAirports();
         EXPECT_TRUE(told("\n==> Not recognised airport " + path)) << c.path << report();
         EXPECT_TRUE(told(c.line)) << c.path << "\n" << report();
-        std::string entries;
-        if (fs::exists("TBLO")) {
-            for (const auto& entry : fs::directory_iterator("TBLO"))
-                entries += entry.path().filename().string();
-        }
-        EXPECT_EQ(entries, c.entry ? c.entry : "") << c.path;
+        EXPECT_EQ(entries(), c.entry ? c.entry : "") << c.path;
         EXPECT_EQ(readouts.tbloFiles, c.entry ? 1 : 0) << c.path;
-        if (c.entry) {
-            EXPECT_TRUE(told(fmt::format("==> TBLO entry {} created ", c.entry))) << c.path;
-        }
-        if (c.title && entries == "LBBG.xml") {
+        EXPECT_TRUE(!c.entry || told(fmt::format("==> TBLO entry {} created ", c.entry))) << c.path;
+        if (c.title && entries() == "LBBG.xml") {
             EXPECT_EQ(test::readFile("TBLO/LBBG.xml"),
                       path + "\nLBBG by unknown, title: LBBG Burgas crea: me manu: you");
         }
@@ -333,10 +325,7 @@ TEST_F(AddonScan, OfflineLearningGathersWhatTheArchiveCanUse) {
     put("sim/Community/orbx/m.bgl", bglFile("KMCI", gates(3)));
     put("TBLO/OLD1.xml", "");
     scanAddonAirports();
-    std::set<std::string> entries;
-    for (const auto& entry : fs::directory_iterator("TBLO"))
-        entries.insert(entry.path().filename().string());
-    EXPECT_EQ(entries, (std::set<std::string>{"EDDA.xml", "KLAS.xml"}));
+    EXPECT_EQ(entries(), "EDDA.xml KLAS.xml");
     EXPECT_EQ(readouts.tbloFiles, 2);
     EXPECT_EQ(made(), "thirdparty/EDDA.xml thirdparty/EDDB.xml thirdparty/EDDC.xml thirdparty/EDDD.xml "
                       "thirdparty/EDDE.xml thirdparty/KLAS.txt thirdparty/KMCI.txt");

@@ -28,9 +28,6 @@
 
 #include <algorithm>
 #include <fmt/format.h>
-#include <fstream>
-#include <string>
-#include <vector>
 
 namespace kes::test {
 
@@ -129,6 +126,8 @@ struct AirportTest : testing::Test {
         }
         return a;
     }
+    /// So many nautical miles north of the field.
+    static LatLon milesNorth(double miles) { return {field.lat + miles / 60, field.lon}; }
     static void setUser(LatLon position, bool onGround, double agl = 0) {
         userAircraft.lat = position.lat;
         userAircraft.lon = position.lon;

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <fmt/format.h>
-#include <functional>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -386,9 +385,8 @@ TEST(BglReader, AgreesWithTwoDecodersOnRealFiles) {
                 const double degrees = place[heli ? "heading" : "heading_deg"].get<double>();
                 // The sources write some headings as negative angles.
                 EXPECT_NEAR(stand.heading * radToDeg, degrees < 0 ? degrees + 360 : degrees, 0.01);
-                EXPECT_EQ(stand.ramp, place["ramp"].get<bool>());
-                EXPECT_EQ(stand.cargo, place["cargo"].get<bool>());
-                EXPECT_EQ(stand.heli, heli);
+                EXPECT_TRUE(stand.ramp == place["ramp"].get<bool>() && stand.cargo == place["cargo"].get<bool>() &&
+                            stand.heli == heli);
             }
         }
     }

@@ -2,17 +2,10 @@
 // The list of park airports, its file, and the user's stand.
 #include "airport_harness.h"
 #include "airports/user_stand.h"
-#include "core/folders.h"
 #include "read_only_folder.h"
 
-#include <functional>
-
-namespace kes {
+namespace kes::test {
 namespace {
-
-using test::AirportTest;
-using test::field;
-using test::metre;
 
 struct ParkAirportsTest : AirportTest {
     static std::string list() {
@@ -21,7 +14,7 @@ struct ParkAirportsTest : AirportTest {
             text += entry.code + (entry.stand.empty() ? "" : "," + entry.stand) + " ";
         return text;
     }
-    static std::string file() { return test::readFile(path::myParkAirports); }
+    static std::string file() { return readFile(path::myParkAirports); }
     static void loaded(const char* code = "EDDF") {
         setAirportRef(AirportRef{code, "", field.lat, field.lon, 0});
         stands.clear();
@@ -86,27 +79,20 @@ TEST_F(ParkAirportsTest, TheUsersStandIsStored) {
     const struct {
         const char* name;
         const char* before; ///< null = no file
-        ParkAirportEntry first;
-        const char *after, *line;
+        const char *stand, *after, *line;
     } rows[] = {
-        {"no file", nullptr, {"EDDF", "A1"}, "EDDF,A1\n", "my_park_airports.txt created with EDDF,A1"},
-        {"no file, no stand", nullptr, {"EDDF", ""}, "EDDF\n", "my_park_airports.txt created with EDDF\n"},
-        {"another stand",
-         "EDDH,C3\nEDDF,A1\nEDDF,A2\n",
-         {"EDDF", "B2"},
-         "EDDF,A2\nEDDF,B2\nEDDH,C3\n",
+        {"no file", nullptr, "A1", "EDDF,A1\n", "my_park_airports.txt created with EDDF,A1"},
+        {"no file, no stand", nullptr, "", "EDDF\n", "my_park_airports.txt created with EDDF\n"},
+        {"another stand", "EDDH,C3\nEDDF,A1\nEDDF,A2\n", "B2", "EDDF,A2\nEDDF,B2\nEDDH,C3\n",
          "my_park_airports.txt:EDDF,B2 updated stand"},
-        {"new",
-         "LOWW\nwhat, is, this\nEGLL\nEGLL\n",
-         {"EDDF", "B2"},
-         "EDDF,B2\nEGLL\nLOWW\nwhat, is, this\n",
+        {"new", "LOWW\nwhat, is, this\nEGLL\nEGLL\n", "B2", "EDDF,B2\nEGLL\nLOWW\nwhat, is, this\n",
          "my_park_airports.txt:EDDF,B2 new entry"},
     };
     for (const auto& row : rows) {
         std::filesystem::remove(path::myParkAirports);
         if (row.before != nullptr)
             write(path::myParkAirports, row.before);
-        parkAirportList.assign(1, row.first);
+        parkAirportList.assign(1, {"EDDF", row.stand});
         storeUserStand();
         EXPECT_EQ(file(), row.after) << row.name;
         EXPECT_TRUE(program.logHas(row.line)) << row.name;
@@ -122,7 +108,7 @@ TEST_F(ParkAirportsTest, AFailedWriteLeavesTheOldFile) {
     };
     write(path::myParkAirports, "EDDF,OLD\n");
     {
-        const test::ReadOnlyFolder folder("airports");
+        const ReadOnlyFolder folder("airports");
         storeUserStand();
     }
     EXPECT_TRUE(told());
@@ -247,28 +233,25 @@ TEST_F(ParkAirportsTest, TheStandThatTheUserLeavesIsLearned) {
 }
 
 TEST_F(ParkAirportsTest, AReReadReservesAnew) {
+    const char *const okay = "park airports and stands are okay", *const changes =
+                                                                      "reserved stand changed from \"S1\" to \"S2\"";
+    const auto nothing = [] {};
+    const auto farAirport = [] { airportTable.insert(airportTable.begin(), AirportEntry{"AAAA", "", 10, 10, 0}); };
     const struct {
-        const char* name;
-        const char* file;
+        const char *name, *file;
         std::function<void()> prepare;
         bool ok;
-        const char *message, *reserved;
+        const char* message;
     } rows[] = {
-        {"another stand", "EDDF,S2\nEGLL\n", [] {}, true, "reserved stand changed from \"S1\" to \"S2\"", "S2"},
-        {"the nearest airport counts, not the first line", "AAAA\nEDDF,S2\n",
-         [] {
-             airportTable.insert(airportTable.begin(), {"AAAA", "", 10, 10, 0});
-         },
-         true, "reserved stand changed from \"S1\" to \"S2\"", "S2"},
-        {"the same", "EDDF,S1\n", [] {}, true, "park airports and stands are okay", "S1"},
-        {"none", "EDDF\n", [] {}, true, "park airports and stands are okay", "S1"},
-        {"unknown stand", "EDDF,S9\n", [] {}, true, "stand \"S9\" is unknown at EDDF", "S1"},
-        {"while placing", "EDDF,S2\n", [] { startPlacing(); }, true, "park airports and stands are okay", "S1"},
-        {"an aircraft is looked up", "EDDF,S2\n", [] { setReadout(Readout::foundObject, "x"); }, true,
-         "park airports and stands are okay", "S1"},
-        {"unknown airport", "EDDF,S2\nXXXX\n", [] {}, false, "", "S1"},
-        {"with a destination", "EGLL\nEDDF,S2\n", [] { par::DESTINATION.set("EGLL"); }, true,
-         "reserved stand changed from \"S1\" to \"S2\"", "S2"},
+        {"another stand", "EDDF,S2\nEGLL\n", nothing, true, changes},
+        {"the nearest airport counts, not the first line", "AAAA\nEDDF,S2\n", farAirport, true, changes},
+        {"the same", "EDDF,S1\n", nothing, true, okay},
+        {"none", "EDDF\n", nothing, true, okay},
+        {"unknown stand", "EDDF,S9\n", nothing, true, "stand \"S9\" is unknown at EDDF"},
+        {"while placing", "EDDF,S2\n", [] { startPlacing(); }, true, okay},
+        {"an aircraft is looked up", "EDDF,S2\n", [] { setReadout(Readout::foundObject, "x"); }, true, okay},
+        {"unknown airport", "EDDF,S2\nXXXX\n", nothing, false, ""},
+        {"with a destination", "EGLL\nEDDF,S2\n", [] { par::DESTINATION.set("EGLL"); }, true, changes},
     };
     for (const auto& row : rows) {
         resetAll();
@@ -285,8 +268,8 @@ TEST_F(ParkAirportsTest, AReReadReservesAnew) {
         std::string message;
         EXPECT_EQ(reReadParkAirports(true, message), row.ok) << row.name;
         EXPECT_EQ(message, row.message) << row.name;
-        EXPECT_EQ(reservedStand, row.reserved) << row.name;
-        const bool changed = reservedStand == "S2";
+        const bool changed = row.message == changes;
+        EXPECT_EQ(reservedStand, changed ? "S2" : "S1") << row.name;
         EXPECT_EQ(stands[0].reserved, !changed) << row.name;
         EXPECT_EQ(stands[1].reserved, changed) << row.name;
         EXPECT_EQ(parkedAircraft[0].st == AircraftStatus::removingfromsim, changed) << row.name;
@@ -300,4 +283,4 @@ TEST_F(ParkAirportsTest, AReReadReservesAnew) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

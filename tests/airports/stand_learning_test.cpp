@@ -12,16 +12,15 @@
 #include "support.h"
 
 #include <fmt/format.h>
-#include <gtest/gtest.h>
 #include <set>
 
-namespace kes {
+namespace kes::test {
 namespace {
 
 constexpr double metre = 1.0 / metresPerNm; ///< nautical miles
 
 struct StandLearning : testing::Test {
-    test::ProgramFolder program;
+    ProgramFolder program;
     void SetUp() override {
         setParameterDefaults();
         par::RANDOM.value = false;
@@ -134,9 +133,9 @@ TEST_F(StandLearning, RefusesWhatItCannotTellOrHas) {
 
 TEST_F(StandLearning, ARegistrationThatIsKnownTellsAirlineAndType) {
     std::filesystem::create_directories("input");
-    test::writeSmallReference({.types = "A320,Large,34\nB77W,Heavy,64\n",
-                               .airlines = "DLH,Lufthansa\nBAW,British Airways\n",
-                               .registrations = "G-HEAV,BAW,B77W,,\n"});
+    writeSmallReference({.types = "A320,Large,34\nB77W,Heavy,64\n",
+                         .airlines = "DLH,Lufthansa\nBAW,British Airways\n",
+                         .registrations = "G-HEAV,BAW,B77W,,\n"});
     ASSERT_TRUE(readDataBase());
     ASSERT_TRUE(lf_addRealParkPosOption(1, aircraft("BAW1", "G-HEAV"), false, {1, 0}));
     EXPECT_EQ(stands[0].options[0].airline + stands[0].options[0].model, "BAWB77W");
@@ -177,23 +176,22 @@ TEST_F(StandLearning, GuessesOnceInThreeHalfHours) {
 
 TEST_F(StandLearning, WhatWasReallySeenIsNotGuessed) {
     const struct {
-        const char* name;
-        ParkPosOption seen;
+        const char *name, *regcode;
+        unsigned day, slot;
+        int real;
         bool guessed;
     } rows[] = {
-        {"half an hour before", {.regcode = "D-AIZA", .hours = 1U << 12, .optIndex = 1, .day = 1, .real = 1}, false},
-        {"now", {.regcode = "D-AIZA", .hours = 1U << 13, .optIndex = 1, .day = 1, .real = 1}, false},
-        {"half an hour after", {.regcode = "D-AIZA", .hours = 1U << 14, .optIndex = 1, .day = 1, .real = 1}, false},
-        {"an hour before", {.regcode = "D-AIZA", .hours = 1U << 11, .optIndex = 1, .day = 1, .real = 1}, true},
-        {"another day", {.regcode = "D-AIZA", .hours = 1U << 13, .optIndex = 1, .day = 2, .real = 1}, true},
-        {"another one", {.regcode = "D-AIZB", .hours = 1U << 12, .optIndex = 1, .day = 1, .real = 1}, true},
-        {"guessed itself", {.regcode = "D-AIZA", .hours = 1U << 12, .optIndex = 1, .day = 1, .real = 0}, true},
+        {"half an hour before", "D-AIZA", 1, 12, 1, false}, {"now", "D-AIZA", 1, 13, 1, false},
+        {"half an hour after", "D-AIZA", 1, 14, 1, false},  {"an hour before", "D-AIZA", 1, 11, 1, true},
+        {"another day", "D-AIZA", 2, 13, 1, true},          {"another one", "D-AIZB", 1, 12, 1, true},
+        {"guessed itself", "D-AIZA", 1, 12, 0, true},
     };
     for (const auto& row : rows) {
         resetStandLearning();
         stands.assign(2, Stand{.id = "12", .radius = 20 * metre});
         giveSids(stands);
-        stands[0].options.push_back(row.seen);
+        stands[0].options.push_back(
+            {.regcode = row.regcode, .hours = 1ULL << row.slot, .optIndex = 1, .day = row.day, .real = row.real});
         noteGuessedUse(aircraft(), {1, 13});
         EXPECT_EQ(saveUpdates, row.guessed ? 1 : 0) << row.name;
     }
@@ -313,25 +311,16 @@ TEST_F(StandSearch, ChoosesByKindThenBySize) {
     };
     for (const Case& c : cases) {
         std::vector<Stand> list;
-        const auto add = [&](const char* id, double radius, bool ramp, bool cargo, bool heli) {
-            list.push_back(at(id, 0, radius));
-            list.back().ramp = ramp;
-            list.back().cargo = cargo;
-            list.back().heli = heli;
-        };
-        add("small gate", 5, false, false, false);
-        add("gate", 19, false, false, false);
-        add("wide ramp", 40, true, false, false);
-        add("ramp", 19, true, false, false);
-        add("small ramp", 5, true, false, false);
-        add("small cargo", 5, false, true, false);
-        add("cargo", 19, false, true, false);
-        add("small pad", 5, false, false, true);
-        add("pad", 19, false, false, true);
-        if (c.category == AircraftCategory::rotorcraft)
-            std::erase_if(list, [](const Stand& s) { return s.id == "wide ramp"; });
-        if (c.cargo)
-            std::erase_if(list, [](const Stand& s) { return s.ramp; });
+        for (const std::string id :
+             {"small gate", "gate", "wide ramp", "ramp", "small ramp", "small cargo", "cargo", "small pad", "pad"}) {
+            Stand s = at(id, 0, id.starts_with("small") ? 5 : id.starts_with("wide") ? 40 : 19);
+            s.ramp = id.ends_with("ramp");
+            s.cargo = id.ends_with("cargo");
+            s.heli = id.ends_with("pad");
+            const bool leftOut = c.category == AircraftCategory::rotorcraft ? id == "wide ramp" : c.cargo && s.ramp;
+            if (!leftOut)
+                list.push_back(std::move(s));
+        }
         AiAircraft a = aircraft();
         a.category = c.category;
         a.cargo = c.cargo;
@@ -398,4 +387,4 @@ TEST_F(StandSearch, PassesOverStandsInUseAndAsksForTheNextHalfHour) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

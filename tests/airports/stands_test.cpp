@@ -2,7 +2,6 @@
 // Neighbours of stands, quality of a list, and half-hours.
 #include "airports/stands.h"
 
-#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <random>
 
@@ -77,31 +76,26 @@ TEST(Stands, TheRoomBetweenTwoDecides) {
 }
 
 TEST(Stands, QualityTellsHowMuchIsKnown) {
-    const auto option = [](bool real, std::uint32_t day, std::uint64_t hours, std::int32_t index = 1) {
-        ParkPosOption o;
-        o.real = real ? 1 : 0;
-        o.day = day;
-        o.hours = hours;
-        o.optIndex = index;
-        return o;
+    const auto option = [](int real, std::uint32_t day, std::uint64_t hours, std::int32_t index = 1) {
+        return ParkPosOption{.hours = hours, .optIndex = index, .day = day, .real = real};
     };
     std::vector<Stand> list(1);
     EXPECT_EQ(qualityOf(list), (QualityPair{-1, -1}));
     EXPECT_EQ(qualityText(qualityOf(list)), "  ");
-    list[0].options = {option(true, 1, 0b111), option(true, 1, 0b1), option(true, 2, 0b11), option(true, 9, 0),
-                       option(true, 3, 0xffff, 0)};
+    list[0].options = {option(1, 1, 0b111), option(1, 1, 0b1), option(1, 2, 0b11), option(1, 9, 0),
+                       option(1, 3, 0xffff, 0)};
     // 4 options in use, 2 days, 6 half-hours: 80 + 10000 + 200 + 12.
     EXPECT_EQ(qualityOf(list), (QualityPair{64, 0}));
     list.resize(4);
     EXPECT_EQ(qualityOf(list), (QualityPair{16, 0}));
-    list[1].options.assign(500, option(false, 4, (std::uint64_t{1} << 48) - 1));
+    list[1].options.assign(500, option(0, 4, (std::uint64_t{1} << 48) - 1));
     // No more than 4000 for options and 1200 for half-hours: 15300 over four.
     EXPECT_EQ(qualityOf(list), (QualityPair{16, 24}));
     EXPECT_EQ(qualityText({44, 3}), "44/ 3");
     EXPECT_EQ(qualityText({45, 3}), "45");
     EXPECT_EQ(qualityText({-1, 0}), "-1/ 0");
     list.resize(1);
-    list[0].options.assign(1000, option(true, 1, ~std::uint64_t{0} >> 16));
+    list[0].options.assign(1000, option(1, 1, ~std::uint64_t{0} >> 16));
     for (std::uint32_t i = 0; i < 7; ++i)
         list[0].options[i].day = i + 1;
     EXPECT_EQ(qualityOf(list), (QualityPair{99, 0}));

@@ -2,26 +2,17 @@
 // A park airport from sight to release: its load, its aircraft, and the bad days.
 #include "airport_harness.h"
 #include "airports/airport_errand.h"
-#include "core/folders.h"
 #include "feed/traffic_reader.h"
 #include "tests/update/http_server.h"
 #include "window_backend.h"
 
-#include <algorithm>
-#include <chrono>
-#include <functional>
-
-namespace kes {
+namespace kes::test {
 namespace {
-
-using test::AirportTest;
-using test::field;
-using test::metre;
 
 constexpr LatLon heathrow{51.4775, -0.4614};
 
 struct StaticParkingTest : AirportTest {
-    test::TestWindow window;
+    TestWindow window;
 
     void SetUp() override {
         AirportTest::SetUp();
@@ -50,6 +41,16 @@ struct StaticParkingTest : AirportTest {
         parkingTick(false);
     }
     static std::string here() { return airportRef ? airportRef->code : "-"; }
+    /// Where the airport is after a tick of the flying user.
+    static std::string flown(LatLon position, double agl = 1000) {
+        fly(position, agl);
+        return here();
+    }
+    /// Until the airport in sight has been read.
+    static void load(LatLon at = field) {
+        fly(at);
+        fly(at);
+    }
     static void list(std::initializer_list<const char*> codes) {
         std::string text;
         for (const char* code : codes)
@@ -75,10 +76,10 @@ struct StaticParkingTest : AirportTest {
 TEST_F(StaticParkingTest, OnTheGroundTheAirportIsFilled) {
     putAirport("EDDF", field, 10);
     par::CUSTOM_PARKING_PERCENTAGE.value = -1;
-    setUser({field.lat + 1, field.lon}, true);
+    setUser(milesNorth(60), true);
     parkingTick(true);
     EXPECT_EQ(statusText(), "User aircraft on the ground, no airport in sight");
-    setUser({field.lat + 6.0 / 60, field.lon}, true);
+    setUser(milesNorth(6), true);
     parkingTick(false);
     EXPECT_EQ(statusText(), "User aircraft on the ground at EDFE, no airport file found");
     EXPECT_FALSE(placingGoesOn());
@@ -104,7 +105,7 @@ TEST_F(StaticParkingTest, OnTheGroundTheAirportIsFilled) {
     EXPECT_EQ(readouts.maxPark, 3);
     EXPECT_EQ(readouts.maxParkPercent, 30);
     EXPECT_EQ(readoutText(Readout::parkAirport), "Name EDDF");
-    EXPECT_EQ(test::readFile(path::myParkAirports), "EDDF,EDDF2\n");
+    EXPECT_EQ(readFile(path::myParkAirports), "EDDF,EDDF2\n");
     parkingTick(false);
     EXPECT_TRUE(placingGoesOn()) << "some are still to come";
     EXPECT_FALSE(window.enabled(par::MAX_FIT));
@@ -125,22 +126,17 @@ TEST_F(StaticParkingTest, OnTheGroundTheAirportIsFilled) {
 
 TEST_F(StaticParkingTest, InTheAirItComesAndGoesWithTheList) {
     putAirport("EDDF", field, 2);
-    putAirport("EDFE", {field.lat + 4.0 / 60, field.lon}, 2);
+    putAirport("EDFE", milesNorth(4), 2);
     list({"EDDF", "EDFE", "EGLL"});
-    fly({field.lat - 21.0 / 60, field.lon});
-    EXPECT_EQ(here(), "-") << "too far";
-    fly({field.lat - 19.0 / 60, field.lon}, 18001);
-    EXPECT_EQ(here(), "-") << "too high";
-    fly({field.lat - 19.0 / 60, field.lon}, 18000);
-    EXPECT_EQ(here(), "EDDF");
+    EXPECT_EQ(flown(milesNorth(-21)), "-") << "too far";
+    EXPECT_EQ(flown(milesNorth(-19), 18001), "-") << "too high";
+    EXPECT_EQ(flown(milesNorth(-19), 18000), "EDDF");
     EXPECT_EQ(statusText(), "EDDF in sight at 19.0 nm");
-    fly({field.lat - 19.0 / 60, field.lon});
+    fly(milesNorth(-19));
     createAll();
     EXPECT_EQ(parkedAircraft.size(), 2u);
-    fly({field.lat + 1.9 / 60, field.lon});
-    EXPECT_EQ(here(), "EDDF");
-    fly({field.lat + 2.1 / 60, field.lon});
-    EXPECT_EQ(here(), "-");
+    EXPECT_EQ(flown(milesNorth(1.9)), "EDDF");
+    EXPECT_EQ(flown(milesNorth(2.1)), "-");
     EXPECT_TRUE(program.logHas(" EDFE is in sight (1.9 nm), parked aircraft at EDDF will be removed first\n"));
     EXPECT_EQ(airportsLeft, 1);
     for (const AiAircraft& a : parkedAircraft) {
@@ -148,16 +144,13 @@ TEST_F(StaticParkingTest, InTheAirItComesAndGoesWithTheList) {
         EXPECT_EQ(a.sid, 0u) << "a number of the next airport's list";
     }
     EXPECT_TRUE(stands.empty());
-    fly({field.lat + 2.1 / 60, field.lon});
-    EXPECT_EQ(here(), "EDFE");
-    fly({field.lat + 2.1 / 60, field.lon});
-    fly({field.lat + 24.1 / 60, field.lon});
-    EXPECT_EQ(here(), "-");
+    EXPECT_EQ(flown(milesNorth(2.1)), "EDFE");
+    fly(milesNorth(2.1));
+    EXPECT_EQ(flown(milesNorth(24.1)), "-");
     EXPECT_TRUE(program.logHas(" EDFE is out of sight (20.1 nm), parked aircraft will be removed\n"));
     EXPECT_FALSE(parkAirportLoaded());
     EXPECT_EQ(readouts.maxPark, -1);
-    fly({0, 0});
-    EXPECT_EQ(here(), "-") << "no flight";
+    EXPECT_EQ(flown({0, 0}), "-") << "no flight";
 }
 
 TEST_F(StaticParkingTest, TheDestinationIsTheNextWhenTheAirportHasGone) {
@@ -171,20 +164,16 @@ TEST_F(StaticParkingTest, TheDestinationIsTheNextWhenTheAirportHasGone) {
     parkingTick(false);
     ASSERT_TRUE(parkAirportLoaded());
     EXPECT_EQ(reservedStand, "EDDF1") << "the user's, wherever he goes";
-    fly({field.lat + 1, field.lon});
-    EXPECT_EQ(here(), "-");
+    EXPECT_EQ(flown(milesNorth(60)), "-");
     EXPECT_EQ(parkAirportList.front().code, "EGLL");
-    fly({heathrow.lat + 0.1, heathrow.lon});
-    EXPECT_EQ(here(), "EGLL");
+    EXPECT_EQ(flown({heathrow.lat + 0.1, heathrow.lon}), "EGLL");
     fly({heathrow.lat + 0.1, heathrow.lon});
     par::DESTINATION.set("EDFE");
     airportTable[1].lat = heathrow.lat - 0.1;
     airportTable[1].lon = heathrow.lon;
     setDestinationEntry("EDFE", {heathrow.lat - 0.1, heathrow.lon});
-    fly({heathrow.lat - 0.04, heathrow.lon});
-    EXPECT_EQ(here(), "EGLL") << "the destination is in sight, but farther";
-    fly({heathrow.lat - 0.06, heathrow.lon});
-    EXPECT_EQ(here(), "-");
+    EXPECT_EQ(flown({heathrow.lat - 0.04, heathrow.lon}), "EGLL") << "the destination is in sight, but farther";
+    EXPECT_EQ(flown({heathrow.lat - 0.06, heathrow.lon}), "-");
 }
 
 TEST_F(StaticParkingTest, WhatCannotBeLoadedIsToldAndLetGo) {
@@ -206,10 +195,8 @@ TEST_F(StaticParkingTest, WhatCannotBeLoadedIsToldAndLetGo) {
         row.prepare();
         list({"EDDF"});
         for (int round = 0; round < 2; ++round) {
-            fly(field);
-            ASSERT_EQ(here(), "EDDF") << row.name;
-            fly(field);
-            EXPECT_EQ(here(), "-") << row.name;
+            ASSERT_EQ(flown(field), "EDDF") << row.name;
+            EXPECT_EQ(flown(field), "-") << row.name;
             EXPECT_TRUE(statusText().find(row.text) != std::string::npos) << row.name << ": " << statusText();
         }
         EXPECT_TRUE(stands.empty());
@@ -229,8 +216,7 @@ TEST_F(StaticParkingTest, SettingsOfTheAirportEndWithIt) {
     } rows[] = {{20, 45, false}, {19, 45, true}, {20, 44, true}};
     par::MAX_LIVE.value = 33;
     list({"EDDF"});
-    fly(field);
-    fly(field);
+    load();
     EXPECT_EQ(par::MAX_LIVE, 17);
     EXPECT_EQ(par::MAX_FIT_FL, 5.0F);
     EXPECT_TRUE(windowRequests.maxLive.exchange(false));
@@ -242,8 +228,7 @@ TEST_F(StaticParkingTest, SettingsOfTheAirportEndWithIt) {
         par::LEARN_SOFT.value = true;
         putAirport("EDDF", field, row.stands,
                    fmt::format("<parameter name='Qf_real' value='{}'/>", row.quality).c_str());
-        fly(field);
-        fly(field);
+        load();
         EXPECT_EQ(learningAllowed, row.soft) << row.stands << " " << row.quality;
         EXPECT_EQ(par::LEARN_SOFT, row.soft);
         EXPECT_EQ(window.enabled(par::LEARN_SOFT), row.soft);
@@ -257,8 +242,7 @@ TEST_F(StaticParkingTest, AnOnlyStandIsFilled) {
     putAirport("EGLL", heathrow, 1);
     par::CUSTOM_PARKING_PERCENTAGE.value = 30;
     list({"EGLL"});
-    fly(heathrow);
-    fly(heathrow);
+    load(heathrow);
     EXPECT_EQ(planned(), "1 EGLL1 0, ");
     createAll();
     std::filesystem::remove_all("updates"); // the renewal lives on what was loaded
@@ -274,74 +258,66 @@ TEST_F(StaticParkingTest, TheBestFitsComeFirst) {
     text.replace(text.find("hh='20'"), 7, "hh='18'");
     write("updates/MSFS/archive/stock/EDDF.xml", text);
     list({"EDDF"});
-    fly(field);
-    fly(field);
+    load();
     EXPECT_EQ(planned(), "2 EDDF2 0, 1 EDDF1 2, ");
 }
 
 TEST_F(StaticParkingTest, WhatTheBaseDoesNotHaveIsSavedAtTheRelease) {
+    const auto option = [] {
+        addOption(stands[0], {.regcode = "D-AIZA", .coupledCs1 = "DLH1", .hours = 2, .day = 3, .real = 0});
+    };
+    const auto radius = [] {
+        stands[1].radius = 33 / metresPerNm;
+        stands[1].radiusChange = true;
+    };
+    const auto manual = [] {
+        stands[0].manual = true;
+        stands[0].options.clear();
+    };
     const struct {
         const char* name;
         std::function<void()> learn;
+        int updates;
         const char* positions; ///< of the file; null = none is written
         const char* told;      ///< behind the path
     } rows[] = {
-        {"nothing", [] {}, nullptr, ""},
-        {"a setting", [] { saveParamChanged = true; }, "<parkpositions />",
-         "\" saved with 0 updates and one or more parameter changes"},
-        {"an option of a known aircraft",
-         [] {
-             addOption(stands[0], {.regcode = "D-AIZA", .coupledCs1 = "DLH1", .hours = 2, .day = 3, .real = 0});
-             saveUpdates = 1;
-         },
-         "<parkpositions><parkpos id=\"EDDF1\"><opt reg=\"D-AIZA\" soft=\"true\" day=\"3\" hh=\"1\" cs=\"DLH1\" />"
-         "</parkpos></parkpositions>",
-         "\" saved with 1 update "},
-        {"a radius",
-         [] {
-             stands[1].radius = 33 / metresPerNm;
-             stands[1].radiusChange = true;
-             saveUpdates = 2;
-         },
-         "<parkpositions><parkpos id=\"EDDF2\" radius_change=\"true\" radius=\"33.0\" /></parkpositions>",
-         "\" saved with 2 updates "},
-        {"freight", [] { stands[1].cargo = stands[1].cargoChange = true, saveUpdates = 1; },
-         "<parkpositions><parkpos id=\"EDDF2\" cargo_change=\"true\" cargo=\"true\" /></parkpositions>",
-         "\" saved with 1 update "},
-        {"a stand made by hand",
-         [] {
-             stands[0].manual = true;
-             stands[0].options.clear();
-             saveUpdates = 1;
-         },
-         "<parkpositions><parkpos id=\"EDDF1\" latitude=\"50.000000\" longitude=\"8.000000\" heading=\"90.0\" "
-         "radius=\"30.0\" cargo=\"false\" ramp=\"false\" manual=\"true\" /></parkpositions>",
-         "\" saved with 1 update "},
+        {"nothing", [] {}, 0, nullptr, ""},
+        {"a setting", [] { saveParamChanged = true; }, 0, "", "0 updates and one or more parameter changes"},
+        {"an option of a known aircraft", option, 1,
+         "<parkpos id=\"EDDF1\"><opt reg=\"D-AIZA\" soft=\"true\" day=\"3\" hh=\"1\" cs=\"DLH1\" /></parkpos>",
+         "1 update "},
+        {"a radius", radius, 2, "<parkpos id=\"EDDF2\" radius_change=\"true\" radius=\"33.0\" />", "2 updates "},
+        {"freight", [] { stands[1].cargo = stands[1].cargoChange = true; }, 1,
+         "<parkpos id=\"EDDF2\" cargo_change=\"true\" cargo=\"true\" />", "1 update "},
+        {"a stand made by hand", manual, 1,
+         "<parkpos id=\"EDDF1\" latitude=\"50.000000\" longitude=\"8.000000\" heading=\"90.0\" radius=\"30.0\" "
+         "cargo=\"false\" ramp=\"false\" manual=\"true\" />",
+         "1 update "},
     };
     putAirport("EDDF", field, 2);
     list({"EDDF"});
     const std::filesystem::path file = "airports/learned/stock/EDDF.xml";
-    const auto load = [] {
-        fly(field);
-        saveUpdates = 7; // of another airport
-        fly(field);
-        ASSERT_EQ(saveUpdates, 0);
-    };
     for (const auto& row : rows) {
         std::filesystem::remove(file);
+        saveUpdates = 7; // of another airport
         load();
+        ASSERT_EQ(saveUpdates, 0);
         row.learn();
+        saveUpdates = row.updates;
         unloadParkAirport();
         ASSERT_EQ(std::filesystem::exists(file), row.positions != nullptr) << row.name;
         if (row.positions == nullptr)
             continue;
-        std::string text = test::readFile(file), positions;
+        std::string text = readFile(file), positions;
         EXPECT_EQ(text.find("BGLpath"), std::string::npos);
         for (const char c : text.substr(text.find("<parkpositions")))
             if (c != '\n' && c != '\t')
                 positions += c;
-        EXPECT_EQ(positions, row.positions) << row.name;
-        EXPECT_TRUE(program.logHas("airports/learned/stock/EDDF.xml" + std::string(row.told))) << row.name;
+        EXPECT_EQ(positions, *row.positions == 0 ? "<parkpositions />"
+                                                 : fmt::format("<parkpositions>{}</parkpositions>", row.positions))
+            << row.name;
+        EXPECT_TRUE(program.logHas(fmt::format("airports/learned/stock/EDDF.xml\" saved with {}", row.told)))
+            << row.name;
     }
     load();
     handmadeAirport = true;
@@ -349,7 +325,7 @@ TEST_F(StaticParkingTest, WhatTheBaseDoesNotHaveIsSavedAtTheRelease) {
     saveParkState();
     EXPECT_EQ(saveUpdates, 0) << "once is enough";
     EXPECT_TRUE(program.logHas(" handmade \"airports/learned/stock/EDDF.xml\" saved with 1 update "));
-    const std::string whole = test::readFile(file);
+    const std::string whole = readFile(file);
     for (const char* part : {"name=\"handmade\" value=\"true\"", "name=\"Qf_real\" value=\"63\"", "name=\"Qf_soft\"",
                              "name=\"altitude\" value=\"364\"", "id=\"EDDF2\" latitude=", "cs=\"EDDF2\""})
         EXPECT_NE(whole.find(part), std::string::npos) << part << whole;
@@ -360,21 +336,22 @@ TEST_F(StaticParkingTest, WhatTheBaseDoesNotHaveIsSavedAtTheRelease) {
 
 TEST_F(StaticParkingTest, AServerOnTheNetworkHoldsNoTickUp) {
     using namespace std::chrono;
-    test::HttpServer server;
+    HttpServer server;
     write(path::updateServer, server.base());
     std::string text = airportText("EDDF", field, 3);
     server.put("MSFS/archive/stock/EDDF.xml", {.body = text, .piece = text.size() / 8, .pauseMs = 25});
     setUser({field.lat + 1000 * metre, field.lon}, true);
     milliseconds longest{0};
-    const auto tick = [&] {
-        const auto begin = steady_clock::now();
-        parkingTick(false);
-        longest = std::max(longest, duration_cast<milliseconds>(steady_clock::now() - begin));
+    const auto ticksUntil = [&](const std::function<bool()>& condition) {
+        return waitFor([&] {
+            const auto begin = steady_clock::now();
+            parkingTick(false);
+            longest = std::max(longest, duration_cast<milliseconds>(steady_clock::now() - begin));
+            return condition();
+        });
     };
-    ASSERT_TRUE(test::waitFor([&] {
-        tick();
-        return parkAirportLoaded();
-    })) << program.logText();
+    const auto told = [&](const std::string& line) { return ticksUntil([&] { return statusText() == line; }); };
+    ASSERT_TRUE(ticksUntil(parkAirportLoaded)) << program.logText();
     EXPECT_EQ(stands.size(), 3u);
     EXPECT_EQ(toPark.size(), 3u);
     EXPECT_LT(longest.count(), 150) << "one answer of the server takes 200";
@@ -383,27 +360,18 @@ TEST_F(StaticParkingTest, AServerOnTheNetworkHoldsNoTickUp) {
 
     server.put("MSFS/archive/stock/EDDF.xml", {"", 404});
     setUser(field, true);
-    ASSERT_TRUE(test::waitFor([&] {
-        tick();
-        return statusText() == "User aircraft on the ground at EDDF, no airport file found";
-    })) << statusText();
+    ASSERT_TRUE(told("User aircraft on the ground at EDDF, no airport file found")) << statusText();
     list({"EDDF"});
     clearStatus();
     setUser(field, false);
-    ASSERT_TRUE(test::waitFor([&] {
-        tick();
-        return statusText() == "lf_readParkedFile EDDF not found";
-    })) << statusText();
+    ASSERT_TRUE(told("lf_readParkedFile EDDF not found")) << statusText();
     write(path::myThirdparty / "EDDF.txt", "archive/thirdparty/EDDF.xml\n");
-    ASSERT_TRUE(test::waitFor([&] {
-        tick();
-        return statusText() == "failed to download: \"" + server.base() + "MSFS/archive/thirdparty/EDDF.xml\"";
-    })) << statusText();
+    ASSERT_TRUE(told("failed to download: \"" + server.base() + "MSFS/archive/thirdparty/EDDF.xml\"")) << statusText();
     EXPECT_LT(longest.count(), 150);
 }
 
 TEST_F(StaticParkingTest, AtTheStartAServerIsWaitedFor) {
-    test::HttpServer server;
+    HttpServer server;
     write(path::updateServer, server.base());
     server.put("MSFS/archive/stock/EDDF.xml", {.body = airportText("EDDF", field, 3)});
     setUser(field, true);
@@ -412,4 +380,4 @@ TEST_F(StaticParkingTest, AtTheStartAServerIsWaitedFor) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

@@ -2,15 +2,8 @@
 // Numbers, passes, creation and renewal of static aircraft.
 #include "airport_harness.h"
 
-#include <functional>
-
-namespace kes {
+namespace kes::test {
 namespace {
-
-using test::AirportTest;
-using test::field;
-using test::hoursOf;
-using test::metre;
 
 struct StaticPlanTest : AirportTest {
     static ParkPosOption dlh(const std::string& callsign, std::initializer_list<int> slots, int day = 3, int real = 1) {
@@ -63,46 +56,31 @@ TEST_F(StaticPlanTest, PassesTakeWhatTimeAndSettingsAllow) {
         std::function<void()> settings;
         const char* planned;
     };
+    using Options = std::vector<ParkPosOption>;
+    const auto sets = [](auto& box, auto value) { return [&box, value] { box.value = value; }; };
     const auto nothing = [] {};
+    const auto fakes = [] {
+        par::PARK_SOFT.value = false;
+        par::PARK_FAKE.value = true;
+    };
+    const auto most = [&](int count) { return sets(par::CUSTOM_MAX_PARK, count); };
+    constexpr HhNow night{1, 0}, ten{3, 20};
+    const Options a{dlh("A", {20})}, softA{dlh("A", {20}, 3, 0)}, twice{a[0], a[0]}, unnamed(2, dlh("", {20}));
+    const Options sunday{dlh("A", {46}, 7), dlh("B", {46}, 1)}, anyDay{dlh("A", {46}, 4), dlh("B", {45}, 2)};
+    const Options ab{a[0], dlh("B", {19})}, softAnd{softA[0], dlh("B", {18})}, softAndLate{softA[0], dlh("B", {3})};
+    const Options three{dlh("A", {19}), dlh("B", {20}), dlh("C", {19})};
     const Row rows[] = {
-        {"the previous day is Sunday", {1, 0}, {dlh("A", {46}, 7), dlh("B", {46}, 1)}, nothing, "1 A 2, "},
-        {"a week ignores the day",
-         {1, 0},
-         {dlh("A", {46}, 4), dlh("B", {45}, 2)},
-         [] { par::WEEK.value = true; },
-         "1 A 2, 2 B 3, "},
-        {"MAX_FIT 0", {3, 20}, {dlh("A", {20}), dlh("B", {19})}, [] { par::MAX_FIT.value = 0; }, "1 A 0, "},
-        {"soft ones fill up", {3, 20}, {dlh("A", {20}, 3, 0), dlh("B", {18})}, nothing, "1 A 0, 2 B 2, "},
-        {"no soft ones",
-         {3, 20},
-         {dlh("A", {20}, 3, 0), dlh("B", {18})},
-         [] { par::PARK_SOFT.value = false; },
-         "2 B 2, "},
-        {"fake lets soft ones in",
-         {3, 20},
-         {dlh("A", {20}, 3, 0)},
-         [] {
-             par::PARK_SOFT.value = false;
-             par::PARK_FAKE.value = true;
-         },
-         "1 A 0, "},
-        {"enough real ones",
-         {3, 20},
-         {dlh("A", {20}, 3, 0), dlh("B", {3})},
-         [] { par::CUSTOM_MAX_PARK.value = 1; },
-         "2 B 17, "},
-        {"the last round is cut at its end",
-         {3, 20},
-         {dlh("A", {19}), dlh("B", {20}), dlh("C", {19})},
-         [] { par::CUSTOM_MAX_PARK.value = 2; },
-         "2 B 0, 1 A 1, "},
-        {"nobody twice at the same time", {3, 20}, {dlh("A", {20}), dlh("A", {20})}, nothing, "1 A 0, "},
-        {"options without callsigns are not each other's",
-         {3, 20},
-         {dlh("", {20}), dlh("", {20})},
-         nothing,
-         "1  0, 2  0, "},
-        {"none wanted", {3, 20}, {dlh("A", {20})}, [] { par::CUSTOM_MAX_PARK.value = 0; }, ""},
+        {"the previous day is Sunday", night, sunday, nothing, "1 A 2, "},
+        {"a week ignores the day", night, anyDay, sets(par::WEEK, true), "1 A 2, 2 B 3, "},
+        {"MAX_FIT 0", ten, ab, sets(par::MAX_FIT, 0), "1 A 0, "},
+        {"soft ones fill up", ten, softAnd, nothing, "1 A 0, 2 B 2, "},
+        {"no soft ones", ten, softAnd, sets(par::PARK_SOFT, false), "2 B 2, "},
+        {"fake lets soft ones in", ten, softA, fakes, "1 A 0, "},
+        {"enough real ones", ten, softAndLate, most(1), "2 B 17, "},
+        {"the last round is cut at its end", ten, three, most(2), "2 B 0, 1 A 1, "},
+        {"nobody twice at the same time", ten, twice, nothing, "1 A 0, "},
+        {"options without callsigns are not each other's", ten, unnamed, nothing, "1  0, 2  0, "},
+        {"none wanted", ten, a, most(0), ""},
     };
     for (const Row& row : rows) {
         setParameterDefaults();
@@ -163,6 +141,7 @@ TEST_F(StaticPlanTest, CreationOrdersWhatIsStillFree) {
     const auto liveOn = [](std::uint32_t sid, bool parked) {
         live.assign(1, {.hexid = 0x400001, .sid = sid, .callsign = "BAW9", .parked = parked});
     };
+    const auto staticOn = [](std::uint32_t sid) -> AiAircraft& { return addParked(sid, "X", {3, 3}); };
     const Row rows[] = {
         {"free", [] {}, created, ""},
         {"a live one", [&] { liveOn(2, true); }, cancelled,
@@ -171,22 +150,10 @@ TEST_F(StaticPlanTest, CreationOrdersWhatIsStillFree) {
          "S2      : no static parking for DLH A320, live aircraft BAW9 is adjacent at S1, possibly colliding"},
         {"a live one elsewhere", [&] { liveOn(3, true); }, created, ""},
         {"a live one without a stand", [&] { liveOn(0, true); }, created, ""},
-        {"a static one",
-         [] {
-             addParked(2, "X", {3, 3});
-         },
-         cancelled,
+        {"a static one", [&] { staticOn(2); }, cancelled,
          "S2      : no static parking for DLH A320, static aircraft X* is adjacent at S2, possibly colliding"},
-        {"a static one next door",
-         [] {
-             addParked(1, "X", {3, 3});
-         },
-         cancelled, "static aircraft X* is adjacent at S1"},
-        {"one that leaves",
-         [] {
-             addParked(2, "X", {3, 3}).st = AircraftStatus::removingfromsim;
-         },
-         waits, ""},
+        {"a static one next door", [&] { staticOn(1); }, cancelled, "static aircraft X* is adjacent at S1"},
+        {"one that leaves", [&] { staticOn(2).st = AircraftStatus::removingfromsim; }, waits, ""},
         {"no such stand", [] { toPark.back().sid = 9; }, cancelled, "stand with id 9 not found"},
         {"no livery", [] { toPark.back().model = "C172"; }, cancelled, "S2      : "},
         {"no callsign", [] { toPark.back().coupledCs1.clear(); }, created, ""},
@@ -201,13 +168,7 @@ TEST_F(StaticPlanTest, CreationOrdersWhatIsStillFree) {
         stands[1].adjacent = {1};
         stands[1].heading = 1.5;
         stands[1].cargo = true;
-        toPark = {{.sid = 2,
-                   .fit = 3,
-                   .airline = "DLH",
-                   .model = "A320",
-                   .coupledCs1 = "DLH1",
-                   .coupledCs2 = "DLH2",
-                   .regcode = "D-AIZA"}};
+        toPark = {{2, 3, "DLH", "A320", "DLH1", "DLH2", "D-AIZA"}};
         setAirportRef(AirportRef{"EDDF", "FRA", field.lat, field.lon, 364});
         par::LOG.value = true;
         allowWaiting();
@@ -224,16 +185,12 @@ TEST_F(StaticPlanTest, CreationOrdersWhatIsStillFree) {
         const CreateRequest& request = waitingOrders().staticCreateQueue.front();
         EXPECT_EQ(request.hexid, a.hexid);
         EXPECT_EQ(request.tailNumber, a.callsign);
-        EXPECT_EQ(request.title, "DLH A320");
+        EXPECT_EQ(fmt::format("{} {} ft, {:.2f} degrees", request.title, request.alt, request.heading),
+                  "DLH A320 364 ft, 85.94 degrees");
         EXPECT_EQ(request.lat, stands[1].lat);
-        EXPECT_NEAR(request.heading, 85.94, 0.01);
-        EXPECT_EQ(a.st, AircraftStatus::adding2sim);
-        EXPECT_TRUE(a.standCargo);
-        EXPECT_EQ(request.alt, 364);
-        EXPECT_EQ(a.wingspan, wingspanOf("A320"));
-        EXPECT_EQ(a.category, AircraftCategory::large);
+        EXPECT_TRUE(a.st == AircraftStatus::adding2sim && a.sid == 2 && a.standCargo);
+        EXPECT_TRUE(a.wingspan == wingspanOf("A320") && a.category == AircraftCategory::large);
         EXPECT_EQ(a.coupledCs2 + " " + a.regcode, "DLH2 D-AIZA");
-        EXPECT_EQ(a.sid, 2u);
         EXPECT_EQ(a.parkedAt, (HhNow{7, 45}));
         EXPECT_EQ(a.callsign, a.coupledCs1.empty() ? "DLH" + std::to_string(a.hexid) + "*" : "DLH1*");
     }
@@ -305,6 +262,8 @@ TEST_F(RenewalTest, EachStaticAircraftIsJudged) {
         std::set<std::string> reported;
         const char *leaving, *planned;
     };
+    using Reported = std::set<std::string>;
+    const Reported nobody;
     const auto one = [](const ParkPosOption& option, HhNow parkedAt = {3, 18}) {
         return [=] {
             addOption(stands[0], option);
@@ -322,86 +281,55 @@ TEST_F(RenewalTest, EachStaticAircraftIsJudged) {
     };
     // Only the aircraft's stand knows of the other.
     const auto nextDoor = [](const char* callsign, std::initializer_list<int> slots) {
-        stands[1].lat = stands[0].lat + 20 * metre;
-        stands[0].adjacent = {2};
-        addOption(stands[1], dlh(callsign, slots));
-        AiAircraft& a = addParked(1, "DLH1", {3, 18});
-        if (std::string_view(callsign) == "DLH2") {
-            a.coupledCs2 = "DLH2";
-            a.callsign = "DLH2*";
-        }
+        return [option = dlh(callsign, slots)] {
+            stands[1].lat = stands[0].lat + 20 * metre;
+            stands[0].adjacent = {2};
+            addOption(stands[1], option);
+            AiAircraft& a = addParked(1, "DLH1", {3, 18});
+            if (option.coupledCs1 == "DLH2")
+                a.callsign = (a.coupledCs2 = "DLH2") + "*";
+        };
     };
+    const auto both = [](auto first, auto second) {
+        return [first, second] {
+            first();
+            second();
+        };
+    };
+    const auto sets = [](auto& what, auto value) { return [&what, value] { what = value; }; };
+    const auto outOfUse = [] { stands[0].options[0].optIndex = 0; };
+    const auto monday = [] { setHhNow({1, 1}); };
+    const auto onNoStand = [] { addParked(0, "DLH1", HhNow{3, 18}); };
+    const auto tomorrow = [] { addOption(stands[0], dlh("", {0}, 4)); };
+    const auto newer = one(dlh("DLH7", {19})), older = one(dlh("DLH7", {17})), asOld = one(dlh("DLH7", {18}));
+    const auto itsOwn = one(dlh("DLH1", {18}));
+    const auto next = pair({18, 19, 20});
     const Row rows[] = {
-        {"its option still speaks for it", one(dlh("DLH1", {18})), {}, "", ""},
-        {"another option of its kind, too", one(dlh("", {5})), {}, "", ""},
-        {"its option is of another day", one(dlh("DLH1", {18}, 5)), {}, "DLH1* ", ""},
-        {"its option was yesterday, before this time", one(dlh("DLH1", {20}, 2)), {}, "DLH1* ", ""},
-        {"its option was yesterday, after this time", one(dlh("DLH1", {21}, 2), {2, 21}), {}, "", ""},
-        {"of a week any day",
-         [&] {
-             par::WEEK.value = true;
-             one(dlh("DLH1", {18}, 5))();
-         },
-         {},
-         "",
-         ""},
-        {"the real one is reported", one(dlh("DLH1", {18})), {"DLH1"}, "DLH1* ", ""},
-        {"the option of a newer one", one(dlh("DLH7", {19})), {}, "DLH1* ", "1 DLH7 1, "},
-        {"an option out of use counts again",
-         [&] {
-             one(dlh("DLH7", {19}))();
-             stands[0].options[0].optIndex = 0;
-         },
-         {},
-         "DLH1* ",
+        {"its option still speaks for it", itsOwn, nobody, "", ""},
+        {"another option of its kind, too", one(dlh("", {5})), nobody, "", ""},
+        {"its option is of another day", one(dlh("DLH1", {18}, 5)), nobody, "DLH1* ", ""},
+        {"its option was yesterday, before this time", one(dlh("DLH1", {20}, 2)), nobody, "DLH1* ", ""},
+        {"its option was yesterday, after this time", one(dlh("DLH1", {21}, 2), {2, 21}), nobody, "", ""},
+        {"of a week any day", both(sets(par::WEEK.value, true), one(dlh("DLH1", {18}, 5))), nobody, "", ""},
+        {"the real one is reported", itsOwn, Reported{"DLH1"}, "DLH1* ", ""},
+        {"the option of a newer one", newer, nobody, "DLH1* ", "1 DLH7 1, "},
+        {"an option out of use counts again", both(newer, outOfUse), nobody, "DLH1* ", "1 DLH7 1, "},
+        {"the option of an older one", older, nobody, "", ""},
+        {"the option of one as old", asOld, nobody, "", ""},
+        {"newer over the end of the week", both(monday, one(dlh("DLH7", {0}, 1), {7, 47})), nobody, "DLH1* ",
          "1 DLH7 1, "},
-        {"the option of an older one", one(dlh("DLH7", {17})), {}, "", ""},
-        {"the option of one as old", one(dlh("DLH7", {18})), {}, "", ""},
-        {"newer over the end of the week",
-         [&] {
-             setHhNow({1, 1});
-             one(dlh("DLH7", {0}, 1), {7, 47})();
-         },
-         {},
-         "DLH1* ",
-         "1 DLH7 1, "},
-        {"a newer one next door that leaves no room", [&] { nextDoor("DLH7", {19}); }, {}, "DLH1* ", "2 DLH7 1, "},
-        {"an older one", [&] { nextDoor("DLH7", {17}); }, {}, "", ""},
-        {"itself, on its departure", [&] { nextDoor("DLH2", {19}); }, {}, "", ""},
-        {"its stand is the user's, so the newer one cannot come",
-         [&] {
-             reservedStand = "S1";
-             one(dlh("DLH7", {19}))();
-         },
-         {},
-         "",
+        {"a newer one next door that leaves no room", nextDoor("DLH7", {19}), nobody, "DLH1* ", "2 DLH7 1, "},
+        {"an older one", nextDoor("DLH7", {17}), nobody, "", ""},
+        {"itself, on its departure", nextDoor("DLH2", {19}), nobody, "", ""},
+        {"its stand is the user's, so the newer one cannot come", both(sets(reservedStand, "S1"), newer), nobody, "",
          ""},
-        {"no stand",
-         [&] {
-             addParked(0, "DLH1", {3, 18});
-         },
-         {},
-         "DLH1* ",
-         ""},
-        {"its departure is not next", pair({18, 19, 20, 21}), {}, "", ""},
-        {"its departure is next", pair({18, 19, 20}), {}, "DLH1* ", "1 DLH1 18, "},
-        {"its departure is next, and only one is wanted",
-         [&] {
-             par::CUSTOM_MAX_PARK.value = 1;
-             pair({18, 19, 20})();
-         },
-         {},
-         "DLH1* ",
-         "1 DLH1 18, "},
-        {"its departure is tomorrow",
-         [&] {
-             pair({45, 46, 47}, {3, 47})();
-             addOption(stands[0], dlh("", {0}, 4));
-         },
-         {},
-         "",
-         ""},
-        {"its departure is reported", pair({18, 19, 20}), {"DLH2"}, "DLH1* ", ""},
+        {"no stand", onNoStand, nobody, "DLH1* ", ""},
+        {"its departure is not next", pair({18, 19, 20, 21}), nobody, "", ""},
+        {"its departure is next", next, nobody, "DLH1* ", "1 DLH1 18, "},
+        {"its departure is next, and only one is wanted", both(sets(par::CUSTOM_MAX_PARK.value, 1), next), nobody,
+         "DLH1* ", "1 DLH1 18, "},
+        {"its departure is tomorrow", both(pair({45, 46, 47}, {3, 47}), tomorrow), nobody, "", ""},
+        {"its departure is reported", next, Reported{"DLH2"}, "DLH1* ", ""},
     };
     for (const Row& row : rows) {
         prepare();
@@ -458,33 +386,29 @@ TEST_F(RenewalTest, LiveAircraftStayForATime) {
                 addOption(stand, dlh("C" + stand.id, {20}));
         live.push_back({.hexid = 0x400006, .sid = 2, .parked = false});
     };
-    using Hexids = std::vector<std::uint32_t>;
-    parkAll();
-    renewParking({});
-    EXPECT_EQ(liveRemoved, (Hexids{0x400002, 0x400004}));
+    const auto removed = [&] {
+        parkAll();
+        renewParking({});
+        std::string text;
+        for (const std::uint32_t hexid : liveRemoved)
+            text += std::to_string(hexid - 0x400000) + " ";
+        return text;
+    };
+    EXPECT_EQ(removed(), "2 4 ");
     EXPECT_EQ(planned(), "2 CS2 0, 4 CS4 0, ") << "only on stands of nobody";
-    parkAll();
     par::INITIAL_LOAD_ONLY.value = true;
-    renewParking({});
-    EXPECT_EQ(liveRemoved, Hexids{});
+    EXPECT_EQ(removed(), "");
     par::CUSTOM_MAX_PARK.value = 0;
     stands[0].liveOnIt = true;
-    parkAll();
-    renewParking({});
-    EXPECT_EQ(liveRemoved, Hexids{}) << "only static ones are not wanted";
+    EXPECT_EQ(removed(), "") << "only static ones are not wanted";
     EXPECT_FALSE(stands[0].liveOnIt);
     par::CUSTOM_MAX_PARK.value = 1;
-    parkAll();
-    renewParking({});
-    EXPECT_EQ(liveRemoved, (Hexids{0x400004, 0x400003, 0x400002, 0x400001}))
-        << "no stay is too long, but they are many";
+    EXPECT_EQ(removed(), "4 3 2 1 ") << "no stay is too long, but they are many";
     par::INITIAL_LOAD_ONLY.value = false;
-    parkAll();
-    renewParking({});
-    EXPECT_EQ(liveRemoved, (Hexids{0x400002, 0x400004, 0x400003, 0x400001})) << "the longest standing first";
+    EXPECT_EQ(removed(), "2 4 3 1 ") << "the longest standing first";
     EXPECT_TRUE(
         program.logHas("Parking adjustments: 2 more live ac than wanted\nlive parked label4194307 at S3 removed\n"));
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "core/byte_reader.h"
+#include "thrown.h"
 
 #include <gtest/gtest.h>
 #include <limits>
 #include <optional>
 #include <random>
-#include <string>
-#include <vector>
 
 namespace kes {
 namespace {
@@ -87,12 +86,8 @@ TEST(ByteReader, FloatsAndThePlaceOfAFaultInANestedPiece) {
     EXPECT_EQ(cursor.f32(), 1.5f);
     EXPECT_EQ(cursor.f64(), -2.5);
     EXPECT_EQ(ByteReader().part(0, 0).size(), 0u);
-    try {
-        ByteReader(bytes, 1000).part(4, 12).from(8).u64(0);
-        ADD_FAILURE();
-    } catch (const MissingBytes& e) {
-        EXPECT_STREQ(e.what(), "8 bytes at 1012 reach beyond the end at 1016");
-    }
+    EXPECT_EQ(test::thrownBy([&] { ByteReader(bytes, 1000).part(4, 12).from(8).u64(0); }),
+              "8 bytes at 1012 reach beyond the end at 1016");
 }
 
 } // namespace

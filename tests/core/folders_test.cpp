@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "core/errors.h"
 #include "support.h"
+#include "thrown.h"
 
 #include <cstdlib>
 
@@ -11,17 +11,10 @@ namespace fs = std::filesystem;
 
 TEST(Folders, AFreshStartMakesTheTreeButNotTheInput) {
     const test::ProgramFolder folder;
-    EXPECT_THROW(
-        {
-            try {
-                createFolders();
-            } catch (const fs::filesystem_error& refused) {
-                EXPECT_EQ(refused.path1(), path::myRegcodes);
-                EXPECT_NE(std::string(refused.what()).find("create_directory"), std::string::npos);
-                throw;
-            }
-        },
-        fs::filesystem_error);
+    EXPECT_THROW(createFolders(), fs::filesystem_error);
+    const std::string refused = test::thrownBy(createFolders);
+    EXPECT_NE(refused.find("create_directory"), std::string::npos) << refused;
+    EXPECT_NE(refused.find("[" + path::myRegcodes.string() + "]"), std::string::npos) << refused;
     EXPECT_TRUE(fs::is_directory("airports/my_thirdparty")) << "all in front of the failing one stand";
     EXPECT_FALSE(fs::exists("input"));
     fs::create_directory("input");
@@ -35,19 +28,11 @@ TEST(Folders, AFreshStartMakesTheTreeButNotTheInput) {
 TEST(Folders, ErrorsTellTheStepThatFailed) {
     const test::ProgramFolder folder;
     std::ofstream("output") << "a file in the way";
-    const auto what = [] {
-        try {
-            createFolders();
-        } catch (const fs::filesystem_error& refused) {
-            return std::string(refused.what());
-        }
-        return std::string();
-    };
     // What lies below a file can neither be there nor be made.
-    EXPECT_NE(what().find("create_directory"), std::string::npos);
+    EXPECT_NE(test::thrownBy(createFolders).find("create_directory"), std::string::npos);
     fs::remove("output");
     fs::create_symlink("output", "output"); // a link onto itself has no status
-    EXPECT_NE(what().find("status"), std::string::npos);
+    EXPECT_NE(test::thrownBy(createFolders).find("status"), std::string::npos);
 }
 
 TEST(Folders, CountsFilesOnly) {
@@ -69,15 +54,8 @@ TEST(Folders, OneThatCannotBeEmptiedIsAUserError) {
     emptyFolder("full");
     EXPECT_TRUE(std::filesystem::is_empty("full"));
     // Nobody, not even root, removes a file there.
-    for (const char* folder : {"/proc/self/fdinfo", "nowhere"}) {
-        try {
-            emptyFolder(folder);
-            ADD_FAILURE() << folder;
-        } catch (const nwk::UserErrorException& e) {
-            EXPECT_EQ(e.number, 5u);
-            EXPECT_EQ(std::string(e.what()).substr(0, 21), "5: filesystem error: ") << e.what();
-        }
-    }
+    for (const char* folder : {"/proc/self/fdinfo", "nowhere"})
+        EXPECT_EQ(test::thrownBy([&] { emptyFolder(folder); }).substr(0, 21), "5: filesystem error: ") << folder;
 }
 
 TEST(Folders, UserDataLiesInTheRoamingFolder) {

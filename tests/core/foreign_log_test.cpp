@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "core/clock.h"
 #include "core/foreign_log.h"
-#include "core/log.h"
 #include "support.h"
-
-#include <gtest/gtest.h>
-#include <sstream>
-#include <vector>
 
 namespace kes {
 namespace {

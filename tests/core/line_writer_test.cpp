@@ -8,12 +8,8 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <optional>
-#include <sstream>
 #include <sys/stat.h>
-#include <unistd.h>
-#include <vector>
 
 namespace kes {
 namespace {
@@ -132,13 +128,20 @@ TEST_F(PipeTest, AReaderThatGoesIsAnErrorAndNoSignal) {
     EXPECT_EQ(writer.trouble(), platform::outputErrorText(EPIPE));
 }
 
-TEST(LineWriter, AFullDiskCostsItsLinesAndSaysHowManyOnce) {
+/// Writes to the file out.txt.
+struct FileTest : testing::Test {
     const test::ProgramFolder folder;
-    platform::surviveFailedWrites();
-    platform::Output file;
-    std::string error;
-    ASSERT_TRUE(file.open("out.txt", error)) << error;
-    LineWriter writer(std::move(file), {100000, "test"}, missing);
+    static platform::Output opened() {
+        platform::surviveFailedWrites();
+        platform::Output file;
+        std::string error;
+        EXPECT_TRUE(file.open("out.txt", error)) << error;
+        return file;
+    }
+    LineWriter writer{opened(), {100000, "test"}, missing};
+};
+
+TEST_F(FileTest, AFullDiskCostsItsLinesAndSaysHowManyOnce) {
     std::optional<test::FullDisk> full(25);
     for (int i = 0; i < 5; ++i) // the second line breaks off, the others do not come at all
         writer.write("", "fifteen letters");
@@ -158,13 +161,7 @@ TEST(LineWriter, AFullDiskCostsItsLinesAndSaysHowManyOnce) {
               "fifteen letters\nfifteen l\n<7 " + platform::outputErrorText(EFBIG) + ">\nroom again\nand more\n");
 }
 
-TEST(LineWriter, WhatWasLostIsToldAtTheEndAtTheLatest) {
-    const test::ProgramFolder folder;
-    platform::surviveFailedWrites();
-    platform::Output file;
-    std::string error;
-    ASSERT_TRUE(file.open("out.txt", error)) << error;
-    LineWriter writer(std::move(file), {1000, "test"}, missing);
+TEST_F(FileTest, WhatWasLostIsToldAtTheEndAtTheLatest) {
     std::optional<test::FullDisk> full(0);
     writer.write("", "none");
     EXPECT_TRUE(writer.flush(10000));

@@ -9,12 +9,7 @@
 #include "window_backend.h"
 
 #include <algorithm>
-#include <functional>
-#include <gtest/gtest.h>
 #include <pugixml.hpp>
-#include <string>
-#include <thread>
-#include <vector>
 
 namespace kes {
 namespace {
@@ -97,12 +92,8 @@ TEST_F(ParametersTest, AFirstStartBuildsTheFileInTheFixedOrder) {
     for (const pugi::xml_node node : document.child("parameters").children("parameter"))
         names.push_back(node.attribute("name").value());
     ASSERT_EQ(names.size(), 59u);
-    EXPECT_EQ(names.front(), "RANDOM");
-    EXPECT_EQ(names[25], "GUID_CHANGES");
-    EXPECT_EQ(names[26], "CUSTOM_PARKING_PERCENTAGE");
-    EXPECT_EQ(names[32], "MATCHING_DEPTH");
-    EXPECT_EQ(names[41], "PROGRAM_VERSION");
-    EXPECT_EQ(names.back(), "BLOCK_CALLSIGN");
+    EXPECT_EQ(names[0] + " " + names[25] + " " + names[26] + " " + names[32] + " " + names[41] + " " + names[58],
+              "RANDOM GUID_CHANGES CUSTOM_PARKING_PERCENTAGE MATCHING_DEPTH PROGRAM_VERSION BLOCK_CALLSIGN");
     EXPECT_EQ(stored("PROGRAM_VERSION"), "") << "the version step of the next start stores it";
     for (const char* unsaved : {"ALL_INSTALL_PATH", "CALLSIGN_2_OBJECTID", "parking_percentage", "MAX_FIT_FL"})
         EXPECT_EQ(stored(unsaved), "(none)") << unsaved;
@@ -174,10 +165,8 @@ TEST_F(ParametersTest, EntriesAreTakenByTheRules) {
         setParameterDefaults();
         writeWith(row.inside);
         readParameters();
-        for (const StoredParameter& entry : storedParameters())
-            if (entry.name() == row.name) {
-                EXPECT_EQ(entry.valueText(), row.value) << row.inside;
-            }
+        const auto entry = std::ranges::find(storedParameters(), row.name, &StoredParameter::name);
+        EXPECT_EQ(entry->valueText(), row.value) << row.inside;
         EXPECT_EQ(stored(row.name), row.inFile) << row.inside;
         EXPECT_TRUE(folder.logHas(std::string(row.name) + "=" + row.value + "\n")) << row.inside;
     }
@@ -237,10 +226,9 @@ TEST_F(ParametersTest, ADamagedFileIsKeptAsideUnderANameOfItsOwn) {
     readParameters();
     const std::string whole = test::readFile(file);
     std::string deep;
-    for (int i = 0; i < 200000; ++i)
-        deep += "<a>";
-    for (int i = 0; i < 200000; ++i)
-        deep += "</a>";
+    for (const char* tag : {"<a>", "</a>"})
+        for (int i = 0; i < 200000; ++i)
+            deep += tag;
     std::string binary = "<parameters>";
     for (int i = 0; i < 4000; ++i)
         binary += static_cast<char>(i * 7 % 256);
@@ -409,12 +397,10 @@ TEST_F(ParametersTest, AReadSetsTheBoxesAndWhatFollowsFromTheValues) {
     EXPECT_EQ(MAX_FIT_FL, 5.5F);
     EXPECT_EQ(rangeNm, 100.0F);
     EXPECT_EQ(rangeMetres, 185200);
-    EXPECT_EQ(window.shown().boxes[32818], "100");
-    EXPECT_EQ(window.shown().boxes[32848], "30");
-    EXPECT_EQ(window.shown().boxes[32855], "5.5");
-    EXPECT_EQ(window.shown().boxes[32854], "x");
-    EXPECT_EQ(window.shown().boxes[32852], "");
-    EXPECT_EQ(window.shown().boxes[32828], "DLH4C");
+    std::string boxes;
+    for (const int id : {32818, 32848, 32855, 32854, 32852, 32828})
+        boxes += window.shown().boxes[static_cast<std::uint16_t>(id)] + "|";
+    EXPECT_EQ(boxes, "100|30|5.5|x||DLH4C|");
     fs::remove(file);
     readParameters();
     EXPECT_EQ(window.shown().boxes[32818], "40") << "defaults reach the boxes as well";

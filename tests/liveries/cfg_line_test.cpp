@@ -24,13 +24,9 @@ const std::vector<std::string> keys{"title",  "texture",      "base_container", 
 
 std::optional<std::string> keyOracle(const std::string& line, const std::string& key) {
     static std::map<std::string, std::regex> made;
-    const auto found = made.find(key);
-    const std::regex& expression =
-        found != made.end()
-            ? found->second
-            : made.emplace(key, std::regex("\\s*(" + key + ")\\s*=\\s*(.*\\S)\\s*", flags)).first->second;
+    const auto added = made.try_emplace(key, "\\s*(" + key + ")\\s*=\\s*(.*\\S)\\s*", flags);
     std::smatch match;
-    if (!std::regex_match(line, match, expression))
+    if (!std::regex_match(line, match, added.first->second))
         return {};
     return match[2].str();
 }
@@ -43,42 +39,15 @@ std::string headerOracle(const std::string& line) {
 
 /// A line of pieces that matter, so that matches and near misses are both frequent.
 std::string randomLine(std::mt19937& random) {
-    static const std::vector<std::string> pieces{" ",
-                                                 "\t",
-                                                 "\r",
-                                                 "\v",
-                                                 "=",
-                                                 "==",
-                                                 "title",
-                                                 "Title",
-                                                 "TITLE",
-                                                 "ui_",
-                                                 "atc_id",
-                                                 "ATC_ID",
-                                                 "icao_airline",
-                                                 "\"",
-                                                 "\"\"",
-                                                 "x",
-                                                 "a b",
-                                                 "[",
-                                                 "]",
-                                                 "[fltsim.",
-                                                 "[FLTSIM.",
-                                                 "[FltSim.",
-                                                 "0",
-                                                 "12",
-                                                 ".",
-                                                 ";",
-                                                 "//",
-                                                 "\xFC",
-                                                 "\xC3\xA9",
-                                                 "texture",
-                                                 "base_container",
-                                                 std::string(1, '\0')};
+    using namespace std::string_view_literals;
+    static const auto pieces =
+        split(" |\t|\r|\v|=|==|title|Title|TITLE|ui_|atc_id|ATC_ID|icao_airline|\"|\"\"|x|a b|[|]|[fltsim.|"
+              "[FLTSIM.|[FltSim.|0|12|.|;|//|\xFC|\xC3\xA9|texture|base_container|\0"sv,
+              '|');
+    static const auto starts = split("title=|[fltsim.1| [FLTSIM.0]| atc_id|icao_airline =", '|');
     std::string line;
     if (random() % 3 == 0) // near a match
-        line =
-            std::vector<std::string>{"title=", "[fltsim.1", " [FLTSIM.0]", " atc_id", "icao_airline ="}[random() % 5];
+        line = starts[random() % starts.size()];
     const auto count = random() % 6;
     for (unsigned i = 0; i < count; ++i)
         line += pieces[random() % pieces.size()];

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
-// The search for a livery: a table of what it must give, and the same rules once more, slowly, over all records.
+// The search for a livery against the same rules once more, slowly, over all records.
 #include "store_folder.h"
 
 #include <algorithm>
 #include <numeric>
-#include <optional>
 #include <random>
 #include <set>
 
@@ -22,54 +21,7 @@ struct Matching : StoreFolder {
         a.category = categoryOf(model);
         return a;
     }
-    static std::string match(AiAircraft a, int depth) {
-        par::MATCHING_DEPTH.value = depth;
-        const int step = matchLive(a);
-        return step == 0 ? std::string("-") : fmt::format("{}:{}", step, a.title);
-    }
 };
-
-TEST_F(Matching, GoesAsFarAsTheDepthAllows) {
-    par::RANDOM.value = false;
-    putRegcodes("a.txt", "special;D-SPEC\n");
-    text.airframes = {{"D-OPER", "AFR", "A320", "BAW", false}};
-    install({livery("AFR", "A319", "afr 319"), livery("DLH", "A320", "dlh 320"), livery("DLH", "A320", "special"),
-             livery("DLH", "B77W", "dlh 77w"), livery("FDX", "B77W", "fdx freight", "", true),
-             livery("ZZZ", "A321", "any 321"), livery("ZZZ", "C172", "any 172"), livery("BAW", "C25A", "baw jet"),
-             livery("PVT", "P28A", "piper"), livery("DLH", "A332", "reg livery", "D-AIXX"),
-             livery("AFR", "F16", "falcon")});
-    struct Row {
-        AiAircraft a;
-        std::array<std::string, 4> wanted; ///< by depth from 1
-    };
-    const std::vector<Row> table{
-        {aircraft("DLH", "A332", "D-AIXX"), {"1:reg livery", "1:reg livery", "1:reg livery", "1:reg livery"}},
-        {aircraft("AFR", "C172", "D-SPEC"), {"1:special", "1:special", "1:special", "1:special"}},
-        {aircraft("DLH", "A320"), {"-", "2:dlh 320", "2:dlh 320", "2:dlh 320"}},
-        {aircraft("PVT", "C172"), {"-", "4:any 172", "4:any 172", "4:any 172"}},
-        {aircraft("PVT", "P28A"), {"-", "2:piper", "2:piper", "2:piper"}},
-        {aircraft("BAW", "A320", "D-OPER"), {"-", "-", "-", "-"}},
-        {aircraft("AFR", "A320", "D-OPER"), {"-", "-", "3:afr 319", "3:afr 319"}},
-        {aircraft("AFR", "A321"), {"-", "-", "3:afr 319", "3:afr 319"}},
-        {aircraft("BAW", "A321"), {"-", "-", "-", "4:any 321"}},
-        {aircraft("", "A321"), {"-", "-", "-", "4:any 321"}},
-        {aircraft("DLH", "B738"), {"-", "-", "-", "-"}}, // the similar one is of another category
-        {aircraft("AFR", "C25A"), {"-", "-", "5:baw jet", "5:baw jet"}},
-        {aircraft("AFR", "C680"), {"-", "-", "6:baw jet", "6:baw jet"}},
-        {aircraft("DLH", "DA40"), {"-", "-", "6:any 172", "6:any 172"}},
-        {aircraft("DLH", "B77W", "", true), {"-", "2:dlh 77w", "2:dlh 77w", "2:dlh 77w"}},
-        {aircraft("FDX", "B77W"), {"-", "-", "-", "-"}},
-        {aircraft("DLH", "F16"), {"-", "-", "-", "-"}},
-        {aircraft("AFR", "C25A", "", true), {"-", "-", "-", "-"}}, // steps 5 and 6 take freighters only
-        {aircraft("QQQ", "ZZZZ"), {"-", "-", "6:any 172", "6:any 172"}},
-    };
-    for (const Row& row : table) {
-        for (int depth = 1; depth <= 4; ++depth) {
-            EXPECT_EQ(match(row.a, depth), row.wanted[static_cast<std::size_t>(depth - 1)])
-                << row.a.airline << " " << row.a.model << " " << row.a.regcode << " depth " << depth;
-        }
-    }
-}
 
 TEST_F(Matching, RefusedTitlesCountForNothing) {
     par::RANDOM.value = false;

@@ -12,6 +12,7 @@
 #include "pipe_guard.h"
 #include "platform/zip.h"
 #include "reference_text.h"
+#include "thrown.h"
 
 namespace kes::test {
 namespace {
@@ -51,11 +52,9 @@ struct LiveryScan : testing::Test {
         std::string text = "[GENERAL]\nicao_type_designator=" + model + "\n";
         int number = 0;
         for (const std::string& livery : liveries) {
-            std::istringstream words(livery);
-            std::string airline, title, regcode;
-            words >> airline >> title >> regcode;
-            text +=
-                fmt::format("[fltsim.{}]\ntitle={}\nicao_airline={}\natc_id={}\n", number++, title, airline, regcode);
+            const auto parts = words(livery);
+            text += fmt::format("[fltsim.{}]\ntitle={}\nicao_airline={}\natc_id={}\n", number++, parts.at(1),
+                                parts.at(0), parts.size() > 2 ? parts[2] : "");
         }
         std::ofstream(folder / name, std::ios::binary) << text;
     }
@@ -65,14 +64,6 @@ struct LiveryScan : testing::Test {
             all += fmt::format("{}/{}/{}{}{} ", l.airline, l.model, l.title, l.regcode.empty() ? "" : "/" + l.regcode,
                                l.cargo ? "/cargo" : "");
         return all;
-    }
-    static std::uint32_t errorOf(const std::function<void()>& act) {
-        try {
-            act();
-        } catch (const nwk::UserErrorException& e) {
-            return e.number;
-        }
-        return 0;
     }
 };
 
@@ -202,10 +193,10 @@ TEST_F(LiveryScan, RunsOnceAndTellsInPlainWordsWhatItFound) {
 TEST_F(LiveryScan, RefusesToStartWithNothing) {
     par::SCAN_LIVERIES.value = true;
     par::LIG_AUTOMATIC.value = false;
-    EXPECT_EQ(errorOf(scanLiveries), 48u);
+    EXPECT_EQ(errorOf(scanLiveries), "48");
     fs::create_directories("empty/with-airport");
     par::lfolder[3].set("empty");
-    EXPECT_EQ(errorOf(scanLiveries), 53u);
+    EXPECT_EQ(errorOf(scanLiveries), "53");
     EXPECT_TRUE(program.logHas("No liveries found in empty\n"));
     EXPECT_TRUE(
         program.logHas("No livery in \"empty\": there is no aircraft.cfg in it (1 folder of airports and other scenery "
@@ -213,7 +204,7 @@ TEST_F(LiveryScan, RefusesToStartWithNothing) {
     EXPECT_EQ(readouts.liveries, 0);
     put("empty/stubs", {"DLH b-STUB", "RFO a"});
     put("empty/other", {"QQQ c"});
-    EXPECT_EQ(errorOf(scanLiveries), 53u);
+    EXPECT_EQ(errorOf(scanLiveries), "53");
     EXPECT_EQ(readFile("output/info/LiveriesNotUsed.txt"),
               "empty/stubs/aircraft.cfg [fltsim.0] \"b-STUB\": a stub, left out while SUPPRESS_STUB is on\n"
               "empty/stubs/aircraft.cfg [fltsim.1] \"a\": its airline code RFO is never shown\n");
@@ -222,13 +213,13 @@ TEST_F(LiveryScan, RefusesToStartWithNothing) {
     EXPECT_TRUE(program.logHas("2 files, sections and titles left out, see output/info/LiveriesNotUsed.txt\n"));
     EXPECT_FALSE(program.logHas("No errors")) << program.logText();
     par::LIG_AUTOMATIC.value = true;
-    EXPECT_EQ(errorOf(scanLiveries), 43u) << "no install path";
+    EXPECT_EQ(errorOf(scanLiveries), "43") << "no install path";
     EXPECT_FALSE(fs::exists("output/info/LiveriesNotUsed.txt")) << "of the scan before";
     par::MSFS_2020.value = true;
     par::MSFS_INSTALL_PATH.set((fs::current_path() / "packages").string());
-    EXPECT_EQ(errorOf(scanLiveries), 43u) << "no Community folder";
+    EXPECT_EQ(errorOf(scanLiveries), "43") << "no Community folder";
     fs::create_directories("packages/Community/a-livery");
-    EXPECT_EQ(errorOf(scanLiveries), 43u);
+    EXPECT_EQ(errorOf(scanLiveries), "43");
     EXPECT_TRUE(program.logHas("holds none of the packages that the automatic scan knows"));
     EXPECT_TRUE(par::SCAN_LIVERIES) << "a scan that found nothing is tried again";
 }
@@ -271,7 +262,7 @@ TEST_F(LiveryScan, SkipsWhatIsNoFileAndWhatIsTooLong) {
               "packs/long/aircraft.cfg has more than 8388608 bytes, skipped\n");
     fs::remove(path::liveriesScanned);
     const PipeGuard list(path::liveriesScanned);
-    EXPECT_EQ(errorOf([] { (void)readLiveriesScanned(); }), 51u);
+    EXPECT_EQ(errorOf(readLiveriesScanned), "51");
 }
 
 TEST_F(LiveryScan, StopsWhenTheRunIsClosed) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The real packages and odd cases beside the project, against what an independent prototype says of them.
 #include "core/parameters.h"
+#include "core/text.h"
 #include "liveries/aircraft_cfg.h"
 #include "liveries/scan.h"
 #include "liveries/store.h"
@@ -8,10 +9,8 @@
 #include "reference_text.h"
 #include "support.h"
 
-#include <map>
 #include <nlohmann/json.hpp>
 #include <set>
-#include <sstream>
 
 namespace kes::test {
 namespace {
@@ -36,17 +35,10 @@ std::string latin1(const std::string& text) {
     return bytes;
 }
 
-std::string lower(std::string_view text) {
-    std::string out(text);
-    for (char& c : out)
-        c = static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
-    return out;
-}
-
 /// Headers are compared without what stands around the brackets and without case.
 std::string headerKey(std::string_view header) {
     const auto begin = header.find('['), end = header.rfind(']');
-    return begin == std::string_view::npos ? std::string(header) : lower(header.substr(begin, end - begin + 1));
+    return begin == std::string_view::npos ? std::string(header) : upper(header.substr(begin, end - begin + 1));
 }
 
 const std::map<std::string, SectionFate> fates{{"silent-stub", SectionFate::stub},
@@ -67,11 +59,6 @@ struct SharedLiveries : testing::Test {
     fs::path data = fs::path(KES_SOURCE_DIR) / ".." / "shared" / "data" / "liveries";
     json expected;
     TextSet dontUse;
-    std::map<std::string, AircraftCategory> categories{{"large", AircraftCategory::large},
-                                                       {"heavy", AircraftCategory::heavy},
-                                                       {"buzjet", AircraftCategory::buzjets},
-                                                       {"rotor", AircraftCategory::rotorcraft},
-                                                       {"highperf", AircraftCategory::highPerf}};
 
     void SetUp() override {
         if (!fs::exists(data / "expected.json"))
@@ -81,7 +68,12 @@ struct SharedLiveries : testing::Test {
         const json known = json::parse(readFile(data / "refdata.json"));
         ReferenceText text;
         text.otherTypes = known["types"].get<std::vector<std::string>>();
-        for (const auto& [name, category] : categories)
+        using enum AircraftCategory;
+        for (const auto& [name, category] : {std::pair("large", large),
+                                             {"heavy", heavy},
+                                             {"buzjet", buzjets},
+                                             {"rotor", rotorcraft},
+                                             {"highperf", highPerf}})
             text.types[category] = known[name].get<std::vector<std::string>>();
         text.airlines = known["airlines"].get<std::vector<std::string>>();
         for (const auto& [wrong, correct] : known["fixes"].items())
@@ -213,18 +205,14 @@ TEST_F(SharedLiveries, WholeScansGiveTheSameLists) {
         std::istringstream rows(readFile(data / fmt::format("scan-{}.tsv", name)));
         std::size_t wanted = 0, open = 0, different = 0;
         for (std::string line; std::getline(rows, line); ++wanted) {
-            std::vector<std::string> fields{""};
-            for (const char c : line) {
-                if (c == '\t')
-                    fields.emplace_back();
-                else if (c != '\r')
-                    fields.back() += c;
-            }
+            const std::string_view all = line;
+            auto fields = split(all.substr(0, all.find('\r')), '\t');
             fields.resize(6);
-            const auto found = got.find(unhex(fields[3]));
+            const std::string title = unhex(std::string(fields[3]));
+            const auto found = got.find(title);
             const std::string have = found == got.end() ? "nothing" : found->second;
             const std::string want =
-                fmt::format("{}\t{}\t{}\t{}\t{}", fields[0], fields[1], fields[2], unhex(fields[3]), fields[4]);
+                fmt::format("{}\t{}\t{}\t{}\t{}", fields[0], fields[1], fields[2], title, fields[4]);
             open += fields[5] == "?";
             if ((fields[5] == "?" ? found == got.end() : have != want) && ++different <= 5)
                 ADD_FAILURE() << "wanted " << want << "\n got " << have;
@@ -232,11 +220,8 @@ TEST_F(SharedLiveries, WholeScansGiveTheSameLists) {
         EXPECT_EQ(wanted, list.size());
         EXPECT_LT(open, 100u);
         EXPECT_EQ(different, 0u);
-        std::istringstream conversions(readFile("output/info/AirlineModelConversions.txt"));
-        std::size_t lines = 0;
-        for (std::string line; std::getline(conversions, line);)
-            lines += !line.empty();
-        EXPECT_EQ(lines, scan["conversions"].get<std::size_t>());
+        const std::string conversions = readFile("output/info/AirlineModelConversions.txt");
+        EXPECT_EQ(std::ranges::count(conversions, '\n'), scan["conversions"].get<std::ptrdiff_t>());
     }
 }
 

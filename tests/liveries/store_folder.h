@@ -11,6 +11,7 @@
 #include "platform/zip.h"
 #include "reference_text.h"
 #include "support.h"
+#include "thrown.h"
 
 namespace kes::test {
 
