@@ -2,10 +2,8 @@
 #include "airports/park_airports.h"
 #include "content_folder.h"
 #include "feed/traffic_reader.h"
-#include "tools/pack/pack.h"
 
 #include <map>
-#include <pugixml.hpp>
 #include <random>
 
 namespace kes::test {
@@ -37,7 +35,7 @@ TEST(AirportTable, FaultsKeepTheRowsBefore) {
     for (const Case& c : cases) {
         EmptyFolder folder;
         if (c.text)
-            EmptyFolder::write("input/airports_msfs.xml", c.text);
+            putFile("input/airports_msfs.xml", c.text);
         EXPECT_EQ(readAirportTable(), c.rows > 0) << c.line;
         EXPECT_EQ(airportTable.size(), c.rows) << c.line;
         EXPECT_TRUE(folder.logHas(c.line)) << c.line << folder.logText();
@@ -49,38 +47,10 @@ TEST(AirportTable, FaultsKeepTheRowsBefore) {
             EXPECT_EQ(airportTable[1].lon, -5);
             EXPECT_EQ(airportTable[1].iata, "");
         }
-        EmptyFolder::write("input/airports_msfs.xml",
-                           "<airports><airport code='LATE' alt='1' lat='1' lon='1'/></airports>");
+        putFile("input/airports_msfs.xml", "<airports><airport code='LATE' alt='1' lat='1' lon='1'/></airports>");
         EXPECT_EQ(readAirportTable(), c.rows > 0) << "the file is read only once";
         EXPECT_FALSE(findAirport("LATE"));
     }
-}
-
-TEST(AirportTable, ReadsWhatIsPackedOfAPublicList) {
-    EmptyFolder folder;
-    EmptyFolder::write("airports.csv",
-                       "ident,type,name,latitude_deg,longitude_deg,elevation_ft,iata_code,gps_code\n"
-                       "EDDM,large_airport,\"Munich \"\"FJS\"\" & more\",48.353802,11.7861,1487,MUC,EDDM\n"
-                       "DE-0002,small_airport,Feld,-1.5,-0.25,,,EDXX\nEDOO,closed,Gone,1,1,5,,EDOO\n");
-    pack::PackPlan plan;
-    plan.data = dataFolder();
-    plan.out = "updates";
-    plan.ourAirports = "airports.csv";
-    plan.airportsOut = "input";
-    pack::packUpdates(plan);
-    EXPECT_TRUE(readAirportTable()) << folder.logText();
-    ASSERT_EQ(airportTable.size(), 2u);
-    EXPECT_EQ(airportTable[0].code, "EDDM");
-    EXPECT_EQ(airportTable[0].iata, "MUC");
-    EXPECT_EQ(airportTable[0].lat, 48.353802);
-    EXPECT_EQ(airportTable[0].alt, 1487);
-    EXPECT_EQ(airportTable[1].code, "EDXX");
-    EXPECT_EQ(airportTable[1].lon, -0.25);
-    EXPECT_EQ(airportTable[1].alt, 0);
-    pugi::xml_document names;
-    ASSERT_TRUE(names.load_file("input/airports_msfs_names.xml"));
-    const auto named = names.child("AirportNames").find_child_by_attribute("airport", "ICAO", "EDDM");
-    EXPECT_STREQ(named.attribute("name").value(), "Munich \"FJS\" & more");
 }
 
 TEST(AirportTable, NearestAgreesWithBruteForce) {
@@ -162,9 +132,9 @@ TEST(AirportTable, NamesAreThereForAScanOnly) {
     readAirportNames();
     EXPECT_TRUE(airportNames.empty());
     EXPECT_TRUE(folder.logHas("0 airport names read from \"input/airports_msfs_names.xml\""));
-    EmptyFolder::write("input/airports_msfs_names.xml",
-                       "<AirportNames><airport ICAO='EDDM' name='M&amp;nchen'/><airport ICAO='EDDM' name='again'/>"
-                       "<airport ICAO='EGLL' name='Heathrow'/></AirportNames>");
+    putFile("input/airports_msfs_names.xml",
+            "<AirportNames><airport ICAO='EDDM' name='M&amp;nchen'/><airport ICAO='EDDM' name='again'/>"
+            "<airport ICAO='EGLL' name='Heathrow'/></AirportNames>");
     readAirportNames();
     EXPECT_EQ(airportNames.size(), 2u);
     EXPECT_EQ(airportNames.find("EDDM")->second, "M&nchen") << "the first one counts";
@@ -175,7 +145,7 @@ TEST(AirportTable, NamesAreThereForAScanOnly) {
 TEST(ReferenceAirport, IsTheNextOfTheUsersList) {
     ContentFolder content;
     ASSERT_TRUE(readAirportTable());
-    EmptyFolder::write(path::myParkAirports, "EDDM\nKLGA\n");
+    putFile(path::myParkAirports, "EDDM\nKLGA\n");
     ASSERT_TRUE(lf_readMyParkAirports());
     const auto fly = [](double lat, double lon) {
         userAircraft.lat = lat;
