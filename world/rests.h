@@ -28,6 +28,8 @@ public:
     /// Whoever stays within `circleMetres` rests; `leastSeconds` long, or it is not told.
     Rests(double circleMetres, double leastSeconds) : circle_(circleMetres / metresPerNm), least_(leastSeconds) {}
 
+    /// Where somebody is at a time, as in `Rest`; times of one key must not run backwards. Leaving the circle or the
+    /// ground ends a rest.
     void note(std::uint32_t key, std::string_view name, std::string_view title, LatLon at, bool airborne,
               double seconds) {
         const auto [open, isNew] = open_.try_emplace(key);

@@ -34,7 +34,7 @@ extern std::vector<AddonAirport> addonAirports; ///< of the last scan, in the or
 
 /// Lines of the report of a scan, in their order.
 extern std::vector<std::string> scanLog;
-void scanLogLine(std::string_view text);
+void scanLogLine(std::string_view text);            ///< one more, at the end
 void scanLogLines(std::vector<std::string>& lines); ///< all, which are gone then
 
 extern const std::filesystem::path tbloFolder; ///< what may be handed over to those who keep the archive

@@ -48,6 +48,7 @@ double nearestCandidateNm(LatLon user);
 
 /// Name of the stand or airport at a position, degrees; empty when none.
 std::string standNameAt(double lat, double lon);
+/// An empty list, whose order is made anew.
 void resetParkAirports();
 
 } // namespace kes

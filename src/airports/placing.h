@@ -9,6 +9,7 @@ namespace kes {
 void startPlacing();
 /// Flag off, controls on; the next renewal is 19 minutes away.
 void endPlacing();
+/// The flag. Any thread.
 bool placingGoesOn();
 /// Enables or disables the settings of the parking.
 void enableParkControls(bool on);

@@ -27,6 +27,7 @@ void markReserved();
 /// After a re-read: reserves what the list tells now, and clears it of others. What the user is to be told; empty when
 /// nothing has changed.
 std::string reserveAnew();
+/// No stand is reserved any more, and the nearest one is looked for anew.
 void forgetReserved();
 
 /// Learns the stand at which the user's aircraft stood.

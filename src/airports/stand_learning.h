@@ -50,6 +50,7 @@ void lf_searchForCoupledCsAroundThisTime(HhNow now, AiAircraft& aircraft);
 /// filesystem_error "create_directory" when there can be no folder for it.
 void saveLearnedFile();
 
+/// Nothing is noted or counted, and nothing is learned until the next list is loaded.
 void resetStandLearning();
 
 } // namespace kes

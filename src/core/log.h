@@ -38,7 +38,7 @@ void showStatus(std::string_view text, bool alsoLog, std::string_view advice = {
 void clearStatus(); ///< `showStatus` with an empty text
 /// Sets the error line, which then hides every status text until `clearError`. `advice` as above.
 void showError(std::string_view text, std::string_view advice = {});
-void clearError();
+void clearError();        ///< the line is empty then, until the next status text
 std::string statusText(); ///< of the line, also while an error hides it; empty = none
 std::string errorText();  ///< empty = none
 

@@ -32,7 +32,7 @@ struct IntParameter : Parameter {
     std::int32_t defaultValue = 0, minValue = 0, maxValue = 0;
     std::atomic<std::int32_t> value{0};
     operator std::int32_t() const { return value.load(std::memory_order_relaxed); }
-    std::int32_t clamped(std::int64_t wanted) const;
+    std::int32_t clamped(std::int64_t wanted) const; ///< `minValue` to `maxValue`
 };
 
 struct FloatParameter : Parameter {

@@ -53,7 +53,7 @@ void setRange(float nauticalMiles); ///< both, one after the other
 bool requestExit(ExitReason reason, std::int32_t delaySeconds);
 /// Overwrites only the reason (the barrier of the worker does this for a user error). Any thread.
 void setExitReason(ExitReason reason);
-ExitReason exitReason();
+ExitReason exitReason();     ///< `notYetSet` until an end was asked for; any thread
 std::int32_t restartDelay(); ///< seconds, as asked with the reason; 0 = none
 
 /// True when the run is to end: `exitRequested` or `userClosed`.

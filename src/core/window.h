@@ -110,7 +110,7 @@ enum class Readout {
     foundObject
 };
 void setReadout(Readout which, std::string_view text); ///< UTF-8; shown at the next `repaint`
-std::string readoutText(Readout which);
+std::string readoutText(Readout which);                ///< any thread
 
 /// Requests of the user that the main tick reads on its beats.
 struct WindowRequests {

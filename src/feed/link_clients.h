@@ -36,9 +36,9 @@ public:
     /// dropped, and who answered before the newest one that did. Returns the error that ended the served one, `closed`,
     /// or 0 while it lives.
     int hear(int timeoutMs);
-    LinkClient* served(); ///< null when there is none; valid until the next call
-    void dropServed();    ///< closes it; does nothing when there is none
-    void clear() { clients_.clear(); }
+    LinkClient* served();              ///< null when there is none; valid until the next call
+    void dropServed();                 ///< closes it; does nothing when there is none
+    void clear() { clients_.clear(); } ///< closes all
 
 private:
     std::size_t servedIndex() const;

@@ -41,8 +41,8 @@ std::string_view words(SectionFate fate); ///< for a person
 
 /// How far the reading of a file came. A report tells all but the good one.
 enum class FileFate : std::uint8_t { unreadable, noSections, badNumbers, noModel, sectionsRead, failed };
-std::string_view text(FileFate fate);
-std::string_view words(FileFate fate);
+std::string_view text(FileFate fate);  ///< the enumerator's name; empty for another value
+std::string_view words(FileFate fate); ///< for a person
 
 /// A livery of a file; as in `Livery`. All texts are the judgement's.
 struct FoundLivery {
@@ -71,6 +71,7 @@ struct CfgJudgement {
     /// As a fresh one, with the room of the last file.
     void clear();
 };
+/// A copy, which needs the judgement no longer.
 Livery liveryOf(const FoundLivery& found);
 
 /// What the judgement of a file depends on besides the reference data.

@@ -45,7 +45,9 @@ std::span<const CfgLine> withoutTrailingComments(std::span<const CfgLine> sectio
 /// The same where the lines are picked from a section whose text ends at `end`.
 std::span<const CfgLine> withoutTrailingComments(std::span<const CfgLine> picked, const char* end);
 
+/// Notes a section that gives no livery. A fate that its finder does not report itself becomes a line of `notUsed`.
 void drop(CfgJudgement& result, std::string_view header, std::string_view title, SectionFate fate);
+/// A line for one of the reports of the scan.
 void report(CfgJudgement& result, ReportList list, std::string_view line);
 /// The same for a line of these parts, without their making a text first.
 void report(CfgJudgement& result, ReportList list, std::initializer_list<std::string_view> parts);

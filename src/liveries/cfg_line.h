@@ -23,6 +23,7 @@ constexpr bool isSpace(char c) {
 
 namespace cfg {
 
+/// The first place from `at` on without white space, or the end.
 inline std::size_t behindSpace(std::string_view line, std::size_t at) {
     while (at < line.size() && isSpace(line[at]))
         ++at;

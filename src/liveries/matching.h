@@ -34,6 +34,7 @@ std::size_t refusedTitleCount();
 bool isRefused(std::string_view title);
 void resetMatching(); ///< counters and refusals; see `resetLiveries`
 
+/// Matches per step and what the simulator refused, into the log.
 void writeMatchingSummary();
 
 } // namespace kes

@@ -16,6 +16,7 @@ struct FolderSummary {
     std::size_t withoutAirline = 0;                                                    ///< sections, as all below
     std::size_t incomplete = 0, leftOut = 0, repeatedTitles = 0;
 
+    /// Counts a file that was judged, and so many liveries of it that no file before had.
     void add(const CfgJudgement& judgement, std::size_t newLiveries);
 };
 

@@ -28,6 +28,7 @@ struct LiveryTables {
     TextMap<TextMap<std::vector<std::string>>> similarByAirline; ///< airline, model to similar models of that airline
     std::vector<std::string> lightModels, buzjetModels, rotorModels; ///< installed models, sorted
 };
+/// Empty before `processScannedLiveries`; what is in them is valid until `resetLiveries`.
 const LiveryTables& liveryTables();
 
 /// Room for the tables; the first call of the process counts. Called at the start of each run.
@@ -38,13 +39,13 @@ void processScannedLiveries();
 /// Forgets everything, refusals and counters included, so that the next run reads the tables anew: after a change of
 /// the simulator or for a new scan. Views of titles that are still held die; only between two runs.
 void resetLiveries();
-std::size_t liveryCount();
+std::size_t liveryCount(); ///< of the file that the tables were built from
 
 /// The stored view of a title, or an empty view.
 std::string_view findTitle(std::string_view title);
-bool hasLivery(std::string_view airline, std::string_view model);
-bool hasModel(std::string_view model); ///< under any airline, passenger or cargo
-bool isSpecial(std::string_view title);
+bool hasLivery(std::string_view airline, std::string_view model); ///< passenger or cargo
+bool hasModel(std::string_view model);                            ///< under any airline, passenger or cargo
+bool isSpecial(std::string_view title);                           ///< only its own registration may get it
 /// The titles of a list of `byAirlineModel` or `byModel` that are not special, in its order.
 const Titles& openTitles(const Titles& list);
 

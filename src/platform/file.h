@@ -34,7 +34,7 @@ public:
     /// Up to `size` bytes from where the last call ended. Their number, 0 at the end, negative after a failure.
     std::int64_t read(void* bytes, std::size_t size);
     bool seek(std::uint64_t position); ///< from the begin
-    void close();
+    void close();                      ///< harmless when none is open
 
 private:
     friend class Folder;

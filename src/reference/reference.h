@@ -50,8 +50,8 @@ const ReferenceData& referenceData(); ///< empty until a document was read; vali
 /// Empty tables, as at process start. For tests and tools.
 void resetReference();
 
-bool modelExists(std::string_view code); ///< in upper case, as all codes here; false for an empty one
-bool airlineExists(std::string_view code);
+bool modelExists(std::string_view code);            ///< in upper case, as all codes here; false for an empty one
+bool airlineExists(std::string_view code);          ///< as it stands in the list, in its case
 AircraftCategory categoryOf(std::string_view code); ///< Light for a code in no list
 double wingspanOf(std::string_view code);           ///< half span, nautical miles; the category's mean without a value
 double maxWingspan();                               ///< the largest half span, nautical miles; 0 without any

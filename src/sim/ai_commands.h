@@ -74,8 +74,8 @@ void clearPositionBuffers(); ///< both halves, under `simMutex`
 // creations before removals. Nothing is checked but at removals, which pass over the user's own objects.
 void queueEvent(std::uint32_t objectid, std::uint32_t eventId, std::uint32_t value);
 void queueEvents(std::span<const AiEvent> events);
-void setNavLights(std::uint32_t objectid, bool on);
-void setCabinLights(std::uint32_t objectid, bool on);
+void setNavLights(std::uint32_t objectid, bool on);   ///< `queueEvent` of these lights
+void setCabinLights(std::uint32_t objectid, bool on); ///< likewise
 void queueCreate(const CreateRequest& request);
 void queueRemove(std::uint32_t objectid);
 

@@ -8,7 +8,7 @@
 namespace kes {
 
 void noteAbandoned(std::uint32_t hexid); ///< counts for 12000 ticks, two minutes
-bool isAbandoned(std::uint32_t hexid);
+bool isAbandoned(std::uint32_t hexid);   ///< noted, not taken, and not too long ago
 /// True = the simulator's answer was to such a creation, which is forgotten now.
 bool takeAbandoned(std::uint32_t hexid);
 void clearAbandoned(); ///< the objects of a run have gone with it

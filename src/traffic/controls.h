@@ -17,11 +17,10 @@ struct Lights {
 };
 /// All seven, on or off.
 void sendLights(std::uint32_t objectid, const Lights& lights, const Motion& m);
-void setCabin(const LiveAircraft& aircraft, bool on, const Motion& m);
+void setCabin(const LiveAircraft& aircraft, bool on, const Motion& m); ///< the cabin lights alone
 
 /// A level is sent only when it differs from the last one sent; throttle 0 to 4, flaps 0 to 3, all else throws
-/// std::out_of_range. A Rotorcraft gets no flaps, gear or
-/// spoilers, and throttle 4 for 0.
+/// std::out_of_range. A Rotorcraft gets no flaps, gear or spoilers, and throttle 4 for 0.
 void setThrottleLevel(LiveAircraft& aircraft, std::int32_t level, const Motion& m);
 void setFlapsLevel(LiveAircraft& aircraft, std::int32_t level, const Motion& m);
 void setGear(LiveAircraft& aircraft, bool down, const Motion& m);

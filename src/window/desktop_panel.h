@@ -31,16 +31,18 @@ extern const wxColour windowBackground;
 /// The text for the toolkit; what is no UTF-8 is taken byte by byte.
 wxString toolkitText(std::string_view utf8);
 
+/// All that stands in the window. UI thread; an id that no control has is passed over.
 class DesktopPanel : public wxPanel {
 public:
     explicit DesktopPanel(wxWindow* parent);
 
-    void enable(std::uint16_t id, bool on);
+    void enable(std::uint16_t id, bool on); ///< and the labels of the control
     void enableAll(bool on);
-    void tick(std::uint16_t id, bool on);
-    void fill(std::uint16_t id, const std::string& text);
+    void tick(std::uint16_t id, bool on); ///< of a tick box; no change by the user
+    void fill(std::uint16_t id,
+              const std::string& text); ///< of an edit box, UTF-8; likewise, and what Escape gives back
 
-    std::vector<BoxOnWindow> boxes() const;
+    std::vector<BoxOnWindow> boxes() const; ///< places in screen pixels
     std::uint64_t drawn() const { return drawn_; }
 
 private:

@@ -25,7 +25,7 @@ struct PlacedControl {
     int x = 0, width = 0;
     std::string_view label; ///< right of a tick box (& marks the access key), left of an edit box; a button has its own
     std::string_view tip;   ///< one line: what it does
-    const Control& base() const;
+    const Control& base() const; ///< the box or button itself
     /// The tip with the limits of a number behind it.
     std::string wholeTip() const;
 };
@@ -38,6 +38,6 @@ struct PlacedLabel {
     std::string_view text;
     const Control* of = nullptr; ///< grey while this one is disabled; null = never
 };
-std::span<const PlacedLabel> placedLabels();
+std::span<const PlacedLabel> placedLabels(); ///< all of them
 
 } // namespace kes

@@ -2,6 +2,7 @@
 // Install detection over real folder trees, with every place of the user in a temporary folder.
 #include "core/log.h"
 #include "core/parameters.h"
+#include "files.h"
 #include "install/install.h"
 #include "pipe_guard.h"
 #include "platform/system.h"
@@ -10,14 +11,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fmt/format.h>
-#include <fstream>
-#include <gtest/gtest.h>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <string>
-#include <unistd.h>
-#include <vector>
 
 namespace kes {
 namespace {
@@ -44,9 +40,13 @@ struct Environment {
     std::map<std::string, std::optional<std::string>> before;
 };
 
-void write(const fs::path& file, std::string_view content) {
-    fs::create_directories(file.parent_path());
-    std::ofstream(file, std::ios::binary) << content;
+using test::putFile;
+
+/// As a program under Wine names a folder outside its prefix.
+std::string windows(const fs::path& folder) {
+    std::string text = "Z:" + folder.string();
+    std::ranges::replace(text, '/', '\\');
+    return text;
 }
 
 struct InstallTest : testing::Test {
@@ -108,21 +108,18 @@ struct InstallTest : testing::Test {
 };
 
 TEST_F(InstallTest, NothingInstalledTellsEveryPlaceOnceInOrder) {
+    const auto told = [&](const fs::path& store, const fs::path& steam) {
+        return fmt::format("MSFS detection, no Store:{}\nMSFS detection, no Steam1:{}\nMSFS detection, no Steam2:{}\n"
+                           "MSFS detection, no Boxed:{}\nNo UserCfg.opt found?\n",
+                           store.string(), steam.string(), dashboardFile().string(), boxedFile().string());
+    };
     newLog();
     EXPECT_EQ(detectPackagesPath(), "");
-    EXPECT_EQ(newLog(),
-              fmt::format("MSFS detection, no Store:{}\nMSFS detection, no Steam1:{}\n"
-                          "MSFS detection, no Steam2:{}\nMSFS detection, no Boxed:{}\n"
-                          "No UserCfg.opt found?\n",
-                          storeFile().string(), steamFile().string(), dashboardFile().string(), boxedFile().string()));
+    EXPECT_EQ(newLog(), told(storeFile(), steamFile()));
     par::MSFS_2020.value = false;
     EXPECT_EQ(detectPackagesPath(), "");
-    const std::string log = newLog();
-    EXPECT_NE(
-        log.find("no Store:" + (local / "Packages/Microsoft.Limitless_8wekyb3d8bbwe/LocalCache/UserCfg.opt").string()),
-        std::string::npos);
-    EXPECT_NE(log.find("no Steam1:" + (roaming / "Microsoft Flight Simulator 2024/UserCfg.opt").string()),
-              std::string::npos);
+    EXPECT_EQ(newLog(), told(local / "Packages/Microsoft.Limitless_8wekyb3d8bbwe/LocalCache/UserCfg.opt",
+                             roaming / "Microsoft Flight Simulator 2024/UserCfg.opt"));
 }
 
 TEST_F(InstallTest, SteamUnderTheRoamingFolderNeedsNoUserCfg) {
@@ -134,7 +131,7 @@ TEST_F(InstallTest, SteamUnderTheRoamingFolderNeedsNoUserCfg) {
     // It exists but is not valid: the file decides, and that the folder was seen is told all the same.
     fs::remove(steam / "Community");
     const fs::path other = packages(program.folder / "other");
-    write(steamFile(), names(other));
+    putFile(steamFile(), names(other));
     EXPECT_EQ(detectPackagesPath(), other.string());
     EXPECT_NE(newLog().find("Steam packages:"), std::string::npos);
 }
@@ -147,7 +144,7 @@ TEST_F(InstallTest, TheFirstUserCfgThatExistsDecides) {
     for (std::size_t present = 0; present < 4; ++present) {
         for (const fs::path& file : files)
             fs::remove(file);
-        write(files[present], names(good));
+        putFile(files[present], names(good));
         newLog();
         EXPECT_EQ(detectPackagesPath(), good.string()) << kinds[present];
         std::string expected;
@@ -156,7 +153,7 @@ TEST_F(InstallTest, TheFirstUserCfgThatExistsDecides) {
         EXPECT_EQ(newLog(), expected + "UserCfg.opt: InstalledPackagesPath=" + good.string() + "\n");
         // A bad one above it stops the search.
         if (present > 0) {
-            write(files[present - 1], bad);
+            putFile(files[present - 1], bad);
             EXPECT_EQ(detectPackagesPath(), "") << kinds[present];
             EXPECT_NE(newLog().find("UserCfg.opt: InstalledPackagesPath=???\n"), std::string::npos);
         }
@@ -165,7 +162,7 @@ TEST_F(InstallTest, TheFirstUserCfgThatExistsDecides) {
 
 TEST_F(InstallTest, TheOtherSimulatorsPackagesDoNotCount) {
     const fs::path folder = packages(program.folder / "sim20", "Official");
-    write(local / "Packages/Microsoft.Limitless_8wekyb3d8bbwe/LocalCache/UserCfg.opt", names(folder));
+    putFile(local / "Packages/Microsoft.Limitless_8wekyb3d8bbwe/LocalCache/UserCfg.opt", names(folder));
     par::MSFS_2020.value = false;
     newLog();
     EXPECT_FALSE(isPackagesPath(folder));
@@ -212,7 +209,7 @@ TEST_F(InstallTest, WhatALineOfUserCfgSays) {
              {big + "\xD8\n", "", "???"}, // broken 16-bit text had no mark
              {"InstalledPackagesPath \"" + program.folder.string() + "/J\xFCrgen\"\n", umlaut.string(), ""},
          }) {
-        write(storeFile(), c.content);
+        putFile(storeFile(), c.content);
         newLog();
         EXPECT_EQ(detectPackagesPath(), c.result) << c.content;
         EXPECT_EQ(newLog(), "UserCfg.opt: InstalledPackagesPath=" + (c.logged.empty() ? c.result : c.logged) + "\n")
@@ -223,29 +220,24 @@ TEST_F(InstallTest, WhatALineOfUserCfgSays) {
 TEST_F(InstallTest, AnUnquotedLineIsTakenWhole) {
     // A folder that has the line's text as its name shows what was looked for.
     packages(program.folder / "InstalledPackagesPath here");
-    write(storeFile(), "InstalledPackagesPath here\n");
+    putFile(storeFile(), "InstalledPackagesPath here\n");
     EXPECT_EQ(detectPackagesPath(), "InstalledPackagesPath here");
 }
 
 TEST_F(InstallTest, TheDesktopsFoldersDecideAndNotTheCurrentOne) {
     packages("Microsoft Flight Simulator/Packages");
-    write("MSFSPackages/UserCfg.opt", names(packages(program.folder / "trap")));
+    putFile("MSFSPackages/UserCfg.opt", names(packages(program.folder / "trap")));
     const fs::path found = packages(program.folder / "found");
     environment.set("XDG_CONFIG_HOME", (program.folder / "settings").string());
     environment.set("XDG_DATA_HOME", (program.folder / "data").string());
-    write(program.folder / "data/MSFSPackages/UserCfg.opt", names(found));
+    putFile(program.folder / "data/MSFSPackages/UserCfg.opt", names(found));
     EXPECT_EQ(detectPackagesPath(), found.string());
 }
 
 TEST_F(InstallTest, AFailedTestOfExistenceIsNoMissingFile) {
-    write(storeFile(), "InstalledPackagesPath \"/" + std::string(300, 'x') + "\"\n");
-    try {
-        detectPackagesPath();
-        FAIL() << "a name that no file system takes cannot be told to be missing";
-    } catch (const fs::filesystem_error& error) {
-        EXPECT_NE(std::string(error.what()).find("exists"), std::string::npos);
-        EXPECT_NE(std::string(error.what()).find("xxx"), std::string::npos);
-    }
+    putFile(storeFile(), "InstalledPackagesPath \"/" + std::string(300, 'x') + "\"\n");
+    const std::string told = test::thrownBy(detectPackagesPath);
+    EXPECT_TRUE(told.find("exists") < told.find("xxx") && told.ends_with("xxx]")) << told;
 }
 
 TEST_F(InstallTest, SubFoldersOfTheSelectedInstallPath) {
@@ -264,27 +256,23 @@ TEST_F(InstallTest, SubFoldersOfTheSelectedInstallPath) {
 TEST_F(InstallTest, AProtonPrefixInEveryPlaceOfSteam) {
     const fs::path disk = program.folder / "other disk/SteamLibrary";
     struct Case {
-        const char* what;
-        fs::path steam;   ///< Steam's own folder
-        fs::path library; ///< where the prefix lies
+        const char* steam; ///< Steam's own folder
+        fs::path library;  ///< where the prefix lies; empty = there
     };
-    for (const Case& c : std::vector<Case>{
-             {"a link in the home folder", home / ".steam/steam", home / ".steam/steam"},
-             {"plain", home / ".local/share/Steam", home / ".local/share/Steam"},
-             {"Flatpak", home / ".var/app/com.valvesoftware.Steam/.local/share/Steam",
-              home / ".var/app/com.valvesoftware.Steam/.local/share/Steam"},
-             {"a library on another disk", home / ".local/share/Steam", disk},
-         }) {
-        SCOPED_TRACE(c.what);
-        fs::create_directories(c.steam / "steamapps");
-        if (c.library != c.steam) {
-            write(c.steam / "steamapps/libraryfolders.vdf",
-                  fmt::format("\"libraryfolders\"\n{{\n\t\"0\"\n\t{{\n\t\t\"path\"\t\t\"{}\"\n\t\t\"apps\"\n\t\t{{\n"
-                              "\t\t\t\"228980\"\t\t\"444498412\"\n\t\t}}\n\t}}\n\t\"1\"\n\t{{\n\t\t\"path\"\t\t\"{}\"\n"
-                              "\t\t\"label\"\t\t\"games \\\"fast\\\"\"\n\t}}\n}}\n",
-                              c.steam.string(), c.library.string()));
+    for (const Case& c : {Case{".steam/steam", {}}, Case{".local/share/Steam", {}}, Case{".local/share/Steam", disk},
+                          Case{".var/app/com.valvesoftware.Steam/.local/share/Steam", {}}}) {
+        SCOPED_TRACE(c.steam + c.library.string());
+        const fs::path steam = home / c.steam, library = c.library.empty() ? steam : c.library;
+        fs::create_directories(steam / "steamapps");
+        if (library != steam) {
+            putFile(
+                steam / "steamapps/libraryfolders.vdf",
+                fmt::format("\"libraryfolders\"\n{{\n\t\"0\"\n\t{{\n\t\t\"path\"\t\t\"{}\"\n\t\t\"apps\"\n\t\t{{\n"
+                            "\t\t\t\"228980\"\t\t\"444498412\"\n\t\t}}\n\t}}\n\t\"1\"\n\t{{\n\t\t\"path\"\t\t\"{}\"\n"
+                            "\t\t\"label\"\t\t\"games \\\"fast\\\"\"\n\t}}\n}}\n",
+                            steam.string(), library.string()));
         }
-        const fs::path pfx = prefix(c.library / "steamapps/compatdata/1250410/pfx");
+        const fs::path pfx = prefix(library / "steamapps/compatdata/1250410/pfx");
         const fs::path good = packages(appData(pfx) / "Roaming/Microsoft Flight Simulator/Packages");
         newLog();
         EXPECT_EQ(fs::path(detectPackagesPath()), fs::canonical(good));
@@ -308,10 +296,10 @@ TEST_F(InstallTest, TheEnvironmentsPrefixesAndTheSimulatorsOwnComeFirst) {
         prefix(steam / "compatdata" / id / "pfx");
     fs::create_directories(steam / "compatdata/5/pfx/drive_c/windows"); // nobody has used it
     // The older form of the list, which names the same library once more, and one that has gone.
-    write(steam / "libraryfolders.vdf",
-          fmt::format("\"LibraryFolders\"\n{{\n\t\"TimeNextStatsReport\"\t\"1600000000\"\n\t\"1\"\t\"{}\"\n"
-                      "\t\"2\"\t\"/not/mounted\"\n\t\"3\"\t\"{}\"\n",
-                      (home / ".local/share/Steam").string(), (program.folder / "lib").string()));
+    putFile(steam / "libraryfolders.vdf",
+            fmt::format("\"LibraryFolders\"\n{{\n\t\"TimeNextStatsReport\"\t\"1600000000\"\n\t\"1\"\t\"{}\"\n"
+                        "\t\"2\"\t\"/not/mounted\"\n\t\"3\"\t\"{}\"\n",
+                        (home / ".local/share/Steam").string(), (program.folder / "lib").string()));
     prefix(program.folder / "lib/SteamApps/compatdata/77/pfx");
     fs::create_directory(home / ".steam");
     fs::create_directory_symlink(home / ".local/share/Steam", home / ".steam/steam");
@@ -344,9 +332,7 @@ TEST_F(InstallTest, PathsOfAPrefix) {
     fs::create_directories(pfx / "drive_c/Users Data/J\xC3\xBCrgen");
     fs::create_directory_symlink(games, pfx / "dosdevices/d:");
     fs::create_directory_symlink(program.folder / "gone", pfx / "dosdevices/e:");
-    const std::string z = "Z:" + games.string();
-    std::string backslashes = z;
-    std::ranges::replace(backslashes, '/', '\\');
+    const std::string z = "Z:" + games.string(), backslashes = windows(games);
     struct Case {
         std::string text;
         fs::path path;
@@ -378,23 +364,21 @@ TEST_F(InstallTest, AUserCfgOfAPrefixIsReadThroughItsDrives) {
     const fs::path pfx = prefix(compat / "1250410/pfx");
     const fs::path onC = packages(pfx / "drive_c/MSFS Packages");
     fs::rename(onC / "Community", onC / "community"); // as a copy from elsewhere may have it
-    write(appData(pfx) / "Roaming/Microsoft Flight Simulator/UserCfg.opt",
-          "InstalledPackagesPath \"C:\\msfs packages\"\r\n");
+    putFile(appData(pfx) / "Roaming/Microsoft Flight Simulator/UserCfg.opt",
+            "InstalledPackagesPath \"C:\\msfs packages\"\r\n");
     newLog();
     EXPECT_EQ(detectPackagesPath(), onC.string());
     EXPECT_TRUE(newLog().ends_with("UserCfg.opt: InstalledPackagesPath=" + onC.string() + "\n"));
 
     // A prefix with a bad path does not end the search, nor does one that must not be read.
-    write(appData(pfx) / "Roaming/Microsoft Flight Simulator/UserCfg.opt",
-          "InstalledPackagesPath \"C:\\" + std::string(300, 'x') + "\"\r\n");
+    putFile(appData(pfx) / "Roaming/Microsoft Flight Simulator/UserCfg.opt",
+            "InstalledPackagesPath \"C:\\" + std::string(300, 'x') + "\"\r\n");
     const fs::path second = prefix(compat / "3000000/pfx");
-    write(appData(second) / "Local/Packages/Microsoft.FlightSimulator_8wekyb3d8bbwe/LocalCache/UserCfg.opt",
-          "InstalledPackagesPath \"C:\\Nowhere\"\r\n");
+    putFile(appData(second) / "Local/Packages/Microsoft.FlightSimulator_8wekyb3d8bbwe/LocalCache/UserCfg.opt",
+            "InstalledPackagesPath \"C:\\Nowhere\"\r\n");
     const fs::path third = prefix(compat / "3000001/pfx");
     const fs::path onDisk = packages(program.folder / "big disk/MSFS");
-    std::string windows = "Z:" + onDisk.string();
-    std::ranges::replace(windows, '/', '\\');
-    write(appData(third) / "Local/MSFSPackages/UserCfg.opt", "InstalledPackagesPath \"" + windows + "\"\r\n");
+    putFile(appData(third) / "Local/MSFSPackages/UserCfg.opt", names(windows(onDisk)));
     EXPECT_EQ(detectPackagesPath(), onDisk.string());
     const std::string log = newLog();
     EXPECT_NE(log.find("exists"), std::string::npos) << "the fault of the first prefix is told";
@@ -409,14 +393,14 @@ TEST_F(InstallTest, WhatCannotBeReadCostsOnlyItself) {
     const test::PipeGuard pipe(steamFile());
     fs::create_symlink("/dev/zero", dashboardFile());
     const fs::path good = packages(program.folder / "good");
-    write(boxedFile(), names(good));
+    putFile(boxedFile(), names(good));
     newLog();
     EXPECT_EQ(detectPackagesPath(), good.string());
     EXPECT_EQ(newLog(),
               fmt::format("{} cannot be read: Is a directory\n{} cannot be read: not a regular file\n"
                           "{} cannot be read: not a regular file\nUserCfg.opt: InstalledPackagesPath={}\n",
                           storeFile().string(), steamFile().string(), dashboardFile().string(), good.string()));
-    write(boxedFile(), std::string((1 << 20) + 1, ' '));
+    putFile(boxedFile(), std::string((1 << 20) + 1, ' '));
     EXPECT_EQ(detectPackagesPath(), "");
     EXPECT_NE(newLog().find("File too large\nNo UserCfg.opt found?\n"), std::string::npos);
 
@@ -428,7 +412,7 @@ TEST_F(InstallTest, WhatCannotBeReadCostsOnlyItself) {
     const test::PipeGuard list(steam / "config/libraryfolders.vdf");
     fs::create_directories(appData(prefix(compat / "1250410/pfx")) / "Local/MSFSPackages/UserCfg.opt");
     const fs::path second = prefix(compat / "3000000/pfx");
-    write(appData(second) / "Local/MSFSPackages/UserCfg.opt", "InstalledPackagesPath \"Z:" + good.string() + "\"\r\n");
+    putFile(appData(second) / "Local/MSFSPackages/UserCfg.opt", names("Z:" + good.string()));
     EXPECT_EQ(detectPackagesPath(), good.string());
     const std::string log = newLog();
     for (const char* line : {"steamapps/libraryfolders.vdf cannot be read: Is a directory\n",
@@ -451,19 +435,13 @@ TEST_F(InstallTest, SharedUserCfgFiles) {
     for (const auto& [name, value] : expected.items()) {
         SCOPED_TRACE(name);
         const fs::path target = appData(pfx) / "Roaming/Microsoft Flight Simulator/UserCfg.opt";
-        write(target, test::readFile(shared / name));
-        std::string logged = "???";
-        std::string found;
-        if (value.is_string()) {
-            if (const fs::path path = platform::pathInPrefix(pfx, value.get<std::string>()); !path.empty()) {
-                // Elsewhere its value would be another one's folder.
-                found = packages(path).string();
-                logged = found;
-            }
-        }
+        putFile(target, test::readFile(shared / name));
+        // Elsewhere its value would be another one's folder.
+        const fs::path path = value.is_string() ? platform::pathInPrefix(pfx, value.get<std::string>()) : fs::path();
+        const std::string found = path.empty() ? "" : packages(path).string();
         newLog();
         EXPECT_EQ(detectPackagesPath(), found);
-        EXPECT_TRUE(newLog().ends_with("UserCfg.opt: InstalledPackagesPath=" + logged + "\n"));
+        EXPECT_TRUE(newLog().ends_with("InstalledPackagesPath=" + (found.empty() ? "???" : found) + "\n"));
         fs::remove_all(program.folder / "d");
         fs::create_directories(program.folder / "d");
         for (const char* folder : {"Games", "Users"})

@@ -9,7 +9,6 @@
 #include "replay/virtual_airport.h"
 #include "traffic/live_table.h"
 
-#include <map>
 #include <set>
 
 namespace kes::replay {
@@ -90,12 +89,7 @@ struct LearningTest : testing::Test, VirtualAirport {
     void SetUp() override {
         test::writeSmallReference(
             {.types = "A320,Large,34.1\nB738,Large,35.8\n", .airlines = "DLH,a\nBAW,b\nAFR,c\nKLM,d\nSWR,e\n"});
-        std::vector<std::array<const char*, 3>> liveries;
-        for (const char* airline : {"DLH", "BAW", "AFR", "KLM", "SWR"})
-            for (const char* model : {"A320", "B738"})
-                liveries.push_back(
-                    {airline, model, titles_.emplace_back(fmt::format("T {} {}", model, airline)).c_str()});
-        program.writeLiveries(liveries);
+        writeLiveries(std::array{"DLH", "BAW", "AFR", "KLM", "SWR"}, std::array{"A320", "B738"});
         readContent();
         par::CUSTOM_PARKING_PERCENTAGE.value = 100;
         par::MAX_HOLDING_MINUTES.value = 1;
@@ -106,40 +100,27 @@ struct LearningTest : testing::Test, VirtualAirport {
         strangers = {{10, 13, -1, "DLH", "A320", "", "DLH7", "", 6000000},
                      {11, 20, -1, "BAW", "A320", "D-LOST", "BAW9", "", 6000001, false}};
     }
-    /// Metres per second.
-    static constexpr double rolls = 5, pushes = 1.5;
-
-    /// In along the lane south of the stands, north onto its stand, and half a minute there.
+    /// Rolls in, and half a minute there.
     void sendArrival(const Visit& v, double t) const {
-        const double way = rolls * t, lane = 80;
-        LatLon at = row.stand(v.stand);
-        const double stop = v.reachesStand ? 200 + lane : 150;
-        const bool rollsStill = way < stop;
-        const double done = std::min(way, stop);
-        at = done < 200 ? offset(at, done - 200, -lane) : offset(at, 0, done - 200 - lane);
-        if (t < stop / rolls + 40)
-            send(v, v.arrival, at, done < 200 ? 90 : 0, rollsStill ? 9.7 : 0);
+        const double way = v.reachesStand ? 200 + laneSouth : 150;
+        if (t < way / rollSpeed + 40)
+            send(v, v.arrival, rollingIn(row.stand(v.stand), t, way));
     }
     /// Stands, is pushed back, and rolls off to the east.
     void sendDeparture(const Visit& v, double t) const {
-        constexpr double stands = 40, lane = 80, push = lane / pushes;
-        LatLon at = row.stand(v.stand);
-        if (t < stands)
-            send(v, v.departure, at, 0, 0);
-        else if (t < stands + push)
-            send(v, v.departure, offset(at, 0, -pushes * (t - stands)), 0, 3);
-        else if (const double rolled = rolls * (t - stands - push); rolled < 300)
-            send(v, v.departure, offset(at, rolled, -lane), 90, 9.7);
+        const double out = t - 40;
+        if (out < pushSeconds + 300 / rollSpeed)
+            send(v, v.departure, out < 0 ? OnGround{row.stand(v.stand)} : leaving(row.stand(v.stand), out));
     }
-    static void send(const Visit& v, const std::string& callsign, LatLon at, double heading, double knots) {
+    static void send(const Visit& v, const std::string& callsign, const OnGround& pose) {
         test::Straight s;
         s.hexid = v.hexid;
         s.callsign = callsign;
         s.model = v.model;
         s.regcode = v.regcode.empty() ? "null" : v.regcode;
-        s.place = at;
-        s.bearing = heading * degToRad;
-        s.knots = knots;
+        s.place = pose.at;
+        s.bearing = pose.heading;
+        s.knots = pose.knots;
         s.alt = 0;
         std::string line = s.line(0);
         line.replace(line.rfind(",DLH"), 4, "," + v.airline);
@@ -209,14 +190,6 @@ struct LearningTest : testing::Test, VirtualAirport {
                 if (distanceNm(row.stand(n), {o.lat, o.lon}) * metresPerNm < 1.0)
                     all.insert(fmt::format("{} {}", StandRow::id(n), o.title));
         return all;
-    }
-
-private:
-    std::vector<std::string> titles_ = reserved();
-    static std::vector<std::string> reserved() {
-        std::vector<std::string> list;
-        list.reserve(10);
-        return list;
     }
 };
 

@@ -15,7 +15,7 @@
 #include "world/replay/virtual_flight.h"
 #include "world/simulator/inproc.h"
 
-#include <gtest/gtest.h>
+#include <ranges>
 
 namespace kes::replay {
 namespace {
@@ -55,11 +55,11 @@ struct BurstTest : testing::Test {
         s.place = destination({test::fieldLat, test::fieldLon}, normalizeAngle(angle), radius * feetPerNm);
         return s;
     }
-    /// Every `cycle` ticks all aircraft report in one tick.
-    template <typename Each> void fly(std::uint32_t count, int ticks, Each&& each, int cycle = 500) {
+    /// Every five seconds all aircraft report in one tick.
+    template <typename Flights, typename Each> void flyThese(const Flights& flights, int ticks, Each&& each) {
         for (int i = 0; i < ticks; ++i, ++tick) {
-            for (std::uint32_t n = 0; tick % cycle == 0 && n < count; ++n) {
-                world::virtualDatagram(flight(n, tick / 100.0).line(tick / 100.0));
+            for (auto n = flights.begin(); tick % 500 == 0 && n != flights.end(); ++n) {
+                world::virtualDatagram(flight(*n, tick / 100.0).line(tick / 100.0));
                 overspeed.takeNewestReport(0);
             }
             ASSERT_TRUE(world::virtualTick());
@@ -69,6 +69,9 @@ struct BurstTest : testing::Test {
             mostObjects = std::max(mostObjects, world::inprocObjects().size());
             each();
         }
+    }
+    template <typename Each> void fly(std::uint32_t count, int ticks, Each&& each) {
+        flyThese(std::views::iota(0U, count), ticks, each);
     }
     void fly(std::uint32_t count, int ticks) {
         fly(count, ticks, [] {});
@@ -91,18 +94,13 @@ TEST_F(BurstTest, NobodyDashesAfterItsBirth) {
 TEST_F(BurstTest, AnObjectBeyondARangeThatShrinksIsNotLateEither) {
     par::AUTO_RANGE.value = false;
     // The first in the table is asked for last, and only it is out of reach when it comes.
-    for (; tick < 5500; ++tick) {
-        for (const std::uint32_t n : {200U, 50U, 51U, 52U, 53U, 54U, 55U, 56U, 57U, 58U, 60U}) {
-            if (tick % 500 != 0 || tick > 2500)
-                break;
-            world::virtualDatagram(flight(n, tick / 100.0).line(tick / 100.0));
-            overspeed.takeNewestReport(0);
-        }
-        ASSERT_TRUE(world::virtualTick());
-        overspeed.lookAtAll(tick + 1);
+    const std::vector<std::uint32_t> flights{200, 50, 51, 52, 53, 54, 55, 56, 57, 58, 60};
+    const auto shrink = [] {
         if (!waitingOrders().spawnQueue.empty())
             setRange(10);
-    }
+    };
+    flyThese(flights, 2501, shrink);
+    fly(0, 2999, shrink);
     EXPECT_EQ(active(), 11U);
     EXPECT_LT(overspeed.worst().ratio, 1.2) << overspeedText(overspeed);
 }

@@ -8,8 +8,6 @@
 #include "tools/replay/stand_check.h"
 #include "traffic/harness.h"
 
-#include <functional>
-
 namespace kes::replay {
 namespace {
 

@@ -13,9 +13,6 @@
 #include "traffic/live_table.h"
 #include "traffic/tick_check.h"
 
-#include <algorithm>
-#include <chrono>
-#include <functional>
 #include <set>
 
 namespace kes::replay {
@@ -38,23 +35,12 @@ struct StandLoad : VirtualAirport {
 
     StandLoad(int stands, int mostParked) {
         std::string airlines;
-        for (int n = 0; n < airlineCount; ++n)
-            airlines += airline(n) + ",name\n";
-        test::writeSmallReference(
-            {.types = "A320,Large,34.1\nB738,Large,35.8\nE190,Large,28.7\nB752,Large,38.0\n", .airlines = airlines});
-        std::vector<std::string> titles;
-        for (int n = 0; n < airlineCount; ++n)
-            for (const char* model : models)
-                titles.push_back(fmt::format("T {} {}", model, airline(n)));
         std::vector<std::string> codes;
         for (int n = 0; n < airlineCount; ++n)
-            codes.push_back(airline(n));
-        std::vector<std::array<const char*, 3>> liveries;
-        for (int n = 0; n < airlineCount; ++n)
-            for (std::size_t m = 0; m < std::size(models); ++m)
-                liveries.push_back({codes[static_cast<std::size_t>(n)].c_str(), models[m],
-                                    titles[static_cast<std::size_t>(n) * std::size(models) + m].c_str()});
-        program.writeLiveries(liveries);
+            airlines += codes.emplace_back(airline(n)) + ",name\n";
+        test::writeSmallReference(
+            {.types = "A320,Large,34.1\nB738,Large,35.8\nE190,Large,28.7\nB752,Large,38.0\n", .airlines = airlines});
+        writeLiveries(codes, models);
         readContent();
         airportTable.push_back({"EDDN", "NUE", test::fieldLat + northOfTheFirst, test::fieldLon, test::fieldElevation});
         rows[1].at.lat += northOfTheFirst;
@@ -131,15 +117,15 @@ private:
         for (int n = ticks % 500; n < circling + turning; n += 500)
             n < circling ? circle(n, t) : turnRound(n - circling, t);
     }
-    void send(int number, int flight, LatLon at, double heading, double knots, double feet) const {
+    void send(int number, int flight, const OnGround& pose, double feet = 0) const {
         test::Straight s;
         s.hexid = 4000000 + static_cast<std::uint32_t>(number);
         s.callsign = fmt::format("{}{}", airline(number % airlineCount), 5000 + number * 2 + flight);
         s.model = models[number % 4];
         s.regcode = fmt::format("LV-{}", number);
-        s.place = at;
-        s.bearing = heading;
-        s.knots = knots;
+        s.place = pose.at;
+        s.bearing = pose.heading;
+        s.knots = pose.knots;
         s.alt = feet;
         std::string line = s.line(ticks / 100.0);
         line.replace(line.rfind(",DLH"), 4, "," + airline(number % airlineCount));
@@ -147,26 +133,20 @@ private:
     }
     void circle(int n, double t) const {
         const double radius = 3.0 + 0.06 * n, angle = n * 2.39996 + 250.0 / 3600.0 / radius * t;
-        send(1000 * here + n, 0, destination(rows[here].at, normalizeAngle(angle), radius * feetPerNm),
-             normalizeAngle(angle + pi / 2), 250, 4000 + 40 * n);
+        const LatLon at = destination(rows[here].at, normalizeAngle(angle), radius * feetPerNm);
+        send(1000 * here + n, 0, {at, normalizeAngle(angle + pi / 2), 250}, 4000 + 40 * n);
     }
     /// Rolls in from the west, stands, is silent for a while, is pushed back and rolls off to the east.
     void turnRound(int n, double time) const {
-        constexpr double rolls = 5, pushes = 1.5, lane = 80, in = 280 / rolls, silent = 400, leaves = 660, pushed = 700;
+        constexpr double silent = 400, leaves = 660, pushed = 700, gone = pushed + pushSeconds + 400 / rollSpeed;
         const double t = std::fmod(time + 97.0 * n, turnSeconds);
         const StandRow& row = rows[here];
         const LatLon stand = row.stand(n * 13 % row.count);
         const int number = 1000 * here + 500 + n;
-        if (t < 200 / rolls)
-            send(number, 0, offset(stand, rolls * t - 200, -lane), pi / 2, 9.7, 0);
-        else if (t < in)
-            send(number, 0, offset(stand, 0, rolls * t - 200 - lane), 0, 9.7, 0);
-        else if (t < silent || (t > leaves && t < pushed))
-            send(number, t < silent ? 0 : 1, stand, 0, 0, 0);
-        else if (const double push = t - pushed; push > 0 && push < lane / pushes)
-            send(number, 1, offset(stand, 0, -pushes * push), 0, 3, 0);
-        else if (const double rolled = rolls * (push - lane / pushes); rolled > 0 && rolled < 400)
-            send(number, 1, offset(stand, rolled, -lane), pi / 2, 9.7, 0);
+        if (t < silent)
+            send(number, 0, rollingIn(stand, t));
+        else if (t > leaves && t < gone)
+            send(number, 1, t < pushed ? OnGround{stand} : leaving(stand, t - pushed));
     }
     void note(const std::string& fault) {
         const std::string_view kind = std::string_view(fault).substr(0, fault.find(':'));

@@ -10,13 +10,9 @@
 #include "world/replay/virtual_flight.h"
 #include "world/simulator/inproc.h"
 
+#include <algorithm>
 #include <cmath>
-#include <fmt/format.h>
-#include <fstream>
-#include <stdexcept>
-#include <string>
-#include <utility>
-#include <vector>
+#include <deque>
 
 namespace kes::replay {
 
@@ -24,6 +20,29 @@ inline constexpr double metreNorth = 1.0 / 60.0 / metresPerNm; ///< degrees of l
 
 inline LatLon offset(LatLon from, double metresEast, double metresNorth) {
     return {from.lat + metresNorth * metreNorth, from.lon + metresEast * metreNorth / std::cos(from.lat * degToRad)};
+}
+
+/// An aircraft on the ground.
+struct OnGround {
+    LatLon at;
+    double heading = 0, knots = 0; ///< radians
+};
+
+inline constexpr double laneSouth = 80, rollSpeed = 5, pushSpeed = 1.5; ///< metres, metres per second
+inline constexpr double pushSeconds = laneSouth / pushSpeed;
+
+/// Comes along the lane south of the stands from 200 m west, then north onto its stand, and stops after `way` metres.
+inline OnGround rollingIn(LatLon stand, double seconds, double way = 200 + laneSouth) {
+    const double done = std::min(rollSpeed * seconds, way), knots = done < way ? 9.7 : 0;
+    return done < 200 ? OnGround{offset(stand, done - 200, -laneSouth), pi / 2, knots}
+                      : OnGround{offset(stand, 0, done - 200 - laneSouth), 0, knots};
+}
+
+/// Is pushed back onto the lane, and rolls off to the east.
+inline OnGround leaving(LatLon stand, double seconds) {
+    return seconds < pushSeconds
+               ? OnGround{offset(stand, 0, -pushSpeed * seconds), 0, 3}
+               : OnGround{offset(stand, rollSpeed * (seconds - pushSeconds), -laneSouth), pi / 2, 9.7};
 }
 
 /// Rows of stands eastwards from a place, noses to the north, the next row 200 m behind.
@@ -71,6 +90,17 @@ struct VirtualAirport {
     static void readContent() {
         resetLiveries();
         test::FlightFolder::readContent();
+    }
+    /// A livery "T type airline" of each airline and type.
+    template <typename Airlines, typename Types>
+    void writeLiveries(const Airlines& airlines, const Types& types) const {
+        std::deque<std::string> texts; // which stay where they are
+        std::vector<std::array<const char*, 3>> liveries;
+        for (const auto& airline : airlines)
+            for (const char* type : types)
+                liveries.push_back({texts.emplace_back(airline).c_str(), type,
+                                    texts.emplace_back(fmt::format("T {} {}", type, airline)).c_str()});
+        program.writeLiveries(liveries);
     }
     static void list(std::initializer_list<const char*> codes) {
         std::filesystem::create_directories("airports");

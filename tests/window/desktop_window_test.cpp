@@ -10,10 +10,8 @@
 #include "window/window_layout.h"
 
 #include <atomic>
-#include <chrono>
 #include <future>
 #include <map>
-#include <thread>
 
 #if defined(__SANITIZE_ADDRESS__)
 /// What the toolkit's libraries keep to the end of the process is theirs.

@@ -9,13 +9,11 @@
 #include "core/run_state.h"
 #include "core/user_aircraft.h"
 #include "core/window.h"
+#include "files.h"
 #include "liveries/matching.h"
 #include "liveries/store.h"
 #include "reference/reference.h"
-#include "support.h"
 #include "world/content/content.h"
-
-#include <vector>
 
 namespace kes::test {
 
@@ -44,11 +42,6 @@ struct EmptyFolder : ProgramFolder {
         resetParking();
     }
     std::filesystem::path community() const { return folder / "sim" / "Community"; }
-    static void write(const std::filesystem::path& file, std::string_view bytes) {
-        if (file.has_parent_path())
-            std::filesystem::create_directories(file.parent_path());
-        std::ofstream(file, std::ios::binary) << bytes;
-    }
 };
 
 struct ContentFolder : EmptyFolder {

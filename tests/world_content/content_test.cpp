@@ -30,8 +30,6 @@ TEST(Content, ProgramReadsAllOfIt) {
     EXPECT_EQ(referenceData().aircraftTypes.size(), content.count.types);
     EXPECT_EQ(referenceData().icaoAirlines.size(), content.count.airlines);
     EXPECT_EQ(dbaseSize(), content.count.registrations);
-    EXPECT_GE(content.count.types, 250u);
-    EXPECT_GE(content.count.airlines, 300u);
     EXPECT_GE(content.count.airports, 10000u);
     EXPECT_GE(content.count.registrations, 100u);
     EXPECT_TRUE(fs::is_directory("docs"));
@@ -44,7 +42,7 @@ TEST(Content, TheScenarioHasAnAirportToFill) {
     ASSERT_TRUE(readDataBase());
     ASSERT_TRUE(readAirportTable());
     content.plan.scenarioAirport = {"EDDM", {48.353783, 11.786086}, 1487};
-    EmptyFolder::write(path::myParkAirports, "KLGA\n");
+    putFile(path::myParkAirports, "KLGA\n");
     world::makeContent(content.plan);
     EXPECT_EQ(readFile(path::myParkAirports), "KLGA\n") << "the user's own";
     fs::remove(path::myParkAirports);
@@ -127,17 +125,17 @@ TEST(Content, SecondRunTouchesNothingAndKeepsTheUsersFiles) {
         return times;
     };
     const fs::path parameters = content.plan.appData / "Kestrelune" / "parameters.xml";
-    EmptyFolder::write(parameters, "the user's own");
-    EmptyFolder::write("input/update_server.txt", "https://updates.example\n");
+    putFile(parameters, "the user's own");
+    putFile("input/update_server.txt", "https://updates.example\n");
     // A model of an earlier run and a package of the old kind go, somebody else's package stays.
     const fs::path old = content.community() / world::aiPackage / "SimObjects/Airplanes/KAI_OLD/aircraft.cfg";
     const fs::path oldPackage = content.community() / "kestrelune-ai-airbus";
     const fs::path foreign = content.community() / "kestrelune-ai-mine/aircraft.cfg";
-    EmptyFolder::write(foreign, "[FLTSIM.0]\n");
+    putFile(foreign, "[FLTSIM.0]\n");
     const auto before = snapshot();
-    EmptyFolder::write(old, "[FLTSIM.0]\n");
-    EmptyFolder::write(oldPackage / "manifest.json", R"({"creator": "Kestrelune"})");
-    EmptyFolder::write(oldPackage / "SimObjects/Airplanes/KAI_A320/aircraft.cfg", "[FLTSIM.0]\n");
+    putFile(old, "[FLTSIM.0]\n");
+    putFile(oldPackage / "manifest.json", R"({"creator": "Kestrelune"})");
+    putFile(oldPackage / "SimObjects/Airplanes/KAI_A320/aircraft.cfg", "[FLTSIM.0]\n");
     world::makeContent(content.plan);
     EXPECT_EQ(snapshot(), before);
     EXPECT_FALSE(fs::exists(oldPackage));
@@ -167,8 +165,6 @@ TEST(Content, WrongSourcesAreNamed) {
     };
     const Case cases[] = {
         {"types.csv", "code,category,span_m\nA320,Large,34.1\nA320,Large,34.1\n", "types.csv:3: A320 stands twice"},
-        {"types.csv", "code,category,span_m\nA320,Large,wide\n", "types.csv:2: \"wide\" is no wingspan in metres"},
-        {"types.csv", "code,span_m\nA320,34.1\n", "has no column \"category\""},
         {"airlines.csv", "code,name\n", "airlines.csv has no rows"},
         {"airlines.csv", nullptr, "airlines.csv not found"},
         {"airports.csv", "icao,iata,lat,lon,elev_ft,name\nEGLL,LHR,151,0,83,x\n", "the position or elevation"},
@@ -184,16 +180,12 @@ TEST(Content, WrongSourcesAreNamed) {
         fs::copy(dataFolder(), "data");
         fs::remove(fs::path("data") / c.file);
         if (c.text)
-            EmptyFolder::write(fs::path("data") / c.file, c.text);
+            putFile(fs::path("data") / c.file, c.text);
         world::ContentPlan plan;
         plan.data = "data";
         plan.programFolder = "made";
-        try {
-            world::makeContent(plan);
-            ADD_FAILURE() << c.file << " was taken: " << c.message;
-        } catch (const std::runtime_error& error) {
-            EXPECT_NE(std::string(error.what()).find(c.message), std::string::npos) << error.what();
-        }
+        const std::string told = thrownBy([&] { world::makeContent(plan); });
+        EXPECT_NE(told.find(c.message), std::string::npos) << c.message << ": " << told;
         EXPECT_FALSE(fs::exists("made/docs")) << "sources are checked before anything is written";
     }
 }

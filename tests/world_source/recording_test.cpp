@@ -2,12 +2,6 @@
 #include "world/source/recording.h"
 #include "world_source/source_test_files.h"
 
-#include <filesystem>
-#include <fmt/format.h>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <zlib.h>
-
 using namespace kes::source;
 
 namespace {

@@ -7,13 +7,10 @@
 #include "world/source/scenario.h"
 #include "world_source/source_test_files.h"
 
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <sys/wait.h>
-#include <unistd.h>
 
 using namespace kes;
 using namespace kes::runner;
@@ -24,8 +21,12 @@ ChildSpec shell(const std::string& script) {
     return {"sh", "/bin/sh", {"-c", script}, {}, {}, {}, false};
 }
 
-bool alive(int pid) {
-    return ::kill(pid, 0) == 0;
+/// The orphan may stay a zombie where nobody collects it; it must at least be dead.
+bool dies(const std::string& pid) {
+    return test::waitFor([&] {
+        const std::string status = test::readFile("/proc/" + pid + "/stat");
+        return status.empty() || status.find(") Z") != std::string::npos;
+    });
 }
 
 } // namespace
@@ -75,34 +76,26 @@ TEST(RunnerChild, EndsByItselfOrIsKilledWithItsGroup) {
     stubborn.askToEnd();
     EXPECT_FALSE(stubborn.waitForEnd(200));
     EXPECT_EQ(stubborn.exitCode(), 128 + SIGKILL);
-    // The orphan may stay a zombie where nobody collects it; it must at least be dead.
-    EXPECT_TRUE(test::waitFor([&] {
-        const std::string status = test::readFile("/proc/" + *grandchild + "/stat");
-        return status.empty() || status.find(") Z") != std::string::npos;
-    }));
+    EXPECT_TRUE(dies(*grandchild));
 }
 
 TEST(RunnerChild, DoesNotOutliveItsRunner) {
     const SourceFolder folder;
+    const std::string file = (folder.path / "pid").string();
     const pid_t runner = ::fork();
     if (runner == 0) {
         Child child;
         std::string error;
-        child.start(shell("echo $$ > " + (folder.path / "pid").string() + ".new; mv " + (folder.path / "pid").string() +
-                          ".new " + (folder.path / "pid").string() + "; exec sleep 600"),
-                    error);
+        child.start(shell(fmt::format("echo $$ > {0}.new; mv {0}.new {0}; exec sleep 600", file)), error);
         ::pause();
         ::_exit(0);
     }
     ASSERT_TRUE(test::waitFor([&] { return std::filesystem::exists(folder.path / "pid"); }));
-    const std::string pid(test::readFile(folder.path / "pid"));
-    ASSERT_TRUE(alive(std::stoi(pid)));
+    const int pid = std::stoi(test::readFile(folder.path / "pid"));
+    ASSERT_EQ(::kill(pid, 0), 0) << "alive";
     ::kill(runner, SIGKILL);
     ::waitpid(runner, nullptr, 0);
-    EXPECT_TRUE(test::waitFor([&] {
-        const std::string status = test::readFile("/proc/" + std::to_string(std::stoi(pid)) + "/stat");
-        return status.empty() || status.find(") Z") != std::string::npos;
-    }));
+    EXPECT_TRUE(dies(std::to_string(pid)));
 }
 
 TEST(RunnerPlan, AirportsFromTheTable) {

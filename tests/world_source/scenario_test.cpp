@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: MIT
-// The scenario is the truth that the program is measured against, so it must itself be possible to fly.
+// The scenario is the truth that the program is measured against, so it must itself be possible to fly, and the
+// program's own reader must take every line of it that counts, drop the rest, and complain of nothing.
+#include "core/run_state.h"
 #include "core/text.h"
+#include "feed/traffic_reader.h"
+#include "support.h"
 #include "world/source/scenario.h"
+#include "world/source/track.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <fmt/format.h>
-#include <gtest/gtest.h>
 #include <map>
 #include <set>
 
@@ -91,40 +96,34 @@ std::string impossibility(const Scenario& s, const ScenarioFlight& f) {
     return travelled > 0.05 || f.kind == FlightKind::Standing ? std::string() : "does not move";
 }
 
-class ScenarioHour : public testing::Test {
-protected:
-    /// One hour of reports and all flights that it had.
-    static void SetUpTestSuite() {
-        hour = new Hour;
-        startScenario(hour->scenario, {});
-        for (;;) {
-            ScenarioReport r = nextReport(hour->scenario);
-            if (r.time > 3600)
-                break;
-            for (const ScenarioFlight& f : hour->scenario.flights)
-                hour->flights.try_emplace(f.id, f);
-            hour->reports.push_back(std::move(r));
+/// One hour of reports and all flights that it had.
+struct Hour {
+    Scenario scenario;
+    std::map<std::uint32_t, ScenarioFlight> flights;
+    std::vector<ScenarioReport> reports;
+
+    Hour() {
+        startScenario(scenario, {});
+        for (ScenarioReport r = nextReport(scenario); r.time <= 3600; r = nextReport(scenario)) {
+            for (const ScenarioFlight& f : scenario.flights)
+                flights.try_emplace(f.id, f);
+            reports.push_back(std::move(r));
         }
     }
-    static void TearDownTestSuite() {
-        delete hour;
-        hour = nullptr;
-    }
-    struct Hour {
-        Scenario scenario;
-        std::map<std::uint32_t, ScenarioFlight> flights;
-        std::vector<ScenarioReport> reports;
-    };
-    static inline Hour* hour = nullptr;
 };
+
+const Hour& hour() {
+    static const Hour made;
+    return made;
+}
 
 } // namespace
 
-TEST_F(ScenarioHour, EveryFlightCanBeFlown) {
+TEST(ScenarioHour, EveryFlightCanBeFlown) {
     std::map<FlightKind, int> kinds;
-    for (const auto& [id, f] : hour->flights) {
+    for (const auto& [id, f] : hour().flights) {
         ++kinds[f.kind];
-        const std::string fault = impossibility(hour->scenario, f);
+        const std::string fault = impossibility(hour().scenario, f);
         EXPECT_EQ(fault, "");
     }
     EXPECT_GE(kinds[FlightKind::Arrival], 20);
@@ -135,11 +134,11 @@ TEST_F(ScenarioHour, EveryFlightCanBeFlown) {
     EXPECT_GE(kinds[FlightKind::Vehicle], 2);
 }
 
-TEST_F(ScenarioHour, AlwaysFortyAircraftInPlaceAndSpacing) {
+TEST(ScenarioHour, AlwaysFortyAircraftInPlaceAndSpacing) {
     std::map<int, std::set<std::uint32_t>> perMinute;
     std::map<std::uint32_t, ScenarioReport> last;
     double time = 0;
-    for (const ScenarioReport& r : hour->reports) {
+    for (const ScenarioReport& r : hour().reports) {
         ASSERT_GE(r.time, time) << "reports run backwards";
         time = r.time;
         if (r.kind != LineKind::Traffic)
@@ -160,10 +159,10 @@ TEST_F(ScenarioHour, AlwaysFortyAircraftInPlaceAndSpacing) {
         EXPECT_GE(aircraft.size(), 40U) << "in minute " << minute;
 }
 
-TEST_F(ScenarioHour, NoTwoShareAnAddressAStandOrTheAir) {
+TEST(ScenarioHour, NoTwoShareAnAddressAStandOrTheAir) {
     std::map<std::uint32_t, std::uint32_t> flightOf; // address to flight, among reports of the last minute
     std::map<std::uint32_t, double> heard;
-    for (const ScenarioReport& r : hour->reports) {
+    for (const ScenarioReport& r : hour().reports) {
         if (r.kind != LineKind::Traffic && r.kind != LineKind::Vehicle)
             continue;
         auto [it, fresh] = flightOf.try_emplace(r.report.hexid, r.flight);
@@ -174,9 +173,9 @@ TEST_F(ScenarioHour, NoTwoShareAnAddressAStandOrTheAir) {
     // Every second minute, all pairs.
     for (double t = 0; t < 3600; t += 120) {
         std::vector<std::pair<const ScenarioFlight*, SourceReport>> now;
-        for (const auto& [id, f] : hour->flights)
+        for (const auto& [id, f] : hour().flights)
             if (t >= f.reportFrom && t <= f.reportUntil)
-                now.emplace_back(&f, truthAt(hour->scenario, f, t));
+                now.emplace_back(&f, truthAt(hour().scenario, f, t));
         for (std::size_t i = 0; i < now.size(); ++i) {
             for (std::size_t k = 0; k < i; ++k) {
                 const SourceReport &a = now[i].second, &b = now[k].second;
@@ -190,11 +189,11 @@ TEST_F(ScenarioHour, NoTwoShareAnAddressAStandOrTheAir) {
     }
 }
 
-TEST_F(ScenarioHour, LinesHaveTheirFields) {
+TEST(ScenarioHour, LinesHaveTheirFields) {
     std::map<LineKind, int> kinds;
     int noCallsign = 0, noRegcode = 0, noType = 0, parkedFields = 0;
-    for (const ScenarioReport& r : hour->reports) {
-        const std::string line = lineOf(hour->scenario, r, 1.7e9 + r.time);
+    for (const ScenarioReport& r : hour().reports) {
+        const std::string line = lineOf(hour().scenario, r, 1.7e9 + r.time);
         const auto fields = split(line, ',');
         ++kinds[r.kind];
         if (r.kind == LineKind::Parked) {
@@ -228,11 +227,11 @@ TEST_F(ScenarioHour, LinesHaveTheirFields) {
     EXPECT_GT(kinds[LineKind::Traffic], 30000);
 }
 
-TEST_F(ScenarioHour, AircraftTurnAroundAtTheirStand) {
+TEST(ScenarioHour, AircraftTurnAroundAtTheirStand) {
     // Somebody who came within the hour and left again with the same airframe from the same stand.
     int both = 0;
-    for (const auto& [id, in] : hour->flights) {
-        for (const auto& [other, out] : hour->flights) {
+    for (const auto& [id, in] : hour().flights) {
+        for (const auto& [other, out] : hour().flights) {
             if (in.kind == FlightKind::Arrival && out.kind == FlightKind::Departure &&
                 in.airframe.hexid == out.airframe.hexid && in.start < out.start) {
                 ++both;
@@ -300,4 +299,117 @@ TEST(Scenario, RunsForHoursWithoutRunningDry) {
     }
     EXPECT_LT(mostFlights, 120U);
     EXPECT_LT(s.fleet.hexids.size(), 160U) << "airframes that have gone are still taken";
+}
+
+using namespace kes;
+using namespace kes::source;
+
+TEST(Acceptance, TheReaderTakesTheScenarioWithoutAWord) {
+    test::ProgramFolder folder;
+    const float before = rangeNm;
+    rangeNm = 45.0F;
+    rtOnThisPc = true;
+    trafficReader.setUserPosition(munichPosition.lat, munichPosition.lon);
+    trafficReader.setReferenceAirport(FeedAirport{munichPosition, munichElevation});
+    reportQueue.clear();
+    reportQueue.setAccepting(true);
+    const std::string logBefore = folder.logText();
+    Scenario scenario;
+    startScenario(scenario, {});
+    std::map<LineKind, int> taken, sent;
+    std::array<AircraftReport, 1> room;
+    int airborneFlips = 0, airborneLines = 0;
+    for (int i = 0; i < 30000; ++i) {
+        const ScenarioReport r = nextReport(scenario);
+        const std::string line = lineOf(scenario, r, 1.7e9 + r.time);
+        trafficReader.text = line;
+        trafficReader.onDatagram();
+        ++sent[r.kind];
+        if (reportQueue.take(room) != 0) {
+            const AircraftReport& got = room[0];
+            ++taken[r.kind];
+            ASSERT_EQ(got.hexid, r.report.hexid) << line;
+            ASSERT_EQ(got.model, r.report.model);
+            ASSERT_EQ(got.callsign, r.report.callsign == "null" ? "" : r.report.callsign);
+            ASSERT_EQ(got.regcode, r.report.regcode == "null" ? "" : r.report.regcode);
+            ASSERT_NEAR(got.sample.lat, r.report.place.lat, 1e-5);
+            ASSERT_NEAR(got.sample.gs, r.report.groundSpeed, 0.01);
+            if (r.report.airborne && r.report.dataSource == "adsb_icao") {
+                ASSERT_TRUE(got.sample.adsbHeading) << line;
+            }
+            airborneLines += r.report.airborne;
+            airborneFlips += got.sample.airborne != r.report.airborne;
+            ASSERT_EQ(reportQueue.size(), 0U);
+        }
+    }
+    EXPECT_EQ(folder.logText(), logBefore);
+    EXPECT_EQ(taken[LineKind::Parked] + taken[LineKind::Vehicle] + taken[LineKind::Odd], 0);
+    EXPECT_GT(sent[LineKind::Parked] + sent[LineKind::Vehicle] + sent[LineKind::Odd], 300);
+    EXPECT_EQ(taken[LineKind::Traffic], sent[LineKind::Traffic]);
+    // Only the first and last feet above the runway, and a helicopter's slow start, are judged otherwise.
+    EXPECT_LT(airborneFlips, airborneLines / 200);
+    reportQueue.setAccepting(false);
+    trafficReader.setReferenceAirport(std::nullopt);
+    resetReaders();
+    rangeNm = before;
+}
+
+using namespace kes;
+using namespace kes::source;
+
+TEST(Track, SpeedPlanHoldsLimitsAndStops) {
+    // 1 km, a corner to the right, 1 km; a stop of 20 s in the first leg.
+    Track t;
+    appendRoute(t,
+                {{.at = {0, 0}, .speed = 10, .accel = 0.5, .decel = 1.0},
+                 {.at = {0, 1000}, .radius = 50, .speed = 10, .accel = 0.5, .decel = 1.0},
+                 {.at = {1000, 1000}}},
+                1.28);
+    const double total = 950 + 50 * pi / 2 + 950;
+    EXPECT_NEAR(pathLength(t), total, 1e-6);
+    planSpeed(t, 0, 0, {{500, 20}});
+    // Twice from rest to 10 m/s and back; the curve allows 8 m/s.
+    const double arc = 50 * pi / 2;
+    const double legOne = 500 / 10.0 + 10 / (2 * 0.5) + 10 / (2 * 1.0);
+    const double slowing = (100 - 64) / (2 * 1.0), gaining = (100 - 64) / (2 * 0.5);
+    const double legTwo = 20 + 2 / 1.0 + (450 - 100 - slowing) / 10.0;
+    const double legThree = 2 / 0.5 + 10 + (950 - gaining - 50) / 10.0;
+    EXPECT_NEAR(t.duration, legOne + 20 + legTwo + arc / 8.0 + legThree, 0.3);
+    EXPECT_NEAR(timeAt(t, 500), legOne, 0.2);
+    for (double at : {legOne + 1, legOne + 19}) {
+        EXPECT_NEAR(stateAt(t, at).speed, 0, 0.2);
+        EXPECT_NEAR(stateAt(t, at).at.y, 500, 1);
+    }
+    const TrackState inCurve = stateAt(t, timeAt(t, 950 + arc / 2));
+    EXPECT_NEAR(inCurve.speed, 8, 1e-6);
+    EXPECT_NEAR(inCurve.heading, pi / 4, 1e-6);
+    EXPECT_NEAR(inCurve.at.x, 50 - 50 * std::cos(pi / 4), 1e-6);
+    EXPECT_NEAR(stateAt(t, 1e9).at.x, 1000, 1e-6);
+}
+
+TEST(Track, CornersTooSharpForTheirLegsAreFlownTighter) {
+    Track t;
+    appendRoute(t, {{.at = {0, 0}, .speed = 10}, {.at = {0, 100}, .radius = 1000, .speed = 10}, {.at = {100, 100}}},
+                1.0);
+    planSpeed(t, 0, 0, {});
+    Vec last{};
+    for (double at = 0; at <= t.duration; at += 0.1) {
+        const TrackState s = stateAt(t, at);
+        ASSERT_LT(length(s.at - last), 1.1) << at;
+        last = s.at;
+    }
+    EXPECT_NEAR(last.x, 100, 1.5);
+}
+
+TEST(Track, PlaneKeepsDistanceAndBearing) {
+    const LatLon centre{48.35, 11.79};
+    for (double bearing = 0.1; bearing < twoPi; bearing += 0.7) {
+        const Vec at = unit(bearing) * 60000.0;
+        const LatLon place = placeOf(centre, at);
+        EXPECT_NEAR(distanceNm(centre, place) * metresPerNm, 60000.0, 5.0);
+        EXPECT_NEAR(angleDiff(bearingRad(centre, place), bearing), 0, 1e-4);
+        // A step on the plane, east or north, has the true bearing that the grid angle promises.
+        const LatLon north = placeOf(centre, at + Vec{0, 500});
+        EXPECT_NEAR(angleDiff(bearingRad(place, north), gridToTrue(centre, at)), 0, 2e-3);
+    }
 }

@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <fmt/format.h>
-#include <string>
 #include <zlib.h>
 
 struct SourceFolder : kes::test::TempFolder {

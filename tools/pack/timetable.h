@@ -25,7 +25,7 @@ struct TypeSize {
 };
 class TypeSizes {
 public:
-    explicit TypeSizes(const Sources& sources);
+    explicit TypeSizes(const Sources& sources); ///< copies what it needs
     /// Of a type of the sources; one without a span has the mean of its category.
     TypeSize of(std::string_view type) const;
 

@@ -25,7 +25,7 @@ struct Report {
 /// The reports of one aircraft, in order of ticks.
 class Baselines {
 public:
-    void add(const Report& report);
+    void add(const Report& report); ///< one that is not later than the last is passed over
     /// It stands from the last but one report to the last.
     bool endsStanding() const;
     /// Moves on to a tick; false while it does not lie between two reports. Ticks must not run backwards.

@@ -41,7 +41,7 @@ public:
     void takeNewestReport(std::int32_t base);
     /// Looks at all aircraft, each tenth of a second; `tick` is the moment that their poses stand for.
     void look(std::int32_t tick);
-    ParkingMeasures finish();
+    ParkingMeasures finish(); ///< what was measured so far
 
 private:
     struct Rest {

@@ -25,7 +25,7 @@ public:
     ReplayFeed(const std::string& name, std::uint32_t seed, bool burst = false);
     /// The next line if it has come in by `tick`, else null.
     const FeedLine* due(std::int32_t tick);
-    void pop();
+    void pop(); ///< takes away the line that `due` gave
     /// Tick of the last line.
     std::int32_t lastTick() const { return lastTick_; }
     /// Milliseconds since 1970 at tick 0.

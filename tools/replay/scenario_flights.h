@@ -23,16 +23,16 @@ struct FlownTrack {
     double hoverFeet = 0;               ///< a helicopter rises to this height before it goes, and sinks at its end
 };
 
-FlownTrack levelTurns();
-FlownTrack holdingPattern();
-FlownTrack climbAndDescent();
+FlownTrack levelTurns();      ///< 250 kn; by 30 and 90 degrees to either side
+FlownTrack holdingPattern();  ///< 210 kn; three rounds with legs of a minute
+FlownTrack climbAndDescent(); ///< 280 kn; from 2000 ft to 12,000 and down to 3000
 /// The roll-out ends on a taxiway, so many metres behind the touchdown; `knots` over the threshold.
 FlownTrack instrumentLanding(double elevation, double knots, double rollOut);
-FlownTrack goAround(double elevation);
+FlownTrack goAround(double elevation); ///< of the runway, feet, as below
 FlownTrack touchAndGo(double elevation);
 /// Corners of so many degrees, to the right and to the left.
 FlownTrack taxiCorners(double degrees);
-FlownTrack holdShort(double seconds);
+FlownTrack holdShort(double seconds); ///< a straight taxi with two stops of so many seconds
 /// `side` is where the nose swings: 1 right, -1 left, 0 not at all.
 FlownTrack pushBack(int side);
 struct TakeOff {
@@ -40,9 +40,10 @@ struct TakeOff {
     double climb = 0;             ///< feet per minute
     double fast = 0;              ///< knots in the climb
 };
+/// A minute on the taxiway, ten seconds lined up, and a climb of 5000 ft.
 FlownTrack takeOff(double elevation, const TakeOff& how);
-FlownTrack helicopterRound(double elevation);
-FlownTrack standing(double north);
+FlownTrack helicopterRound(double elevation); ///< 90 kn; up 15 ft, a round 800 ft higher, and down again
+FlownTrack standing(double north);            ///< for 15 minutes; metres north of the airport
 
 /// Where the flight is, by seconds of the scenario.
 Truth truthOf(const FlownTrack& flown, LatLon airport, double seconds);

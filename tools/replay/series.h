@@ -23,7 +23,7 @@ public:
     double mean() const { return count_ > 0 ? sum_ / static_cast<double>(count_) : 0.0; }
     double maximum() const { return maximum_; }
     Place worst() const { return worst_; }
-    double quantile(double part) const;
+    double quantile(double part) const; ///< `part` 0 to 1; 0 without samples
 
 private:
     static constexpr int lowestExponent = -20, exponents = 44, binsPerOctave = 32;

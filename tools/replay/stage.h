@@ -20,10 +20,12 @@
 
 namespace kes::replay {
 
+/// What an aircraft does at present, as the measures tell it apart.
 Phase phaseOf(const LiveAircraft& aircraft);
 
 class Stage {
 public:
+    /// Throws std::runtime_error when "motion.csv" cannot be written. `feed` must live as long.
     Stage(const Options& options, const ReplayFeed& feed, const world::Terrain& terrain);
     ~Stage();
     Stage(const Stage&) = delete;

@@ -12,6 +12,6 @@ namespace kes::world {
 void makeFolder(const std::filesystem::path& folder);
 /// Writes the file unless it has exactly this content; makes its folder.
 void writeFile(const std::filesystem::path& path, std::string_view content);
-void writeXml(const std::filesystem::path& path, const pugi::xml_document& document);
+void writeXml(const std::filesystem::path& path, const pugi::xml_document& document); ///< likewise
 
 } // namespace kes::world

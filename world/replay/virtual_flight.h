@@ -19,6 +19,7 @@ bool virtualTick();
 void virtualSimulatorStep();
 /// Hands one datagram to the traffic reader, as if it had just arrived.
 void virtualDatagram(std::string_view line);
+/// Closes the connection, ends the model, and brings the state of a run to its start values again.
 void endVirtualFlight();
 
 } // namespace kes::world

@@ -7,10 +7,10 @@
 
 namespace kes::world {
 
-void callAddDatum(Simulator&, Session&, const Packet&);
-void callClearDefinition(Simulator&, Session&, const Packet&);
-void callRequestData(Simulator&, Session&, const Packet&);
-void callRequestDataByType(Simulator&, Session&, const Packet&);
-void callSetData(Simulator&, Session&, const Packet&);
+void callAddDatum(Simulator&, Session&, const Packet&); ///< makes the definition, too; at most 1000 of 1000 fields
+void callClearDefinition(Simulator&, Session&, const Packet&);   ///< refused when there is none
+void callRequestData(Simulator&, Session&, const Packet&);       ///< makes, replaces or (period "never") ends a request
+void callRequestDataByType(Simulator&, Session&, const Packet&); ///< answered with the next frame; at most 200,000 m
+void callSetData(Simulator&, Session&, const Packet&);           ///< at once; of several records the last one holds
 
 } // namespace kes::world

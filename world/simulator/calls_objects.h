@@ -7,12 +7,12 @@
 
 namespace kes::world {
 
-void callCreateNonAtc(Simulator&, Session&, const Packet&);
-void callCreateNonAtcEx1(Simulator&, Session&, const Packet&);
-void callCreateSimulated(Simulator&, Session&, const Packet&);
-void callCreateAtc(Simulator&, Session&, const Packet&);
-void callReleaseControl(Simulator&, Session&, const Packet&);
+void callCreateNonAtc(Simulator&, Session&, const Packet&);    ///< what is refused counts in `refusedCreates`
+void callCreateNonAtcEx1(Simulator&, Session&, const Packet&); ///< the same; the livery's name is not looked at
+void callCreateSimulated(Simulator&, Session&, const Packet&); ///< a ground vehicle, without a tail number
+void callCreateAtc(Simulator&, Session&, const Packet&);       ///< always refused: nobody here could control it
+void callReleaseControl(Simulator&, Session&, const Packet&);  ///< of an object of this client, as the next two
 void callRemoveObject(Simulator&, Session&, const Packet&);
-void callSetFlightPlan(Simulator&, Session&, const Packet&);
+void callSetFlightPlan(Simulator&, Session&, const Packet&); ///< an aircraft; the file must be there and is not read
 
 } // namespace kes::world

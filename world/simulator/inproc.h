@@ -31,7 +31,7 @@ std::string inprocCommand(std::string_view line);
 
 /// Copies, empty when there is no such object.
 std::optional<SimObject> inprocObject(std::uint32_t id);
-std::optional<SimObject> inprocObject(std::string_view tailNumber);
+std::optional<SimObject> inprocObject(std::string_view tailNumber); ///< cut to the room that a packet has for it
 std::vector<SimObject> inprocObjects();
 /// The object's height above the terrain as the model sees it, feet; NaN when there is no such object.
 double inprocAboveGround(std::uint32_t id);

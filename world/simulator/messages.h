@@ -17,7 +17,7 @@ namespace kes::world {
 /// this generation of the simulator says that it does not know.
 void sendException(Simulator& simulator, Session& session, simconnect::Exception exception, std::uint32_t sendId,
                    std::optional<std::uint32_t> index);
-void sendOpen(Simulator& simulator, Session& session);
+void sendOpen(Simulator& simulator, Session& session); ///< name and version by the generation of the simulator
 void sendQuit(Simulator& simulator, Session& session);
 void sendEvent(Simulator& simulator, Session& session, std::uint32_t group, std::uint32_t eventId, std::uint32_t data);
 void sendAssigned(Simulator& simulator, Session& session, std::uint32_t requestId, std::uint32_t objectId);
@@ -35,8 +35,8 @@ void sendRequested(Simulator& simulator, Session& session, DataRequest& request,
 
 // Messages to every client that subscribed.
 void postEvent(Simulator& simulator, SystemEvent event, std::uint32_t data);
-void postObjectEvent(Simulator& simulator, SystemEvent event, const SimObject& object);
+void postObjectEvent(Simulator& simulator, SystemEvent event, const SimObject& object); ///< its id and type
 void postFilename(Simulator& simulator, SystemEvent event, std::string_view path);
-void postFrame(Simulator& simulator, float frameRate);
+void postFrame(Simulator& simulator, float frameRate); ///< per second; the simulation speed is always 1
 
 } // namespace kes::world

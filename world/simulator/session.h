@@ -26,7 +26,7 @@ struct OutBuffer {
 
     std::size_t size() const { return bytes.size() - head; }
     std::span<const std::byte> waiting() const { return std::span(bytes).subspan(head); }
-    void take(std::size_t count);
+    void take(std::size_t count); ///< so many bytes have gone, at most `size`
     /// Room for `count` more bytes, zeroed. Valid until the next call.
     std::byte* append(std::size_t count);
 };

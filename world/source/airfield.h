@@ -40,6 +40,7 @@ Track overflightTrack(const Performance& p, std::mt19937& random);
 Track lightTrack(const Performance& p, double elevation, std::mt19937& random);
 /// From the pad around some places and back to the pad.
 Track helicopterTrack(const Performance& p, double elevation, std::mt19937& random);
+/// Six rounds of a vehicle at 22 knots, on one side of the field.
 Track vehicleTrack(std::mt19937& random);
 /// Standing at a point for ever.
 Track standingTrack(Vec at, double heading);

@@ -43,7 +43,7 @@ public:
     ~ControlClient();
     /// `retryMs` between attempts to connect.
     void start(const std::string& host, std::uint16_t port, bool professional, int retryMs = 500);
-    void stop();
+    void stop(); ///< ends the connection and joins the thread; harmless when none was started
     /// Ends the present connection; the next attempt follows after the usual time.
     void drop();
     /// Off: ends the connection and makes no new one until on. Any thread.

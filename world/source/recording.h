@@ -44,6 +44,7 @@ struct Pace {
     std::optional<double> last, candidate;
     double offset = 0;
 };
+/// The offset of the next line, seconds from the first one.
 double paceOf(Pace& pace, std::optional<double> time);
 
 /// Largest datagram that UDP carries.
@@ -60,8 +61,8 @@ public:
     /// The next line that fits a datagram, or nothing at the end. A damaged file ends where it is damaged, with
     /// `problem` set.
     std::optional<RecordedLine> next();
-    std::uint64_t skipped() const { return skipped_; } ///< empty and overlong lines
-    const std::string& problem() const { return problem_; }
+    std::uint64_t skipped() const { return skipped_; }      ///< empty and overlong lines
+    const std::string& problem() const { return problem_; } ///< empty while there is none
 
 private:
     bool fill();
@@ -74,7 +75,7 @@ private:
 };
 
 /// Latitude and longitude in the middle of the first `lines` lines: of those on the ground when there are some, else
-/// of all; nothing when no line tells a place.
+/// of all; nothing when no line tells a place or the file cannot be read.
 struct MiddlePlace {
     double lat = 0, lon = 0;
     bool onGround = false; ///< taken from lines on the ground

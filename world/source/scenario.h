@@ -86,11 +86,13 @@ struct Scenario {
     std::uint32_t oddCount = 0, lastId = 0;
 };
 
+/// A fresh one from its seed. The day has begun before: the first reports find traffic of all kinds under way.
 void startScenario(Scenario& scenario, const ScenarioConfig& config);
 /// The next report in time order.
 ScenarioReport nextReport(Scenario& scenario);
 /// What the feed would say of a flight at a scenario time.
 SourceReport truthAt(const Scenario& scenario, const ScenarioFlight& flight, double time);
+/// The line of the feed, with this time (seconds since 1970).
 std::string lineOf(const Scenario& scenario, const ScenarioReport& report, double epoch);
 
 } // namespace kes::source

@@ -16,7 +16,7 @@ struct Vec {
 Vec operator+(Vec a, Vec b);
 Vec operator-(Vec a, Vec b);
 Vec operator*(Vec a, double k);
-double length(Vec v);
+double length(Vec v); ///< metres
 /// Unit vector of a grid heading (radians, clockwise from north), and the heading of a vector.
 Vec unit(double heading);
 double headingOf(Vec v);
@@ -77,11 +77,11 @@ void appendRoute(Track& track, const std::vector<RoutePoint>& route, double late
 double pathLength(const Track& track); ///< metres
 /// Distance along the path of the point nearest to `at`, looking at elements from index `first` on.
 double distanceAt(const Track& track, Vec at, std::size_t first = 0);
-/// Plans speed and time over the whole path. `holds` are (distance, seconds); `startSpeed` in m/s; the track ends at
-/// `endSpeed`.
+/// A stop at a distance along the path, metres.
 struct Hold {
     double distance = 0, seconds = 0;
 };
+/// Plans speed and time over the whole path, from one speed to the other, m/s.
 void planSpeed(Track& track, double startSpeed, double endSpeed, const std::vector<Hold>& holds);
 /// `t` in seconds from the start of the track, clamped to it.
 TrackState stateAt(const Track& track, double t);
