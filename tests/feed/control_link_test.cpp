@@ -3,8 +3,8 @@
 #include "core/parameters.h"
 #include "feed/link_clients.h"
 #include "feed_test.h"
+#include "thrown.h"
 
-#include <algorithm>
 #include <atomic>
 #include <future>
 
@@ -46,6 +46,7 @@ struct Client {
         }
         return !got.timedOut;
     }
+    bool asked() { return line(1) == question; }
     static constexpr const char* question = "Qs999=version\r\n";
     platform::Socket socket;
     std::string pending;
@@ -72,13 +73,17 @@ protected:
         user.alt = 1234;
         startServer("0");
     }
+    static std::future<void> waiting() { return std::async(std::launch::async, waitForRealTraffic); }
+    /// Until the client is back.
+    std::future<void> served() {
+        return std::async(std::launch::async, [this] { sendQs121(user); });
+    }
     /// Connects a client that answers the version question with `answer`.
     void connect(Client& client, std::string_view answer) {
-        auto waiting = std::async(std::launch::async, waitForRealTraffic);
-        client.connect();
-        EXPECT_EQ(client.line(), Client::question);
+        auto wait = waiting();
+        client.connectAsked();
         client.send(answer);
-        waiting.get();
+        wait.get();
     }
     /// One second of the main tick after the other, until `condition` holds.
     bool sendUntil(const std::function<bool()>& condition) {
@@ -106,24 +111,24 @@ TEST_F(ControlLinkTest, ServerErrorsNameTheCall) {
     ASSERT_EQ(other.listenTcp("0", step), 0);
     const std::string taken = std::to_string(other.localPort());
     EXPECT_NE(controlLinkPort(), 0);
-    try {
-        startServer(taken);
-        FAIL() << "the port is taken";
-    } catch (const std::runtime_error& error) {
-        EXPECT_EQ(error.what(), "Bind failed at port " + taken + " with error " + socketErrorText(10048));
-        EXPECT_TRUE(adviceOf(error).starts_with("Port " + taken +
-                                                " (TCP) is wanted for RealTraffic and cannot be had: "
-                                                "test_feed (process " +
-                                                std::to_string(getpid()) + ") has it. "))
-            << adviceOf(error);
-    }
+    std::string advice;
+    const auto failure = [&](const std::string& port) {
+        return thrownBy([&] {
+            try {
+                startServer(port);
+            } catch (const std::runtime_error& error) {
+                advice = adviceOf(error);
+                throw;
+            }
+        });
+    };
+    EXPECT_EQ(failure(taken), "Bind failed at port " + taken + " with error " + socketErrorText(10048));
+    EXPECT_TRUE(advice.starts_with("Port " + taken +
+                                   " (TCP) is wanted for RealTraffic and cannot be had: test_feed (process " +
+                                   std::to_string(getpid()) + ") has it. "))
+        << advice;
     EXPECT_EQ(controlLinkPort(), 0);
-    try {
-        startServer("no port");
-        FAIL() << "the port is no number";
-    } catch (const std::runtime_error& error) {
-        EXPECT_TRUE(std::string(error.what()).starts_with("getaddrinfo failed with error ")) << error.what();
-    }
+    EXPECT_TRUE(failure("no port").starts_with("getaddrinfo failed with error "));
     EXPECT_FALSE(waitForClient());
     startServer("0");
     EXPECT_NE(controlLinkPort(), 0);
@@ -177,21 +182,15 @@ TEST_F(ControlLinkTest, NothingHappensWithoutRealTrafficOnThisPc) {
 
 TEST_F(ControlLinkTest, AWaitInVainTellsOnceWhatToLookAt) {
     const auto usual = std::exchange(sourceAdviceAfter, 150ms);
-    auto waiting = std::async(std::launch::async, waitForRealTraffic);
+    auto wait = waiting();
     const std::string advice = "Nobody has connected to port " + std::to_string(controlLinkPort()) + " of this PC";
-    const auto told = [&] {
-        std::size_t count = 0;
-        for (const std::string& line : logLines())
-            count += line.find(advice) != std::string::npos ? 1 : 0;
-        return count;
-    };
-    EXPECT_TRUE(waitFor([&] { return told() == 1; }));
+    EXPECT_TRUE(waitFor([&] { return timesLogged(advice) == 1; }));
     EXPECT_EQ(statusText(), "Waiting for RealTraffic to connect to Kestrelune ...");
     const int calls = waitCalls;
     EXPECT_TRUE(waitFor([&] { return waitCalls >= calls + 3; }));
-    EXPECT_EQ(told(), 1U);
+    EXPECT_EQ(timesLogged(advice), 1);
     exitRequested = true;
-    waiting.get();
+    wait.get();
     sourceAdviceAfter = usual;
 }
 
@@ -202,11 +201,11 @@ TEST_F(ControlLinkTest, WaitsEndWithTheRun) {
         for (const auto& [what, wait] : waits) {
             SCOPED_TRACE(what);
             waitCalls = 0;
-            auto waiting = std::async(std::launch::async, wait);
+            auto running = std::async(std::launch::async, wait);
             EXPECT_TRUE(waitFor([] { return waitCalls >= 2; }));
             const auto start = std::chrono::steady_clock::now();
             *flag = true;
-            waiting.get();
+            running.get();
             EXPECT_LT(std::chrono::steady_clock::now() - start, 200ms);
             EXPECT_FALSE(rtConnected);
             *flag = false;
@@ -218,23 +217,22 @@ TEST_F(ControlLinkTest, WaitsEndWithTheRun) {
     waitCalls = 0;
     sendQs121(user);
     EXPECT_EQ(waitCalls, 0);
-}
-
-TEST_F(ControlLinkTest, AClientThatDoesNotAnswerIsNotWaitedForBeyondTheRun) {
-    auto waiting = std::async(std::launch::async, waitForRealTraffic);
+    resetRunFlags();
+    // A client that does not answer is not waited for beyond the run.
+    auto wait = waiting();
     Client client;
     client.connectAsked();
     const auto start = std::chrono::steady_clock::now();
     userClosed = true;
-    waiting.get();
+    wait.get();
     EXPECT_LT(std::chrono::steady_clock::now() - start, 200ms);
 }
 
 TEST_F(ControlLinkTest, ASilentClientCountsAsTheStandardEditionUntilItAnswers) {
-    auto waiting = std::async(std::launch::async, waitForRealTraffic);
+    auto wait = waiting();
     Client client;
     client.connectAsked();
-    waiting.get();
+    wait.get();
     EXPECT_TRUE(rtConnected && readouts.rtLight);
     EXPECT_FALSE(rtProfEdition);
     EXPECT_TRUE(logged("No RealTraffic version received?"));
@@ -276,10 +274,10 @@ TEST_F(ControlLinkTest, WhoKnocksAndGoesCostsNothing) {
     knockAndGo(30);
     Client again;
     waitCalls = 0;
-    auto waiting = std::async(std::launch::async, [this] { sendQs121(user); });
+    auto wait = served();
     EXPECT_TRUE(waitFor([] { return waitCalls > 0; })) << "none of them is a return";
     again.connectAsked();
-    waiting.get();
+    wait.get();
     expectServed(again);
     EXPECT_EQ(goneCalls, 1) << "the traffic left once";
     EXPECT_TRUE(rtProfEdition) << "what is known stays until the new client tells another";
@@ -290,7 +288,7 @@ TEST_F(ControlLinkTest, WhoKnocksAndGoesCostsNothing) {
 }
 
 TEST_F(ControlLinkTest, AClientThatGoesBeforeItAnswersIsNotWaitedFor) {
-    auto waiting = std::async(std::launch::async, waitForRealTraffic);
+    auto wait = waiting();
     {
         Client stranger;
         stranger.connectAsked();
@@ -300,7 +298,7 @@ TEST_F(ControlLinkTest, AClientThatGoesBeforeItAnswersIsNotWaitedFor) {
     Client client;
     client.connectAsked();
     client.send(prof);
-    waiting.get();
+    wait.get();
     EXPECT_TRUE(rtConnected && rtProfEdition);
     EXPECT_EQ(logLines().size(), 2U) << "no complaint of a version, none of a loss";
     expectServed(client);
@@ -309,12 +307,12 @@ TEST_F(ControlLinkTest, AClientThatGoesBeforeItAnswersIsNotWaitedFor) {
 
 TEST_F(ControlLinkTest, StrangersDoNotKeepRealTrafficOut) {
     Client first, client, later;
-    auto waiting = std::async(std::launch::async, waitForRealTraffic);
+    auto wait = waiting();
     first.connectAsked();
     client.connectAsked();
     later.connectAsked(); // the newest, but it has not answered
     client.send(prof);
-    waiting.get();
+    wait.get();
     EXPECT_TRUE(rtProfEdition);
     // Started anew, while its old connection hangs.
     Client again;
@@ -329,7 +327,7 @@ TEST_F(ControlLinkTest, StrangersDoNotKeepRealTrafficOut) {
     for (Client& stranger : strangers)
         stranger.connect();
     strangers.back().send("GET / HTTP/1.1\r\n\r\n");
-    ASSERT_TRUE(sendUntil([&] { return strangers.back().line(1) == Client::question; }));
+    ASSERT_TRUE(sendUntil([&] { return strangers.back().asked(); }));
     expectServed(again);
     EXPECT_TRUE(first.closed() && later.closed()) << "the oldest have given way";
     EXPECT_EQ(readoutText(Readout::edition), "RT stnd edition: 11");
@@ -346,11 +344,11 @@ TEST_F(ControlLinkTest, AmongClientsThatNeverAnswerTheNewestIsServed) {
     Client older, newer;
     connect(older, "[2]"); // not the answer that RealTraffic gives
     newer.connect();
-    ASSERT_TRUE(sendUntil([&] { return newer.line(1) == Client::question; }));
+    ASSERT_TRUE(sendUntil([&] { return newer.asked(); }));
     expectServed(newer);
     Client newest; // stops reading, and the others are still there
     newest.connect();
-    ASSERT_TRUE(sendUntil([&] { return newest.line(1) == Client::question; }));
+    ASSERT_TRUE(sendUntil([&] { return newest.asked(); }));
     ASSERT_TRUE(waitFor([] { return !sendDataPacket(std::string(1 << 20, 'x')); }));
     expectServed(newer);
     older.send(prof); // late, on the connection that had given way
@@ -380,20 +378,17 @@ TEST_F(ControlLinkTest, AClientGoesAndComesBack) {
                 return !rtConnected;
             }));
         }
-        ASSERT_TRUE(waitFor([&] {
-            sendQs121(user);
-            return goneCalls == 1;
-        }));
+        ASSERT_TRUE(sendUntil([] { return goneCalls == 1; }));
         EXPECT_FALSE(rtConnected || readouts.rtLight);
         EXPECT_EQ(trafficReader.timestamp, 0.0) << "the readers start anew";
         EXPECT_TRUE(statusText().ends_with(" RealTraffic gone? Wait for RealTraffic to re-connect ..."))
             << statusText();
         EXPECT_EQ(std::ranges::count(logLines(), "RealTraffic client socket closed"), ++losses);
 
-        auto waiting = std::async(std::launch::async, [this] { sendQs121(user); });
+        auto wait = served();
         Client again;
         again.connectAsked();
-        waiting.get();
+        wait.get();
         EXPECT_TRUE(rtConnected && readouts.rtLight);
         EXPECT_TRUE(logLines().back().ends_with(" RealTraffic re-connected"));
         EXPECT_EQ(statusText(), "");
@@ -409,10 +404,7 @@ TEST_F(ControlLinkTest, AfterTheCloseClickTheTrafficStays) {
     connect(client, "{}");
     userClosed = true;
     client.socket.close();
-    ASSERT_TRUE(waitFor([&] {
-        sendQs121(user);
-        return !rtConnected;
-    }));
+    ASSERT_TRUE(sendUntil([] { return !rtConnected; }));
     EXPECT_EQ(goneCalls, 0);
 }
 
@@ -442,10 +434,10 @@ TEST_F(ControlLinkTest, WhatAClientSendsUnaskedDoesNotPileUp) {
 }
 
 TEST_F(ControlLinkTest, ReceiveRefusesAnOverlongAnswer) {
-    auto waiting = std::async(std::launch::async, waitForClient);
+    auto accepted = std::async(std::launch::async, waitForClient);
     Client client;
     client.connect();
-    ASSERT_TRUE(waiting.get());
+    ASSERT_TRUE(accepted.get());
     client.send(std::string(40000, 'x'));
     EXPECT_TRUE(waitFor([] { return receive().empty(); }));
     EXPECT_TRUE(logged("receive: buffer overrun: 16384"));

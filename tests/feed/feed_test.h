@@ -13,11 +13,7 @@
 #include "support.h"
 
 #include <algorithm>
-#include <chrono>
-#include <sstream>
-#include <string>
 #include <utility>
-#include <vector>
 
 namespace kes::test {
 
@@ -58,6 +54,9 @@ protected:
         if (!lines.empty())
             lines.erase(lines.begin());
         return lines;
+    }
+    std::ptrdiff_t timesLogged(std::string_view part) const {
+        return std::ranges::count_if(logLines(), [&](const std::string& line) { return line.find(part) != line.npos; });
     }
     bool logged(const std::string& text) const { return std::ranges::count(logLines(), text) != 0; }
 

@@ -65,15 +65,11 @@ TEST_F(QnhTest, ReadsEveryFormOfThePressure) {
         readouts.qnh = untouched;
         const std::size_t before = logLines().size();
         feed(qnhReader, c.datagram);
-        const std::int32_t expected = c.qnh == 0 ? untouched : c.qnh;
-        EXPECT_EQ(qnhReader.lastQnh, expected);
-        EXPECT_EQ(currentQnh, expected);
-        EXPECT_EQ(readouts.qnh, expected);
+        for (const std::atomic<std::int32_t>* qnh : {&qnhReader.lastQnh, &currentQnh, &readouts.qnh})
+            EXPECT_EQ(*qnh, c.qnh == 0 ? untouched : c.qnh);
         const auto lines = logLines();
         ASSERT_EQ(lines.size(), before + (c.complaint.empty() ? 0U : 1U));
-        if (!c.complaint.empty()) {
-            EXPECT_TRUE(lines.back().starts_with(c.complaint)) << lines.back();
-        }
+        EXPECT_TRUE(c.complaint.empty() || lines.back().starts_with(c.complaint)) << c.complaint;
     }
     EXPECT_EQ(logLines().back(), "no QNH " + deep.substr(0, longestQuote) + "...");
 }

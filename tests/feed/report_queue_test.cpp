@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "feed_test.h"
 
-#include <vector>
-
 namespace kes::test {
 namespace {
 

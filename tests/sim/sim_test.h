@@ -13,7 +13,7 @@
 #include "support.h"
 #include "world/simulator/inproc.h"
 
-#include <gtest/gtest.h>
+#include <fmt/format.h>
 
 namespace kes::test {
 
@@ -52,6 +52,21 @@ struct SimTest : testing::Test {
         o.terrain.airfields.push_back({userLat, userLon, 1000.0});
         o.titles.known.insert("Test A320 One");
         return o;
+    }
+    /// The replies since the last call, in the order of their coming.
+    static std::vector<SimReply> takeReplies() {
+        static std::vector<SimReply> replies;
+        replies.clear();
+        drainSimReplies([](const SimReply& reply) { replies.push_back(reply); });
+        return replies;
+    }
+    /// "kind object hexid a b" of each of them.
+    static std::string toldReplies() {
+        std::string text;
+        for (const SimReply& r : takeReplies())
+            text += fmt::format("{}{} {} {} {} {}", text.empty() ? "" : ", ", static_cast<std::uint32_t>(r.kind),
+                                r.objectid, r.hexid, r.a, r.b);
+        return text;
     }
     static void startClient(double speed, const world::SimulatorOptions& o = options()) {
         world::inprocStart(o);

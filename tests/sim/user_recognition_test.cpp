@@ -1,19 +1,11 @@
 // SPDX-License-Identifier: MIT
 // What the client makes of title and model, told by the simulator model through the real packets.
 #include "core/errors.h"
-#include "reference/reference.h"
 #include "reference_text.h"
-#include "sim/ai_commands.h"
-#include "sim/sim_client.h"
 #include "sim/sim_test.h"
 #include "sim/user_recognition.h"
+#include "thrown.h"
 #include "window_backend.h"
-
-#include <fmt/format.h>
-#include <gtest/gtest.h>
-#include <map>
-#include <string>
-#include <vector>
 
 namespace kes {
 namespace {
@@ -182,12 +174,9 @@ TEST_F(UserRecognitionTest, WithoutADataBaseNoSpanIsKnown) {
 TEST_F(UserRecognitionTest, TitlesAreCutBetweenCharactersAndDecideWhole) {
     const test::TestWindow window;
     const std::string x47(47, 'x');
-    const std::string umlauts = [] {
-        std::string text;
-        for (int i = 0; i < 60; ++i)
-            text += "\xC3\xBC";
-        return text;
-    }();
+    std::string umlauts;
+    for (int i = 0; i < 60; ++i)
+        umlauts += "\xC3\xBC";
     struct Case {
         std::string title, shown, logged = title;
     };
@@ -221,20 +210,11 @@ TEST_F(UserRecognitionTest, TitlesAreCutBetweenCharactersAndDecideWhole) {
 
 TEST_F(UserRecognitionTest, FailuresOfTheModelReplyAreForTheUser) {
     test::TestWindow window;
+    const auto failure = [] { return test::thrownBy([] { onUserModel("A320"); }); };
     window.onRepaint = [] { throw std::runtime_error("no window"); };
-    try {
-        onUserModel("A320");
-        ADD_FAILURE() << "nothing thrown";
-    } catch (const nwk::UserErrorException& error) {
-        EXPECT_STREQ(error.what(), "73: It looks like you have not selected an aircraft as user vehicle");
-    }
+    EXPECT_EQ(failure(), "73: It looks like you have not selected an aircraft as user vehicle");
     window.onRepaint = [] { throw nwk::UserErrorException(5, "own words"); };
-    try {
-        onUserModel("A320");
-        ADD_FAILURE() << "nothing thrown";
-    } catch (const nwk::UserErrorException& error) {
-        EXPECT_STREQ(error.what(), "5: own words");
-    }
+    EXPECT_EQ(failure(), "5: own words");
 }
 
 } // namespace

@@ -2,9 +2,6 @@
 // All that the simulator must receive from this program, in its order, read off the wire by the stand-in simulator.
 #include "sim/sim_test.h"
 
-#include <fmt/format.h>
-#include <functional>
-#include <gtest/gtest.h>
 #include <utility>
 
 namespace kes {
@@ -18,13 +15,9 @@ Lines takeWire() {
     return std::exchange(simulator->wire, {});
 }
 
-Lines seenReplies;
-void keepReply(const SimReply& r) {
-    std::string line =
-        fmt::format("kind {} object {} hexid {}", static_cast<std::uint32_t>(r.kind), r.objectid, r.hexid);
-    if (r.kind == ReplyKind::created)
-        line += fmt::format(" {:.0f} ft above ground", r.b);
-    seenReplies.push_back(line);
+std::string told(const SimReply& r) {
+    return fmt::format("kind {} object {} hexid {}", static_cast<std::uint32_t>(r.kind), r.objectid, r.hexid) +
+           (r.kind == ReplyKind::created ? fmt::format(" {:.0f} ft above ground", r.b) : "");
 }
 
 CreateRequest request(std::string tail, std::uint32_t hexid, double north) {
@@ -48,81 +41,40 @@ void frame() {
 }
 
 // Numbers: data types 2 int64, 4 float64, 6 string32, 11 variable text; period 1 once, 4 every second; 2 = aircraft.
-const Lines declarations = {
-    "open 'Kestrelune'",
-    "define 407 'TITLE' '' 11 0 -1",
-    "define 408 'ATC MODEL' '' 6 0 -1",
-    "define 409 'SIM ON GROUND' 'Bool' 2 0 -1",
-    "define 402 'Plane Latitude' 'degree' 4 0 -1",
-    "define 402 'Plane Longitude' 'degree' 4 0 -1",
-    "define 402 'Plane Pitch degrees' 'radians' 4 0 -1",
-    "define 402 'Plane Bank degrees' 'radians' 4 0 -1",
-    "define 402 'Plane Heading degrees true' 'radians' 4 0 -1",
-    "define 402 'Plane Altitude' 'feet' 4 0 -1",
-    "define 402 'Vertical Speed' 'feet per second' 4 0 -1",
-    "define 402 'Airspeed True' 'knots' 4 0 -1",
-    "define 403 'Plane Latitude' 'degree' 4 0 -1",
-    "define 403 'Plane Longitude' 'degree' 4 0 -1",
-    "define 403 'Plane Pitch degrees' 'radians' 4 0 -1",
-    "define 403 'Plane Bank degrees' 'radians' 4 0 -1",
-    "define 403 'Plane Heading degrees true' 'radians' 4 0 -1",
-    "define 403 'Plane Altitude' 'feet' 4 0 -1",
-    "define 403 'Plane Alt Above Ground' 'feet' 4 0 -1",
-    "define 403 'Ground Velocity' 'knots' 4 0 -1",
-    "define 403 'ZULU TIME' 'Seconds' 2 0 -1",
-    "define 403 'ZULU DAY OF YEAR' 'Number' 2 0 -1",
-    "define 403 'ZULU YEAR' 'Number' 2 0 -1",
-    "define 403 'LIGHT STATES' 'Mask' 2 0 -1",
-    "define 405 'Static CG to Ground' 'feet' 4 0 -1",
-    "define 405 'Static Pitch' 'radians' 4 0 -1",
-    "define 406 'Light On States' 'Mask' 2 0 -1",
-    "define 404 'Plane Alt Above Ground' 'feet' 4 0 -1",
-    "define 404 'Ground Altitude' 'feet' 4 0 -1",
-    "define 404 'SIM ON GROUND' 'Bool' 2 0 -1",
-    "define 404 'ATC ID' '' 6 0 -1",
-    "define 401 'SPOILERS HANDLE POSITION' 'percent' 4 0 -1",
-    "define 401 'GENERAL ENG THROTTLE LEVER POSITION:1' 'percent' 4 0 -1",
-    "define 401 'GENERAL ENG THROTTLE LEVER POSITION:2' 'percent' 4 0 -1",
-    "subscribe 201 'Sim'",
-    "subscribe 202 'ObjectAdded'",
-    "subscribe 203 'ObjectRemoved'",
-    "subscribe 205 'FlightLoaded'",
-    "subscribe 204 'Frame'",
-    "map 219 'GEAR_SET'",
-    "map 220 'ENGINE_AUTO_START'",
-    "map 221 'ENGINE_AUTO_SHUTDOWN'",
-    "map 222 'THROTTLE_SET'",
-    "map 217 'FLAPS_SET'",
-    "map 218 'SPOILERS_SET'",
-    "map 207 'NAV_LIGHTS_SET'",
-    "map 206 'BEACON_LIGHTS_SET'",
-    "map 210 'LANDING_LIGHTS_SET'",
-    "map 208 'TAXI_LIGHTS_SET'",
-    "map 209 'STROBES_SET'",
-    "map 212 'LOGO_LIGHTS_SET'",
-    "map 211 'CABIN_LIGHTS_SET'",
-    "map 213 'ALL_LIGHTS_TOGGLE'",
-    "map 214 'FREEZE_LATITUDE_LONGITUDE_SET'",
-    "map 215 'FREEZE_ALTITUDE_SET'",
-    "map 216 'FREEZE_ATTITUDE_SET'",
-    "group 301 207 1",
-    "group 301 206 1",
-    "group 301 210 1",
-    "group 301 208 1",
-    "group 301 209 1",
-    "group 301 212 1",
-    "group 301 211 1",
-    "group 301 213 1",
-    "group 301 217 1",
-    "group 301 218 1",
-    "group 301 219 1",
-    "group 301 221 1",
-    "group 301 222 1",
-    "group 301 214 1",
-    "group 301 215 1",
-    "group 301 216 1",
-    "priority 301 1",
-};
+Lines declarations() {
+    Lines all{"open 'Kestrelune'"};
+    const auto add = [&](const char* form, std::initializer_list<const char*> texts) {
+        for (const char* text : texts)
+            all.push_back(fmt::format(fmt::runtime(form), text));
+    };
+    add("define {} 0 -1", {"407 'TITLE' '' 11", "408 'ATC MODEL' '' 6", "409 'SIM ON GROUND' 'Bool' 2"});
+    for (const int id : {402, 403}) {
+        const std::string form = fmt::format("define {} {{}} 4 0 -1", id);
+        add(form.c_str(),
+            {"'Plane Latitude' 'degree'", "'Plane Longitude' 'degree'", "'Plane Pitch degrees' 'radians'",
+             "'Plane Bank degrees' 'radians'", "'Plane Heading degrees true' 'radians'", "'Plane Altitude' 'feet'"});
+        if (id == 402)
+            add(form.c_str(), {"'Vertical Speed' 'feet per second'", "'Airspeed True' 'knots'"});
+    }
+    add("define {} 0 -1",
+        {"403 'Plane Alt Above Ground' 'feet' 4", "403 'Ground Velocity' 'knots' 4", "403 'ZULU TIME' 'Seconds' 2",
+         "403 'ZULU DAY OF YEAR' 'Number' 2", "403 'ZULU YEAR' 'Number' 2", "403 'LIGHT STATES' 'Mask' 2",
+         "405 'Static CG to Ground' 'feet' 4", "405 'Static Pitch' 'radians' 4", "406 'Light On States' 'Mask' 2",
+         "404 'Plane Alt Above Ground' 'feet' 4", "404 'Ground Altitude' 'feet' 4", "404 'SIM ON GROUND' 'Bool' 2",
+         "404 'ATC ID' '' 6", "401 'SPOILERS HANDLE POSITION' 'percent' 4",
+         "401 'GENERAL ENG THROTTLE LEVER POSITION:1' 'percent' 4",
+         "401 'GENERAL ENG THROTTLE LEVER POSITION:2' 'percent' 4"});
+    add("subscribe {}", {"201 'Sim'", "202 'ObjectAdded'", "203 'ObjectRemoved'", "205 'FlightLoaded'", "204 'Frame'"});
+    add("map {}", {"219 'GEAR_SET'", "220 'ENGINE_AUTO_START'", "221 'ENGINE_AUTO_SHUTDOWN'", "222 'THROTTLE_SET'",
+                   "217 'FLAPS_SET'", "218 'SPOILERS_SET'", "207 'NAV_LIGHTS_SET'", "206 'BEACON_LIGHTS_SET'",
+                   "210 'LANDING_LIGHTS_SET'", "208 'TAXI_LIGHTS_SET'", "209 'STROBES_SET'", "212 'LOGO_LIGHTS_SET'",
+                   "211 'CABIN_LIGHTS_SET'", "213 'ALL_LIGHTS_TOGGLE'", "214 'FREEZE_LATITUDE_LONGITUDE_SET'",
+                   "215 'FREEZE_ALTITUDE_SET'", "216 'FREEZE_ATTITUDE_SET'"});
+    add("group 301 {} 1", {"207", "206", "210", "208", "209", "212", "211", "213", "217", "218", "219", "221", "222",
+                           "214", "215", "216"});
+    all.push_back("priority 301 1");
+    return all;
+}
 
 struct Step {
     const char* what;
@@ -134,7 +86,7 @@ struct Step {
 constexpr std::uint32_t first = world::firstAiId, second = first + 1, third = first + 2;
 
 const Step steps[] = {
-    {"nothing but the declarations at the start", [] { startSimClient(); }, declarations, {}},
+    {"nothing but the declarations at the start", [] { startSimClient(); }, declarations(), {}},
     {"the user's position",
      [] {
          ASSERT_TRUE(waitFor([] { return simRunning.load(); }));
@@ -235,30 +187,27 @@ const Step steps[] = {
 using WireTest = test::SimTest;
 
 TEST_F(WireTest, EverythingThatMustArrive) {
-    seenReplies.clear();
-    world::SimulatorOptions options;
-    options.lat = 48.35;
-    options.lon = 11.78;
-    options.altFeet = 5000;
-    options.terrain.airfields.push_back({48.35, 11.78, 1000.0, 60}); // all the land around
-    world::inprocStart(options);
+    world::SimulatorOptions o = options();
+    o.terrain.airfields = {{48.35, 11.78, 1000.0, 60}}; // all the land around
+    world::inprocStart(o);
     world::worldSimulator()->recordWire = true;
 
     for (const Step& step : steps) {
         SCOPED_TRACE(step.what);
         step.act();
-        Lines wire;
+        Lines wire, replies;
         waitFor(
             [&] {
                 for (std::string& line : takeWire())
                     wire.push_back(std::move(line));
-                drainSimReplies(keepReply);
-                return wire.size() >= step.arrives.size() && seenReplies.size() >= step.replies.size() &&
+                for (const SimReply& reply : takeReplies())
+                    replies.push_back(told(reply));
+                return wire.size() >= step.arrives.size() && replies.size() >= step.replies.size() &&
                        world::inprocWaiting() == 0;
             },
             5000);
         EXPECT_EQ(wire, step.arrives);
-        EXPECT_EQ(std::exchange(seenReplies, {}), step.replies);
+        EXPECT_EQ(replies, step.replies);
     }
     EXPECT_EQ(program.logCount("===> Simconnect call to remove ac with objectid 1"), 1U);
     requestSimClientStop();

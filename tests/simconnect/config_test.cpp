@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "core/folders.h"
 #include "simconnect/config.h"
 #include "simconnect/raw_server.h"
-
-#include <fstream>
 
 namespace kes::simconnect {
 
@@ -64,12 +61,12 @@ TEST_F(Config, FileBesideTheProgramThenUserFolderThenDefault) {
     EXPECT_EQ(loadConfig(0)->port, "7");
     EXPECT_FALSE(loadConfig(1));
     EXPECT_FALSE(loadConfig(1));
-    EXPECT_EQ(logCount("no section for index 1"), 1U);
+    EXPECT_EQ(program.logCount("no section for index 1"), 1U);
     std::filesystem::remove(folder / "user" / "SimConnect.cfg");
     EXPECT_FALSE(loadConfig(1));
     EXPECT_EQ(loadConfig(0)->port, defaultPort);
     EXPECT_EQ(loadConfig(0)->address, "127.0.0.1");
-    EXPECT_EQ(logCount("127.0.0.1:5111"), 1U);
+    EXPECT_EQ(program.logCount("127.0.0.1:5111"), 1U);
 }
 
 } // namespace kes::simconnect

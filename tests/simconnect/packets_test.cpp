@@ -147,7 +147,7 @@ TEST_F(Packets, OpenTellsWhyItFailed) {
     writeConfig("[SimConnect]\nProtocol=Pipe\n");
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(SimConnect_Open(&client, "Kestrelune"), E_FAIL);
-    EXPECT_EQ(logCount("protocol Pipe is not available"), 1U);
+    EXPECT_EQ(program.logCount("protocol Pipe is not available"), 1U);
 }
 
 } // namespace kes::simconnect

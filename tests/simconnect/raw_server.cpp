@@ -1,16 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "simconnect/raw_server.h"
 
-#include "core/folders.h"
-#include "core/log.h"
 #include "simconnect/connection.h"
 
-#include <atomic>
 #include <cstring>
-#include <fstream>
-#include <iterator>
-#include <sstream>
-#include <thread>
+#include <utility>
 
 namespace kes::simconnect {
 
@@ -111,15 +105,7 @@ std::size_t Seen::count(RecvId kind) const {
 }
 
 void ClientTest::SetUp() {
-    static std::atomic<int> number{0};
-    before = std::filesystem::current_path();
-    folder = std::filesystem::temp_directory_path() /
-             ("kes_simconnect_" + std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()) + "_" +
-              std::to_string(++number));
-    std::filesystem::create_directories(folder);
-    std::filesystem::current_path(folder);
     setUserDataFolder(folder / "user");
-    openLog(folder / "Log.txt");
     ASSERT_EQ(platform::startSockets(), 0);
     const char* step = "";
     ASSERT_EQ(listener.listenTcp("0", step), 0) << step;
@@ -133,31 +119,16 @@ void ClientTest::TearDown() {
     peer.socket.close();
     listener.close();
     platform::endSockets();
-    closeLog();
-    std::filesystem::current_path(before);
-    std::error_code ignored;
-    std::filesystem::remove_all(folder, ignored);
 }
 
 void ClientTest::writeConfig(const std::string& text) const {
     std::ofstream(folder / "SimConnect.cfg", std::ios::binary) << text;
 }
 
-std::string ClientTest::logText() const {
-    flushLog();
-    std::ifstream file(folder / "Log.txt", std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-std::size_t ClientTest::logCount(const std::string& part) const {
-    const std::string text = logText();
-    std::size_t count = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-        ++count;
-    return count;
-}
-
 void ClientTest::connect() {
+    if (client != nullptr)
+        SimConnect_Close(std::exchange(client, nullptr));
+    seen.messages.clear();
     HRESULT result = E_FAIL;
     OpenTry attempt;
     std::unique_ptr<Transport> transport = openTransport(0, result, attempt);

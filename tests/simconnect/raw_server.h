@@ -5,15 +5,10 @@
 
 #include "platform/socket.h"
 #include "simconnect/simconnect.h"
+#include "support.h"
 
-#include <chrono>
 #include <cstdint>
-#include <filesystem>
-#include <functional>
-#include <gtest/gtest.h>
 #include <initializer_list>
-#include <string>
-#include <vector>
 
 namespace kes::simconnect {
 
@@ -57,9 +52,8 @@ protected:
     void TearDown() override;
 
     void writeConfig(const std::string& text) const;
-    std::string logText() const;
-    std::size_t logCount(const std::string& part) const;
-    /// Connects the client without waiting for an answer and takes it in; OPEN is still to be read from the peer.
+    /// Connects the client without waiting for an answer and takes it in; OPEN is still to be read from the peer. An
+    /// earlier connection ends, and what it has brought is forgotten.
     void connect();
     Peer accept();
     /// Dispatches until `done`, or until a call fails; false after ten seconds.
@@ -72,7 +66,8 @@ protected:
     HANDLE client = nullptr;
     Seen seen;
     HRESULT lastResult = S_OK;
-    std::filesystem::path folder, before;
+    const test::ProgramFolder program;
+    const std::filesystem::path folder = program.folder;
 };
 
 } // namespace kes::simconnect

@@ -5,10 +5,8 @@
 #include "airports/addon_scan.h"
 #include "airports/airport_file.h"
 #include "airports/airport_source.h"
-#include "airports/airport_table.h"
 #include "airports/park_airports.h"
 #include "airports/stands.h"
-#include "core/folders.h"
 #include "core/units.h"
 #include "flight_folder.h"
 #include "traffic/live_table.h"
@@ -16,9 +14,8 @@
 #include "world/simulator/inproc.h"
 
 #include <algorithm>
-#include <gtest/gtest.h>
 
-namespace kes {
+namespace kes::test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -27,11 +24,11 @@ TEST(AddonRoad, AnAircraftParksOnAStandOfAnInstalledPackage) {
     const fs::path package = fs::path(KES_SOURCE_DIR) / "../shared/data/bgl/Community/dcp-airport-kpsc-pasco";
     if (!fs::exists(package))
         GTEST_SKIP() << package << " is not there";
-    test::FlightFolder program;
+    FlightFolder program;
     createFolders();
-    test::SmallReference reference{.types = "A320,Large,34.1\n", .airlines = "DLH,Lufthansa\n"};
+    SmallReference reference{.types = "A320,Large,34.1\n", .airlines = "DLH,Lufthansa\n"};
     reference.more["publishers.csv"] = "names,remark\nDCP;dcp-airport,\n";
-    test::writeSmallReference(reference);
+    writeSmallReference(reference);
     program.readContent();
     constexpr double lat = 46.2647, lon = -119.119, elevation = 403;
     airportTable.assign(1, {"KPSC", "PSC", lat, lon, elevation});
@@ -42,14 +39,14 @@ TEST(AddonRoad, AnAircraftParksOnAStandOfAnInstalledPackage) {
     EXPECT_EQ(statusText(), "1 airport in 1 package: 0 linked, 1 generated, 0 not recognised");
     ASSERT_EQ(airportSource("KPSC"), (path::myThirdparty / "KPSC.xml").string());
 
-    world::SimulatorOptions options = test::overTheField();
+    world::SimulatorOptions options = overTheField();
     options.lat = lat;
     options.lon = lon;
     options.terrain.airfields.assign(1, {lat, lon, elevation});
     world::startVirtualFlight(options);
     parkAirportList.assign(1, {"KPSC", "", lat, lon, 0});
     int ticks = 0;
-    const auto pass = [&](const test::Straight* reporting) {
+    const auto pass = [&](const Straight* reporting) {
         if (reporting && ticks % 500 == 0)
             world::virtualDatagram(reporting->line(ticks / 100.0));
         ++ticks;
@@ -60,7 +57,7 @@ TEST(AddonRoad, AnAircraftParksOnAStandOfAnInstalledPackage) {
     ASSERT_EQ(stands.size(), 35U);
     const auto gate = std::ranges::find_if(stands, [](const Stand& s) { return s.id == "9"; });
     ASSERT_NE(gate, stands.end());
-    test::Straight parked;
+    Straight parked;
     parked.place = gate->position();
     parked.knots = 0;
     parked.alt = 0;
@@ -78,4 +75,4 @@ TEST(AddonRoad, AnAircraftParksOnAStandOfAnInstalledPackage) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

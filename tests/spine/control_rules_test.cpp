@@ -1,8 +1,5 @@
 // SPDX-License-Identifier: MIT
 // What the user does to the controls of the window, and what the worker makes of it.
-#include "airports/airport_table.h"
-#include "core/control_changes.h"
-#include "core/log.h"
 #include "core/run_state.h"
 #include "flight_folder.h"
 #include "spine/control_rules.h"
@@ -12,22 +9,18 @@
 #include "world/replay/virtual_flight.h"
 
 #include <algorithm>
-#include <functional>
-#include <gtest/gtest.h>
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-using test::TestWindow;
-
 struct ControlRulesTest : testing::Test {
-    test::FlightFolder program;
+    FlightFolder program;
     TestWindow window;
 
     void SetUp() override {
         program.readContent();
         readParameters();
-        world::startVirtualFlight(test::overTheField());
+        world::startVirtualFlight(overTheField());
         window.forget();
     }
     void TearDown() override {
@@ -35,7 +28,7 @@ struct ControlRulesTest : testing::Test {
         resetLiveries();
         setParameterDefaults();
     }
-    std::string file() const { return test::readFile(program.folder / "appdata/Kestrelune/parameters.xml"); }
+    std::string file() const { return readFile(program.folder / "appdata/Kestrelune/parameters.xml"); }
     /// Empty when the file has no such parameter.
     std::string stored(std::string_view name) const {
         const std::string text = file(), key = fmt::format("name=\"{}\" value=\"", name);
@@ -153,9 +146,7 @@ TEST_F(ControlRulesTest, EachKindOfControlSetsValueFileBoxAndRequest) {
                                                       : std::vector<const std::atomic<bool>*>{step.request})
             << about;
     }
-    EXPECT_FALSE(window.enabled(reRead));
-    EXPECT_FALSE(window.enabled(flushStatic));
-    EXPECT_FALSE(stopWanted());
+    EXPECT_FALSE(window.enabled(reRead) || window.enabled(flushStatic) || stopWanted());
 }
 
 TEST_F(ControlRulesTest, TheRangeFollowsItsBoxes) {
@@ -215,10 +206,9 @@ TEST_F(ControlRulesTest, WhatNeedsANewStartEndsTheRunAtOnce) {
         EXPECT_EQ(statusText(), c.status);
         EXPECT_EQ(std::filesystem::exists(path::liveriesScanned), c.listStays) << c.status;
         if (!c.listStays) {
-            EXPECT_EQ(stored("MSFS_2020"), "false");
-            EXPECT_EQ(stored("SCAN_LIVERIES") + stored("SCAN_AIRPORTS"), "truetrue");
+            EXPECT_EQ(stored("MSFS_2020") + stored("SCAN_LIVERIES") + stored("SCAN_AIRPORTS"), "falsetruetrue");
             EXPECT_EQ(window.box(par::SCAN_LIVERIES) + window.box(par::SCAN_AIRPORTS), "xx");
-            test::FlightFolder::writeLiveries({{"DLH", "A320", "Test A320 DLH"}});
+            FlightFolder::writeLiveries({{"DLH", "A320", "Test A320 DLH"}});
         }
     }
     program.writeParameters("");
@@ -260,4 +250,4 @@ TEST_F(ControlRulesTest, ANewStartReadsWhatTheUserHasJustSet) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

@@ -16,9 +16,7 @@
 #include <array>
 #include <cstdlib>
 #include <fmt/format.h>
-#include <fstream>
 #include <optional>
-#include <vector>
 
 namespace kes::test {
 

@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Which job runs at which second of a flight, and how each request of the window comes in.
-#include "airports/airport_table.h"
 #include "airports/park_airports.h"
 #include "airports/static_parking.h"
-#include "core/log.h"
 #include "core/run_state.h"
 #include "core/user_aircraft.h"
 #include "feed/traffic_reader.h"
 #include "flight_folder.h"
-#include "liveries/store.h"
-#include "reference/reference.h"
 #include "sim/orders.h"
 #include "spine/job_table.h"
 #include "spine/main_tick.h"
@@ -18,19 +14,16 @@
 #include "window_backend.h"
 #include "world/replay/virtual_flight.h"
 
-#include <functional>
-#include <gtest/gtest.h>
-
-namespace kes {
+namespace kes::test {
 namespace {
 
 struct JobTableTest : testing::Test {
-    test::FlightFolder program;
-    test::TestWindow window;
+    FlightFolder program;
+    TestWindow window;
 
     void SetUp() override {
         program.readContent();
-        world::startVirtualFlight(test::overTheField());
+        world::startVirtualFlight(overTheField());
         parkAirportList.clear();
         window.forget();
     }
@@ -44,7 +37,7 @@ struct JobTableTest : testing::Test {
         secondDue = true;
         return mainTick();
     }
-    static void fly(const test::Straight& flight, int seconds) {
+    static void fly(const Straight& flight, int seconds) {
         for (int tick = 0; tick < seconds * 100; ++tick) {
             if (tick % 500 == 0)
                 world::virtualDatagram(flight.line(tick / 100.0));
@@ -114,6 +107,41 @@ TEST_F(JobTableTest, EachSecondHasItsJobsInTheirOrder) {
 TEST_F(JobTableTest, EachJobDoesItsWork) {
     fly({}, 40);
     ASSERT_EQ(liveAircraft.size(), 1u);
+    const auto lamps = [](bool light, Lamp lamp) {
+        return [light, lamp] {
+            readouts.rtLight = light;
+            readouts.trafficLamp = readouts.weatherLamp = lamp;
+            if (lamp != Lamp::silent)
+                return;
+            trafficReader.lampShowsData = false;
+            ++trafficReader.datagramCount;
+        };
+    };
+    const auto trafficLamp = [](Lamp lamp) { return [lamp] { return readouts.trafficLamp == lamp; }; };
+    const auto onlyTraffic = [] {
+        return readouts.trafficLamp == Lamp::receiving && readouts.weatherLamp == Lamp::silent;
+    };
+    const auto twinOrdered = [] {
+        return !waitingOrders().removalQueue.empty() && waitingOrders().removalQueue.back() == 77;
+    };
+    const auto list = [](bool on) {
+        return [on] {
+            par::CALLSIGN_OBJECTIDS.value = on;
+            par::MSFS_2020.value = true;
+            std::filesystem::remove(path::callsign2ObjectId);
+        };
+    };
+    const auto listed = [] { return std::filesystem::exists(path::callsign2ObjectId); };
+    const auto userKnown = [] {
+        return trafficReader.inputs().userPosition.lat == userAircraft.lat && userAircraft.lat != 0;
+    };
+    const auto range = [](bool automatic) {
+        return [automatic] {
+            par::AUTO_RANGE.value = automatic;
+            par::LATERAL_RANGE.value = 77;
+        };
+    };
+    const auto rangeSet = [] { return par::LATERAL_RANGE != 77; };
     const struct {
         const char* name; ///< "-" in front: there is nothing to do
         std::int32_t second;
@@ -121,54 +149,15 @@ TEST_F(JobTableTest, EachJobDoesItsWork) {
         std::function<bool()> done;
     } rows[] = {
         {"parking", 16, farParkAirport, parkingLookedAbout},
-        {"lamps", 59,
-         [] {
-             readouts.rtLight = true;
-             readouts.trafficLamp = readouts.weatherLamp = Lamp::receiving;
-         },
-         [] { return readouts.trafficLamp == Lamp::silent; }},
-        {"silent lamps", 15,
-         [] {
-             readouts.trafficLamp = readouts.weatherLamp = Lamp::silent;
-             trafficReader.lampShowsData = false;
-             ++trafficReader.datagramCount;
-         },
-         [] { return readouts.trafficLamp == Lamp::receiving && readouts.weatherLamp == Lamp::silent; }},
-        {"- lamps without light", 15,
-         [] {
-             readouts.rtLight = false;
-             readouts.trafficLamp = Lamp::silent;
-             ++trafficReader.datagramCount;
-         },
-         [] { return readouts.trafficLamp == Lamp::receiving; }},
-        {"twins", 61, placeTwin,
-         [] { return !waitingOrders().removalQueue.empty() && waitingOrders().removalQueue.back() == 77; }},
-        {"callsign list", 62,
-         [] {
-             par::CALLSIGN_OBJECTIDS.value = par::MSFS_2020.value = true;
-             std::filesystem::remove(path::callsign2ObjectId);
-         },
-         [] { return std::filesystem::exists(path::callsign2ObjectId); }},
-        {"- callsign list off", 62,
-         [] {
-             par::CALLSIGN_OBJECTIDS.value = false;
-             std::filesystem::remove(path::callsign2ObjectId);
-         },
-         [] { return std::filesystem::exists(path::callsign2ObjectId); }},
-        {"user's position", 15, [] { trafficReader.setUserPosition(0, 0); },
-         [] { return trafficReader.inputs().userPosition.lat == userAircraft.lat && userAircraft.lat != 0; }},
-        {"range", 30,
-         [] {
-             par::AUTO_RANGE.value = true;
-             par::LATERAL_RANGE.value = 77;
-         },
-         [] { return par::LATERAL_RANGE != 77; }},
-        {"- range by hand", 30,
-         [] {
-             par::AUTO_RANGE.value = false;
-             par::LATERAL_RANGE.value = 77;
-         },
-         [] { return par::LATERAL_RANGE != 77; }},
+        {"lamps", 59, lamps(true, Lamp::receiving), trafficLamp(Lamp::silent)},
+        {"silent lamps", 15, lamps(true, Lamp::silent), onlyTraffic},
+        {"- lamps without light", 15, lamps(false, Lamp::silent), trafficLamp(Lamp::receiving)},
+        {"twins", 61, placeTwin, twinOrdered},
+        {"callsign list", 62, list(true), listed},
+        {"- callsign list off", 62, list(false), listed},
+        {"user's position", 15, [] { trafficReader.setUserPosition(0, 0); }, userKnown},
+        {"range", 30, range(true), rangeSet},
+        {"- range by hand", 30, range(false), rangeSet},
         {"minutes to the renewal", 60, [] { readouts.minutesToRenewal = -1; },
          [] { return readouts.minutesToRenewal == 19; }},
     };
@@ -190,20 +179,19 @@ TEST_F(JobTableTest, EachRequestOfTheWindowIsTakenOnceAtItsBeat) {
         std::function<void()> prepare;
         std::function<bool()> done;
     };
+    const auto park = [] {
+        parkedAircraft.resize(3);
+        par::INITIAL_LOAD_ONLY.value = false;
+    };
+    const auto reRead = [&] {
+        return statusText() == "park airports and stands are okay" && window.enabled(par::reRead) &&
+               window.enabled(par::DESTINATION);
+    };
     const Request requests[] = {
         {windowRequests.findCallsign, 1, [] { par::CALLSIGN_2_OBJECTID.set("NOBODY"); },
          [] { return statusText() == "callsign \"NOBODY\" is unknown"; }},
-        {windowRequests.flushStatic, 1,
-         [] {
-             parkedAircraft.resize(3);
-             par::INITIAL_LOAD_ONLY.value = false;
-         },
-         [] { return parkedAircraft.empty() && par::INITIAL_LOAD_ONLY; }},
-        {windowRequests.reRead, 15, [&] { window.forget(); },
-         [&] {
-             return statusText() == "park airports and stands are okay" && window.enabled(par::reRead) &&
-                    window.enabled(par::DESTINATION);
-         }},
+        {windowRequests.flushStatic, 1, park, [] { return parkedAircraft.empty() && par::INITIAL_LOAD_ONLY; }},
+        {windowRequests.reRead, 15, [&] { window.forget(); }, reRead},
     };
     for (const Request& request : requests) {
         for (int s = 1; s <= 45; ++s) {
@@ -230,7 +218,7 @@ TEST_F(JobTableTest, ARenewalTakesTwoPassesAndHoldsTheParkingMeanwhile) {
         windowRequests.parkAdjust = true;
         if (collected) {
             trafficReader.setCollectCallsigns();
-            world::virtualDatagram(test::Straight{}.line(0));
+            world::virtualDatagram(Straight{}.line(0));
         }
         for (int s = 1; s <= 45; ++s) {
             farParkAirport();
@@ -243,14 +231,14 @@ TEST_F(JobTableTest, ARenewalTakesTwoPassesAndHoldsTheParkingMeanwhile) {
                 EXPECT_EQ(trafficReader.takeCallsigns().size(), s == 14 ? 1u : 0u);
                 trafficReader.setCollectCallsigns();
                 if (s == 14)
-                    world::virtualDatagram(test::Straight{}.line(0));
+                    world::virtualDatagram(Straight{}.line(0));
             }
         }
     }
 }
 
 TEST_F(JobTableTest, TheNoMatchListIsWrittenEach20MinutesAndClearedOnRequest) {
-    test::Straight nothingFits;
+    Straight nothingFits;
     nothingFits.model = "EC35";
     nothingFits.callsign = "DHABC";
     nothingFits.regcode = "D-HABC";
@@ -308,4 +296,4 @@ TEST_F(JobTableTest, WithoutABeatTheRunStillEnds) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

@@ -4,21 +4,14 @@
 #include "platform/output.h"
 #include "virtual_display.h"
 
-#include <cerrno>
-#include <csignal>
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-namespace kes {
+namespace kes::test {
 namespace {
 
 namespace fs = std::filesystem;
 using std::chrono::steady_clock;
 
 struct ProcessTest : testing::Test {
-    test::FlightFolder program{false};
+    FlightFolder program{false};
     std::vector<pid_t> started;
 
     ProcessTest() {
@@ -50,20 +43,23 @@ struct ProcessTest : testing::Test {
         started.push_back(pid);
         return pid;
     }
+    /// The exit code after the user's Ctrl-C.
+    int codeOfStopped(pid_t pid) {
+        kill(pid, SIGTERM);
+        return codeOf(pid);
+    }
     /// The exit code; -1 when it does not end within 10 seconds, or by a signal.
     int codeOf(pid_t pid) {
         int status = 0;
-        if (!test::waitFor([&] { return waitpid(pid, &status, WNOHANG) == pid; }, 10000))
+        if (!waitFor([&] { return waitpid(pid, &status, WNOHANG) == pid; }, 10000))
             return -1;
         std::erase(started, pid);
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
     static bool waitForLog(std::string_view text) {
-        return test::waitFor([&] { return test::readFile("Log.txt").find(text) != std::string::npos; });
+        return waitFor([&] { return readFile("Log.txt").find(text) != std::string::npos; });
     }
-    static bool has(const char* file, std::string_view text) {
-        return test::readFile(file).find(text) != std::string::npos;
-    }
+    static bool has(const char* file, std::string_view text) { return readFile(file).find(text) != std::string::npos; }
 };
 
 constexpr std::string_view up = "RealTraffic not detected at this PC";
@@ -77,8 +73,7 @@ TEST_F(ProcessTest, ATerminalThatIsNeverReadHoldsNeitherTheRunNorItsEnd) {
     fcntl(ends[1], F_SETFL, 0);
     const pid_t pid = start("a", ends[1]);
     EXPECT_TRUE(waitForLog(up));
-    kill(pid, SIGTERM);
-    EXPECT_EQ(codeOf(pid), 0);
+    EXPECT_EQ(codeOfStopped(pid), 0);
     EXPECT_TRUE(has("Log.txt", "Exiting: "));
     close(ends[0]);
     close(ends[1]);
@@ -91,79 +86,75 @@ TEST_F(ProcessTest, AnotherDesktopDoesNotShareTheFolder) {
         EXPECT_EQ(codeOf(start(desktop)), code) << desktop;
         EXPECT_FALSE(fs::exists("Log0.txt")) << "the log of the first is not touched";
     }
-    EXPECT_TRUE(has("err.txt", "another Kestrelune works in the folder ")) << test::readFile("err.txt");
+    EXPECT_TRUE(has("err.txt", "another Kestrelune works in the folder ")) << readFile("err.txt");
     EXPECT_EQ(waitpid(first, nullptr, WNOHANG), 0) << "it goes on";
-    kill(first, SIGTERM);
-    EXPECT_EQ(codeOf(first), 0);
+    EXPECT_EQ(codeOfStopped(first), 0);
     const pid_t later = start("b");
-    EXPECT_TRUE(test::waitFor([] { return fs::exists("Log0.txt"); })) << "the lock goes with its process";
-    kill(later, SIGTERM);
-    EXPECT_EQ(codeOf(later), 0);
+    EXPECT_TRUE(waitFor([] { return fs::exists("Log0.txt"); })) << "the lock goes with its process";
+    EXPECT_EQ(codeOfStopped(later), 0);
 }
 
 TEST_F(ProcessTest, WhatCannotStartSaysWhyOnTheErrorStream) {
     std::ofstream("nofolder") << "a file";
     EXPECT_EQ(codeOf(start("a", -1, "nofolder")), 1);
-    EXPECT_TRUE(has("err.txt", "Failed to create directory: ")) << test::readFile("err.txt");
+    EXPECT_TRUE(has("err.txt", "Failed to create directory: ")) << readFile("err.txt");
     EXPECT_TRUE(has("Log.txt", "Failed to create directory: "));
     fs::remove_all("Log.txt");
     fs::create_directory("Log.txt");
     EXPECT_EQ(codeOf(start()), 1);
-    EXPECT_TRUE(has("err.txt", "Kestrelune cannot start: ")) << test::readFile("err.txt");
+    EXPECT_TRUE(has("err.txt", "Kestrelune cannot start: ")) << readFile("err.txt");
 }
 
 TEST_F(ProcessTest, AFailedStartTellsCauseAndCureAndEndsWithOne) {
     struct Case {
         const char* name;
-        void (*spoil)(const test::FlightFolder& folder);
+        void (*spoil)(const FlightFolder& folder);
         const char* text;
         const char* advice;
     };
     const Case cases[] = {
-        {"wrong folder", [](const test::FlightFolder&) { fs::remove_all("docs"); },
+        {"wrong folder", [](const FlightFolder&) { fs::remove_all("docs"); },
          "error:  41: Kestrelune must be run from the Kestrelune folder!\n", "There is no folder \"docs\" in /"},
-        {"half a package", [](const test::FlightFolder&) { fs::remove_all("input"); }, "input/my_regcodes",
+        {"half a package", [](const FlightFolder&) { fs::remove_all("input"); }, "input/my_regcodes",
          "Was the whole package unpacked"},
-        {"no update data", [](const test::FlightFolder&) { fs::remove_all("updates"); },
+        {"no update data", [](const FlightFolder&) { fs::remove_all("updates"); },
          "error:  ", "The reference data \"dbase.zip\" was asked for at file:"},
-        {"no simulator", [](const test::FlightFolder& folder) { folder.writeParameters("", false); },
+        {"no simulator", [](const FlightFolder& folder) { folder.writeParameters("", false); },
          "error:  150: No install path detected, type full path to your Community folder above, and press Enter\n",
          "write the path of the folder that holds \"Community\" as MSFS_INSTALL_PATH into "},
         {"no packages",
-         [](const test::FlightFolder&) {
+         [](const FlightFolder&) {
              fs::create_directory("Community");
              fs::remove(path::liveriesScanned);
          },
          "error:  43: Automatic scan has not found any liveries", "/Community\" for AI aircraft packages of AIG"},
         {"no folders",
-         [](const test::FlightFolder& folder) {
+         [](const FlightFolder& folder) {
              folder.writeParameters("<parameter name=\"LIG_AUTOMATIC\" value=\"false\"/>");
              fs::remove(path::liveriesScanned);
          },
          "error:  48: Set lfolder parameter(-s)", "it names no folder: add <parameter name=\"lfolder0\" "},
         {"folders that are not there",
-         [](const test::FlightFolder& folder) {
+         [](const FlightFolder& folder) {
              folder.writeParameters("<parameter name=\"LIG_AUTOMATIC\" value=\"false\"/>"
                                     "<parameter name=\"lfolder3\" value=\"/no/such\"/>");
              fs::remove(path::liveriesScanned);
          },
          "error:  53: no liveries found\n", "No such folder: /no/such (lfolder3). Put it right in "},
-        {"damaged list", [](const test::FlightFolder&) { std::ofstream(path::liveriesScanned) << "<liv"; },
+        {"damaged list", [](const FlightFolder&) { std::ofstream(path::liveriesScanned) << "<liv"; },
          "error:  52: ", "The list of liveries is damaged, the next start scans anew."},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        test::FlightFolder fresh(false);
+        FlightFolder fresh(false);
         closeLog();
         fs::remove("Log.txt");
         c.spoil(fresh);
         const pid_t pid = start("a", -1, (fresh.folder / "appdata").c_str());
-        ASSERT_TRUE(test::waitFor([] { return has("err.txt", "Ctrl-C closes the program.\n"); }))
-            << test::readFile("out.txt");
-        kill(pid, SIGTERM);
-        EXPECT_EQ(codeOf(pid), 1);
-        EXPECT_TRUE(has("err.txt", c.text)) << test::readFile("err.txt");
-        EXPECT_TRUE(has("err.txt", c.advice)) << test::readFile("err.txt");
+        ASSERT_TRUE(waitFor([] { return has("err.txt", "Ctrl-C closes the program.\n"); })) << readFile("out.txt");
+        EXPECT_EQ(codeOfStopped(pid), 1);
+        EXPECT_TRUE(has("err.txt", c.text)) << readFile("err.txt");
+        EXPECT_TRUE(has("err.txt", c.advice)) << readFile("err.txt");
         EXPECT_TRUE(has("Log.txt", c.advice)) << "the log tells it as well";
     }
 }
@@ -179,8 +170,7 @@ TEST_F(ProcessTest, DoubtfulSettingsAreToldAndTheRunGoesOn) {
                              "LATERAL_RANGE=\"4000\" in parameters.xml lies beyond the limits 2 to 100, 100 is used",
                              "\"LATTERAL_RANGE\" in parameters.xml is no setting", "There is no Community folder in "})
         EXPECT_TRUE(has("out.txt", told) && has("Log.txt", told)) << told;
-    kill(pid, SIGTERM);
-    EXPECT_EQ(codeOf(pid), 0);
+    EXPECT_EQ(codeOfStopped(pid), 0);
 }
 
 TEST_F(ProcessTest, ADisplayThatGoesAwayCostsTheWindowAlone) {
@@ -189,7 +179,7 @@ TEST_F(ProcessTest, ADisplayThatGoesAwayCostsTheWindowAlone) {
 #endif
     constexpr const char* file = "appdata/Kestrelune/parameters.xml";
     constexpr std::string_view gone = "The display has gone, the run goes on without a window";
-    test::Display display;
+    Display display;
     if (const std::string none = display.start(); !none.empty())
         GTEST_SKIP() << none;
     program.writeParameters("<parameter name=\"MAIN_WINDOW_X\" value=\"5000\"/>");
@@ -197,16 +187,15 @@ TEST_F(ProcessTest, ADisplayThatGoesAwayCostsTheWindowAlone) {
     ASSERT_TRUE(waitForLog(up));
     if (has("out.txt", "status: "))
         GTEST_SKIP() << "built without the window";
-    test::user("search --sync --onlyvisible --name '^Kestrelune$' windowactivate --sync");
-    EXPECT_TRUE(test::waitFor([&] {
-        test::user("key alt+o"); // once the controls are on
-        return test::waitFor([&] { return has(file, "name=\"LOG\" value=\"false\""); }, 3000);
+    user("search --sync --onlyvisible --name '^Kestrelune$' windowactivate --sync");
+    EXPECT_TRUE(waitFor([&] {
+        user("key alt+o"); // once the controls are on
+        return waitFor([&] { return has(file, "name=\"LOG\" value=\"false\""); }, 3000);
     }));
     display.endServer();
-    EXPECT_TRUE(test::waitFor([&] { return has("out.txt", fmt::format("status: {}\n", gone)); }));
+    EXPECT_TRUE(waitFor([&] { return has("out.txt", fmt::format("status: {}\n", gone)); }));
     EXPECT_TRUE(waitForLog(gone));
-    kill(pid, SIGTERM);
-    EXPECT_EQ(codeOf(pid), 0);
+    EXPECT_EQ(codeOfStopped(pid), 0);
     EXPECT_TRUE(has("out.txt", "status: Close window button clicked, closing Kestrelune ...\n"));
     EXPECT_TRUE(has("Log.txt", "Exiting: NOT YET SET"));
     EXPECT_TRUE(has(file, "name=\"LOG\" value=\"false\""));
@@ -216,13 +205,12 @@ TEST_F(ProcessTest, ADisplayThatGoesAwayCostsTheWindowAlone) {
 TEST_F(ProcessTest, AFullDiskIsToldOnTheStatus) {
     fs::create_symlink("/dev/full", "Log.txt");
     const pid_t pid = start();
-    EXPECT_TRUE(test::waitFor([] {
+    EXPECT_TRUE(waitFor([] {
         return has("out.txt", "status: Log.txt cannot be written: No space left on device, is the disk full?\n");
-    })) << test::readFile("out.txt");
-    EXPECT_TRUE(test::waitFor([] { return has("out.txt", up); })) << "the run goes on without a log";
-    kill(pid, SIGTERM);
-    EXPECT_EQ(codeOf(pid), 0);
+    })) << readFile("out.txt");
+    EXPECT_TRUE(waitFor([] { return has("out.txt", up); })) << "the run goes on without a log";
+    EXPECT_EQ(codeOfStopped(pid), 0);
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

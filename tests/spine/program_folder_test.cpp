@@ -1,20 +1,18 @@
 // SPDX-License-Identifier: MIT
-#include "core/folders.h"
 #include "spine/program_folder.h"
 #include "support.h"
+#include "thrown.h"
 
 #include <cstdlib>
-#include <fstream>
-#include <gtest/gtest.h>
 
-namespace kes {
+namespace kes::test {
 namespace {
 
 namespace fs = std::filesystem;
 
 /// An installation and a user; the current directory is the user's home.
 struct ProgramFolderTest : testing::Test {
-    test::ProgramFolder place;
+    ProgramFolder place;
     fs::path content = place.folder / "share/kestrelune", home = place.folder / "home";
     fs::path own = home / "data/Kestrelune";
 
@@ -35,7 +33,7 @@ struct ProgramFolderTest : testing::Test {
         fs::create_directories((content / name).parent_path());
         std::ofstream(content / name) << text;
     }
-    static std::string read(const fs::path& file) { return test::readFile(file); }
+    static std::string read(const fs::path& file) { return readFile(file); }
 };
 
 TEST_F(ProgramFolderTest, StaysWhereAnUnpackedProgramIsStarted) {
@@ -84,15 +82,11 @@ TEST_F(ProgramFolderTest, ANamedFolderIsMadeOrRefusedWithAReason) {
     fs::current_path(home);
     std::ofstream("file") << "no folder";
     for (const auto& from : {content, fs::path()}) {
-        try {
-            enterProgramFolder("file", from);
-            FAIL() << "a file is no folder";
-        } catch (const std::runtime_error& error) {
-            EXPECT_TRUE(std::string(error.what()).starts_with("the folder file cannot be used (")) << error.what();
-        }
+        const std::string error = thrownBy([&] { enterProgramFolder("file", from); });
+        EXPECT_TRUE(error.starts_with("the folder file cannot be used (")) << error;
         EXPECT_EQ(fs::current_path(), home);
     }
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

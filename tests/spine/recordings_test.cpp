@@ -19,11 +19,9 @@
 #include "world/source/recording.h"
 
 #include <algorithm>
-#include <cmath>
-#include <gtest/gtest.h>
 #include <map>
 
-namespace kes {
+namespace kes::test {
 namespace {
 
 struct Recording {
@@ -39,7 +37,7 @@ void PrintTo(const Recording& r, std::ostream* out) {
 }
 
 struct RecordingTest : testing::TestWithParam<Recording> {
-    test::ProgramFolder program;
+    ProgramFolder program;
 
     void SetUp() override {
         setParameterDefaults();
@@ -141,4 +139,4 @@ INSTANTIATE_TEST_SUITE_P(Recordings, RecordingTest,
                                          Recording{"lfbo-egll-20240606.rttfc.gz", 43.63, 1.37, 5000, 30, 1, 3}));
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

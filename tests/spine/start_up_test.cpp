@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // What start-up does before a run needs simulator and traffic source: install path, reference data.
-#include "core/parameters.h"
 #include "core/run_state.h"
 #include "flight_folder.h"
 #include "platform/system.h"
@@ -10,19 +9,15 @@
 #include "window_backend.h"
 
 #include <atomic>
-#include <cstdlib>
-#include <gtest/gtest.h>
-#include <thread>
 
-namespace kes {
+namespace kes::test {
 namespace {
 
 namespace fs = std::filesystem;
-using test::waitFor;
 
 struct StartUpTest : testing::Test {
-    test::FlightFolder program;
-    test::TestWindow window;
+    FlightFolder program;
+    TestWindow window;
     std::string homeBefore = std::getenv("HOME") == nullptr ? "" : std::getenv("HOME");
 
     void SetUp() override {
@@ -42,7 +37,11 @@ struct StartUpTest : testing::Test {
         setRunSleepScale(1);
         setParameterDefaults();
     }
-    std::string parameterFile() const { return test::readFile(program.folder / "appdata/Kestrelune/parameters.xml"); }
+    static void closeRun(std::thread& worker) {
+        userClosed = exitRequested = true;
+        worker.join();
+    }
+    std::string parameterFile() const { return readFile(program.folder / "appdata/Kestrelune/parameters.xml"); }
     void storeInstallPath(const std::string& path) const {
         program.writeParameters("<parameter name=\"MSFS_2024_INSTALL_PATH\" value=\"untouched/Community\"/>", false);
         std::string text = parameterFile();
@@ -106,17 +105,15 @@ TEST_F(StartUpTest, WithoutReferenceDataTheRunEndsAndTellsWhereItLooked) {
     EXPECT_TRUE(program.logHas("Another one can be named in \"input/update_server.txt\""));
     EXPECT_NE(window.lines().find("Fetching and reading the reference data ..."), std::string::npos);
     EXPECT_FALSE(ended) << "the error stays up until the user closes";
-    userClosed = true;
-    exitRequested = true;
-    worker.join();
+    closeRun(worker);
 }
 
 TEST_F(StartUpTest, ADamagedListOfLiveriesIsToldAndTheNextStartScansAnew) {
-    const std::string list = test::readFile(path::liveriesScanned);
+    const std::string list = readFile(path::liveriesScanned);
     const std::string noSection = "52: output/LiveriesScanned.xml does not contain a <liveries> section";
     fs::create_directories("packs");
     std::ofstream("packs/aircraft.cfg") << "icao_type_designator=A320\n[fltsim.0]\ntitle=Found\nicao_airline=DLH\n";
-    test::writeSmallReference({.types = "A320,Large,34.1\n", .airlines = "DLH,Lufthansa\n"});
+    writeSmallReference({.types = "A320,Large,34.1\n", .airlines = "DLH,Lufthansa\n"});
     dataBaseRead = false;
     resetLiveries();
     for (const auto& [content, told] :
@@ -139,9 +136,7 @@ TEST_F(StartUpTest, ADamagedListOfLiveriesIsToldAndTheNextStartScansAnew) {
             EXPECT_EQ(errorText(), next ? "" : told);
             EXPECT_EQ(window.shown().lines.back().advice,
                       next ? "" : "The list of liveries is damaged, the next start scans anew.");
-            userClosed = true;
-            exitRequested = true;
-            worker.join();
+            closeRun(worker);
             clearError();
             resetRun();
         }
@@ -151,4 +146,4 @@ TEST_F(StartUpTest, ADamagedListOfLiveriesIsToldAndTheNextStartScansAnew) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

@@ -3,13 +3,10 @@
 #include "traffic/advance.h"
 #include "traffic/flight.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-using AdvanceTest = test::FlightTest;
-using test::Flight;
-using test::homeLat;
-using test::homeLon;
+using AdvanceTest = FlightTest;
 
 /// On each tick the aircraft is where the leg's share says, by the shorter way round the world and the compass.
 TEST_F(AdvanceTest, TheTicksOfALegAddUpToIt) {
@@ -94,7 +91,7 @@ TEST_F(AdvanceTest, WhatATickDoesWithHeadingAndPlace) {
 TEST_F(AdvanceTest, NothingJumpsWhateverComes) {
     int ticksSeen = 0;
     for (std::uint32_t seed = 0; seed < 60; ++seed) {
-        test::RandomFlight f(seed);
+        RandomFlight f(seed);
         double reach = 0; ///< nautical miles that a tick may move on this leg
         for (;; ++ticksSeen) {
             const LiveAircraft before = f.a;
@@ -124,4 +121,4 @@ TEST_F(AdvanceTest, NothingJumpsWhateverComes) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

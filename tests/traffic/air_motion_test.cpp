@@ -3,12 +3,10 @@
 #include "traffic/air_motion.h"
 #include "traffic/flight.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-using AirMotionTest = test::FlightTest;
-using test::Flight;
-using test::homeLat;
+using AirMotionTest = FlightTest;
 
 TEST_F(AirMotionTest, WhatALegDoesWithTheHeight) {
     struct Row {
@@ -130,7 +128,7 @@ TEST_F(AirMotionTest, BankAndPitchChangeNoFasterThanTheCategory) {
     };
     constexpr Limits limits[] = {{0.035, 0.01, 40},  {0.0275, 0.0085, 35}, {0.02, 0.0075, 30},
                                  {0.015, 0.005, 20}, {0.1, 0.03, 90},      {0.06, 0.03, 75}};
-    for (const AircraftCategory category : test::everyCategory) {
+    for (const AircraftCategory category : everyCategory) {
         SCOPED_TRACE(text(category));
         const Limits& most = limits[static_cast<std::size_t>(category)];
         for (const double east : {1.0, -1.0}) {
@@ -237,4 +235,4 @@ TEST_F(AirMotionTest, ALegInTheFlareLeavesTheDescentAlone) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

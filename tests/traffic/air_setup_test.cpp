@@ -3,16 +3,14 @@
 #include "traffic/air_setup.h"
 #include "traffic/flight.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
-
-using test::Flight;
 
 /// Airliners, small aircraft with wings, helicopters.
 enum Kind : std::size_t { airliner, small, rotor };
 constexpr Kind kindOf[] = {small, airliner, airliner, airliner, small, rotor};
 
-struct AirSetupTest : test::FlightTest {
+struct AirSetupTest : FlightTest {
     /// One leg, with what the simulator says of the height.
     static void leg(Flight& f, double alt, double agl, double vs) {
         f.a.stream = {air(0, f.m.in.tick, 200, alt), air(0.01, f.m.in.tick + 1000, 200, alt)};
@@ -55,7 +53,7 @@ TEST_F(AirSetupTest, FromCruiseToFinalAndAround) {
         {9999, 9000, 1500, {"cabin 1, gear 0", "", "cabin 1"}},
         {10000, 9001, 1500, {"lights nb----c, gear 0", "", "lights nb----c"}},
     };
-    for (const AircraftCategory category : test::everyCategory) {
+    for (const AircraftCategory category : everyCategory) {
         SCOPED_TRACE(text(category));
         const Kind kind = kindOf[static_cast<std::size_t>(category)];
         Flight f({air(0, 5000)}, category);
@@ -102,7 +100,7 @@ TEST_F(AirSetupTest, AFinalThatLeadsNowhereIsLeft) {
                            Row{"level, near", 9.9, -249, true, false}, Row{"level, no airport", -1, -249, true, true},
                            Row{"not on final", -1, 600, false, false}}) {
         SCOPED_TRACE(row.name);
-        for (const AircraftCategory category : test::everyCategory) {
+        for (const AircraftCategory category : everyCategory) {
             Flight f({air(0, 5000)}, category);
             f.a.lowLights = true;
             f.a.approach = row.final;
@@ -122,4 +120,4 @@ TEST_F(AirSetupTest, AFinalThatLeadsNowhereIsLeft) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

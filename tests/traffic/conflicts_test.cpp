@@ -1,24 +1,20 @@
 // SPDX-License-Identifier: MIT
 // Limits, ghosts, blocking, the user's surroundings, and how the user finds an object.
-#include "airports/stands.h"
 #include "pipe_guard.h"
 #include "sim/orders.h"
 #include "traffic/harness.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-using ConflictsTest = test::TrafficTest;
-using test::firstHex;
-using test::homeLat;
-using test::homeLon;
+using ConflictsTest = TrafficTest;
 
 constexpr std::int32_t far = 1 << 28;
 
 TEST_F(ConflictsTest, TheNearestStayUnderMaxLive) {
     struct Case {
         std::int32_t limit;
-        double miles;
+        double miles; ///< from home, of the newcomer
         bool spawns;
         std::uint32_t coming; ///< asked of the simulator, which has not answered
         std::uint32_t withdrawn;
@@ -29,6 +25,7 @@ TEST_F(ConflictsTest, TheNearestStayUnderMaxLive) {
          {Case{10, 29.95, false, 0, 0, 10}, Case{10, 29.85, true, 0, 0, 10, true}, Case{10, 20, true, 0, 0, 10, true},
           Case{10, 40, true, 0, 0, 9}, Case{10, 40, false, 1, 0, 9}, Case{10, 40, true, 0, 1, 9},
           Case{10, 20, true, 1, 1, 10, true}, Case{-1, 40, true, 9, 9, 10}, Case{0, 1, false, 0, 0, 0}}) {
+        SCOPED_TRACE(fmt::format("limit {}, {} miles", c.limit, c.miles));
         resetLiveTraffic();
         maxLive = c.limit;
         for (std::uint32_t i = 0; i < c.active; ++i)
@@ -43,33 +40,28 @@ TEST_F(ConflictsTest, TheNearestStayUnderMaxLive) {
         newcomer.st = AircraftStatus::buffer;
         newcomer.fs = FlightState::birth;
         updateLiveAc(newcomer, motionNow());
-        EXPECT_EQ(newcomer.st == AircraftStatus::adding2sim, c.spawns) << c.limit << " " << c.miles;
-        EXPECT_EQ(newcomer.deleteNow, !c.spawns) << c.limit << " " << c.miles;
-        std::vector<std::uint32_t> left;
-        for (const LiveAircraft& a : liveAircraft)
-            if (a.st == AircraftStatus::removingfromsim)
-                left.push_back(a.hexid - firstHex);
-        EXPECT_EQ(left, c.takesFarthest ? std::vector<std::uint32_t>{3} : std::vector<std::uint32_t>{})
-            << c.limit << " " << c.miles;
+        EXPECT_EQ(newcomer.st == AircraftStatus::adding2sim, c.spawns);
+        EXPECT_EQ(newcomer.deleteNow, !c.spawns);
+        EXPECT_EQ(leaving(), c.takesFarthest ? "DLH307" : "");
     }
 }
 
 TEST_F(ConflictsTest, ATenthOfAMileIsNotFarther) {
     struct Case {
-        std::vector<double> miles; ///< in the order of the table
+        std::vector<double> miles; ///< in the order of the table, DLH304 first
         double from;
-        std::size_t leaves; ///< place in the table, behind its end = nobody
+        std::string leaves;
     };
-    for (const Case& c : {Case{{30, 30.05}, 20, 0}, Case{{30, 30.15}, 20, 1}, Case{{30.05, 30, 30.1}, -1, 0},
-                          Case{{30, 30.05, 30.12}, 29.85, 2}, Case{{30, 30.05}, 29.97, 2}, Case{{0}, -1, 0}}) {
+    for (const Case& c :
+         {Case{{30, 30.05}, 20, "DLH304"}, Case{{30, 30.15}, 20, "DLH305"}, Case{{30.05, 30, 30.1}, -1, "DLH304"},
+          Case{{30, 30.05, 30.12}, 29.85, "DLH306"}, Case{{30, 30.05}, 29.97, ""}, Case{{0}, -1, "DLH304"}}) {
         resetLiveTraffic();
         for (std::size_t i = 0; i < c.miles.size(); ++i)
             activeFlight(firstHex + static_cast<std::uint32_t>(i), {air(c.miles[i] / 60, far), air(1, far + 1)});
-        LiveAircraft& leaving = activeFlight(firstHex + 90, {air(0.9, far), air(1, far + 1)});
-        leaving.st = AircraftStatus::removingfromsim; // farther than all, and gone already
-        EXPECT_EQ(removeFarthest(c.from), c.leaves < c.miles.size());
-        for (std::size_t i = 0; i < c.miles.size(); ++i)
-            EXPECT_EQ(liveAircraft[i].st == AircraftStatus::removingfromsim, i == c.leaves) << c.miles[i];
+        LiveAircraft& gone = activeFlight(firstHex + 90, {air(0.9, far), air(1, far + 1)}); // farther than all
+        gone.st = AircraftStatus::removingfromsim;
+        EXPECT_EQ(removeFarthest(c.from), !c.leaves.empty());
+        EXPECT_EQ(leaving(), c.leaves + (c.leaves.empty() ? "" : " ") + gone.callsign) << c.miles.back();
     }
 }
 
@@ -102,38 +94,36 @@ TEST_F(ConflictsTest, AnAltitudeNearTheAirportIsDoubtfulBelowTenThousandFeet) {
 TEST_F(ConflictsTest, ANewLimitTakesTheFarthest) {
     for (std::uint32_t i = 0; i < 6; ++i)
         activeFlight(firstHex + i, {air((i + 1) * 0.01, far), air(1, far + 1)});
-    applyMaxLive();
-    EXPECT_TRUE(waitingOrders().removalQueue.empty()) << "no limit";
-    maxLive = 4;
-    applyMaxLive();
-    EXPECT_EQ(std::vector(waitingOrders().removalQueue.begin(), waitingOrders().removalQueue.end()),
-              (std::vector{liveAircraft[5].objectid, liveAircraft[4].objectid}));
-    maxLive = 0;
-    applyMaxLive();
-    EXPECT_EQ(waitingOrders().removalQueue.size(), 6U);
+    const auto leftBy = [](std::int32_t limit) {
+        maxLive = limit;
+        applyMaxLive();
+        return leaving();
+    };
+    EXPECT_EQ(leftBy(-1), "") << "no limit";
+    EXPECT_EQ(leftBy(4), "DLH308 DLH309");
+    EXPECT_EQ(waitingOrders().removalQueue.front(), liveAircraft[5].objectid) << "the farthest first";
+    EXPECT_EQ(leftBy(0), "DLH304 DLH305 DLH306 DLH307 DLH308 DLH309");
 }
 
 TEST_F(ConflictsTest, ALimitChangedDuringARunAlsoMeetsThoseStillComing) {
     for (std::uint32_t i = 0; i < 4; ++i)
         activeFlight(firstHex + i, {air((i + 1) * 0.01, far), air(1, far + 1)});
     liveAircraft[3].st = AircraftStatus::adding2sim;
-    const auto leaving = [] { return waitingOrders().removalQueue.size(); };
     par::MAX_LIVE.value = 2;
     windowRequests.maxLive = true;
     takeNewMaxLive();
     EXPECT_EQ(maxLive, 2);
-    EXPECT_EQ(leaving(), 1U);
+    EXPECT_EQ(leaving(), "DLH306");
     EXPECT_TRUE(windowRequests.maxLive) << "one more is coming";
     liveAircraft[3].st = AircraftStatus::active;
     takeNewMaxLive();
-    EXPECT_EQ(leaving(), 2U);
-    EXPECT_EQ(liveAircraft[3].st, AircraftStatus::removingfromsim) << "the farthest";
+    EXPECT_EQ(leaving(), "DLH306 DLH307") << "the farthest";
     EXPECT_FALSE(windowRequests.maxLive);
     par::MAX_LIVE.value = -1;
     windowRequests.maxLive = true;
     takeNewMaxLive();
     EXPECT_EQ(maxLive, -1);
-    EXPECT_EQ(leaving(), 2U);
+    EXPECT_EQ(leaving(), "DLH306 DLH307");
     EXPECT_FALSE(windowRequests.maxLive);
 }
 
@@ -156,7 +146,7 @@ TEST_F(ConflictsTest, TheCallsignListIsSortedAndReplaced) {
     par::CALLSIGN_OBJECTIDS.value = par::MSFS_2020.value = true;
     std::ofstream(path::callsign2ObjectId) << std::string(1000, 'x');
     writeCallsignList();
-    EXPECT_EQ(test::readFile(path::callsign2ObjectId),
+    EXPECT_EQ(readFile(path::callsign2ObjectId),
               "Air DLH305    DLH A320: 78 \nGnd DLH304    DLH A320: 77 \nGnd DLH307    DLH A320: 79 Parked at V 12\n");
     std::filesystem::remove(path::callsign2ObjectId);
     std::filesystem::create_directory(path::callsign2ObjectId);
@@ -164,7 +154,7 @@ TEST_F(ConflictsTest, TheCallsignListIsSortedAndReplaced) {
     EXPECT_TRUE(std::filesystem::is_empty(path::callsign2ObjectId)) << "what cannot be opened is left alone";
     std::filesystem::remove(path::callsign2ObjectId);
     {
-        const test::PipeGuard pipe(path::callsign2ObjectId); // must not hold the tick
+        const PipeGuard pipe(path::callsign2ObjectId); // must not hold the tick
         writeCallsignList();
     }
     EXPECT_TRUE(program.logHas("could not be written"));
@@ -281,7 +271,7 @@ TEST_F(ConflictsTest, LiveAircraftNearTheUserGo) {
 }
 
 TEST_F(ConflictsTest, StaticAircraftGiveWay) {
-    const auto park = [] {
+    const auto goesBy = [](void (*check)()) {
         parkedAircraft.assign(1, {});
         AiAircraft& p = parkedAircraft[0];
         p.hexid = 5;
@@ -292,39 +282,25 @@ TEST_F(ConflictsTest, StaticAircraftGiveWay) {
         p.wingspan = 17 / metresPerNm;
         p.standLat = homeLat + 30 / metresPerNm / 60;
         p.standLon = homeLon;
+        check();
+        return p.st == AircraftStatus::removingfromsim;
     };
-    const auto goes = [] { return parkedAircraft.at(0).st == AircraftStatus::removingfromsim; };
     LiveAircraft& a = activeFlight(firstHex, {ground(0, far), ground(1, far)});
-    park();
-    checkParkedCollisions();
-    EXPECT_FALSE(goes()) << "switched off";
+    EXPECT_FALSE(goesBy(checkParkedCollisions)) << "switched off";
     par::COLLISION_LIVE_PARKED_GND.value = true;
-    checkParkedCollisions();
-    EXPECT_TRUE(goes());
-    park();
-    checkParkedCollisions();
-    EXPECT_FALSE(goes()) << "it did not move since the last check";
-    removeParkedTwins();
-    EXPECT_TRUE(goes()) << "the same flight";
-    park();
+    EXPECT_TRUE(goesBy(checkParkedCollisions));
+    EXPECT_FALSE(goesBy(checkParkedCollisions)) << "it did not move since the last check";
+    EXPECT_TRUE(goesBy(removeParkedTwins)) << "the same flight";
     a.callsign = "DLH2";
     a.regcode = "D-AIZA";
-    removeParkedTwins();
-    EXPECT_TRUE(goes()) << "the same airframe";
-    park();
+    EXPECT_TRUE(goesBy(removeParkedTwins)) << "the same airframe";
     a.onGround = false;
-    removeParkedTwins();
-    EXPECT_FALSE(goes());
-    userOnGround = true;
+    EXPECT_FALSE(goesBy(removeParkedTwins));
+    userOnGround = userSpanKnown = true;
     userSpan = 15 / metresPerNm;
-    userSpanKnown = true;
-    checkUserCollisions();
-    EXPECT_TRUE(goes()) << "the user comes too near";
-    park();
-    checkUserCollisions();
-    EXPECT_FALSE(goes()) << "the user did not move";
-    addSimReply(reply(ReplyKind::removed, 9000, 0));
-    applySimReplies();
+    EXPECT_TRUE(goesBy(checkUserCollisions)) << "the user comes too near";
+    EXPECT_FALSE(goesBy(checkUserCollisions)) << "the user did not move";
+    answer(ReplyKind::removed, 9000, 0);
     EXPECT_TRUE(parkedAircraft.empty());
 }
 
@@ -334,9 +310,7 @@ TEST_F(ConflictsTest, AStaticAircraftIsTakenBackFromItsQueueOrAfterItsSequence) 
         parkedAircraft[i].hexid = i + 1;
         parkedAircraft[i].st = AircraftStatus::adding2sim;
     }
-    CreateRequest request;
-    request.hexid = 1;
-    orderCreate(request);
+    orderCreate({.tailNumber = {}, .title = {}, .hexid = 1});
     removeAircraftFromSim(parkedAircraft[0]);
     removeAircraftFromSim(parkedAircraft[1]);
     EXPECT_TRUE(waitingOrders().staticCreateQueue.empty());
@@ -347,10 +321,9 @@ TEST_F(ConflictsTest, AStaticAircraftIsTakenBackFromItsQueueOrAfterItsSequence) 
     EXPECT_EQ(removed, std::vector<std::uint32_t>{}) << "two seconds first";
     run(20);
     EXPECT_EQ(removed, std::vector<std::uint32_t>{700});
-    addSimReply(reply(ReplyKind::createFailed, 0, 1));
-    applySimReplies();
-    EXPECT_TRUE(std::ranges::none_of(parkedAircraft, [](const AiAircraft& p) { return p.hexid == 1; }));
+    answer(ReplyKind::createFailed, 0, 1);
+    EXPECT_EQ(std::ranges::count(parkedAircraft, 1U, &AiAircraft::hexid), 0);
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

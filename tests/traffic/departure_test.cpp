@@ -4,16 +4,15 @@
 #include "traffic/departure.h"
 #include "traffic/flight.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-using DepartureTest = test::FlightTest;
-using test::Flight;
+using DepartureTest = FlightTest;
 
 TEST_F(DepartureTest, ATakeOffIsOneRotationAndAGrowingClimb) {
     constexpr std::pair<int, int> rotateAndClimbOutTicks[] = {{100, 200}, {200, 250}, {200, 300},
                                                               {250, 400}, {100, 200}, {100, 100}};
-    for (const AircraftCategory category : test::everyCategory) {
+    for (const AircraftCategory category : everyCategory) {
         SCOPED_TRACE(text(category));
         const auto& [rotateTicks, climbOutTicks] = rotateAndClimbOutTicks[static_cast<std::size_t>(category)];
         Flight f({ground(0, 5000, 200), air(200 / 3600.0, 11000, 200, 3010)}, category); // a minute, all in one leg
@@ -53,7 +52,7 @@ TEST_F(DepartureTest, ATakeOffIsOneRotationAndAGrowingClimb) {
 
 /// From the taxiway into the climb, with the reports and the ground data of a simulator on level terrain.
 TEST_F(DepartureTest, WhatIsToldFromTheTaxiwayToTheClimb) {
-    for (const AircraftCategory category : test::everyCategory) {
+    for (const AircraftCategory category : everyCategory) {
         SCOPED_TRACE(text(category));
         const bool rotor = category == AircraftCategory::rotorcraft;
         Flight f({at(0, 0, 5000, 12), at(60, 0, 5600, 12)}, category);
@@ -65,7 +64,7 @@ TEST_F(DepartureTest, WhatIsToldFromTheTaxiwayToTheClimb) {
         f.report(at(450, 0, 7400, 60));
         EXPECT_EQ(f.told(), rotor ? "lights nbltso-" : "spoilers 0, flaps 3072, lights nbltso-") << "line-up";
         for (int i = 0; i < 25; ++i) {
-            PositionSample s = air((1000 + 600.0 * i) * test::metre, 8400 + 500 * i, 230, 100 + 150.0 * i);
+            PositionSample s = air((1000 + 600.0 * i) * metre, 8400 + 500 * i, 230, 100 + 150.0 * i);
             s.vs = 1800;
             f.report(s);
         }
@@ -96,7 +95,7 @@ TEST_F(DepartureTest, WhatIsToldFromTheTaxiwayToTheClimb) {
 }
 
 TEST_F(DepartureTest, ARotationTakesWhatIsMissingForTheTakeOff) {
-    for (const AircraftCategory category : test::everyCategory) {
+    for (const AircraftCategory category : everyCategory) {
         SCOPED_TRACE(text(category));
         const bool rotor = category == AircraftCategory::rotorcraft;
         Flight f({at(0, 0, 5000, 100), at(60, 0, 5600, 100)}, category);
@@ -119,7 +118,7 @@ TEST_F(DepartureTest, ARotationTakesWhatIsMissingForTheTakeOff) {
         EXPECT_EQ(f.told(), rotor ? "" : "throttle 16383, spoilers 16383, flaps 3072");
         EXPECT_FALSE(f.a.landingRoll || f.a.approach || f.a.landedSearch);
     }
-    const test::ProgramFolder program;
+    const ProgramFolder program;
     Flight f({at(0, 0, 5000, 100), at(60, 0, 5600, 100)});
     for (const bool towed : {false, true}) {
         f.a.towed = towed;
@@ -129,4 +128,4 @@ TEST_F(DepartureTest, ARotationTakesWhatIsMissingForTheTakeOff) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

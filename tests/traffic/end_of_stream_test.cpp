@@ -5,10 +5,10 @@
 #include "traffic/end_of_stream.h"
 #include "traffic/flight.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-struct EndOfStreamTest : test::FlightTest {
+struct EndOfStreamTest : FlightTest {
     void SetUp() override {
         FlightTest::SetUp();
         setRange(40);
@@ -18,9 +18,6 @@ struct EndOfStreamTest : test::FlightTest {
         FlightTest::TearDown();
     }
 };
-using test::Flight;
-using test::homeLat;
-using test::homeLon;
 
 TEST_F(EndOfStreamTest, InTheAirEightSlowerSamplesAndThenAway) {
     Flight f({air(0, 5000, 300)});
@@ -214,13 +211,8 @@ TEST_F(EndOfStreamTest, NobodyHoldsBesideAnother) {
 }
 
 TEST_F(EndOfStreamTest, AParkedAircraftWaitsSevenDays) {
-    stands.push_back({.id = "A1",
-                      .lat = homeLat,
-                      .lon = homeLon,
-                      .heading = 0.0,
-                      .radius = 30.0 / 1852,
-                      .sid = 1,
-                      .liveOnIt = true});
+    stands.assign(1, standAt(0, 30));
+    stands[0].liveOnIt = true;
     Flight f({ground(0, 5000)});
     f.a.fs = FlightState::parked;
     f.a.feedAtStand = true;
@@ -235,4 +227,4 @@ TEST_F(EndOfStreamTest, AParkedAircraftWaitsSevenDays) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

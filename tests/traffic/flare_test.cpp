@@ -3,11 +3,10 @@
 #include "traffic/flare.h"
 #include "traffic/flight.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-using FlareTest = test::FlightTest;
-using test::Flight;
+using FlareTest = FlightTest;
 
 /// From 150 ft above the field, 3 degrees down, on data that end in the air.
 TEST_F(FlareTest, FlaresInFourStagesAndTouchesDownSoftly) {
@@ -51,7 +50,7 @@ TEST_F(FlareTest, EachStageHasItsHeightAndTheNoseComesDownAfterIt) {
         double height, altStep, vs;
     };
     const Stage stages[] = {{30, -0.1, -601}, {20, -0.075, -450}, {10, -0.05, -300}, {3, -0.025, -150}};
-    for (const AircraftCategory category : test::everyCategory) {
+    for (const AircraftCategory category : everyCategory) {
         SCOPED_TRACE(text(category));
         const bool rotor = category == AircraftCategory::rotorcraft, reverse = category == AircraftCategory::heavy;
         Flight f({air(0, 5000, 140, 500), air(0.1, 20000, 140, 100)}, category);
@@ -153,4 +152,4 @@ TEST_F(FlareTest, WhatCountsAsALanding) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

@@ -69,6 +69,32 @@ struct Samples {
     static double east(LatLon p) { return (p.lon - homeLon) / metre * std::cos(homeLat * degToRad); }
 };
 
+/// A stand for live traffic "A1", so many metres north of home.
+inline Stand standAt(double metresNorth, double radiusMetres, double heading = 0, std::uint32_t sid = 1) {
+    Stand s{.id = "A" + std::to_string(sid)};
+    s.lat = homeLat + metresNorth * metre;
+    s.lon = homeLon;
+    s.heading = heading;
+    s.radius = radiusMetres / metresPerNm;
+    s.sid = sid;
+    return s;
+}
+
+/// An active aircraft that has just reached the first of its samples.
+inline void reachFirst(LiveAircraft& a, const std::vector<PositionSample>& stream) {
+    clearCurve(a);
+    a.st = AircraftStatus::active;
+    a.stream.assign(stream.begin(), stream.end());
+    const PositionSample& s = a.stream.front();
+    a.fs = s.airborne ? FlightState::flying : FlightState::taxi;
+    a.onGround = !s.airborne;
+    a.lat = s.lat;
+    a.lon = s.lon;
+    a.alt = s.alt;
+    if (s.trueHeadingValid)
+        a.heading = s.trueHeading;
+}
+
 /// An active airliner, DLH304, that has just reached the first of its samples.
 struct Flight {
     Outbox out;
@@ -83,17 +109,7 @@ struct Flight {
         a.category = category;
         a.wingspan = 17 / metresPerNm;
         applyCategory(a);
-        clearCurve(a);
-        a.st = AircraftStatus::active;
-        a.stream.assign(stream.begin(), stream.end());
-        const PositionSample& s = stream.front();
-        a.fs = s.airborne ? FlightState::flying : FlightState::taxi;
-        a.onGround = !s.airborne;
-        a.lat = s.lat;
-        a.lon = s.lon;
-        a.alt = s.alt;
-        if (s.trueHeadingValid)
-            a.heading = s.trueHeading;
+        reachFirst(a, stream);
     }
     Flight(const Flight&) = delete;
     Flight& operator=(const Flight&) = delete;

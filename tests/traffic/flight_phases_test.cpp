@@ -3,12 +3,10 @@
 #include "traffic/flight.h"
 #include "traffic/flight_phases.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-using FlightPhasesTest = test::FlightTest;
-using test::Flight;
-using test::metre;
+using FlightPhasesTest = FlightTest;
 
 PositionSample northOf(PositionSample s, double metres, double gs, std::int32_t later = 500) {
     s.lat += metres * metre;
@@ -223,13 +221,13 @@ TEST_F(FlightPhasesTest, AReportEndsTheInventedWayUnlessItLiesBehind) {
         f.a.holding = true;
         f.a.holdStartTick = 77;
         f.report(aside(f.a.stream[0], 200, row.degrees));
-        EXPECT_EQ(f.a.sz(), row.resumes ? 2U : 1U) << row.degrees;
-        EXPECT_EQ(f.a.extrapCount, row.resumes ? 0 : 5) << row.degrees;
-        EXPECT_EQ(f.a.stream[0].tick, row.resumes ? f.m.in.tick + 1 : 9000) << row.degrees;
-        EXPECT_EQ(f.a.lateTicks, !row.resumes ? 1000 : row.departing ? 5000 : 3000) << row.degrees;
-        EXPECT_EQ(f.a.earlyTicks, row.resumes ? 3000 : 1000) << row.degrees;
-        EXPECT_EQ(f.a.holding, !row.resumes) << row.degrees;
-        EXPECT_EQ(f.a.holdStartTick, row.resumes ? 0 : 77) << row.degrees;
+        EXPECT_EQ(fmt::format("{} samples from {}, invented {}, window {} {}, holding {} since {}", f.a.sz(),
+                              f.a.stream[0].tick, f.a.extrapCount, f.a.lateTicks, f.a.earlyTicks, f.a.holding,
+                              f.a.holdStartTick),
+                  !row.resumes ? "1 samples from 9000, invented 5, window 1000 1000, holding true since 77"
+                               : fmt::format("2 samples from 5001, invented 0, window {} 3000, holding false since 0",
+                                             row.departing ? 5000 : 3000))
+            << row.degrees;
     }
 }
 
@@ -277,7 +275,7 @@ TEST_F(FlightPhasesTest, WhatATakeOffRunAndAGoAroundFromTheRunwayAreTold) {
                            Row{"go-around", true, true, "throttle 11468, spoilers 16383, flaps 3072, lights nbltso-",
                                "throttle 11468, lights nbltso-"}}) {
         SCOPED_TRACE(row.name);
-        for (const AircraftCategory category : test::everyCategory) {
+        for (const AircraftCategory category : everyCategory) {
             const double alt = row.airborne ? 200 : 0;
             Flight f({ground(0, 5000, 140)}, category);
             f.a.landingRoll = f.a.landedSearch = row.landingRoll;
@@ -350,17 +348,16 @@ TEST_F(FlightPhasesTest, APushedBackAircraftWaitsUntilItDrivesOff) {
         n.stopped = true;
         f.report(n);
         ASSERT_EQ(f.a.sz(), row.driven ? 2U : 1U) << row.metres;
-        EXPECT_EQ(f.a.fs, row.driven ? FlightState::taxi : FlightState::pushed_back) << row.metres;
-        EXPECT_EQ(f.a.pushbackTurnRight.has_value(), !row.driven) << row.metres;
-        EXPECT_EQ(f.a.pushbackStep, row.driven ? 0 : 1) << row.metres;
-        EXPECT_EQ(f.a.sid, row.driven ? 0U : 5U) << row.metres;
-        EXPECT_EQ(f.a.standCargo, !row.driven) << row.metres;
-        EXPECT_EQ(f.a.holding, !row.driven) << row.metres;
-        EXPECT_EQ(f.a.holdStartTick, row.driven ? 0 : f.m.in.tick) << row.metres;
-        EXPECT_EQ(f.a.stream[0].tick, row.driven ? f.m.in.tick + 1 : 60000) << row.metres;
-        EXPECT_EQ(f.a.extrapCount, row.driven ? 0 : 1) << row.metres;
-        EXPECT_EQ(f.a.lateTicks, row.driven ? 3000 : 1000) << row.metres;
-        EXPECT_EQ(f.a.stream.back().stopped, !row.driven) << row.metres;
+        const std::string state = fmt::format(
+            "{}, step {}, turn {}, sid {}, cargo {}, holding {} since {}, begins {}, invented {}, late {}, stopped {}",
+            text(f.a.fs), f.a.pushbackStep, f.a.pushbackTurnRight.has_value(), f.a.sid, f.a.standCargo, f.a.holding,
+            f.a.holdStartTick, f.a.stream[0].tick, f.a.extrapCount, f.a.lateTicks, f.a.stream.back().stopped);
+        EXPECT_EQ(state, row.driven
+                             ? "taxi, step 0, turn false, sid 0, cargo false, holding false since 0, begins 5001, "
+                               "invented 0, late 3000, stopped false"
+                             : "pushed_back, step 1, turn true, sid 5, cargo true, holding true since 5000, begins "
+                               "60000, invented 1, late 1000, stopped true")
+            << row.metres;
         if (row.driven)
             continue;
         EXPECT_NEAR(f.a.lastAwayDist, row.metres / metresPerNm, 1e-4 / metresPerNm * row.metres) << row.metres;
@@ -412,4 +409,4 @@ TEST_F(FlightPhasesTest, AHeldAircraftThatMovedFarAwayGoes) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Flight plan files: what is in them, when they come and go.
-#include "core/folders.h"
+#include "thrown.h"
 #include "traffic/flight_plans.h"
 #include "traffic/harness.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-struct FlightPlansTest : test::TrafficTest {
+struct FlightPlansTest : TrafficTest {
     void SetUp() override {
         TrafficTest::SetUp();
         par::MSFS_2020.value = false; // there is no simulator to take a plan
@@ -15,7 +15,7 @@ struct FlightPlansTest : test::TrafficTest {
     }
     LiveAircraft& flight(const char* model, const char* orig, const char* dest) {
         resetLiveTraffic();
-        LiveAircraft& a = activeFlight(test::firstHex, {air(0, 1 << 28), air(1, 1 << 29)}, model);
+        LiveAircraft& a = activeFlight(firstHex, {air(0, 1 << 28), air(1, 1 << 29)}, model);
         a.orig = orig;
         a.dest = dest;
         a.objectid = 4711;
@@ -47,27 +47,24 @@ TEST_F(FlightPlansTest, OnlyARouteWithBothEndsMakesAPlan) {
                   "version=\"4,3\">\n<FlightPlan.FlightPlan>\n<FPType>" +
                       std::string(c.rules) + "</FPType>\n<DepartureID>" + c.inFile + "</DepartureID>\n<DestinationID>" +
                       c.dest + "</DestinationID>\n</FlightPlan.FlightPlan>\n</SimBase.Document>\n";
-        EXPECT_EQ(test::readFile(file()), expected) << c.model;
+        EXPECT_EQ(readFile(file()), expected) << c.model;
     }
     EXPECT_FALSE(program.logHas("creating a flight plan failed"));
 }
 
 TEST_F(FlightPlansTest, AFailureCostsThePlanAlone) {
-    struct Case {
-        bool folderInTheWay, forSimulator;
-    };
-    for (const Case& c : {Case{true, false}, Case{false, true}}) {
+    for (const bool fileInTheWay : {true, false}) {
         gf_removeFlightPlanFolder();
-        if (c.folderInTheWay)
+        if (fileInTheWay)
             std::ofstream(flightPlanFolder()) << "in the way";
         else
             prepareFlightPlanFolders();
-        par::MSFS_2020.value = c.forSimulator; // which is not connected
+        par::MSFS_2020.value = !fileInTheWay; // which is not connected
         LiveAircraft& a = flight("A320", "EDDF", "LHR");
         a.flightPlanSet = true; // of the object before
         writeFlightPlan(a);
         EXPECT_FALSE(a.flightPlanSet);
-        EXPECT_EQ(std::filesystem::exists(file()), c.forSimulator);
+        EXPECT_EQ(std::filesystem::exists(file()), !fileInTheWay);
     }
     EXPECT_EQ(program.logCount("DLH304    DLH A320 creating a flight plan failed\n"), 2U);
 }
@@ -95,10 +92,10 @@ TEST_F(FlightPlansTest, ALateRouteIsToldByTheNextObjectOnly) {
     for (const bool respawns : {false, true}) {
         resetLiveTraffic();
         par::GUID_CHANGES.value = respawns;
-        feedFlight(test::firstHex);
+        feedFlight(firstHex);
         ASSERT_TRUE(runUntil([] { return liveAircraft.at(0).st == AircraftStatus::active; }));
         const std::uint32_t first = liveAircraft[0].objectid;
-        AircraftReport late = report(test::firstHex, 40);
+        AircraftReport late = report(firstHex, 40);
         late.sample.tick = liveAircraft[0].stream.back().tick + 1000;
         late.orig = "EDDF";
         late.dest = "LHR";
@@ -115,14 +112,7 @@ TEST_F(FlightPlansTest, ALateRouteIsToldByTheNextObjectOnly) {
 }
 
 TEST_F(FlightPlansTest, TheFoldersComeAndWhatCannotBeDoneIsTold) {
-    const auto told = [] {
-        try {
-            prepareFlightPlanFolders();
-        } catch (const std::filesystem::filesystem_error& e) {
-            return std::string(e.what());
-        }
-        return std::string();
-    };
+    const auto told = [] { return thrownBy(prepareFlightPlanFolders); };
     std::filesystem::remove_all(userDataFolder());
     EXPECT_EQ(told(), "");
     EXPECT_EQ(told(), "") << "they are there already";
@@ -139,4 +129,4 @@ TEST_F(FlightPlansTest, TheFoldersComeAndWhatCannotBeDoneIsTold) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

@@ -2,12 +2,10 @@
 // Corners on the ground.
 #include "traffic/flight.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-using GroundCurveTest = test::FlightTest;
-using test::Flight;
-using test::homeLon;
+using GroundCurveTest = FlightTest;
 
 /// On each tick the aircraft is on the curve of its three points, its nose along the tangent.
 TEST_F(GroundCurveTest, ACornerIsABezierCurve) {
@@ -67,4 +65,4 @@ TEST_F(GroundCurveTest, TurnsTheShorterWayAtTheRateAndNoFinerThanHalfADegree) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

@@ -4,11 +4,10 @@
 #include "traffic/flight.h"
 #include "traffic/ground_data.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-using GroundDataTest = test::FlightTest;
-using test::Flight;
+using GroundDataTest = FlightTest;
 
 TEST_F(GroundDataTest, HeightOnTheGroundIsTheSimulators) {
     struct Row {
@@ -37,7 +36,7 @@ TEST_F(GroundDataTest, HeightOnTheGroundIsTheSimulators) {
 }
 
 TEST_F(GroundDataTest, OddValuesOfTheStandingAircraftAreReplaced) {
-    const test::ProgramFolder program;
+    const ProgramFolder program;
     struct Row {
         double cg, pitchDegrees, expectedCg, expectedDegrees;
     };
@@ -55,4 +54,4 @@ TEST_F(GroundDataTest, OddValuesOfTheStandingAircraftAreReplaced) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

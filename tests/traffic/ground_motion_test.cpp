@@ -4,12 +4,10 @@
 #include "traffic/ground_motion.h"
 #include "traffic/leg_timing.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-using GroundMotionTest = test::FlightTest;
-using test::Flight;
-using test::homeLon;
+using GroundMotionTest = FlightTest;
 
 TEST_F(GroundMotionTest, WhichCornersGetACurve) {
     enum Does { nothing, midpoint, curve };
@@ -153,19 +151,14 @@ TEST_F(GroundMotionTest, ThrottleGrowsOverTheTakeOffRun) {
         const char* wings;
     };
     const Row rows[] = {
-        {"taxiing fast", 30, 30, false, "throttle 0"},
-        {"lining up", 14, 19, true, "throttle 0"},
-        {"the run begins", 15, 10, true, "throttle 4914"},
-        {"about to", 10, 20, true, "throttle 4914"},
-        {"faster", 20, 10, true, "throttle 8191"},
-        {"about to be faster", 10, 25, true, "throttle 8191"},
-        {"just below", 24, 29, true, "throttle 8191"},
-        {"full", 25, 10, true, "throttle 16383"},
-        {"about to be full", 10, 30, true, "throttle 16383"},
-    };
+        {"taxiing fast", 30, 30, false, "throttle 0"},       {"lining up", 14, 19, true, "throttle 0"},
+        {"the run begins", 15, 10, true, "throttle 4914"},   {"about to", 10, 20, true, "throttle 4914"},
+        {"faster", 20, 10, true, "throttle 8191"},           {"about to be faster", 10, 25, true, "throttle 8191"},
+        {"just below", 24, 29, true, "throttle 8191"},       {"full", 25, 10, true, "throttle 16383"},
+        {"about to be full", 10, 30, true, "throttle 16383"}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        for (const AircraftCategory category : test::everyCategory) {
+        for (const AircraftCategory category : everyCategory) {
             Flight f({at(0, 0, 5000, row.from), at(60, 0, 5600, row.to)}, category);
             f.a.departing = row.departing;
             f.leg();
@@ -188,7 +181,7 @@ TEST_F(GroundMotionTest, TheRollOutEndsOffTheRunway) {
           Row{"a little off its course", 40, -14.9, "spoilers 0, flaps 3072", "", true},
           Row{"off the runway", 60, 15.1, off, rotorOff, true}, Row{"to the left", 100, -15.1, off, rotorOff, true}}) {
         SCOPED_TRACE(row.name);
-        for (const AircraftCategory category : test::everyCategory) {
+        for (const AircraftCategory category : everyCategory) {
             const bool rotor = category == AircraftCategory::rotorcraft;
             Flight f({at(0, 0, 5000, row.gs), at(60, 0, 5200, row.gs)}, category);
             f.a.landingRoll = true;
@@ -211,4 +204,4 @@ TEST_F(GroundMotionTest, TheRollOutEndsOffTheRunway) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

@@ -33,10 +33,6 @@
 #include "traffic/user_conflicts.h"
 
 #include <algorithm>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <map>
-#include <vector>
 
 namespace kes::test {
 
@@ -128,6 +124,16 @@ struct TrafficTest : testing::Test, Samples {
         for (int i = 0; i < count; ++i)
             feed(report(hexid, i * 10.0, latOffset));
     }
+    /// Three of them, by another name, of another kind.
+    static void feedFlight(const std::string& callsign, const std::string& regcode, const std::string& model) {
+        for (const double seconds : {0.0, 10.0, 20.0}) {
+            AircraftReport r = report(firstHex, seconds);
+            r.callsign = callsign;
+            r.regcode = regcode;
+            r.model = model;
+            feed(r);
+        }
+    }
 
     static SimReply reply(ReplyKind kind, std::uint32_t objectid, std::uint32_t hexid, double a = 0, double b = 0) {
         SimReply r;
@@ -137,6 +143,11 @@ struct TrafficTest : testing::Test, Samples {
         r.a = a;
         r.b = b;
         return r;
+    }
+    /// The same, taken in at once.
+    static void answer(ReplyKind kind, std::uint32_t objectid, std::uint32_t hexid, double a = 0, double b = 0) {
+        addSimReply(reply(kind, objectid, hexid, a, b));
+        applySimReplies();
     }
 
     void tick() {
@@ -189,20 +200,18 @@ struct TrafficTest : testing::Test, Samples {
         a.callsign = "DLH" + std::to_string(hexid % 1000);
         a.coupledCs1 = a.callsign;
         applyModel(a);
-        clearCurve(a);
         a.title = findTitle("FSLTL_DLH");
         a.objectid = nextObject++;
-        a.st = AircraftStatus::active;
-        a.stream.assign(stream.begin(), stream.end());
-        const PositionSample& s = a.stream.front();
-        a.fs = s.airborne ? FlightState::flying : FlightState::taxi;
-        a.onGround = !s.airborne;
-        a.lat = s.lat;
-        a.lon = s.lon;
-        a.alt = s.alt;
-        if (s.trueHeadingValid)
-            a.heading = s.trueHeading;
+        reachFirst(a, stream);
         return a;
+    }
+    /// Callsigns of the live aircraft that are being taken away, in the order of the table.
+    static std::string leaving() {
+        std::string text;
+        for (const LiveAircraft& a : liveAircraft)
+            if (a.st == AircraftStatus::removingfromsim)
+                text += (text.empty() ? "" : " ") + a.callsign;
+        return text;
     }
 };
 

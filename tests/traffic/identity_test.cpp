@@ -2,85 +2,71 @@
 // Reports that tell another route, registration or flight.
 #include "traffic/harness.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-using IdentityTest = test::TrafficTest;
-using test::firstHex;
+using IdentityTest = TrafficTest;
 
 TEST_F(IdentityTest, WhatAReportChangesOnARunningAircraft) {
-    setAirportRef(AirportRef{"EDDF", "FRA", test::homeLat, test::homeLon, 364});
-    struct Case {
-        const char* name;
-        std::string orig, dest, callsign, regcode;     // of the record
-        std::string rOrig, rDest, rCallsign, rRegcode; // of the report
+    setAirportRef(AirportRef{"EDDF", "FRA", homeLat, homeLon, 364});
+    // Origin, destination, callsign and registration, a dash for none.
+    const struct {
+        const char *name, *before, *report;
         bool used;
-        std::string after; ///< "orig dest callsign regcode airline model fs"
+        const char* after; ///< and airline, model, state
+    } rows[] = {
+        {"the same", "FRA LHR DLH1 D-AIZA", "FRA LHR DLH1 D-AIZA", true, "FRA LHR DLH1 D-AIZA DLH A320 flying"},
+        {"nothing told", "FRA LHR DLH1 D-AIZA", "- - - -", true, "FRA LHR DLH1 D-AIZA DLH A320 flying"},
+        {"a route filled", "- - DLH1 -", "FRA LHR DLH1 -", false, "FRA LHR DLH1 - DLH A320 flying"},
+        {"another route", "CDG LHR DLH1 -", "JFK BOS DLH1 -", false, "JFK BOS DLH1 - DLH A320 flying"},
+        {"only another destination", "CDG LHR DLH1 -", "CDG BOS DLH1 -", true, "CDG LHR DLH1 - DLH A320 flying"},
+        {"the way back to here", "FRA LHR DLH1 -", "LHR FRA DLH1 -", true, "FRA LHR DLH1 - DLH A320 flying"},
+        {"another flight", "- - DLH1 -", "- - DLH2 -", false, "- - DLH2 - DLH A320 flying"},
+        {"its registration as callsign", "- - DLH1 D-AIZA", "- - D-AIZA -", true, "- - DLH1 D-AIZA DLH A320 flying"},
+        {"a first registration with a livery of its own", "- - DLH1 -", "- - DLH1 D-AOWN", false,
+         "- - DLH1 D-AOWN DLH A320 birth"},
+        {"a first registration of the same airline and type", "- - DLH1 -", "- - DLH1 D-AIZA", true,
+         "- - DLH1 D-AIZA DLH A320 flying"},
+        {"a first registration of another type", "- - DLH1 -", "- - DLH1 G-HEAV", false,
+         "- - DLH1 G-HEAV BAW B77W birth"},
+        {"a registration that stood for the callsign", "- - D-AXXX D-AXXX", "- - D-AXXX G-HEAV", false,
+         "- - D-AXXX G-HEAV BAW B77W birth"},
+        {"an unknown first registration", "- - DLH1 -", "- - DLH1 X-XXXX", true, "- - DLH1 X-XXXX DLH A320 flying"},
+        {"another registration, but no flight of its airline", "- - DLH1 D-AIZA", "- - DLH1 G-HEAV", true,
+         "- - DLH1 G-HEAV DLH A320 flying"},
+        {"another registration, with a flight of its airline", "- - BAW1 D-AIZA", "- - BAW1 G-HEAV", false,
+         "- - BAW1 G-HEAV BAW B77W birth"},
+        {"another registration by its operator's flight", "- - BAW1 X-XXXX", "- - BAW1 D-AIZB", true,
+         "- - BAW1 D-AIZB DLH A320 flying"}, // the record's airline and model are the entry's
     };
-    const Case cases[] = {
-        {"the same", "FRA", "LHR", "DLH1", "D-AIZA", "FRA", "LHR", "DLH1", "D-AIZA", true,
-         "FRA LHR DLH1 D-AIZA DLH A320 flying"},
-        {"nothing told", "FRA", "LHR", "DLH1", "D-AIZA", "", "", "", "", true, "FRA LHR DLH1 D-AIZA DLH A320 flying"},
-        {"a route filled", "", "", "DLH1", "", "FRA", "LHR", "DLH1", "", false, "FRA LHR DLH1  DLH A320 flying"},
-        {"another route", "CDG", "LHR", "DLH1", "", "JFK", "BOS", "DLH1", "", false, "JFK BOS DLH1  DLH A320 flying"},
-        {"only another destination", "CDG", "LHR", "DLH1", "", "CDG", "BOS", "DLH1", "", true,
-         "CDG LHR DLH1  DLH A320 flying"},
-        {"the way back to here", "FRA", "LHR", "DLH1", "", "LHR", "FRA", "DLH1", "", true,
-         "FRA LHR DLH1  DLH A320 flying"},
-        {"another flight", "", "", "DLH1", "", "", "", "DLH2", "", false, "  DLH2  DLH A320 flying"},
-        {"its registration as callsign", "", "", "DLH1", "D-AIZA", "", "", "D-AIZA", "", true,
-         "  DLH1 D-AIZA DLH A320 flying"},
-        {"a first registration with a livery of its own", "", "", "DLH1", "", "", "", "DLH1", "D-AOWN", false,
-         "  DLH1 D-AOWN DLH A320 birth"},
-        {"a first registration of the same airline and type", "", "", "DLH1", "", "", "", "DLH1", "D-AIZA", true,
-         "  DLH1 D-AIZA DLH A320 flying"},
-        {"a first registration of another type", "", "", "DLH1", "", "", "", "DLH1", "G-HEAV", false,
-         "  DLH1 G-HEAV BAW B77W birth"},
-        {"a registration that stood for the callsign", "", "", "D-AXXX", "D-AXXX", "", "", "D-AXXX", "G-HEAV", false,
-         "  D-AXXX G-HEAV BAW B77W birth"},
-        {"an unknown first registration", "", "", "DLH1", "", "", "", "DLH1", "X-XXXX", true,
-         "  DLH1 X-XXXX DLH A320 flying"},
-        {"another registration, but no flight of its airline", "", "", "DLH1", "D-AIZA", "", "", "DLH1", "G-HEAV", true,
-         "  DLH1 G-HEAV DLH A320 flying"},
-        {"another registration, with a flight of its airline", "", "", "BAW1", "D-AIZA", "", "", "BAW1", "G-HEAV",
-         false, "  BAW1 G-HEAV BAW B77W birth"},
-        {"another registration by its operator's flight", "", "", "BAW1", "X-XXXX", "", "", "BAW1", "D-AIZB", true,
-         "  BAW1 D-AIZB DLH A320 flying"}, // the record's airline and model are the entry's
+    const auto put = [](auto& aircraft, const char* texts) {
+        auto parts = words(texts);
+        for (std::string& word : parts)
+            word = word == "-" ? "" : word;
+        aircraft.orig = parts[0];
+        aircraft.dest = parts[1];
+        aircraft.callsign = parts[2];
+        aircraft.regcode = parts[3];
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
         resetLiveTraffic();
         LiveAircraft& a = activeFlight(firstHex, {air(0, 99999), air(0.1, 199999)});
-        a.orig = c.orig;
-        a.dest = c.dest;
-        a.callsign = c.callsign;
-        a.regcode = c.regcode;
+        put(a, row.before);
         AircraftReport r = report(firstHex, 0);
-        r.orig = c.rOrig;
-        r.dest = c.rDest;
-        r.callsign = c.rCallsign;
-        r.regcode = c.rRegcode;
-        EXPECT_EQ(checkIdentity(a, r), c.used);
-        EXPECT_EQ(a.st == AircraftStatus::active, c.used);
+        put(r, row.report);
+        EXPECT_EQ(checkIdentity(a, r), row.used);
+        EXPECT_EQ(a.st == AircraftStatus::active, row.used);
         std::string after;
-        for (const std::string_view part :
-             {std::string_view(a.orig), std::string_view(a.dest), std::string_view(a.callsign),
-              std::string_view(a.regcode), std::string_view(a.airline), std::string_view(a.model)})
-            after.append(part).append(" ");
-        EXPECT_EQ(after + std::string(text(a.fs)), c.after);
+        for (const std::string_view part : {std::string_view(a.orig), std::string_view(a.dest),
+                                            std::string_view(a.callsign), std::string_view(a.regcode)})
+            after.append(part.empty() ? "-" : part).append(" ");
+        EXPECT_EQ(after + a.airline + " " + a.model + " " + std::string(text(a.fs)), row.after);
         EXPECT_EQ(a.title.empty(), a.fs == FlightState::birth);
+        EXPECT_EQ(a.category, categoryOf(a.model));
+        EXPECT_DOUBLE_EQ(a.wingspan, wingspanOf(a.model));
+        EXPECT_EQ(a.flareTicks, a.model == "B77W" ? 450 : 400);
     }
-}
-
-TEST_F(IdentityTest, AnotherTypeBringsItsOwnCategory) {
-    LiveAircraft& a = activeFlight(firstHex, {air(0, 99999), air(0.1, 199999)});
-    AircraftReport r = report(firstHex, 0);
-    r.callsign = a.callsign;
-    r.regcode = "G-HEAV";
-    EXPECT_FALSE(checkIdentity(a, r));
-    EXPECT_EQ(a.category, AircraftCategory::heavy);
-    EXPECT_DOUBLE_EQ(a.wingspan, 32 / metresPerNm);
-    EXPECT_EQ(a.flareTicks, 450);
 }
 
 TEST_F(IdentityTest, WhoIsNotAsked) {
@@ -166,4 +152,4 @@ TEST_F(IdentityTest, GhostsGiveWayToTheirRealNames) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

@@ -3,12 +3,10 @@
 #include "traffic/flight.h"
 #include "traffic/leg.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-using LegTest = test::FlightTest;
-using test::Flight;
-using test::homeLat;
+using LegTest = FlightTest;
 
 TEST_F(LegTest, InTheAirNobodyStopsButAHelicopter) {
     for (const bool helicopter : {false, true}) {
@@ -67,4 +65,4 @@ TEST_F(LegTest, TaxiTurnsAtItsRateAndHoldsItsAttitude) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

@@ -3,11 +3,10 @@
 #include "traffic/flight.h"
 #include "traffic/leg_timing.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-using LegTimingTest = test::FlightTest;
-using test::Flight;
+using LegTimingTest = FlightTest;
 
 TEST_F(LegTimingTest, ArrivalTicksStayWithinTheWindow) {
     struct Row {
@@ -150,4 +149,4 @@ TEST_F(LegTimingTest, AWindowNarrowsOnceALeg) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

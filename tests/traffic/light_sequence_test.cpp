@@ -4,14 +4,13 @@
 #include "traffic/flight.h"
 #include "traffic/light_sequence.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-using LightSequenceTest = test::FlightTest;
-using test::Flight;
+using LightSequenceTest = FlightTest;
 
 TEST_F(LightSequenceTest, ANewObjectIsToggledTwiceAndGetsItsFirstSet) {
-    const test::ProgramFolder program;
+    const ProgramFolder program;
     struct Row {
         const char* name;
         double alt, agl;
@@ -39,7 +38,7 @@ TEST_F(LightSequenceTest, ANewObjectIsToggledTwiceAndGetsItsFirstSet) {
     std::size_t toggles = 0; ///< each is refused, as there is no simulator, and the log tells so
     const auto toggled = [&] { return program.logCount("gf_allLightsToggle fails") == toggles; };
     for (const Row& row : rows) {
-        for (const AircraftCategory category : test::everyCategory) {
+        for (const AircraftCategory category : everyCategory) {
             SCOPED_TRACE(fmt::format("{}, {}", row.name, text(category)));
             Flight f({air(0, 9000, 200, row.alt)}, category);
             f.a.st = AircraftStatus::adding2sim;
@@ -72,4 +71,4 @@ TEST_F(LightSequenceTest, ANewObjectIsToggledTwiceAndGetsItsFirstSet) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

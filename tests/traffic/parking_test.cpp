@@ -8,20 +8,12 @@
 #include "traffic/parking.h"
 #include "traffic/stand_conflicts.h"
 
-#include <fmt/format.h>
-#include <functional>
-
-namespace kes {
+namespace kes::test {
 namespace {
-
-using test::firstHex;
-using test::homeLat;
-using test::homeLon;
-using test::metre;
 
 constexpr double metreNm = 1.0 / metresPerNm;
 
-struct Parking : test::TrafficTest {
+struct Parking : TrafficTest {
     void SetUp() override {
         TrafficTest::SetUp();
         par::RANDOM.value = false;
@@ -42,22 +34,14 @@ struct Parking : test::TrafficTest {
     /// One stand at each distance north of home in metres, "A1" and so on, for aircraft of 20 metres half span.
     static void standsAt(const std::vector<double>& metres) {
         stands.clear();
-        for (const double m : metres) {
-            Stand s{.id = "A" + std::to_string(stands.size() + 1)};
-            s.lat = homeLat + m * metre;
-            s.lon = homeLon;
-            s.heading = 0.5;
-            s.radius = 20 * metreNm;
-            stands.push_back(std::move(s));
-        }
-        giveSids(stands);
+        for (const double m : metres)
+            stands.push_back(standAt(m, 20, 0.5, static_cast<std::uint32_t>(stands.size() + 1)));
         findAdjacent(stands);
     }
     /// A live aircraft in a state on a stand.
     LiveAircraft& liveOn(std::uint32_t sid, const std::string& callsign, FlightState fs = FlightState::parked) {
-        PositionSample s = ground(0, tickCount + 100000, 0);
-        s.stopped = true;
-        LiveAircraft& a = activeFlight(firstHex + static_cast<std::uint32_t>(liveAircraft.size()) + 10, {s});
+        const auto hexid = firstHex + static_cast<std::uint32_t>(liveAircraft.size()) + 10;
+        LiveAircraft& a = activeFlight(hexid, {stopAt(0, tickCount + 100000)});
         a.callsign = callsign;
         a.fs = fs;
         a.sid = sid;
@@ -76,12 +60,18 @@ struct Parking : test::TrafficTest {
     }
     /// Stands on the taxiway, as many metres north of home, as the reports end.
     LiveAircraft& stopped(double metres, const std::string& model = "A320") {
-        PositionSample s = ground(metres * metre, tickCount, 0);
-        s.stopped = true;
-        LiveAircraft& a = activeFlight(firstHex, {s}, model);
+        LiveAircraft& a = activeFlight(firstHex, {stopAt(metres, tickCount)}, model);
         a.regcode = "D-AIZA";
         return a;
     }
+    /// On its way to stand 1, and there.
+    static void arriving(LiveAircraft& a) {
+        a.fs = FlightState::parking;
+        a.sid = 1;
+        a.standLat = homeLat;
+        a.standLon = homeLon;
+    }
+    static bool leaves(const AiAircraft& a) { return a.st == AircraftStatus::removingfromsim; }
 };
 
 TEST_F(Parking, DrivesFromItsLastReportOntoTheStand) {
@@ -136,8 +126,7 @@ TEST_F(Parking, LooksForAStandOnceAtAPlace) {
         if (c.parks) {
             EXPECT_GE(a.stream[1].tick - a.stream[0].tick, 100);
             EXPECT_EQ(a.stream[2].tick - a.stream[1].tick, 50);
-            EXPECT_EQ(a.stream[1].gs, a.taxiSpeed);
-            EXPECT_EQ(a.stream[2].gs, 0);
+            EXPECT_TRUE(a.stream[1].gs == a.taxiSpeed && a.stream[2].gs == 0);
         }
         reservedStand.clear();
         a.fs = FlightState::taxi;
@@ -152,11 +141,8 @@ TEST_F(Parking, RemovesWhoeverIsInItsWay) {
     liveOn(1, "OLD1");
     liveOn(2, "NEXT1", FlightState::pushing_back);
     liveOn(3, "FAR1");
-    LiveAircraft& a = stopped(5);
-    try2Park(a, true);
-    EXPECT_EQ(liveAircraft[0].st, AircraftStatus::removingfromsim);
-    EXPECT_EQ(liveAircraft[1].st, AircraftStatus::removingfromsim);
-    EXPECT_EQ(liveAircraft[2].st, AircraftStatus::active);
+    try2Park(stopped(5), true);
+    EXPECT_EQ(leaving(), "OLD1 NEXT1");
     EXPECT_TRUE(program.logHas("A1      : OLD1     removed, DLH304 wants to park there"));
     EXPECT_TRUE(program.logHas("A1      : NEXT1    removed by parking DLH304 at adjacent and possibly colliding "
                                "stand A2"));
@@ -164,13 +150,10 @@ TEST_F(Parking, RemovesWhoeverIsInItsWay) {
 
 TEST_F(Parking, WhoeverArrivesSecondGoes) {
     LiveAircraft& a = stopped(0);
-    a.fs = FlightState::parking;
-    a.sid = 1;
-    a.standLat = homeLat;
-    a.standLon = homeLon;
+    arriving(a);
     stands[0].liveOnIt = true;
     arriveAtStand(a, motionNow());
-    EXPECT_EQ(a.st, AircraftStatus::removingfromsim);
+    EXPECT_TRUE(leaves(a));
     EXPECT_TRUE(stands[0].liveOnIt) << "it is the other one's";
 
     LiveAircraft& past = liveOn(1, "PAST", FlightState::parking);
@@ -206,10 +189,8 @@ TEST_F(Parking, AStandIsOfferedByNameAndByWhatTheFeedShows) {
         newcomer.callsign = c.newcomer;
         liveOn(1, c.existing, FlightState::pushed_back).feedAtStand = c.atStand;
         EXPECT_EQ(offerStand(newcomer, 1), c.born);
-        EXPECT_EQ(liveAircraft[1].st == AircraftStatus::removingfromsim, c.born);
-        if (c.born) {
-            EXPECT_TRUE(program.logHas(fmt::format("A1      : {:8} {}", c.existing, c.message)));
-        }
+        EXPECT_EQ(leaving(), c.born ? c.existing : "");
+        EXPECT_TRUE(!c.born || program.logHas(fmt::format("A1      : {:8} {}", c.existing, c.message)));
     }
 }
 
@@ -252,14 +233,11 @@ TEST_F(Parking, StaticAircraftMakeWay) {
     makeWay(a, stands[0]);
     EXPECT_TRUE(program.logHas("A1      : DLH99*   D-ASTA makes way for the same live version DLH304 D-AIZA"));
     EXPECT_TRUE(program.logHas("A2      : DLH99*   removed by DLH304 parking at adjacent stand A1"));
-    EXPECT_EQ(parkedAircraft[0].st, AircraftStatus::removingfromsim);
-    EXPECT_EQ(parkedAircraft[1].st, AircraftStatus::active) << "room for both";
-    EXPECT_EQ(parkedAircraft[2].st, AircraftStatus::removingfromsim);
+    EXPECT_TRUE(leaves(parkedAircraft[0]) && leaves(parkedAircraft[2]));
+    EXPECT_FALSE(leaves(parkedAircraft[1])) << "room for both";
 
     parkedAircraft.clear();
-    CreateRequest request;
-    request.hexid = 1;
-    orderCreate(request);
+    orderCreate({.tailNumber = {}, .title = {}, .hexid = 1});
     staticOn(1, AircraftStatus::adding2sim);
     makeWay(a, stands[0]);
     EXPECT_TRUE(parkedAircraft.empty());
@@ -280,7 +258,7 @@ TEST_F(Parking, StaticAircraftMakeWay) {
             EXPECT_EQ(bornOnStand(comes), BirthPlace::parked);
         else
             try2Park(comes, true);
-        EXPECT_EQ(parkedAircraft[0].st, AircraftStatus::removingfromsim) << born;
+        EXPECT_TRUE(leaves(parkedAircraft[0])) << born;
     }
 }
 
@@ -315,10 +293,8 @@ TEST_F(Parking, AStaticAircraftThatIsTheSameGoes) {
         a.coupledSearched = true;
         landingList = {firstHex + 5, firstHex};
         replaceParked(a);
-        EXPECT_EQ(parked.st == AircraftStatus::removingfromsim, *c.message != 0);
-        if (*c.message != 0) {
-            EXPECT_TRUE(program.logHas(c.message)) << program.logText();
-        }
+        EXPECT_EQ(leaves(parked), *c.message != 0);
+        EXPECT_TRUE(program.logHas(c.message)) << program.logText();
         EXPECT_EQ(landingList, std::deque<std::uint32_t>{firstHex + 5});
     }
 }
@@ -345,11 +321,8 @@ TEST_F(Parking, AnArrivalShutsDownAndCounts) {
         wantedParked = 1;
         saveUpdates = 0;
         par::NAV_LIGHTS_WHILE_PARKED.value = !row.cargo;
-        test::Flight f({stopAt(0, 5000)});
-        f.a.fs = FlightState::parking;
-        f.a.sid = 1;
-        f.a.standLat = homeLat;
-        f.a.standLon = homeLon;
+        Flight f({stopAt(0, 5000)});
+        arriving(f.a);
         f.a.cargo = row.cargo;
         f.a.standCargo = row.cargoStand;
         f.a.regcode = "D-AIZA";
@@ -358,7 +331,7 @@ TEST_F(Parking, AnArrivalShutsDownAndCounts) {
         EXPECT_EQ(f.told(), row.told) << row.name;
         EXPECT_EQ(saveUpdates, row.updates) << row.name;
         EXPECT_EQ(stands[0].cargo, row.cargo || row.cargoStand) << row.name;
-        EXPECT_EQ(liveAircraft[0].st, AircraftStatus::removingfromsim) << "more than wanted";
+        EXPECT_EQ(leaving(), "LONG") << "more than wanted";
     }
 }
 
@@ -394,16 +367,16 @@ TEST_F(Parking, ABirthOnAStandCounts) {
         EXPECT_EQ(saveUpdates, row.updates) << row.name;
         EXPECT_EQ(stands[0].options.size(), row.ends == parks && !row.cargo ? 1U : 0U) << row.name;
         EXPECT_EQ(stands[0].cargo && stands[0].cargoChange, row.cargo) << row.name;
-        EXPECT_EQ(liveAircraft[0].st == AircraftStatus::removingfromsim, row.ends == parks) << "more than wanted";
-        if (row.ends != parks)
-            continue;
-        toPark = {{.sid = 1}, {.sid = 2}, {.sid = 1}};
-        noteParked(a);
-        ASSERT_EQ(toPark.size(), 1U) << "nobody else is planned for it";
-        EXPECT_EQ(toPark[0].sid, 2U);
-        toPark.clear();
+        EXPECT_EQ(leaving(), row.ends == parks ? "BAW1" : "") << "more than wanted";
     }
     EXPECT_TRUE(program.logHas("EDDF stand: A1, cargo attribute set to true, "));
+    LiveAircraft parked = stopped(0);
+    parked.sid = 1;
+    toPark = {{.sid = 1}, {.sid = 2}, {.sid = 1}};
+    noteParked(parked);
+    ASSERT_EQ(toPark.size(), 1U) << "nobody else is planned for it";
+    EXPECT_EQ(toPark[0].sid, 2U);
+    toPark.clear();
 }
 
 TEST_F(Parking, OnlyWhoComesToTheAirportIsGuessedAt) {
@@ -441,19 +414,18 @@ TEST_F(Parking, NoMoreParkThanWanted) {
     liveOn(2, "SHORT").parkedTime = monotonicMs();
     wantedParked = 2;
     checkMaxPark(0);
-    EXPECT_EQ(liveAircraft[0].st, AircraftStatus::active);
+    EXPECT_EQ(leaving(), "");
     staticOn(3).parkedAt = {1, 47};
     staticOn(3).parkedAt = {2, 1};
     checkMaxPark(1);
-    EXPECT_EQ(liveAircraft[0].st, AircraftStatus::removingfromsim);
-    EXPECT_EQ(liveAircraft[1].st, AircraftStatus::active);
+    EXPECT_EQ(leaving(), "LONG");
     EXPECT_TRUE(program.logHas("A1: LONG     max park exceeded, removed"));
-    EXPECT_EQ(parkedAircraft[0].st, AircraftStatus::active);
-    EXPECT_EQ(parkedAircraft[1].st, AircraftStatus::removingfromsim) << "the last one that came";
+    EXPECT_FALSE(leaves(parkedAircraft[0]));
+    EXPECT_TRUE(leaves(parkedAircraft[1])) << "the last one that came";
     par::INITIAL_LOAD_ONLY.value = true;
     wantedParked = 1;
     checkMaxPark(1);
-    EXPECT_EQ(liveAircraft[1].st, AircraftStatus::active);
+    EXPECT_EQ(leaving(), "LONG");
 }
 
 TEST_F(Parking, WhenTheAirportGoesItsAircraftGo) {
@@ -468,14 +440,11 @@ TEST_F(Parking, WhenTheAirportGoesItsAircraftGo) {
         seen += live.callsign + (live.parked ? " parked" : "") + (live.active ? " active;" : ";");
     EXPECT_EQ(seen, "PARKED parked active;ARRIVES active;COMES parked;");
     hooksOfLiveParking().leaveAirport();
-    ASSERT_EQ(liveAircraft.size(), 4U) << "the one that was to be born";
-    EXPECT_EQ(liveAircraft[0].st, AircraftStatus::removingfromsim);
-    EXPECT_EQ(liveAircraft[0].sid, 0U);
-    EXPECT_EQ(liveAircraft[1].st, AircraftStatus::removingfromsim);
-    EXPECT_EQ(liveAircraft[2].st, AircraftStatus::active);
-    EXPECT_EQ(liveAircraft[2].sid, 0U) << "a number of the next airport's list";
-    EXPECT_EQ(liveAircraft[3].st, AircraftStatus::active);
+    EXPECT_EQ(liveAircraft.size(), 4U) << "the one that was to be born";
+    EXPECT_EQ(leaving(), "PARKED TAXI");
+    for (const LiveAircraft& a : liveAircraft)
+        EXPECT_EQ(a.sid, 0U) << "a number of the next airport's list";
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

@@ -6,24 +6,15 @@
 #include "traffic/ground_motion.h"
 #include "traffic/push_back.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
-
-using test::Flight;
-using test::homeLat;
-using test::homeLon;
 
 /// On its stand with the nose to the north, everything off, the feed having shown the way out.
 struct LeavingFlight : Flight {
     explicit LeavingFlight(const PositionSample& exit, AircraftCategory category = AircraftCategory::large)
-        : Flight({test::Samples::at(0, 0, 5000, 0), exit}, category) {
-        stands = {{.id = "A1",
-                   .lat = homeLat,
-                   .lon = homeLon,
-                   .heading = 0.0,
-                   .radius = 20.0 / 1852,
-                   .sid = 1,
-                   .liveOnIt = true}};
+        : Flight({Samples::at(0, 0, 5000, 0), exit}, category) {
+        stands.assign(1, standAt(0, 20));
+        stands[0].liveOnIt = true;
         a.fs = FlightState::parked;
         a.sid = 1;
         a.standLat = homeLat;
@@ -33,8 +24,8 @@ struct LeavingFlight : Flight {
     }
 };
 
-struct PushBackTest : test::FlightTest {
-    test::ProgramFolder program;
+struct PushBackTest : FlightTest {
+    ProgramFolder program;
 };
 
 TEST_F(PushBackTest, GoesTailFirstAndSwingsAsTheFeedSays) {
@@ -93,9 +84,7 @@ TEST_F(PushBackTest, GoesTailFirstAndSwingsAsTheFeedSays) {
         EXPECT_TRUE(f.a.holding);
         f.report(at(-100, 120, f.m.in.tick + 3000, 12));
         EXPECT_EQ(f.a.fs, FlightState::taxi);
-        EXPECT_EQ(f.a.sid, 0U);
-        EXPECT_EQ(f.a.standLat, 0);
-        EXPECT_EQ(f.a.standHeading, 0);
+        EXPECT_TRUE(f.a.sid == 0 && f.a.standLat == 0 && f.a.standHeading == 0);
     }
 }
 
@@ -136,7 +125,7 @@ TEST_F(PushBackTest, AnExitAheadIsDrivenAndOneBehindIsPushed) {
 }
 
 TEST_F(PushBackTest, EnginesStartWhenItDrivesOffOrThePushIsOver) {
-    for (const AircraftCategory category : test::everyCategory) {
+    for (const AircraftCategory category : everyCategory) {
         SCOPED_TRACE(text(category));
         const bool rotor = category == AircraftCategory::rotorcraft;
         LeavingFlight driven(at(30, 0, 5500, 3), category);
@@ -173,4 +162,4 @@ TEST_F(PushBackTest, EnginesStartWhenItDrivesOffOrThePushIsOver) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

@@ -3,22 +3,20 @@
 #include "feed/traffic_reader.h"
 #include "traffic/harness.h"
 
-#include <fmt/format.h>
-
-namespace kes {
+namespace kes::test {
 namespace {
 
-struct ReportFloodTest : test::TrafficTest {
+struct ReportFloodTest : TrafficTest {
     void SetUp() override {
         TrafficTest::SetUp();
-        trafficReader.setUserPosition(test::homeLat, test::homeLon);
+        trafficReader.setUserPosition(homeLat, homeLon);
         trafficReader.setReferenceAirport(std::nullopt);
     }
     /// A line about an airliner that has flown north for `seconds`.
     static void line(std::uint32_t hexid, double seconds, double east) {
         text = fmt::format("RTTFC,{},{:.6f},{:.6f},8000,0,1,0.00,300.00,DLH{},A320,D-{},EDDF,EDDM,{:.1f},T,X,adsb_icao,"
                            "8000,250,300,0.5,0.1,0,0,360,1280,none,A3",
-                           hexid, test::homeLat + 300.0 * seconds / 3600.0 / 60.0, test::homeLon + east, hexid % 100000,
+                           hexid, homeLat + 300.0 * seconds / 3600.0 / 60.0, homeLon + east, hexid % 100000,
                            hexid % 100000, 1.7e9 + seconds);
         trafficReader.text = text;
         trafficReader.onDatagram();
@@ -36,14 +34,14 @@ TEST_F(ReportFloodTest, TwentyTrueAircraftKeepTheirReportsBesideTwentyThousandIn
             // Each of them every five seconds, spread over the time.
             for (std::uint32_t i = 0; i < count; ++i)
                 if (now % 500 == static_cast<int>(25 * i)) {
-                    const std::uint32_t hexid = test::firstHex + count - i;
+                    const std::uint32_t hexid = firstHex + count - i;
                     missed += awaited.count(hexid) != 0 ? 1 : 0;
                     awaited[hexid] = {now, 1.7e9 + now / 100.0};
                     line(hexid, now / 100.0, 0.02 * i);
                 }
             // Each once a second: who is reported again is an expected aircraft.
             for (int i = 0; i < flood / 100; ++i)
-                line(test::firstHex + 100 + static_cast<std::uint32_t>(t * flood / 100 + i), s + 1.0, -0.1);
+                line(firstHex + 100 + static_cast<std::uint32_t>(t * flood / 100 + i), s + 1.0, -0.1);
             tick();
             for (const LiveAircraft& a : liveAircraft) {
                 const auto it = awaited.find(a.hexid);
@@ -69,18 +67,18 @@ TEST_F(ReportFloodTest, TwentyTrueAircraftKeepTheirReportsBesideTwentyThousandIn
     EXPECT_LE(latest, 20) << "ticks that a report waited at most";
     std::size_t newcomers = 0;
     for (const LiveAircraft& a : liveAircraft)
-        newcomers += a.hexid >= test::firstHex + 100 ? 1 : 0;
+        newcomers += a.hexid >= firstHex + 100 ? 1 : 0;
     EXPECT_GT(newcomers, 180U) << "who is not known has a tenth of the reports all the same";
     std::vector<AircraftReport> room(ReportQueue::capacity);
     const auto isKnown = [&] {
         reportQueue.take(room);
-        for (const std::uint32_t hexid : {test::firstHex + 50000, test::firstHex + 1})
+        for (const std::uint32_t hexid : {firstHex + 50000, firstHex + 1})
             push(report(hexid, 0));
         reportQueue.take(room);
-        return room[0].hexid == test::firstHex + 1;
+        return room[0].hexid == firstHex + 1;
     };
     EXPECT_TRUE(isKnown());
-    std::erase_if(liveAircraft, [](const LiveAircraft& a) { return a.hexid == test::firstHex + 1; });
+    std::erase_if(liveAircraft, [](const LiveAircraft& a) { return a.hexid == firstHex + 1; });
     run(100);
     EXPECT_FALSE(isKnown()) << "who has left is not known any more";
     RecordProperty("taken", taken);
@@ -89,4 +87,4 @@ TEST_F(ReportFloodTest, TwentyTrueAircraftKeepTheirReportsBesideTwentyThousandIn
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

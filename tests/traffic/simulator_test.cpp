@@ -7,15 +7,10 @@
 
 #include <mutex>
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-using test::firstHex;
-using test::homeLat;
-using test::homeLon;
-using test::waitFor;
-
-struct SimulatorTest : test::TrafficTest {
+struct SimulatorTest : TrafficTest {
     std::mutex guard;
     std::map<std::string, std::vector<std::string>> events; ///< by tail number, "name value"
 
@@ -111,4 +106,4 @@ TEST_F(SimulatorTest, ARefusedTitleComesBackAsARefusal) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

@@ -1,23 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Born on a stand, and away from it.
 #include "airports/stands.h"
-#include "core/clock.h"
-#include "traffic/flight_phases.h"
 #include "traffic/harness.h"
 #include "traffic/parking.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-using test::firstHex;
-using test::homeLat;
-using test::homeLon;
-using test::metre;
-
 constexpr std::int32_t sevenDays = 60480000;
-constexpr double metreNm = 1.0 / 1852;
 
-struct StandsTest : test::TrafficTest {
+struct StandsTest : TrafficTest {
     void TearDown() override {
         stands.clear();
         setAirportRef(std::nullopt);
@@ -26,16 +18,10 @@ struct StandsTest : test::TrafficTest {
     /// Parked on the only stand for `minutes`, after a flight.
     LiveAircraft& parkedFlight(const std::string& model, double minutes = 600) {
         resetLiveTraffic();
-        stands = {{.id = "A1",
-                   .lat = homeLat,
-                   .lon = homeLon,
-                   .heading = 0.5,
-                   .radius = 30 * metreNm,
-                   .sid = 1,
-                   .liveOnIt = true}};
-        PositionSample s = ground(0, tickCount - static_cast<std::int32_t>(minutes * 6000) + sevenDays, 0);
-        s.stopped = true;
-        LiveAircraft& a = activeFlight(firstHex, {s}, model);
+        stands.assign(1, standAt(0, 30, 0.5));
+        stands[0].liveOnIt = true;
+        const std::int32_t ends = tickCount - static_cast<std::int32_t>(minutes * 6000) + sevenDays;
+        LiveAircraft& a = activeFlight(firstHex, {stopAt(0, ends)}, model);
         a.fs = FlightState::parked;
         a.fsPrevious = FlightState::birth;
         a.sid = 1;
@@ -191,22 +177,11 @@ TEST_F(StandsTest, BornOnAStandThatFits) {
         SCOPED_TRACE(c.name);
         resetLiveTraffic();
         setAirportRef(AirportRef{"EDDF", "FRA", homeLat + c.airportNm / 60, homeLon, 0});
-        stands = {{.id = "B9",
-                   .lat = homeLat + 100 * metre,
-                   .lon = homeLon,
-                   .heading = 0,
-                   .radius = 90 * metreNm,
-                   .sid = 1,
-                   .liveOnIt = true},
-                  {.id = "A1",
-                   .lat = homeLat,
-                   .lon = homeLon,
-                   .heading = 0.5,
-                   .radius = c.radius * metreNm,
-                   .sid = 2,
-                   .liveOnIt = c.taken,
-                   .cargo = true,
-                   .heli = c.heli}};
+        stands = {standAt(100, 90), standAt(0, c.radius, 0.5, 2)};
+        stands[0].liveOnIt = true;
+        stands[1].liveOnIt = c.taken;
+        stands[1].cargo = true;
+        stands[1].heli = c.heli;
         PositionSample first = ground(c.metres * metre, 5000, 7), next = ground(c.metres * metre, 5500, c.gs1);
         first.stopped = c.stopped;
         next.stopped = c.gs1 == 0;
@@ -222,21 +197,17 @@ TEST_F(StandsTest, BornOnAStandThatFits) {
         if (c.place != parked)
             continue;
         const PositionSample& s = a.stream.front();
-        EXPECT_EQ(s.lat, homeLat);
         EXPECT_NEAR(s.track, 0.5 * radToDeg, 1e-9);
-        EXPECT_EQ(s.gs, 0);
-        EXPECT_TRUE(s.stopped);
-        EXPECT_EQ(a.sid, 2U);
-        EXPECT_EQ(a.standHeading, 0.5);
-        EXPECT_TRUE(a.standCargo);
+        EXPECT_TRUE(s.lat == homeLat && s.gs == 0 && s.stopped);
+        EXPECT_TRUE(a.sid == 2 && a.standHeading == 0.5 && a.standCargo);
         EXPECT_GE(a.parkedTime, before);
         EXPECT_EQ(a.lastStandDist + a.awayCount, 0);
     }
     LiveAircraft& a = liveAircraft[0];
     setAirportRef(std::nullopt);
     EXPECT_EQ(bornOnStand(a), taxiing) << "no airport";
-    EXPECT_EQ(standName(2) + standName(0) + standName(7), "A1sid==0?unknown");
+    EXPECT_EQ(standName(2) + standName(0) + standName(7), "A2sid==0?unknown");
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test

@@ -2,11 +2,10 @@
 // How reports enter the table of live aircraft.
 #include "traffic/harness.h"
 
-namespace kes {
+namespace kes::test {
 namespace {
 
-using StreamTest = test::TrafficTest;
-using test::firstHex;
+using StreamTest = TrafficTest;
 
 TEST_F(StreamTest, ThinsReportsThatContradictOrAddNothing) {
     struct Case {
@@ -68,7 +67,7 @@ TEST_F(StreamTest, AnInventedStreamIsNotThinnedByDensity) {
 }
 
 TEST_F(StreamTest, NewRecords) {
-    setAirportRef(AirportRef{"EDDF", "FRA", test::homeLat, test::homeLon, 364});
+    setAirportRef(AirportRef{"EDDF", "FRA", homeLat, homeLon, 364});
     struct Case {
         const char* name;
         std::string model, regcode;
@@ -106,7 +105,7 @@ TEST_F(StreamTest, NewRecords) {
 }
 
 TEST_F(StreamTest, AnAircraftInBufferDropsDoubtfulAltitudes) {
-    setAirportRef(AirportRef{"EDDF", "FRA", test::homeLat, test::homeLon, 364});
+    setAirportRef(AirportRef{"EDDF", "FRA", homeLat, homeLon, 364});
     feed(report(firstHex, 0));
     AircraftReport r = report(firstHex, 10);
     r.sample.alt = 400;
@@ -143,14 +142,11 @@ TEST_F(StreamTest, StartValuesOfARecord) {
     feed(r);
     const LiveAircraft& a = liveAircraft.at(0);
     EXPECT_EQ(a.coupledCs1, r.callsign);
-    EXPECT_EQ(a.coupledCs2, "");
-    EXPECT_FALSE(a.coupledSearched);
+    EXPECT_TRUE(a.coupledCs2.empty() && !a.coupledSearched);
     EXPECT_EQ(a.category, AircraftCategory::large);
     EXPECT_DOUBLE_EQ(a.wingspan, 17.0 / metresPerNm);
     EXPECT_DOUBLE_EQ(a.turnRate, 0.07 * degToRad);
-    EXPECT_EQ(a.flareTicks, 400);
-    EXPECT_EQ(a.climbOutTicks, 300);
-    EXPECT_EQ(a.agl, 2500);
+    EXPECT_TRUE(a.flareTicks == 400 && a.climbOutTicks == 300 && a.agl == 2500);
     EXPECT_EQ(a.fsPrevious, FlightState::birth);
     EXPECT_TRUE(std::ranges::all_of(a.curve, [](double v) { return std::isnan(v); }));
     EXPECT_EQ(a.lastReportTime, r.timestamp);
@@ -165,14 +161,12 @@ TEST_F(StreamTest, PitchesLieAtEitherEndOfTheirSpread) {
         ++rotate[liveAircraft.back().rotatePitch];
         ++climb[liveAircraft.back().climbPitch];
     }
-    ASSERT_EQ(rotate.size(), 2U);
-    ASSERT_EQ(climb.size(), 2U);
-    EXPECT_DOUBLE_EQ(rotate.begin()->first, -6.0 * degToRad * 1.025);
-    EXPECT_DOUBLE_EQ(rotate.rbegin()->first, -6.0 * degToRad * 0.975);
-    EXPECT_DOUBLE_EQ(climb.begin()->first, -16.5 * degToRad * 1.05);
-    EXPECT_DOUBLE_EQ(climb.rbegin()->first, -16.5 * degToRad * 0.95);
-    EXPECT_GT(rotate.begin()->second, 20);
-    EXPECT_GT(rotate.rbegin()->second, 20);
+    for (const auto& [pitches, degrees, spread] : {std::tuple(rotate, -6.0, 0.025), {climb, -16.5, 0.05}}) {
+        ASSERT_EQ(pitches.size(), 2U);
+        EXPECT_DOUBLE_EQ(pitches.begin()->first, degrees * degToRad * (1 + spread));
+        EXPECT_DOUBLE_EQ(pitches.rbegin()->first, degrees * degToRad * (1 - spread));
+        EXPECT_TRUE(pitches.begin()->second > 20 && pitches.rbegin()->second > 20);
+    }
 }
 
 TEST_F(StreamTest, TakesTwoReportsPerTick) {
@@ -209,4 +203,4 @@ TEST_F(StreamTest, AnAircraftThatLeavesClaimsItsReports) {
 }
 
 } // namespace
-} // namespace kes
+} // namespace kes::test
