@@ -171,8 +171,7 @@ TEST_F(ParametersTest, EntriesAreTakenByTheRules) {
         EXPECT_TRUE(folder.logHas(std::string(row.name) + "=" + row.value + "\n")) << row.inside;
     }
     EXPECT_TRUE(asides().empty());
-    EXPECT_FALSE(folder.logHas("not found"));
-    EXPECT_FALSE(folder.logHas("meta data"));
+    EXPECT_FALSE(folder.logHas("not found") || folder.logHas("meta data"));
 }
 
 TEST_F(ParametersTest, AnOlderFileGainsWhatItLacksAndKeepsTheRest) {
@@ -205,11 +204,8 @@ TEST_F(ParametersTest, MetaMayDifferInVersionAndSimulatorOnly) {
         }
         return metaIsGood(document);
     };
-    EXPECT_TRUE(with(nullptr, nullptr));
-    EXPECT_TRUE(with("version", "9.0.1"));
-    EXPECT_TRUE(with("MSFS", "2024"));
-    EXPECT_FALSE(with("author", "somebody else"));
-    EXPECT_FALSE(with("version", ""));
+    EXPECT_TRUE(with(nullptr, nullptr) && with("version", "9.0.1") && with("MSFS", "2024"));
+    EXPECT_FALSE(with("author", "somebody else") || with("version", ""));
     for (const char* name : {"author", "version", "date", "copyright", "MSFS"})
         EXPECT_FALSE(with(name, nullptr)) << name;
     EXPECT_FALSE(metaIsGood(pugi::xml_document()));

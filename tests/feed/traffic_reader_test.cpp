@@ -119,8 +119,7 @@ TEST_F(TrafficReaderTest, OversizeDatagramsAreToldAndSkipped) {
     EXPECT_EQ(takeReports().size(), 2U);
     const auto lines = logLines();
     ASSERT_EQ(lines.size(), 4U);
-    EXPECT_EQ(lines[1], "buffer overrun: 16384 bytes");
-    EXPECT_EQ(lines[2], "buffer overrun: 16384 bytes");
+    EXPECT_EQ(lines[1] + "|" + lines[2], "buffer overrun: 16384 bytes|buffer overrun: 16384 bytes");
 }
 
 TEST_F(TrafficReaderTest, AFloodIsBoundedAndTheNewestStay) {
@@ -237,8 +236,7 @@ TEST_F(TrafficReaderTest, ResetBringsBackTheStartValues) {
     EXPECT_FALSE(trafficReader.stopFlag || qnhReader.stopFlag);
     EXPECT_TRUE(trafficReader.lampShowsData && qnhReader.lampShowsData);
     EXPECT_EQ(qnhReader.datagramCount + qnhReader.lastSeenCount, 0U);
-    EXPECT_EQ(qnhReader.lastQnh, 1013);
-    EXPECT_EQ(currentQnh, 1013);
+    EXPECT_TRUE(qnhReader.lastQnh == 1013 && currentQnh == 1013);
     EXPECT_TRUE(trafficReader.collecting()) << "a renewal that has begun goes on";
     EXPECT_TRUE(trafficReader.takeCallsigns().empty());
 }

@@ -83,11 +83,8 @@ TEST_F(LifeCycleTest, CreatedReplies) {
     a.altStep = 3;
     a.rotationCount = 7;
     answer(ReplyKind::created, 3, firstHex, 0, 12.5);
-    EXPECT_EQ(a.objectid, 3U);
-    EXPECT_EQ(a.agl, 12.5);
-    EXPECT_TRUE(a.onGround);
-    EXPECT_EQ(a.altStep, 0);
-    EXPECT_EQ(a.rotationCount, 1);
+    EXPECT_EQ(fmt::format("{} {} {} {} {}", a.objectid, a.agl, a.onGround, a.altStep, a.rotationCount),
+              "3 12.5 true 0 1");
     answer(ReplyKind::created, 900, firstHex + 77);
     EXPECT_EQ(waitingOrders().removalQueue.back(), 900U)
         << "an object whose record has gone would stand there for ever";
@@ -198,14 +195,11 @@ TEST_F(LifeCycleTest, ARespawnStartsWhereTheOldObjectStood) {
     EXPECT_EQ(a.st, AircraftStatus::liveryrespawn);
     ASSERT_TRUE(runUntil([&] { return created.size() == 1; }));
     EXPECT_EQ(removed, std::vector<std::uint32_t>{before.objectid});
-    EXPECT_EQ(created[0].lat, before.lat);
-    EXPECT_EQ(created[0].alt, before.alt);
+    EXPECT_TRUE(created[0].lat == before.lat && created[0].alt == before.alt);
     EXPECT_NEAR(created[0].heading * degToRad, before.heading, 1e-12);
     EXPECT_EQ(created[0].title, "BAW A320");
     const LiveAircraft& now = liveAircraft.at(0);
-    EXPECT_EQ(now.fs, FlightState::flying);
-    EXPECT_EQ(now.throttleIndex, 5);
-    EXPECT_EQ(now.flapsIndex, 4);
+    EXPECT_TRUE(now.fs == FlightState::flying && now.throttleIndex == 5 && now.flapsIndex == 4);
     EXPECT_TRUE(std::equal(now.stream.begin() + 1, now.stream.end(), before.stream.begin(), before.stream.end(),
                            [](const auto& one, const auto& other) { return one.tick == other.tick; }));
     ASSERT_TRUE(runUntil([] { return liveAircraft.at(0).st == AircraftStatus::active; }));
