@@ -56,8 +56,8 @@ struct ReaderNames {
 /// and sets `readerFailed`; a failed receive only ends it.
 void readerThread(UdpReader& reader, const ReaderNames& names, std::uint16_t port);
 
-/// Why the reader that failed last did, and what can be done: for the error that ends the run. Empty when `readerFailed`
-/// is clear. Any thread.
+/// Why the reader that failed last did, and what can be done: for the error that ends the run. Empty when
+/// `readerFailed` is clear. Any thread.
 std::string readerFailureAdvice();
 
 /// The one thread of a reader. Worker only.

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+// The whole way from the update server to the tables.
+#include "core/errors.h"
+#include "document_text.h"
+#include "files.h"
+#include "platform/zip.h"
+
+namespace kes {
+namespace {
+
+using namespace test;
+namespace fs = std::filesystem;
+
+struct DataBase : ReferenceTest {
+    DataBase() { fs::create_directories("input"); }
+
+    static void serve(const std::string& document) {
+        fs::create_directories("updates");
+        zipOf({{"dbase.xml", document}}, "updates/dbase.zip");
+    }
+    static std::string failure() { return thrownBy(readDataBase); }
+};
+
+TEST_F(DataBase, IsReadFromTheServerAndLeavesNoDocument) {
+    serve(DocumentText().set("dbase", db("PH-BVB", "KLM", "A320")).set("wingspans", span("A320", "35.8")).xml());
+    EXPECT_TRUE(readDataBase());
+    EXPECT_EQ(lookupRegcode("PHBVB")->airl, "KLM");
+    EXPECT_TRUE(modelExists("A320"));
+    EXPECT_FALSE(fs::exists(path::referenceDocument));
+    EXPECT_FALSE(fs::exists("dbase.zip"));
+}
+
+TEST_F(DataBase, MissingZipEndsTheStart) {
+    EXPECT_EQ(failure(), "data base could not be read from on-line?");
+    EXPECT_TRUE(folder.logHas("downloading dbase.zip failed?"));
+    putFile("updates/dbase.zip", "no zip");
+    // A document from an interrupted start is neither read nor left.
+    std::ofstream(path::referenceDocument) << DocumentText().xml();
+    EXPECT_EQ(failure(), "data base could not be read from on-line?");
+    EXPECT_FALSE(fs::exists(path::referenceDocument));
+    EXPECT_FALSE(modelExists("A320"));
+}
+
+TEST_F(DataBase, BrokenDocumentsLeaveNeitherFileNorTables) {
+    struct Case {
+        std::string text, failure;
+    };
+    for (const Case& c :
+         {Case{"<aircrafts>", "60: \"temp2.xml\" not read because of Start-end tags mismatch"},
+          Case{DocumentText().without("buzjet").xml(), "61: In an xml file section buzjet bzj types is empty "},
+          Case{DocumentText().set("dbase", "<db type=\"A\"/>").xml(), "decrypt model \"A\" error"},
+          Case{DocumentText().set("wingspans", "<wingspan type=\"X\"/>").xml(),
+               "exception decrypt model \"X\" error in reading wingspans from \"input/temp2.xml\""}}) {
+        serve(c.text);
+        EXPECT_EQ(failure(), c.failure);
+        EXPECT_FALSE(fs::exists(path::referenceDocument)) << c.failure;
+        EXPECT_FALSE(modelExists("A320"));
+    }
+}
+
+TEST_F(DataBase, DocumentsFromAFileStay) {
+    std::ofstream("document.xml", std::ios::binary) << DocumentText().xml();
+    readReferenceDocument("document.xml");
+    EXPECT_TRUE(modelExists("A320"));
+    EXPECT_TRUE(fs::exists("document.xml"));
+}
+
+} // namespace
+} // namespace kes
