@@ -206,5 +206,41 @@ TEST_F(BestOptionTest, IndexedSearchDoesWhatTheRulesSay) {
     EXPECT_GT(outOfUse, 1000u);
 }
 
+TEST_F(BestOptionTest, NoPlanBreaksItsLimits) {
+    for (unsigned round = 0; round < 200; ++round) {
+        makeAirport(1 + roll(50));
+        liveStayers.clear();
+        clearPlan();
+        for (Stand& stand : stands)
+            stand.reserved = roll(10) == 0;
+        par::parking_percentage.value = roll(101);
+        par::CUSTOM_MAX_PARK.value = roll(3) == 0 ? roll(20) : -1;
+        par::MAX_FIT.value = roll(48);
+        par::PARK_SOFT.value = roll(2) == 0;
+        setWanted();
+        if (wantedParked > 0)
+            runPasses(0);
+        ASSERT_LE(toPark.size(), static_cast<std::size_t>(wantedParked)) << round;
+        std::vector<const StaticPlacement*> on(stands.size() + 1);
+        for (const StaticPlacement& p : toPark) {
+            ASSERT_EQ(on[p.sid], nullptr) << round;
+            on[p.sid] = &p;
+            ASSERT_LE(p.fit, par::MAX_FIT) << round;
+        }
+        for (const Stand& stand : stands) {
+            ASSERT_FALSE(stand.reserved && on[stand.sid]) << round << " " << stand.id;
+            for (const std::uint32_t sid : stand.adjacent) {
+                ASSERT_FALSE(on[stand.sid] && on[sid]) << round << " " << stand.id;
+                for (const AiAircraft& a : parkedAircraft)
+                    if (on[stand.sid] && a.sid == sid && a.st == AircraftStatus::active) {
+                        ASSERT_LE(wingspanOf(a.model) + wingspanOf(on[stand.sid]->model),
+                                  distanceNm({a.standLat, a.standLon}, stand.position()))
+                            << round << " " << stand.id;
+                    }
+            }
+        }
+    }
+}
+
 } // namespace
 } // namespace kes::test
