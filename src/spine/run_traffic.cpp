@@ -78,6 +78,9 @@ void tellReady() {
                            fed ? fmt::format("the first aircraft come in about {} s", showDelayTicks / 100)
                                : std::string("but no report has come so far")),
                true, places);
+    if (par::LOG)
+        logIndented("=N= behind an aircraft tells what found its livery: 1 registration, 2 airline and type, 3 airline "
+                    "and similar type, 4 generic of the type, 5 the type under any airline, 6 a similar type");
 }
 
 bool waitForPosition(std::int32_t pauseMs) {

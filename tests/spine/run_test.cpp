@@ -228,6 +228,7 @@ TEST_F(RunTest, ATrafficSourceThatGoesTakesItsTrafficAlongAndMayComeBack) {
     }
     ASSERT_TRUE(waitFor([] { return world::inprocObject("DLH4AB").has_value(); }));
     EXPECT_TRUE(shown("Ready with 4 liveries of 2 airlines, ")) << window.lines();
+    EXPECT_TRUE(waitFor([&] { return program.logHas("=N= behind an aircraft tells what found its livery: "); }));
     link.socket.close();
     ASSERT_TRUE(waitFor([] { return !rtConnected; }));
     EXPECT_TRUE(waitFor([] { return world::inprocObjects().empty(); })) << "while the worker waits for the client";
@@ -442,6 +443,17 @@ TEST_F(RunTest, WhatTheUserMustReadStaysUntilTheClick) {
     EXPECT_TRUE(program.logHas("Exiting: SYSTEM ERROR"));
     EXPECT_FALSE(restarting);
     clearError();
+}
+
+TEST_F(RunTest, GenericLiveriesAloneAreTold) {
+    resetLiveries();
+    FlightFolder::writeLiveries({{"ZZZ", "A320", "White A320"}, {"PVT", "C172", "Own C172"}});
+    LinkClient link;
+    fly(link);
+    EXPECT_TRUE(shown("Ready with 2 liveries of 0 airlines, ")) << window.lines();
+    EXPECT_TRUE(waitFor([&] { return program.logHas("All liveries are generic"); })) << program.logText();
+    endRun();
+    resetLiveries();
 }
 
 TEST_F(RunTest, ATakenFeedPortIsToldAndEndsTheRun) {
