@@ -40,7 +40,7 @@ fi
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 opens() {
-    timeout 90 node "$here/watch_page.mjs" "file://$work/$1" "$work/profile" "$2" "$3" "$4" "$5" || { echo "in $1"; exit 1; }
+    timeout 90 node "$here/watch_page.mjs" "file://$work/$1" "$work/profile-$1" "$2" "$3" "$4" "$5" || { echo "in $1"; exit 1; }
 }
 by='document.getElementById'
 "$build/tools/kestrelune-replay" --feed turns --data "$tools/../data" --quiet --every 100 --out "$work" >/dev/null || exit 1
