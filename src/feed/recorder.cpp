@@ -59,10 +59,15 @@ public:
         wake_.notify_one();
         thread_.join();
         const bool whole = gzclose(std::exchange(file_, nullptr)) == Z_OK && !failed_;
-        const std::lock_guard lock(mutex_);
+        std::size_t lines = 0, lost = 0;
+        {
+            const std::lock_guard lock(mutex_);
+            lines = lines_;
+            lost = lost_;
+        }
         log(fmt::format("Recording {} {} with {} lines{}", platform::pathText(path_),
-                        whole ? "finished" : "could not be written to the end", lines_,
-                        lost_ == 0 ? "" : fmt::format(", {} left out since the disk was too slow", lost_)));
+                        whole ? "finished" : "could not be written to the end", lines,
+                        lost == 0 ? "" : fmt::format(", {} left out since the disk was too slow", lost)));
     }
 
     void take(std::string_view text) {

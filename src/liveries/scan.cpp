@@ -178,7 +178,7 @@ std::vector<fs::path> manualFolders() {
     if (folders.empty()) {
         throw nwk::UserErrorException(
             48, "Set lfolder parameter(-s) to your liveries first, see Manual 5.1 (or check Liveries automatic)",
-            fmt::format("LIG_AUTOMATIC is off in {0}, and it names no folder: add <parameter name=\"lfolder0\" "
+            fmt::format("LIG_AUTOMATIC is off in {}, and it names no folder: add <parameter name=\"lfolder0\" "
                         "value=\"FOLDER\" /> to its parameters, up to lfolder9.",
                         platform::pathText(parametersFile())));
     }
