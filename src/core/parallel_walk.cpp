@@ -534,7 +534,7 @@ constexpr unsigned char upperCase(char c) {
 
 bool nameComesFirst(std::string_view a, std::string_view b) {
     const auto [inA, inB] = std::mismatch(a.begin(), a.end(), b.begin(), b.end(),
-                                          [](char x, char y) { return upperCase(x) == upperCase(y); });
+                                          [](char x, char y) { return x == y || upperCase(x) == upperCase(y); });
     if (inA == a.end() && inB == b.end())
         return a < b;
     if (inA == a.end() || inB == b.end())

@@ -107,14 +107,23 @@ std::string_view stockModel(std::string_view baseContainer) {
     return {};
 }
 
-/// `keyValue`, made anew for each key.
-[[gnu::always_inline]] inline std::string_view valueOf(const CfgLine& line, std::string_view key) {
-    const std::string_view value = plainKeyValue(line.text, key);
+namespace keys {
+constexpr KeyWord atcId("atc_id"), atcParkingTypes("atc_parking_types"), baseContainer("base_container"),
+    icaoAirline("icao_airline"), icaoTypeDesignator("icao_type_designator"), title("title");
+}
+
+/// `keyValue` for a line of the file's text. Behind its end stands a line feed, a carriage return or a zero byte, so
+/// that no key reaches beyond.
+[[gnu::always_inline]] inline std::string_view valueOf(const CfgLine& line, const KeyWord& key) {
+    const std::size_t at = behindSpace(line.text, 0);
+    if (!key.standsAt(line.text.data() + at))
+        return {};
+    const std::string_view value = valueBehind(line.text, at + key.size);
     return line.holdsReturn && value.find('\r') != std::string_view::npos ? std::string_view() : value;
 }
 
 /// The same as the function for all texts, for a piece of a file's.
-std::string_view unquotedPiece(std::string_view value) {
+[[gnu::always_inline]] inline std::string_view unquotedPiece(std::string_view value) {
     const char* const end = value.data() + value.size();
     const char* const first = findByte(value.data(), end, '"', '"');
     if (first == end)
@@ -127,14 +136,14 @@ std::string_view findModel(CfgJudgement& result, const FileText& text) {
     for (const CfgLine& line : text.lines) {
         if ((line.letters & typeLetters) == 0)
             continue;
-        const std::string_view code = unquotedPiece(valueOf(line, "icao_type_designator"));
+        const std::string_view code = unquotedPiece(valueOf(line, keys::icaoTypeDesignator));
         if (!code.empty())
             return judgedModel(result, upper(code.substr(0, longestModel)));
     }
     for (const CfgLine& line : text.lines) {
         if ((line.letters & baseContainerLetters) == 0)
             continue;
-        const std::string_view code = stockModel(unquotedPiece(valueOf(line, "base_container")));
+        const std::string_view code = stockModel(unquotedPiece(valueOf(line, keys::baseContainer)));
         if (code.empty())
             continue;
         const std::string_view model = judgedModel(result, upper(code));
@@ -202,7 +211,7 @@ private:
     }
 
     bool takeTitle(const CfgLine& line) {
-        const std::string_view value = valueOf(line, "title");
+        const std::string_view value = valueOf(line, keys::title);
         if (value.empty())
             return true;
         if (!title_.empty()) {
@@ -219,7 +228,7 @@ private:
                 return true;
             return end(SectionFate::twoAirlines, {result_.folder, " ", header_, " has more than one icao_airline key"});
         }
-        const std::string_view value = valueOf(line, "icao_airline");
+        const std::string_view value = valueOf(line, keys::icaoAirline);
         if (value.empty())
             return true;
         const std::string_view code = unquotedPiece(value);
@@ -261,7 +270,7 @@ private:
             return end(SectionFate::twoParkingTypes,
                        {result_.folder, " ", header_, " has more than one atc_parking_types key"});
         }
-        parkingTypes_ = unquotedPiece(valueOf(line, "atc_parking_types"));
+        parkingTypes_ = unquotedPiece(valueOf(line, keys::atcParkingTypes));
         return true;
     }
 
@@ -271,9 +280,9 @@ private:
                 return true;
             return end(SectionFate::twoAtcIds, {result_.folder, ", ", header_, ", has more than one atc_id key"});
         }
-        const std::string_view whole = unquotedPiece(valueOf(line, "atc_id"));
+        const std::string_view whole = unquotedPiece(valueOf(line, keys::atcId));
         if (whole.size() >= shortestRegcode)
-            regcode_ = regcodeOf(whole.substr(0, whole.find(';')));
+            regcode_ = isPlainRegcode(whole) ? whole : regcodeOf(whole.substr(0, whole.find(';')));
         return true;
     }
 
@@ -310,14 +319,9 @@ private:
             regcode_ = {};
         if (airline_.empty() && !deduceAirline())
             return;
-        FoundLivery& found = result_.liveries.emplace_back();
-        found.header = result_.texts.put(header_);
-        found.airline = airline_;
-        found.model = result_.model;
-        found.title = result_.texts.put(title_);
-        found.regcode = result_.texts.put(regcode_);
-        found.priority = rules_.folderNumber;
-        found.cargo = holdsNoCase(parkingTypes_, "CARGO") && !holdsNoCase(parkingTypes_, "GATE");
+        const bool cargo = holdsNoCase(parkingTypes_, "CARGO") && !holdsNoCase(parkingTypes_, "GATE");
+        result_.liveries.push_back({airline_, result_.model, result_.texts.put(title_), result_.texts.put(regcode_),
+                                    result_.texts.put(header_), rules_.folderNumber, cargo});
     }
 
     /// The airframe may tell its airline; small aircraft without any belong to private owners.
@@ -401,7 +405,7 @@ std::string_view decodeCfg(std::string_view bytes, std::string& converted, std::
 
 void lf_searchLiveriesinFile(const CfgRules& rules, const CfgSource& source, CfgJudgement& result) {
     thread_local FileText text;
-    if (!readCfg(source, result, text))
+    if (!readCfg(rules, source, result, text))
         return;
     if (!sectionNumbersAreGood(result, text))
         return;

@@ -62,7 +62,8 @@ struct CfgJudgement {
     std::string_view charset; ///< "utf-16-le", "utf-16-be", "utf-8-bom", "plain"; empty = not read
     bool ivao = false;
     FileFate fate = FileFate::unreadable;
-    std::size_t lines = 0, sections = 0;
+    std::size_t lines = 0; ///< only where the rules want them counted
+    std::size_t sections = 0;
     std::vector<FoundLivery> liveries;
     std::vector<DroppedSection> dropped;
     std::vector<std::pair<ReportList, std::string_view>> reports; ///< in the order in which they arose
@@ -78,6 +79,7 @@ Livery liveryOf(const FoundLivery& found);
 struct CfgRules {
     int folderNumber = 1; ///< becomes the priority
     bool suppressStub = true;
+    bool countLines = false;          ///< for a tool's report; a scan needs no number
     const TextSet* dontUse = nullptr; ///< titles that must not become records; null = none
 };
 

@@ -7,6 +7,7 @@
 #include "reference/reference.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <filesystem>
@@ -53,9 +54,9 @@ const char* lineAround(const char* mark, std::uint8_t letters, const char* least
     return feed;
 }
 
-/// Nine lines of ten say nothing to a scan; only the others become lines. The number of all.
-std::size_t pickLines(std::string_view text, FileText& out) {
-    findMarks<platform::Bytes16>(text, out.marks);
+/// Nine lines of ten say nothing to a scan; only the others become lines.
+void pickLines(std::string_view text, FileText& out) {
+    findMarks(text, out.marks);
     const char* const end = text.data() + text.size();
     const char* picked = text.data(); // up to here
     for (std::size_t i = 0; i < out.marks.count; ++i) {
@@ -65,10 +66,9 @@ std::size_t pickLines(std::string_view text, FileText& out) {
             picked = lineAround(mark, letters, picked, end, out.lines.emplace_back());
         out.lines.back().letters |= letters;
         const auto number = static_cast<std::uint32_t>(out.lines.size() - 1);
-        if (letters == 0 && (out.brackets.empty() || out.brackets.back() != number))
+        if (letters == bracketLetters && (out.brackets.empty() || out.brackets.back() != number))
             out.brackets.push_back(number);
     }
-    return out.marks.feeds + (text.empty() || text.back() == '\n' ? 0 : 1);
 }
 
 /// Fates that none of the other reports tells.
@@ -78,7 +78,7 @@ bool isSilent(SectionFate fate) {
 
 } // namespace
 
-bool readCfg(const CfgSource& source, CfgJudgement& result, FileText& text) {
+bool readCfg(const CfgRules& rules, const CfgSource& source, CfgJudgement& result, FileText& text) {
     int error = 0;
     if (source.bytes)
         text.bytes.assign(*source.bytes);
@@ -105,12 +105,16 @@ bool readCfg(const CfgSource& source, CfgJudgement& result, FileText& text) {
         text.bytes.assign(decoded); // which has zero bytes around
         decoded = text.bytes.view();
     }
+    if (rules.countLines)
+        result.lines = static_cast<std::size_t>(std::count(decoded.begin(), decoded.end(), '\n')) +
+                       (decoded.empty() || decoded.back() == '\n' ? 0 : 1);
     text.lines.clear();
     text.brackets.clear();
     text.end = decoded.data() + decoded.size();
     if (result.ivao)
         cutLines(decoded, text);
-    result.lines = result.ivao ? text.lines.size() : pickLines(decoded, text);
+    else
+        pickLines(decoded, text);
     return true;
 }
 
@@ -219,10 +223,14 @@ std::span<const CfgLine> withoutTrailingComments(std::span<const CfgLine> picked
 }
 
 bool isPlainRegcode(std::string_view list) {
+    static constexpr auto isPlain = [] {
+        std::array<bool, 256> table{};
+        for (const char c : std::string_view("0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ-"))
+            table[static_cast<unsigned char>(c)] = true;
+        return table;
+    }();
     return !list.empty() && list.size() <= longestRegcode && list != "G-BAFM" &&
-           std::all_of(list.begin(), list.end(), [](char c) {
-               return (c >= '0' && c <= '9') || ((c | ' ') >= 'a' && (c | ' ') <= 'z') || c == '-';
-           });
+           std::all_of(list.begin(), list.end(), [](char c) { return isPlain[static_cast<unsigned char>(c)]; });
 }
 
 std::string commonRegcodeFault(const CfgJudgement& result, std::string_view header, std::string_view piece) {

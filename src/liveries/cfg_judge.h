@@ -33,7 +33,7 @@ struct FileText {
 };
 inline constexpr std::uint64_t longestCfg = 8 << 20; ///< bytes; the largest true ones have some hundred thousand
 /// Reads the file of `result`; false when it cannot be read, which is logged, or is too long, which is reported.
-bool readCfg(const CfgSource& source, CfgJudgement& result, FileText& text);
+bool readCfg(const CfgRules& rules, const CfgSource& source, CfgJudgement& result, FileText& text);
 
 /// Section numbers run from 0 without a gap; anything else is told in the reports and fails the file.
 bool sectionNumbersAreGood(CfgJudgement& result, FileText& text);

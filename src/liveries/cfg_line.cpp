@@ -6,7 +6,8 @@ namespace kes {
 using namespace cfg;
 
 std::optional<std::string_view> keyValue(std::string_view line, std::string_view key) {
-    const std::string_view value = plainKeyValue(line, key);
+    const std::size_t at = behindWord(line, behindSpace(line, 0), key);
+    const std::string_view value = at == 0 ? std::string_view() : valueBehind(line, at);
     if (!value.data() || value.find('\r') != std::string_view::npos)
         return {};
     return value;

@@ -42,12 +42,8 @@ inline std::size_t behindSpace(std::string_view line, std::size_t at) {
     return at + word.size();
 }
 
-/// `keyValue` for a line whose value is known to hold no carriage return; null data when it does not match. Made anew
-/// for each key that stands in the call.
-[[gnu::always_inline]] inline std::string_view plainKeyValue(std::string_view line, std::string_view key) {
-    std::size_t at = behindWord(line, behindSpace(line, 0), key);
-    if (at == 0)
-        return {};
+/// What stands behind a key that ends at `at`; null data when that is no value.
+[[gnu::always_inline]] inline std::string_view valueBehind(std::string_view line, std::size_t at) {
     at = behindSpace(line, at);
     if (at == line.size() || line[at] != '=')
         return {};

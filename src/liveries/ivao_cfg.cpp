@@ -247,7 +247,7 @@ void lf_searchLiveriesinIvaoFile(const CfgRules& rules, const CfgSource& source,
         return;
     result.fate = FileFate::unreadable;
     thread_local FileText text;
-    if (!readCfg(source, result, text) || !sectionNumbersAreGood(result, text))
+    if (!readCfg(rules, source, result, text) || !sectionNumbersAreGood(result, text))
         return;
     result.fate = FileFate::sectionsRead;
     const std::span<const CfgLine> lines = text.lines;

@@ -39,18 +39,6 @@ void fillTypeSlots(Tables& t) {
 
 } // namespace
 
-std::optional<std::size_t> airlineBit(std::string_view code) {
-    if (code.size() != 3)
-        return {};
-    std::size_t place = 0;
-    for (const char c : code) {
-        if (c < '-' || c > 'Z')
-            return {};
-        place = place * 46 + static_cast<std::size_t>(c - '-');
-    }
-    return place;
-}
-
 std::optional<bool> typeIsKnown(std::string_view code) {
     const std::uint64_t number = typeNumber(code);
     if (number == 0 || tables.typeSlots.empty())

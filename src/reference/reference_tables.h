@@ -28,7 +28,17 @@ struct Tables {
 extern Tables tables;
 
 /// A code's place in `airlineBits`; nothing for a code that has none.
-std::optional<std::size_t> airlineBit(std::string_view code);
+inline std::optional<std::size_t> airlineBit(std::string_view code) {
+    if (code.size() != 3)
+        return {};
+    std::size_t place = 0;
+    for (const char c : code) {
+        if (c < '-' || c > 'Z')
+            return {};
+        place = place * 46 + static_cast<std::size_t>(c - '-');
+    }
+    return place;
+}
 /// Whether `typeSlots` hold a type; nothing for a code that has no place there, or before they are filled.
 std::optional<bool> typeIsKnown(std::string_view code);
 /// `categoryOf` for tables that need not be in use.

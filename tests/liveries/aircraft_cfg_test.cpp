@@ -30,6 +30,7 @@ struct AircraftCfg : testing::Test {
         text.read();
         rules.dontUse = &dontUse;
         rules.folderNumber = 3;
+        rules.countLines = true;
     }
     void TearDown() override {
         resetReference();

@@ -97,43 +97,87 @@ TEST(CfgLine, TakesTheTextBetweenTheFirstTwoQuotes) {
         EXPECT_EQ(unquoted(value), wanted) << value;
 }
 
-/// Each place that the pass must mark, found byte by byte.
+/// Each place that the search must mark and the letters there, found byte by byte.
 std::string plainMarks(std::string_view text) {
+    const auto at = [text](std::size_t place) {
+        return place < text.size() ? upper(text.substr(place, 1)) : std::string(1, '\0');
+    };
+    struct Key {
+        std::string_view three;
+        std::size_t further;
+        std::string_view letter;
+        int letters;
+    };
+    constexpr Key known[] = {{"TIT", 2, "L", cfg::titleLetters},         {"O_A", 7, "E", cfg::airlineLetters},
+                             {"C_P", 9, "T", cfg::parkingTypesLetters},  {"O_T", 6, "D", cfg::typeLetters},
+                             {"E_C", 9, "R", cfg::baseContainerLetters}, {"C_I", 3, "", cfg::atcIdLetters}};
     std::string all;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        const std::string three = at > 0 ? upper(text.substr(at - 1, 3)) : "";
-        const std::string_view letters = "TIT O_A C_P C_I O_T E_C";
-        if (text[at] == '[' || (three.size() == 3 && letters.find(three) != std::string_view::npos &&
-                                three.find(' ') == std::string::npos))
-            all += fmt::format("{} ", at);
+    for (std::size_t place = 0; place < text.size(); ++place) {
+        if (text[place] == '[')
+            all += fmt::format("{}:{} ", place, int{cfg::bracketLetters});
+        for (const Key& key : known) {
+            const bool hasLetters = place > 0 && at(place - 1) + at(place) + at(place + 1) == key.three;
+            const std::string further = at(place + key.further);
+            if (hasLetters && (key.letter.empty() ? further != "_" : further == key.letter))
+                all += fmt::format("{}:{} ", place, key.letters);
+        }
     }
-    return all + fmt::format("{}", std::count(text.begin(), text.end(), '\n'));
+    return all;
 }
 
-TEST(CfgLine, TheVectorPassMarksWhatAPassByBytesMarks) {
+TEST(CfgLine, EachWidthOfTheSearchMarksWhatASearchByBytesMarks) {
     std::mt19937 random(7);
-    cfg::Marks marks;
-    platform::FileBytes bytes;
-    const auto found = [&] {
-        std::string all;
-        for (std::size_t i = 0; i < marks.count; ++i) {
-            all += fmt::format("{} ", marks.at[i]);
-            EXPECT_EQ(marks.letters[i] == 0, bytes.view()[marks.at[i]] == '[');
-        }
-        return all + fmt::format("{}", marks.feeds);
-    };
-    std::vector<std::string> texts{std::string(70000, '\n'), std::string(300, '['), "tit", "Tit_o_a[", "ti", "_a", ""};
+    const std::vector<std::string> pieces{
+        "title=",       "icao_airline ",     "atc_parking_types=",   "atc_parking_codes=", "atc_id =",
+        "atc_id_color", "base_container=\"", "icao_type_designator", "[FLTSIM.0]\r\n",     "ui_typerole tit"};
+    std::vector<std::string> texts{std::string(70000, '\n'), std::string(9000, '['), "tit", "Titlo_a[", "ti", "_a", ""};
     for (std::size_t size = 0; size < 400; ++size) {
-        for (std::string& text = texts.emplace_back(size, '\0'); char& c : text)
-            c = "[\n\r_tTiIoOaAcCpPeE= \xF4\x7F"[random() % 22];
+        std::string& text = texts.emplace_back();
+        while (text.size() < size) {
+            if (random() % 3 == 0) {
+                std::string piece = pieces[random() % pieces.size()];
+                char& changed = piece[random() % piece.size()];
+                changed = static_cast<char>(changed ^ (random() % 2 == 0 ? 0x20 : 0));
+                text += piece;
+            } else {
+                text += "[\n\r_tTiIoOaAcCpPeElLdDrR= \xF4\x7F"[random() % 28];
+            }
+        }
+        text.resize(size);
     }
+    platform::FileBytes bytes;
+    cfg::Marks marks;
+    int seen = 0;
     for (const std::string& text : texts) {
-        const std::string wanted = plainMarks(text);
         bytes.assign(text);
-        cfg::findMarks<platform::Bytes16>(bytes.view(), marks);
-        ASSERT_EQ(found(), wanted) << text;
-        cfg::findMarks<platform::PlainBytes16>(bytes.view(), marks);
-        ASSERT_EQ(found(), wanted) << text;
+        for (const cfg::Width width : {cfg::Width::byBytes, cfg::Width::of16, cfg::Width::of32}) {
+            if (width > cfg::widest())
+                continue;
+            cfg::findMarks(bytes.view(), marks, width);
+            std::string found;
+            for (std::size_t i = 0; i < marks.count; ++i) {
+                found += fmt::format("{}:{} ", marks.at[i], marks.letters[i]);
+                seen |= marks.letters[i];
+            }
+            ASSERT_EQ(found, plainMarks(text)) << text;
+        }
+    }
+    EXPECT_EQ(seen, 2 * cfg::bracketLetters - 1);
+}
+
+TEST(CfgLine, AKeyIsComparedToItsLastLetterInAnyCase) {
+    constexpr cfg::KeyWord shortest("title"), longest("icao_type_designator");
+    for (const auto& [key, word] : {std::pair(&shortest, "title"), std::pair(&longest, "icao_type_designator")}) {
+        platform::FileBytes bytes;
+        for (std::size_t at = 0; at < key->size; ++at) {
+            std::string text = word;
+            text[at] = upper(text.substr(at, 1))[0];
+            bytes.assign(text);
+            EXPECT_TRUE(key->standsAt(bytes.view().data())) << text;
+            text[at] = static_cast<char>(text[at] ^ 0x40); // near enough to be taken for it in another case
+            bytes.assign(text);
+            EXPECT_FALSE(key->standsAt(bytes.view().data())) << text;
+        }
     }
 }
 

@@ -96,6 +96,7 @@ struct SharedLiveries : testing::Test {
 
     std::vector<std::string> differences(const std::string& name, const json& wanted) const {
         CfgRules rules;
+        rules.countLines = true;
         rules.dontUse = &dontUse;
         CfgJudgement got = judgeFile(rules, (data / name).string());
         std::vector<std::string> found;

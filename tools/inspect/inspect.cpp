@@ -164,6 +164,7 @@ Json inspectLiveries(const std::vector<fs::path>& folders, bool suppressStub) {
     rules.folderNumber = 0;
     rules.suppressStub = suppressStub;
     rules.dontUse = &dontUse;
+    rules.countLines = true;
     for (const fs::path& path : folders) {
         rules.folderNumber = std::min(rules.folderNumber + 1, 10);
         FolderSummary summary;
