@@ -54,30 +54,6 @@ TEST(LiveState, TellsAllOnceAndThenWhatChanges) {
     EXPECT_EQ(LiveState().update(simulator)["new"].size(), 1U) << "each watcher is told for himself";
 }
 
-TEST(LiveState, ReadsTheLogForTheReason) {
-    const struct {
-        const char* line;
-        int step;
-        const char* label;
-        const char* title;
-    } cases[] = {
-        {"          IBE97QA  EC-MQS   MAD->MUC IBE A320 =2= KAI A320 Iberia", 2, "IBE97QA EC-MQS MAD->MUC IBE A320",
-         "KAI A320 Iberia"},
-        {"X =1= with = sign =2= twice", 1, "X", "with = sign =2= twice"},
-        {"MAX_LIVE=4", 0, "", ""},
-        {"a =7= b", 0, "", ""},
-        {"a =2=", 0, "", ""},
-        {"", 0, "", ""},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.line);
-        const LiveryReason reason = liveryReason(c.line);
-        EXPECT_EQ(reason.step, c.step);
-        EXPECT_EQ(reason.label, c.label);
-        EXPECT_EQ(reason.title, c.title);
-    }
-}
-
 /// A browser: asks once and keeps what comes.
 struct Browser {
     Browser(std::uint16_t port, const std::string& path, const std::string& host = "127.0.0.1") {

@@ -72,7 +72,7 @@ struct Message {
 
 namespace kind {
 inline constexpr std::uint32_t exception = 1, open = 2, quit = 3, event = 4, addRemove = 5, filename = 6, frame = 7,
-                               data = 8, dataByType = 9, assigned = 12, systemState = 15;
+                               data = 8, dataByType = 9, assigned = 12;
 }
 
 /// A message in a few words, by the fields that tell it from others of its kind.
@@ -139,55 +139,39 @@ public:
     bool send(Packet packet) { return receive(simulator_, *session_, packet.bytes()); }
     Packet next(std::uint32_t function) { return Packet(function, ++sendId_); }
 
-    void define(std::uint32_t id, std::string_view datum, std::string_view unit, std::uint32_t type = 4,
-                std::uint32_t datumId = 0xFFFFFFFF, float epsilon = 0) {
-        send(next(0x0C).u32(id).text(datum, 256).text(unit, 256).u32(type).add(epsilon).u32(datumId));
+    void define(std::uint32_t id, std::string_view datum, std::string_view unit, std::uint32_t type = 4) {
+        send(next(0x0C).u32(id).text(datum, 256).text(unit, 256).u32(type).add(0.0f).u32(0xFFFFFFFF));
     }
-    void definePose(std::uint32_t id = 402) {
-        define(id, "Plane Latitude", "degree");
-        define(id, "Plane Longitude", "degree");
-        define(id, "Plane Pitch degrees", "radians");
-        define(id, "Plane Bank degrees", "radians");
-        define(id, "Plane Heading degrees true", "radians");
-        define(id, "Plane Altitude", "feet");
-        define(id, "Vertical Speed", "feet per second");
-        define(id, "Airspeed True", "knots");
+    void definePose() {
+        for (const char* angle : {"Plane Latitude", "Plane Longitude"})
+            define(402, angle, "degree");
+        for (const char* angle : {"Plane Pitch degrees", "Plane Bank degrees", "Plane Heading degrees true"})
+            define(402, angle, "radians");
+        define(402, "Plane Altitude", "feet");
+        define(402, "Vertical Speed", "feet per second");
+        define(402, "Airspeed True", "knots");
     }
     void subscribe(std::uint32_t id, std::string_view name) { send(next(0x17).u32(id).text(name, 256)); }
     void map(std::uint32_t id, std::string_view name) { send(next(0x04).u32(id).text(name, 256)); }
     void group(std::uint32_t group, std::uint32_t event) { send(next(0x07).u32(group).u32(event).u32(1)); }
-    void transmit(std::uint32_t object, std::uint32_t event, std::uint32_t value, std::uint32_t group = 1,
-                  std::uint32_t flags = 0x10) {
-        send(next(0x05).u32(object).u32(event).u32(value).u32(group).u32(flags));
+    void transmit(std::uint32_t object, std::uint32_t event, std::uint32_t value) {
+        send(next(0x05).u32(object).u32(event).u32(value).u32(1).u32(0x10));
     }
     void create(std::string_view title, std::string_view tail, double lat, double lon, double alt,
-                bool onGround = false, std::uint32_t request = 104, double heading = 90, std::int32_t speed = 0) {
-        send(next(0x29)
-                 .text(title, 256)
-                 .text(tail, 12)
-                 .add(lat)
-                 .add(lon)
-                 .add(alt)
-                 .add(0.0)
-                 .add(0.0)
-                 .add(heading)
-                 .u32(onGround)
-                 .add(speed)
-                 .u32(request));
+                bool onGround = false) {
+        Packet packet = next(0x29).text(title, 256).text(tail, 12).add(lat).add(lon).add(alt);
+        send(packet.zeros(16).add(90.0).u32(onGround).u32(0).u32(104));
     }
     void remove(std::uint32_t object) { send(next(0x2C).u32(object).u32(105)); }
-    void request(std::uint32_t id, std::uint32_t definition, std::uint32_t object, std::uint32_t period,
-                 std::uint32_t flags = 0, std::uint32_t origin = 0, std::uint32_t interval = 0,
-                 std::uint32_t limit = 0) {
-        send(
-            next(0x0E).u32(id).u32(definition).u32(object).u32(period).u32(flags).u32(origin).u32(interval).u32(limit));
+    void request(std::uint32_t id, std::uint32_t definition, std::uint32_t object, std::uint32_t period) {
+        send(next(0x0E).u32(id).u32(definition).u32(object).u32(period).zeros(16));
     }
-    void range(std::uint32_t id, std::uint32_t definition, std::uint32_t metres, std::uint32_t type = 2) {
-        send(next(0x0F).u32(id).u32(definition).u32(metres).u32(type));
+    void range(std::uint32_t id, std::uint32_t definition, std::uint32_t metres) {
+        send(next(0x0F).u32(id).u32(definition).u32(metres).u32(2));
     }
-    void setPose(std::uint32_t object, const double (&pose)[8], std::uint32_t definition = 402) {
+    void setPose(std::uint32_t object, const double (&pose)[8]) {
         Packet packet = next(0x10);
-        packet.u32(definition).u32(object).u32(0).u32(1).u32(64);
+        packet.u32(402).u32(object).u32(0).u32(1).u32(64);
         for (const double value : pose)
             packet.add(value);
         send(std::move(packet));

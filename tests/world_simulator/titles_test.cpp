@@ -1,20 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "files.h"
-#include "raw_client.h"
 #include "support.h"
-#include "world/simulator/control.h"
-
-#include <algorithm>
-#include <gtest/gtest.h>
+#include "world/simulator/titles.h"
 
 namespace kes::world::test {
 namespace {
 
-namespace fs = std::filesystem;
-using kes::test::TempFolder;
-
 TEST(Titles, ComeFromFilesAndFolders) {
-    TempFolder folder;
+    kes::test::TempFolder folder;
     folder.write("Community/pack/SimObjects/Airplanes/one/aircraft.cfg",
                  "[FLTSIM.0]\r\ntitle=Plain title ; comment\r\nTITLE = \"Quoted ; title\" ; "
                  "comment\r\nui_title=no\r\nsubtitle=no\n");
@@ -38,25 +31,6 @@ TEST(Titles, ComeFromFilesAndFolders) {
         EXPECT_FALSE(isKnownTitle(titles, title)) << title;
     EXPECT_THROW(addTitlesFromFolder(titles, folder.path / "none"), std::runtime_error);
     EXPECT_THROW(addTitlesFromFile(titles, folder.path / "none"), std::runtime_error);
-
-    SimulatorOptions options = World::flat();
-    options.titles = titles;
-    World world(options);
-    RawClient client(world.simulator);
-    EXPECT_NE(client.created("Plain title", "X", 50, 8, 1000), 0u);
-    client.create("Unknown", "X", 50, 8, 1000);
-    EXPECT_EQ(client.take(kind::exception).at(0).u32(16), client.lastSendId());
-}
-
-TEST(Titles, RealPackagesAreReadWhole) {
-    const fs::path community = fs::path(KES_SOURCE_DIR) / "../shared/data/liveries/Community";
-    if (!fs::is_directory(community)) {
-        GTEST_SKIP() << "no " << community;
-    }
-    Titles titles;
-    EXPECT_GT(addTitlesFromFolder(titles, community), 400u);
-    EXPECT_GT(titles.known.size(), 1000u);
-    EXPECT_TRUE(isKnownTitle(titles, "KC-135R Mildenhall"));
 }
 
 } // namespace
