@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 // What the runner makes of the rests of a run: each count, and each thing that must not be.
+#include "support.h"
 #include "world/rests.h"
 #include "world/runner/parking_report.h"
-#include "world_source/source_test_files.h"
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 using namespace kes;
@@ -129,36 +130,6 @@ TEST_F(ParkingReportTest, ArrivalsAreFollowedToTheirStands) {
         EXPECT_EQ(r["notParked"].size(), static_cast<std::size_t>(row.seen - row.parked)) << row.name;
         source = realBefore, simulator = shownBefore;
     }
-}
-
-TEST_F(ParkingReportTest, PeaksAreOfOneMoment) {
-    show(rest("A1*", "KAI A320 X", 0, 0, 50));
-    show(rest("A2*", "KAI A320 X", 50, 0, 99));
-    show(rest("A3*", "KAI A320 X", 0, 50, 99));
-    show(rest("L1", "KAI A320 X", 100, 10, 20));
-    show(rest("L2", "KAI A320 X", 125, 10, 20)); // waits somewhere
-    show(rest("L3", "KAI A320 X", 150, 15, 20));
-    const auto r = report();
-    EXPECT_EQ(r["peakStatic"], 2);
-    EXPECT_EQ(r["peakParkedLive"], 2);
-    EXPECT_EQ(r["stands"], 6);
-}
-
-TEST(ParkingReportFiles, StandsAndSpans) {
-    const SourceFolder folder;
-    folder.write("a.xml", "<parkpositions><parkpos id='7' latitude='48' longitude='11' heading='90' radius='20'/>"
-                          "<parkpos id='8' latitude='48.0003' longitude='11' radius='20'/></parkpositions>");
-    folder.write("bad.xml", "<parkpositions><parkpos id='7' ");
-    folder.write("t.csv", "code,category,span_m,name\nA320,Large,34.1,Airbus\nX,Large,wide,X\n");
-    const std::vector<Stand> list = readStandFile(folder.path / "a.xml");
-    ASSERT_EQ(list.size(), 2U);
-    EXPECT_EQ(list[0].id, "7");
-    EXPECT_EQ(list[0].adjacent, std::vector<std::uint32_t>{2});
-    EXPECT_TRUE(readStandFile(folder.path / "bad.xml").empty());
-    EXPECT_TRUE(readStandFile(folder.path / "none.xml").empty());
-    const auto spans = readHalfSpans(folder.path / "t.csv");
-    ASSERT_EQ(spans.size(), 1U);
-    EXPECT_NEAR(spans.at("A320") * metresPerNm, 17.05, 1e-9);
 }
 
 TEST(Rests, BeginEndAndWhoCameRolling) {
