@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <set>
 
 namespace kes::test {
@@ -96,25 +95,6 @@ TEST(Content, ScanFindsExactlyWhatWasWritten) {
     EXPECT_TRUE(planned.empty()) << planned.begin()->first;
 }
 
-TEST(Content, LayoutNamesEveryFileWithItsSize) {
-    ContentFolder content;
-    const fs::path package = content.community() / world::aiPackage;
-    const auto manifest = nlohmann::json::parse(readFile(package / "manifest.json"));
-    EXPECT_EQ(manifest.at("content_type"), "AIRCRAFT");
-    std::set<std::string> listed;
-    const auto layout = nlohmann::json::parse(readFile(package / "layout.json"));
-    for (const auto& file : layout.at("content")) {
-        const std::string path = file.at("path");
-        listed.insert(path);
-        EXPECT_EQ(fs::file_size(package / path), file.at("size").get<std::size_t>()) << path;
-    }
-    std::size_t files = 0;
-    for (const auto& file : fs::recursive_directory_iterator(package))
-        files += file.is_regular_file() && file.path().extension() == ".cfg" ? 1 : 0;
-    EXPECT_EQ(files, content.count.models);
-    EXPECT_EQ(listed.size(), files);
-}
-
 TEST(Content, SecondRunTouchesNothingAndKeepsTheUsersFiles) {
     ContentFolder content;
     const auto snapshot = [&] {
@@ -140,66 +120,6 @@ TEST(Content, SecondRunTouchesNothingAndKeepsTheUsersFiles) {
     EXPECT_EQ(snapshot(), before);
     EXPECT_FALSE(fs::exists(oldPackage));
     EXPECT_EQ(readFile(parameters), "the user's own");
-}
-
-TEST(Content, ParametersSelectTheSimulator) {
-    for (const bool msfs2020 : {true, false}) {
-        ContentFolder content;
-        content.plan.msfs2020 = msfs2020;
-        content.plan.community /= ""; // as a shell completes it
-        fs::remove(parametersFile());
-        world::makeContent(content.plan);
-        setParameterDefaults();
-        readParameters();
-        EXPECT_EQ(par::MSFS_2020, msfs2020);
-        const TextParameter& selected = msfs2020 ? par::MSFS_INSTALL_PATH : par::MSFS_2024_INSTALL_PATH;
-        const TextParameter& other = msfs2020 ? par::MSFS_2024_INSTALL_PATH : par::MSFS_INSTALL_PATH;
-        EXPECT_EQ(fs::path(selected.get()), content.folder / "sim");
-        EXPECT_EQ(other.get(), "");
-    }
-}
-
-TEST(Content, WrongSourcesAreNamed) {
-    struct Case {
-        const char *file, *text, *message;
-    };
-    const Case cases[] = {
-        {"types.csv", "code,category,span_m\nA320,Large,34.1\nA320,Large,34.1\n", "types.csv:3: A320 stands twice"},
-        {"airlines.csv", "code,name\n", "airlines.csv has no rows"},
-        {"airlines.csv", nullptr, "airlines.csv not found"},
-        {"airports.csv", "icao,iata,lat,lon,elev_ft,name\nEGLL,LHR,151,0,83,x\n", "the position or elevation"},
-        {"registrations.csv", "reg,airline,type,operator,cargo\nG-ABCD,QQQ,A320,,\n", "airline QQQ is not in"},
-        {"liveries.csv", "airline,type,cargo\nBAW,A399,\n", "type A399 is not in types.csv"},
-        {"liveries.csv", "airline,type,cargo\nBAW,A320,maybe\n", "cargo must be"},
-        {"liveries.csv", "airline,type,cargo\nBAW,A320,\nBAW,A320,\n", "the pair stands twice"},
-        {"similar_types.csv", "types\nA320 A399\n", "similar_types.csv:2: type A399 is not in types.csv"},
-        {"cargo_types.csv", nullptr, "refuses a data base whose section \"cargo_types\" is empty"},
-    };
-    for (const Case& c : cases) {
-        EmptyFolder empty;
-        fs::copy(dataFolder(), "data");
-        fs::remove(fs::path("data") / c.file);
-        if (c.text)
-            putFile(fs::path("data") / c.file, c.text);
-        world::ContentPlan plan;
-        plan.data = "data";
-        plan.programFolder = "made";
-        const std::string told = thrownBy([&] { world::makeContent(plan); });
-        EXPECT_NE(told.find(c.message), std::string::npos) << c.message << ": " << told;
-        EXPECT_FALSE(fs::exists("made/docs")) << "sources are checked before anything is written";
-    }
-}
-
-TEST(Content, CommunityMustHaveItsName) {
-    EmptyFolder empty;
-    world::ContentPlan plan;
-    plan.data = dataFolder();
-    plan.programFolder = empty.folder;
-    plan.community = empty.folder / "Packages";
-    EXPECT_THROW(world::makeContent(plan), std::runtime_error);
-    plan.community = "Community";
-    EXPECT_GT(world::makeContent(plan).liveries, 500u);
-    EXPECT_TRUE(fs::is_directory(empty.folder / "Community" / world::aiPackage));
 }
 
 // A registration that is wrong or out of date repaints a right livery, so no correction of these packages is accepted.
@@ -245,13 +165,9 @@ TEST(Content, WellKnownTypes) {
     using enum AircraftCategory;
     // Spans as the makers publish them.
     const Type known[] = {
-        {"A320", large, 34.10},   {"A21N", large, 35.80},      {"A388", heavy, 79.75},     {"A359", heavy, 64.75},
-        {"B738", large, 35.79},   {"B38M", large, 35.92},      {"B77W", heavy, 64.80},     {"B789", heavy, 60.12},
-        {"B744", heavy, 64.44},   {"B748", heavy, 68.40},      {"B752", large, 38.05},     {"BCS3", large, 35.10},
-        {"E190", large, 28.72},   {"AT76", large, 27.05},      {"DH8D", large, 28.42},     {"CRJ9", large, 24.85},
-        {"C172", light, 11.00},   {"SR22", light, 11.68},      {"PC12", light, 16.28},     {"B350", light, 17.65},
-        {"GLF6", buzjets, 30.36}, {"C56X", buzjets, 17.17},    {"GLEX", buzjets, 28.65},   {"EUFI", highPerf, 10.95},
-        {"F16", highPerf, 9.96},  {"EC35", rotorcraft, 10.20}, {"R44", rotorcraft, 10.06}, {"H60", rotorcraft, 16.36},
+        {"A320", large, 34.10},   {"A388", heavy, 79.75},    {"B738", large, 35.79},
+        {"B77W", heavy, 64.80},   {"AT76", large, 27.05},    {"C172", light, 11.00},
+        {"GLF6", buzjets, 30.36}, {"EUFI", highPerf, 10.95}, {"EC35", rotorcraft, 10.20},
     };
     for (const Type& type : known) {
         EXPECT_TRUE(modelExists(type.code)) << type.code;
@@ -271,26 +187,13 @@ TEST(Content, WellKnownAirports) {
     // Reference points in degrees and minutes as published.
     const Airport known[] = {
         {"LEBL", "BCN", 41 + 17.8 / 60, 2 + 4.7 / 60, 14},
-        {"LFBO", "TLS", 43 + 38.1 / 60, 1 + 22.1 / 60, 499},
         {"EGLL", "LHR", 51 + 28.7 / 60, -(0 + 27.7 / 60), 83},
-        {"LSZH", "ZRH", 47 + 27.5 / 60, 8 + 32.9 / 60, 1416},
-        {"LSGG", "GVA", 46 + 14.3 / 60, 6 + 6.6 / 60, 1411},
-        {"EDDF", "FRA", 50 + 2.0 / 60, 8 + 34.2 / 60, 364},
         {"EDDM", "MUC", 48 + 21.2 / 60, 11 + 47.2 / 60, 1487},
         {"EHAM", "AMS", 52 + 18.5 / 60, 4 + 45.8 / 60, -11},
-        {"LFPG", "CDG", 49 + 0.6 / 60, 2 + 32.9 / 60, 392},
-        {"LEMD", "MAD", 40 + 28.3 / 60, -(3 + 33.7 / 60), 2000},
-        {"LOWI", "INN", 47 + 15.6 / 60, 11 + 20.6 / 60, 1907},
         {"KJFK", "JFK", 40 + 38.4 / 60, -(73 + 46.7 / 60), 13},
-        {"RJTT", "HND", 35 + 33.1 / 60, 139 + 46.8 / 60, 21},
         {"YSSY", "SYD", -(33 + 56.8 / 60), 151 + 10.6 / 60, 21},
         {"SPJC", "LIM", -(12 + 1.3 / 60), -(77 + 6.9 / 60), 113},
-        {"OKKK", "KWI", 29 + 13.6 / 60, 47 + 58.8 / 60, 206},
-        {"UCFM", "BSZ", 43 + 3.7 / 60, 74 + 28.7 / 60, 2058},
-        {"WAHH", "JOG", -(7 + 47.3 / 60), 110 + 25.9 / 60, 379},
-        {"VNPR", "PHH", 28 + 11.0 / 60, 84 + 0.9 / 60, 2595},
         {"ZURK", "RKZ", 29 + 21.1 / 60, 89 + 18.0 / 60, 12408},
-        {"ZSLQ", "HYN", 28 + 33.7 / 60, 121 + 25.7 / 60, 10},
         {"SAOL", "", -(34 + 8.1 / 60), -(63 + 21.7 / 60), 449},
     };
     for (const Airport& airport : known) {
