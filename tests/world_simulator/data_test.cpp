@@ -3,7 +3,6 @@
 #include "core/clock.h"
 #include "raw_client.h"
 
-#include <cmath>
 #include <gtest/gtest.h>
 
 namespace kes::world::test {
@@ -69,31 +68,6 @@ TEST(Data, ConvertsUnitsAndTypes) {
     user.tas = 100;
     world.simulator.motion = {UserMotion::Mode::fly, 100, 90, -600, {}, 0};
     EXPECT_NEAR(number(ask(world, client, 0, "Ground Velocity", "knots", 4), 4), 100, 1e-9);
-}
-
-TEST(Data, TextsFillTheirFieldAndKeepAZero) {
-    SimulatorOptions options = World::flat();
-    options.userTitle = "A title of forty characters, not one less";
-    World world(options);
-    RawClient client(world.simulator);
-    const Message fixed = ask(world, client, 0, "TITLE", "", 6);
-    EXPECT_EQ(fixed.bytes.size(), 72u);
-    EXPECT_EQ(fixed.text(40, 32), options.userTitle.substr(0, 31));
-    EXPECT_EQ(fixed.bytes[71], std::byte{0});
-    const Message variable = ask(world, client, 0, "TITLE", "", 11);
-    EXPECT_EQ(variable.bytes.size(), 40 + options.userTitle.size() + 1);
-    EXPECT_EQ(variable.text(40, 300), options.userTitle);
-    EXPECT_EQ(ask(world, client, 0, "ATC MODEL", "none", 6).text(40, 32), "A320");
-    // Between other values, a variable text takes just its room.
-    client.define(900, "Plane Altitude", "feet");
-    client.define(900, "ATC MODEL", "", 11);
-    client.define(900, "SIM ON GROUND", "Bool", 1);
-    client.request(1, 900, 0, 1);
-    world.frame();
-    const Message mixed = client.take(kind::data).at(0);
-    EXPECT_EQ(mixed.bytes.size(), 40u + 8 + 5 + 4);
-    EXPECT_EQ(mixed.text(48, 5), "A320");
-    EXPECT_EQ(mixed.get<std::int32_t>(53), 1);
 }
 
 TEST(Data, RequestsKeepTheirPeriod) {

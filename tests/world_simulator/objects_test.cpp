@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// AI objects as their client and the others see them, commands, and time.
+// AI objects as their client and the others see them, and what the report counts.
 #include "core/geo.h"
 #include "raw_client.h"
 
@@ -16,7 +16,6 @@ struct OneClient : testing::Test {
 };
 using Objects = OneClient;
 using Report = OneClient;
-using Time = OneClient;
 
 constexpr double pose1[8] = {50.1, 8.2, -0.02, 0.1, 1.5, 4000, -5, 210};
 
@@ -234,22 +233,6 @@ TEST_F(Report, CountsTheLargestGapOfMovingObjectsOnly) {
     ASSERT_EQ(speeds.size(), 1U);
     ASSERT_EQ(speeds.at("A").size(), 1U);
     EXPECT_NEAR(speeds.at("A").at("0"), 250, 1);
-}
-
-TEST_F(Time, FramesNeitherDriftNorPileUp) {
-    client.subscribe(204, "Frame");
-    client.subscribe(205, "1sec");
-    client.take();
-    // Ten minutes in steps that fit no frame.
-    for (int i = 0; i < 60000; ++i)
-        advance(world.simulator, 10'000'000);
-    std::map<std::uint32_t, int> count;
-    for (const Message& message : client.take())
-        ++count[message.u32(16)];
-    EXPECT_EQ(count[204], 18000);
-    EXPECT_EQ(count[205], 600);
-    advance(world.simulator, 5'000'000'000, true);
-    EXPECT_EQ(client.take(kind::frame).size(), 1u) << "a machine that was busy for five seconds";
 }
 
 } // namespace

@@ -128,25 +128,6 @@ TEST(Session, TakesPacketsHoweverTheStreamIsCut) {
                        "exception 7 of packet 5, index 2;");
 }
 
-TEST(Session, SizeWordsThatCannotBeTrustedEndTheStream) {
-    for (const std::uint32_t size : {0u, 15u, 65537u, 0xFFFFFFFFu}) {
-        World world;
-        RawClient client(world.simulator);
-        Bytes bytes(16);
-        std::memcpy(bytes.data(), &size, sizeof size);
-        EXPECT_FALSE(receive(world.simulator, client.session(), bytes)) << size;
-        EXPECT_TRUE(client.session().dropped);
-    }
-    World world;
-    RawClient client(world.simulator);
-    client.take();
-    // The largest size that can be skipped, and one that is refused for its length alone.
-    for (const std::size_t size : {std::size_t{65536}, std::size_t{41089}}) {
-        EXPECT_TRUE(client.send(client.next(0x10).zeros(size - 16)));
-        EXPECT_EQ(client.told().substr(0, 12), "exception 2 ");
-    }
-}
-
 TEST(Session, EveryCallWithAWrongSizeIsRefused) {
     const struct {
         std::uint32_t function, size;
