@@ -175,25 +175,3 @@ TEST(Scenario, TheSeedDecidesEverything) {
     EXPECT_TRUE(first == lines(7));
     EXPECT_FALSE(first == lines(8));
 }
-
-TEST(Scenario, RunsForHoursWithoutRunningDry) {
-    Scenario s;
-    startScenario(s, {});
-    std::set<std::uint32_t> aircraft;
-    std::size_t mostFlights = 0;
-    double hourEnd = 3600;
-    for (double t = 0; t < 6 * 3600;) {
-        const ScenarioReport r = nextReport(s);
-        t = r.time;
-        mostFlights = std::max(mostFlights, s.flights.size());
-        if (r.kind == LineKind::Traffic)
-            aircraft.insert(r.report.hexid);
-        if (t >= hourEnd) {
-            EXPECT_GE(aircraft.size(), 80U) << "in the hour before " << t;
-            aircraft.clear();
-            hourEnd += 3600;
-        }
-    }
-    EXPECT_LT(mostFlights, 120U);
-    EXPECT_LT(s.fleet.hexids.size(), 160U) << "airframes that have gone are still taken";
-}
