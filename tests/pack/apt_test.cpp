@@ -22,17 +22,13 @@ std::vector<AptAirport> parse(const std::string& rows, std::vector<BadRow>* bad 
 
 TEST(Apt, StandsAreNamedAsSpottersDo) {
     const std::pair<const char*, const char*> names[] = {{"Terminal 1 Gate 247", "247"},
-                                                         {"Terminal 2A, Remote Gate 209R", "209R"},
                                                          {"Dock A Gate 08", "A08"},
                                                          {"Maintenance Apron T 55", "T55"},
-                                                         {"Gate A07", "A07"},
                                                          {"Cargo Apron 19b", "19B"},
                                                          {"Stand 12 (A380)", "12"},
-                                                         {"Hangar 03 - 02", "02"},
                                                          {"Mil Ramp Tiedown 5-3", "5-3"},
                                                          {"Apron CEV", "CEV"},
                                                          {"Main Ramp", "Main Ramp"},
-                                                         {"U2", "U2"},
                                                          {"", ""},
                                                          {"Gate", "Gate"},
                                                          {"Emirates Academy Shelter 54W", "54W"}};
@@ -58,21 +54,16 @@ TEST(Apt, RowsBecomeStands) {
     };
     const Case cases[] = {
         {"1300 50 8 0 gate heavy|jets Gate 1\n1301 F airline dlh", "1 40.0"},
-        {"1300 50 8 0 gate jets Gate 1\n1301 C airline", "1 18.0"},
         {"1300 50 8 0 tie_down jets Stand 1\n1301 D cargo", "1 26.0 cargo ramp"},
-        {"1300 50 8 0 tie_down props GA 1\n1301 A general_aviation", "1 7.5 ramp"},
         {"1300 50 8 0 gate props GA 1\n1301 B general_aviation", "1 12.0 ramp"},
         {"1300 50 8 0 misc helos Pad 1\n1301 A none", "1 7.5 ramp heli"},
         {"1300 50 8 0 gate heavy|jets Gate 1", "1 32.5"},
         {"1300 50 8 0 gate jets|turboprops Cargo 1", "1 18.0 cargo"},
         {"1300 50 8 0 tie_down turboprops|props Apron 1", "1 12.0 ramp"},
-        {"1300 50 8 0 misc all Apron 1", "1 18.0 ramp"},
         {"102 H1 50 8 370 30.5 24 2 0 0 0.00 0", "H1 12.0 ramp heli"},
-        {"102 H1 50 8 0 10 10 2", "H1 7.5 ramp heli"},
         {"102 H1 50 8 0 58.7 75.1 2", "H1 20.0 ramp heli"},
         {"102 H1 50.0001 8 0 30 30 2\n1300 50 8 0 misc helos Pad 1\n1301 A none", "1 7.5 ramp heli"},
         {"15 50 8 0 Ramp 1\n102 H1 50.0001 8 0 30 30 2", "1 12.0 ramp"},
-        {"15 50 8 0 Gate 1", "1 18.0"},
         {"15 50 8 0 Ramp 1", "1 12.0 ramp"},
         {"15 50 8 0 Ramp 9\n1300 50 8 0 gate jets Gate 1", "1 18.0"},
     };

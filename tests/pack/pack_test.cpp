@@ -2,9 +2,7 @@
 #include "core/geo.h"
 #include "core/parameters.h"
 #include "files.h"
-#include "liveries/livery.h"
 #include "liveries/regcode_files.h"
-#include "liveries/store.h"
 #include "pack_folder.h"
 #include "reference_text.h"
 #include "update/airport_package.h"
@@ -13,7 +11,6 @@
 #include "update/sha256.h"
 
 #include <fmt/ranges.h>
-#include <random>
 #include <stdexcept>
 #include <tuple>
 
@@ -158,10 +155,6 @@ TEST(Pack, WhatTheProgramWouldRefuseIsNeverWritten) {
          "types.csv has no type of category Rotorcraft, but the program refuses a data base whose section "
          "\"rotorcraft\" is "
          "empty"},
-        {"types.csv", "code,category,span_m\nA320,Large,34\nB77W,Heavy,\nC25A,Buzjets,\nEC35,Rotorcraft,\n",
-         "no type of category HighPerf"},
-        {"airlines.csv", nullptr, "airlines.csv not found"},
-        {"cargo_types.csv", nullptr, "cargo_types.csv has no good row"},
         {"cargo_types.csv", "code\nQQQQ\n", "cargo_types.csv has no good row"},
         {"cargo_operators.csv", "code\n", "cargo_operators.csv has no good row"},
         {"simaddons20.csv", "icao\nnone\n", "simaddons20.csv has no good row"},
@@ -290,47 +283,6 @@ TEST(Pack, OwnSourcesHaveNoBadRow) {
     }
     for (const char* bad : {"skipped", "already exists", "not a valid model", "nencrypted"})
         EXPECT_FALSE(folder.logHas(bad)) << folder.logText();
-}
-
-/// Whatever is installed, a type is shown by its own family, when that has anything to show.
-TEST(Pack, EveryTypeKeepsItsFamily) {
-    PackFolder folder;
-    pack::PackPlan plan = folder.plan();
-    plan.data = fs::path(KES_SOURCE_DIR) / "data";
-    folder.packAndRead(plan);
-    fs::create_directories("output/info");
-    std::map<std::string, std::vector<std::string>> families; // the largest group of a type; of equals the first
-    for (const std::vector<std::string>& group : referenceData().similarGroups) {
-        for (const std::string& type : group) {
-            std::vector<std::string>& family = families[type];
-            if (group.size() > family.size() || (group.size() == family.size() && group < family))
-                family = group;
-        }
-    }
-    std::mt19937 chance(7);
-    for (int round = 0; round < 60; ++round) {
-        const unsigned percent = std::array{2u, 10u, 30u, 70u}[round % 4];
-        std::vector<Livery> liveries{{"ZZZ", "C172", "always one", "", 0, false}};
-        for (const auto& [type, family] : families)
-            if (chance() % 100 < percent)
-                liveries.push_back({"ZZZ", type, type, "", 0, false});
-        sortLiveries(liveries);
-        ASSERT_TRUE(writeLiveriesScanned(liveries));
-        resetLiveries();
-        processScannedLiveries();
-        for (const auto& [type, family] : families) {
-            std::vector<std::string> installed;
-            for (const std::string& other : family)
-                if (other != type && hasModel(other))
-                    installed.push_back(other);
-            if (installed.empty())
-                continue;
-            const auto shown = liveryTables().similarInstalled.find(type);
-            ASSERT_NE(shown, liveryTables().similarInstalled.end()) << type;
-            EXPECT_EQ(shown->second, installed) << type << ", round " << round;
-        }
-    }
-    resetLiveries();
 }
 
 } // namespace
