@@ -5,8 +5,6 @@
 
 #include <atomic>
 #include <cstring>
-#include <map>
-#include <mutex>
 #include <utility>
 
 namespace kes::simconnect {
@@ -119,24 +117,6 @@ TEST_F(Link, SendIdsGoRoundWithoutTheOneForUnknown) {
     }
 }
 
-TEST_F(Link, OnlyTheLastRefusalIsHandedOn) {
-    connect();
-    std::vector<std::uint32_t> versions;
-    std::thread simulator([&] {
-        for (std::uint32_t i = 0; i < 3; ++i) {
-            if (i > 0)
-                peer = accept();
-            versions.push_back(wordAt(peer.packet(), 4));
-            peer.send(message(1, {mismatch, 1, i}));
-            peer.socket.close();
-        }
-    });
-    EXPECT_TRUE(dispatchUntilEnd());
-    simulator.join();
-    EXPECT_EQ(versions, (std::vector<std::uint32_t>{4, 5, 6}));
-    EXPECT_EQ(seen.messages, (std::vector<std::string>{message(1, {mismatch, 1, 2}), withVersion(message(3), 6)}));
-}
-
 TEST_F(Link, ARefusalWithoutAnotherConnectionIsHandedOn) {
     connect();
     peer.packet();
@@ -179,44 +159,6 @@ TEST_F(Link, NothingIsLostOrSwappedWhileVersionsAreTried) {
     simulator.join();
     EXPECT_EQ(sent, count);
     EXPECT_EQ(seen.messages, std::vector<std::string>{openMessage("SunRise")});
-}
-
-TEST_F(Link, CallersOnTwoThreadsAgreeOnTheirIds) {
-    constexpr int each = 2000;
-    connect();
-    peer.packet();
-    peer.send(openMessage());
-    EXPECT_TRUE(dispatchUntil([&] { return seen.messages.size() == 1; }));
-
-    std::mutex callers; // as the program holds one around a call and the question for its id
-    std::map<DWORD, DWORD> requestOfId;
-    const auto call = [&](DWORD base) {
-        for (DWORD i = 0; i < each; ++i) {
-            const std::lock_guard lock(callers);
-            if (i % 3 == 0) {
-                EXPECT_EQ(SimConnect_AICreateNonATCAircraft(client, "A320", "X", {}, base + i), S_OK);
-            } else
-                EXPECT_EQ(SimConnect_AIReleaseControl(client, 5, base + i), S_OK);
-            DWORD id = 0;
-            EXPECT_EQ(SimConnect_GetLastSentPacketID(client, &id), S_OK);
-            requestOfId[id] = base + i;
-        }
-    };
-    std::vector<std::pair<DWORD, DWORD>> arrived;
-    std::thread simulator([&] {
-        for (int i = 0; i < 2 * each; ++i) {
-            const std::string packet = peer.packet();
-            arrived.emplace_back(wordAt(packet, 12), wordAt(packet, packet.size() - 4));
-        }
-    });
-    std::thread one(call, 100000), two(call, 200000);
-    one.join();
-    two.join();
-    simulator.join();
-    for (std::size_t i = 0; i < arrived.size(); ++i) {
-        ASSERT_EQ(arrived[i].first, i + 2);
-        ASSERT_EQ(arrived[i].second, requestOfId[arrived[i].first]);
-    }
 }
 
 TEST_F(Link, PacketsOfTheHandlerArriveInOrderAmongThoseOfOthers) {
