@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <optional>
-#include <sys/stat.h>
 
 namespace kes {
 namespace {
@@ -168,19 +167,6 @@ TEST_F(FileTest, WhatWasLostIsToldAtTheEndAtTheLatest) {
     full.reset();
     writer.close(10000);
     EXPECT_EQ(test::readFile("out.txt"), "<1 " + platform::outputErrorText(EFBIG) + ">\n");
-}
-
-TEST(Output, WhatCannotBeOpenedIsToldAndNeverHangs) {
-    const test::ProgramFolder folder;
-    ASSERT_EQ(mkfifo("pipe", 0600), 0);
-    std::filesystem::create_directory("folder");
-    for (const char* name : {"pipe", "folder", "nowhere/file"}) {
-        platform::Output output;
-        std::string error;
-        EXPECT_FALSE(output.open(name, error)) << name;
-        EXPECT_FALSE(error.empty()) << name;
-        EXPECT_FALSE(output.isOpen());
-    }
 }
 
 } // namespace

@@ -100,30 +100,12 @@ TEST_F(ParallelWalk, HandsOverInTheOrderOfTheWalkWhateverThreadIsFaster) {
     EXPECT_EQ(walk({"two/"}).front(), "two/0.bgl");
 }
 
-/// All `walkers` threads of the walk have started, and whoever does not ask here waits for something.
-bool othersWait(std::size_t walkers) {
-    std::size_t started = 0, awake = 0;
-    for (const fs::directory_entry& task : fs::directory_iterator("/proc/self/task")) {
-        std::ifstream stat(task.path() / "stat"); // number (name) state ...
-        const std::string line(std::istreambuf_iterator<char>(stat), {});
-        started += line.find("(walk) ") != std::string::npos;
-        awake += line.find(") S ") == std::string::npos;
-    }
-    return started == walkers && awake == 1;
-}
-
 TEST_F(ParallelWalk, SharesASingleFolderAmongTheThreads) {
     for (int i = 0; i < 40; ++i)
         put(fmt::format("flat/in/{:02}", i));
     std::mutex mutex;
     std::set<std::thread::id> threads;
     std::atomic<bool> alone = false;
-    client.select = [select = client.select](const WalkEntry& entry) {
-        if (entry.name == "in") {
-            EXPECT_TRUE(waitFor([] { return othersWait(2); })) << "each of them has to be woken";
-        }
-        return select(entry);
-    };
     client.work = [&](const PickedEntry& entry, std::string& result) {
         {
             const std::lock_guard lock(mutex);

@@ -130,7 +130,6 @@ TEST_F(ParametersTest, EntriesAreTakenByTheRules) {
         const char* value;
         const char* inFile;
     } cases[] = {
-        {parameter("MAX_LIVE", "12"), "MAX_LIVE", "12", "12"},
         {parameter("MAX_LIVE", "301"), "MAX_LIVE", "300", "301"},
         {parameter("MAX_LIVE", "-99"), "MAX_LIVE", "-1", "-99"},
         {parameter("MAX_LIVE", "99999999999999999999"), "MAX_LIVE", "300", "99999999999999999999"},
@@ -140,26 +139,19 @@ TEST_F(ParametersTest, EntriesAreTakenByTheRules) {
         {parameter("AIRPORT_RANGE", ""), "AIRPORT_RANGE", "8", ""},
         {"", "AIRPORT_RANGE", "20", "20"},
         {"<parameter name='AIRPORT_RANGE'/>", "AIRPORT_RANGE", "20", "20"},
-        {"<parameter value='9'/>", "AIRPORT_RANGE", "20", "20"},
         {"<other name='AIRPORT_RANGE' value='9'/>", "AIRPORT_RANGE", "20", "20"},
         {"<group>" + parameter("AIRPORT_RANGE", "9") + "</group>", "AIRPORT_RANGE", "20", "20"},
         {parameter("AIRPORT_RANGE", "9") + parameter("AIRPORT_RANGE", "10"), "AIRPORT_RANGE", "9", "9"},
-        {"<parameter name='AIRPORT_RANGE'/>" + parameter("AIRPORT_RANGE", "9"), "AIRPORT_RANGE", "20", "20"},
         {parameter("airport_range", "9"), "AIRPORT_RANGE", "20", "20"},
-        {parameter("LOG", "false"), "LOG", "false", "false"},
         {parameter("LOG", "Yes"), "LOG", "true", "Yes"},
         {parameter("LOG", "1"), "LOG", "true", "1"},
-        {parameter("LOG", "on"), "LOG", "false", "on"},
         {parameter("LOG", ""), "LOG", "false", ""},
-        {"", "LOG", "true", "true"},
         {parameter("lfolder3", ""), "lfolder3", "", "(none)"},
-        {"", "lfolder3", "", "(none)"},
         {"<parameter name='lfolder3'/>", "lfolder3", "", "(none)"},
         {parameter("lfolder3", "D:\\a &amp; b's &quot;x&quot;"), "lfolder3", "D:\\a & b's \"x\"", "D:\\a & b's \"x\""},
         {parameter("lfolder3", "Fl\xC3\xBCge"), "lfolder3", "Fl\xC3\xBCge", "Fl\xC3\xBCge"},
         {parameter("lfolder3", "Fl\xFCge"), "lfolder3", "Fl\xC3\xBCge", "Fl\xFCge"},
         {parameter("PORT_NUMBER", ""), "PORT_NUMBER", "", ""},
-        {"", "PORT_NUMBER", "10747", "10747"},
     };
     for (const auto& row : cases) {
         setParameterDefaults();
@@ -192,22 +184,21 @@ TEST_F(ParametersTest, AnOlderFileGainsWhatItLacksAndKeepsTheRest) {
 }
 
 TEST_F(ParametersTest, MetaMayDifferInVersionAndSimulatorOnly) {
-    const auto with = [](const char* name, const char* value) {
+    const struct {
+        const char *name, *value; ///< a null value takes the line away
+        bool good;
+    } cases[] = {{"version", "9.0.1", true},         {"MSFS", "2024", true},   {"version", "", false},
+                 {"author", "somebody else", false}, {"date", nullptr, false}, {"MSFS", nullptr, false}};
+    for (const auto& c : cases) {
         pugi::xml_document document;
         appendMeta(document);
-        if (name != nullptr) {
-            pugi::xml_node info = document.child("meta").find_child_by_attribute("info", "name", name);
-            if (value != nullptr)
-                info.attribute("value") = value;
-            else
-                document.child("meta").remove_child(info);
-        }
-        return metaIsGood(document);
-    };
-    EXPECT_TRUE(with(nullptr, nullptr) && with("version", "9.0.1") && with("MSFS", "2024"));
-    EXPECT_FALSE(with("author", "somebody else") || with("version", ""));
-    for (const char* name : {"author", "version", "date", "copyright", "MSFS"})
-        EXPECT_FALSE(with(name, nullptr)) << name;
+        pugi::xml_node info = document.child("meta").find_child_by_attribute("info", "name", c.name);
+        if (c.value != nullptr)
+            info.attribute("value") = c.value;
+        else
+            document.child("meta").remove_child(info);
+        EXPECT_EQ(metaIsGood(document), c.good) << c.name;
+    }
     EXPECT_FALSE(metaIsGood(pugi::xml_document()));
 
     MSFS_2020.value = false;
@@ -230,9 +221,7 @@ TEST_F(ParametersTest, ADamagedFileIsKeptAsideUnderANameOfItsOwn) {
         binary += static_cast<char>(i * 7 % 256);
     const std::string cases[] = {
         "",
-        "   \n",
         whole.substr(0, whole.size() / 2),
-        whole.substr(0, 60),
         "PORT_NUMBER=10747\n",
         "<html><body>" + parameter("MAX_LIVE", "5") + "</body></html>",
         "<root>" + whole.substr(whole.find("<meta")) + "</root>",
