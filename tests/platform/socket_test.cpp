@@ -200,16 +200,5 @@ TEST(Socket, FailuresComeInWindowsNumbers) {
     EXPECT_FALSE(second.isOpen());
 }
 
-TEST(Socket, AMovedObjectLeavesAUsableOne) {
-    Socket first;
-    ASSERT_EQ(first.openUdp(), 0);
-    Socket second = std::move(first);
-    EXPECT_TRUE(second.isOpen());
-    EXPECT_FALSE(first.isOpen());
-    first.stop();
-    first.close();
-    EXPECT_EQ(first.openUdp(), 0);
-}
-
 } // namespace
 } // namespace kes::platform

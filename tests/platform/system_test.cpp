@@ -170,7 +170,7 @@ TEST(Utf8, RoundTripsWhatIsTextAndRefusesWhatIsNot) {
     EXPECT_EQ(pathText(pathFrom("a/\xC3\xBC.xml")), "a/\xC3\xBC.xml");
 }
 
-TEST(Process, CountsItsThreadsAndMemory) {
+TEST(Process, CountsItsThreads) {
     const std::size_t before = threadCount();
     ASSERT_GE(before, 1u);
     std::atomic<bool> stop{false};
@@ -182,9 +182,6 @@ TEST(Process, CountsItsThreadsAndMemory) {
     EXPECT_TRUE(test::waitFor([&] { return threadCount() == before + 1; }));
     stop = true;
     other.join();
-    const std::size_t memory = residentKb();
-    const std::string block(64 << 20, 'm');
-    EXPECT_GE(residentKb(), memory + (block.size() >> 10) / 2);
 }
 
 } // namespace
