@@ -3,7 +3,6 @@
 #include "support.h"
 #include "tools/replay/baselines.h"
 #include "tools/replay/judge.h"
-#include "tools/replay/replay_options.h"
 
 #include <algorithm>
 #include <cmath>
@@ -142,30 +141,6 @@ TEST(Judge, SeesEachFaultAndNothingElse) {
     });
     EXPECT_NEAR(twitch->of(Metric::twitches, Phase::parked).maximum(), 30, 6.1);
     EXPECT_GT(twitch->of(Metric::restPath, Phase::parked).maximum(), 50);
-}
-
-TEST(ReplayOptions, TellWhatIsWrong) {
-    const std::pair<const char*, const char*> problems[] = {
-        {"--feed turns --out x", ""},
-        {"--feed turns", "--out is missing"},
-        {"--out x", "--feed is missing"},
-        {"--feed t --out x --at 50,8", "LAT,LON,ALT_FT"},
-        {"--feed t --out x --at 50,8,1e3", ""},
-        {"--feed t --out x --minutes 0", "--minutes wants a number above 0"},
-        {"--feed t --out x --seed -1", "--seed"},
-        {"--feed t --out x --sed 1", "unknown: --sed"},
-        {"--feed", "--feed"},
-        {"--list", ""},
-        {"--help", ""},
-        {"--version", ""},
-    };
-    for (const auto& [line, told] : problems) {
-        Options o;
-        const auto ending = readOptions(test::words(line), o);
-        const std::string problem = ending && ending->code != 0 ? ending->text : "";
-        EXPECT_EQ(problem.empty(), *told == 0) << problem;
-        EXPECT_NE(problem.find(told), std::string::npos) << problem;
-    }
 }
 
 } // namespace

@@ -9,7 +9,6 @@
 #include "sim/orders.h"
 #include "spine/flight_folder.h"
 #include "tools/replay/overspeed.h"
-#include "tools/replay/replay_feed.h"
 #include "traffic/filters.h"
 #include "traffic/live_table.h"
 #include "world/replay/virtual_flight.h"
@@ -148,23 +147,6 @@ TEST(OverspeedTest, ComparesTheLastSecondWithWhatWasReportedAroundIt) {
         EXPECT_NEAR(o.worst().ratio, c.ratio, 0.01);
         EXPECT_EQ(o.dashing(), c.dashing);
     }
-}
-
-TEST(ReplayFeedTest, ABurstHoldsTheNewestLineOfEachAircraft) {
-    test::ProgramFolder folder;
-    std::ofstream out("feed.txt");
-    test::Straight s;
-    for (const auto& [hexid, seconds] : {std::pair{1, 0.0}, {2, 1.0}, {1, 4.9}, {3, 5.0}, {1, 12.0}, {2, 14.9}}) {
-        s.hexid = 4000000U + static_cast<std::uint32_t>(hexid);
-        out << s.line(seconds) << '\n';
-    }
-    out.close();
-    ReplayFeed feed("feed.txt", 1, true);
-    std::string got;
-    for (std::int32_t tick = 0; tick < 3000; ++tick)
-        for (; const FeedLine* line = feed.due(tick); feed.pop())
-            got += fmt::format("{}:{}@{:.1f} ", tick, line->text.substr(6, 7), *source::timeField(line->text) - 1.7e9);
-    EXPECT_EQ(got, "500:4000001@4.9 501:4000002@1.0 1000:4000003@5.0 1500:4000001@12.0 1501:4000002@14.9 ");
 }
 
 } // namespace

@@ -27,14 +27,6 @@ TEST(Series, QuantilesComeWithinABinOfTheTruth) {
     }
     EXPECT_EQ(series.count(), 20000U);
     EXPECT_EQ(series.maximum(), values.back());
-    Series whole, part;
-    for (int i = 0; i < 20000; ++i)
-        (i < 13000 ? whole : part).add(values[i], {7, i});
-    whole.add(part);
-    EXPECT_EQ(whole.quantile(0.95), series.quantile(0.95));
-    EXPECT_EQ(whole.maximum(), series.maximum());
-    EXPECT_EQ(values.at(static_cast<std::size_t>(whole.worst().tick)), values.back());
-    EXPECT_EQ(whole.count(), 20000U);
     series.add(std::numeric_limits<double>::quiet_NaN(), {9, 5});
     EXPECT_EQ(series.worst().aircraft, 9U) << "what is no number is the worst there can be";
 }

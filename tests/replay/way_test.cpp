@@ -100,63 +100,6 @@ TEST(Way, TellsMetresOffAndSecondsLateApart) {
         expectAll(turn.measure(shifted(turn.motion, late, 12), 20, 70), 12, late, 0.4, "turn of 1000 m radius");
 }
 
-/// Follows a line with corners at even speed.
-Motion along(std::vector<Metres> corners, double metresPerSecond) {
-    return [=](double t) {
-        double left = std::max(t, 0.0) * metresPerSecond;
-        for (std::size_t i = 0; i + 1 < corners.size(); ++i) {
-            const double north = corners[i + 1].north - corners[i].north, east = corners[i + 1].east - corners[i].east;
-            const double length = std::hypot(north, east);
-            if (left <= length || i + 2 == corners.size())
-                return Metres{corners[i].north + north * left / length, corners[i].east + east * left / length};
-            left -= length;
-        }
-        return corners.back();
-    };
-}
-
-TEST(Way, IsNotFooledWhereItCrossesItselfOrComesBack) {
-    Course c;
-    c.spacing = 1;
-    c.length = 160;
-    // Twice through the same place, 24 seconds apart, so that both are within reach.
-    c.motion = along({{0, 0}, {300, 0}, {300, 150}, {150, 150}, {150, -3000}}, 25);
-    for (const double late : {-3.0, 0.0, 3.0}) {
-        const auto found = c.measure(shifted(c.motion, late, 12), 3.1, 45);
-        double most = 0;
-        std::size_t near = 0;
-        for (const OnWay& on : found) {
-            most = std::max(most, std::fabs(on.late - late));
-            near += std::fabs(on.metres - 12) < 1e-2 ? 1 : 0;
-        }
-        EXPECT_LT(most, 2.1) << "a corner may be two seconds long, the other branch is 24 away";
-        EXPECT_GT(near, found.size() * 8 / 10);
-    }
-    // Out and back on the same line, and parallel to it.
-    for (const double aside : {0.0, 6.0}) {
-        c.motion = along({{0, 0}, {200, 0}, {200, aside + 1e-3}, {-900, aside}}, 5);
-        for (const double late : {-7.0, 7.0}) {
-            const auto found = c.measure(shifted(c.motion, late, 0), 10, 120);
-            std::size_t good = 0;
-            for (const OnWay& on : found) {
-                EXPECT_LT(on.metres, 6.1);
-                good += std::fabs(on.late - late) < 0.3 ? 1 : 0;
-            }
-            EXPECT_GT(good, found.size() * 9 / 10) << aside << " " << late;
-        }
-    }
-    // A report 25 m aside, which what is drawn does not follow, holds it up no longer than that.
-    c.motion = [](double t) { return Metres{5 * t, t > 39.5 && t < 40.5 ? 25.0 : 0.0}; };
-    expectAll(c.measure(straight(5, 0), 46, 100), 0, 0, 0.01, "behind a report gone astray");
-    // Something that leaps along the way is found again.
-    c.motion = straight(70, 0);
-    const auto leap = c.measure([](double t) { return Metres{70 * (t > 50 ? t + 12 : t - 5), 0}; }, 20, 80);
-    EXPECT_NEAR(leap.front().late, 5, 1e-3);
-    EXPECT_NEAR(leap[350].late, -12, 1e-3);
-    const auto back = c.measure([](double t) { return Metres{70 * (t > 50 ? t - 20 : t - 5), 0}; }, 20, 80);
-    EXPECT_NEAR(back[350].late, 20, 1e-3);
-}
-
 TEST(Way, StandingIsOneMomentAsLongAsItLasts) {
     Course c;
     c.spacing = 2;
@@ -196,25 +139,6 @@ TEST(Way, StandingIsOneMomentAsLongAsItLasts) {
     // Who leaves while the other still stands is early, at most by half a minute.
     const auto early = c.measure([&](double t) { return truth(t < 150 ? t : t + 45); }, 20, 199);
     EXPECT_NEAR(early[static_cast<std::size_t>((190 - 20) * 10)].late, -30, 1e-6);
-}
-
-TEST(Way, HasALimitInTimeAndGoesStraightOnAtItsEnd) {
-    Course c;
-    c.motion = straight(10, 0);
-    c.length = 200;
-    const auto stuck = c.measure([](double) { return Metres{500, 0}; }, 50, 150);
-    EXPECT_NEAR(stuck[550].late, 55, 1e-6);
-    EXPECT_NEAR(stuck.back().late, 60, 1e-6);
-    EXPECT_NEAR(stuck.back().metres, 400, 0.1) << "later than that is off the way";
-    const auto ahead = c.measure([](double t) { return Metres{10 * t + 500, 0}; }, 20, 150);
-    EXPECT_NEAR(ahead.back().late, -30, 1e-6);
-    EXPECT_NEAR(ahead.back().metres, 200, 0.1);
-    expectAll(c.measure(shifted(c.motion, -8, 12), 180, 200), 12, -8, 0.01, "past the last point");
-    Way one;
-    one.add(1, {50, 8}, false);
-    one.add(1, {51, 8}, false);
-    EXPECT_EQ(one.size(), 1U);
-    EXPECT_FALSE(WayFollower().follow(one, {50, 8}, 1));
 }
 
 } // namespace
