@@ -230,16 +230,6 @@ TEST_F(AddonScan, LooksAtTheRightFilesOnly) {
     EXPECT_EQ(report(), "Scanning for addon airports in my aircraft\n");
 }
 
-TEST_F(AddonScan, ARootThatIsNoneDoesNotStopTheOther) {
-    put("sim/Community/x/a.bgl", bglFile("EDDF", gates(1)));
-    put("file", "");
-    EXPECT_TRUE(scanRoots({"none", "file", "", "sim/Community"}));
-    EXPECT_TRUE(program.logHas("none does not exist, skipped!\nfile is not a folder name, skipped!\n"));
-    fs::permissions("output/info", fs::perms::none);
-    EXPECT_FALSE(scanRoots({"none"})) << "of this scan";
-    fs::permissions("output/info", fs::perms::owner_all);
-}
-
 TEST_F(AddonScan, TheLaterOfTwoPackagesCountsOnAnyNumberOfThreads) {
     std::string expected, expectedReport;
     for (int n = 0; n < 40; ++n)
@@ -365,20 +355,6 @@ TEST_F(AddonScan, AClickEndsItAndTheNextStartScansAgain) {
     EXPECT_TRUE(told("===> Generating airports/my_thirdparty/EDDF.xml did not succeed")) << report();
     EXPECT_TRUE(par::SCAN_AIRPORTS);
     EXPECT_TRUE(airportNames.empty());
-}
-
-TEST_F(AddonScan, AFolderThatCannotBeMadeCostsTheRestOfTheFile) {
-    fs::remove_all("airports/my_simaddon");
-    put("airports/my_simaddon", "a file");
-    put("sim/Community/a-asobo-airport/a.bgl",
-        bglFile(bglAirport("EHAM", 0, bglParkings(gates(1))) + bglAirport("EDDN", 0, bglParkings(gates(1)))));
-    put("sim/Community/b/a.bgl", bglFile("EDDF", gates(1)));
-    EXPECT_TRUE(scanRoots({"sim/Community"}));
-    const std::size_t at = report().find("\n===>  airports search aborted, futs inner, \n");
-    EXPECT_NE(report().find("create_directory", at), std::string::npos) << report();
-    EXPECT_TRUE(program.logHas("Exception in lf_toParkingPositions: sim/Community/a-asobo-airport/a.bgl"));
-    EXPECT_TRUE(told("Generated EDDF: 1 position"));
-    EXPECT_EQ(addonSummary(), "2 airports in 2 packages: 0 linked, 1 generated, 1 failed, 0 not recognised");
 }
 
 } // namespace

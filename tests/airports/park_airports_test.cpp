@@ -58,23 +58,6 @@ TEST_F(ParkAirportsTest, EachLineCountsForItself) {
     EXPECT_TRUE(program.logHas("1 park airport added from my_thirdparty folder(-s) "));
 }
 
-TEST_F(ParkAirportsTest, ManyAirportsAreWarnedOf) {
-    airportTable.clear();
-    std::string text;
-    for (int n = 0; n < 3000; ++n) {
-        airportTable.push_back({fmt::format("{:04}", n), "", 0.01 * n, 0, 0});
-        text += airportTable.back().code + "\n";
-    }
-    airportTable.push_back({"9999", "", 1, 1, 0});
-    write(path::myParkAirports, text);
-    lf_readMyParkAirports();
-    EXPECT_FALSE(statusText().starts_with("Warning"));
-    write(path::myParkAirports, text + "9999\n");
-    lf_readMyParkAirports();
-    EXPECT_EQ(statusText(), "Warning: There are a lot of airports (3001) in my_park_airports.txt, that will cost KLUN "
-                            "much cpu time, and may give stutters");
-}
-
 TEST_F(ParkAirportsTest, TheUsersStandIsStored) {
     const struct {
         const char* name;
@@ -148,28 +131,6 @@ TEST_F(ParkAirportsTest, TheNextAirportStandsFirst) {
     EXPECT_EQ(list(), "EDDF EDFE EGLL LOWW ");
     parkAirportList.clear();
     EXPECT_EQ(nearestCandidateNm(field), 10000);
-}
-
-TEST_F(ParkAirportsTest, TheStandOfTheUserIsWithin55Metres) {
-    loaded();
-    const struct {
-        const char* name;
-        double north; ///< metres from the first stand
-        bool onGround;
-        const char* stand;
-    } rows[] = {{"on it", 0, true, "S1"},
-                {"54.9 m", 54.9, true, "S1"},
-                {"56 m", 56, true, ""},
-                {"nearer to the next", 150, true, "S2"},
-                {"in the air", 0, false, ""}};
-    for (const auto& row : rows) {
-        setUser({field.lat + row.north * metre, field.lon}, row.onGround);
-        EXPECT_EQ(standOfUser(), row.stand) << row.name;
-    }
-    setUser(field, true);
-    EXPECT_EQ(standOfUser(), "S1");
-    stands.clear();
-    EXPECT_EQ(standOfUser(), "") << "no stands any more";
 }
 
 TEST_F(ParkAirportsTest, ALoadLearnsAndReserves) {

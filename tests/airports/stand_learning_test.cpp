@@ -55,44 +55,6 @@ struct StandLearning : testing::Test {
     }
 };
 
-TEST_F(StandLearning, FillsShortStaysBetweenTheirEnds) {
-    struct Case {
-        const char* name;
-        HhNow arrival, departure;
-        const char* options;
-    };
-    const Case cases[] = {
-        {"two hours", {1, 20}, {1, 24}, "r1:20,21,22,23,24 DLH4AB DLH5CD\n"},
-        {"five half-hours", {1, 20}, {1, 25}, "r1:20,21,22,23,24,25 DLH4AB DLH5CD\n"},
-        {"longer", {1, 20}, {1, 26}, "r1:20,26 DLH4AB \n"},
-        {"within a half-hour", {1, 20}, {1, 20}, "r1:20 DLH4AB \n"},
-        {"over midnight of a Sunday", {7, 47}, {1, 1}, "r7:47 DLH4AB \nr1:1 DLH5CD \n"},
-        {"of last week", {1, 46}, {1, 2}, "r1:0,1,2,46 DLH4AB DLH5CD\n"},
-        {"a week later is no stay", {1, 20}, {2, 21}, "r1:20 DLH4AB \nr2:21 DLH5CD \n"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        stands[0].options.clear();
-        stands[0].realSeen.clear();
-        EXPECT_TRUE(lf_addRealParkPosOption(1, aircraft(), false, c.arrival));
-        const bool sameHalfHour = c.arrival == c.departure;
-        EXPECT_EQ(lf_addRealParkPosOption(1, aircraft("DLH5CD"), true, c.departure), !sameHalfHour);
-        EXPECT_EQ(learned(), c.options);
-        EXPECT_EQ(stands[0].realSeen.empty(), c.departure.day == c.arrival.day) << "the departure ends the visit";
-    }
-}
-
-TEST_F(StandLearning, OverMidnightFillsTheRestOnAnOptionOfItsOwn) {
-    stands[0].options.push_back(
-        {.regcode = "D-AIZA", .coupledCs1 = "DLH1", .hours = 1U << 10, .optIndex = 1, .day = 2, .real = 1});
-    ASSERT_TRUE(lf_addRealParkPosOption(1, aircraft("DLH8"), false, {1, 46}));
-    ASSERT_TRUE(lf_addRealParkPosOption(1, aircraft("DLH9_"), true, {2, 1}));
-    // What lies before midnight joins the option that was found for the day on which it left.
-    EXPECT_EQ(learned(), "r2:1,10,47 DLH1 DLH9\nr1:46 DLH8 \nr2:0,1 DLH9 \n");
-    EXPECT_EQ(stands[0].options.back().optIndex, 3);
-    EXPECT_TRUE(stands[0].realSeen.empty());
-}
-
 TEST_F(StandLearning, RefusesWhatItCannotTellOrHas) {
     const auto real = [](const AiAircraft& a) { return lf_addRealParkPosOption(1, a, false, {3, 10}); };
     const auto soft = [](const AiAircraft& a) { return lf_addSoftParkPosOption(1, a, false, {3, 10}); };
@@ -129,16 +91,6 @@ TEST_F(StandLearning, RefusesWhatItCannotTellOrHas) {
     EXPECT_FALSE(soft(aircraft()));
     EXPECT_EQ(saveUpdates, 1);
     EXPECT_EQ(stands[0].options.size(), 1U);
-}
-
-TEST_F(StandLearning, ARegistrationThatIsKnownTellsAirlineAndType) {
-    std::filesystem::create_directories("input");
-    writeSmallReference({.types = "A320,Large,34\nB77W,Heavy,64\n",
-                         .airlines = "DLH,Lufthansa\nBAW,British Airways\n",
-                         .registrations = "G-HEAV,BAW,B77W,,\n"});
-    ASSERT_TRUE(readDataBase());
-    ASSERT_TRUE(lf_addRealParkPosOption(1, aircraft("BAW1", "G-HEAV"), false, {1, 0}));
-    EXPECT_EQ(stands[0].options[0].airline + stands[0].options[0].model, "BAWB77W");
 }
 
 TEST_F(StandLearning, FreightAndUnknownAirlinesTeachNothing) {
@@ -332,25 +284,6 @@ TEST_F(StandSearch, ChoosesByKindThenBySize) {
             std::erase_if(list, [&](const Stand& s) { return s.id == id; });
         }
     }
-}
-
-TEST_F(StandSearch, ChancePutsSomeAirlinersOnRamps) {
-    Stand gate = at("gate", 0, 20), ramp = at("ramp", 100, 20);
-    ramp.ramp = true;
-    use({gate, ramp});
-    const auto gates = [] {
-        int count = 0;
-        for (int n = 0; n < 400; ++n)
-            count += lf_searchStands({1, 10}, aircraft(), false) == 1 ? 1 : 0;
-        return count;
-    };
-    EXPECT_EQ(gates(), 400) << "without RANDOM nothing is left to chance";
-    par::RANDOM.value = true;
-    setRandomSeed(1);
-    EXPECT_NEAR(gates(), 360, 20);
-    setAirportRef(AirportRef{"KBOS", "BOS", 0, 0, 0});
-    EXPECT_EQ(gates(), 400);
-    setAirportRef(std::nullopt);
 }
 
 TEST_F(StandSearch, AKnownUserGoesBeforeABetterFit) {

@@ -65,16 +65,6 @@ TEST(Stands, NeighboursAreThoseOfAllPairs) {
     EXPECT_GT(pairs, 1000U);
 }
 
-TEST(Stands, TheRoomBetweenTwoDecides) {
-    for (const double nm : {0.018, 0.0182}) {
-        std::vector<Stand> list{standAt(50, 8, 0), standAt(50 + nm / 60, 8, 0)};
-        list[0].radius = list[1].radius = 0.01;
-        giveSids(list);
-        findAdjacent(list);
-        EXPECT_EQ(list[0].adjacent.size(), nm < 0.0181 ? 1U : 0U) << nm;
-    }
-}
-
 TEST(Stands, QualityTellsHowMuchIsKnown) {
     const auto option = [](int real, std::uint32_t day, std::uint64_t hours, std::int32_t index = 1) {
         return ParkPosOption{.hours = hours, .optIndex = index, .day = day, .real = real};

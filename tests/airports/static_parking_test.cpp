@@ -238,30 +238,6 @@ TEST_F(StaticParkingTest, SettingsOfTheAirportEndWithIt) {
     }
 }
 
-TEST_F(StaticParkingTest, AnOnlyStandIsFilled) {
-    putAirport("EGLL", heathrow, 1);
-    par::CUSTOM_PARKING_PERCENTAGE.value = 30;
-    list({"EGLL"});
-    load(heathrow);
-    EXPECT_EQ(planned(), "1 EGLL1 0, ");
-    createAll();
-    std::filesystem::remove_all("updates"); // the renewal lives on what was loaded
-    renewParking({});
-    EXPECT_TRUE(toPark.empty());
-    EXPECT_EQ(parkedAircraft.front().st, AircraftStatus::active);
-    renewParking({"EGLL1"});
-    EXPECT_EQ(parkedAircraft.front().st, AircraftStatus::removingfromsim);
-}
-
-TEST_F(StaticParkingTest, TheBestFitsComeFirst) {
-    std::string text = airportText("EDDF", field, 2);
-    text.replace(text.find("hh='20'"), 7, "hh='18'");
-    write("updates/MSFS/archive/stock/EDDF.xml", text);
-    list({"EDDF"});
-    load();
-    EXPECT_EQ(planned(), "2 EDDF2 0, 1 EDDF1 2, ");
-}
-
 TEST_F(StaticParkingTest, WhatTheBaseDoesNotHaveIsSavedAtTheRelease) {
     const auto option = [] {
         addOption(stands[0], {.regcode = "D-AIZA", .coupledCs1 = "DLH1", .hours = 2, .day = 3, .real = 0});
@@ -368,15 +344,6 @@ TEST_F(StaticParkingTest, AServerOnTheNetworkHoldsNoTickUp) {
     write(path::myThirdparty / "EDDF.txt", "archive/thirdparty/EDDF.xml\n");
     ASSERT_TRUE(told("failed to download: \"" + server.base() + "MSFS/archive/thirdparty/EDDF.xml\"")) << statusText();
     EXPECT_LT(longest.count(), 150);
-}
-
-TEST_F(StaticParkingTest, AtTheStartAServerIsWaitedFor) {
-    HttpServer server;
-    write(path::updateServer, server.base());
-    server.put("MSFS/archive/stock/EDDF.xml", {.body = airportText("EDDF", field, 3)});
-    setUser(field, true);
-    parkingTick(true);
-    EXPECT_EQ(here(), "EDDF");
 }
 
 } // namespace

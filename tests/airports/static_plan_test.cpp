@@ -96,40 +96,6 @@ TEST_F(StaticPlanTest, PassesTakeWhatTimeAndSettingsAllow) {
     }
 }
 
-TEST_F(StaticPlanTest, ChanceSaysWhichOfTheLastRoundStayAway) {
-    for (int n = 0; n < 40; ++n)
-        addOption(addStand(100.0 * n), dlh("C" + std::to_string(n), {20}));
-    par::parking_percentage.value = 25;
-    std::set<std::uint32_t> used;
-    for (int round = 0; round < 20; ++round) {
-        fill();
-        ASSERT_EQ(toPark.size(), 10u);
-        EXPECT_EQ(realFit, 0);
-        EXPECT_EQ(softFit, -1) << "no soft pass when the real one is enough";
-        for (const StaticPlacement& p : toPark)
-            used.insert(p.sid);
-    }
-    EXPECT_GT(used.size(), 30u);
-}
-
-TEST_F(StaticPlanTest, CallsignOfALeg) {
-    const struct {
-        const char *cs1, *cs2;
-        bool first;
-        const char* callsign;
-    } rows[] = {{"DLH1", "DLH2", true, "DLH1*"},
-                {"DLH1", "DLH2", false, "DLH2*"},
-                {"DLH1", "", false, "DLH1*"},
-                {"", "DLH2", true, "DLH2*"},
-                {"DLH1__", "", true, "DLH1*"},
-                {"DLH1*", "", true, "DLH1*"},
-                {"", "", true, ""}};
-    for (const auto& row : rows)
-        EXPECT_EQ(lf_detcs({.coupledCs1 = row.cs1, .coupledCs2 = row.cs2, .firstLeg = row.first}), row.callsign)
-            << row.cs1 << " " << row.cs2;
-    EXPECT_TRUE(program.logHas("lf_detcs callsign is empty.."));
-}
-
 TEST_F(StaticPlanTest, CreationOrdersWhatIsStillFree) {
     enum Way { created, cancelled, waits };
     struct Row {
@@ -194,16 +160,6 @@ TEST_F(StaticPlanTest, CreationOrdersWhatIsStillFree) {
         EXPECT_EQ(a.parkedAt, (HhNow{7, 45}));
         EXPECT_EQ(a.callsign, a.coupledCs1.empty() ? "DLH" + std::to_string(a.hexid) + "*" : "DLH1*");
     }
-}
-
-TEST_F(StaticPlanTest, AnAircraftThatNeverLeavesIsNotWaitedForForEver) {
-    addStand(0);
-    addParked(1, "X", {3, 3}).st = AircraftStatus::removingfromsim;
-    toPark = {{.sid = 1, .airline = "DLH", .model = "A320"}};
-    allowWaiting();
-    for (int n = 0; n < 121; ++n)
-        createNextStatic();
-    EXPECT_TRUE(toPark.empty());
 }
 
 TEST_F(StaticPlanTest, NoHexidIsGivenTwice) {
@@ -370,6 +326,14 @@ TEST_F(RenewalTest, MoreThanWantedGo) {
         EXPECT_EQ(planned(), row.planned) << row.wanted;
         EXPECT_EQ(live.size(), row.liveLeft) << row.wanted;
     }
+}
+
+TEST_F(RenewalTest, AFlightThatStandsThereLiveIsNotPlannedAndGivesWayToTheNext) {
+    addOption(stands[0], dlh("L4194305", {18, 19, 20}));
+    addOption(stands[0], dlh("B", {19}));
+    park(0x400001, 5, 10, AircraftCategory::large);
+    renewParking({});
+    EXPECT_EQ(planned(), "1 B 1, ");
 }
 
 TEST_F(RenewalTest, LiveAircraftStayForATime) {
