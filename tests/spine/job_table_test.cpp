@@ -124,40 +124,20 @@ TEST_F(JobTableTest, EachJobDoesItsWork) {
     const auto twinOrdered = [] {
         return !waitingOrders().removalQueue.empty() && waitingOrders().removalQueue.back() == 77;
     };
-    const auto list = [](bool on) {
-        return [on] {
-            par::CALLSIGN_OBJECTIDS.value = on;
-            par::MSFS_2020.value = true;
-            std::filesystem::remove(path::callsign2ObjectId);
-        };
-    };
-    const auto listed = [] { return std::filesystem::exists(path::callsign2ObjectId); };
     const auto userKnown = [] {
         return trafficReader.inputs().userPosition.lat == userAircraft.lat && userAircraft.lat != 0;
     };
-    const auto range = [](bool automatic) {
-        return [automatic] {
-            par::AUTO_RANGE.value = automatic;
-            par::LATERAL_RANGE.value = 77;
-        };
-    };
-    const auto rangeSet = [] { return par::LATERAL_RANGE != 77; };
     const struct {
         const char* name; ///< "-" in front: there is nothing to do
         std::int32_t second;
         std::function<void()> prepare;
         std::function<bool()> done;
     } rows[] = {
-        {"parking", 16, farParkAirport, parkingLookedAbout},
         {"lamps", 59, lamps(true, Lamp::receiving), trafficLamp(Lamp::silent)},
         {"silent lamps", 15, lamps(true, Lamp::silent), onlyTraffic},
         {"- lamps without light", 15, lamps(false, Lamp::silent), trafficLamp(Lamp::receiving)},
         {"twins", 61, placeTwin, twinOrdered},
-        {"callsign list", 62, list(true), listed},
-        {"- callsign list off", 62, list(false), listed},
         {"user's position", 15, [] { trafficReader.setUserPosition(0, 0); }, userKnown},
-        {"range", 30, range(true), rangeSet},
-        {"- range by hand", 30, range(false), rangeSet},
         {"minutes to the renewal", 60, [] { readouts.minutesToRenewal = -1; },
          [] { return readouts.minutesToRenewal == 19; }},
     };
@@ -169,46 +149,6 @@ TEST_F(JobTableTest, EachJobDoesItsWork) {
         ASSERT_FALSE(row.done()) << row.name << ", a second early";
         ASSERT_TRUE(beat(row.second));
         EXPECT_EQ(row.done(), row.name[0] != '-') << row.name;
-    }
-}
-
-TEST_F(JobTableTest, EachRequestOfTheWindowIsTakenOnceAtItsBeat) {
-    struct Request {
-        std::atomic<bool>& flag;
-        int period; ///< of the beats that look at it
-        std::function<void()> prepare;
-        std::function<bool()> done;
-    };
-    const auto park = [] {
-        parkedAircraft.resize(3);
-        par::INITIAL_LOAD_ONLY.value = false;
-    };
-    const auto reRead = [&] {
-        return statusText() == "park airports and stands are okay" && window.enabled(par::reRead) &&
-               window.enabled(par::DESTINATION);
-    };
-    const Request requests[] = {
-        {windowRequests.findCallsign, 1, [] { par::CALLSIGN_2_OBJECTID.set("NOBODY"); },
-         [] { return statusText() == "callsign \"NOBODY\" is unknown"; }},
-        {windowRequests.flushStatic, 1, park, [] { return parkedAircraft.empty() && par::INITIAL_LOAD_ONLY; }},
-        {windowRequests.reRead, 15, [&] { window.forget(); }, reRead},
-    };
-    for (const Request& request : requests) {
-        for (int s = 1; s <= 45; ++s) {
-            clearStatus();
-            parkedAircraft.clear();
-            request.prepare();
-            ASSERT_TRUE(beat(s));
-            ASSERT_FALSE(request.done()) << "nobody asked, at " << s;
-            request.flag = true;
-            ASSERT_TRUE(mainTick());
-            ASSERT_TRUE(request.flag) << "only a beat looks at it";
-            request.prepare();
-            ASSERT_TRUE(beat(s));
-            ASSERT_EQ(request.done(), s % request.period == 0) << s;
-            ASSERT_EQ(request.flag, s % request.period != 0) << s;
-            request.flag = false;
-        }
     }
 }
 
@@ -235,29 +175,6 @@ TEST_F(JobTableTest, ARenewalTakesTwoPassesAndHoldsTheParkingMeanwhile) {
             }
         }
     }
-}
-
-TEST_F(JobTableTest, TheNoMatchListIsWrittenEach20MinutesAndClearedOnRequest) {
-    Straight nothingFits;
-    nothingFits.model = "EC35";
-    nothingFits.callsign = "DHABC";
-    nothingFits.regcode = "D-HABC";
-    fly(nothingFits, 40);
-    par::LOG.value = true;
-    const auto written = [&] { return program.logCount("\nNo match found for: \n"); };
-    for (const int s : {1140, 1185, 1199})
-        ASSERT_TRUE(beat(s));
-    EXPECT_EQ(written(), 0u);
-    ASSERT_TRUE(beat(1200));
-    EXPECT_EQ(written(), 1u);
-    EXPECT_EQ(readouts.minutesToRenewal, 20);
-    windowRequests.clearNoMatch = true;
-    ASSERT_TRUE(beat(2385));
-    EXPECT_TRUE(windowRequests.clearNoMatch) << "half minutes only";
-    ASSERT_TRUE(beat(2370));
-    EXPECT_FALSE(windowRequests.clearNoMatch);
-    ASSERT_TRUE(beat(2400));
-    EXPECT_EQ(written(), 1u) << "empty";
 }
 
 TEST_F(JobTableTest, ADayEndsWithASummaryAndStartsAtZero) {

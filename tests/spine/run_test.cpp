@@ -6,7 +6,6 @@
 #include "feed/report_queue.h"
 #include "feed/traffic_reader.h"
 #include "flight_folder.h"
-#include "platform/output.h"
 #include "platform/socket.h"
 #include "platform/system.h"
 #include "sim/sim_client.h"
@@ -17,12 +16,10 @@
 #include "spine/waits.h"
 #include "spine/worker.h"
 #include "traffic/live_aircraft.h"
-#include "window/terminal_window.h"
 #include "window_backend.h"
 #include "world/simulator/inproc.h"
 
 #include <atomic>
-#include <fcntl.h>
 
 namespace kes::test {
 namespace {
@@ -367,32 +364,6 @@ TEST_F(RunTest, ANewRunBeginsWithoutTheReportsOfTheOldOne) {
     resetRun();
     EXPECT_EQ(readouts.liveries, 4711) << "the liveries stay loaded";
     EXPECT_EQ(reportQueue.size(), 0u);
-}
-
-TEST_F(RunTest, ATerminalThatDoesNotReadLeavesTheTickAlone) {
-    int ends[2];
-    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    setWindowBackend(terminalBackend(platform::Output::own(ends[1]), platform::Output()));
-    openWindow();
-    LinkClient link;
-    fly(link);
-    std::string seen;
-    const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < 5000; ++i)
-        showStatus(fmt::format("a line that nobody reads: {}", i), false);
-    const std::int32_t before = tickCount;
-    EXPECT_TRUE(waitFor([&] { return tickCount > before + 100; }, 5000));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(6));
-    char buffer[65536];
-    fcntl(ends[0], F_SETFL, O_NONBLOCK);
-    EXPECT_TRUE(waitFor([&] {
-        const ssize_t n = read(ends[0], buffer, sizeof buffer);
-        seen.append(buffer, static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
-        return seen.find(" lines left out while the terminal did not read\n") != std::string::npos;
-    }));
-    EXPECT_LT(endRun(), 5000);
-    closeTerminalWindow(5000);
-    close(ends[0]);
 }
 
 TEST_F(RunTest, AClickDuringTheCountdownCloses) {

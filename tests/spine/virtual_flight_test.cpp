@@ -82,29 +82,6 @@ TEST_F(VirtualFlightTest, AReportIsShownThirtySecondsLaterAndMovesSmoothly) {
     EXPECT_TRUE(object->freezeLatLon);
 }
 
-TEST_F(VirtualFlightTest, CreatesArePacedAtTwoASecond) {
-    std::vector<Straight> flights;
-    for (std::uint32_t i = 0; i < 12; ++i) {
-        Straight f;
-        f.hexid += i;
-        f.callsign = fmt::format("DLH{}A", 10 + i);
-        f.regcode = fmt::format("D-X{:03}", i);
-        f.bearing = 0.5 * i;
-        f.alt = 9000 + 300.0 * i; // clear of the user
-        flights.push_back(f);
-    }
-    std::size_t before = 0;
-    std::size_t mostInOneSecond = 0;
-    for (int s = 0; s < 45; ++s) {
-        fly(1, flights);
-        const std::size_t n = world::inprocObjects().size();
-        mostInOneSecond = std::max(mostInOneSecond, n - std::min(n, before));
-        before = n;
-    }
-    EXPECT_EQ(before, 12U);
-    EXPECT_LE(mostInOneSecond, 3U); // a second may hold two creates and the edge of a third
-}
-
 TEST_F(VirtualFlightTest, AStoppedFlightIdlesAndResumes) {
     const Straight flight;
     fly(35, {flight});
@@ -121,20 +98,6 @@ TEST_F(VirtualFlightTest, AStoppedFlightIdlesAndResumes) {
     EXPECT_FALSE(flightStopped);
     EXPECT_TRUE(program.logHas("Flight resumed"));
     EXPECT_TRUE(reportQueue.accepting());
-}
-
-TEST_F(VirtualFlightTest, TheUsersStandFollowsThePosition) {
-    for (const bool running : {true, false}) {
-        world::inprocCommand(running ? "sim 1" : "sim 0");
-        setReadout(Readout::userStand, "elsewhere");
-        readUserPosition();
-        idle(100);
-        EXPECT_EQ(readoutText(Readout::userStand), "EDDM") << running;
-    }
-    airportTable.clear();
-    readUserPosition();
-    idle(100);
-    EXPECT_EQ(readoutText(Readout::userStand), "");
 }
 
 TEST_F(VirtualFlightTest, TheRangeFollowsTheUsersFlight) {
