@@ -433,16 +433,6 @@ TEST_F(ControlLinkTest, WhatAClientSendsUnaskedDoesNotPileUp) {
         ASSERT_EQ(client.line(), formatQs121(user));
 }
 
-TEST_F(ControlLinkTest, ReceiveRefusesAnOverlongAnswer) {
-    auto accepted = std::async(std::launch::async, waitForClient);
-    Client client;
-    client.connect();
-    ASSERT_TRUE(accepted.get());
-    client.send(std::string(40000, 'x'));
-    EXPECT_TRUE(waitFor([] { return receive().empty(); }));
-    EXPECT_TRUE(logged("receive: buffer overrun: 16384"));
-}
-
 TEST_F(ControlLinkTest, VersionReplies) {
     const std::string bomb = std::string(16000, '[');
     const struct {

@@ -18,31 +18,6 @@ struct ReportQueueTest : ::testing::Test {
     }
 };
 
-TEST_F(ReportQueueTest, ReusesItsSlotsInOrder) {
-    std::vector<AircraftReport> room(500);
-    EXPECT_EQ(reportQueue.take(room), 0U);
-    // Twice round the ring with a varying fill.
-    std::uint32_t in = 0, out = 0;
-    for (int round = 0; round < 40; ++round) {
-        for (int i = 0; i < 500; ++i)
-            push(in++);
-        room.resize(round < 20 ? 250 : 500);
-        ASSERT_EQ(reportQueue.take(room), room.size());
-        for (const AircraftReport& report : room)
-            ASSERT_EQ(report.hexid, out++);
-        ASSERT_EQ(reportQueue.size(), in - out);
-    }
-    EXPECT_EQ(reportQueue.dropped(), 0U);
-    reportQueue.clear();
-    EXPECT_EQ(reportQueue.size(), 0U);
-    for (std::uint32_t i = 0; i < ReportQueue::capacity + 3; ++i)
-        push(i);
-    EXPECT_EQ(reportQueue.dropped(), 3U);
-    EXPECT_EQ(takeReports().front().hexid, 3U);
-    reportQueue.clear();
-    EXPECT_EQ(reportQueue.dropped(), 0U);
-}
-
 TEST_F(ReportQueueTest, KnownAircraftGoFirstAndNobodyStarves) {
     KnownAircraft known;
     for (const std::uint32_t hexid : {20001U, 20003U, 20000U, 20002U})

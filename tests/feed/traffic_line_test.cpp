@@ -328,31 +328,5 @@ TEST(CategoryFilter, DropsByCategoryAndType) {
     }
 }
 
-TEST(SplitFields, CountsEmptyFieldsButATrailingOne) {
-    using Fields = std::vector<std::string_view>;
-    const std::pair<const char*, Fields> cases[] = {
-        {"", {}},
-        {"a", {"a"}},
-        {",", {""}},
-        {",,", {"", ""}},
-        {"a,b,", {"a", "b"}},
-        {"a,,b", {"a", "", "b"}},
-        {"a,,", {"a", ""}},
-        {",,,,,,,,,", {"", "", "", "", "", "", "", "", ""}},
-        {"1234567,", {"1234567"}},
-        {"12345678,", {"12345678"}},
-        {"1234567,89,-+.\xAC\x2D", {"1234567", "89", "-+.\xAC\x2D"}},
-    };
-    for (const auto& [line, expected] : cases) {
-        // With room for all and one more, for all, and for two.
-        for (const std::size_t room :
-             {expected.size() + 1, expected.size(), std::min<std::size_t>(expected.size(), 2)}) {
-            Fields fields(room);
-            fields.resize(splitFields(line, fields));
-            EXPECT_EQ(fields, Fields(expected.begin(), expected.begin() + std::min(room, expected.size()))) << line;
-        }
-    }
-}
-
 } // namespace
 } // namespace kes::test

@@ -223,24 +223,6 @@ TEST_F(TrafficReaderTest, WorkerAndReaderShareTheInputs) {
     EXPECT_TRUE(enough);
 }
 
-TEST_F(TrafficReaderTest, ResetBringsBackTheStartValues) {
-    feed(trafficReader, feedLine());
-    feed(qnhReader, R"({"QNH": 990})");
-    trafficReader.setCollectCallsigns();
-    feed(trafficReader, feedLine());
-    trafficReader.stopFlag = qnhReader.stopFlag = true;
-    trafficReader.lampShowsData = qnhReader.lampShowsData = false;
-    qnhReader.datagramCount = qnhReader.lastSeenCount = 7;
-    resetReaders();
-    EXPECT_EQ(trafficReader.timestamp, 0.0);
-    EXPECT_FALSE(trafficReader.stopFlag || qnhReader.stopFlag);
-    EXPECT_TRUE(trafficReader.lampShowsData && qnhReader.lampShowsData);
-    EXPECT_EQ(qnhReader.datagramCount + qnhReader.lastSeenCount, 0U);
-    EXPECT_TRUE(qnhReader.lastQnh == 1013 && currentQnh == 1013);
-    EXPECT_TRUE(trafficReader.collecting()) << "a renewal that has begun goes on";
-    EXPECT_TRUE(trafficReader.takeCallsigns().empty());
-}
-
 // Recordings of real traffic, beside the source folder.
 
 const std::filesystem::path recordings = std::filesystem::path(KES_SOURCE_DIR) / "../shared/data/traffic";
@@ -257,30 +239,6 @@ std::vector<std::string> readLines(const std::filesystem::path& path) {
     }
     gzclose(file);
     return lines;
-}
-
-TEST_F(TrafficReaderTest, BothDialectsAreRead) {
-    const auto lines = readLines(recordings / "README.md");
-    if (lines.empty()) {
-        GTEST_SKIP() << "no recordings at " << recordings;
-    }
-    trafficReader.setUserPosition(-33.9, 152.7);
-    std::vector<AircraftReport> reports;
-    int found = 0;
-    for (const std::string& line : lines) {
-        if (!line.starts_with("    RT"))
-            continue;
-        ++found;
-        feed(trafficReader, line.substr(4));
-        for (AircraftReport& report : takeReports())
-            reports.push_back(std::move(report));
-    }
-    ASSERT_EQ(found, 3) << "present dialect, older dialect, parked";
-    ASSERT_EQ(reports.size(), 2U);
-    EXPECT_EQ(reports[0].model + reports[1].model, "B789B789");
-    EXPECT_FALSE(reports[0].sample.trueHeadingValid) << "a source with a prefix is another source";
-    EXPECT_TRUE(reports[1].sample.trueHeadingValid && reports[1].sample.airborne);
-    EXPECT_TRUE(logLines().empty());
 }
 
 TEST_F(TrafficReaderTest, RecordingsAreReadInFull) {
