@@ -34,14 +34,6 @@ TEST_F(Document, FillsEachTableFromItsSection) {
     EXPECT_EQ(dbaseSize(), 0u);
 }
 
-TEST_F(Document, TwoScrambledFormsOfOneAirlineAreOneMember) {
-    std::string other = encryptAirline("KLM");
-    other[0] = other[0] == 'X' ? 'Y' : 'X';
-    DocumentText().set("ICAO_airlines", "<ICAO codes=\"" + airline("KLM") + "," + escaped(other) + ",DLH\"/>").read();
-    EXPECT_EQ(referenceData().icaoAirlines, (CodeSet{"DLH", "KLM"}));
-    EXPECT_TRUE(folder.logHas("Unencrypted airline DLH in decrypt airl?\n"));
-}
-
 TEST_F(Document, EmptySectionsAreUserErrors) {
     struct Case {
         const char *section, *child, *attribute;
@@ -139,16 +131,6 @@ TEST_F(Document, AFailedReadingLeavesTheTablesAsTheyWere) {
     EXPECT_EQ(publisherOf("orbx"), "unknown");
 }
 
-TEST_F(Document, PublisherGroupsAreSortedAsWholeValues) {
-    DocumentText()
-        .set("publishers", "<pub names=\"Orbx, FTX\"/><pub names=\"Aerosoft,  aero soft ,\"/><pub names=\"Orbx, FTX\"/>"
-                           "<pub names=\"Orbx,FTX\"/><pub names=\"Zinertek\"/>")
-        .read();
-    EXPECT_EQ(referenceData().publisherGroups,
-              (std::vector<std::vector<std::string>>{
-                  {"Aerosoft", "aero soft", ""}, {"Orbx", "FTX"}, {"Orbx", "FTX"}, {"Zinertek"}}));
-}
-
 TEST_F(Document, Wingspans) {
     DocumentText()
         .set("wingspans", span("A320", "35.8") + span("A388", "79.75") + span("A388", "10") + span("C172", " 11.0 ") +
@@ -181,19 +163,6 @@ TEST_F(Document, Wingspans) {
     EXPECT_EQ(maxWingspan(), 0);
 }
 
-TEST_F(Document, Fixes) {
-    DocumentText()
-        .set("fixes", "<fx wro=\"32A\" cor=\"A320\"/><fx wro=\"32A\" cor=\"B744\"/><fx wro=\"QQ\" cor=\"XX99\"/>"
-                      "<fx wro=\"none\"/><fx wro=\"32A\" cor=\"XX98\"/>")
-        .read();
-    EXPECT_EQ(referenceData().modelFixes.size(), 1u);
-    EXPECT_EQ(referenceData().modelFixes.at("32A"), "A320");
-    EXPECT_EQ(folder.logCount("wrong part of fix: \"32A\", already exists, skipped\n"), 1u);
-    EXPECT_TRUE(folder.logHas("wrong fix QQ->XX99, the latter is not a valid model\n"));
-    EXPECT_TRUE(folder.logHas("wrong fix none->, the latter is not a valid model\n"));
-    EXPECT_TRUE(folder.logHas("wrong fix 32A->XX98, the latter is not a valid model\n"));
-}
-
 TEST_F(Document, Registrations) {
     DocumentText()
         .set("dbase", db("G-ABCD", "BAW", "A320", "GEC", "1") + db("G-ABCD", "KLM", "B744") + "<db reg=\"" +
@@ -211,19 +180,6 @@ TEST_F(Document, Registrations) {
         EXPECT_EQ(recordText(regcode), record) << regcode;
     EXPECT_EQ(folder.logCount("regcode G-ABCD already exists\n"), 1u);
     EXPECT_EQ(folder.logCount("Unencrypted airline KLM in decrypt airl?\n"), 1u);
-}
-
-TEST_F(Document, Flags) {
-    std::string all;
-    const std::vector<std::pair<std::string, bool>> values{
-        {"1", true}, {"true", true},   {"True", true},   {"yes", true}, {"Y", true},   {"0", false},
-        {"", false}, {"false", false}, {" true", false}, {"no", false}, {"on", false}, {"10", true}};
-    for (std::size_t i = 0; i < values.size(); ++i)
-        all += db("G-" + std::to_string(i), "BAW", "A320", "", values[i].first);
-    DocumentText().set("dbase", all + "<db reg=\"" + reg("G-X") + "\"/>").read();
-    for (std::size_t i = 0; i < values.size(); ++i)
-        EXPECT_EQ(lookupRegcode("G-" + std::to_string(i))->cargo, values[i].second) << '"' << values[i].first << '"';
-    EXPECT_FALSE(lookupRegcode("G-X")->cargo);
 }
 
 } // namespace

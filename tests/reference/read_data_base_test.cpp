@@ -58,12 +58,5 @@ TEST_F(DataBase, BrokenDocumentsLeaveNeitherFileNorTables) {
     }
 }
 
-TEST_F(DataBase, DocumentsFromAFileStay) {
-    std::ofstream("document.xml", std::ios::binary) << DocumentText().xml();
-    readReferenceDocument("document.xml");
-    EXPECT_TRUE(modelExists("A320"));
-    EXPECT_TRUE(fs::exists("document.xml"));
-}
-
 } // namespace
 } // namespace kes
