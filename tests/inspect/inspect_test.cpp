@@ -52,24 +52,6 @@ struct Inspect : testing::Test {
     }
 };
 
-TEST(InspectQuery, ReadsLinesAsPeopleWriteThem) {
-    const auto text = [](std::string_view line) {
-        const auto q = parseQuery(line);
-        return q ? fmt::format("{}/{}/{}/{:d}", q->airline, q->model, q->regcode, q->cargo) : "none";
-    };
-    const std::vector<std::pair<std::string_view, std::string_view>> table{{"DLH A320 D-AIPA", "DLH/A320/D-AIPA/0"},
-                                                                           {" dlh\ta320 \r", "DLH/A320//0"},
-                                                                           {"dlh  a320\r", "DLH/A320//0"},
-                                                                           {"- C172 N1A cargo", "/C172/N1A/1"},
-                                                                           {"DLH A320 - cargo", "DLH/A320//1"},
-                                                                           {"DLH", "none"},
-                                                                           {"", "none"},
-                                                                           {"DLH A320 D-AIPA freight", "none"},
-                                                                           {"a b c cargo e", "none"}};
-    for (const auto& [line, wanted] : table)
-        EXPECT_EQ(text(line), wanted) << line;
-}
-
 TEST_F(Inspect, TellsPerFileWhatItGivesOrWhyNot) {
     const auto put = [](const fs::path& folder, const std::string& text) {
         fs::create_directories(folder);
@@ -146,21 +128,6 @@ TEST_F(Inspect, AnswersWithTheStepAndTheReason) {
     EXPECT_EQ(ask("- C172"), "4|Any Cessna|generic livery of the type, taken as PVT C172");
 }
 
-TEST_F(Inspect, WorksInAFolderOfItsOwn) {
-    const fs::path before = fs::current_path();
-    fs::path inside;
-    fs::create_directories("updates");
-    {
-        const inspect::WorkFolder work("updates");
-        inside = fs::current_path();
-        EXPECT_NE(inside, before);
-        EXPECT_EQ(readFile(path::updateServer), (before / "updates").string() + "\n");
-    }
-    EXPECT_EQ(fs::current_path(), before);
-    EXPECT_FALSE(fs::exists(inside));
-    setUserDataFolder(before / "appdata" / "Kestrelune");
-}
-
 struct InspectScenery : testing::Test {
     ProgramFolder program;
     const std::string server = (program.folder / "server").string();
@@ -188,30 +155,6 @@ struct InspectBgl : InspectScenery {
         return program.temporary.write(name, bytes).string();
     }
 };
-
-TEST_F(InspectBgl, TellsWhatEachFileHolds) {
-    const std::string parking = bglParkings({{12, 5, 8, 0, 20, 0}});
-    const std::string good = put("a.bgl", bglFile(bglAirport("EDDF", 100000, bglHelipad(50, 8, 10) + parking) +
-                                                  bglAirport("N82", 0, parking) + newFormAirport("EDDN")));
-    const std::string none = put("b.bgl", bglFile({{7, 0, ""}}));
-    const std::string cut = put("c.bgl", bglFile("EDDF", {{}}).substr(0, 200));
-    const auto result = inspect::inspectBgl({good, none, cut, "nowhere.bgl"}, true);
-    const auto& first = result[0];
-    EXPECT_TRUE(first["has_airport_section"] && first["not_recognised_2024"] && !first.contains("error"));
-    EXPECT_EQ(first["first_record_type"], 86);
-    EXPECT_EQ(first["passed_over_idents"].dump(), R"(["N82"])");
-    EXPECT_EQ(first["new_form_idents_unused"].dump(), R"(["EDDN"])");
-    ASSERT_EQ(first["airports"].size(), 1U);
-    const auto& airport = first["airports"][0];
-    EXPECT_EQ(airport["elevation_ft"], 328);
-    EXPECT_EQ(airport["helipads"][0]["id"], "helipad1");
-    EXPECT_EQ(airport["parkings"][0]["id"], "A5");
-    EXPECT_NEAR(airport["parkings"][0]["heading_deg"].get<double>(), 360, 1e-9);
-    EXPECT_NEAR(airport["parkings"][0]["radius_m"].get<double>(), 20, 1e-9);
-    EXPECT_FALSE(result[1]["has_airport_section"].get<bool>() || result[1].contains("error"));
-    EXPECT_TRUE(result[2].contains("error") && result[2]["broken_airport"] == "EDDF");
-    EXPECT_TRUE(result[3].contains("error"));
-}
 
 TEST_F(InspectBgl, TellsWhatAScanMakesOfFoldersAndChangesNothing) {
     put("sim/orbx-eglc/a.bgl", bglFile("EGLC", {{}, {12, 6}}));
