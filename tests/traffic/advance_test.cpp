@@ -53,40 +53,6 @@ TEST_F(AdvanceTest, TheTicksOfALegAddUpToIt) {
     }
 }
 
-TEST_F(AdvanceTest, WhatATickDoesWithHeadingAndPlace) {
-    using enum FlightState;
-    struct Row {
-        FlightState fs;
-        bool turning;
-        double turn; ///< of this tick; by the leg's step 0.001, towards the target 0.002
-        bool moves = true;
-    };
-    for (const Row& row :
-         {Row{flying, true, 0.001}, Row{take_off, true, 0.001}, Row{parked, true, 0.001}, Row{birth, true, 0.001},
-          Row{taxi, false, 0}, Row{taxi, true, 0.002}, Row{parking, false, 0.002}, Row{pushing_back, false, 0},
-          Row{pushing_back, true, 0.002}, Row{pushed_back, false, 0, false}, Row{pushed_back, true, 0.002, false}}) {
-        for (const double side : {1.0, -1.0}) {
-            SCOPED_TRACE(fmt::format("{} {} {}", text(row.fs), row.turning, side));
-            Flight f({air(0, 5000)});
-            f.a.fs = row.fs;
-            f.a.turning = row.turning;
-            // Over north and over the date line, to either side.
-            f.a.heading = side > 0 ? twoPi - 0.0001 : 0.0001;
-            f.a.headingStep = 0.001 * side;
-            f.a.targetHeading = normalizeAngle(f.a.heading + 0.5 * side);
-            f.a.turnRate = 0.002;
-            f.a.lon = 179.9999 * side;
-            f.a.latStep = 0.001;
-            f.a.lonStep = 0.001 * side;
-            const double heading = normalizeAngle(f.a.heading + row.turn * side);
-            advancePosition(f.a, f.m);
-            EXPECT_NEAR(f.a.heading, heading, 1e-12);
-            EXPECT_NEAR(f.a.lat, homeLat + (row.moves ? 0.001 : 0), 1e-12);
-            EXPECT_NEAR(f.a.lon, row.moves ? -179.9991 * side : 179.9999 * side, 1e-9);
-        }
-    }
-}
-
 /// Whatever the feed says, an aircraft moves without a jump, within its category's limits, and stays a number.
 TEST_F(AdvanceTest, NothingJumpsWhateverComes) {
     int ticksSeen = 0;

@@ -46,65 +46,6 @@ TEST_F(ConflictsTest, TheNearestStayUnderMaxLive) {
     }
 }
 
-TEST_F(ConflictsTest, ATenthOfAMileIsNotFarther) {
-    struct Case {
-        std::vector<double> miles; ///< in the order of the table, DLH304 first
-        double from;
-        std::string leaves;
-    };
-    for (const Case& c :
-         {Case{{30, 30.05}, 20, "DLH304"}, Case{{30, 30.15}, 20, "DLH305"}, Case{{30.05, 30, 30.1}, -1, "DLH304"},
-          Case{{30, 30.05, 30.12}, 29.85, "DLH306"}, Case{{30, 30.05}, 29.97, ""}, Case{{0}, -1, "DLH304"}}) {
-        resetLiveTraffic();
-        for (std::size_t i = 0; i < c.miles.size(); ++i)
-            activeFlight(firstHex + static_cast<std::uint32_t>(i), {air(c.miles[i] / 60, far), air(1, far + 1)});
-        LiveAircraft& gone = activeFlight(firstHex + 90, {air(0.9, far), air(1, far + 1)}); // farther than all
-        gone.st = AircraftStatus::removingfromsim;
-        EXPECT_EQ(removeFarthest(c.from), !c.leaves.empty());
-        EXPECT_EQ(leaving(), c.leaves + (c.leaves.empty() ? "" : " ") + gone.callsign) << c.miles.back();
-    }
-}
-
-TEST_F(ConflictsTest, ASwitchTurnsOneCategoryOff) {
-    const std::pair<BoolBox&, const char*> switches[] = {
-        {par::LIGHT_AIRCRAFT, "C172"}, {par::HELICOPTERS, "EC35"}, {par::HIGH_PERF_AIRCRAFT, "F16"}};
-    par::HIGH_PERF_AIRCRAFT.value = true; // off for want of a livery
-    for (const auto& [box, dropped] : switches) {
-        box.value = false;
-        for (const char* model : {"C172", "EC35", "F16", "C25A", "A320", "B77W"})
-            EXPECT_EQ(passesCategorySwitch(model, 8000), std::string_view(model) != dropped) << box.name << model;
-        box.value = true;
-    }
-}
-
-TEST_F(ConflictsTest, AnAltitudeNearTheAirportIsDoubtfulBelowTenThousandFeet) {
-    struct Case {
-        double elevation, alt;
-        bool passes;
-    };
-    for (const Case& c : {Case{9950, 9999, false}, Case{9950, 10000, true}, Case{364, 484, false}, Case{364, 485, true},
-                          Case{364, 243, true}, Case{100, 1, false}, Case{100, 0, true}}) {
-        setAirportRef(AirportRef{"EDDF", "FRA", homeLat, homeLon, c.elevation});
-        EXPECT_EQ(passesCategorySwitch("A320", c.alt), c.passes) << c.alt;
-    }
-    setAirportRef(std::nullopt);
-    EXPECT_TRUE(passesCategorySwitch("A320", 1));
-}
-
-TEST_F(ConflictsTest, ANewLimitTakesTheFarthest) {
-    for (std::uint32_t i = 0; i < 6; ++i)
-        activeFlight(firstHex + i, {air((i + 1) * 0.01, far), air(1, far + 1)});
-    const auto leftBy = [](std::int32_t limit) {
-        maxLive = limit;
-        applyMaxLive();
-        return leaving();
-    };
-    EXPECT_EQ(leftBy(-1), "") << "no limit";
-    EXPECT_EQ(leftBy(4), "DLH308 DLH309");
-    EXPECT_EQ(waitingOrders().removalQueue.front(), liveAircraft[5].objectid) << "the farthest first";
-    EXPECT_EQ(leftBy(0), "DLH304 DLH305 DLH306 DLH307 DLH308 DLH309");
-}
-
 TEST_F(ConflictsTest, ALimitChangedDuringARunAlsoMeetsThoseStillComing) {
     for (std::uint32_t i = 0; i < 4; ++i)
         activeFlight(firstHex + i, {air((i + 1) * 0.01, far), air(1, far + 1)});

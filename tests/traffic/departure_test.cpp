@@ -94,38 +94,5 @@ TEST_F(DepartureTest, WhatIsToldFromTheTaxiwayToTheClimb) {
     }
 }
 
-TEST_F(DepartureTest, ARotationTakesWhatIsMissingForTheTakeOff) {
-    for (const AircraftCategory category : everyCategory) {
-        SCOPED_TRACE(text(category));
-        const bool rotor = category == AircraftCategory::rotorcraft;
-        Flight f({at(0, 0, 5000, 100), at(60, 0, 5600, 100)}, category);
-        f.a.approach = f.a.landedSearch = f.a.climbing = true;
-        f.a.curve.fill(1.0);
-        f.a.bank = f.a.bankStep = f.a.headingStep = 0.1;
-        beginRotation(f.a, f.m);
-        EXPECT_EQ(f.told(),
-                  rotor ? "throttle 16383, lights nbltso-" : "throttle 0, spoilers 0, flaps 3072, lights nbltso-");
-        EXPECT_FALSE(curveRuns(f.a));
-        EXPECT_EQ(f.a.bank + f.a.bankStep + f.a.headingStep, 0);
-        EXPECT_TRUE(f.a.departing && !f.a.approach && !f.a.landedSearch && !f.a.climbing);
-        EXPECT_EQ(f.a.lateTicks, 5000);
-        EXPECT_EQ(f.a.earlyTicks, 3000);
-        // A touch-and-go: the go-around has been told of the departure, the rotation ends the landing.
-        f.a.landingRoll = f.a.approach = f.a.landedSearch = true;
-        f.a.flapsIndex = 3;
-        f.a.throttleIndex = rotor ? 4 : 3;
-        beginRotation(f.a, f.m);
-        EXPECT_EQ(f.told(), rotor ? "" : "throttle 16383, spoilers 16383, flaps 3072");
-        EXPECT_FALSE(f.a.landingRoll || f.a.approach || f.a.landedSearch);
-    }
-    const ProgramFolder program;
-    Flight f({at(0, 0, 5000, 100), at(60, 0, 5600, 100)});
-    for (const bool towed : {false, true}) {
-        f.a.towed = towed;
-        startTakeOffRun(f.a, f.m);
-        EXPECT_EQ(program.logHas("towed aircraft takes-off? " + longLabel(f.a)), towed);
-    }
-}
-
 } // namespace
 } // namespace kes::test

@@ -124,24 +124,6 @@ TEST_F(EndOfStreamTest, SpeedsOnTheGround) {
     }
 }
 
-TEST_F(EndOfStreamTest, TheFlareIsLeftToItsRows) {
-    Flight f({air(0, 5000, 0.5, 20)});
-    f.a.approach = true;
-    f.a.flareStage = 2;
-    f.a.stream[0].vs = -300;
-    ASSERT_TRUE(endOfStream(f.a, f.m));
-    EXPECT_TRUE(f.a.stream.back().vs == -300 && f.a.stream.back().alt == 20);
-    EXPECT_EQ(f.a.stream.back().gs, 1) << "nobody stands still in the air";
-}
-
-TEST_F(EndOfStreamTest, ATakeOffThatEndsClimbs) {
-    Flight f({air(0, 5000, 150, 600)});
-    f.a.fs = FlightState::take_off;
-    ASSERT_TRUE(endOfStream(f.a, f.m));
-    EXPECT_EQ(f.a.stream.back().vs, 1500);
-    EXPECT_EQ(f.a.stream.back().alt, 800);
-}
-
 TEST_F(EndOfStreamTest, ATaxiingAircraftHoldsUntilItsMinutesAreUp) {
     par::MAX_HOLDING_MINUTES.value = 2;
     Flight f({ground(0, 5000, 10)});
@@ -152,28 +134,6 @@ TEST_F(EndOfStreamTest, ATaxiingAircraftHoldsUntilItsMinutesAreUp) {
     ASSERT_TRUE(f.tickUntil([&] { return f.a.st == AircraftStatus::removingfromsim; }));
     EXPECT_EQ(f.a.lat, homeLat);
     EXPECT_EQ(f.m.in.tick, 5000 + 3 * 6000 + 1) << "more than two whole minutes";
-}
-
-TEST_F(EndOfStreamTest, WhoHoldsAndHow) {
-    struct Row {
-        FlightState fs;
-        bool departing, landingRoll, holds;
-    };
-    using enum FlightState;
-    for (const Row& row :
-         {Row{taxi, false, false, true}, Row{pushed_back, false, false, true}, Row{taxi, true, false, false},
-          Row{taxi, false, true, false}, Row{take_off, false, false, false}}) {
-        Flight f({ground(0, 5000, 10)});
-        f.a.fs = row.fs;
-        f.a.departing = row.departing;
-        f.a.landingRoll = row.landingRoll;
-        ASSERT_TRUE(endOfStream(f.a, f.m)) << text(row.fs);
-        EXPECT_EQ(f.a.holding, row.holds) << text(row.fs);
-        EXPECT_EQ(f.a.extrapCount, row.holds ? 1 : 10) << text(row.fs);
-        EXPECT_EQ(f.a.stream.back().tick, 5300) << text(row.fs);
-        EXPECT_EQ(f.a.stream.back().stopped && f.a.stream.back().gs == 0, !row.departing && !row.landingRoll)
-            << text(row.fs);
-    }
 }
 
 TEST_F(EndOfStreamTest, NobodyHoldsBesideAnother) {

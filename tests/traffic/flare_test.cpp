@@ -8,42 +8,6 @@ namespace {
 
 using FlareTest = FlightTest;
 
-/// From 150 ft above the field, 3 degrees down, on data that end in the air.
-TEST_F(FlareTest, FlaresInFourStagesAndTouchesDownSoftly) {
-    for (const double elevation : {-210.0, 0.0, 5400.0}) {
-        SCOPED_TRACE(elevation);
-        std::vector<PositionSample> stream;
-        for (int i = 0; i < 12; ++i) {
-            stream.push_back(air(0.004 * i, 5000 + 576 * i, 150, std::max(elevation + 150 - 70.0 * i, 1.0)));
-            stream.back().vs = -700;
-        }
-        Flight f(stream);
-        f.airport(elevation);
-        f.a.approach = true;
-        f.a.staticCg = 11;
-        f.a.flareTicks = 200; // shorter than the flare takes
-        f.a.staticPitch = 0.5 * degToRad;
-        f.a.alt = elevation + 150;
-        f.a.agl = 150;
-        int stage = 0;
-        double lowestNose = 0;
-        const auto landed = [&] {
-            const double height = f.a.alt - elevation;
-            if (f.m.in.tick % 20 == 0)
-                applyGroundData(f.a, height <= f.a.staticCg, elevation, height, f.m);
-            EXPECT_GE(height, f.a.staticCg - 1.0);
-            EXPECT_TRUE(f.a.flareStage == stage || f.a.flareStage == stage + 1);
-            stage = f.a.flareStage;
-            lowestNose = std::min(lowestNose, f.a.pitch);
-            return f.a.onGround;
-        };
-        ASSERT_TRUE(f.tickUntil(landed, 6000));
-        EXPECT_EQ(stage, 4);
-        EXPECT_NEAR(lowestNose * radToDeg, -4, 1e-9) << "nose up, and no further";
-        EXPECT_TRUE(f.a.landingRoll && f.a.derotating && !f.a.approach);
-    }
-}
-
 /// The first row goes by the lower of the two heights, the others by the simulator's alone.
 TEST_F(FlareTest, EachStageHasItsHeightAndTheNoseComesDownAfterIt) {
     struct Stage {

@@ -72,14 +72,6 @@ TEST_F(FlightPhasesTest, NoiseIsStandingStillOnTheGroundAndNothingInTheAir) {
     }
 }
 
-TEST_F(FlightPhasesTest, AHelicopterMayHover) {
-    const PositionSample last = air(0, 9000, 5, 600);
-    Flight f({last, last}, AircraftCategory::rotorcraft);
-    f.report(northOf(last, 0, 0));
-    ASSERT_EQ(f.a.sz(), 3U);
-    EXPECT_TRUE(f.a.stream[2].stopped);
-}
-
 TEST_F(FlightPhasesTest, ShortStopsAreTakenOut) {
     struct Row {
         const char* name;
@@ -107,20 +99,6 @@ TEST_F(FlightPhasesTest, ShortStopsAreTakenOut) {
         EXPECT_EQ(f.a.sz(), row.kept ? 6U : 3U);
         EXPECT_FALSE(f.a.stream.back().stopped);
         EXPECT_EQ(f.a.stream[1].tick, 9000) << "the last moving sample stays";
-    }
-}
-
-/// A stop of many samples: the search for its beginning goes five samples back and no farther.
-TEST_F(FlightPhasesTest, OnlyTheLastFiveSamplesOfAStopAreLookedAt) {
-    for (std::size_t stops = 1; stops <= 7; ++stops) {
-        std::vector<PositionSample> stream{ground(-0.001, 8000), ground(0, 9000)};
-        for (std::size_t i = 1; i <= stops; ++i) {
-            stream.push_back(northOf(stream[1], 0, 0, static_cast<std::int32_t>(100 * i)));
-            stream.back().stopped = true;
-        }
-        Flight f(stream);
-        f.report(northOf(stream[1], 60, 10, 2000));
-        EXPECT_EQ(f.a.sz(), stops <= 5 ? 3U : stops + 3) << stops;
     }
 }
 
@@ -230,36 +208,6 @@ TEST_F(FlightPhasesTest, AReportEndsTheInventedWayUnlessItLiesBehind) {
     }
 }
 
-TEST_F(FlightPhasesTest, ATakeOffRunBeginsWithTheSecondFastSample) {
-    struct Row {
-        const char* name;
-        double lastGs, gs;
-        bool airborne;
-        FlightState fs;
-        AircraftStatus st;
-        bool begins;
-    };
-    using enum FlightState;
-    constexpr AircraftStatus active = AircraftStatus::active;
-    for (const Row& row : {Row{"two fast ones", 43, 43, false, taxi, active, true},
-                           Row{"a slow one", 42.9, 50, false, taxi, active, false},
-                           Row{"a second slow one", 50, 42.9, false, taxi, active, false},
-                           Row{"airborne", 30, 80, true, taxi, active, true},
-                           Row{"just come down", 50, 50, false, flying, active, false},
-                           Row{"not in the simulator", 50, 50, false, taxi, AircraftStatus::adding2sim, false}}) {
-        SCOPED_TRACE(row.name);
-        Flight f({ground(0, 9000, row.lastGs)});
-        f.a.fs = row.fs;
-        f.a.st = row.st;
-        PositionSample n = northOf(f.a.stream.back(), 400, row.gs);
-        n.alt = row.airborne ? 100 : 0;
-        n.airborne = row.airborne;
-        f.report(n);
-        EXPECT_EQ(f.a.departing, row.begins);
-        EXPECT_EQ(f.a.lateTicks, row.begins ? 5000 : 1000);
-    }
-}
-
 TEST_F(FlightPhasesTest, WhatATakeOffRunAndAGoAroundFromTheRunwayAreTold) {
     struct Row {
         const char* name;
@@ -291,77 +239,6 @@ TEST_F(FlightPhasesTest, WhatATakeOffRunAndAGoAroundFromTheRunwayAreTold) {
             EXPECT_EQ(fmt::format("{} {}", f.a.lateTicks, f.a.earlyTicks), told.empty() ? "1000 1000" : "5000 3000");
             EXPECT_EQ(f.a.fs, FlightState::taxi);
         }
-    }
-}
-
-TEST_F(FlightPhasesTest, ThePushIsWatchedForItsSideWhileItRunsStraight) {
-    struct Row {
-        const char* name;
-        bool straightOnly;
-        std::int32_t step;
-        bool headingValid;
-        double headingDegrees, trackDegrees; ///< the aircraft's heading is 350
-        int side;                            ///< 1 = right, -1 = left, 0 = not learnt
-    };
-    for (const Row& row :
-         {Row{"by the heading", false, 2, true, 10, 300, 1}, Row{"to the left", false, 2, true, 340, 10, -1},
-          Row{"by the track", false, 2, false, 340, 10, 1}, Row{"no track", false, 2, false, 10, 0, 0},
-          Row{"a heading is enough", false, 2, true, 10, 0, 1}, Row{"in its curve", false, 1, true, 10, 10, 0},
-          Row{"straight only", true, 2, true, 10, 10, 0}}) {
-        SCOPED_TRACE(row.name);
-        par::STRAIGHT_PBS_ONLY.value = row.straightOnly;
-        Flight f({ground(0, 9000, 3)});
-        f.a.fs = FlightState::pushing_back;
-        f.a.pushbackStep = row.step;
-        f.a.heading = 350 * degToRad;
-        PositionSample n = northOf(f.a.stream[0], 30, 3);
-        n.trueHeadingValid = row.headingValid;
-        n.trueHeading = row.headingDegrees * degToRad;
-        n.track = row.trackDegrees;
-        f.report(n);
-        EXPECT_EQ(f.a.pushbackTurnRight.has_value(), row.side != 0);
-        EXPECT_EQ(f.a.pushbackTurnRight.value_or(false), row.side > 0);
-        EXPECT_EQ(f.a.sz(), 1U);
-    }
-}
-
-TEST_F(FlightPhasesTest, APushedBackAircraftWaitsUntilItDrivesOff) {
-    struct Row {
-        double before, metres; ///< away from the aircraft: the last report, this one. Half the span is 17 m
-        bool driven;
-    };
-    for (const Row& row :
-         {Row{40, 46, false}, Row{40, 47.5, true}, Row{60, 50, false}, Row{1e6, 101, false}, Row{1e6, 103, true}}) {
-        Flight f({ground(0, 60000, 0)});
-        f.a.fs = FlightState::pushed_back;
-        f.a.lastAwayDist = row.before / metresPerNm;
-        f.a.extrapCount = 1;
-        f.a.pushbackTurnRight = true;
-        f.a.pushbackStep = 1;
-        f.a.sid = 5;
-        f.a.standCargo = true;
-        f.a.stream[0].stopped = true;
-        f.a.holding = row.driven; // since an earlier report
-        PositionSample n = northOf(f.a.stream[0], row.metres, 5);
-        n.stopped = true;
-        f.report(n);
-        ASSERT_EQ(f.a.sz(), row.driven ? 2U : 1U) << row.metres;
-        const std::string state = fmt::format(
-            "{}, step {}, turn {}, sid {}, cargo {}, holding {} since {}, begins {}, invented {}, late {}, stopped {}",
-            text(f.a.fs), f.a.pushbackStep, f.a.pushbackTurnRight.has_value(), f.a.sid, f.a.standCargo, f.a.holding,
-            f.a.holdStartTick, f.a.stream[0].tick, f.a.extrapCount, f.a.lateTicks, f.a.stream.back().stopped);
-        EXPECT_EQ(state, row.driven
-                             ? "taxi, step 0, turn false, sid 0, cargo false, holding false since 0, begins 5001, "
-                               "invented 0, late 3000, stopped false"
-                             : "pushed_back, step 1, turn true, sid 5, cargo true, holding true since 5000, begins "
-                               "60000, invented 1, late 1000, stopped true")
-            << row.metres;
-        if (row.driven)
-            continue;
-        EXPECT_NEAR(f.a.lastAwayDist, row.metres / metresPerNm, 1e-4 / metresPerNm * row.metres) << row.metres;
-        f.m.in.tick += 10;
-        f.report(n);
-        EXPECT_EQ(f.a.holdStartTick, f.m.in.tick - 10) << "the hold goes on";
     }
 }
 

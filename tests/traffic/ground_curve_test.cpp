@@ -50,19 +50,5 @@ TEST_F(GroundCurveTest, ACornerIsABezierCurve) {
     EXPECT_EQ(late.a.curveStep, 1 / 25.0) << "also where the data are long past";
 }
 
-TEST_F(GroundCurveTest, TurnsTheShorterWayAtTheRateAndNoFinerThanHalfADegree) {
-    Flight f({at(0, 0, 5000), at(9, 0, 6000)});
-    f.a.turnRate = 2 * degToRad;
-    struct Row {
-        double from, to, reached; ///< degrees
-    };
-    for (const Row& row : {Row{10, 30, 12}, Row{30, 10, 28}, Row{350, 20, 352}, Row{10, 340, 8}, Row{10, 11, 11},
-                           Row{10, 10.4, 10}, Row{10, 9.6, 10}, Row{10, 10.6, 10.6}}) {
-        f.a.heading = row.from * degToRad;
-        turnTowards(f.a, row.to * degToRad);
-        EXPECT_NEAR(f.a.heading * radToDeg, row.reached, 1e-9) << row.from << " to " << row.to;
-    }
-}
-
 } // namespace
 } // namespace kes::test

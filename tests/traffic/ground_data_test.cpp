@@ -9,32 +9,6 @@ namespace {
 
 using GroundDataTest = FlightTest;
 
-TEST_F(GroundDataTest, HeightOnTheGroundIsTheSimulators) {
-    struct Row {
-        const char* name;
-        bool onGround;
-        std::int32_t rotation;
-        bool simOnGround;
-        double alt;
-        bool after;
-    };
-    for (const Row& row : {Row{"rolling", true, 1, true, 409, true}, Row{"on a bump", true, 1, false, 409, true},
-                           Row{"rotating", false, 2, true, 409, false}, Row{"lifted off", false, 1, false, 77, false},
-                           Row{"in the climb", false, -5, false, 77, false}}) {
-        SCOPED_TRACE(row.name);
-        Flight f({at(0, 0, 5000), at(30, 0, 5600)});
-        f.a.onGround = row.onGround;
-        f.a.rotationCount = row.rotation;
-        f.a.fs = row.rotation == 1 ? FlightState::taxi : FlightState::take_off;
-        f.a.alt = 77;
-        f.a.staticCg = 9;
-        applyGroundData(f.a, row.simOnGround, 400, 33, f.m);
-        EXPECT_EQ(f.a.alt, row.alt);
-        EXPECT_EQ(f.a.agl, 33);
-        EXPECT_EQ(f.a.onGround, row.after);
-    }
-}
-
 TEST_F(GroundDataTest, OddValuesOfTheStandingAircraftAreReplaced) {
     const ProgramFolder program;
     struct Row {

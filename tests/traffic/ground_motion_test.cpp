@@ -68,28 +68,6 @@ TEST_F(GroundMotionTest, WhichCornersGetACurve) {
     }
 }
 
-TEST_F(GroundMotionTest, AMidpointIsTheMeanAndMoves) {
-    struct Row {
-        double lon0, lon1, lon, alt0, alt1, alt;
-    };
-    for (const Row& row : {Row{8, 8.2, 8.1, 0, 0, 0}, Row{8.2, 8, 8.1, 100, 300, 200},
-                           Row{179.9, -179.7, 180.1, 0, -50, 0}, Row{-179.9, 179.7, -180.1, 0, 50, 25}}) {
-        Flight f({stopAt(0, 5000), at(100, 0, 6001, 20)});
-        f.a.stream[0].gs = 10;
-        f.a.stream[0].lon = row.lon0;
-        f.a.stream[1].lon = row.lon1;
-        f.a.stream[0].alt = row.alt0;
-        f.a.stream[1].alt = row.alt1;
-        insertMidpoint(f.a);
-        ASSERT_EQ(f.a.sz(), 3U);
-        const PositionSample& middle = f.a.stream[1];
-        EXPECT_NEAR(middle.lon, row.lon, 1e-9);
-        EXPECT_NEAR(north(middle.position()), 50, 1e-6);
-        EXPECT_TRUE(middle.alt == row.alt && middle.airborne == (row.alt > 0));
-        EXPECT_TRUE(middle.gs == 15 && middle.tick == 5500 && !middle.stopped);
-    }
-}
-
 TEST_F(GroundMotionTest, RotatesWhenTheSamplesAheadSayThatItFlies) {
     using enum AircraftCategory;
     enum Climb { none, asTheData, most, least };

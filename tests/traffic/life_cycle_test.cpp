@@ -90,26 +90,6 @@ TEST_F(LifeCycleTest, CreatedReplies) {
         << "an object whose record has gone would stand there for ever";
 }
 
-TEST_F(LifeCycleTest, ACreationIsGivenUpTwoMinutesAfterItsHandOver) {
-    simAnswers = false;
-    feedFlight(firstHex, 20);
-    ASSERT_TRUE(runUntil([] { return waitingOrders().liveCreateQueue.size() == 1; }));
-    LiveAircraft& a = liveAircraft.at(0);
-    tickCount = tickCount + 20001; // its request waits behind others; no tick of its own passes
-    updateLiveAircraft();
-    ASSERT_EQ(liveAircraft.size(), 1U) << "the simulator has not been asked yet";
-    noteAsked(moveOne(50).createdLive, tickCount);
-    const std::int32_t asked = tickCount;
-    EXPECT_EQ(a.askedTick, asked);
-    tickCount = asked + 12000;
-    updateLiveAircraft();
-    ASSERT_EQ(liveAircraft.size(), 1U);
-    tickCount = asked + 12001;
-    updateLiveAircraft();
-    EXPECT_TRUE(liveAircraft.empty());
-    EXPECT_TRUE(program.logHas("has not come into the simulator"));
-}
-
 TEST_F(LifeCycleTest, ObjectsThatNobodyWaitsForGo) {
     simAnswers = false;
     feedFlight(firstHex);

@@ -194,36 +194,6 @@ TEST_F(Parking, AStandIsOfferedByNameAndByWhatTheFeedShows) {
     }
 }
 
-TEST_F(Parking, IsNotBornBesideANeighbourThatIsTooClose) {
-    struct Case {
-        const char* name;
-        double metres; ///< between the stands
-        FlightState fs;
-        const char* callsign;
-        bool placed; ///< the neighbour's stand has a position
-        bool inTheWay;
-    };
-    const Case cases[] = {
-        {"too close", 35, FlightState::parked, "BAW1", true, true},
-        {"far enough", 38, FlightState::parked, "BAW1", true, false},
-        {"pushing back", 35, FlightState::pushing_back, "BAW1", true, true},
-        {"on its way", 35, FlightState::taxi, "BAW1", true, false},
-        {"itself", 35, FlightState::parked, "DLH304", true, false},
-        {"nobody knows where", 38, FlightState::parked, "BAW1", false, true},
-    };
-    for (const Case& c : cases) {
-        resetLiveTraffic();
-        standsAt({0, c.metres});
-        stands[0].adjacent = {2};
-        if (!c.placed)
-            stands[1].lat = stands[1].lon = 0;
-        LiveAircraft newcomer = stopped(0);
-        liveOn(2, c.callsign, c.fs).wingspan = 17 * metreNm;
-        newcomer.wingspan = 17 * metreNm;
-        EXPECT_EQ(neighbourInTheWay(newcomer, stands[0]), c.inTheWay) << c.name;
-    }
-}
-
 TEST_F(Parking, StaticAircraftMakeWay) {
     standsAt({0, 30, 31});
     LiveAircraft& a = stopped(0);
@@ -282,6 +252,7 @@ TEST_F(Parking, AStaticAircraftThatIsTheSameGoes) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         resetLiveTraffic();
+        EXPECT_TRUE(landingList.empty()) << "of the row before";
         parkedAircraft.clear();
         AiAircraft& parked = staticOn(1);
         parked.coupledCs1 = "LH11";
@@ -377,55 +348,6 @@ TEST_F(Parking, ABirthOnAStandCounts) {
     ASSERT_EQ(toPark.size(), 1U) << "nobody else is planned for it";
     EXPECT_EQ(toPark[0].sid, 2U);
     toPark.clear();
-}
-
-TEST_F(Parking, OnlyWhoComesToTheAirportIsGuessedAt) {
-    const struct {
-        const char* name;
-        std::function<void(LiveAircraft&)> change;
-        bool force, guessed;
-    } rows[] = {
-        {"low over it", [](LiveAircraft& a) { a.agl = 2499; }, false, true},
-        {"high over it", [](LiveAircraft& a) { a.agl = 2500; }, false, false},
-        {"high over it at its end", [](LiveAircraft& a) { a.agl = 2500; }, true, true},
-        {"elsewhere", [](LiveAircraft& a) { a.lat += 5.1 / 60; }, true, false},
-        {"on a stand", [](LiveAircraft& a) { a.sid = 1; }, true, false},
-        {"nobody is to be", [](LiveAircraft&) { par::LEARN_SOFT.value = false; }, true, false},
-        {"enough is known", [](LiveAircraft&) { learningAllowed = false; }, true, false},
-        {"no airport", [](LiveAircraft&) { airportLoaded = false; }, true, false},
-    };
-    for (const auto& row : rows) {
-        resetLiveTraffic();
-        standsAt({0});
-        resetStandLearning();
-        par::LEARN_SOFT.value = learningAllowed = true;
-        airportLoaded = true;
-        LiveAircraft& a = stopped(0);
-        row.change(a);
-        learnStand(a, row.force);
-        EXPECT_EQ(saveUpdates, row.guessed ? 1 : 0) << row.name;
-    }
-}
-
-TEST_F(Parking, NoMoreParkThanWanted) {
-    standsAt({0, 100, 200});
-    setWallClockMs(1'000'000'000);
-    liveOn(1, "LONG").parkedTime = 0;
-    liveOn(2, "SHORT").parkedTime = monotonicMs();
-    wantedParked = 2;
-    checkMaxPark(0);
-    EXPECT_EQ(leaving(), "");
-    staticOn(3).parkedAt = {1, 47};
-    staticOn(3).parkedAt = {2, 1};
-    checkMaxPark(1);
-    EXPECT_EQ(leaving(), "LONG");
-    EXPECT_TRUE(program.logHas("A1: LONG     max park exceeded, removed"));
-    EXPECT_FALSE(leaves(parkedAircraft[0]));
-    EXPECT_TRUE(leaves(parkedAircraft[1])) << "the last one that came";
-    par::INITIAL_LOAD_ONLY.value = true;
-    wantedParked = 1;
-    checkMaxPark(1);
-    EXPECT_EQ(leaving(), "LONG");
 }
 
 TEST_F(Parking, WhenTheAirportGoesItsAircraftGo) {

@@ -9,25 +9,6 @@ namespace {
 
 using SpawnTest = TrafficTest;
 
-TEST_F(SpawnTest, AFlightEntersTheSimulatorAndBecomesActive) {
-    feedFlight(firstHex);
-    const std::int32_t due = liveAircraft.at(0).stream.front().tick;
-    ASSERT_TRUE(runUntil([] { return liveAircraft[0].st == AircraftStatus::adding2sim; }));
-    EXPECT_EQ(tickCount, due - 100 + 1) << "a second before its first sample";
-    ASSERT_TRUE(runUntil([&] { return !created.empty(); }));
-    const CreateRequest& r = created.at(0);
-    EXPECT_EQ(fmt::format("{} {} {} {} {} {:.6f} {:.6f} {}", r.hexid, r.tailNumber, r.title, r.lat, r.alt, r.heading,
-                          r.pitch, r.airspeed),
-              fmt::format("{} {} FSLTL_DLH {} 8000 0.000000 -3.000000 0", firstHex, liveAircraft[0].callsign, homeLat));
-    EXPECT_TRUE(liveAircraft[0].reverseThrust);
-    const std::int32_t confirmed = tickCount; // the reply is there at this tick
-    ASSERT_TRUE(runUntil([] { return liveAircraft[0].st == AircraftStatus::active; }));
-    EXPECT_EQ(tickCount, confirmed + 200) << "two seconds after the simulator's word";
-    EXPECT_EQ(liveAircraft[0].fs, FlightState::flying);
-    EXPECT_FALSE(liveAircraft[0].onGround);
-    EXPECT_EQ(landingList.front(), firstHex);
-}
-
 TEST_F(SpawnTest, LeadTimesAndTheFateOfPoorStreams) {
     feedFlight(firstHex);
     LiveAircraft& a = liveAircraft.at(0);
@@ -115,22 +96,6 @@ TEST_F(SpawnTest, AKeyWithoutLiveryIsToldOnceAndNotSearchedAgain) {
     EXPECT_TRUE(program.logHas("\nNo match found for: \nDLH A388 X-XXXX\n\n"));
 }
 
-TEST_F(SpawnTest, TheOldestKeysWithoutLiveryMakeRoom) {
-    NoMatchList list;
-    const auto key = [](std::size_t n) { return "DLH A388 X-" + std::to_string(n); };
-    for (std::size_t i = 0; i < NoMatchList::limit + 5; ++i) {
-        list.add(key(i));
-        list.add(key(i)); // known already
-    }
-    ASSERT_EQ(list.keys().size(), NoMatchList::limit);
-    EXPECT_EQ(list.keys().front(), key(5));
-    EXPECT_EQ(list.keys().back(), key(NoMatchList::limit + 4));
-    for (const std::size_t n : {0U, 4U, 5U, 1004U, 1005U})
-        EXPECT_EQ(list.contains(key(n)), n >= 5 && n < NoMatchList::limit + 5) << n;
-    list.clear();
-    EXPECT_FALSE(list.contains(key(9)));
-}
-
 TEST_F(SpawnTest, TheTitleOfAHexidIsKeptUntilItFails) {
     feedFlight(firstHex);
     ASSERT_TRUE(runUntil([&] { return !created.empty(); }));
@@ -169,26 +134,6 @@ TEST_F(SpawnTest, ManyWaitingRequestsHoldBackBirthsAlongTheirRoute) {
     a.st = AircraftStatus::buffer;
     a.fs = FlightState::flying; // a respawn does not wait
     EXPECT_EQ(whenDue(), AircraftStatus::adding2sim);
-}
-
-TEST_F(SpawnTest, TheLastOfTheSpawnQueueGoesFirstAndAnEmptyCallsignIsTold) {
-    for (std::uint32_t i = 0; i < 3; ++i) {
-        activeFlight(firstHex + i, {air(0, 0), air(0, 9)});
-        orderBirth(firstHex + i);
-    }
-    spawnNext();
-    spawnNext();
-    EXPECT_EQ(waitingOrders().liveCreateQueue.at(0).hexid, firstHex + 2);
-    EXPECT_EQ(waitingOrders().liveCreateQueue.at(1).hexid, firstHex + 1);
-    liveAircraft[0].callsign.clear();
-    spawnNext();
-    EXPECT_EQ(waitingOrders().liveCreateQueue.size(), 2U);
-    EXPECT_TRUE(program.logHas("operator () objectid = 0?"));
-    EXPECT_FALSE(liveAircraft[0].deleteNow) << "it has an object";
-    liveAircraft[0].st = AircraftStatus::adding2sim;
-    orderBirth(firstHex);
-    spawnNext();
-    EXPECT_TRUE(liveAircraft[0].deleteNow) << "its place would be taken for good";
 }
 
 TEST_F(SpawnTest, StopsAtTheStartOfTheStreamAreMadeConsistent) {

@@ -106,45 +106,6 @@ TEST_F(StandsTest, AParkedAircraftLeavesWhenItReallyMoves) {
     EXPECT_GT(seen.parkedTime, 0) << "a report near the stand proves that it stands there";
 }
 
-TEST_F(StandsTest, WhoDrivesPastItsStandTaxiesOn) {
-    for (const double metres : {84.0, 86.0}) {
-        LiveAircraft& a = parkedFlight("A320");
-        a.fs = FlightState::parking;
-        a.fsPrevious = FlightState::taxi;
-        decodeExisting(a, away(metres), motionNow());
-        EXPECT_EQ(a.fs, metres < 85 ? FlightState::parking : FlightState::taxi);
-        EXPECT_FALSE(a.pullOutDue);
-        EXPECT_EQ(a.sz(), metres < 85 ? 1U : 2U);
-        EXPECT_FALSE(metres > 85 && a.stream.back().stopped);
-    }
-}
-
-TEST_F(StandsTest, AShortStayAfterALandingTellsATow) {
-    struct Case {
-        const char* model;
-        double minutes; ///< a shorter stay is a tow; 0 = none is
-    };
-    for (const Case& c :
-         {Case{"B77W", 60}, Case{"A320", 25}, Case{"C25A", 15}, Case{"C172", 0}, Case{"F16", 0}, Case{"EC35", 0}}) {
-        for (const bool shorter : {true, false}) {
-            for (const bool landed : {true, false}) {
-                LiveAircraft& a = parkedFlight(c.model, std::max(c.minutes + (shorter ? -0.01 : 0.01), 0.5));
-                a.landedSearch = landed;
-                decodeExisting(a, away(86), motionNow());
-                EXPECT_EQ(a.towed, shorter && landed && c.minutes > 0) << c.model << shorter << landed;
-            }
-        }
-    }
-    LiveAircraft& a = parkedFlight("B77W", 1);
-    a.fs = FlightState::parking;
-    a.fsPrevious = FlightState::taxi;
-    for (const double metres : {1.0, 40.0})
-        decodeExisting(a, away(metres), motionNow());
-    EXPECT_TRUE(a.pullOutDue);
-    EXPECT_FALSE(a.towed) << "it has not even parked";
-    EXPECT_NE(a.stream[0].tick, tickCount + 1);
-}
-
 TEST_F(StandsTest, BornOnAStandThatFits) {
     struct Case {
         const char* name;
