@@ -350,6 +350,20 @@ TEST_F(Parking, ABirthOnAStandCounts) {
     toPark.clear();
 }
 
+TEST_F(Parking, OnlyWhoComesToTheAirportIsGuessedAt) {
+    learningAllowed = par::LEARN_SOFT.value = true;
+    LiveAircraft& a = stopped(0);
+    a.agl = 2500;
+    learnStand(a, false);
+    EXPECT_EQ(saveUpdates, 0) << "high over it";
+    par::LEARN_SOFT.value = false;
+    learnStand(a, true);
+    EXPECT_EQ(saveUpdates, 0) << "nobody is to be";
+    par::LEARN_SOFT.value = true;
+    learnStand(a, true);
+    EXPECT_EQ(saveUpdates, 1) << "at its end";
+}
+
 TEST_F(Parking, WhenTheAirportGoesItsAircraftGo) {
     liveOn(1, "PARKED").sid = 1;
     liveOn(0, "TAXI", FlightState::taxi);
