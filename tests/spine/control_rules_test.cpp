@@ -218,6 +218,20 @@ TEST_F(ControlRulesTest, WhatNeedsANewStartEndsTheRunAtOnce) {
     EXPECT_EQ(stored("MSFS_INSTALL_PATH"), community);
 }
 
+TEST_F(ControlRulesTest, ARunBeginsWithTheControlsThatMakeSense) {
+    for (const bool on : {true, false}) {
+        par::LIG_AUTOMATIC.value = par::AUTO_RANGE.value = on;
+        enableForRun();
+        EXPECT_EQ(window.enabled(par::AI_PACKAGE_ORDER), on);
+        EXPECT_EQ(window.enabled(par::AUTO_RANGE_ABOVE_HEIGHT), on);
+        EXPECT_EQ(window.enabled(par::LATERAL_RANGE), !on);
+        EXPECT_TRUE(window.enabled(par::MAX_LIVE));
+        for (const Control* later :
+             std::initializer_list<const Control*>{&par::reRead, &par::flushStatic, &par::CALLSIGN_2_OBJECTID})
+            EXPECT_FALSE(window.enabled(*later));
+    }
+}
+
 TEST_F(ControlRulesTest, ANewStartReadsWhatTheUserHasJustSet) {
     dataBaseRead = true;
     setRunSleepScale(0.02);

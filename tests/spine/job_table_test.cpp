@@ -124,6 +124,11 @@ TEST_F(JobTableTest, EachJobDoesItsWork) {
     const auto twinOrdered = [] {
         return !waitingOrders().removalQueue.empty() && waitingOrders().removalQueue.back() == 77;
     };
+    const auto noList = [] {
+        par::CALLSIGN_OBJECTIDS.value = par::MSFS_2020.value = true;
+        std::filesystem::remove(path::callsign2ObjectId);
+    };
+    const auto listed = [] { return std::filesystem::exists(path::callsign2ObjectId); };
     const auto userKnown = [] {
         return trafficReader.inputs().userPosition.lat == userAircraft.lat && userAircraft.lat != 0;
     };
@@ -137,6 +142,7 @@ TEST_F(JobTableTest, EachJobDoesItsWork) {
         {"silent lamps", 15, lamps(true, Lamp::silent), onlyTraffic},
         {"- lamps without light", 15, lamps(false, Lamp::silent), trafficLamp(Lamp::receiving)},
         {"twins", 61, placeTwin, twinOrdered},
+        {"callsign list", 62, noList, listed},
         {"user's position", 15, [] { trafficReader.setUserPosition(0, 0); }, userKnown},
         {"minutes to the renewal", 60, [] { readouts.minutesToRenewal = -1; },
          [] { return readouts.minutesToRenewal == 19; }},
