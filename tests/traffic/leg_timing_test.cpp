@@ -75,15 +75,6 @@ TEST_F(LegTimingTest, TheTurnRateFitsTheLeg) {
             EXPECT_EQ(f.a.lateTicks, row.window);
         }
     }
-    Flight f({at(0, 0, 5000), at(100, 0, 5000)});
-    f.a.legTurn = 135;
-    f.a.earlyTicks = f.a.lateTicks = 3000;
-    f.a.turning = true;
-    setLegTiming(f.a, f.m);
-    EXPECT_EQ(f.a.earlyTicks + f.a.lateTicks, 6000) << "a wider window stays";
-    f.a.turning = false;
-    setLegTiming(f.a, f.m);
-    EXPECT_EQ(f.a.turnRate, f.a.turnRateBase);
 }
 
 } // namespace
