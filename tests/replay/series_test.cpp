@@ -27,6 +27,13 @@ TEST(Series, QuantilesComeWithinABinOfTheTruth) {
     }
     EXPECT_EQ(series.count(), 20000U);
     EXPECT_EQ(series.maximum(), values.back());
+    Series whole, rest;
+    for (int i = 0; i < 20000; ++i)
+        (i < 13000 ? whole : rest).add(values[i], {7, i});
+    whole.add(rest);
+    EXPECT_EQ(whole.count(), 20000U);
+    EXPECT_EQ(whole.quantile(0.95), series.quantile(0.95));
+    EXPECT_EQ(whole.maximum(), series.maximum());
     series.add(std::numeric_limits<double>::quiet_NaN(), {9, 5});
     EXPECT_EQ(series.worst().aircraft, 9U) << "what is no number is the worst there can be";
 }
