@@ -15,8 +15,6 @@
 #include "thrown.h"
 
 #include <fmt/format.h>
-#include <pugixml.hpp>
-#include <set>
 
 namespace kes::test {
 namespace {

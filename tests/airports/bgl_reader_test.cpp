@@ -10,10 +10,8 @@
 
 #include <algorithm>
 #include <fmt/format.h>
-#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <random>
 #include <set>
 
 namespace kes::test {

@@ -1,14 +1,10 @@
 // SPDX-License-Identifier: MIT
 // What a stand list notes of the aircraft that were seen, or are taken to have been, on its stands.
 #include "airports/airport_file.h"
-#include "airports/airport_ref.h"
 #include "airports/stand_learning.h"
 #include "airports/stand_search.h"
 #include "core/parameters.h"
-#include "core/random.h"
 #include "reference/reference.h"
-#include "reference/reference_document.h"
-#include "small_reference.h"
 #include "support.h"
 
 #include <fmt/format.h>

@@ -4,7 +4,6 @@
 #include "reference/scramble.h"
 
 #include <random>
-#include <stdexcept>
 
 namespace kes {
 namespace {

@@ -4,7 +4,6 @@
 #include "airports/airport_table.h"
 #include "core/run_state.h"
 #include "core/window.h"
-#include "liveries/store.h"
 #include "reference/reference.h"
 #include "sim/orders.h"
 #include "spine/flight_folder.h"

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // From the take-off run to the climb.
-#include "support.h"
-#include "traffic/departure.h"
 #include "traffic/flight.h"
 
 namespace kes::test {

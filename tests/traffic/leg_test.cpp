@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The change from one leg to the next.
 #include "traffic/flight.h"
-#include "traffic/leg.h"
 
 namespace kes::test {
 namespace {

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // From buffer into the simulator.
-#include "core/errors.h"
 #include "sim/orders.h"
 #include "traffic/harness.h"
 

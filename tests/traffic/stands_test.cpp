@@ -15,12 +15,12 @@ struct StandsTest : TrafficTest {
         setAirportRef(std::nullopt);
         TrafficTest::TearDown();
     }
-    /// Parked on the only stand for `minutes`, after a flight.
-    LiveAircraft& parkedFlight(const std::string& model, double minutes = 600) {
+    /// Parked on the only stand for ten hours, after a flight.
+    LiveAircraft& parkedFlight(const std::string& model) {
         resetLiveTraffic();
         stands.assign(1, standAt(0, 30, 0.5));
         stands[0].liveOnIt = true;
-        const std::int32_t ends = tickCount - static_cast<std::int32_t>(minutes * 6000) + sevenDays;
+        const std::int32_t ends = tickCount - 600 * 6000 + sevenDays;
         LiveAircraft& a = activeFlight(firstHex, {stopAt(0, ends)}, model);
         a.fs = FlightState::parked;
         a.fsPrevious = FlightState::birth;
