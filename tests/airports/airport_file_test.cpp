@@ -15,6 +15,9 @@
 #include "thrown.h"
 
 #include <fmt/format.h>
+#include <pugixml.hpp>
+#include <set>
+#include <sys/wait.h>
 
 namespace kes::test {
 namespace {
@@ -401,6 +404,48 @@ TEST_F(AirportFileTest, AFailedSaveLeavesTheOldFile) {
     EXPECT_EQ(readFile(learnedStock), "old");
     EXPECT_TRUE(folder.logHas("saving xml did not work?\n          airports/learned/stock/EGLL.xml, "));
     EXPECT_FALSE(writeAirportFile(file, "airports/learned/nowhere/EGLL.xml", false));
+}
+
+TEST_F(AirportFileTest, AProgramThatIsKilledWhileItSavesLeavesAWholeFile) {
+    using Clock = std::chrono::steady_clock;
+    AirportFile files[2];
+    Stand stand{.id = "A"};
+    stand.options.assign(3, {.regcode = "G-EUUU", .hours = 1, .optIndex = 1, .day = 3});
+    for (const std::size_t which : {0, 1})
+        files[which].standList.assign(1000 * (which + 1), stand);
+    const auto begin = Clock::now();
+    ASSERT_TRUE(writeAirportFile(files[0], learnedStock, false));
+    const auto oneSave = Clock::now() - begin;
+    std::set<std::size_t> sizes;
+    for (int round = 0; round < 24 || (round < 200 && sizes.size() < 2); ++round) {
+        int started[2];
+        ASSERT_EQ(pipe(started), 0);
+        const pid_t child = fork();
+        if (child == 0) {
+            for (int n = 0;; ++n) {
+                writeAirportFile(files[n % 2], learnedStock, false);
+                if (n == 0 && write(started[1], "x", 1) != 1)
+                    _exit(1);
+            }
+        }
+        char sign = 0;
+        EXPECT_EQ(read(started[0], &sign, 1), 1);
+        // Another moment of the saves that follow each time.
+        for (const auto from = Clock::now(); Clock::now() - from < oneSave * round / 8;)
+            ;
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        close(started[0]);
+        close(started[1]);
+        pugi::xml_document document;
+        ASSERT_TRUE(document.load_file(learnedStock.c_str())) << round;
+        const auto positions = document.child("parkpositions").children("parkpos");
+        const auto count = static_cast<std::size_t>(std::distance(positions.begin(), positions.end()));
+        EXPECT_TRUE(count == 1000 || count == 2000) << count;
+        sizes.insert(count);
+    }
+    EXPECT_EQ(sizes.size(), 2U) << "it was killed in saves of both";
+    EXPECT_TRUE(writeAirportFile(files[0], learnedStock, false)) << "whatever the last one has left";
 }
 
 } // namespace

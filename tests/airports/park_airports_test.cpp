@@ -58,6 +58,23 @@ TEST_F(ParkAirportsTest, EachLineCountsForItself) {
     EXPECT_TRUE(program.logHas("1 park airport added from my_thirdparty folder(-s) "));
 }
 
+TEST_F(ParkAirportsTest, ManyAirportsAreWarnedOf) {
+    airportTable.clear();
+    std::string text;
+    for (int n = 0; n < 3000; ++n) {
+        airportTable.push_back({fmt::format("{:04}", n), "", 0.01 * n, 0, 0});
+        text += airportTable.back().code + "\n";
+    }
+    airportTable.push_back({"9999", "", 1, 1, 0});
+    write(path::myParkAirports, text);
+    lf_readMyParkAirports();
+    EXPECT_FALSE(statusText().starts_with("Warning"));
+    write(path::myParkAirports, text + "9999\n");
+    lf_readMyParkAirports();
+    EXPECT_EQ(statusText(), "Warning: There are a lot of airports (3001) in my_park_airports.txt, that will cost KLUN "
+                            "much cpu time, and may give stutters");
+}
+
 TEST_F(ParkAirportsTest, TheUsersStandIsStored) {
     const struct {
         const char* name;

@@ -95,6 +95,22 @@ TEST_F(SpawnTest, AKeyWithoutLiveryIsToldOnceAndNotSearchedAgain) {
     EXPECT_TRUE(program.logHas("\nNo match found for: \nDLH A388 X-XXXX\n\n"));
 }
 
+TEST_F(SpawnTest, TheOldestKeysWithoutLiveryMakeRoom) {
+    NoMatchList list;
+    const auto key = [](std::size_t n) { return "DLH A388 X-" + std::to_string(n); };
+    for (std::size_t i = 0; i < NoMatchList::limit + 5; ++i) {
+        list.add(key(i));
+        list.add(key(i)); // known already
+    }
+    ASSERT_EQ(list.keys().size(), NoMatchList::limit);
+    EXPECT_EQ(list.keys().front(), key(5));
+    EXPECT_EQ(list.keys().back(), key(NoMatchList::limit + 4));
+    for (const std::size_t n : {0U, 4U, 5U, 1004U, 1005U})
+        EXPECT_EQ(list.contains(key(n)), n >= 5 && n < NoMatchList::limit + 5) << n;
+    list.clear();
+    EXPECT_FALSE(list.contains(key(9)));
+}
+
 TEST_F(SpawnTest, TheTitleOfAHexidIsKeptUntilItFails) {
     feedFlight(firstHex);
     ASSERT_TRUE(runUntil([&] { return !created.empty(); }));
