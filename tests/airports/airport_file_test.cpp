@@ -18,6 +18,7 @@
 #include <pugixml.hpp>
 #include <set>
 #include <sys/wait.h>
+#include <tuple>
 
 namespace kes::test {
 namespace {
@@ -106,10 +107,10 @@ TEST_F(AirportFileTest, BaseStandsAndOptionsAreRead) {
                                     "EZY A20N G-NONE 7 0,47 A: #2 soft archive;");
     EXPECT_NEAR(stands[0].radius * 1852, 18.5, 1e-9);
     EXPECT_NEAR(stands[0].heading, pi / 2, 1e-12);
-    EXPECT_TRUE(stands[0].cargo && !stands[0].ramp && !stands[0].heli);
+    EXPECT_EQ(std::tuple(stands[0].cargo, stands[0].ramp, stands[0].heli), std::tuple(true, false, false));
     EXPECT_NEAR(stands[1].heading, 1.5 * pi, 1e-12);
-    EXPECT_TRUE(!stands[1].cargo && stands[1].ramp && stands[1].heli);
-    EXPECT_TRUE(stands[2].id == "near0" && stands[2].radius == 0);
+    EXPECT_EQ(std::tuple(stands[1].cargo, stands[1].ramp, stands[1].heli), std::tuple(false, true, true));
+    EXPECT_EQ(std::tuple(stands[2].id, stands[2].radius), std::tuple("near0", 0));
     EXPECT_EQ(findStand(3), &stands[2]);
     EXPECT_EQ(qualityPair, (QualityPair{44, 7}));
     EXPECT_EQ(readoutText(Readout::quality), "44/ 7");
@@ -183,7 +184,7 @@ TEST_F(AirportFileTest, LearnedOptionsAreMergedOneByOne) {
     EXPECT_NEAR(stands[0].radius * 1852, 20, 1e-9) << "a radius counts where it is told to be a change";
     EXPECT_FALSE(stands[0].cargo || stands[0].radiusChange || stands[0].cargoChange);
     EXPECT_NEAR(stands[1].radius * 1852, 33, 1e-9);
-    EXPECT_TRUE(stands[1].cargo && stands[1].radiusChange && stands[1].cargoChange);
+    EXPECT_EQ(std::tuple(stands[1].cargo, stands[1].radiusChange, stands[1].cargoChange), std::tuple(true, true, true));
     EXPECT_EQ(optionsOf(stands[1]), "DHK B752  4 5 : #1 real;");
     EXPECT_TRUE(stands[2].manual);
     EXPECT_EQ(stands[2].id + " " + optionsOf(stands[2]), "M1 EXS B738  5 1 : #1 real;");
@@ -207,7 +208,7 @@ TEST_F(AirportFileTest, AHandmadeFileReplacesTheBase) {
     EXPECT_EQ(load(), "");
     ASSERT_EQ(stands.size(), 1U);
     EXPECT_EQ(stands[0].id + " " + optionsOf(stands[0]), "A BAW A320  1 10 : #1 real archive;");
-    EXPECT_TRUE(handmadeAirport && readouts.handmade);
+    EXPECT_EQ(std::tuple(bool{handmadeAirport}, bool{readouts.handmade}), std::tuple(true, true));
     EXPECT_TRUE(folder.logHas("handmade                : false"));
     EXPECT_TRUE(folder.logHas("Airport file read from \"airports/learned/stock/EGLL.xml\" for Heathrow"));
     EXPECT_EQ(statusText(), "A handmade airport file overruled the archived file! airports/learned/stock/EGLL.xml");
@@ -378,7 +379,7 @@ TEST_F(AirportFileTest, WhatIsWrittenIsReadBack) {
     ASSERT_EQ(stands.size(), 3U);
     EXPECT_NEAR(stands[0].radius * 1852, 30, 1e-9);
     EXPECT_EQ(optionsOf(stands[0]), "BAW A320 G-X 1 10,11 A:B #1 real;");
-    EXPECT_TRUE(stands[2].manual && stands[2].heli);
+    EXPECT_EQ(std::tuple(stands[2].manual, stands[2].heli), std::tuple(true, true));
     EXPECT_EQ(par::MAX_FIT, 13);
 
     // A handmade list is written whole, corrected radius and all.

@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <set>
+#include <tuple>
 
 namespace kes::test {
 namespace {
@@ -279,7 +280,9 @@ TEST(BglReader, AgreesWithTwoDecodersOnRealFiles) {
                 const bool heli = place.value("heli", false);
                 const auto wantedIds =
                     heli ? std::vector{place["id"].get<std::string>()} : place["ids"].get<std::vector<std::string>>();
-                EXPECT_TRUE(std::ranges::count(wantedIds, stand.id) == 1 && ids.insert(stand.id).second) << stand.id;
+                EXPECT_EQ(std::tuple(std::ranges::count(wantedIds, stand.id), ids.insert(stand.id).second),
+                          std::tuple(1, true))
+                    << stand.id;
                 EXPECT_NEAR(stand.lat, place["lat"].get<double>(), near);
                 EXPECT_NEAR(stand.lon, place["lon"].get<double>(), near);
                 EXPECT_NEAR(stand.radius * metresPerNm, place["radius_m"].get<double>(), 0.005);

@@ -4,6 +4,8 @@
 #include "airports/user_stand.h"
 #include "read_only_folder.h"
 
+#include <tuple>
+
 namespace kes::test {
 namespace {
 
@@ -205,7 +207,8 @@ TEST_F(ParkAirportsTest, TheStandThatTheUserLeavesIsLearned) {
     EXPECT_EQ(reservedStand, "S3") << "until the next load";
     clearPlan();
     markReserved();
-    EXPECT_TRUE(stands[0].reserved && !stands[1].reserved && stands[2].reserved) << "the one in use, too";
+    EXPECT_EQ(std::tuple(stands[0].reserved, stands[1].reserved, stands[2].reserved), std::tuple(true, false, true))
+        << "the one in use, too";
     parkAirportList.front().code = "EGLL";
     EXPECT_EQ(learn(200, 0), "S1") << "not the park airport";
 }

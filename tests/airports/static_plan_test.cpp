@@ -2,6 +2,8 @@
 // Numbers, passes, creation and renewal of static aircraft.
 #include "airport_harness.h"
 
+#include <tuple>
+
 namespace kes::test {
 namespace {
 
@@ -154,8 +156,8 @@ TEST_F(StaticPlanTest, CreationOrdersWhatIsStillFree) {
         EXPECT_EQ(fmt::format("{} {} ft, {:.2f} degrees", request.title, request.alt, request.heading),
                   "DLH A320 364 ft, 85.94 degrees");
         EXPECT_EQ(request.lat, stands[1].lat);
-        EXPECT_TRUE(a.st == AircraftStatus::adding2sim && a.sid == 2 && a.standCargo);
-        EXPECT_TRUE(a.wingspan == wingspanOf("A320") && a.category == AircraftCategory::large);
+        EXPECT_EQ(std::tuple(a.st, a.sid, a.standCargo), std::tuple(AircraftStatus::adding2sim, 2, true));
+        EXPECT_EQ(std::tuple(a.wingspan, a.category), std::tuple(wingspanOf("A320"), AircraftCategory::large));
         EXPECT_EQ(a.coupledCs2 + " " + a.regcode, "DLH2 D-AIZA");
         EXPECT_EQ(a.parkedAt, (HhNow{7, 45}));
         EXPECT_EQ(a.callsign, a.coupledCs1.empty() ? "DLH" + std::to_string(a.hexid) + "*" : "DLH1*");

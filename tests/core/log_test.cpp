@@ -17,6 +17,7 @@
 #include <optional>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <tuple>
 
 namespace kes {
 namespace {
@@ -121,7 +122,7 @@ TEST_F(LogTest, TheLastLinesBeforeACrashAreInIt) {
     }
     int status = 0;
     waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT);
+    EXPECT_EQ(std::tuple(WIFSIGNALED(status), WTERMSIG(status)), std::tuple(true, SIGABRT));
     EXPECT_TRUE(test::readFile("Crash.txt").ends_with("\nthe last line\n"));
 }
 

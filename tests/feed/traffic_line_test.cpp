@@ -2,6 +2,7 @@
 #include "feed_test.h"
 
 #include <fmt/format.h>
+#include <tuple>
 
 namespace kes::test {
 namespace {
@@ -24,7 +25,8 @@ TEST_F(TrafficLineTest, KeepsEveryValueOfAFullLine) {
     const double values[] = {
         s.lat, s.lon, s.alt, s.vs, s.track, s.gs, s.tas, s.bank / degToRad, s.trueHeading / degToRad};
     EXPECT_EQ(fmt::format("{:.9g}", fmt::join(values, " ")), "41.5 2.1 12375 -1376 246.5 310.2 352 2.5 245");
-    EXPECT_TRUE(s.bankValid && s.trueHeadingValid && s.adsbHeading && s.airborne && !s.stopped);
+    EXPECT_EQ(std::tuple(s.bankValid, s.trueHeadingValid, s.adsbHeading, s.airborne, s.stopped),
+              std::tuple(true, true, true, true, false));
     EXPECT_EQ(s.tick, 4234);
     EXPECT_DOUBLE_EQ(trafficReader.timestamp, 1700000000.5);
     EXPECT_TRUE(logLines().empty());

@@ -8,6 +8,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <tuple>
 
 namespace kes::platform {
 namespace {
@@ -101,7 +102,7 @@ TEST(Crashes, RunTheHandlerOnceAndStillEndTheProcess) {
         close(words[1]);
         char text[8];
         EXPECT_EQ(read(words[0], text, sizeof text), 1) << number;
-        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == number) << number;
+        EXPECT_EQ(std::tuple(WIFSIGNALED(status), WTERMSIG(status)), std::tuple(true, number)) << number;
         close(words[0]);
     }
 }

@@ -3,6 +3,8 @@
 #include "traffic/flare.h"
 #include "traffic/flight.h"
 
+#include <tuple>
+
 namespace kes::test {
 namespace {
 
@@ -64,7 +66,8 @@ TEST_F(FlareTest, EachStageHasItsHeightAndTheNoseComesDownAfterIt) {
                             : category == AircraftCategory::light ? "spoilers 16383"
                             : reverse                             ? "controls 100 -100, spoilers 16383"
                                                                   : "controls 100 100, spoilers 16383");
-        EXPECT_TRUE(f.a.landingRoll && f.a.landedSearch && f.a.derotating && f.a.onGround && !f.a.approach);
+        EXPECT_EQ(std::tuple(f.a.landingRoll, f.a.landedSearch, f.a.derotating, f.a.onGround, f.a.approach),
+                  std::tuple(true, true, true, true, false));
         EXPECT_EQ(f.a.touchdownHeading, 0.3);
         f.tick(f.a.derotateTicks / 2);
         EXPECT_NEAR(f.a.bank, bank / 2, 0.001);
@@ -74,7 +77,7 @@ TEST_F(FlareTest, EachStageHasItsHeightAndTheNoseComesDownAfterIt) {
         f.tick(4);
         EXPECT_FALSE(f.a.derotating);
         EXPECT_EQ(f.a.pitch, f.a.staticPitch);
-        EXPECT_TRUE(f.a.flareStage == 0 && f.a.bank == 0 && f.a.pitchStep == 0);
+        EXPECT_EQ(std::tuple(f.a.flareStage, f.a.bank, f.a.pitchStep), std::tuple(0, 0, 0));
         EXPECT_EQ(f.told(), "");
     }
 }

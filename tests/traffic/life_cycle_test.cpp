@@ -5,6 +5,8 @@
 #include "thrown.h"
 #include "traffic/harness.h"
 
+#include <tuple>
+
 namespace kes::test {
 namespace {
 
@@ -175,11 +177,11 @@ TEST_F(LifeCycleTest, ARespawnStartsWhereTheOldObjectStood) {
     EXPECT_EQ(a.st, AircraftStatus::liveryrespawn);
     ASSERT_TRUE(runUntil([&] { return created.size() == 1; }));
     EXPECT_EQ(removed, std::vector<std::uint32_t>{before.objectid});
-    EXPECT_TRUE(created[0].lat == before.lat && created[0].alt == before.alt);
+    EXPECT_EQ(std::tuple(created[0].lat, created[0].alt), std::tuple(before.lat, before.alt));
     EXPECT_NEAR(created[0].heading * degToRad, before.heading, 1e-12);
     EXPECT_EQ(created[0].title, "BAW A320");
     const LiveAircraft& now = liveAircraft.at(0);
-    EXPECT_TRUE(now.fs == FlightState::flying && now.throttleIndex == 5 && now.flapsIndex == 4);
+    EXPECT_EQ(std::tuple(now.fs, now.throttleIndex, now.flapsIndex), std::tuple(FlightState::flying, 5, 4));
     EXPECT_TRUE(std::equal(now.stream.begin() + 1, now.stream.end(), before.stream.begin(), before.stream.end(),
                            [](const auto& one, const auto& other) { return one.tick == other.tick; }));
     ASSERT_TRUE(runUntil([] { return liveAircraft.at(0).st == AircraftStatus::active; }));
@@ -193,7 +195,7 @@ TEST_F(LifeCycleTest, ARespawnAtAStandKeepsOneStoppedSample) {
     a.heading = a.standHeading = 1.0;
     liveryRespawn(a);
     ASSERT_EQ(a.sz(), 2U);
-    EXPECT_TRUE(a.stream[0].stopped && a.stream[1].stopped);
+    EXPECT_EQ(std::tuple(a.stream[0].stopped, a.stream[1].stopped), std::tuple(true, true));
     EXPECT_EQ(a.stream[0].tick, tickCount + 1);
     EXPECT_NEAR(a.stream[1].track, 57.2958, 1e-3);
     removeAircraftFromSim(a);

@@ -8,6 +8,8 @@
 #include "traffic/parking.h"
 #include "traffic/stand_conflicts.h"
 
+#include <tuple>
+
 namespace kes::test {
 namespace {
 
@@ -126,7 +128,7 @@ TEST_F(Parking, LooksForAStandOnceAtAPlace) {
         if (c.parks) {
             EXPECT_GE(a.stream[1].tick - a.stream[0].tick, 100);
             EXPECT_EQ(a.stream[2].tick - a.stream[1].tick, 50);
-            EXPECT_TRUE(a.stream[1].gs == a.taxiSpeed && a.stream[2].gs == 0);
+            EXPECT_EQ(std::tuple(a.stream[1].gs, a.stream[2].gs), std::tuple(a.taxiSpeed, 0));
         }
         reservedStand.clear();
         a.fs = FlightState::taxi;
@@ -203,7 +205,7 @@ TEST_F(Parking, StaticAircraftMakeWay) {
     makeWay(a, stands[0]);
     EXPECT_TRUE(program.logHas("A1      : DLH99*   D-ASTA makes way for the same live version DLH304 D-AIZA"));
     EXPECT_TRUE(program.logHas("A2      : DLH99*   removed by DLH304 parking at adjacent stand A1"));
-    EXPECT_TRUE(leaves(parkedAircraft[0]) && leaves(parkedAircraft[2]));
+    EXPECT_EQ(std::tuple(leaves(parkedAircraft[0]), leaves(parkedAircraft[2])), std::tuple(true, true));
     EXPECT_FALSE(leaves(parkedAircraft[1])) << "room for both";
 
     parkedAircraft.clear();

@@ -6,6 +6,8 @@
 #include "traffic/ground_motion.h"
 #include "traffic/push_back.h"
 
+#include <tuple>
+
 namespace kes::test {
 namespace {
 
@@ -84,7 +86,7 @@ TEST_F(PushBackTest, GoesTailFirstAndSwingsAsTheFeedSays) {
         EXPECT_TRUE(f.a.holding);
         f.report(at(-100, 120, f.m.in.tick + 3000, 12));
         EXPECT_EQ(f.a.fs, FlightState::taxi);
-        EXPECT_TRUE(f.a.sid == 0 && f.a.standLat == 0 && f.a.standHeading == 0);
+        EXPECT_EQ(std::tuple(f.a.sid, f.a.standLat, f.a.standHeading), std::tuple(0, 0, 0));
     }
 }
 

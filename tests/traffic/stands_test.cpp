@@ -4,6 +4,8 @@
 #include "traffic/harness.h"
 #include "traffic/parking.h"
 
+#include <tuple>
+
 namespace kes::test {
 namespace {
 
@@ -159,8 +161,8 @@ TEST_F(StandsTest, BornOnAStandThatFits) {
             continue;
         const PositionSample& s = a.stream.front();
         EXPECT_NEAR(s.track, 0.5 * radToDeg, 1e-9);
-        EXPECT_TRUE(s.lat == homeLat && s.gs == 0 && s.stopped);
-        EXPECT_TRUE(a.sid == 2 && a.standHeading == 0.5 && a.standCargo);
+        EXPECT_EQ(std::tuple(s.lat, s.gs, s.stopped), std::tuple(homeLat, 0, true));
+        EXPECT_EQ(std::tuple(a.sid, a.standHeading, a.standCargo), std::tuple(2, 0.5, true));
         EXPECT_GE(a.parkedTime, before);
         EXPECT_EQ(a.lastStandDist + a.awayCount, 0);
     }

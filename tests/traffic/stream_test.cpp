@@ -2,6 +2,8 @@
 // How reports enter the table of live aircraft.
 #include "traffic/harness.h"
 
+#include <tuple>
+
 namespace kes::test {
 namespace {
 
@@ -123,11 +125,11 @@ TEST_F(StreamTest, StartValuesOfARecord) {
     feed(r);
     const LiveAircraft& a = liveAircraft.at(0);
     EXPECT_EQ(a.coupledCs1, r.callsign);
-    EXPECT_TRUE(a.coupledCs2.empty() && !a.coupledSearched);
+    EXPECT_EQ(std::tuple(a.coupledCs2.empty(), a.coupledSearched), std::tuple(true, false));
     EXPECT_EQ(a.category, AircraftCategory::large);
     EXPECT_DOUBLE_EQ(a.wingspan, 17.0 / metresPerNm);
     EXPECT_DOUBLE_EQ(a.turnRate, 0.07 * degToRad);
-    EXPECT_TRUE(a.flareTicks == 400 && a.climbOutTicks == 300 && a.agl == 2500);
+    EXPECT_EQ(std::tuple(a.flareTicks, a.climbOutTicks, a.agl), std::tuple(400, 300, 2500));
     EXPECT_NEAR(std::fabs(a.rotatePitch * radToDeg + 6), 6 * 0.025, 1e-9);
     EXPECT_NEAR(std::fabs(a.climbPitch * radToDeg + 16.5), 16.5 * 0.05, 1e-9);
     EXPECT_EQ(a.fsPrevious, FlightState::birth);

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <tuple>
 
 namespace kes::test {
 namespace {
@@ -62,7 +63,8 @@ TEST(Content, TheScenarioHasAnAirportToFill) {
         ++used;
         const ParkPosOption& o = stand.options[0];
         EXPECT_EQ(stand.options.size(), 7u) << "each day";
-        EXPECT_TRUE(modelExists(o.model) && airlineExists(o.airline)) << o.airline << ' ' << o.model;
+        EXPECT_EQ(std::tuple(modelExists(o.model), airlineExists(o.airline)), std::tuple(true, true))
+            << o.airline << ' ' << o.model;
         EXPECT_TRUE(o.regcode.empty() || airframes.insert(o.regcode).second) << o.regcode << " stands twice";
     }
     EXPECT_EQ(used, 35u);
@@ -89,7 +91,8 @@ TEST(Content, ScanFindsExactlyWhatWasWritten) {
         EXPECT_EQ(livery.model, wanted->second.type) << livery.title;
         EXPECT_EQ(livery.regcode, wanted->second.regcode) << livery.title;
         EXPECT_EQ(livery.cargo, wanted->second.cargo) << livery.title;
-        EXPECT_TRUE(modelExists(livery.model) && airlineExists(livery.airline)) << livery.title;
+        EXPECT_EQ(std::tuple(modelExists(livery.model), airlineExists(livery.airline)), std::tuple(true, true))
+            << livery.title;
         planned.erase(wanted);
     }
     EXPECT_TRUE(planned.empty()) << planned.begin()->first;
