@@ -183,6 +183,29 @@ TEST_F(JobTableTest, ARenewalTakesTwoPassesAndHoldsTheParkingMeanwhile) {
     }
 }
 
+TEST_F(JobTableTest, TheNoMatchListIsWrittenEach20MinutesAndClearedOnRequest) {
+    Straight nothingFits;
+    nothingFits.model = "EC35";
+    nothingFits.callsign = "DHABC";
+    nothingFits.regcode = "D-HABC";
+    fly(nothingFits, 40);
+    par::LOG.value = true;
+    const auto written = [&] { return program.logCount("\nNo match found for: \n"); };
+    for (const int s : {1140, 1185, 1199})
+        ASSERT_TRUE(beat(s));
+    EXPECT_EQ(written(), 0u);
+    ASSERT_TRUE(beat(1200));
+    EXPECT_EQ(written(), 1u);
+    EXPECT_EQ(readouts.minutesToRenewal, 20);
+    windowRequests.clearNoMatch = true;
+    ASSERT_TRUE(beat(2385));
+    EXPECT_TRUE(windowRequests.clearNoMatch) << "half minutes only";
+    ASSERT_TRUE(beat(2370));
+    EXPECT_FALSE(windowRequests.clearNoMatch);
+    ASSERT_TRUE(beat(2400));
+    EXPECT_EQ(written(), 1u) << "empty";
+}
+
 TEST_F(JobTableTest, ADayEndsWithASummaryAndStartsAtZero) {
     fly({}, 40);
     ASSERT_EQ(liveAircraft.size(), 1u);

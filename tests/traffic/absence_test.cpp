@@ -85,6 +85,23 @@ TEST_F(AbsenceTest, EachReasonIsToldOnceForAnAircraft) {
     }
 }
 
+TEST_F(AbsenceTest, ItIsQuietWithLogOffAndTellsAnewInTheNextRun) {
+    AircraftIdentity who;
+    who.callsign = "DLH1";
+    par::LOG.value = false;
+    tellNotShown(1, who, NotShown::noLivery);
+    tellLeaving(who, "it is out of range");
+    par::LOG.value = true;
+    EXPECT_EQ(program.logCount("DLH1"), 0U);
+    for (int run = 1; run <= 2; ++run) {
+        tellNotShown(1, who, NotShown::noLivery);
+        tellNotShown(1, who, NotShown::noLivery);
+        tellNotShown(2, who, NotShown::noLivery);
+        EXPECT_EQ(program.logCount("DLH1"), 2U * run);
+        resetAbsence();
+    }
+}
+
 TEST_F(AbsenceTest, OneThatLeavesTellsWhetherItIsOutOfRange) {
     for (const bool inRange : {true, false}) {
         SCOPED_TRACE(inRange);
