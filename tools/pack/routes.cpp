@@ -90,7 +90,7 @@ bool mayBeOne(std::string_view a, std::string_view b) {
 class Airlines {
 public:
     Airlines(const fs::path& file, const Sources& sources, PackCount& count)
-        : sources_(sources), count_(count), file_(platform::pathText(file.filename())) {
+        : count_(count), file_(platform::pathText(file.filename())) {
         for (std::size_t i = 0; i < sources.airlines.size(); ++i) {
             nameOf_.emplace(sources.airlines[i], sources.airlineNames[i]);
             byName_[key(sources.airlineNames[i])].push_back(sources.airlines[i]);
@@ -204,7 +204,6 @@ private:
         return {best, ""};
     }
 
-    const Sources& sources_;
     PackCount& count_;
     std::string file_;
     TextMap<std::string> nameOf_;              ///< of ours, by code
