@@ -39,21 +39,12 @@ public:
     PlainBytes16 operator^(const PlainBytes16& b) const {
         return each(b, [](int x, int y) { return x ^ y; });
     }
-    PlainBytes16 operator-(const PlainBytes16& b) const {
-        return each(b, [](int x, int y) { return x - y; });
-    }
     /// One bit for each byte whose highest bit is set, the first byte's lowest.
     std::uint32_t mask() const {
         std::uint32_t bits = 0;
         for (std::size_t i = 0; i < 16; ++i)
             bits |= static_cast<std::uint32_t>(bytes_[i] >> 7) << i;
         return bits;
-    }
-    std::uint32_t sum() const {
-        std::uint32_t total = 0;
-        for (const std::uint8_t byte : bytes_)
-            total += byte;
-        return total;
     }
 
 private:
@@ -76,13 +67,7 @@ public:
     Bytes16 operator|(Bytes16 b) const { return Bytes16(_mm_or_si128(bytes_, b.bytes_)); }
     Bytes16 operator&(Bytes16 b) const { return Bytes16(_mm_and_si128(bytes_, b.bytes_)); }
     Bytes16 operator^(Bytes16 b) const { return Bytes16(_mm_xor_si128(bytes_, b.bytes_)); }
-    Bytes16 operator-(Bytes16 b) const { return Bytes16(_mm_sub_epi8(bytes_, b.bytes_)); }
     std::uint32_t mask() const { return static_cast<std::uint32_t>(_mm_movemask_epi8(bytes_)); }
-    std::uint32_t sum() const {
-        const __m128i halves = _mm_sad_epu8(bytes_, _mm_setzero_si128());
-        return static_cast<std::uint32_t>(_mm_cvtsi128_si32(halves) +
-                                          _mm_cvtsi128_si32(_mm_unpackhi_epi64(halves, halves)));
-    }
 
 private:
     explicit Bytes16(__m128i bytes) : bytes_(bytes) {}
