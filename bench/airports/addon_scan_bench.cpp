@@ -5,19 +5,15 @@
 #include "airports/addon_link.h"
 #include "airports/addon_scan.h"
 #include "core/folders.h"
-#include "core/run_state.h"
 #include "platform/file.h"
 #include "tests/airports/bgl_file.h"
 
-#include <algorithm>
 #include <array>
 #include <benchmark/benchmark.h>
-#include <chrono>
 #include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
 #include <string>
-#include <thread>
 
 namespace {
 
@@ -85,35 +81,5 @@ void scanCommunity(benchmark::State& state) {
     resetAddonAirports();
 }
 BENCHMARK(scanCommunity)->Unit(benchmark::kMillisecond)->UseRealTime();
-
-/// From the user's click in the midst of a scan until it has returned.
-void closeWhileScanning(benchmark::State& state) {
-    community();
-    using Clock = std::chrono::steady_clock;
-    const Clock::time_point start = Clock::now();
-    (void)scanRoots({"Community"});
-    const Clock::duration whole = Clock::now() - start;
-    double longest = 0, early = 0;
-    for (auto _ : state) {
-        Clock::time_point click;
-        std::thread user([&] {
-            std::this_thread::sleep_for(whole / 2);
-            click = Clock::now();
-            userClosed = true;
-        });
-        (void)scanRoots({"Community"});
-        const Clock::time_point end = Clock::now();
-        user.join();
-        early += addonAirports.size() < packages / 10 ? 1 : 0;
-        const double seconds = std::max(0.0, std::chrono::duration<double>(end - click).count());
-        longest = std::max(longest, seconds);
-        state.SetIterationTime(seconds);
-        userClosed = false;
-    }
-    state.counters["longest_ms"] = longest * 1000;
-    state.counters["ended_early"] = benchmark::Counter(early, benchmark::Counter::kAvgIterations);
-    resetAddonAirports();
-}
-BENCHMARK(closeWhileScanning)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(200);
 
 } // namespace

@@ -90,17 +90,6 @@ void loadAirport(benchmark::State& state) {
 }
 BENCHMARK(loadAirport)->Unit(benchmark::kMillisecond);
 
-void writeAirport(benchmark::State& state) {
-    folder();
-    AirportFile file;
-    file.standList = greatAirport();
-    for (auto _ : state) {
-        if (!writeAirportFile(file, "written.xml", false))
-            state.SkipWithError("not written");
-    }
-}
-BENCHMARK(writeAirport)->Unit(benchmark::kMillisecond);
-
 void adjacentByGrid(benchmark::State& state) {
     std::vector<Stand> list = greatAirport();
     giveSids(list);

@@ -3,7 +3,6 @@
 // the first fill, a renewal with 500 static and 300 live aircraft, and one creation.
 #include "airports/airport_ref.h"
 #include "airports/live_parking.h"
-#include "airports/park_airports.h"
 #include "airports/stands.h"
 #include "airports/static_parking.h"
 #include "core/folders.h"
@@ -192,20 +191,5 @@ void creation(benchmark::State& state) {
     }
 }
 BENCHMARK(creation)->Unit(benchmark::kMicrosecond);
-
-/// The look at the list of 3000 airports while the user moves.
-void distances(benchmark::State& state) {
-    makeAirport();
-    parkAirportList.clear();
-    for (int n = 0; n < 3000; ++n)
-        parkAirportList.push_back({fmt::format("{:04}", n), "", -60 + 0.04 * n, 0.11 * (n % 3000), 0});
-    LatLon user = field;
-    for (auto _ : state) {
-        user.lon += 0.02;
-        refreshDistances(user);
-    }
-    parkAirportList.clear();
-}
-BENCHMARK(distances)->Unit(benchmark::kMicrosecond);
 
 } // namespace

@@ -8,9 +8,7 @@
 #include "core/text.h"
 #include "liveries/cfg_line.h"
 #include "liveries/folder_walk.h"
-#include "liveries/matching.h"
 #include "liveries/scan.h"
-#include "liveries/store.h"
 #include "platform/file.h"
 #include "platform/system.h"
 #include "tests/reference_text.h"
@@ -238,17 +236,6 @@ template <class Run> void compare(benchmark::State& state, Run&& run) {
     state.counters["ofWalkAndRead"] = *middle;
 }
 
-/// The baseline alone.
-void walkAndRead(benchmark::State& state) {
-    World& w = world();
-    for (auto _ : state) {
-        if (!leanWalk(w))
-            state.SkipWithError("not all bytes were read");
-    }
-    tell(state, 0);
-}
-BENCHMARK(walkAndRead)->UseRealTime()->Unit(benchmark::kMillisecond);
-
 /// Walk, reading and judging, in the order of the walk.
 void walkAndJudge(benchmark::State& state) {
     std::size_t liveries = 0;
@@ -288,41 +275,6 @@ void wholeScan(benchmark::State& state) {
     tell(state, readLiveriesScanned().size());
 }
 BENCHMARK(wholeScan)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(2);
-
-/// The road of a first start over the real packages: scan, list, tables, and a search for each livery's airline and
-/// type.
-void sharedRoad(benchmark::State& state) {
-    World& w = world();
-    if (!sources().real) {
-        state.SkipWithError("the real packages are not beside the project");
-        return;
-    }
-    fs::current_path(w.folder);
-    const fs::path community =
-        fs::canonical(fs::path(KES_SOURCE_DIR) / ".." / "shared" / "data" / "liveries" / "Community");
-    std::size_t matched = 0, asked = 0;
-    for (auto _ : state) {
-        resetLiveries();
-        scanFolders({community});
-        processScannedLiveries();
-        matched = asked = 0;
-        for (const auto& [airline, models] : liveryTables().liveryStore) {
-            for (const auto& [model, titles] : models) {
-                AiAircraft aircraft;
-                aircraft.airline = airline;
-                aircraft.model = model;
-                aircraft.category = categoryOf(model);
-                ++asked;
-                matched += matchLive(aircraft) > 0;
-            }
-        }
-    }
-    tell(state, liveryCount());
-    state.counters["asked"] = static_cast<double>(asked);
-    state.counters["matched"] = static_cast<double>(matched);
-    resetLiveries();
-}
-BENCHMARK(sharedRoad)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 } // namespace
 } // namespace kes

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "bench/replay/stand_load.h"
-
+// Two hours at two full airports: what a tick costs, whether memory grows, and whether every check holds.
 #include "tests/replay/stand_load.h"
 
+#include <cstdlib>
 #include <fmt/ranges.h>
 #include <fstream>
 #include <unistd.h>
 
-namespace kes {
+using namespace kes;
 
 namespace {
 
@@ -34,7 +34,9 @@ Percentiles percentilesOf(std::vector<float> ms) {
 
 } // namespace
 
-int runStandLoad(double minutes) {
+/// The argument is minutes. Returns 1 when a check has failed, else 0.
+int main(int argc, char** argv) {
+    const double minutes = argc > 1 ? std::atof(argv[1]) : 120;
     constexpr int standCount = 600, mostParked = 500;
     replay::StandLoad load(standCount, mostParked);
     load.start();
@@ -71,5 +73,3 @@ int runStandLoad(double minutes) {
         fmt::print("FAULT {}\n", fault);
     return load.faults.empty() ? 0 : 1;
 }
-
-} // namespace kes
