@@ -30,7 +30,7 @@ function(kes_test folder)
   target_include_directories(test_${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
   target_compile_definitions(test_${name} PRIVATE KES_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
   target_link_libraries(test_${name} PRIVATE ${ARG_DEPENDS} GTest::gtest_main)
-  # One CTest entry per program: the tests of one folder share process-wide tables and fixed ports.
+  # One CTest entry per program: the tests of one folder share process-wide tables.
   add_test(NAME ${name} COMMAND test_${name} --gtest_brief=1)
   set_tests_properties(${name} PROPERTIES TIMEOUT 900)
 endfunction()

@@ -4,12 +4,12 @@
 # The caller has set "root" to the project's folder.
 
 # run_tests PRESET [CTEST OPTION...]: sets "summary" to what happened; shows the output of what failed.
-# The test programs use fixed ports, so they run one after the other.
+# As many at once as there are processors: most of their time is waiting for each other's threads.
 run_tests() {
     local preset="$1"
     shift
     local folder="$root/build/$preset" log="$root/build/$preset-test.log" code=0
-    ctest --test-dir "$folder" --output-on-failure --no-tests=error "$@" >"$log" 2>&1 || code=$?
+    ctest --test-dir "$folder" --output-on-failure --no-tests=error --parallel "$(nproc)" "$@" >"$log" 2>&1 || code=$?
     local all="$folder/Testing/Temporary/LastTest.log"
     # Of "90% tests passed, 1 tests failed out of 10": the two numbers.
     local failed total skipped cases left_out
