@@ -83,12 +83,20 @@ bool keepLock(File file) {
 }
 
 /// Blocked here and in every thread that is started later, the signals wait for the one thread that asks for them.
-void watchSignals(std::initializer_list<int> numbers, const char* name, void (*act)()) {
+sigset_t setOf(std::initializer_list<int> numbers) {
     sigset_t signals;
     sigemptyset(&signals);
     for (const int number : numbers)
         sigaddset(&signals, number);
-    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    return signals;
+}
+
+void watchSignals(std::initializer_list<int> numbers, const char* name, void (*act)()) {
+    const sigset_t signals = setOf(numbers);
+    // A watching thread must not be the one that the signal of another finds open to it: it would end the process.
+    const sigset_t watched = setOf({SIGINT, SIGTERM, SIGHUP, SIGUSR1});
+    sigset_t before;
+    ::pthread_sigmask(SIG_BLOCK, &watched, &before);
     std::thread([signals, name, act] {
         nameThread(name);
         for (;;) {
@@ -97,6 +105,8 @@ void watchSignals(std::initializer_list<int> numbers, const char* name, void (*a
                 act();
         }
     }).detach();
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
 constexpr std::array crashSignals{SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};

@@ -126,12 +126,13 @@ TEST(KnownFolders, FollowTheEnvironmentAndFallBackToTheHome) {
         setenv("HOME", homeBefore.c_str(), 1);
 }
 
-std::atomic<int> closes{0};
+std::atomic<int> closes{0}, switches{0};
 
-TEST(CloseSignals, ReachTheHandlerAndNoThreadDies) {
+TEST(Signals, ReachTheirHandlersAndNoThreadDies) {
     // In a process of its own, for the mask and the watching thread stay.
     const int code = inProcess([] {
         watchCloseSignals([] { ++closes; });
+        watchSwitchSignal([] { ++switches; });
         std::atomic<bool> stop{false};
         std::thread other([&] {
             while (!stop)
@@ -141,8 +142,9 @@ TEST(CloseSignals, ReachTheHandlerAndNoThreadDies) {
         bool good = true;
         for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGINT}) {
             kill(getpid(), number);
+            kill(getpid(), SIGUSR1);
             ++expected;
-            good = good && test::waitFor([&] { return closes == expected; });
+            good = good && test::waitFor([&] { return closes == expected && switches == expected; });
         }
         stop = true;
         other.join();
