@@ -302,10 +302,6 @@ bool parkAirportLoaded() {
     return airportLoaded;
 }
 
-bool staticParkingActive() {
-    return airportLoaded;
-}
-
 void prepareParkState() {
     loadAtNextTick = false;
     maxLiveBefore.reset();

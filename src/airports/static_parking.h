@@ -23,9 +23,8 @@ void unloadParkAirport();
 void releaseParkAirport();
 /// Saves what was learned at the loaded park airport, if anything was; also at close-down.
 void saveParkState();
-/// Whether an airport is loaded, whose stands may get static aircraft; the two say the same.
+/// Whether an airport is loaded, whose stands may get static aircraft: static parking is active.
 bool parkAirportLoaded();
-bool staticParkingActive();
 void prepareParkState(); ///< at the start of a run
 void resetParking();     ///< forgets stands, static aircraft, plan, lists and what is unsaved; at the end of a run
 

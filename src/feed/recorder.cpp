@@ -118,18 +118,15 @@ private:
     std::thread thread_;
 };
 
-std::mutex startMutex; ///< start and stop come from the signal's thread and from the main thread
-Recorder recorder;     // guarded by it, but for `take` and `active`
+Recorder recorder;
 
 } // namespace
 
 bool startRecording(const std::filesystem::path& file, std::string& reason) {
-    const std::lock_guard lock(startMutex);
     return recorder.start(file, reason);
 }
 
 void stopRecording() {
-    const std::lock_guard lock(startMutex);
     recorder.stop();
 }
 

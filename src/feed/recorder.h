@@ -11,9 +11,9 @@ namespace kes {
 
 /// Begins a new file; one that is being written is finished first. False with a reason when it cannot be made. A thread
 /// of its own writes, so that a slow disk holds no report: up to 8 MB wait, and what comes beyond is left out and
-/// counted in the log. Every five seconds what was written so far can be read, also after a crash. Any thread.
+/// counted in the log. Every five seconds what was written so far can be read, also after a crash. The main thread.
 bool startRecording(const std::filesystem::path& file, std::string& reason);
-/// Writes what waits and closes the file. Logs how many lines it holds. Any thread; nothing while none is written.
+/// Writes what waits and closes the file. Logs how many lines it holds. The main thread; nothing while none is written.
 void stopRecording();
 bool isRecording(); ///< any thread
 

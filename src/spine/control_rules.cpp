@@ -191,7 +191,7 @@ bool lf_processTbFloat(FloatBox& box, const std::string& text) {
 }
 
 void parkingSettingChanged() {
-    if (staticParkingActive() && !par::INITIAL_LOAD_ONLY)
+    if (parkAirportLoaded() && !par::INITIAL_LOAD_ONLY)
         parkingWillRespond();
 }
 

@@ -157,7 +157,7 @@ void showMinutesToRenewal() {
 }
 
 void askForRenewal() {
-    if (staticParkingActive() && !par::INITIAL_LOAD_ONLY && !windowRequests.parkAdjust)
+    if (parkAirportLoaded() && !par::INITIAL_LOAD_ONLY && !windowRequests.parkAdjust)
         windowRequests.parkAdjust = true;
 }
 

@@ -99,7 +99,6 @@ void beginRecording(const std::filesystem::path& file) {
         showStatus(fmt::format("The recording {} cannot be written: {}", name, reason), true);
 }
 
-/// On the thread of the signal.
 void switchRecording() {
     if (isRecording()) {
         stopRecording();
@@ -173,7 +172,11 @@ int runProcess(bool window, const std::filesystem::path& recording) {
         if (windowStands)
             postToWindow(closeClick);
     });
-    platform::watchSwitchSignal(switchRecording);
+    // Without a window there is no log either that could tell of a recording.
+    platform::watchSwitchSignal([] {
+        if (windowStands)
+            postToWindow(switchRecording);
+    });
     const std::string noWindow = chooseWindow(window);
     windowStands = true;
     if (closeAsked)
