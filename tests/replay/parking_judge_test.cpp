@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
-// The checks of what stands on the stands, and the judge of parking, against scenes of which the answer is known.
+// The judge of parking, against scenes of which the answer is known.
 #include "core/hh_now.h"
 #include "feed/report_queue.h"
 #include "reference/reference.h"
 #include "reference/reference_document.h"
 #include "tools/replay/parking_judge.h"
-#include "tools/replay/stand_check.h"
 #include "traffic/harness.h"
 
 namespace kes::replay {
@@ -16,10 +15,13 @@ using test::homeLat;
 using test::homeLon;
 using test::metre;
 
-struct StandCheckTest : test::TrafficTest {
+struct ParkingJudgeTest : test::TrafficTest {
+    ParkingJudge judge;
+
     void SetUp() override {
         TrafficTest::SetUp();
         scene();
+        reportQueue.setAccepting(true);
     }
     void TearDown() override {
         clear();
@@ -70,96 +72,6 @@ struct StandCheckTest : test::TrafficTest {
         a.lat = a.standLat = stands[sid - 1].lat;
         a.lon = a.standLon = stands[sid - 1].lon;
         return a;
-    }
-    static void widen(LiveAircraft& a, double metres) { a.wingspan = metres / metresPerNm; }
-};
-
-TEST_F(StandCheckTest, WhatStandsInsideAnotherIsSeenAndNothingElse) {
-    const struct {
-        const char* name;
-        std::function<void()> put;
-        const char* clash; ///< its beginning; empty = none
-    } rows[] = {
-        {"room for both", [] { addStatic(2, "A320"), addStatic(3, "A320"); }, ""},
-        {"neighbours without room", [] { addStatic(3, "A320"), addStatic(4, "A320"); }, "static aircraft inside"},
-        {"neighbours with room", [] { addStatic(3, "A320"), addStatic(4, "C172"); }, ""},
-        {"as wide as stands apart let in", [] { addStatic(2, "A320"), widen(addLive(3, "A320"), 30); }, ""},
-        {"too wide for stands apart", [] { addStatic(2, "A320"), widen(addLive(3, "A320"), 31); },
-         "static aircraft inside"},
-        {"a live one beside", [] { addStatic(3, "A320"), addLive(4, "A320"); }, "static aircraft inside"},
-        {"two live ones", [] { addLive(3, "A320"), addLive(4, "A320"); }, ""},
-        {"a live one off its stand", [] { addStatic(3, "A320"), addLive(4, "A320").lat = north(125).lat; }, ""},
-        {"a live one that leaves", [] { addStatic(3, "A320"), addLive(4, "A320").pullOutDue = true; }, ""},
-        {"a live one that rolls", [] { addStatic(3, "A320"), addLive(4, "A320", FlightState::taxi); }, ""},
-        {"a live one that is not there yet",
-         [] {
-             addStatic(3, "A320");
-             addLive(4, "A320").st = AircraftStatus::adding2sim;
-         },
-         ""},
-        {"one that is on its way out",
-         [] {
-             addStatic(3, "A320");
-             addStatic(3, "A320").st = AircraftStatus::removingfromsim;
-         },
-         ""},
-        {"two on a stand", [] { addStatic(1, "C172"), addStatic(1, "C172"); }, "two on one stand: T1* and T2* on S1"},
-        {"one of them live", [] { addStatic(1, "C172"), addLive(1, "C172"); }, "two on one stand: T1* and L1 on S1"},
-        {"both live", [] { addLive(1, "C172"), addLive(1, "C172"); }, "two on one stand: L1 and L2 on S1"},
-    };
-    for (const auto& row : rows) {
-        scene();
-        row.put();
-        const std::vector<std::string> clashes = standClashes();
-        ASSERT_EQ(clashes.size(), *row.clash == 0 ? 0U : 1U) << row.name;
-        if (*row.clash != 0) {
-            EXPECT_TRUE(clashes[0].starts_with(row.clash)) << row.name << ": " << clashes[0];
-        }
-    }
-}
-
-TEST_F(StandCheckTest, EachBrokenTableIsSeen) {
-    const struct {
-        std::function<void()> put;
-        const char* fault;
-    } rows[] = {
-        {[] {
-             addStatic(1, "A320"), addStatic(4, "A320"), addLive(2, "A320"), toPark = {{.sid = 5}, {.sid = 2}};
-         },
-         ""},
-        {[] { stands[2].sid = 9; }, "stand out of place: S3"},
-        {[] { stands[2].id = "S2"; }, "stand twice: S2"},
-        {[] { addStatic(1, "A320").sid = 7; }, "no such stand: 7 of T1*"},
-        {[] { addLive(1, "A320").sid = 7; }, "no such stand: 7 of live L1"},
-        {[] { addStatic(1, "A320"), addStatic(3, "A320").hexid = 1; }, "static hexid twice: 1"},
-        {[] { addStatic(1, "A320"), addStatic(3, "A320").objectid = 501; }, "static object twice: 501"},
-        {[] { addStatic(1, "A320"), addLive(3, "A320").objectid = 501; }, "object twice: 501 of live L1"},
-        {[] { addStatic(1, "A320"), addStatic(1, "A320"); }, "stand held twice: S1 by T1* and T2*"},
-        {[] { addStatic(1, "A320"), addStatic(1, "A320").st = AircraftStatus::adding2sim; },
-         "stand held twice: S1 by T1* and T2*"},
-        {[] { addStatic(1, "A320"), addStatic(1, "A320").st = AircraftStatus::removingfromsim; }, ""},
-        {[] { addStatic(1, "A320"), addStatic(1, "A320").deleteQueued = true; }, ""},
-        {[] { addStatic(3, "C172"), addStatic(4, "C172"); }, "neighbours held: S3 by T1*, S4 by T2*"},
-        {[] {
-             toPark = {{.sid = 5}, {.sid = 5}};
-         },
-         "planned twice: 5"},
-        {[] { toPark = {{.sid = 0}}; }, "planned twice: 0"},
-        {[] { toPark = {{.sid = 7}}; }, "planned twice: 7"},
-    };
-    for (const auto& row : rows) {
-        scene();
-        row.put();
-        EXPECT_EQ(checkStandTables(), row.fault);
-    }
-}
-
-struct ParkingJudgeTest : StandCheckTest {
-    ParkingJudge judge;
-
-    void SetUp() override {
-        StandCheckTest::SetUp();
-        reportQueue.setAccepting(true);
     }
     void report(std::int32_t tick, LatLon at, bool airborne = false) {
         AircraftReport r;
