@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The stream of one client: framing, opening, sizes, and which exception answers what.
+// The stream of one client: bytes, sizes, and which exception answers what.
 #include "raw_client.h"
 
 #include <gtest/gtest.h>
@@ -21,53 +21,27 @@ Bytes hex(std::string_view digits) {
     return bytes;
 }
 
-Bytes head(const Message& message, std::size_t count) {
-    return {message.bytes.begin(), message.bytes.begin() + static_cast<std::ptrdiff_t>(count)};
-}
-Bytes tail(const Message& message, std::size_t from) {
-    return {message.bytes.begin() + static_cast<std::ptrdiff_t>(from), message.bytes.end()};
-}
-
-TEST(Session, AnswersOpenWithTheProductsName) {
-    World world;
-    RawClient client(world.simulator);
-    const auto messages = client.take();
-    ASSERT_EQ(messages.size(), 1u);
-    EXPECT_EQ(head(messages[0], 21), hex("34 01 00 00 04 00 00 00 02 00 00 00 4B 69 74 74 79 48 61 77 6B"));
-    EXPECT_EQ(tail(messages[0], 268),
-              hex("0B 00 00 00 00 00 00 00 3E 4E 04 00 E7 03 00 00 0B 00 00 00 00 00 00 00 BB F4 00 00 "
-                  "03 00 00 00 00 00 00 00 00 00 00 00"));
-
-    SimulatorOptions newer = World::flat();
-    newer.generation = Generation::msfs2024;
-    World second(newer);
-    RawClient other(second.simulator, false);
-    other.send(openPacket(6));
-    const Message answer = other.take().at(0);
-    EXPECT_EQ(answer.text(12, 256), "SunRise");
-    EXPECT_EQ(answer.u32(4), 6u); // the client's own number comes back
-    EXPECT_EQ(answer.u32(268), 12u);
-    client.send(client.next(0x6B));
-    other.send(other.next(0x6B));
-    EXPECT_EQ(client.told(), client.refused(3, 0));
-    EXPECT_EQ(other.told(), other.refused(3, -1)) << "an unknown index depends on the generation";
-}
-
 // Bytes as other clients write them, up to the padding.
 TEST(Session, ReadsAndWritesKnownBytes) {
     World world;
     RawClient client(world.simulator);
-    client.take();
-    Bytes subscribe = hex("14 01 00 00 04 00 00 00 17 00 00 F0 01 00 00 00 CC 00 00 00 46 72 61 6D 65");
-    subscribe.resize(276);
-    setFrameRate(world.simulator, 59.5);
-    receive(world.simulator, client.session(), subscribe);
-    advance(world.simulator, 17'000'000);
     const auto theOne = [&](std::uint32_t wanted) {
         const auto messages = client.take(wanted);
         EXPECT_EQ(messages.size(), 1u) << wanted;
         return messages.empty() ? Bytes() : messages[0].bytes;
     };
+    const Bytes open = theOne(kind::open);
+    ASSERT_EQ(open.size(), 308u);
+    EXPECT_EQ(Bytes(open.begin(), open.begin() + 21),
+              hex("34 01 00 00 04 00 00 00 02 00 00 00 4B 69 74 74 79 48 61 77 6B"));
+    EXPECT_EQ(Bytes(open.begin() + 268, open.end()),
+              hex("0B 00 00 00 00 00 00 00 3E 4E 04 00 E7 03 00 00 0B 00 00 00 00 00 00 00 BB F4 00 00 "
+                  "03 00 00 00 00 00 00 00 00 00 00 00"));
+    Bytes subscribe = hex("14 01 00 00 04 00 00 00 17 00 00 F0 01 00 00 00 CC 00 00 00 46 72 61 6D 65");
+    subscribe.resize(276);
+    setFrameRate(world.simulator, 59.5);
+    receive(world.simulator, client.session(), subscribe);
+    advance(world.simulator, 17'000'000);
     EXPECT_EQ(theOne(kind::frame),
               hex("20 00 00 00 04 00 00 00 07 00 00 00 FF FF FF FF CC 00 00 00 00 00 00 00 00 00 6E 42 00 00 80 3F"));
 
@@ -96,38 +70,6 @@ TEST(Session, ReadsAndWritesKnownBytes) {
     EXPECT_EQ(theOne(kind::quit), hex("0C 00 00 00 04 00 00 00 03 00 00 00"));
 }
 
-// The same conversation, cut at every place and glued together, must give the same answers.
-TEST(Session, TakesPacketsHoweverTheStreamIsCut) {
-    Bytes stream;
-    const auto append = [&stream](Packet packet) {
-        stream.insert(stream.end(), packet.bytes().begin(), packet.bytes().end());
-    };
-    append(openPacket());
-    append(Packet(0x17, 2).u32(201).text("Sim", 256));
-    append(Packet(0x0E, 3).u32(1).u32(2).u32(0).u32(1).zeros(16)); // unknown definition
-    append(Packet(0x6B, 4));                                       // unknown call, head only
-    append(Packet(0x17, 5).u32(202).text("Nonsense", 256));
-    Bytes expected;
-    for (const std::size_t piece :
-         {std::size_t{1}, std::size_t{3}, std::size_t{5}, std::size_t{17}, std::size_t{700}, stream.size()}) {
-        World world;
-        RawClient client(world.simulator, false);
-        for (std::size_t at = 0; at < stream.size(); at += piece)
-            ASSERT_TRUE(receive(world.simulator, client.session(),
-                                std::span(stream).subspan(at, std::min(piece, stream.size() - at))));
-        const auto out = client.session().out.waiting();
-        if (expected.empty())
-            expected.assign(out.begin(), out.end());
-        EXPECT_EQ(Bytes(out.begin(), out.end()), expected) << "pieces of " << piece;
-        EXPECT_EQ(world.simulator.counters.packetsReceived, 5u);
-    }
-    std::string answers;
-    for (const Message& message : cut(expected))
-        answers += told(message) + ";";
-    EXPECT_EQ(answers, "open;event 201 1;exception 3 of packet 3, index 2;exception 3 of packet 4, index 0;"
-                       "exception 7 of packet 5, index 2;");
-}
-
 TEST(Session, EveryCallWithAWrongSizeIsRefused) {
     const struct {
         std::uint32_t function, size;
@@ -154,23 +96,6 @@ TEST(Session, EveryCallWithAWrongSizeIsRefused) {
         for (const Message& message : client.take(kind::exception))
             EXPECT_NE(message.u32(12), 2u) << std::hex << call.function;
     }
-}
-
-TEST(Session, OpenComesFirstAndOnce) {
-    World world;
-    RawClient client(world.simulator, false);
-    client.subscribe(201, "Sim");
-    EXPECT_EQ(client.told().substr(0, 12), "exception 4 ");
-    EXPECT_EQ(world.simulator.counters.clients, 0u);
-    for (const std::uint32_t version : {1u, 7u, 29u}) {
-        client.send(openPacket(version, 9));
-        EXPECT_EQ(client.told(), "exception 5 of packet 9, index 4;");
-    }
-    client.send(openPacket(2));
-    EXPECT_EQ(client.take(kind::open).size(), 1u);
-    client.send(openPacket(2));
-    EXPECT_EQ(client.take(kind::exception).size(), 1u);
-    EXPECT_EQ(world.simulator.counters.clients, 1u);
 }
 
 TEST(Session, FaultsOfACallBringItsException) {
