@@ -7,9 +7,13 @@
 
 #include <atomic>
 #include <future>
+#include <tuple>
 
 namespace kes::test {
 namespace {
+
+/// Connected, the light for it, and the professional edition.
+using Flags = std::tuple<bool, bool, bool>;
 
 std::atomic<int> goneCalls{0};
 std::atomic<int> waitCalls{0};
@@ -137,7 +141,7 @@ TEST_F(ControlLinkTest, ServerErrorsNameTheCall) {
 TEST_F(ControlLinkTest, WholeConversation) {
     Client client;
     connect(client, prof);
-    EXPECT_TRUE(rtConnected && rtProfEdition && readouts.rtLight);
+    EXPECT_EQ(Flags(rtConnected, readouts.rtLight, rtProfEdition), Flags(true, true, true));
     EXPECT_FALSE(rtWaitPending);
     EXPECT_EQ(readoutText(Readout::edition), "RT prof edition: 10.1");
     EXPECT_EQ(statusText(), "");
@@ -233,8 +237,7 @@ TEST_F(ControlLinkTest, ASilentClientCountsAsTheStandardEditionUntilItAnswers) {
     Client client;
     client.connectAsked();
     wait.get();
-    EXPECT_TRUE(rtConnected && readouts.rtLight);
-    EXPECT_FALSE(rtProfEdition);
+    EXPECT_EQ(Flags(rtConnected, readouts.rtLight, rtProfEdition), Flags(true, true, false));
     EXPECT_TRUE(logged("No RealTraffic version received?"));
     sendQs121(user);
     EXPECT_EQ(client.line(), formatQs121(user));
@@ -263,7 +266,7 @@ TEST_F(ControlLinkTest, WhoKnocksAndGoesCostsNothing) {
     knockAndGo(90);
     Client client;
     connect(client, prof);
-    EXPECT_TRUE(rtConnected && rtProfEdition);
+    EXPECT_EQ(Flags(rtConnected, readouts.rtLight, rtProfEdition), Flags(true, true, true));
     EXPECT_FALSE(logged("No RealTraffic version received?"));
     // Beside the true client and after it.
     knockAndGo(30);
@@ -299,7 +302,7 @@ TEST_F(ControlLinkTest, AClientThatGoesBeforeItAnswersIsNotWaitedFor) {
     client.connectAsked();
     client.send(prof);
     wait.get();
-    EXPECT_TRUE(rtConnected && rtProfEdition);
+    EXPECT_EQ(Flags(rtConnected, readouts.rtLight, rtProfEdition), Flags(true, true, true));
     EXPECT_EQ(logLines().size(), 2U) << "no complaint of a version, none of a loss";
     expectServed(client);
     EXPECT_EQ(goneCalls, 0);
@@ -329,7 +332,7 @@ TEST_F(ControlLinkTest, StrangersDoNotKeepRealTrafficOut) {
     strangers.back().send("GET / HTTP/1.1\r\n\r\n");
     ASSERT_TRUE(sendUntil([&] { return strangers.back().asked(); }));
     expectServed(again);
-    EXPECT_TRUE(first.closed() && later.closed()) << "the oldest have given way";
+    EXPECT_EQ(std::tuple(first.closed(), later.closed()), std::tuple(true, true)) << "the oldest have given way";
     EXPECT_EQ(readoutText(Readout::edition), "RT stnd edition: 11");
     // Only when nobody is left the traffic leaves.
     again.socket.close();
@@ -379,7 +382,7 @@ TEST_F(ControlLinkTest, AClientGoesAndComesBack) {
             }));
         }
         ASSERT_TRUE(sendUntil([] { return goneCalls == 1; }));
-        EXPECT_FALSE(rtConnected || readouts.rtLight);
+        EXPECT_EQ(Flags(rtConnected, readouts.rtLight, rtProfEdition), Flags(false, false, false));
         EXPECT_EQ(trafficReader.timestamp, 0.0) << "the readers start anew";
         EXPECT_TRUE(statusText().ends_with(" RealTraffic gone? Wait for RealTraffic to re-connect ..."))
             << statusText();
@@ -389,7 +392,7 @@ TEST_F(ControlLinkTest, AClientGoesAndComesBack) {
         Client again;
         again.connectAsked();
         wait.get();
-        EXPECT_TRUE(rtConnected && readouts.rtLight);
+        EXPECT_EQ(Flags(rtConnected, readouts.rtLight, rtProfEdition), Flags(true, true, false));
         EXPECT_TRUE(logLines().back().ends_with(" RealTraffic re-connected"));
         EXPECT_EQ(statusText(), "");
         sendQs121(user);

@@ -9,6 +9,7 @@
 #include <array>
 #include <cstring>
 #include <limits>
+#include <tuple>
 #include <utility>
 
 namespace kes {
@@ -278,12 +279,12 @@ TEST_F(DispatchTest, WhereTheUserIsAndStoodIsLeftForTheWorker) {
     EXPECT_EQ(moves.stoodAt->lat, 48.01) << "the place of the event, and who moves leaves none";
     EXPECT_EQ(moves.seenAt->lat, 48.02);
     moves = takeUserMoves();
-    EXPECT_FALSE(moves.seenAt || moves.stoodAt) << "once each";
+    EXPECT_EQ(std::tuple(moves.seenAt.has_value(), moves.stoodAt.has_value()), std::tuple(false, false)) << "once each";
     giveUser(standing(48.03, 0));
     give(RecvId::eventFilename, RecvEventFilename{});
     resetSimClient();
     moves = takeUserMoves();
-    EXPECT_FALSE(moves.seenAt || moves.stoodAt) << "nothing of the run before";
+    EXPECT_EQ(std::tuple(moves.seenAt.has_value(), moves.stoodAt.has_value()), std::tuple(false, false)) << "of before";
 }
 
 TEST_F(DispatchTest, OnGroundRepliesCountOnceTheUserIsSomewhere) {
@@ -292,12 +293,12 @@ TEST_F(DispatchTest, OnGroundRepliesCountOnceTheUserIsSomewhere) {
     };
     onGround(1);
     EXPECT_TRUE(secondDue);
-    EXPECT_FALSE(firstReplySeen || userOnGround);
+    EXPECT_EQ((std::tuple<bool, bool>(firstReplySeen, userOnGround)), std::tuple(false, false));
     giveUser(userAt(48, 11));
     for (const std::int64_t value : {1, 0, -1}) {
         secondDue = false;
         onGround(value);
-        EXPECT_TRUE(secondDue && firstReplySeen);
+        EXPECT_EQ((std::tuple<bool, bool>(secondDue, firstReplySeen)), std::tuple(true, true));
         EXPECT_EQ(userOnGround, value != 0);
     }
 }
