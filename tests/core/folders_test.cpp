@@ -2,8 +2,6 @@
 #include "support.h"
 #include "thrown.h"
 
-#include <cstdlib>
-
 namespace kes {
 namespace {
 
@@ -46,19 +44,6 @@ TEST(Folders, OneThatCannotBeEmptiedIsAUserError) {
     // Nobody, not even root, removes a file there.
     for (const char* folder : {"/proc/self/fdinfo", "nowhere"})
         EXPECT_EQ(test::thrownBy([&] { emptyFolder(folder); }).substr(0, 21), "5: filesystem error: ") << folder;
-}
-
-TEST(Folders, UserDataLiesInTheRoamingFolder) {
-    const test::ProgramFolder folder;
-    EXPECT_EQ(parametersFile(), folder.folder / "appdata" / "Kestrelune" / "parameters.xml");
-    const char* const before = std::getenv("XDG_CONFIG_HOME");
-    const std::string kept = before != nullptr ? before : "";
-    setenv("XDG_CONFIG_HOME", "/kim", 1);
-    EXPECT_EQ(realTrafficJar(), "/kim/InsideSystems/RealTraffic.jar");
-    if (before != nullptr)
-        setenv("XDG_CONFIG_HOME", kept.c_str(), 1);
-    else
-        unsetenv("XDG_CONFIG_HOME");
 }
 
 } // namespace

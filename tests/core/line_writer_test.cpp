@@ -127,20 +127,13 @@ TEST_F(PipeTest, AReaderThatGoesIsAnErrorAndNoSignal) {
     EXPECT_EQ(writer.trouble(), platform::outputErrorText(EPIPE));
 }
 
-/// Writes to the file out.txt.
-struct FileTest : testing::Test {
+TEST(LineWriterFile, AFullDiskCostsItsLinesAndSaysHowManyOnce) {
     const test::ProgramFolder folder;
-    static platform::Output opened() {
-        platform::surviveFailedWrites();
-        platform::Output file;
-        std::string error;
-        EXPECT_TRUE(file.open("out.txt", error)) << error;
-        return file;
-    }
-    LineWriter writer{opened(), {100000, "test"}, missing};
-};
-
-TEST_F(FileTest, AFullDiskCostsItsLinesAndSaysHowManyOnce) {
+    platform::surviveFailedWrites();
+    platform::Output file;
+    std::string error;
+    ASSERT_TRUE(file.open("out.txt", error)) << error;
+    LineWriter writer(std::move(file), {100000, "test"}, missing);
     std::optional<test::FullDisk> full(25);
     for (int i = 0; i < 5; ++i) // the second line breaks off, the others do not come at all
         writer.write("", "fifteen letters");
@@ -158,15 +151,6 @@ TEST_F(FileTest, AFullDiskCostsItsLinesAndSaysHowManyOnce) {
     writer.close(10000);
     EXPECT_EQ(test::readFile("out.txt"),
               "fifteen letters\nfifteen l\n<7 " + platform::outputErrorText(EFBIG) + ">\nroom again\nand more\n");
-}
-
-TEST_F(FileTest, WhatWasLostIsToldAtTheEndAtTheLatest) {
-    std::optional<test::FullDisk> full(0);
-    writer.write("", "none");
-    EXPECT_TRUE(writer.flush(10000));
-    full.reset();
-    writer.close(10000);
-    EXPECT_EQ(test::readFile("out.txt"), "<1 " + platform::outputErrorText(EFBIG) + ">\n");
 }
 
 } // namespace

@@ -5,8 +5,6 @@
 
 #include <atomic>
 #include <fmt/format.h>
-#include <mutex>
-#include <set>
 #include <stdexcept>
 #include <sys/resource.h>
 
@@ -98,28 +96,6 @@ TEST_F(ParallelWalk, HandsOverInTheOrderOfTheWalkWhateverThreadIsFaster) {
     }
     EXPECT_TRUE(walk({}).empty());
     EXPECT_EQ(walk({"two/"}).front(), "two/0.bgl");
-}
-
-TEST_F(ParallelWalk, SharesASingleFolderAmongTheThreads) {
-    for (int i = 0; i < 40; ++i)
-        put(fmt::format("flat/in/{:02}", i));
-    std::mutex mutex;
-    std::set<std::thread::id> threads;
-    std::atomic<bool> alone = false;
-    client.work = [&](const PickedEntry& entry, std::string& result) {
-        {
-            const std::lock_guard lock(mutex);
-            threads.insert(std::this_thread::get_id());
-        }
-        // Fewer threads wait in vain, once.
-        alone = alone || !waitFor([&] {
-                    const std::lock_guard lock(mutex);
-                    return threads.size() >= 3;
-                });
-        result = entry.path;
-    };
-    EXPECT_EQ(walk({"flat"}, 3).size(), 40u);
-    EXPECT_EQ(threads.size(), 3u);
 }
 
 TEST_F(ParallelWalk, WhatFailsCostsItselfAndIsToldInItsPlace) {

@@ -109,13 +109,9 @@ TEST_F(ParametersTest, AFirstStartBuildsTheFileInTheFixedOrder) {
 }
 
 TEST_F(ParametersTest, DefaultsLieWithinTheirLimits) {
-    std::map<std::uint16_t, std::string_view> ids;
     for (const StoredParameter& entry : storedParameters()) {
         if (IntParameter* const* integer = std::get_if<IntParameter*>(&entry.value)) {
             EXPECT_EQ((*integer)->clamped((*integer)->defaultValue), (*integer)->defaultValue) << entry.name();
-        }
-        if (entry.control != nullptr) {
-            EXPECT_TRUE(ids.emplace(entry.control->controlId, entry.name()).second) << entry.name();
         }
     }
     EXPECT_EQ(MAX_LIVE.clamped(INT64_MAX), 300);

@@ -3,6 +3,7 @@
 #include "core/window.h"
 
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace kes {
 namespace {
@@ -19,10 +20,12 @@ TEST(Window, ANewRunStartsWithFreshReadOuts) {
     windowRequests.newSettings = true;
     showStatus("old", false);
     resetWindow();
-    EXPECT_TRUE(readouts.live == 0 && readouts.qnh == 0 && readouts.minutesToRenewal == -1);
-    EXPECT_TRUE(readouts.trafficLamp == Lamp::stopped && readouts.waiting);
+    EXPECT_EQ((std::tuple<int, int, int>(readouts.live, readouts.qnh, readouts.minutesToRenewal)),
+              std::tuple(0, 0, -1));
+    EXPECT_EQ((std::tuple<Lamp, bool>(readouts.trafficLamp, readouts.waiting)), std::tuple(Lamp::stopped, true));
     EXPECT_EQ(readoutText(Readout::foundObject), "");
-    EXPECT_FALSE(windowRequests.parkAdjust || windowRequests.newSettings);
+    EXPECT_EQ((std::tuple<bool, bool>(windowRequests.parkAdjust, windowRequests.newSettings)),
+              std::tuple(false, false));
     EXPECT_EQ(readouts.liveries, 4711) << "they stay loaded";
     EXPECT_EQ(statusText(), "");
 }

@@ -290,24 +290,6 @@ TEST_F(ControlLinkTest, WhoKnocksAndGoesCostsNothing) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, 4s);
 }
 
-TEST_F(ControlLinkTest, AClientThatGoesBeforeItAnswersIsNotWaitedFor) {
-    auto wait = waiting();
-    {
-        Client stranger;
-        stranger.connectAsked();
-    }
-    const int before = waitCalls;
-    EXPECT_TRUE(waitFor([&] { return waitCalls > before; })) << "the wait goes on";
-    Client client;
-    client.connectAsked();
-    client.send(prof);
-    wait.get();
-    EXPECT_EQ(Flags(rtConnected, readouts.rtLight, rtProfEdition), Flags(true, true, true));
-    EXPECT_EQ(logLines().size(), 2U) << "no complaint of a version, none of a loss";
-    expectServed(client);
-    EXPECT_EQ(goneCalls, 0);
-}
-
 TEST_F(ControlLinkTest, StrangersDoNotKeepRealTrafficOut) {
     Client first, client, later;
     auto wait = waiting();

@@ -117,26 +117,6 @@ TEST(Socket, StopWorksWithoutAWakeUpChannel) {
     ASSERT_EQ(udp.openUdp(), 0);
 }
 
-TEST(Socket, StreamCarriesAllBytesInOrderThroughSmallBuffers) {
-    Pair pair;
-    ASSERT_EQ(pair.client.setNoDelay(), 0);
-    std::string sent(4 << 20, '\0');
-    for (std::size_t i = 0; i < sent.size(); ++i)
-        sent[i] = static_cast<char>(i * 2654435761u >> 24);
-    std::thread sender([&] {
-        EXPECT_EQ(pair.client.sendAll(bytesOf(sent), 20000).bytes, static_cast<std::ptrdiff_t>(sent.size()));
-        pair.client.close();
-    });
-    std::string got;
-    std::array<char, 4096> buffer{};
-    IoResult part;
-    while ((part = pair.server.receive(buffer, 20000)).bytes > 0)
-        got.append(buffer.data(), static_cast<std::size_t>(part.bytes));
-    sender.join();
-    EXPECT_EQ(part.bytes, 0) << "a closed peer gives 0";
-    EXPECT_EQ(got, sent);
-}
-
 TEST(Socket, APeerThatVanishedIsAnErrorAndNoSignal) {
     Pair pair;
     ASSERT_EQ(pair.client.sendAll(bytesOf("unread"), 1000).bytes, 6);
@@ -150,23 +130,6 @@ TEST(Socket, APeerThatVanishedIsAnErrorAndNoSignal) {
     }));
     EXPECT_EQ(socketErrorText(result.error), "10054 Connection reset by peer");
     EXPECT_FALSE(result.stopped);
-}
-
-TEST(Socket, DatagramsKeepTheirEdgesAndLongOnesAreCut) {
-    Socket in = bound(), out = bound();
-    ASSERT_EQ(in.setReceiveBuffer(1 << 20), 0);
-    for (const std::string_view text : {"first", "", "a much longer second"})
-        ASSERT_EQ(out.sendTo(bytesOf(text), "127.0.0.1", in.localPort()).bytes,
-                  static_cast<std::ptrdiff_t>(text.size()));
-    std::array<char, 8> buffer{};
-    const auto next = [&] {
-        const IoResult result = in.receive(buffer, 5000);
-        return std::string(buffer.data(), result.bytes < 0 ? 0 : static_cast<std::size_t>(result.bytes));
-    };
-    EXPECT_EQ(next(), "first");
-    EXPECT_EQ(next(), "");
-    EXPECT_EQ(next(), "a much l");
-    EXPECT_TRUE(in.receive(buffer, 10).timedOut);
 }
 
 TEST(Socket, FailuresComeInWindowsNumbers) {

@@ -173,19 +173,5 @@ TEST(Utf8, RoundTripsWhatIsTextAndRefusesWhatIsNot) {
     EXPECT_EQ(pathText(pathFrom("a/\xC3\xBC.xml")), "a/\xC3\xBC.xml");
 }
 
-TEST(Process, CountsItsThreads) {
-    const std::size_t before = threadCount();
-    ASSERT_GE(before, 1u);
-    std::atomic<bool> stop{false};
-    std::thread other([&] {
-        nameThread("a name longer than fifteen");
-        while (!stop)
-            std::this_thread::yield();
-    });
-    EXPECT_TRUE(test::waitFor([&] { return threadCount() == before + 1; }));
-    stop = true;
-    other.join();
-}
-
 } // namespace
 } // namespace kes::platform
