@@ -4,6 +4,7 @@
 
 #include "platform/zip.h"
 #include "support.h"
+#include "thrown.h"
 
 #include <utility>
 
@@ -25,16 +26,6 @@ inline std::string zipOf(const std::vector<std::pair<std::string, std::string>>&
         EXPECT_TRUE(zip.addData(name, content));
     EXPECT_TRUE(zip.close());
     return readFile(file);
-}
-
-/// What the exception says that `body` throws; "nothing" when it throws none.
-template <typename Body> std::string thrownBy(Body&& body) {
-    try {
-        body();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "nothing";
 }
 
 } // namespace kes::test

@@ -21,6 +21,14 @@ inline std::string escaped(std::string_view text) {
     return out;
 }
 
+/// Codes in the stored form, with commas between.
+template <typename Codes, typename Encrypt> std::string listOf(const Codes& codes, Encrypt encrypt) {
+    std::string list;
+    for (const auto& code : codes)
+        list += (list.empty() ? "" : ",") + escaped(encrypt(code));
+    return list;
+}
+
 /// All sets of codes: types, heavy, large, business jets, high performance, rotorcraft, cargo types, airlines, cargo
 /// operators, airports, with bars between.
 inline std::string setsText() {
@@ -74,10 +82,7 @@ struct ReferenceText {
                                  std::vector<std::string> codes, const char* filler, auto encrypt) {
             if (codes.empty())
                 codes.push_back(filler);
-            std::string list;
-            for (const std::string& code : codes)
-                list += (list.empty() ? "" : ",") + escaped(encrypt(code));
-            all += fmt::format("<{0}><{1} {2}=\"{3}\"/></{0}>\n", name, child, attribute, list);
+            all += fmt::format("<{0}><{1} {2}=\"{3}\"/></{0}>\n", name, child, attribute, listOf(codes, encrypt));
         };
         const auto of = [&](AircraftCategory category) {
             const auto found = types.find(category);
@@ -91,12 +96,8 @@ struct ReferenceText {
         section("rotorcraft", "rot", "types", of(AircraftCategory::rotorcraft), "--", encryptModel);
         section("cargo_types", "cargo_type", "types", {}, "--", encryptModel);
         all += "<similar_types>";
-        for (const auto& group : similar) {
-            std::string list;
-            for (const std::string& code : group)
-                list += (list.empty() ? "" : ",") + escaped(encryptModel(code));
-            all += fmt::format("<similar types=\"{}\"/>", list);
-        }
+        for (const auto& group : similar)
+            all += fmt::format("<similar types=\"{}\"/>", listOf(group, encryptModel));
         all += "</similar_types>\n";
         section("ICAO_airlines", "ICAO", "codes", airlines, "ZZZ", encryptAirline);
         section("cargo_operators", "ICAO", "codes", {}, "---", encryptAirline);
@@ -107,14 +108,11 @@ struct ReferenceText {
         for (const auto& [type, span] : metres)
             all += fmt::format("<wingspan type=\"{}\" meters=\"{}\"/>", escaped(encryptModel(type)), span);
         all += "</wingspans>\n<publishers>";
-        for (const auto& group : publishers) {
-            std::string names;
-            for (const std::string& name : group)
-                names += (names.empty() ? "" : ",") + escaped(name);
-            all += fmt::format("<pub names=\"{}\"/>", names);
-        }
+        const auto plain = [](const std::string& text) { return text; };
+        for (const auto& group : publishers)
+            all += fmt::format("<pub names=\"{}\"/>", listOf(group, plain));
         all += "</publishers>\n";
-        section("simaddons20", "simaddon20", "arpts", simaddons, "EHAM", [](const std::string& code) { return code; });
+        section("simaddons20", "simaddon20", "arpts", simaddons, "EHAM", plain);
         for (const auto& [year, list] : {std::pair(20, &thirdParties20), std::pair(24, &thirdParties24)}) {
             all += fmt::format("<thirdparties{}>", year);
             for (const auto& [publisher, airports] : *list)

@@ -25,17 +25,8 @@ inline std::string reg(std::string_view regcode) {
     return escaped(encryptRegcode(regcode));
 }
 
-inline std::string listOf(std::initializer_list<std::string_view> codes, std::string (*scrambled)(std::string_view)) {
-    std::string list;
-    for (const std::string_view code : codes)
-        list += (list.empty() ? "" : ",") + scrambled(code);
-    return list;
-}
 inline std::string models(std::initializer_list<std::string_view> codes) {
-    return listOf(codes, model);
-}
-inline std::string airlines(std::initializer_list<std::string_view> codes) {
-    return listOf(codes, airline);
+    return listOf(codes, encryptModel);
 }
 
 inline std::string db(std::string_view regcode, std::string_view airl, std::string_view type, std::string_view opr = "",
@@ -59,8 +50,8 @@ struct DocumentText {
         {"buzjet", element("bzj", "types", models({"C25A"}))},
         {"rotorcraft", element("rot", "types", models({"EC35"}))},
         {"cargo_types", element("cargo_type", "types", models({"B744"}))},
-        {"ICAO_airlines", element("ICAO", "codes", airlines({"KLM", "BAW"}))},
-        {"cargo_operators", element("ICAO", "codes", airlines({"GEC"}))},
+        {"ICAO_airlines", element("ICAO", "codes", airline("KLM") + "," + airline("BAW"))},
+        {"cargo_operators", element("ICAO", "codes", airline("GEC"))},
         {"simaddons20", element("simaddon20", "arpts", "EHAM,LFPG")},
     };
 

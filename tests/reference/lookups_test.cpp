@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Looking things up, beside slow and plain versions of the same.
 #include "core/text.h"
-#include "count_allocations.h"
 #include "document_text.h"
 
 #include <algorithm>
@@ -103,21 +102,6 @@ TEST_F(Lookups, ThousandsOfRegistrationsStayApart) {
         EXPECT_EQ(std::string_view(record->type.data(), 4), type) << regcode;
         EXPECT_FALSE(reference::tables.dbaseRecords.find(regcode + "-"));
     }
-}
-
-TEST_F(Lookups, LookUpsTakeNothingFromTheHeap) {
-    DocumentText().set("wingspans", span("A320", "20")).set("dbase", db("OY-ABC", "BAW", "A320", "GEC")).read();
-    const std::size_t before = allocations;
-    std::size_t found = 0;
-    for (const char* code : {"A320", "B744", "ZZZZ", ""}) {
-        found += modelExists(code) + airlineExists("KLM") + airlineExists(code);
-        found += categoryOf(code) == AircraftCategory::large;
-        found += wingspanOf(code) > 0;
-        found += lookupRegcode("OYABC").has_value() + lookupRegcode("OYABD").has_value();
-        found += regcodeInTitle("Cessna Skyhawk OYABC").empty();
-    }
-    EXPECT_EQ(allocations, before);
-    EXPECT_EQ(found, 2u + 4u + 1u + 4u + 4u + 4u);
 }
 
 // --- registrations in titles

@@ -41,22 +41,5 @@ TEST_F(DataBase, MissingZipEndsTheStart) {
     EXPECT_FALSE(modelExists("A320"));
 }
 
-TEST_F(DataBase, BrokenDocumentsLeaveNeitherFileNorTables) {
-    struct Case {
-        std::string text, failure;
-    };
-    for (const Case& c :
-         {Case{"<aircrafts>", "60: \"temp2.xml\" not read because of Start-end tags mismatch"},
-          Case{DocumentText().without("buzjet").xml(), "61: In an xml file section buzjet bzj types is empty "},
-          Case{DocumentText().set("dbase", "<db type=\"A\"/>").xml(), "decrypt model \"A\" error"},
-          Case{DocumentText().set("wingspans", "<wingspan type=\"X\"/>").xml(),
-               "exception decrypt model \"X\" error in reading wingspans from \"input/temp2.xml\""}}) {
-        serve(c.text);
-        EXPECT_EQ(failure(), c.failure);
-        EXPECT_FALSE(fs::exists(path::referenceDocument)) << c.failure;
-        EXPECT_FALSE(modelExists("A320"));
-    }
-}
-
 } // namespace
 } // namespace kes

@@ -101,7 +101,6 @@ public:
     }
 
     Session& session() { return *session_; }
-    std::uint32_t lastSendId() const { return sendId_; }
 
     bool send(Packet packet) { return receive(simulator_, *session_, packet.bytes()); }
     Packet next(std::uint32_t function) { return Packet(function, ++sendId_); }
