@@ -7,7 +7,6 @@
 #include "tools/pack/command.h"
 
 #include <fmt/format.h>
-#include <set>
 #include <zlib.h>
 
 namespace kes::pack {
@@ -143,30 +142,6 @@ TEST(Apt, FilesOfTheUpdateServerAreWritten) {
     EXPECT_EQ(list.at(0).id, "1");
     EXPECT_EQ(std::distance(fs::directory_iterator("server/MSFS/archive/stock"), fs::directory_iterator()), 2);
     EXPECT_EQ(runCommand({"--apt", "none.gz", "--out", "server"}, out, error), 1);
-}
-
-/// Every airport that people have drawn: ids are unique and short, and the program reads what is written.
-TEST(Apt, TheLayoutsOfTheWorld) {
-    const fs::path data = fs::path(KES_SOURCE_DIR) / "../shared/data/stands/world-stands-2021.apt.dat.gz";
-    if (!fs::exists(data))
-        GTEST_SKIP() << data << " is not there";
-    std::vector<BadRow> bad;
-    const auto airports = readApt(data, bad);
-    EXPECT_GT(airports.size(), 11000U);
-    std::size_t stands = 0, longIds = 0, starts = 0;
-    for (const AptAirport& airport : airports) {
-        std::set<std::string> ids;
-        for (const Stand& stand : standsOf(airport)) {
-            EXPECT_TRUE(ids.insert(stand.id).second) << airport.code << " " << stand.id;
-            EXPECT_FALSE(stand.id.empty()) << airport.code;
-            ++stands;
-            longIds += stand.id.size() > 12;
-        }
-        starts += airport.starts.size();
-        EXPECT_LE(ids.size(), mostStands);
-    }
-    EXPECT_GT(stands, starts * 98 / 100);
-    EXPECT_LT(longIds, stands / 20) << "ids are short";
 }
 
 } // namespace

@@ -72,19 +72,5 @@ TEST(Csv, HeadLineDecides) {
     EXPECT_EQ(problem, "no such file.csv not found");
 }
 
-TEST(Csv, FieldRoundTrip) {
-    for (const char* text : {"", "plain", "a,b", "say \"x\"", " blank ", "two\nlines", "\"", "tab\t"}) {
-        std::string got, problem;
-        ASSERT_TRUE(readCsvText(
-            "a,b\n" + csvField(text) + ",1\n", {"a"},
-            [&](const CsvRow& row) {
-                got = row[0];
-                return std::string();
-            },
-            nullptr, problem));
-        EXPECT_EQ(got, text);
-    }
-}
-
 } // namespace
 } // namespace kes::test

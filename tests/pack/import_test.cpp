@@ -55,20 +55,6 @@ TEST(Import, AircraftOfRealLifeLists) {
     EXPECT_THROW(pack::packUpdates(plan), std::runtime_error);
 }
 
-TEST(Import, OfTwoAircraftListsTheFirstWins) {
-    PackFolder folder;
-    std::ofstream("one.csv") << "'r','t','o'\n'N1','A320','DLH'\n";
-    std::ofstream("two.csv") << "r\tt\nN1\tA321\nN2\tA321\n";
-    pack::PackPlan plan = folder.plan();
-    plan.aircraft.push_back({"one.csv", "r", "t", "o", "", "", false});
-    plan.aircraft.push_back({"two.csv", "r", "t", "", "", "", true});
-    const pack::PackCount count = folder.packAndRead(plan);
-    EXPECT_EQ(recordText("N1"), "DLH/A320/");
-    EXPECT_EQ(recordText("N2"), "PVT/A321/");
-    EXPECT_EQ(count.overruled, 1u);
-    EXPECT_EQ(folder.badText(count), "");
-}
-
 TEST(Import, CategoriesOfTypeLists) {
     // Wake, description, kind of engine and number of engines.
     const std::pair<const char*, std::vector<const char*>> cases[] = {

@@ -150,19 +150,5 @@ TEST(LearnedMerge, EveryPublisherHasItsFolder) {
     }
 }
 
-TEST(LearnedMerge, ComesOnTopOfALayoutInOneRun) {
-    const test::PackFolder folder;
-    putFile("apt.dat", "I\n1100\n\n1 0 0 0 EDDF F\n1300 50 8 0 gate jets 1\n1301 C airline\n");
-    putFile("collected/EDDF.xml", learned("<parkpos id=\"1\"><opt reg=\"D-AIZA\" day=\"3\" hh=\"1\"/></parkpos>"));
-    std::string out, error;
-    ASSERT_EQ(
-        runCommand({"--data", "data", "--out", "updates", "--apt", "apt.dat", "--learned", "collected"}, out, error), 0)
-        << error;
-    const std::string text = readBytes("updates/MSFS/archive/stock/EDDF.xml").value();
-    EXPECT_NE(text.find("<opt reg=\"D-AIZA\" day=\"3\" hh=\"1\""), std::string::npos) << text;
-    EXPECT_NE(text.find("name=\"Qf_real\" value=\"63\""), std::string::npos) << text;
-    EXPECT_EQ(runCommand({"--out", "updates", "--learned", "nowhere"}, out, error), 1);
-}
-
 } // namespace
 } // namespace kes::pack

@@ -270,7 +270,7 @@ TEST(Pack, OwnSourcesHaveNoBadRow) {
     EXPECT_EQ(referenceData().publisherGroups.size(), count.publishers);
     EXPECT_GE(count.types, 400u);
     EXPECT_GE(count.airlines, 1000u);
-    EXPECT_TRUE(airlineExists("ZZZ") && airlineExists("PVT"));
+    EXPECT_EQ(std::tuple(airlineExists("ZZZ"), airlineExists("PVT")), std::tuple(true, true));
     // Where simulators have their packages nobody's name may stand, or all that lies there is his.
     for (const char* place : {"Local\\Packages\\Microsoft.FlightSimulator_8wekyb3d8bbwe\\LocalCache",
                               "Local\\Packages\\Microsoft.Limitless_8wekyb3d8bbwe\\LocalCache",

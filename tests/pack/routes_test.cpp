@@ -263,18 +263,6 @@ TEST(SoftOptions, EachGoesWhereItFits) {
     }
 }
 
-TEST(SoftOptions, AStandHasFiveUsesADayAtMost) {
-    const RouteFolder folder;
-    std::vector<Stay> stays(8, {"DLH", {"A320"}, {}, false, 0});
-    for (std::size_t i = 0; i < stays.size(); ++i) {
-        stays[i].airline += static_cast<char>('A' + i);
-        stays[i].week.fill(std::uint64_t{1} << i);
-    }
-    std::vector<Stand> list(1);
-    list[0].radius = 18 / metresPerNm;
-    EXPECT_EQ(addSoftOptions(list, std::vector<AptStart>(1), stays, RouteFolder::sizes()), mostSoftOptions);
-}
-
 TEST(SoftOptions, TheCommandWritesTheSameBytesForTheSameLists) {
     const RouteFolder folder;
     put("apt.dat", "I\n1100\n\n1 0 0 0 EDDF F\n1300 50 8 0 gate jets 1\n1301 C airline\n1300 50.1 8 0 gate heavy "
