@@ -87,6 +87,7 @@ TEST_F(AircraftCfg, ReadsTheKeysOfASection) {
          "pack [fltsim.0] has more than one atc_parking_types key|"},
         {"title=A\natc_id=D-AIPA\nx_atc_id=1", "pack, [fltsim.0], has more than one atc_id key|"},
         {"title=A\natc_id=D-AIPA\natc_id_color=1\nicao_airline=DLH", "DLH/A/D-AIPA/0"},
+        {"title=A\natc_id=D-AIPA\natc_id = D-AIPB\nicao_airline=DLH", "DLH/A/D-AIPA/0"},
         {"texture=x", "pack [fltsim.0] misses title|"},
         {"title=A\natc_id=D-AIXX",
          "\"pack\" \"[fltsim.0]\" has no airline and its regcode is not in my dbase (very old liv?)|"},

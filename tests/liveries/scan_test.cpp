@@ -93,28 +93,9 @@ TEST_F(LiveryScan, WalksSortedAndLeavesOutWhatHoldsNoAiAircraft) {
     EXPECT_TRUE(program.logHas("5 liveries found in packs")) << program.logText();
 }
 
-TEST_F(LiveryScan, GivesTheSameListWhateverThreadIsFaster) {
-    // Every file claims all titles, so that any disorder shows in the airline.
-    std::vector<std::string> dlh, afr;
-    for (int i = 0; i < 300; ++i) {
-        dlh.push_back(fmt::format("DLH title{}", i));
-        afr.push_back(fmt::format("AFR title{}", i));
-    }
-    put("packs/000", dlh);
-    for (int i = 1; i < 120; ++i)
-        put(fmt::format("packs/{:03}", i), i % 2 ? afr : dlh);
-    std::string first;
-    for (int round = 0; round < 5; ++round) {
-        ASSERT_TRUE(scanFolders({"packs"}));
-        const std::string now = scanned() + readFile("output/errors/IncompleFltsimSections.txt");
-        EXPECT_EQ(now.find("AFR/A320"), std::string::npos);
-        EXPECT_EQ(now, round > 0 ? first : now);
-        first = now;
-    }
-}
-
-TEST_F(LiveryScan, CorrectsRecordsFromTheDataBase) {
-    put("packs", {"AFR one D-AIPA", "DLH two F-OPER", "DLH three F-EMPT", "DLH four D-XXXX"});
+TEST_F(LiveryScan, CorrectsRecordsFromTheDataBaseAndLeavesOutForbiddenTitles) {
+    put("packs", {"AFR one D-AIPA", "DLH two F-OPER", "DLH three F-EMPT", "DLH four D-XXXX", "DLH forbidden"});
+    std::ofstream("input/my_regcodes/no.txt") << "forbidden\n";
     ASSERT_TRUE(scanFolders({"packs"}));
     EXPECT_EQ(scanned(), "BAW/A320/two/F-OPER DLH/A20N/one/D-AIPA/cargo DLH/A320/four/D-XXXX DLH/A320/three/F-EMPT ");
     EXPECT_EQ(

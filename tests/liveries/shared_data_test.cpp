@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The real packages and odd cases beside the project, against what an independent prototype says of them.
-#include "core/parameters.h"
 #include "core/text.h"
 #include "liveries/aircraft_cfg.h"
-#include "liveries/scan.h"
-#include "liveries/store.h"
 #include "platform/system.h"
 #include "reference_text.h"
 #include "support.h"
@@ -84,15 +81,8 @@ struct SharedLiveries : testing::Test {
         text.read();
         for (const json& title : known["dontUseTitles"])
             dontUse.insert(title.get<std::string>());
-        setParameterDefaults();
-        fs::create_directories("output/errors");
-        fs::create_directories("output/info");
     }
-    void TearDown() override {
-        resetLiveries();
-        resetReference();
-        setParameterDefaults();
-    }
+    void TearDown() override { resetReference(); }
 
     std::vector<std::string> differences(const std::string& name, const json& wanted) const {
         CfgRules rules;
@@ -112,10 +102,6 @@ struct SharedLiveries : testing::Test {
         if (reject != "section-number-not-int32")
             compare("sections", wanted["sections"].get<std::size_t>(), got.sections);
         compare("model", reject.empty() ? wanted["model"].get<std::string>() : "", got.model);
-        compare("reject", reject, rejectOf(got));
-        if (wanted.contains("at")) {
-            compare("at", true, got.reports.front().second.ends_with(fmt::format(".x={}", wanted["at"].get<int>())));
-        }
         std::set<std::string> seen;
         std::vector<std::vector<std::string>> records, wantedRecords, dropped, wantedDropped;
         for (const FoundLivery& livery : got.liveries) {
@@ -147,24 +133,6 @@ struct SharedLiveries : testing::Test {
         compare("invalid airlines", wanted.value("invalidAirlines", json::array()).size(), invalid);
         return found;
     }
-
-    static std::string rejectOf(const CfgJudgement& got) {
-        if (!got.model.empty())
-            return "";
-        for (const auto& [list, line] : got.reports) {
-            if (list == &ScanReports::emptyCfgFiles)
-                return "no-fltsim-section";
-            if (line.find("non-consecutive") != std::string::npos)
-                return "non-consecutive";
-            if (line.find("without a number") != std::string::npos)
-                return "section-without-number";
-            if (line.find("is missing in") != std::string::npos)
-                return "no-type-designator";
-            if (list == &ScanReports::invalidModels)
-                return "invalid-model";
-        }
-        return got.log.empty() ? "model-silent" : "section-number-not-int32";
-    }
 };
 
 TEST_F(SharedLiveries, FilesGiveWhatAnIndependentReadingGives) {
@@ -178,52 +146,6 @@ TEST_F(SharedLiveries, FilesGiveWhatAnIndependentReadingGives) {
     }
     EXPECT_GT(files, 500u);
     EXPECT_GT(records, 5000u);
-}
-
-TEST_F(SharedLiveries, WholeScansGiveTheSameLists) {
-    for (const auto& [name, scan] : expected["scans"].items()) {
-        SCOPED_TRACE(name);
-        std::vector<fs::path> folders;
-        for (const json& folder : scan["folders"])
-            folders.push_back(data / folder.get<std::string>());
-        par::LIG_PRIORITIZE.value = scan["LIG_PRIORITIZE"].get<bool>();
-        fs::create_directories("input/my_regcodes");
-        std::ofstream regcodes("input/my_regcodes/no.txt", std::ios::binary);
-        for (const std::string& title : dontUse)
-            regcodes << title << "\n";
-        regcodes.close();
-        ASSERT_TRUE(scanFolders(folders));
-        const auto list = readLiveriesScanned();
-        EXPECT_EQ(list.size(), scan["records"].get<std::size_t>());
-        const auto row = [](const Livery& l) {
-            return fmt::format("{}\t{}\t{:d}\t{}\t{}", l.airline, l.model, l.cargo, l.title, l.regcode);
-        };
-        // A title that stands in sections that differ goes to the first of the walk here; there, to the fastest thread.
-        std::map<std::string, std::string> got;
-        for (const Livery& l : list)
-            got[l.title] = row(l);
-        EXPECT_EQ(got.size(), list.size()) << "titles are unique";
-        std::istringstream rows(readFile(data / fmt::format("scan-{}.tsv", name)));
-        std::size_t wanted = 0, open = 0, different = 0;
-        for (std::string line; std::getline(rows, line); ++wanted) {
-            const std::string_view all = line;
-            auto fields = split(all.substr(0, all.find('\r')), '\t');
-            fields.resize(6);
-            const std::string title = unhex(std::string(fields[3]));
-            const auto found = got.find(title);
-            const std::string have = found == got.end() ? "nothing" : found->second;
-            const std::string want =
-                fmt::format("{}\t{}\t{}\t{}\t{}", fields[0], fields[1], fields[2], title, fields[4]);
-            open += fields[5] == "?";
-            if ((fields[5] == "?" ? found == got.end() : have != want) && ++different <= 5)
-                ADD_FAILURE() << "wanted " << want << "\n got " << have;
-        }
-        EXPECT_EQ(wanted, list.size());
-        EXPECT_LT(open, 100u);
-        EXPECT_EQ(different, 0u);
-        const std::string conversions = readFile("output/info/AirlineModelConversions.txt");
-        EXPECT_EQ(std::ranges::count(conversions, '\n'), scan["conversions"].get<std::ptrdiff_t>());
-    }
 }
 
 } // namespace

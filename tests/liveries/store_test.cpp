@@ -8,6 +8,7 @@
 #include "store_folder.h"
 
 #include <random>
+#include <tuple>
 
 namespace kes::test {
 namespace {
@@ -68,7 +69,8 @@ TEST_F(StoreFolder, SplitsByKindAndTellsWhatIsThere) {
     EXPECT_EQ(t.byAirlineModel[0].at("DLH").at("A320"), (Titles{"a", "b"}));
     EXPECT_EQ(t.byAirlineModel[1].at("DLH").at("A320"), (Titles{"c"}));
     EXPECT_FALSE(t.byAirlineModel[0].contains("FDX")) << "an airline without passenger liveries";
-    EXPECT_TRUE(hasModel("B77W") && hasLivery("FDX", "B77W") && !hasLivery("DLH", "B77W") && !hasModel("A321"));
+    EXPECT_EQ(std::tuple(hasModel("B77W"), hasModel("A321")), std::tuple(true, false));
+    EXPECT_EQ(std::tuple(hasLivery("FDX", "B77W"), hasLivery("DLH", "B77W")), std::tuple(true, false));
     EXPECT_EQ(findTitle("c"), "c");
     EXPECT_EQ(findTitle("x").data(), nullptr);
     EXPECT_EQ(liveryCount(), 6u);
@@ -123,7 +125,8 @@ TEST_F(StoreFolder, RegcodeFilesWinOverLiveriesAndLaterFilesOverEarlier) {
     for (const char c : std::string("ABCEFGHIJKLMNQXZ"))
         found += fmt::format("{}{} ", c, searchRegcode(std::string("D-AIP") + c));
     EXPECT_EQ(found, "Aa Bb Ca Eb Fb G Hd Id Je Ke La Md Nd Q X Z ");
-    EXPECT_TRUE(isSpecial("a") && isSpecial("b") && isSpecial("c") && isSpecial("d") && !isSpecial("e"));
+    for (const char* title : {"a", "b", "c", "d", "e"})
+        EXPECT_EQ(isSpecial(title), *title != 'e') << title;
     EXPECT_EQ(readFile("output/info/OfflineRegcodes.txt"),
               "Processing file input/AIG-regcodes.xml\n"
               "   regcode D-AIPA for \"a\", instead of the same for \"b\"\n"
