@@ -5,9 +5,7 @@
 #include "world/source/source_run.h"
 
 #include <array>
-#include <cmath>
 #include <fmt/format.h>
-#include <map>
 #include <nlohmann/json.hpp>
 #include <zlib.h>
 
@@ -77,23 +75,18 @@ struct Server {
 struct Running {
     explicit Running(SourceOptions options) : run(std::move(options)) {
         std::string error;
-        opened = run.open(error);
-        EXPECT_TRUE(opened) << error;
-        if (opened) {
-            thread = std::thread([this] {
-                run.run();
-                ended = true;
-            });
-        }
+        EXPECT_TRUE(run.open(error)) << error;
+        thread = std::thread([this] {
+            run.run();
+            ended = true;
+        });
     }
     ~Running() {
         run.stop();
-        if (thread.joinable())
-            thread.join();
+        thread.join();
     }
     nlohmann::json report() { return nlohmann::json::parse(run.reportJson()); }
     SourceRun run;
-    bool opened = false;
     std::atomic<bool> ended{false};
     std::thread thread;
 };
@@ -157,66 +150,6 @@ TEST(SourceRun, RecordingGoesOutAtItsPaceWithPresentTimes) {
         EXPECT_FALSE(source.ended);
         EXPECT_EQ(source.report()["reportsSent"], 7);
     }
-}
-
-TEST(SourceRun, ABurstIsOneDatagramPerAircraftWithinMilliseconds) {
-    const test::TempFolder folder;
-    std::string content;
-    for (int i = 0; i < 500; ++i) // 100 aircraft, each every 4 s
-        content += feedLine(20001 + static_cast<std::uint32_t>(i % 100), 1000.0 + 0.04 * i) + "\n";
-    folder.write("a.txt", content);
-    for (const bool recorded : {true, false}) {
-        Receiver traffic, weather;
-        SourceOptions o = optionsFor(traffic, weather, 1);
-        o.speed = 5;
-        if (recorded) {
-            o.feed = (folder.path / "a.txt").string();
-            o.burst = true;
-        }
-        Running source(o);
-        const std::size_t wanted = recorded ? 400 : 300; // a recording of four cycles
-        ASSERT_TRUE(test::waitFor([&] { return traffic.count() >= wanted; })) << traffic.count();
-        // Cycles are told apart by the times in the lines, which a busy machine does not move.
-        std::map<double, std::vector<std::string>> cycles;
-        for (const Datagram& d : traffic.all())
-            if (d.text.starts_with("RTTFC,"))
-                cycles[fieldTime(d.text)].push_back(std::string(addressOf(d.text)));
-        double before = 0;
-        for (auto& [time, addresses] : cycles) {
-            EXPECT_TRUE(before == 0 || std::abs(time - before - 1.0) < 0.11) << time - before;
-            before = time;
-            std::ranges::sort(addresses);
-            if (recorded) {
-                EXPECT_EQ(addresses.size(), 100U);
-                EXPECT_EQ(std::ranges::adjacent_find(addresses), addresses.end());
-            }
-        }
-        EXPECT_GE(cycles.size(), 3U);
-        EXPECT_LE(cycles.size(), 60U) << "not each line at its own time";
-        const auto speeds = source.report()["speeds"];
-        ASSERT_FALSE(speeds.empty());
-        if (recorded) {
-            EXPECT_EQ(speeds["DLH20001"].begin()->get<double>(), 1250) << "knots, at five times the pace";
-        }
-    }
-}
-
-TEST(SourceRun, WaitsForAPositionWhenTold) {
-    const test::TempFolder folder;
-    folder.write("a.txt", feedLine(20001, 500.0) + "\n");
-    Receiver traffic, weather;
-    Server server;
-    SourceOptions o = optionsFor(traffic, weather, server.listener.localPort());
-    o.feed = (folder.path / "a.txt").string();
-    o.waitForPosition = true;
-    Running source(o);
-    ASSERT_TRUE(server.accept());
-    server.send("Qs999=version\r\n");
-    EXPECT_FALSE(server.read().empty());
-    ASSERT_TRUE(test::waitFor([&] { return weather.count() > 0; })); // the weather does not wait
-    EXPECT_EQ(traffic.count(), 0U);
-    server.send(userLine(48.3, 11.7));
-    EXPECT_TRUE(test::waitFor([&] { return traffic.count() == 1; }));
 }
 
 TEST(SourceRun, ControlLinkAnswersCountsAndReturns) {
