@@ -106,17 +106,6 @@ TEST_F(Link, TooMuchForASecondTryHandsTheRefusalOn) {
     EXPECT_EQ(seen.messages, std::vector<std::string>{message(1, {mismatch, 1, 4})});
 }
 
-TEST_F(Link, SendIdsGoRoundWithoutTheOneForUnknown) {
-    connect();
-    client->lastSendId = 0xFFFFFFFE;
-    for (const DWORD expected : {0xFFFFFFFFU, 1U, 2U}) {
-        DWORD id = 0;
-        EXPECT_EQ(SimConnect_AIRemoveObject(client, 1, 105), S_OK);
-        EXPECT_EQ(SimConnect_GetLastSentPacketID(client, &id), S_OK);
-        EXPECT_EQ(id, expected);
-    }
-}
-
 TEST_F(Link, ARefusalWithoutAnotherConnectionIsHandedOn) {
     connect();
     peer.packet();
