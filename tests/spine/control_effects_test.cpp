@@ -3,18 +3,10 @@
 #include "airports/airport_ref.h"
 #include "airports/park_airports.h"
 #include "airports/static_parking.h"
-#include "core/clock.h"
-#include "core/random.h"
 #include "core/user_aircraft.h"
-#include "flight_folder.h"
+#include "replay/virtual_airport.h"
 #include "spine/main_tick.h"
 #include "traffic/filters.h"
-#include "window_backend.h"
-#include "world/replay/virtual_flight.h"
-#include "world/simulator/inproc.h"
-
-#include <algorithm>
-#include <cmath>
 
 namespace kes::test {
 namespace {
@@ -72,6 +64,8 @@ Straight at(const char* callsign, std::uint32_t hexid, double north, const char*
     return one;
 }
 
+constexpr auto listAirports = replay::VirtualAirport::list;
+
 struct ControlEffectsTest : testing::Test {
     FlightFolder program;
     TestWindow window;
@@ -91,27 +85,13 @@ struct ControlEffectsTest : testing::Test {
         setParameterDefaults();
         airportTable.clear();
     }
-    /// Ten stands, each used at this hour.
-    void putAirport(const char* code, double lon) const {
-        std::string text = "<parameters><parameter name='airport_name' value='Test'/>"
-                           "<parameter name='publisher' value='stock'/><parameter name='altitude' "
-                           "value='1487'/></parameters><parkpositions>";
-        for (int n = 0; n < 10; ++n)
-            text += fmt::format("<parkpos id='{}{}' latitude='{:.6f}' longitude='{:.6f}' heading='90' radius='30'>"
-                                "<opt airl='DLH' type='A320' day='3' hh='20' cs='{}{}'/></parkpos>",
-                                code, n, fieldLat + 0.001 * n, lon, code, n);
-        std::filesystem::create_directories(program.folder / "updates/MSFS/archive/stock");
-        std::ofstream(program.folder / fmt::format("updates/MSFS/archive/stock/{}.xml", code))
-            << text << "</parkpositions>";
-    }
-    void putAirports() const {
-        putAirport("EDDM", fieldLon);
-        putAirport("EDMX", fieldLon + 0.15);
-        listAirports("EDDM\nEDMX\n");
-    }
-    void listAirports(const char* codes) const {
-        std::filesystem::create_directories("airports");
-        std::ofstream(path::myParkAirports) << codes;
+    /// Two of ten stands, each used at this hour.
+    static void putAirports() {
+        for (const auto& [code, lon] : {std::pair("EDDM", fieldLon), {"EDMX", fieldLon + 0.15}})
+            replay::StandRow{.at = {fieldLat, lon}, .count = 10}.write(code, [code = code](int n) {
+                return fmt::format("<opt airl='DLH' type='A320' day='3' hh='20' cs='{}{}'/>", code, n);
+            });
+        listAirports({"EDDM", "EDMX"});
     }
     /// Flies until `seen` holds, a tick at least; false after some seconds.
     bool until(const std::function<bool()>& seen, int seconds) {
@@ -150,8 +130,8 @@ TEST_F(ControlEffectsTest, EachIsSeenInTheSimulator) {
     userHeight[0].startNm = 1; // its circle leads through the user
     userHeight[0].alt = 5000;
     const auto sets = [](auto& box, auto value) { return [&box, value] { box.value = value; }; };
-    const auto airports = [this] { putAirports(); };
-    const auto above = [this] {
+    const auto airports = [] { putAirports(); };
+    const auto above = [] {
         putAirports();
         AIRPORT_HEIGHT.value = 2000;
     };
@@ -159,12 +139,12 @@ TEST_F(ControlEffectsTest, EachIsSeenInTheSimulator) {
         AUTO_RANGE.value = false;
         LATERAL_RANGE.value = 10;
     };
-    const auto unlisted = [this] {
+    const auto unlisted = [] {
         putAirports();
-        listAirports("");
+        listAirports({});
     };
-    const Play lists = [this](TestWindow& w) {
-        listAirports("EDMX\n");
+    const Play lists = [](TestWindow& w) {
+        listAirports({"EDMX"});
         w.press(reRead);
     };
     const Play goesElsewhere = [](TestWindow& w) {

@@ -5,37 +5,16 @@
 #include "spine/control_rules.h"
 #include "spine/waits.h"
 #include "spine/worker.h"
-#include "window_backend.h"
-#include "world/replay/virtual_flight.h"
 
 #include <algorithm>
 
 namespace kes::test {
 namespace {
 
-struct ControlRulesTest : testing::Test {
-    FlightFolder program;
-    TestWindow window;
-
+struct ControlRulesTest : VirtualRun {
     void SetUp() override {
-        program.readContent();
+        VirtualRun::SetUp();
         readParameters();
-        world::startVirtualFlight(overTheField());
-        window.forget();
-    }
-    void TearDown() override {
-        world::endVirtualFlight();
-        resetLiveries();
-        setParameterDefaults();
-    }
-    std::string file() const { return readFile(program.folder / "appdata/Kestrelune/parameters.xml"); }
-    /// Empty when the file has no such parameter.
-    std::string stored(std::string_view name) const {
-        const std::string text = file(), key = fmt::format("name=\"{}\" value=\"", name);
-        const std::size_t at = text.find(key);
-        return at == std::string::npos
-                   ? ""
-                   : text.substr(at + key.size(), text.find('"', at + key.size()) - at - key.size());
     }
     /// The requests to the worker that stand at present.
     static std::vector<const std::atomic<bool>*> requests() {
@@ -129,24 +108,25 @@ TEST_F(ControlRulesTest, EachKindOfControlSetsValueFileBoxAndRequest) {
         const std::string about = name + ": " + step.status;
         resetWindow();
         secondCounter = 2;
-        const std::string valueBefore = step.value(), fileBefore = file();
+        const std::string valueBefore = step.value(), fileBefore = readFile(program.parameters);
         step.play(window);
         EXPECT_EQ(step.value(), valueBefore) << about << " waits for the worker";
-        EXPECT_EQ(file(), fileBefore) << about;
+        EXPECT_EQ(readFile(program.parameters), fileBefore) << about;
         EXPECT_TRUE(requests().empty()) << about;
         EXPECT_EQ(window.shown().topmost, bool(ALWAYS_ON_TOP) || &step.control == &ALWAYS_ON_TOP) << "at once";
         applyControlChanges();
         EXPECT_EQ(window.enabled(unblock), !BLOCK_CALLSIGN.empty() || !everBlocked) << about;
         everBlocked |= !BLOCK_CALLSIGN.empty();
         EXPECT_EQ(step.value(), step.expected) << about;
-        EXPECT_EQ(stored(name), step.stored) << about;
+        EXPECT_EQ(program.stored(name), step.stored) << about;
         EXPECT_EQ(window.box(step.control), step.box) << about;
         EXPECT_EQ(statusText(), step.status);
         EXPECT_EQ(requests(), step.request == nullptr ? std::vector<const std::atomic<bool>*>()
                                                       : std::vector<const std::atomic<bool>*>{step.request})
             << about;
     }
-    EXPECT_FALSE(window.enabled(reRead) || window.enabled(flushStatic) || stopWanted());
+    EXPECT_EQ(std::tuple(window.enabled(reRead), window.enabled(flushStatic), stopWanted()),
+              std::tuple(false, false, false));
 }
 
 TEST_F(ControlRulesTest, TheRangeFollowsItsBoxes) {
@@ -206,7 +186,8 @@ TEST_F(ControlRulesTest, WhatNeedsANewStartEndsTheRunAtOnce) {
         EXPECT_EQ(statusText(), c.status);
         EXPECT_EQ(std::filesystem::exists(path::liveriesScanned), c.listStays) << c.status;
         if (!c.listStays) {
-            EXPECT_EQ(stored("MSFS_2020") + stored("SCAN_LIVERIES") + stored("SCAN_AIRPORTS"), "falsetruetrue");
+            EXPECT_EQ(program.stored("MSFS_2020") + program.stored("SCAN_LIVERIES") + program.stored("SCAN_AIRPORTS"),
+                      "falsetruetrue");
             EXPECT_EQ(window.box(par::SCAN_LIVERIES) + window.box(par::SCAN_AIRPORTS), "xx");
             FlightFolder::writeLiveries({{"DLH", "A320", "Test A320 DLH"}});
         }
@@ -215,7 +196,7 @@ TEST_F(ControlRulesTest, WhatNeedsANewStartEndsTheRunAtOnce) {
     readParameters();
     window.enter(par::ALL_INSTALL_PATH, community);
     applyControlChanges();
-    EXPECT_EQ(stored("MSFS_INSTALL_PATH"), community);
+    EXPECT_EQ(program.stored("MSFS_INSTALL_PATH"), community);
 }
 
 TEST_F(ControlRulesTest, ARunBeginsWithTheControlsThatMakeSense) {
@@ -238,10 +219,10 @@ TEST_F(ControlRulesTest, ANewStartReadsWhatTheUserHasJustSet) {
     window.enter(par::MAX_LIVE, "12");
     rtWaitPending = true;
     window.tick(par::SCAN_LIVERIES, true);
-    EXPECT_EQ(stored("MAX_LIVE"), "-1");
+    EXPECT_EQ(program.stored("MAX_LIVE"), "-1");
     startUp();
     EXPECT_EQ(par::MAX_LIVE, 12);
-    EXPECT_EQ(stored("MAX_LIVE"), "12");
+    EXPECT_EQ(program.stored("MAX_LIVE"), "12");
     EXPECT_TRUE(par::SCAN_LIVERIES);
     EXPECT_EQ(window.box(par::MAX_LIVE), "12");
     EXPECT_EQ(liveryCount(), 0u) << "the tables are built anew";

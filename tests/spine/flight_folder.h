@@ -11,7 +11,8 @@
 #include "reference/reference_document.h"
 #include "small_reference.h"
 #include "support.h"
-#include "world/simulator/model.h"
+#include "window_backend.h"
+#include "world/replay/virtual_flight.h"
 
 #include <array>
 #include <cstdlib>
@@ -67,14 +68,24 @@ struct FlightFolder : ProgramFolder {
         saveXml(document, path::liveriesScanned);
     }
     /// parameters.xml with an install path, no scans, a free control-link port, and `more` elements.
-    void writeParameters(const std::string& more, bool withInstallPath = true) const {
-        std::ofstream(folder / "appdata/Kestrelune/parameters.xml")
-            << "<parameters><parameter name=\"MSFS_INSTALL_PATH\" value=\"" << (withInstallPath ? folder.string() : "")
-            << "\"/>"
+    void writeParameters(const std::string& more) const { writeParameters(more, folder.string()); }
+    void writeParameters(const std::string& more, const std::string& installPath) const {
+        std::ofstream(parameters)
+            << "<parameters><parameter name=\"MSFS_INSTALL_PATH\" value=\"" << installPath << "\"/>"
             << "<parameter name=\"SCAN_LIVERIES\" value=\"false\"/><parameter name=\"SCAN_AIRPORTS\" value=\"false\"/>"
             << "<parameter name=\"PROGRAM_VERSION\" value=\"10.10.9\"/>"
             << "<parameter name=\"PORT_NUMBER\" value=\"0\"/>" << more << "</parameters>";
     }
+    /// The value in that file; empty when it has no such parameter.
+    std::string stored(std::string_view name) const {
+        const std::string text = readFile(parameters), key = fmt::format("name=\"{}\" value=\"", name);
+        const std::size_t at = text.find(key);
+        return at == std::string::npos
+                   ? ""
+                   : text.substr(at + key.size(), text.find('"', at + key.size()) - at - key.size());
+    }
+
+    const std::filesystem::path parameters = folder / "appdata/Kestrelune/parameters.xml";
 };
 
 /// The user hovers at 5000 ft over the field.
@@ -112,6 +123,36 @@ struct Straight {
             "227,19,-15,14,1,{:.0f},0,DLH",
             hexid, p.lat, p.lon, alt, vs, alt > 0 ? 1 : 0, bearing * radToDeg, knots, callsign, model, regcode,
             1700000000.0 + seconds, alt, bearing * radToDeg, alt, alt);
+    }
+};
+
+/// A run over the field in virtual time, with a window.
+struct VirtualRun : testing::Test {
+    FlightFolder program;
+    TestWindow window;
+    world::SimulatorOptions options = overTheField();
+    int ticksFlown = 0; ///< since the start
+    double now = 0;     ///< the same in seconds
+
+    void SetUp() override {
+        program.readContent();
+        world::startVirtualFlight(options);
+        window.forget();
+    }
+    void TearDown() override {
+        world::endVirtualFlight();
+        setParameterDefaults();
+    }
+    /// Lets `seconds` pass; each aircraft reports every five. `each` runs after each tick.
+    void fly(int seconds, const std::vector<Straight>& reporting, const std::function<void()>& each = {}) {
+        for (const int end = ticksFlown + seconds * 100; ticksFlown < end;) {
+            for (std::size_t n = 0; ticksFlown % 500 == 0 && n < reporting.size(); ++n)
+                world::virtualDatagram(reporting[n].line(now));
+            ASSERT_TRUE(world::virtualTick());
+            now = ++ticksFlown / 100.0;
+            if (each)
+                each();
+        }
     }
 };
 

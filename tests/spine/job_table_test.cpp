@@ -11,38 +11,20 @@
 #include "spine/main_tick.h"
 #include "traffic/live_table.h"
 #include "traffic/title_table.h"
-#include "window_backend.h"
-#include "world/replay/virtual_flight.h"
 
 namespace kes::test {
 namespace {
 
-struct JobTableTest : testing::Test {
-    FlightFolder program;
-    TestWindow window;
-
+struct JobTableTest : VirtualRun {
     void SetUp() override {
-        program.readContent();
-        world::startVirtualFlight(overTheField());
+        VirtualRun::SetUp();
         parkAirportList.clear();
-        window.forget();
-    }
-    void TearDown() override {
-        world::endVirtualFlight();
-        setParameterDefaults();
     }
     /// The tick in which second `n` of the run begins.
     static bool beat(std::int32_t n) {
         secondCounter = n - 1;
         secondDue = true;
         return mainTick();
-    }
-    static void fly(const Straight& flight, int seconds) {
-        for (int tick = 0; tick < seconds * 100; ++tick) {
-            if (tick % 500 == 0)
-                world::virtualDatagram(flight.line(tick / 100.0));
-            ASSERT_TRUE(world::virtualTick());
-        }
     }
     /// The parking looks how far it is, and does nothing else.
     static void farParkAirport() { parkAirportList.assign(1, {"EGLL", "", 51.4775, -0.4614, -1}); }
@@ -105,7 +87,7 @@ TEST_F(JobTableTest, EachSecondHasItsJobsInTheirOrder) {
 }
 
 TEST_F(JobTableTest, EachJobDoesItsWork) {
-    fly({}, 40);
+    fly(40, {Straight{}});
     ASSERT_EQ(liveAircraft.size(), 1u);
     const auto lamps = [](bool light, Lamp lamp) {
         return [light, lamp] {
@@ -124,11 +106,6 @@ TEST_F(JobTableTest, EachJobDoesItsWork) {
     const auto twinOrdered = [] {
         return !waitingOrders().removalQueue.empty() && waitingOrders().removalQueue.back() == 77;
     };
-    const auto noList = [] {
-        par::CALLSIGN_OBJECTIDS.value = par::MSFS_2020.value = true;
-        std::filesystem::remove(path::callsign2ObjectId);
-    };
-    const auto listed = [] { return std::filesystem::exists(path::callsign2ObjectId); };
     const auto userKnown = [] {
         return trafficReader.inputs().userPosition.lat == userAircraft.lat && userAircraft.lat != 0;
     };
@@ -142,7 +119,6 @@ TEST_F(JobTableTest, EachJobDoesItsWork) {
         {"silent lamps", 15, lamps(true, Lamp::silent), onlyTraffic},
         {"- lamps without light", 15, lamps(false, Lamp::silent), trafficLamp(Lamp::receiving)},
         {"twins", 61, placeTwin, twinOrdered},
-        {"callsign list", 62, noList, listed},
         {"user's position", 15, [] { trafficReader.setUserPosition(0, 0); }, userKnown},
         {"minutes to the renewal", 60, [] { readouts.minutesToRenewal = -1; },
          [] { return readouts.minutesToRenewal == 19; }},
@@ -188,7 +164,7 @@ TEST_F(JobTableTest, TheNoMatchListIsWrittenEach20MinutesAndClearedOnRequest) {
     nothingFits.model = "EC35";
     nothingFits.callsign = "DHABC";
     nothingFits.regcode = "D-HABC";
-    fly(nothingFits, 40);
+    fly(40, {nothingFits});
     par::LOG.value = true;
     const auto written = [&] { return program.logCount("\nNo match found for: \n"); };
     for (const int s : {1140, 1185, 1199})
@@ -196,6 +172,7 @@ TEST_F(JobTableTest, TheNoMatchListIsWrittenEach20MinutesAndClearedOnRequest) {
     EXPECT_EQ(written(), 0u);
     ASSERT_TRUE(beat(1200));
     EXPECT_EQ(written(), 1u);
+    EXPECT_TRUE(program.logHas("EC35 D-HABC\n\n")) << program.logText();
     EXPECT_EQ(readouts.minutesToRenewal, 20);
     windowRequests.clearNoMatch = true;
     ASSERT_TRUE(beat(2385));
@@ -207,7 +184,7 @@ TEST_F(JobTableTest, TheNoMatchListIsWrittenEach20MinutesAndClearedOnRequest) {
 }
 
 TEST_F(JobTableTest, ADayEndsWithASummaryAndStartsAtZero) {
-    fly({}, 40);
+    fly(40, {Straight{}});
     ASSERT_EQ(liveAircraft.size(), 1u);
     const std::uint32_t hexid = liveAircraft.front().hexid;
     const auto summaries = [&] { return program.logCount(" live traffic livery matching summary "); };

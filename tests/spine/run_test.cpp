@@ -10,13 +10,11 @@
 #include "platform/system.h"
 #include "sim/sim_client.h"
 #include "spine/closing.h"
-#include "spine/main_tick.h"
 #include "spine/process.h"
 #include "spine/run_traffic.h"
 #include "spine/waits.h"
 #include "spine/worker.h"
 #include "traffic/live_aircraft.h"
-#include "window_backend.h"
 #include "world/simulator/inproc.h"
 
 #include <atomic>
@@ -176,8 +174,11 @@ TEST_F(RunTest, FromADatagramToAMovingObjectAndBackToNothing) {
         return o && o->positionRecords > 20;
     }));
     EXPECT_EQ(world::inprocObject("DLH4AB")->title, "Test A320 DLH");
+    const std::filesystem::path plan = world::inprocObject("DLH4AB")->flightPlan;
+    EXPECT_TRUE(std::filesystem::exists(plan)) << plan;
 
     EXPECT_LT(endRun(), 5000);
+    EXPECT_FALSE(std::filesystem::exists(plan));
     EXPECT_FALSE(takeUserMoves().stoodAt) << "the worker has heard the client's last word";
     EXPECT_TRUE(link.waitForText("exit\r\n"));
     EXPECT_TRUE(program.logHas("Exiting: NOT YET SET"));
@@ -329,7 +330,7 @@ TEST_F(RunTest, AGoodInstallPathCuresAStartThatHasFailed) {
     const std::string community = (program.folder / "Community").string();
     std::filesystem::create_directories(community);
     for (const bool userError : {false, true}) {
-        program.writeParameters("", !userError);
+        program.writeParameters("", userError ? "" : program.folder.string());
         if (!userError)
             std::ofstream(path::updateServer) << "no such folder\n";
         startRun();
@@ -431,6 +432,7 @@ TEST_F(RunTest, ATakenFeedPortIsToldAndEndsTheRun) {
     platform::Socket taken;
     ASSERT_EQ(taken.openUdp(), 0);
     ASSERT_EQ(taken.bindUdp(feedPorts.weather, false), 0);
+    setRunSleepScale(0.2); // the worker looks once, after 0.4 s
     startSimulator();
     startRun();
     LinkClient link;

@@ -2,13 +2,9 @@
 // What start-up does before a run needs simulator and traffic source: install path, reference data.
 #include "core/run_state.h"
 #include "flight_folder.h"
-#include "platform/system.h"
 #include "spine/closing.h"
 #include "spine/waits.h"
 #include "spine/worker.h"
-#include "window_backend.h"
-
-#include <atomic>
 
 namespace kes::test {
 namespace {
@@ -41,14 +37,6 @@ struct StartUpTest : testing::Test {
         userClosed = exitRequested = true;
         worker.join();
     }
-    std::string parameterFile() const { return readFile(program.folder / "appdata/Kestrelune/parameters.xml"); }
-    void storeInstallPath(const std::string& path) const {
-        program.writeParameters("<parameter name=\"MSFS_2024_INSTALL_PATH\" value=\"untouched/Community\"/>", false);
-        std::string text = parameterFile();
-        const std::string key = "\"MSFS_INSTALL_PATH\" value=\"";
-        text.insert(text.find(key) + key.size(), path);
-        std::ofstream(program.folder / "appdata/Kestrelune/parameters.xml") << text;
-    }
 };
 
 TEST_F(StartUpTest, TheInstallPathNamesThePackagesFolder) {
@@ -62,20 +50,18 @@ TEST_F(StartUpTest, TheInstallPathNamesThePackagesFolder) {
                           {"/sim/packages/", "/sim/packages/"},
                           {"/sim/MyCommunity", "/sim/MyCommunity"},
                           {"/sim/Community/packages", "/sim/Community/packages"}}) {
-        storeInstallPath(c.stored);
+        program.writeParameters("<parameter name=\"MSFS_2024_INSTALL_PATH\" value=\"untouched/Community\"/>", c.stored);
         startUp();
         EXPECT_EQ(par::MSFS_INSTALL_PATH.get(), c.kept);
         EXPECT_EQ(window.box(par::ALL_INSTALL_PATH), c.kept);
-        EXPECT_NE(parameterFile().find("name=\"MSFS_INSTALL_PATH\" value=\"" + std::string(c.kept) + "\""),
-                  std::string::npos)
-            << c.stored;
+        EXPECT_EQ(program.stored("MSFS_INSTALL_PATH"), c.kept) << c.stored;
         EXPECT_EQ(par::MSFS_2024_INSTALL_PATH.get(), "untouched/Community") << "only the selected simulator's";
     }
 }
 
 TEST_F(StartUpTest, AnEmptyInstallPathIsFoundStoredAndShown) {
     dataBaseRead = true;
-    storeInstallPath("");
+    program.writeParameters("", "");
     EXPECT_THROW(startUp(), nwk::UserErrorException);
     EXPECT_EQ(window.box(par::ALL_INSTALL_PATH), "");
     const fs::path appData = program.folder / ".local/share/Steam/steamapps/compatdata/1250410/pfx/drive_c/users/"
@@ -87,25 +73,7 @@ TEST_F(StartUpTest, AnEmptyInstallPathIsFoundStoredAndShown) {
     const std::string found = fs::canonical(packages).string();
     EXPECT_EQ(par::MSFS_INSTALL_PATH.get(), found);
     EXPECT_EQ(window.box(par::ALL_INSTALL_PATH), found);
-    EXPECT_NE(parameterFile().find("name=\"MSFS_INSTALL_PATH\" value=\"" + found + "\""), std::string::npos);
-}
-
-TEST_F(StartUpTest, WithoutReferenceDataTheRunEndsAndTellsWhereItLooked) {
-    std::ofstream(path::updateServer) << "no such folder\n";
-    std::atomic<bool> ended{false};
-    std::thread worker([&] {
-        workerMain();
-        ended = true;
-    });
-    EXPECT_TRUE(waitFor([] { return !errorText().empty(); }));
-    EXPECT_EQ(errorText(), "data base could not be read from on-line?");
-    EXPECT_FALSE(dataBaseRead);
-    EXPECT_EQ(exitReason(), ExitReason::systemError);
-    EXPECT_TRUE(program.logHas("no%20such%20folder")) << program.logText();
-    EXPECT_TRUE(program.logHas("Another one can be named in \"input/update_server.txt\""));
-    EXPECT_NE(window.lines().find("Fetching and reading the reference data ..."), std::string::npos);
-    EXPECT_FALSE(ended) << "the error stays up until the user closes";
-    closeRun(worker);
+    EXPECT_EQ(program.stored("MSFS_INSTALL_PATH"), found);
 }
 
 TEST_F(StartUpTest, ADamagedListOfLiveriesIsToldAndTheNextStartScansAnew) {

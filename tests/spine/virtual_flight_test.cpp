@@ -6,44 +6,16 @@
 #include "core/hh_now.h"
 #include "core/run_state.h"
 #include "core/user_aircraft.h"
-#include "core/window.h"
 #include "feed/report_queue.h"
 #include "flight_folder.h"
 #include "spine/main_tick.h"
 #include "traffic/live_table.h"
-#include "world/replay/virtual_flight.h"
 #include "world/simulator/inproc.h"
-
-#include <cmath>
 
 namespace kes::test {
 namespace {
 
-struct VirtualFlightTest : testing::Test {
-    FlightFolder program;
-    double now = 0; ///< virtual seconds since the start
-
-    void SetUp() override {
-        program.readContent();
-        world::startVirtualFlight(overTheField());
-    }
-    void TearDown() override { world::endVirtualFlight(); }
-
-    /// Lets `seconds` pass; each aircraft reports every five. `each` runs after each tick.
-    template <typename Each> void fly(double seconds, const std::vector<Straight>& reporting, Each&& each) {
-        for (int i = 0; i < static_cast<int>(std::lround(seconds * 100)); ++i) {
-            const auto tick = static_cast<int>(std::lround(now * 100));
-            if (tick % 500 == 0)
-                for (const Straight& s : reporting)
-                    world::virtualDatagram(s.line(now));
-            ASSERT_TRUE(world::virtualTick());
-            now = (tick + 1) / 100.0;
-            each();
-        }
-    }
-    void fly(double seconds, const std::vector<Straight>& reporting) {
-        fly(seconds, reporting, [] {});
-    }
+struct VirtualFlightTest : VirtualRun {
     static void idle(int ticks) {
         for (int i = 0; i < ticks; ++i)
             ASSERT_TRUE(world::virtualTick());
@@ -58,6 +30,7 @@ TEST_F(VirtualFlightTest, AReportIsShownThirtySecondsLaterAndMovesSmoothly) {
     auto object = world::inprocObject("DLH4AB");
     ASSERT_TRUE(object);
     EXPECT_EQ(object->title, "Test A320 DLH");
+    EXPECT_GT(liveAircraft.at(0).staticCg, 1.0) << "the model's own height came back";
 
     // From here on: no jump, and never far from where the real aircraft was 30 seconds ago.
     LatLon last{object->lat, object->lon};
