@@ -6,10 +6,7 @@
 #include "airports/reserved_stand.h"
 #include "airports/stand_learning.h"
 #include "airports/static_parking.h"
-#include "core/log.h"
-#include "core/parameters.h"
 #include "core/user_aircraft.h"
-#include "core/window.h"
 #include "files.h"
 #include "full_disk.h"
 #include "read_only_folder.h"
@@ -106,6 +103,9 @@ TEST_F(BadDaysTest, NothingIsBuiltOverTheUsersOwnAircraft) {
         watch(60, look);
         EXPECT_EQ(takers, 0U);
         EXPECT_EQ(onUser == 0, keepsClear) << "else it stands where it is reported";
+        parkedAircraft.push_back(parkedAircraft.front());
+        EXPECT_NE(checkStandTables(), "") << "the check of the tables is not blind";
+        EXPECT_EQ(standClashes().size(), 1U) << "nor is the one of what stands there";
         end();
     }
     EXPECT_EQ(faults, std::vector<std::string>{});

@@ -4,9 +4,7 @@
 #include "tools/replay/baselines.h"
 #include "tools/replay/judge.h"
 
-#include <algorithm>
 #include <cmath>
-#include <limits>
 #include <memory>
 
 namespace kes::replay {
@@ -49,26 +47,6 @@ TEST(Baselines, DrawWhatTheirNamesSay) {
         EXPECT_NEAR(hermite.heading, angle, 0.03);
     }
     EXPECT_FALSE(b.moveTo(2000));
-}
-
-TEST(Baselines, KnowStandingFromCreeping) {
-    const struct {
-        double metres, knots;
-        bool airborne, stands;
-    } rows[] = {{0, 0, false, true},
-                {20, 0.9, false, true},
-                {20, 1.1, false, false},
-                {30, 0, false, false},
-                {0, 0, true, false}};
-    for (const auto& row : rows) {
-        Baselines b;
-        Report from = report(0, 0, 0, row.knots, 0), to = report(500, row.metres, 0, 0, 0);
-        from.airborne = to.airborne = row.airborne;
-        b.add(from);
-        EXPECT_FALSE(b.endsStanding());
-        b.add(to);
-        EXPECT_EQ(b.endsStanding(), row.stands) << row.metres << " m, " << row.knots << " kn";
-    }
 }
 
 /// Moves north at a speed for a while and adds what `change` makes of each pose.

@@ -4,8 +4,6 @@
 #include "airports/airport_xml.h"
 #include "airports/static_parking.h"
 #include "core/hh_now.h"
-#include "core/parameters.h"
-#include "core/window.h"
 #include "replay/virtual_airport.h"
 #include "traffic/live_table.h"
 

@@ -1,41 +1,29 @@
 // SPDX-License-Identifier: MIT
 // A feed that reports all its aircraft at once, in virtual time: nobody dashes to make up for a late birth, and the
 // limit of live aircraft holds.
-#include "airports/airport_table.h"
 #include "core/run_state.h"
-#include "core/window.h"
-#include "reference/reference.h"
 #include "sim/orders.h"
 #include "spine/flight_folder.h"
 #include "tools/replay/overspeed.h"
 #include "traffic/filters.h"
 #include "traffic/live_table.h"
-#include "world/replay/virtual_flight.h"
 #include "world/simulator/inproc.h"
-
-#include <ranges>
 
 namespace kes::replay {
 namespace {
 
-struct BurstTest : testing::Test {
-    test::FlightFolder program;
+struct BurstTest : test::VirtualRun {
     Overspeed overspeed;
     std::int32_t tick = 0;
-    std::size_t mostWaiting = 0, mostLive = 0, mostObjects = 0;
+    std::size_t mostWaiting = 0, mostObjects = 0;
 
     void SetUp() override {
-        program.readContent();
-        world::SimulatorOptions options = test::overTheField();
         options.altFeet = 20000; // a wide range, and nobody's way
         tickCount = 0;
-        world::startVirtualFlight(options);
+        VirtualRun::SetUp();
         setRange(40);
     }
-    void TearDown() override {
-        world::endVirtualFlight();
-        maxLive = -1;
-    }
+    ~BurstTest() override { maxLive = -1; }
 
     /// Aircraft i on a circle of its own round the field, 250 kn, or taxiing at 12 kn.
     static test::Straight flight(std::uint32_t i, double seconds) {
@@ -54,25 +42,19 @@ struct BurstTest : testing::Test {
         return s;
     }
     /// Every five seconds all aircraft report in one tick.
-    template <typename Flights, typename Each> void flyThese(const Flights& flights, int ticks, Each&& each) {
+    void fly(std::uint32_t count, int ticks, const std::function<void()>& each = {}) {
         for (int i = 0; i < ticks; ++i, ++tick) {
-            for (auto n = flights.begin(); tick % 500 == 0 && n != flights.end(); ++n) {
-                world::virtualDatagram(flight(*n, tick / 100.0).line(tick / 100.0));
+            for (std::uint32_t n = 0; tick % 500 == 0 && n < count; ++n) {
+                world::virtualDatagram(flight(n, tick / 100.0).line(tick / 100.0));
                 overspeed.takeNewestReport(0);
             }
             ASSERT_TRUE(world::virtualTick());
             overspeed.lookAtAll(tick + 1);
             mostWaiting = std::max(mostWaiting, birthsUnderWay());
-            mostLive = std::max(mostLive, active());
             mostObjects = std::max(mostObjects, world::inprocObjects().size());
-            each();
+            if (each)
+                each();
         }
-    }
-    template <typename Each> void fly(std::uint32_t count, int ticks, Each&& each) {
-        flyThese(std::views::iota(0U, count), ticks, each);
-    }
-    void fly(std::uint32_t count, int ticks) {
-        fly(count, ticks, [] {});
     }
     static std::size_t active() {
         return static_cast<std::size_t>(std::ranges::count(liveAircraft, AircraftStatus::active, &LiveAircraft::st));
@@ -87,20 +69,6 @@ TEST_F(BurstTest, NobodyDashesAfterItsBirth) {
     EXPECT_LT(overspeed.worst().ratio, 1.2) << overspeedText(overspeed);
     EXPECT_GT(overspeed.worst().ratio, 0.9) << "they do move";
     EXPECT_FALSE(program.logHas("has not come into the simulator"));
-}
-
-TEST_F(BurstTest, AnObjectBeyondARangeThatShrinksIsNotLateEither) {
-    par::AUTO_RANGE.value = false;
-    // The first in the table is asked for last, and only it is out of reach when it comes.
-    const std::vector<std::uint32_t> flights{200, 50, 51, 52, 53, 54, 55, 56, 57, 58, 60};
-    const auto shrink = [] {
-        if (!waitingOrders().spawnQueue.empty())
-            setRange(10);
-    };
-    flyThese(flights, 2501, shrink);
-    fly(0, 2999, shrink);
-    EXPECT_EQ(active(), 11U);
-    EXPECT_LT(overspeed.worst().ratio, 1.2) << overspeedText(overspeed);
 }
 
 TEST_F(BurstTest, TheLimitOfLiveAircraftIsNeverPassed) {

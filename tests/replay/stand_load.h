@@ -4,9 +4,7 @@
 #pragma once
 
 #include "airports/parked_table.h"
-#include "core/parameters.h"
 #include "core/random.h"
-#include "core/window.h"
 #include "replay/virtual_airport.h"
 #include "spine/main_tick.h"
 #include "tools/replay/stand_check.h"

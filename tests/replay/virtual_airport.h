@@ -4,10 +4,8 @@
 
 #include "airports/stands.h"
 #include "core/clock.h"
-#include "core/folders.h"
 #include "core/run_state.h"
 #include "spine/flight_folder.h"
-#include "world/replay/virtual_flight.h"
 #include "world/simulator/inproc.h"
 
 #include <algorithm>
