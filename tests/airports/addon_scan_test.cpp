@@ -319,7 +319,8 @@ TEST_F(AddonScan, OfflineLearningGathersWhatTheArchiveCanUse) {
     EXPECT_EQ(readouts.tbloFiles, 2);
     EXPECT_EQ(made(), "thirdparty/EDDA.xml thirdparty/EDDB.xml thirdparty/EDDC.xml thirdparty/EDDD.xml "
                       "thirdparty/EDDE.xml thirdparty/KLAS.txt thirdparty/KMCI.txt");
-    EXPECT_FALSE(fs::exists("EDDA.xml") || fs::exists("EDDD.xml") || fs::exists("EDDE.xml"));
+    EXPECT_EQ(std::tuple(fs::exists("EDDA.xml"), fs::exists("EDDD.xml"), fs::exists("EDDE.xml")),
+              std::tuple(false, false, false));
     EXPECT_EQ(program.logCount("===> EDDE Not suitable for offline learning"), 1U);
     EXPECT_EQ(program.logCount("===> EDDB Not suitable"), 0U);
 
@@ -328,7 +329,7 @@ TEST_F(AddonScan, OfflineLearningGathersWhatTheArchiveCanUse) {
     put("sim/Community/new/lbbg.bgl", bglFile(bglAirport("LBBG", 0, "", 275)));
     scanAddonAirports();
     par::MSFS_2020.value = true;
-    EXPECT_TRUE(fs::exists("TBLO/LBBG.xml") && fs::exists("TBLO/EDDA.xml") && fs::exists("TBLO/KMCI.xml"));
+    EXPECT_EQ(entries(), "EDDA.xml KMCI.xml LBBG.xml");
     EXPECT_EQ(readouts.tbloFiles, 3);
 
     put("unknown.xml", "<parameters><parameter name=\"publisher\" value=\"unknown\"/><parameter name=\"creator\" "

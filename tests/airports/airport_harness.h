@@ -34,13 +34,6 @@ namespace kes::test {
 inline constexpr LatLon field{50.0, 8.0};
 inline constexpr double metre = 1.0 / 1852.0 / 60.0; ///< degrees of latitude
 
-inline std::uint64_t hoursOf(std::initializer_list<int> slots) {
-    std::uint64_t hours = 0;
-    for (const int slot : slots)
-        hours |= std::uint64_t{1} << slot;
-    return hours;
-}
-
 struct AirportTest : testing::Test {
     ProgramFolder program;
     static inline std::vector<LiveAtStand> live;

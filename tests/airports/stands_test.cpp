@@ -2,64 +2,46 @@
 // Neighbours of stands, quality of a list, and half-hours.
 #include "airports/stands.h"
 
+#include <algorithm>
+#include <cmath>
 #include <gtest/gtest.h>
 #include <random>
 
 namespace kes {
 namespace {
 
-Stand standAt(double lat, double lon, double metres) {
-    Stand stand;
-    stand.lat = lat;
-    stand.lon = lon;
-    stand.radius = metres / metresPerNm;
-    return stand;
-}
-
-/// Every pair, as the rule says it.
-std::vector<std::vector<std::uint32_t>> neighboursByPairs(const std::vector<Stand>& list) {
-    std::vector<std::vector<std::uint32_t>> result(list.size());
-    for (std::size_t a = 0; a < list.size(); ++a) {
-        for (std::size_t b = 0; b < list.size(); ++b) {
-            if (a != b && list[a].radius + list[b].radius > distanceNm(list[a].position(), list[b].position()) * 1.1)
-                result[a].push_back(list[b].sid);
-        }
-    }
-    return result;
-}
-
 TEST(Stands, NeighboursAreThoseOfAllPairs) {
-    struct Case {
+    const struct {
         const char* where;
         double lat, lon, spread; ///< degrees
         double greatest;         ///< radius, metres
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"an airport", 51.47, -0.46, 0.03, 40},
         {"far north", 78.2, 15.4, 0.03, 40},
         {"across the date line", -18.0, 180.0, 0.005, 60},
-        {"at the equator and Greenwich", 0, 0, 0.02, 40},
         {"one place", 40, 10, 0, 30},
         {"at the pole", 90, 0, 0.01, 60},
         {"the whole world", 0, 0, 90, 900000},
-        {"no radius", 40, 10, 0.01, 0},
     };
     std::mt19937 random(7);
     std::uniform_real_distribution<double> part(-1.0, 1.0);
     std::size_t pairs = 0;
-    for (const Case& c : cases) {
-        std::vector<Stand> list;
-        for (int i = 0; i < 300; ++i) {
-            const double lat = std::min(c.lat + part(random) * c.spread, 90.0);
-            const double lon = c.lon + part(random) * c.spread * 2;
-            list.push_back(standAt(lat, lon > 180 ? lon - 360 : lon, (part(random) + 1) / 2 * c.greatest));
+    for (const auto& c : cases) {
+        std::vector<Stand> list(300);
+        for (Stand& s : list) {
+            s.lat = std::min(c.lat + part(random) * c.spread, 90.0);
+            s.lon = std::remainder(c.lon + part(random) * c.spread * 2, 360);
+            s.radius = (part(random) + 1) / 2 * c.greatest / metresPerNm;
         }
         giveSids(list);
         findAdjacent(list);
-        const auto expected = neighboursByPairs(list);
-        for (std::size_t i = 0; i < list.size(); ++i) {
-            EXPECT_EQ(list[i].adjacent, expected[i]) << c.where << ", stand " << i;
-            pairs += expected[i].size();
+        for (const Stand& a : list) {
+            std::vector<std::uint32_t> expected;
+            for (const Stand& b : list)
+                if (a.sid != b.sid && a.radius + b.radius > distanceNm(a.position(), b.position()) * 1.1)
+                    expected.push_back(b.sid);
+            EXPECT_EQ(a.adjacent, expected) << c.where << ", stand " << a.sid;
+            pairs += expected.size();
         }
     }
     EXPECT_GT(pairs, 1000U);

@@ -9,8 +9,6 @@
 namespace kes::test {
 namespace {
 
-constexpr LatLon heathrow{51.4775, -0.4614};
-
 struct StaticParkingTest : AirportTest {
     TestWindow window;
 
@@ -153,29 +151,6 @@ TEST_F(StaticParkingTest, InTheAirItComesAndGoesWithTheList) {
     EXPECT_EQ(flown({0, 0}), "-") << "no flight";
 }
 
-TEST_F(StaticParkingTest, TheDestinationIsTheNextWhenTheAirportHasGone) {
-    putAirport("EDDF", field, 2);
-    putAirport("EGLL", heathrow, 2);
-    list({"EGLL", "EDDF"});
-    par::DESTINATION.set("EGLL");
-    setDestinationEntry("EGLL", heathrow);
-    setUser(field, true);
-    parkingTick(false);
-    parkingTick(false);
-    ASSERT_TRUE(parkAirportLoaded());
-    EXPECT_EQ(reservedStand, "EDDF1") << "the user's, wherever he goes";
-    EXPECT_EQ(flown(milesNorth(60)), "-");
-    EXPECT_EQ(parkAirportList.front().code, "EGLL");
-    EXPECT_EQ(flown({heathrow.lat + 0.1, heathrow.lon}), "EGLL");
-    fly({heathrow.lat + 0.1, heathrow.lon});
-    par::DESTINATION.set("EDFE");
-    airportTable[1].lat = heathrow.lat - 0.1;
-    airportTable[1].lon = heathrow.lon;
-    setDestinationEntry("EDFE", {heathrow.lat - 0.1, heathrow.lon});
-    EXPECT_EQ(flown({heathrow.lat - 0.04, heathrow.lon}), "EGLL") << "the destination is in sight, but farther";
-    EXPECT_EQ(flown({heathrow.lat - 0.06, heathrow.lon}), "-");
-}
-
 TEST_F(StaticParkingTest, WhatCannotBeLoadedIsToldAndLetGo) {
     const struct {
         const char* name;
@@ -240,7 +215,10 @@ TEST_F(StaticParkingTest, SettingsOfTheAirportEndWithIt) {
 
 TEST_F(StaticParkingTest, WhatTheBaseDoesNotHaveIsSavedAtTheRelease) {
     const auto option = [] {
-        addOption(stands[0], {.regcode = "D-AIZA", .coupledCs1 = "DLH1", .hours = 2, .day = 3, .real = 0});
+        for (const std::int32_t index : {2, 0}) // the second is out of use
+            addOption(stands[0],
+                      {.regcode = "D-AIZA", .coupledCs1 = "DLH1", .coupledCs2 = "A&B", .hours = 2, .day = 3, .real = 0})
+                .optIndex = index;
     };
     const auto radius = [] {
         stands[1].radius = 33 / metresPerNm;
@@ -260,7 +238,7 @@ TEST_F(StaticParkingTest, WhatTheBaseDoesNotHaveIsSavedAtTheRelease) {
         {"nothing", [] {}, 0, nullptr, ""},
         {"a setting", [] { saveParamChanged = true; }, 0, "", "0 updates and one or more parameter changes"},
         {"an option of a known aircraft", option, 1,
-         "<parkpos id=\"EDDF1\"><opt reg=\"D-AIZA\" soft=\"true\" day=\"3\" hh=\"1\" cs=\"DLH1\" /></parkpos>",
+         "<parkpos id=\"EDDF1\"><opt reg=\"D-AIZA\" soft=\"true\" day=\"3\" hh=\"1\" cs=\"DLH1:A&amp;B\" /></parkpos>",
          "1 update "},
         {"a radius", radius, 2, "<parkpos id=\"EDDF2\" radius_change=\"true\" radius=\"33.0\" />", "2 updates "},
         {"freight", [] { stands[1].cargo = stands[1].cargoChange = true; }, 1,
@@ -286,6 +264,7 @@ TEST_F(StaticParkingTest, WhatTheBaseDoesNotHaveIsSavedAtTheRelease) {
             continue;
         std::string text = readFile(file), positions;
         EXPECT_EQ(text.find("BGLpath"), std::string::npos);
+        EXPECT_EQ(text.find("MAX_LIVE"), std::string::npos) << "there is no limit";
         for (const char c : text.substr(text.find("<parkpositions")))
             if (c != '\n' && c != '\t')
                 positions += c;

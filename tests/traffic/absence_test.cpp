@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // The lines that tell why an aircraft is not shown, or no longer.
-#include "core/log.h"
 #include "traffic/absence.h"
 #include "traffic/harness.h"
 
@@ -12,70 +11,49 @@ using test::firstHex;
 struct AbsenceTest : test::TrafficTest {
     void SetUp() override {
         TrafficTest::SetUp();
-        openLog("Log.txt");
         par::LOG.value = true;
-    }
-    void TearDown() override {
-        closeLog();
-        setAirportRef(std::nullopt);
-        TrafficTest::TearDown();
-    }
-    /// Until nobody is left in buffer.
-    void letAllBeDecided() {
-        ASSERT_TRUE(runUntil(
-            [] { return std::ranges::none_of(liveAircraft, [](auto& a) { return a.st == AircraftStatus::buffer; }); }));
     }
 };
 
 TEST_F(AbsenceTest, EachReasonIsToldOnceForAnAircraft) {
-    struct Case {
+    const struct {
         const char* line;
-        AircraftReport (*change)(AircraftReport);
+        const char *callsign, *model = "A320";
+        double alt = 8000;
         int reports = 4;
         std::int32_t limit = -1;
-    };
-    const Case cases[] = {
-        {"DLH305 QQQQ is not shown: its type is unknown",
-         [](AircraftReport r) {
-             r.model = "QQQQ";
-             return r;
-         }},
-        {"DLH306 C172 is not shown: its kind of aircraft is switched off",
-         [](AircraftReport r) {
-             r.model = "C172";
-             return r;
-         }},
-        {"DLH307 A320 is not shown: it is reported in the air at the airport's elevation",
-         [](AircraftReport r) {
-             r.sample.alt = 90;
-             return r;
-         }},
-        {"DLH308 A320 is not shown: its callsign is blocked", [](AircraftReport r) { return r; }},
-        {" A320 is not shown: it has no callsign and no registration",
-         [](AircraftReport r) {
-             r.callsign.clear();
-             return r;
-         }},
-        {"DLH310 A320 is not shown: no second report of it has come", [](AircraftReport r) { return r; }, 1},
-        {"BAW1 BAW A388 is not shown: no installed livery fits",
-         [](AircraftReport r) {
-             r.callsign = "BAW1";
-             r.model = "A388";
-             return r;
-         }},
-        {"DLH312 A320 is not shown: MAX_LIVE aircraft are shown, all nearer to you", [](AircraftReport r) { return r; },
-         4, 0},
+    } cases[] = {
+        {.line = "DLH305 QQQQ is not shown: its type is unknown", .callsign = "DLH305", .model = "QQQQ"},
+        {.line = "DLH306 C172 is not shown: its kind of aircraft is switched off",
+         .callsign = "DLH306",
+         .model = "C172"},
+        {.line = "DLH307 A320 is not shown: it is reported in the air at the airport's elevation",
+         .callsign = "DLH307",
+         .alt = 90},
+        {.line = "DLH308 A320 is not shown: its callsign is blocked", .callsign = "DLH308"},
+        {.line = " A320 is not shown: it has no callsign and no registration", .callsign = ""},
+        {.line = "DLH310 A320 is not shown: no second report of it has come", .callsign = "DLH310", .reports = 1},
+        {.line = "BAW1 BAW A388 is not shown: no installed livery fits", .callsign = "BAW1", .model = "A388"},
+        {.line = "DLH312 A320 is not shown: MAX_LIVE aircraft are shown, all nearer to you",
+         .callsign = "DLH312",
+         .limit = 0},
     };
     par::LIGHT_AIRCRAFT.value = false;
     par::BLOCK_CALLSIGN.set("DLH308");
     setAirportRef(AirportRef{"EDDM", "MUC", test::homeLat, test::homeLon, 100});
     std::uint32_t hexid = firstHex;
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         ++hexid;
         maxLive = c.limit;
-        for (int i = 0; i < c.reports; ++i)
-            feed(c.change(report(hexid, i * 10.0)));
-        letAllBeDecided();
+        for (int i = 0; i < c.reports; ++i) {
+            AircraftReport r = report(hexid, i * 10.0);
+            r.callsign = c.callsign;
+            r.model = c.model;
+            r.sample.alt = c.alt;
+            feed(r);
+        }
+        ASSERT_TRUE(runUntil( // until nobody is left in buffer
+            [] { return std::ranges::none_of(liveAircraft, [](auto& a) { return a.st == AircraftStatus::buffer; }); }));
         EXPECT_EQ(program.logCount(" is not shown: "), hexid - firstHex);
         std::string told = program.logText();
         told.erase(std::unique(told.begin(), told.end(), [](char a, char b) { return a == ' ' && b == ' '; }),

@@ -67,30 +67,6 @@ TEST_F(AirMotionTest, WhatALegDoesWithTheHeight) {
     }
 }
 
-TEST_F(AirMotionTest, SamplesOnTheGroundAreSkippedByOneThatClimbed) {
-    struct Row {
-        const char* name;
-        std::int32_t onGround; ///< samples before the first one in the air
-        std::int32_t after;    ///< samples behind that one
-        double vs;             ///< of the last sample, where the others have 0
-        bool skipped;
-    };
-    for (const Row& row : {Row{"soon", 3, 1, 900, true}, Row{"not as the last", 3, 0, 900, false},
-                           Row{"not as the eleventh", 10, 2, 900, false}, Row{"no climb", 3, 1, 100, false}}) {
-        SCOPED_TRACE(row.name);
-        std::vector<PositionSample> stream;
-        for (std::int32_t i = 0; i <= row.onGround + row.after; ++i)
-            stream.push_back(air(0.005 * i, 5000 + 700 * i, 150, i < row.onGround ? 0 : 700));
-        stream.back().vs = row.vs;
-        Flight f(stream);
-        f.a.onGround = false;
-        f.a.alt = 500;
-        f.leg();
-        EXPECT_EQ(f.a.sz(), row.skipped ? row.after + 1U : stream.size() - 1);
-        EXPECT_EQ(f.a.stream.front().alt, row.skipped ? 700 : 0);
-    }
-}
-
 TEST_F(AirMotionTest, BankAndPitchChangeNoFasterThanTheCategory) {
     struct Limits {
         double bankStep, pitchStep, bank; ///< degrees

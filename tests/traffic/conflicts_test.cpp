@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Limits, ghosts, blocking, the user's surroundings, and how the user finds an object.
 #include "pipe_guard.h"
-#include "sim/orders.h"
 #include "traffic/harness.h"
 
 namespace kes::test {
@@ -49,23 +48,17 @@ TEST_F(ConflictsTest, TheNearestStayUnderMaxLive) {
 TEST_F(ConflictsTest, ALimitChangedDuringARunAlsoMeetsThoseStillComing) {
     for (std::uint32_t i = 0; i < 4; ++i)
         activeFlight(firstHex + i, {air((i + 1) * 0.01, far), air(1, far + 1)});
+    const auto limitedTo = [](std::int32_t limit) {
+        par::MAX_LIVE.value = limit;
+        windowRequests.maxLive = true;
+        takeNewMaxLive();
+        return fmt::format("{}: {}{}", maxLive, leaving(), windowRequests.maxLive ? ", another is coming" : "");
+    };
     liveAircraft[3].st = AircraftStatus::adding2sim;
-    par::MAX_LIVE.value = 2;
-    windowRequests.maxLive = true;
-    takeNewMaxLive();
-    EXPECT_EQ(maxLive, 2);
-    EXPECT_EQ(leaving(), "DLH306");
-    EXPECT_TRUE(windowRequests.maxLive) << "one more is coming";
+    EXPECT_EQ(limitedTo(2), "2: DLH306, another is coming");
     liveAircraft[3].st = AircraftStatus::active;
-    takeNewMaxLive();
-    EXPECT_EQ(leaving(), "DLH306 DLH307") << "the farthest";
-    EXPECT_FALSE(windowRequests.maxLive);
-    par::MAX_LIVE.value = -1;
-    windowRequests.maxLive = true;
-    takeNewMaxLive();
-    EXPECT_EQ(maxLive, -1);
-    EXPECT_EQ(leaving(), "DLH306 DLH307");
-    EXPECT_FALSE(windowRequests.maxLive);
+    EXPECT_EQ(limitedTo(2), "2: DLH306 DLH307") << "the farthest";
+    EXPECT_EQ(limitedTo(-1), "-1: DLH306 DLH307");
 }
 
 TEST_F(ConflictsTest, TheCallsignListIsSortedAndReplaced) {
@@ -103,11 +96,10 @@ TEST_F(ConflictsTest, TheCallsignListIsSortedAndReplaced) {
 
 TEST_F(ConflictsTest, TheUserFindsAnObjectByItsCallsign) {
     LiveAircraft& a = activeFlight(firstHex, {air(0, far), air(1, far)});
-    findCallsign("DLH304");
-    EXPECT_EQ(readouts.selectedObject, a.objectid);
-    EXPECT_EQ(readoutText(Readout::foundObject), "= " + std::to_string(a.objectid));
     for (const std::string other : {"DLH30", "DLH3045", "dlh304", "DLH304 ", ""}) {
         findCallsign("DLH304");
+        EXPECT_EQ(readouts.selectedObject, a.objectid);
+        EXPECT_EQ(readoutText(Readout::foundObject), "= " + std::to_string(a.objectid));
         findCallsign(other);
         EXPECT_EQ(readouts.selectedObject, 0U);
         EXPECT_EQ(readoutText(Readout::foundObject), "");
@@ -120,21 +112,6 @@ TEST_F(ConflictsTest, TheUserFindsAnObjectByItsCallsign) {
     findCallsign("DLH304");
     liveryRespawn(a);
     EXPECT_EQ(readouts.selectedObject, 0U) << "the number is no longer true";
-}
-
-TEST_F(ConflictsTest, BlockingTakesTheFirstActiveAircraft) {
-    activeFlight(firstHex, {air(0, far), air(1, far)}).st = AircraftStatus::buffer;
-    activeFlight(firstHex + 1, {air(0, far), air(1, far)});
-    for (LiveAircraft& a : liveAircraft)
-        a.callsign = "DLH1";
-    windowRequests.blockNow = true;
-    applyBlocking();
-    EXPECT_FALSE(windowRequests.blockNow) << "an empty text only clears the request";
-    EXPECT_TRUE(waitingOrders().removalQueue.empty());
-    par::BLOCK_CALLSIGN.set("DLH1");
-    applyBlocking();
-    EXPECT_EQ(liveAircraft[0].st, AircraftStatus::buffer);
-    EXPECT_EQ(liveAircraft[1].st, AircraftStatus::removingfromsim);
 }
 
 TEST_F(ConflictsTest, BirthsNearTheUser) {
@@ -243,27 +220,6 @@ TEST_F(ConflictsTest, StaticAircraftGiveWay) {
     EXPECT_FALSE(goesBy(checkUserCollisions)) << "the user did not move";
     answer(ReplyKind::removed, 9000, 0);
     EXPECT_TRUE(parkedAircraft.empty());
-}
-
-TEST_F(ConflictsTest, AStaticAircraftIsTakenBackFromItsQueueOrAfterItsSequence) {
-    parkedAircraft.assign(2, {});
-    for (std::uint32_t i = 0; i < 2; ++i) {
-        parkedAircraft[i].hexid = i + 1;
-        parkedAircraft[i].st = AircraftStatus::adding2sim;
-    }
-    orderCreate({.tailNumber = {}, .title = {}, .hexid = 1});
-    removeAircraftFromSim(parkedAircraft[0]);
-    removeAircraftFromSim(parkedAircraft[1]);
-    EXPECT_TRUE(waitingOrders().staticCreateQueue.empty());
-    EXPECT_TRUE(parkedAircraft[0].deleteQueued);
-    EXPECT_TRUE(parkedAircraft[1].removeWhenReady);
-    addSimReply(reply(ReplyKind::createdStatic, 700, 2));
-    run(200);
-    EXPECT_EQ(removed, std::vector<std::uint32_t>{}) << "two seconds first";
-    run(20);
-    EXPECT_EQ(removed, std::vector<std::uint32_t>{700});
-    answer(ReplyKind::createFailed, 0, 1);
-    EXPECT_EQ(std::ranges::count(parkedAircraft, 1U, &AiAircraft::hexid), 0);
 }
 
 } // namespace

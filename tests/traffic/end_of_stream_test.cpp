@@ -9,14 +9,8 @@ namespace kes::test {
 namespace {
 
 struct EndOfStreamTest : FlightTest {
-    void SetUp() override {
-        FlightTest::SetUp();
-        setRange(40);
-    }
-    void TearDown() override {
-        resetUserAircraft();
-        FlightTest::TearDown();
-    }
+    EndOfStreamTest() { setRange(40); }
+    ~EndOfStreamTest() override { resetUserAircraft(); }
 };
 
 TEST_F(EndOfStreamTest, InTheAirEightSlowerSamplesAndThenAway) {
@@ -73,21 +67,16 @@ TEST_F(EndOfStreamTest, WhoGetsInventedSamples) {
 TEST_F(EndOfStreamTest, AnApproachSinksAndKeepsItsSpeedAtTheEnd) {
     Flight f({air(0, 5000, 140, 500)});
     f.a.approach = true;
-    std::vector<double> gs;
-    std::vector<double> alt;
-    while (endOfStream(f.a, f.m)) {
+    for (int i = 1; i <= 8; ++i) {
+        ASSERT_TRUE(endOfStream(f.a, f.m)) << i;
         const PositionSample s = f.a.stream.back();
-        gs.push_back(s.gs);
-        alt.push_back(s.alt);
+        EXPECT_NEAR(s.gs, 140 * std::pow(0.9, std::min(i, 5)), 1e-9) << i;
+        EXPECT_NEAR(s.alt, std::max(500 - i * 8 * 10.005, 0.0), 1e-9) << "never below 0";
         EXPECT_EQ(s.vs, -667);
         EXPECT_EQ(s.airborne, s.alt > 0);
         f.a.stream.pop_front();
     }
-    ASSERT_EQ(gs.size(), 8U);
-    for (int i = 0; i < 8; ++i)
-        EXPECT_NEAR(gs[static_cast<std::size_t>(i)], 140 * std::pow(0.9, std::min(i + 1, 5)), 1e-9) << i;
-    EXPECT_NEAR(alt[0], 500 - 8 * 10.005, 1e-9);
-    EXPECT_EQ(alt[6], 0) << "never below 0";
+    EXPECT_FALSE(endOfStream(f.a, f.m));
     EXPECT_EQ(f.a.extrapCount, -1);
     EXPECT_FALSE(endOfStream(f.a, f.m)) << "and nothing more";
 }

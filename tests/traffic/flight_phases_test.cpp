@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What becomes of a new sample at the back of a stream.
 #include "traffic/flight.h"
-#include "traffic/flight_phases.h"
 
 namespace kes::test {
 namespace {

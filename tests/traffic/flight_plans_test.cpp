@@ -88,29 +88,6 @@ TEST_F(FlightPlansTest, AFileGoesWithItsObjectButNotForARespawn) {
     EXPECT_FALSE(program.logHas("gf_removeFlightPlanFolder"));
 }
 
-TEST_F(FlightPlansTest, ALateRouteIsToldByTheNextObjectOnly) {
-    for (const bool respawns : {false, true}) {
-        resetLiveTraffic();
-        par::GUID_CHANGES.value = respawns;
-        feedFlight(firstHex);
-        ASSERT_TRUE(runUntil([] { return liveAircraft.at(0).st == AircraftStatus::active; }));
-        const std::uint32_t first = liveAircraft[0].objectid;
-        AircraftReport late = report(firstHex, 40);
-        late.sample.tick = liveAircraft[0].stream.back().tick + 1000;
-        late.orig = "EDDF";
-        late.dest = "LHR";
-        feed(late);
-        EXPECT_EQ(liveAircraft[0].dest, "LHR");
-        if (respawns) {
-            ASSERT_TRUE(runUntil([&] { return liveAircraft.at(0).objectid > first; }));
-        }
-        run(10);
-        EXPECT_EQ(liveAircraft.at(0).flightPlanSet, respawns);
-        EXPECT_FALSE(std::filesystem::exists(file(first)));
-        EXPECT_EQ(std::filesystem::exists(file(first + 1)), respawns);
-    }
-}
-
 TEST_F(FlightPlansTest, TheFoldersComeAndWhatCannotBeDoneIsTold) {
     const auto told = [] { return thrownBy(prepareFlightPlanFolders); };
     std::filesystem::remove_all(userDataFolder());

@@ -42,7 +42,6 @@ struct TrafficTest : testing::Test, Samples {
     std::vector<std::uint32_t> removed; ///< taken from the removal queue, in order
     std::uint32_t nextObject = 100;
     bool simAnswers = true; ///< each request is confirmed at the next tick
-    bool simulator = false; ///< requests go to the connected simulator instead
 
     void SetUp() override {
         std::filesystem::create_directories("input");
@@ -104,15 +103,6 @@ struct TrafficTest : testing::Test, Samples {
         r.sample.tick = tickCount + static_cast<std::int32_t>(seconds * 100.0) + 3000;
         return r;
     }
-    /// The same on the ground at 10 kts.
-    static AircraftReport groundReport(std::uint32_t hexid, double seconds, double latOffset = 0.0) {
-        AircraftReport r = report(hexid, seconds, latOffset);
-        r.sample.lat = homeLat + latOffset + 10.0 * seconds / 3600.0 / 60.0;
-        r.sample.alt = 0;
-        r.sample.airborne = false;
-        r.sample.gs = r.sample.tas = 10;
-        return r;
-    }
     static void push(const AircraftReport& r) { reportQueue.push(r); }
     static void take() { takeReports(); }
     static void feed(const AircraftReport& r) {
@@ -155,8 +145,7 @@ struct TrafficTest : testing::Test, Samples {
         const UserAircraft user = userAircraft; // no simulator knows it
         runningTickBody();
         userAircraft = user;
-        if (!simulator)
-            answerRequests();
+        answerRequests();
         ASSERT_EQ(checkLiveTables(), "") << "at tick " << now;
     }
     void answerRequests() {

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // What the simulator's answers do, and how aircraft leave it.
-#include "core/errors.h"
 #include "sim/orders.h"
 #include "thrown.h"
 #include "traffic/harness.h"
@@ -22,25 +21,6 @@ struct LifeCycleTest : TrafficTest {
 
 constexpr std::int32_t far = 1 << 28;
 
-TEST_F(LifeCycleTest, RemovalBeforeTheRequestLeavesMakesNoObject) {
-    feedFlight(firstHex);
-    ASSERT_TRUE(runUntil([] { return birthsUnderWay() > 0; }));
-    ASSERT_EQ(waitingOrders().liveCreateQueue.size(), 1U);
-    removeAircraftFromSim(liveAircraft.at(0));
-    EXPECT_TRUE(liveAircraft[0].deleteQueued);
-    run(300);
-    EXPECT_TRUE(liveAircraft.empty());
-    EXPECT_TRUE(created.empty());
-    EXPECT_TRUE(landingList.empty()) << "an entry without a record would hold up the list";
-
-    feedFlight(firstHex + 1);
-    liveAircraft.at(0).st = AircraftStatus::adding2sim;
-    orderBirth(firstHex + 1);
-    removeAircraftFromSim(liveAircraft.at(0));
-    EXPECT_TRUE(waitingOrders().spawnQueue.empty());
-    EXPECT_TRUE(liveAircraft[0].deleteQueued);
-}
-
 TEST_F(LifeCycleTest, RemovalOfAnObjectUnderWayFollowsItsLightSequence) {
     askForFlight();
     removeAircraftFromSim(liveAircraft.at(0));
@@ -57,20 +37,6 @@ TEST_F(LifeCycleTest, RemovalOfAnObjectUnderWayFollowsItsLightSequence) {
     addSimReply(reply(ReplyKind::removed, 500, 0));
     tick();
     EXPECT_TRUE(liveAircraft.empty());
-}
-
-TEST_F(LifeCycleTest, AnObjectThatGoesDuringItsLightSequenceIsForgotten) {
-    askForFlight();
-    addSimReply(reply(ReplyKind::created, 500, firstHex));
-    run(60);
-    addSimReply(reply(ReplyKind::removed, 500, 0));
-    tick();
-    ASSERT_TRUE(liveAircraft.empty());
-    feedFlight(firstHex);
-    liveAircraft.at(0).objectid = 501;
-    liveAircraft[0].st = AircraftStatus::adding2sim;
-    run(300);
-    EXPECT_EQ(liveAircraft.at(0).st, AircraftStatus::adding2sim) << "the old sequence must not end on the new record";
 }
 
 TEST_F(LifeCycleTest, CreatedReplies) {
@@ -90,21 +56,6 @@ TEST_F(LifeCycleTest, CreatedReplies) {
     answer(ReplyKind::created, 900, firstHex + 77);
     EXPECT_EQ(waitingOrders().removalQueue.back(), 900U)
         << "an object whose record has gone would stand there for ever";
-}
-
-TEST_F(LifeCycleTest, ObjectsThatNobodyWaitsForGo) {
-    simAnswers = false;
-    feedFlight(firstHex);
-    answer(ReplyKind::created, 500, firstHex); // of an earlier record with this address
-    EXPECT_EQ(liveAircraft.at(0).objectid, 0U);
-    ASSERT_TRUE(runUntil([&] { return !created.empty(); }));
-    addSimReply(reply(ReplyKind::created, 501, firstHex));
-    addSimReply(reply(ReplyKind::created, 502, firstHex)); // of two that were asked for
-    addSimReply(reply(ReplyKind::createdStatic, 503, 7));
-    ASSERT_TRUE(runUntil([&] { return removed.size() == 3; }, 100));
-    EXPECT_EQ(removed, (std::vector<std::uint32_t>{500, 502, 503}));
-    EXPECT_EQ(liveAircraft.at(0).objectid, 501U);
-    ASSERT_TRUE(runUntil([] { return liveAircraft.at(0).st == AircraftStatus::active; }, 250));
 }
 
 TEST_F(LifeCycleTest, AnObjectOfACreationGivenUpIsNeverJoinedToTheNextRecord) {
@@ -236,26 +187,6 @@ TEST_F(LifeCycleTest, NothingIsRefusedWhileClosing) {
     EXPECT_EQ(refusedTitleCount(), 0U);
 }
 
-TEST_F(LifeCycleTest, WhenTheSourceHasGoneSoHaveTheAircraft) {
-    for (std::uint32_t i = 0; i < 5; ++i)
-        activeFlight(firstHex + i, {air(0, far), air(1, far + 1)});
-    liveAircraft[1].st = liveAircraft[2].st = liveAircraft[4].st = AircraftStatus::adding2sim;
-    liveAircraft[3].st = AircraftStatus::buffer;
-    orderBirth(firstHex + 1);
-    orderCreate({.tailNumber = {}, .title = {}, .hexid = firstHex + 4});
-    userClosed = true;
-    removeAllLiveForLostSource();
-    EXPECT_EQ(liveAircraft.size(), 5U) << "the close-down takes care of them";
-    userClosed = false;
-    removeAllLiveForLostSource();
-    ASSERT_EQ(liveAircraft.size(), 3U);
-    EXPECT_EQ(leaving(), "DLH304");
-    EXPECT_EQ(liveAircraft[1].hexid, firstHex + 2);
-    EXPECT_TRUE(liveAircraft[1].removeWhenReady);
-    EXPECT_EQ(liveAircraft[2].st, AircraftStatus::buffer);
-    EXPECT_TRUE(birthsUnderWay() == 0);
-}
-
 TEST_F(LifeCycleTest, OneBadRecordDoesNotStopTheOthers) {
     activeFlight(firstHex, {air(0, 4000), air(0.1, far)});
     activeFlight(firstHex + 1, {air(0, 5000), air(0.1, 12200)});
@@ -269,31 +200,6 @@ TEST_F(LifeCycleTest, OneBadRecordDoesNotStopTheOthers) {
     EXPECT_TRUE(program.logHas("updateLiveAc objectid=0? hexid: 4194305,cs:DLH305, reg:, aimo:DLH A320 sz:1"));
     updateLiveAircraft();
     EXPECT_EQ(liveAircraft.size(), 1U) << "no object will be reported as gone, so the record goes by itself";
-}
-
-TEST_F(LifeCycleTest, TheTickCheckFindsWhatMustNotBe) {
-    struct Case {
-        const char* kind;
-        void (*spoil)(LiveAircraft&);
-    };
-    const Case cases[] = {
-        {"", [](LiveAircraft&) {}},
-        {"hexid twice", [](LiveAircraft& a) { a.hexid = liveAircraft[0].hexid; }},
-        {"objectid twice", [](LiveAircraft& a) { a.objectid = liveAircraft[0].objectid; }},
-        {"not a number", [](LiveAircraft& a) { a.pitch = std::nan(""); }},
-        {"heading out of range", [](LiveAircraft& a) { a.heading = -0.01; }},
-        {"longitude out of range", [](LiveAircraft& a) { a.lon = 180.5; }},
-    };
-    for (const Case& c : cases) {
-        resetLiveTraffic();
-        activeFlight(firstHex, {air(0, far), air(1, far + 1)});
-        c.spoil(activeFlight(firstHex + 1, {air(0, far), air(1, far + 1)}));
-        const std::string violation = checkLiveTables();
-        EXPECT_EQ(violation.substr(0, violation.find(':')), c.kind);
-        reportTickCheck();
-        reportTickCheck();
-        EXPECT_TRUE(*c.kind == 0 || program.logCount("! tick check: " + std::string(c.kind)) == 1) << c.kind;
-    }
 }
 
 } // namespace

@@ -84,17 +84,6 @@ TEST_F(SpawnTest, WhoIsRefused) {
     EXPECT_EQ(noMatchList.keys(), std::deque<std::string>{"DLH A388 X-XXXX"});
 }
 
-TEST_F(SpawnTest, AKeyWithoutLiveryIsToldOnceAndNotSearchedAgain) {
-    for (int pass = 0; pass < 2; ++pass) {
-        feedFlight("DLH304", "X-XXXX", "A388");
-        ASSERT_TRUE(runUntil([] { return liveAircraft.empty(); }));
-    }
-    EXPECT_EQ(noMatchList.keys().size(), 1U);
-    par::LOG.value = true;
-    writeNoMatchReport();
-    EXPECT_TRUE(program.logHas("\nNo match found for: \nDLH A388 X-XXXX\n\n"));
-}
-
 TEST_F(SpawnTest, TheOldestKeysWithoutLiveryMakeRoom) {
     NoMatchList list;
     const auto key = [](std::size_t n) { return "DLH A388 X-" + std::to_string(n); };
@@ -129,26 +118,6 @@ TEST_F(SpawnTest, TheTitleOfAHexidIsKeptUntilItFails) {
     EXPECT_NE(spawnAgain("BAW1"), "FSLTL_DLH");
     clearTitleTable();
     EXPECT_EQ(spawnAgain("BAW"), "BAW A320");
-}
-
-TEST_F(SpawnTest, ManyWaitingRequestsHoldBackBirthsAlongTheirRoute) {
-    feedFlight(firstHex, 4);
-    for (std::uint32_t i = 1; i <= 11; ++i) // births in both queues are under way
-        i <= 5 ? orderCreate({.tailNumber = {}, .title = {}, .hexid = firstHex + i}) : orderBirth(firstHex + i);
-    LiveAircraft& a = liveAircraft.at(0);
-    const auto whenDue = [&] {
-        tickCount = a.stream.front().tick - 100;
-        updateLiveAc(a, motionNow());
-        return a.st;
-    };
-    EXPECT_EQ(whenDue(), AircraftStatus::buffer);
-    EXPECT_EQ(a.sz(), 3U);
-    takeBirth();
-    EXPECT_EQ(whenDue(), AircraftStatus::adding2sim) << "ten wait";
-    orderBirth(firstHex + 1);
-    a.st = AircraftStatus::buffer;
-    a.fs = FlightState::flying; // a respawn does not wait
-    EXPECT_EQ(whenDue(), AircraftStatus::adding2sim);
 }
 
 TEST_F(SpawnTest, StopsAtTheStartOfTheStreamAreMadeConsistent) {

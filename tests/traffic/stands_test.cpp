@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Born on a stand, and away from it.
-#include "airports/stands.h"
 #include "traffic/harness.h"
 #include "traffic/parking.h"
 
@@ -12,11 +11,6 @@ namespace {
 constexpr std::int32_t sevenDays = 60480000;
 
 struct StandsTest : TrafficTest {
-    void TearDown() override {
-        stands.clear();
-        setAirportRef(std::nullopt);
-        TrafficTest::TearDown();
-    }
     /// Parked on the only stand for ten hours, after a flight.
     LiveAircraft& parkedFlight(const std::string& model) {
         resetLiveTraffic();
