@@ -67,8 +67,7 @@ TEST_F(Matching, ParkedAircraftTakeTheKindOfTheirStand) {
     EXPECT_EQ(stepCounters(), (std::array<std::uint32_t, 6>{})) << "live aircraft only";
 }
 
-/// Liveries as "AIRLINE/MODEL/title" with "/REGCODE" and "/cargo" behind it. A title with a star belongs to one
-/// airframe.
+/// Liveries as "AIRLINE/MODEL/title" with "/REGCODE" and "/cargo" behind it; a star marks the title of one airframe.
 struct MatchingSteps : Matching {
     MatchingSteps() {
         text.types[AircraftCategory::rotorcraft].push_back("R44");
@@ -83,11 +82,12 @@ struct MatchingSteps : Matching {
             auto parts = split(one, '/');
             const bool cargo = parts.back() == "cargo";
             parts.resize(cargo ? parts.size() - 1 : parts.size());
-            const std::string title(parts[2]);
+            const bool special = parts[2].starts_with('*');
+            const std::string title(parts[2].substr(special ? 1 : 0));
             all.push_back(livery(std::string(parts[0]), std::string(parts[1]), title,
                                  std::string(parts.size() > 3 ? parts[3] : ""), cargo));
-            if (title.starts_with('*'))
-                regcodes += title + ";D-S" + title.substr(1) + "\n";
+            if (special)
+                regcodes += title + ";D-S" + title + "\n";
         }
         putRegcodes("r.txt", regcodes);
         install(all);
@@ -111,7 +111,7 @@ TEST_F(MatchingSteps, GiveTheFirstLiveryThatFits) {
     };
     const Row rows[] = {
         {"its registration, in whatever paint", "DLH/A320/own/D-AIPA DLH/A321/b", "DLH A321 DAIPA", 1, "1 own"},
-        {"the livery of one airframe", "DLH/A320/*a DLH/A320/b", "DLH A320 D-Sa", 1, "1 *a"},
+        {"the livery of one airframe", "DLH/A320/*a DLH/A320/b", "DLH A320 D-Sa", 1, "1 a"},
         {"nothing else at depth 1", "DLH/A320/a", "DLH A320", 1, "0 "},
         {"airline and type", "AFR/A320/x DLH/A320/a DLH/A321/y", "DLH A320", 2, "2 a"},
         {"none that belongs to another airframe", "DLH/A320/*a DLH/A320/b", "DLH A320", 2, "2 b"},
