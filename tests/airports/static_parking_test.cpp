@@ -148,6 +148,11 @@ TEST_F(StaticParkingTest, InTheAirItComesAndGoesWithTheList) {
     EXPECT_TRUE(program.logHas(" EDFE is out of sight (20.1 nm), parked aircraft will be removed\n"));
     EXPECT_FALSE(parkAirportLoaded());
     EXPECT_EQ(readouts.maxPark, -1);
+    load(milesNorth(2.1));
+    par::DESTINATION.set("EDDF");
+    setDestinationEntry("EDDF", field);
+    EXPECT_EQ(flown(milesNorth(2.1)), "EDFE") << "the destination is in sight, but farther";
+    EXPECT_EQ(flown(milesNorth(1.9)), "-");
     EXPECT_EQ(flown({0, 0}), "-") << "no flight";
 }
 

@@ -64,8 +64,6 @@ Straight at(const char* callsign, std::uint32_t hexid, double north, const char*
     return one;
 }
 
-constexpr auto listAirports = replay::VirtualAirport::list;
-
 struct ControlEffectsTest : testing::Test {
     FlightFolder program;
     TestWindow window;
@@ -91,7 +89,7 @@ struct ControlEffectsTest : testing::Test {
             replay::StandRow{.at = {fieldLat, lon}, .count = 10}.write(code, [code = code](int n) {
                 return fmt::format("<opt airl='DLH' type='A320' day='3' hh='20' cs='{}{}'/>", code, n);
             });
-        listAirports({"EDDM", "EDMX"});
+        replay::VirtualAirport::list({"EDDM", "EDMX"});
     }
     /// Flies until `seen` holds, a tick at least; false after some seconds.
     bool until(const std::function<bool()>& seen, int seconds) {
@@ -141,10 +139,10 @@ TEST_F(ControlEffectsTest, EachIsSeenInTheSimulator) {
     };
     const auto unlisted = [] {
         putAirports();
-        listAirports({});
+        replay::VirtualAirport::list({});
     };
     const Play lists = [](TestWindow& w) {
-        listAirports({"EDMX"});
+        replay::VirtualAirport::list({"EDMX"});
         w.press(reRead);
     };
     const Play goesElsewhere = [](TestWindow& w) {

@@ -15,12 +15,7 @@
 namespace kes::test {
 namespace {
 
-struct VirtualFlightTest : VirtualRun {
-    static void idle(int ticks) {
-        for (int i = 0; i < ticks; ++i)
-            ASSERT_TRUE(world::virtualTick());
-    }
-};
+using VirtualFlightTest = VirtualRun;
 
 TEST_F(VirtualFlightTest, AReportIsShownThirtySecondsLaterAndMovesSmoothly) {
     const Straight flight;
@@ -57,14 +52,14 @@ TEST_F(VirtualFlightTest, AStoppedFlightIdlesAndResumes) {
     fly(35, {flight});
     const std::int32_t ticks = tickCount;
     world::inprocCommand("sim 0");
-    idle(300);
+    fly(3, {});
     EXPECT_LE(tickCount - ticks, 5) << "an idle tick does not count";
     EXPECT_TRUE(flightStopped);
     EXPECT_TRUE(program.logHas("Flight not running"));
     world::virtualDatagram(flight.line(now));
     EXPECT_EQ(reportQueue.size(), 0U) << "lines of a stopped flight are thrown away";
     world::inprocCommand("sim 1");
-    idle(300);
+    fly(3, {});
     EXPECT_FALSE(flightStopped);
     EXPECT_TRUE(program.logHas("Flight resumed"));
     EXPECT_TRUE(reportQueue.accepting());
