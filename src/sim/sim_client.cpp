@@ -136,11 +136,13 @@ void noteVainTry(VainWait& wait, const OpenTry& attempt) {
     if (wait.told || attempt.reached || std::chrono::steady_clock::now() - wait.since < simAdviceAfter)
         return;
     wait.told = true;
-    showStatus(waitingForSim(), false,
-               fmt::format("Nobody listens at {} ({}). Is the simulator running, and does its SimConnect.xml have a "
-                           "listener of protocol IPv4 for this port? Manual, chapter 3.",
-                           attempt.address.empty() ? "the address of SimConnect.cfg" : attempt.address,
-                           attempt.file.empty() ? "no SimConnect.cfg names another address" : "from " + attempt.file));
+    showStatus(
+        waitingForSim(), false,
+        fmt::format("Nobody listens at {} ({}). {}{}Is the simulator running, and does its SimConnect.xml have a "
+                    "listener of protocol IPv4 for this port? Manual, chapter 3.",
+                    attempt.address.empty() ? "the address of SimConnect.cfg" : attempt.address,
+                    attempt.file.empty() ? "no SimConnect.cfg names another address" : "from " + attempt.file,
+                    attempt.doubt, attempt.doubt.empty() ? "" : " "));
 }
 
 void connectAndDispatch(const std::stop_token& stop) {

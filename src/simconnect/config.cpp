@@ -46,17 +46,25 @@ std::optional<std::uint32_t> sectionIndex(std::string_view line) {
 }
 
 /// A value that makes no sense leaves what stands there, so a slip of the pen costs one setting and not the connection.
-void takeKey(ConnectConfig& config, std::string_view key, std::string_view value) {
+/// False for one of those that tell where the simulator is.
+bool takeKey(ConnectConfig& config, std::string_view key, std::string_view value) {
     if (equalsNoCase(key, "Protocol")) {
-        for (const char* known : {"Pipe", "IPv4", "IPv6", "Auto"})
-            if (equalsNoCase(value, known))
+        for (const char* known : {"Pipe", "IPv4", "IPv6", "Auto"}) {
+            if (equalsNoCase(value, known)) {
                 config.protocol = known;
+                return true;
+            }
+        }
+        return value.empty();
+    }
+    if (equalsNoCase(key, "Port")) {
+        const auto port = wholeNumber(value);
+        if (!port || *port < 1 || *port > 65535)
+            return value.empty();
+        config.port = std::to_string(*port);
     } else if (equalsNoCase(key, "Address")) {
         if (!value.empty())
             config.address = value;
-    } else if (equalsNoCase(key, "Port")) {
-        if (const auto port = wholeNumber(value); port && *port >= 1 && *port <= 65535)
-            config.port = std::to_string(*port);
     } else if (equalsNoCase(key, "MaxReceiveSize")) {
         if (const auto size = wholeNumber(value); size && *size > 0)
             config.maxReceiveSize = *size;
@@ -66,6 +74,7 @@ void takeKey(ConnectConfig& config, std::string_view key, std::string_view value
         else if (value == "0" || equalsNoCase(value, "false"))
             config.disableNagle = false;
     }
+    return true;
 }
 
 } // namespace
@@ -88,8 +97,9 @@ std::optional<ConnectConfig> parseConfig(std::string_view text, std::uint32_t in
             continue;
         }
         const std::size_t equals = line.find('=');
-        if (found && equals != std::string_view::npos)
-            takeKey(*found, strip(line.substr(0, equals)), strip(line.substr(equals + 1)));
+        if (found && equals != std::string_view::npos &&
+            !takeKey(*found, strip(line.substr(0, equals)), strip(line.substr(equals + 1))))
+            found->notUnderstood += (found->notUnderstood.empty() ? "" : ", ") + std::string(line);
     }
     return found;
 }

@@ -22,6 +22,7 @@ struct ConnectConfig {
     std::uint32_t maxReceiveSize = 41088; ///< bytes
     bool disableNagle = false;            ///< read for completeness: this client always sends without delay
     std::string file;                     ///< where this was read, for messages; empty = no file
+    std::string notUnderstood;            ///< lines whose value makes no sense, which are passed over; empty = none
 };
 
 /// The section of an index; keys and section names without regard to case. Nothing when it is not there.

@@ -20,7 +20,8 @@ struct OpenTry {
     // Afterwards:
     bool reached = false; ///< somebody has taken the connection, whether or not it is a simulator
     std::string address;  ///< "host:port" that was tried; empty = none
-    std::string file;     ///< the file that names it; empty = no file does
+    std::string file;     ///< the file that names it, or should; empty = there is none
+    std::string doubt;    ///< what is wrong with that file, a sentence; empty = nothing
 };
 
 /// As SimConnect_Open, within the limits of `attempt`, which tells afterwards what was met.

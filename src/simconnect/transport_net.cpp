@@ -2,6 +2,7 @@
 // Packets over a TCP connection to the simulator that SimConnect.cfg names.
 #include "core/log.h"
 #include "platform/socket.h"
+#include "platform/system.h"
 #include "simconnect/config.h"
 #include "simconnect/transport.h"
 #include "simconnect/wire.h"
@@ -98,16 +99,21 @@ private:
 std::unique_ptr<Transport> openTransport(DWORD configIndex, HRESULT& result, OpenTry& attempt) {
     const std::optional<ConnectConfig> config = loadConfig(configIndex);
     if (!config) {
+        attempt.file = platform::pathText(findConfigFile());
+        attempt.doubt = "It has no section [SimConnect].";
         result = E_INVALIDARG;
         return nullptr;
     }
     result = E_FAIL;
     attempt.address = config->address + ':' + config->port;
     attempt.file = config->file;
+    if (!config->notUnderstood.empty())
+        attempt.doubt = fmt::format("In it \"{}\" is not understood and left out.", config->notUnderstood);
     if (config->protocol == "Pipe" || config->protocol == "IPv6") {
         logWhenNew(fmt::format("! SimConnect.cfg: protocol {} is not available, use IPv4, on one PC with address "
                                "127.0.0.1, see Manual 3",
                                config->protocol));
+        attempt.doubt = fmt::format("Its protocol {} is not available, use IPv4.", config->protocol);
         return nullptr;
     }
     if (const int error = platform::startSockets(); error != 0) {

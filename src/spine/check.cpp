@@ -138,10 +138,11 @@ std::string simulator() {
         throw AdvisedError(
             fmt::format("{} {}", place,
                         attempt.reached ? "takes the connection but does not answer" : "cannot be reached"),
-            "Start the simulator; its SimConnect.xml needs a listener of protocol IPv4 for this port. "
-            "Manual, chapter 3.");
+            attempt.doubt + (attempt.doubt.empty() ? "" : " ") +
+                "Start the simulator; its SimConnect.xml needs a listener of protocol IPv4 for this port. "
+                "Manual, chapter 3.");
     simconnect::SimConnect_Close(handle);
-    return place;
+    return place + (attempt.doubt.empty() ? "" : ". ") + attempt.doubt;
 }
 
 void wantUdp(std::uint16_t port) {

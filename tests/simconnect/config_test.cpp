@@ -50,6 +50,9 @@ TEST(ConfigText, Table) {
         EXPECT_EQ(config->port, c.port);
         EXPECT_EQ(config->maxReceiveSize, c.maxReceiveSize);
         EXPECT_EQ(config->disableNagle, c.disableNagle);
+        EXPECT_EQ(config->notUnderstood, c.name == std::string("bad values") ? "Port=70000, Protocol=Token"
+                                         : c.name == std::string("a bad port after a good one") ? "Port=0, Port=7a"
+                                                                                                : "");
     }
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What the client puts on the wire, byte for byte.
+#include "simconnect/open.h"
 #include "simconnect/raw_server.h"
 
 #include <array>
@@ -148,6 +149,20 @@ TEST_F(Packets, OpenTellsWhyItFailed) {
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(SimConnect_Open(&client, "Kestrelune"), E_FAIL);
     EXPECT_EQ(program.logCount("protocol Pipe is not available"), 1U);
+    const struct {
+        const char *file, *doubt;
+    } rows[] = {
+        {"[SimConnect]\nProtocol=Pipe\n", "Its protocol Pipe is not available, use IPv4."},
+        {"[SimConnect]\nPort=1x\n", "In it \"Port=1x\" is not understood and left out."},
+        {"Port=1\n", "It has no section [SimConnect]."},
+    };
+    for (const auto& row : rows) {
+        writeConfig(row.file);
+        OpenTry attempt;
+        EXPECT_TRUE(failed(openSimulator(client, "Kestrelune", 0, attempt)));
+        EXPECT_EQ(attempt.file, "SimConnect.cfg");
+        EXPECT_EQ(attempt.doubt, row.doubt);
+    }
 }
 
 } // namespace kes::simconnect
