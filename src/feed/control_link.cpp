@@ -124,10 +124,13 @@ void startServer(const std::string& port) {
     if (const int error = listener.listenTcp(port, step, true)) {
         listener.close();
         endLibrary();
-        std::uint16_t number = 0; // stays 0 for what is no port
-        std::from_chars(port.data(), port.data() + port.size(), number);
+        std::uint16_t number = 0;
+        const auto [end, bad] = std::from_chars(port.data(), port.data() + port.size(), number);
         throw AdvisedError(listenError(step, port, error),
-                           portAdvice(number, platform::PortKind::tcp, par::PORT_NUMBER.name));
+                           bad != std::errc() || end != port.data() + port.size()
+                               ? fmt::format("{} in parameters.xml is \"{}\". It has to be a number from 1 to 65535.",
+                                             par::PORT_NUMBER.name, port)
+                               : portAdvice(number, platform::PortKind::tcp, par::PORT_NUMBER.name));
     }
 }
 

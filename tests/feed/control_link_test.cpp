@@ -132,7 +132,11 @@ TEST_F(ControlLinkTest, ServerErrorsNameTheCall) {
                                    std::to_string(getpid()) + ") has it. "))
         << advice;
     EXPECT_EQ(controlLinkPort(), 0);
-    EXPECT_TRUE(failure("no port").starts_with("getaddrinfo failed with error "));
+    for (const char* noPort : {"no port", "99999"}) {
+        EXPECT_TRUE(failure(noPort).starts_with("getaddrinfo failed with error "));
+        EXPECT_EQ(advice, std::string("PORT_NUMBER in parameters.xml is \"") + noPort +
+                              "\". It has to be a number from 1 to 65535.");
+    }
     EXPECT_FALSE(waitForClient());
     startServer("0");
     EXPECT_NE(controlLinkPort(), 0);
