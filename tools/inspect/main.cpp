@@ -50,7 +50,8 @@ std::optional<command_line::Ending> read(const std::vector<std::string>& words, 
     addText(app, "--updates", "FOLDER", arguments.updates,
             "Where dbase.zip and AIG-regcodes.zip lie: a folder or a URL (updates)");
     addText(app, "--document", "FILE", arguments.document, "Read this reference document instead of dbase.zip");
-    addText(app, "--regcodes", "FOLDER", arguments.regcodes, "A folder of regcode files, as my_regcodes");
+    addText(app, "--regcodes", "FOLDER", arguments.regcodes,
+            "A folder of regcode files (input/my_regcodes, where that is)");
     addText(app, "--log", "FILE", arguments.logFile, "Write what the program would log");
 
     CLI::App* const liveries = app.add_subcommand(
@@ -116,6 +117,10 @@ std::optional<command_line::Ending> read(const std::vector<std::string>& words, 
     arguments.airport = airport->parsed();
     if (arguments.airport && arguments.query.airport.empty())
         return command_line::wrong(app, "no airport is given");
+    if (arguments.regcodes.empty() && fs::is_directory(path::myRegcodes)) // as the program itself does in its folder
+        arguments.regcodes = platform::pathText(path::myRegcodes);
+    else if (!arguments.regcodes.empty() && !fs::is_directory(platform::pathFrom(arguments.regcodes)))
+        return command_line::wrong(app, fmt::format("--regcodes wants a folder, not \"{}\"", arguments.regcodes));
     if (!arguments.match && !arguments.airport && arguments.names.empty())
         return command_line::wrong(app, arguments.bgl ? "no file is given" : "no folder is given");
     if (arguments.match && arguments.liveries.empty())
@@ -214,6 +219,10 @@ int run(const Arguments& arguments) {
         const auto result =
             inspect::inspectAddons(arguments.folders, platform::pathFrom(arguments.program), arguments.msfs2024);
         std::cout << result.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+        for (const fs::path& folder : arguments.folders) {
+            if (!fs::is_directory(folder))
+                std::cerr << fmt::format("kestrelune-inspect: {}: does not exist\n", platform::pathText(folder));
+        }
         std::cerr << result["summary"].get<std::string>() << '\n';
         code = result["found"].get<bool>() ? 0 : 1;
     } else if (arguments.match) {
