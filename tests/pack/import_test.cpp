@@ -220,6 +220,7 @@ TEST(Command, WrongArguments) {
         {{"--data", "a", "--out", "b", "--aircraft", "f", "--reg-column", "r"}, "needs --reg-column and --type-column"},
         {{"--data", "a", "--out", "b", "--airports-out", "f"}, "--airports-out needs --ourairports"},
         {{"--data", "a", "--out", "b", "--show-bad", "many"}, "--show-bad wants a whole number"},
+        {{"--aircraft", "f", "--private-when-empty=no"}, "--private-when-empty takes no value"},
     };
     for (const Case& c : cases) {
         std::string out, error;

@@ -26,6 +26,25 @@ std::string wrapped(std::string_view text) {
     return out;
 }
 
+/// An option without a value that was given one ("--quiet=no"); empty = none. The library takes most of them for what
+/// they do not say, and fails on others without naming them.
+std::string valueForNothing(const CLI::App& app, const std::vector<std::string>& arguments) {
+    std::vector<const CLI::App*> commands{&app};
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+        commands.push_back(command);
+    for (const std::string& argument : arguments) {
+        const std::string name = argument.substr(0, argument.find('='));
+        if (!name.starts_with("--") || name.size() == argument.size())
+            continue;
+        for (const CLI::App* command : commands) {
+            const CLI::Option* option = command->get_option_no_throw(name);
+            if (option != nullptr && option->get_items_expected_max() == 0)
+                return name;
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 void prepare(CLI::App& app) {
@@ -36,6 +55,8 @@ void prepare(CLI::App& app) {
 }
 
 std::optional<Ending> parse(CLI::App& app, const std::vector<std::string>& arguments) {
+    if (const std::string name = valueForNothing(app, arguments); !name.empty())
+        return wrong(app, name + " takes no value");
     try {
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend())); // it takes them from the back
     } catch (const CLI::CallForHelp&) {
