@@ -27,8 +27,10 @@ int main(int argc, char** argv) {
     command_line::addValue(
         app, "--record", "FILE", "a file",
         [&recording](const std::string& text) {
-            recording = std::filesystem::absolute(platform::pathFrom(text)); // before the folder changes
-            return !text.empty();
+            if (text.empty())
+                return false;
+            recording = std::filesystem::absolute(platform::pathFrom(text)).lexically_normal(); // the folder changes
+            return true;
         },
         "Keep what the traffic source sends, as gzip, for kestrelune-replay; the signal SIGUSR1 begins and ends one, "
         "too");

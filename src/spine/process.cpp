@@ -130,7 +130,9 @@ int initInstance(const std::filesystem::path& recording) {
     postToWindow(startWorker);
     const int code = runWindow(closeClick);
     // Who runs it from a shell or a script has no window that would have shown what went wrong.
-    return code == 0 && onTerminal && exitReason() == ExitReason::systemError ? 1 : code;
+    // An error of the simulator's thread stays up until the close click, without a reason for the run to end.
+    const bool failed = exitReason() == ExitReason::systemError || !errorText().empty();
+    return code == 0 && onTerminal && failed ? 1 : code;
 }
 
 } // namespace

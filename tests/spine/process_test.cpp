@@ -3,6 +3,7 @@
 #include "flight_folder.h"
 #include "platform/output.h"
 #include "virtual_display.h"
+#include "world/simulator/server.h"
 
 namespace kes::test {
 namespace {
@@ -149,6 +150,19 @@ TEST_F(ProcessTest, AFailedStartTellsCauseAndCureAndEndsWithOne) {
         EXPECT_TRUE(has("err.txt", c.advice)) << readFile("err.txt");
         EXPECT_TRUE(has("Log.txt", c.advice)) << "the log tells it as well";
     }
+}
+
+TEST_F(ProcessTest, TheOtherSimulatorIsAFailedStartToo) {
+    world::Server simulator;
+    std::string error;
+    ASSERT_TRUE(simulator.start(overTheField(), {}, error)) << error;
+    std::ofstream("SimConnect.cfg") << "[SimConnect]\nPort=" << simulator.port() << '\n';
+    program.writeParameters("<parameter name=\"MSFS_2020\" value=\"false\"/>"
+                            "<parameter name=\"MSFS_2024_INSTALL_PATH\" value=\"/\"/>");
+    const pid_t pid = start();
+    ASSERT_TRUE(waitFor([] { return has("err.txt", "Ctrl-C closes the program.\n"); })) << readFile("out.txt");
+    EXPECT_TRUE(has("err.txt", "error:  71: MSFS 2020 is running")) << readFile("err.txt");
+    EXPECT_EQ(codeOfStopped(pid), 1);
 }
 
 TEST_F(ProcessTest, DoubtfulSettingsAreToldAndTheRunGoesOn) {
