@@ -2,6 +2,7 @@
 // The source against real sockets: a UDP receiver and a TCP server in the place of the program.
 #include "feed/control_link.h"
 #include "support.h"
+#include "world/source/source_options.h"
 #include "world/source/source_run.h"
 
 #include <array>
@@ -149,6 +150,17 @@ TEST(SourceRun, RecordingGoesOutAtItsPaceWithPresentTimes) {
         EXPECT_TRUE(server.accept());
         EXPECT_FALSE(source.ended);
         EXPECT_EQ(source.report()["reportsSent"], 7);
+    }
+}
+
+TEST(SourceRun, AHostNameIsRefusedSinceDatagramsWouldBeLostWithoutAWord) {
+    const struct {
+        const char* host;
+        bool taken;
+    } rows[] = {{"127.0.0.1", true}, {"localhost", false}, {"1.2.3", false}, {"1.2.3.256", false}, {"", false}};
+    for (const auto& row : rows) {
+        SourceOptions o;
+        EXPECT_EQ(!readOptions({"--host", row.host}, o), row.taken) << row.host;
     }
 }
 

@@ -31,7 +31,8 @@ bool readProtocols(std::string_view text, SimulatorOptions& simulator) {
     const std::size_t dash = text.find('-');
     const std::string_view highest = dash == std::string_view::npos ? text : text.substr(dash + 1);
     return command_line::readNumber(text.substr(0, dash), simulator.lowestProtocol, 0U, 255U) &&
-           command_line::readNumber(highest, simulator.highestProtocol, 0U, 255U);
+           command_line::readNumber(highest, simulator.highestProtocol, 0U, 255U) &&
+           simulator.lowestProtocol <= simulator.highestProtocol;
 }
 
 void addConnections(CLI::App& app, ServerOptions& server) {
@@ -116,7 +117,7 @@ void addSimulator(CLI::App& app, SimulatorOptions& simulator) {
     addNumber(app, "--hills", simulator.terrain.hillFeet, 0, 20000,
               "Height in feet of the hills elsewhere, default 600");
     addValue(
-        app, "--protocols", "LOW-HIGH", "one or two numbers from 0 to 255",
+        app, "--protocols", "LOW-HIGH", "one or two numbers from 0 to 255, the lower one first",
         [&simulator](const std::string& text) { return readProtocols(text, simulator); },
         "Accepted protocol numbers, default 2-6");
 }

@@ -4,6 +4,7 @@
 #include "core/text.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <limits>
 
 namespace kes::source {
@@ -24,6 +25,14 @@ bool readPlace(std::string_view text, std::optional<LatLon>& at) {
     }
     at = read;
     return true;
+}
+
+/// Datagrams go to numbers alone: a name would cost every one of them without a word.
+bool isIPv4(std::string_view text) {
+    const auto parts = split(text, '.');
+    unsigned number = 0;
+    return parts.size() == 4 &&
+           std::ranges::all_of(parts, [&](std::string_view part) { return readNumber(part, number, 0U, 255U); });
 }
 
 /// A number that may be left out.
@@ -66,7 +75,13 @@ void addTraffic(CLI::App& app, SourceOptions& o) {
 }
 
 void addProgram(CLI::App& app, SourceOptions& o) {
-    addText(app, "--host", "ADDRESS", o.host, "IPv4 address of the program (default 127.0.0.1)");
+    addValue(
+        app, "--host", "ADDRESS", "an IPv4 address",
+        [&o](const std::string& text) {
+            o.host = text;
+            return isIPv4(text);
+        },
+        "IPv4 address of the program (default 127.0.0.1)");
     addNumber(app, "--traffic-port", o.trafficPort, 1, 65535, "Default 49005");
     addNumber(app, "--weather-port", o.weatherPort, 1, 65535, "Default 49004");
     addNumber(app, "--control-port", o.controlPort, 1, 65535, "Default 10747");
