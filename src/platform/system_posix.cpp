@@ -82,7 +82,6 @@ bool keepLock(File file) {
     return true;
 }
 
-/// Blocked here and in every thread that is started later, the signals wait for the one thread that asks for them.
 sigset_t setOf(std::initializer_list<int> numbers) {
     sigset_t signals;
     sigemptyset(&signals);
@@ -91,6 +90,7 @@ sigset_t setOf(std::initializer_list<int> numbers) {
     return signals;
 }
 
+/// Blocked here and in every thread that is started later, the signals wait for the one thread that asks for them.
 void watchSignals(std::initializer_list<int> numbers, const char* name, void (*act)()) {
     const sigset_t signals = setOf(numbers);
     // A watching thread must not be the one that the signal of another finds open to it: it would end the process.
