@@ -93,6 +93,8 @@ TEST(Session, FaultsOfACallBringItsException) {
         std::int32_t index;
         std::function<void()> call;
     } cases[] = {
+        {"a byte too few", 2, 0, [&] { client.send(client.next(0x2C).zeros(7)); }},
+        {"a byte too much", 2, 0, [&] { client.send(client.next(0x2C).zeros(9)); }},
         {"datum name", 7, 2, [&] { client.define(500, "No Such Datum", "feet"); }},
         {"unit name", 7, 3, [&] { client.define(500, "Plane Latitude", "furlongs"); }},
         {"no definition", 3, 2, [&] { client.request(1, 499, 0, 1); }},
