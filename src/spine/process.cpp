@@ -31,6 +31,7 @@ namespace {
 // UI thread.
 std::thread worker;
 bool closeClicked = false;
+bool errorStood = false; ///< when the user closed; what a start that is broken off says afterwards is no error
 bool onTerminal = false;
 
 /// A signal may come before there is a window to post to.
@@ -43,6 +44,8 @@ constexpr int firstLineMs = 3000;
 
 void closeClick() {
     showStatus(fmt::format("Close window button clicked, closing {} ...", programName), false);
+    if (!closeClicked)
+        errorStood = !errorText().empty();
     closeClicked = true;
     userClosed = true;
     exitRequested = true;
@@ -131,7 +134,7 @@ int initInstance(const std::filesystem::path& recording) {
     const int code = runWindow(closeClick);
     // Who runs it from a shell or a script has no window that would have shown what went wrong.
     // An error of the simulator's thread stays up until the close click, without a reason for the run to end.
-    const bool failed = exitReason() == ExitReason::systemError || !errorText().empty();
+    const bool failed = exitReason() == ExitReason::systemError || errorStood;
     return code == 0 && onTerminal && failed ? 1 : code;
 }
 
