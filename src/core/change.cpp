@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "core/change.h"
 
+#include "core/parameters_file.h"
 #include "core/window.h"
 
 #include <algorithm>

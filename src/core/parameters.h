@@ -79,16 +79,6 @@ extern FloatBox MAX_FIT_FL;
 extern Button flushStatic, unblock, reRead;
 } // namespace par
 
-/// Reads the file, or builds it from the defaults; logs every value. Worker. No failure stops the program:
-/// a file that cannot be used is kept aside under a name that the log tells, and the defaults hold.
-void readParameters();
-
-/// Writes the present value of one parameter into the file and logs "{}={}". For core/change.h, which see.
-/// A failed save is logged; the value stays in effect.
-void save(const BoolParameter& parameter);
-void save(const IntParameter& parameter);
-void save(const TextParameter& parameter);
-
 /// Every parameter back to its default value in memory; the file is not touched. For tests.
 void setParameterDefaults();
 

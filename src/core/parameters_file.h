@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// How the parameters stand in their file. For the parameter code itself, its tests and its fuzz target.
+// The parameters in their file: read once at the start of a run, written one by one. What stands below those two is for
+// the tests and the fuzz target.
 #pragma once
 
 #include "core/parameters.h"
@@ -13,6 +14,16 @@
 #include <vector>
 
 namespace kes {
+
+/// Reads the file, or builds it from the defaults; logs every value. Worker. No failure stops the program:
+/// a file that cannot be used is kept aside under a name that the log tells, and the defaults hold.
+void readParameters();
+
+/// Writes the present value of one parameter into the file and logs "{}={}". For core/change.h, which see.
+/// A failed save is logged; the value stays in effect.
+void save(const BoolParameter& parameter);
+void save(const IntParameter& parameter);
+void save(const TextParameter& parameter);
 
 /// One parameter that has a place in the file, and its box when it has one.
 struct StoredParameter {

@@ -6,6 +6,7 @@
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/parameters.h"
+#include "core/parameters_file.h"
 #include "core/version.h"
 #include "core/window.h"
 #include "feed/port_advice.h"

@@ -9,6 +9,7 @@
 #include "core/folders.h"
 #include "core/log.h"
 #include "core/parameters.h"
+#include "core/parameters_file.h"
 #include "core/run_state.h"
 #include "core/version.h"
 #include "core/window.h"

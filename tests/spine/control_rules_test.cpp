@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What the user does to the controls of the window, and what the worker makes of it.
+#include "core/parameters_file.h"
 #include "core/run_state.h"
 #include "flight_folder.h"
 #include "spine/control_rules.h"

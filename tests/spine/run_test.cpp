@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Runs of the worker with real threads and real sockets, the simulator model behind the client functions.
+#include "core/parameters_file.h"
 #include "core/run_state.h"
 #include "core/user_aircraft.h"
 #include "feed/control_link.h"

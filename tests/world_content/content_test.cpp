@@ -5,6 +5,7 @@
 #include "airports/park_airports.h"
 #include "content_folder.h"
 #include "core/geo.h"
+#include "core/parameters_file.h"
 #include "liveries/livery.h"
 #include "liveries/scan.h"
 #include "reference/reference_document.h"
