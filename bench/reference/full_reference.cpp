@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "bench/reference/full_reference.h"
 
-#include "reference/scramble.h"
+#include "tests/reference_text.h"
 
 #include <fmt/format.h>
 
@@ -25,62 +25,35 @@ std::string regcode(std::size_t i) {
     return i % 4 == 1 ? "D-" + letters(i / 4, 4) : "OY-" + letters(i / 4, 4);
 }
 
-std::string escaped(const std::string& text) {
-    std::string out;
-    for (const char c : text)
-        out += c == '<' ? "&lt;" : c == '>' ? "&gt;" : c == '&' ? "&amp;" : std::string(1, c);
-    return out;
-}
-
-namespace {
-
-std::string typeList(std::size_t first, std::size_t end) {
-    std::string list;
-    for (std::size_t i = first; i < end; ++i)
-        list += (list.empty() ? "" : ",") + escaped(encryptModel(typeCode(i)));
-    return list;
-}
-
-} // namespace
-
 std::string fullReference() {
-    std::string xml;
-    const auto section = [&](const char* name, const char* child, const char* attribute, const std::string& list) {
-        xml += fmt::format("<{0}><{1} {2}=\"{3}\"/></{0}>\n", name, child, attribute, list);
+    test::ReferenceText text;
+    const auto typesFrom = [](std::size_t first, std::size_t end) {
+        std::vector<std::string> codes;
+        for (std::size_t i = first; i < end; ++i)
+            codes.push_back(typeCode(i));
+        return codes;
     };
-    section("aircrafts", "aircraft", "types", typeList(0, types));
-    section("high_performance", "hpf", "types", typeList(0, 30));
-    section("heavy", "hvy", "types", typeList(30, 90));
-    section("large", "lar", "types", typeList(90, 190));
-    section("buzjet", "bzj", "types", typeList(190, 270));
-    section("rotorcraft", "rot", "types", typeList(270, 320));
-    section("cargo_types", "cargo_type", "types", typeList(30, 40));
-    xml += "<similar_types>";
+    text.types = {{AircraftCategory::highPerf, typesFrom(0, 30)},
+                  {AircraftCategory::heavy, typesFrom(30, 90)},
+                  {AircraftCategory::large, typesFrom(90, 190)},
+                  {AircraftCategory::buzjets, typesFrom(190, 270)},
+                  {AircraftCategory::rotorcraft, typesFrom(270, 320)}};
+    text.otherTypes = typesFrom(320, types);
     for (std::size_t i = 0; i < 60; ++i)
-        xml += fmt::format("<similar types=\"{}\"/>", typeList(i * 5, i * 5 + 5));
-    xml += "</similar_types>\n";
-    std::string codes = escaped(encryptAirline("ZZZ"));
+        text.similar.push_back(typesFrom(i * 5, i * 5 + 5));
     for (std::size_t i = 0; i < airlines; ++i)
-        codes += "," + escaped(encryptAirline(airlineCode(i)));
-    section("ICAO_airlines", "ICAO", "codes", codes);
-    section("cargo_operators", "ICAO", "codes", escaped(encryptAirline(airlineCode(5))));
-    xml += "<wingspans>";
+        text.airlines.push_back(airlineCode(i));
     for (std::size_t i = 0; i < types; ++i)
-        xml += fmt::format("<wingspan type=\"{}\" meters=\"{}.5\"/>", escaped(encryptModel(typeCode(i))), 9 + i % 70);
-    xml += "</wingspans>\n<publishers>";
+        text.metres[typeCode(i)] = 9.5 + static_cast<double>(i % 70);
     for (std::size_t i = 0; i < 600; ++i) {
         // One in forty has a sign of an expression, one in twenty a dot.
         const char* const maker = i % 40 == 0 ? "Sceneries+{}" : i % 20 == 1 ? "s.c.e. {}" : "Maker{}";
-        xml += fmt::format("<pub names=\"Publisher {},{}\"/>", i, fmt::format(fmt::runtime(maker), i));
+        text.publishers.push_back({fmt::format("Publisher {}", i), fmt::format(fmt::runtime(maker), i)});
     }
-    xml += "</publishers>\n<simaddons20><simaddon20 arpts=\"EHAM,EDDM\"/></simaddons20>\n<dbase>\n";
-    for (std::size_t i = 0; i < registrations; ++i) {
-        xml +=
-            fmt::format("<db reg=\"{}\" airl=\"{}\" type=\"{}\" cargo=\"{}\"/>\n", escaped(encryptRegcode(regcode(i))),
-                        escaped(encryptAirline(i % 3 == 0 ? "PVT" : airlineCode(i % airlines))),
-                        escaped(encryptModel(typeCode(i % types))), i % 50 == 0 ? 1 : 0);
-    }
-    return xml + "</dbase>\n";
+    for (std::size_t i = 0; i < registrations; ++i)
+        text.airframes.push_back(
+            {regcode(i), i % 3 == 0 ? "PVT" : airlineCode(i % airlines), typeCode(i % types), "", i % 50 == 0});
+    return text.xml();
 }
 
 } // namespace kes::bench

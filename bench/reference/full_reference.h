@@ -15,10 +15,7 @@ std::string typeCode(std::size_t i);
 std::string airlineCode(std::size_t i);
 /// Half of them "N123AB", the others with a dash behind one or two letters.
 std::string regcode(std::size_t i);
-/// Ready for an attribute.
-std::string escaped(const std::string& text);
 
-/// The document, with everything that a registration or a code can be scrambled in.
 std::string fullReference();
 
 } // namespace kes::bench

@@ -12,6 +12,7 @@
 #include "reference/reference.h"
 #include "reference/reference_document.h"
 #include "reference/scramble.h"
+#include "tests/reference_text.h"
 
 #include <array>
 #include <benchmark/benchmark.h>
@@ -55,7 +56,7 @@ bool makeFiles() {
     std::string aig = "<AIG-regcodes>\n";
     for (std::size_t i = 0; i < regcodeTitles; ++i)
         aig += fmt::format("<livery title=\"{}\" reg=\"{}\"/>\n", liveryTitle(i * 3),
-                           escaped(encryptRegcode(regcode(i * 41 + 1))));
+                           test::escaped(encryptRegcode(regcode(i * 41 + 1))));
     std::ofstream table(path::airportsMsfs, std::ios::binary);
     table << "<airports>\n";
     for (std::size_t i = 0; i < airports; ++i) {
